@@ -10,7 +10,8 @@ class cWlog
 {
 public:
     /// log4cpp's priority values; a lower value is more severe.
-    enum WlogPiority {
+    enum WlogPiority
+    {
         EMERG = 0,
         FATAL = 0,
         ALERT = 100,

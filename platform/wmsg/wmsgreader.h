@@ -1,0 +1,75 @@
+#ifndef WMSGREADER_H
+#define WMSGREADER_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "wmsg/wmsg.h"
+#include "wmsg/wstatus.h"
+
+/// Turns the bytes of one connection into messages.
+///
+/// It knows no socket and no clock: the caller hands it bytes and the time. Memory grows with the bytes
+/// received and never beyond one message of the largest permitted size. After a broken byte the connection
+/// can't be read on: the caller closes it and starts the next one with a fresh reader.
+class WMsgReader
+{
+public:
+    struct Limits
+    {
+        size_t messageBytes = wmsg::kMaxMessageBytes;
+        size_t segments = wmsg::kMaxSegments; ///< empty ones count
+        int64_t ageMs = 30000;                ///< from a message's first byte to its last
+    };
+
+    enum eResult
+    {
+        MORE,    ///< all bytes are used and no message is complete
+        MESSAGE, ///< a message is complete; bytes may be left: call again
+        BROKEN   ///< status() says why
+    };
+
+    WMsgReader() = default;
+    explicit WMsgReader(const Limits& limits) : mLimits(limits) {}
+
+    /// Reads from @p *data, which holds @p *size bytes, and moves both on past what it used.
+    /// @p nowMs is the time by any clock that never goes back. On MESSAGE, @p *message has been replaced.
+    eResult read(const uint8_t** data, size_t* size, int64_t nowMs, WMsg* message);
+
+    /// True when a message has been begun and is older than permitted at @p nowMs.
+    bool overdue(int64_t nowMs) const;
+
+    /// Why the bytes were refused.
+    WStatus status() const { return mStatus; }
+
+private:
+    bool idle() const { return mHeaderUsed == 0 && mSegmentsUsed == 0; }
+    bool takeHeaderBytes(const uint8_t** data, size_t* size);
+    WStatus checkHeader() const;
+    WStatus checkControl() const;
+    WStatus checkSequel() const;
+    void takePayloadBytes(const uint8_t** data, size_t* size);
+    bool checksumFits() const;
+    bool finishSegment(WMsg* message);
+    eResult broken(WStatus status);
+
+    uint8_t flags() const { return mHeader[3]; }
+    bool isControl() const { return (flags() & wmsg::kFlagControl) != 0; }
+    size_t segmentLength() const;
+
+    Limits mLimits;
+    WStatus mStatus = WStatus::ok();
+
+    // The segment that is being received.
+    std::array<uint8_t, wmsg::kHeaderSize> mHeader{};
+    size_t mHeaderUsed = 0;
+    size_t mPayloadLeft = 0;
+
+    // The message that is being put together; a ping may stand between two of its segments.
+    WMsg mMessage;
+    size_t mSegmentsUsed = 0;
+    int64_t mBegunMs = 0;
+};
+
+#endif

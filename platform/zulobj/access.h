@@ -1,0 +1,36 @@
+#ifndef ZULOBJ_ACCESS_H
+#define ZULOBJ_ACCESS_H
+
+#include "zulobj/record.h"
+
+/// A card scanner, with the code that it scanned last.
+///
+/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
+class cObjectAccess : public cRecord<cObjectAccess, cObject, OBJ_ACCESS>
+{
+public:
+    void setDeviceSerial(uint32_t deviceSerial) { mDeviceSerial = deviceSerial; }
+    uint32_t getDeviceSerial() const { return mDeviceSerial; }
+
+    /// The number of the scanner, from 1.
+    void setPortNum(uint32_t portNum) { mPortNum = portNum; }
+    uint32_t getPortNum() const { return mPortNum; }
+
+    void setLabel(const char* label) { mLabel.set(label); }
+    const char* getLabel() const { return mLabel.get(); }
+
+    void setScanCode(const char* scanCode) { mScanCode.set(scanCode); }
+    const char* getScanCode() const { return mScanCode.get(); }
+
+    static cFieldTable<cObjectAccess> fields();
+
+private:
+    uint32_t mDeviceSerial = 0;
+    uint32_t mPortNum = 0;
+    cText mLabel;
+    cText mScanCode;
+};
+
+extern template class cRecord<cObjectAccess, cObject, OBJ_ACCESS>;
+
+#endif

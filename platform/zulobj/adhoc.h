@@ -1,0 +1,36 @@
+#ifndef ZULOBJ_ADHOC_H
+#define ZULOBJ_ADHOC_H
+
+#include "zulobj/record.h"
+
+/// An event that the operator makes up.
+///
+/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
+class cObjectAdhocEvent : public cRecord<cObjectAdhocEvent, cObject, OBJ_ADHOC_EVENT>
+{
+public:
+    void setDeviceSerial(uint32_t deviceSerial) { mDeviceSerial = deviceSerial; }
+    uint32_t getDeviceSerial() const { return mDeviceSerial; }
+
+    /// The id of the event.
+    void setPortId(uint32_t portId) { mPortId = portId; }
+    uint32_t getPortId() const { return mPortId; }
+
+    void setEventLabel(const char* eventLabel) { mEventLabel.set(eventLabel); }
+    const char* getEventLabel() const { return mEventLabel.get(); }
+
+    void setEventValue(const char* eventValue) { mEventValue.set(eventValue); }
+    const char* getEventValue() const { return mEventValue.get(); }
+
+    static cFieldTable<cObjectAdhocEvent> fields();
+
+private:
+    uint32_t mDeviceSerial = 0;
+    uint32_t mPortId = 0;
+    cText mEventLabel;
+    cText mEventValue;
+};
+
+extern template class cRecord<cObjectAdhocEvent, cObject, OBJ_ADHOC_EVENT>;
+
+#endif

@@ -1,0 +1,51 @@
+#ifndef ZULOBJ_AINPUT_H
+#define ZULOBJ_AINPUT_H
+
+#include <cmath>
+
+#include "zulobj/port.h"
+
+/// An analog input as the server sees it.
+///
+/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
+class cObjectAInput : public cRecord<cObjectAInput, cObjectPort, OBJ_PORT_AIN>
+{
+public:
+    /// NaN in a set leaves the gain as it is; NaN until set.
+    void setGain(float gain) { mGain = gain; }
+    float getGain() const { return mGain; }
+
+    /// NaN in a set leaves the offset as it is; NaN until set.
+    void setOffset(float offset) { mOffset = offset; }
+    float getOffset() const { return mOffset; }
+
+    /// Minutes between samples. kRateUnchanged in a set leaves the rate as it is, and stands until one is
+    /// set.
+    void setSampleRate(uint32_t sampleRate) { mSampleRate = sampleRate; }
+    uint32_t getSampleRate() const { return mSampleRate; }
+
+    void setDisplayUnit(const char* displayUnit) { mDisplayUnit.set(displayUnit); }
+    const char* getDisplayUnit() const { return mDisplayUnit.get(); }
+
+    /// The value of the last periodic sample, 0 before the first.
+    void setSampledValue(float sampledValue) { mSampledValue = sampledValue; }
+    float getSampledValue() const { return mSampledValue; }
+
+    /// The sequence number of the last periodic sample, 0 to 255; 0 before the first.
+    void setLastSampleSeq(uint32_t lastSampleSeq) { mLastSampleSeq = lastSampleSeq; }
+    uint32_t getLastSampleSeq() const { return mLastSampleSeq; }
+
+    static cFieldTable<cObjectAInput> fields();
+
+private:
+    float mGain = NAN;
+    float mOffset = NAN;
+    uint32_t mSampleRate = kRateUnchanged;
+    cText mDisplayUnit;
+    float mSampledValue = 0.0F;
+    uint32_t mLastSampleSeq = 0;
+};
+
+extern template class cRecord<cObjectAInput, cObjectPort, OBJ_PORT_AIN>;
+
+#endif

@@ -1,0 +1,16 @@
+#include "zulobj/asample.h"
+
+#include "zulobj/record_impl.h"
+
+template class cRecord<cObjectAnalogSample, cObject, OBJ_ANALOG_SAMPLE>;
+
+cFieldTable<cObjectAnalogSample> cObjectAnalogSample::fields()
+{
+    static constexpr std::array<cField<cObjectAnalogSample>, 4> kFields = {{
+        {TAG_DEVICE_SERIAL, &cObjectAnalogSample::mDeviceSerial, true},
+        {TAG_PORT_NUM, &cObjectAnalogSample::mPortNum, true},
+        {TAG_SAMPLE, &cObjectAnalogSample::mSample},
+        {TAG_SEQ_NUM, &cObjectAnalogSample::mSeqNum, true},
+    }};
+    return {kFields.data(), kFields.size()};
+}

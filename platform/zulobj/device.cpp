@@ -1,0 +1,20 @@
+#include "zulobj/device.h"
+
+#include "zulobj/record_impl.h"
+
+template class cRecord<cObjectDevice, cObject, OBJ_DEVICE>;
+
+cFieldTable<cObjectDevice> cObjectDevice::fields()
+{
+    static constexpr std::array<cField<cObjectDevice>, 8> kFields = {{
+        {TAG_DEVICE_SERIAL, &cObjectDevice::mDeviceSerial, true},
+        {TAG_DEVICE_LABEL, &cObjectDevice::mDeviceLabel},
+        {TAG_DEVICE_TYPE, &cObjectDevice::mDeviceType},
+        {TAG_VERSION, &cObjectDevice::mVersion},
+        {TAG_DISCRETE_IN_COUNT, &cObjectDevice::mDiscreteInCount},
+        {TAG_DISCRETE_OUT_COUNT, &cObjectDevice::mDiscreteOutCount},
+        {TAG_ANALOG_IN_COUNT, &cObjectDevice::mAnalogInCount},
+        {TAG_ANALOG_OUT_COUNT, &cObjectDevice::mAnalogOutCount},
+    }};
+    return {kFields.data(), kFields.size()};
+}

@@ -1,0 +1,29 @@
+#ifndef ZULOBJ_DOUTPUT_H
+#define ZULOBJ_DOUTPUT_H
+
+#include "zulobj/port.h"
+
+/// A digital output as the server sees it.
+///
+/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
+class cObjectDOutput : public cRecord<cObjectDOutput, cObjectPort, OBJ_PORT_DOUT>
+{
+public:
+    /// OBJ_IO_STATE_UNKNOWN in a set leaves the state as it is.
+    void setOutputState(eObjectIOState outputState) { mOutputState = outputState; }
+    eObjectIOState getOutputState() const { return static_cast<eObjectIOState>(mOutputState); }
+
+    /// OBJ_IO_STATE_UNKNOWN in a set leaves the default state as it is.
+    void setDefaultState(eObjectIOState defaultState) { mDefaultState = defaultState; }
+    eObjectIOState getDefaultState() const { return static_cast<eObjectIOState>(mDefaultState); }
+
+    static cFieldTable<cObjectDOutput> fields();
+
+private:
+    uint32_t mOutputState = OBJ_IO_STATE_UNKNOWN;
+    uint32_t mDefaultState = OBJ_IO_STATE_UNKNOWN;
+};
+
+extern template class cRecord<cObjectDOutput, cObjectPort, OBJ_PORT_DOUT>;
+
+#endif

@@ -1,0 +1,79 @@
+#ifndef ZULOBJ_EVENTPUMP_H
+#define ZULOBJ_EVENTPUMP_H
+
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "zulobj/objectlist.h"
+#include "zulobj/objlistener.h"
+
+/// Delivers received lists to the listeners, one at a time and in order, on a thread of its own.
+class cEventPump
+{
+public:
+    /// The message that is being delivered, as far as its answer needs to know it.
+    struct Delivery
+    {
+        uint8_t type = 0;
+        uint8_t seq = 0;
+        uint64_t connection = 0;
+    };
+
+    /// push() waits while more than this waits to be delivered.
+    static constexpr size_t kMaxQueuedBytes = 256 * 1024;
+
+    cEventPump() = default;
+    ~cEventPump() { stop(); }
+
+    /// @p listener is called until the pump stops, as often as it was added, and outlives it.
+    void addListener(cObjectListener* listener);
+
+    /// Starts the thread where none runs.
+    void start();
+
+    /// Drops what is queued, waits for the call that is being made and joins the thread.
+    void stop();
+
+    /// Queues a list that took @p bytes and came over connection @p connection. Waits for room; false, and
+    /// the list is dropped, while refuse(true) holds.
+    bool push(std::unique_ptr<cObjectList> list, size_t bytes, uint64_t connection);
+
+    /// Turns push() away, also one that waits.
+    void refuse(bool refused);
+
+    /// True while a message of @p type is being delivered, which @p *delivery then describes.
+    bool delivering(uint8_t type, Delivery* delivery) const;
+
+private:
+    struct Item
+    {
+        std::unique_ptr<cObjectList> list;
+        size_t bytes;
+        uint64_t connection;
+    };
+
+    void run();
+    bool takeNext(Item* item, std::vector<cObjectListener*>* listeners);
+
+    mutable std::mutex mMutex;
+    std::condition_variable mChanged;
+
+    // Guarded by mMutex.
+    std::deque<Item> mQueue;
+    size_t mQueuedBytes = 0;
+    std::vector<cObjectListener*> mListeners;
+    Delivery mDelivery;
+    bool mDelivering = false;
+    bool mRefused = false;
+    bool mStopping = false;
+
+    // The owner's thread only.
+    std::thread mThread;
+};
+
+#endif

@@ -1,0 +1,105 @@
+#include "zulobj/linksocket.h"
+
+#include <cerrno>
+#include <cstring>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+bool isTransient(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
+
+void setProblem(std::string* problem, int error) { *problem = std::strerror(error); }
+
+/// How the connection attempt on @p fd came out: 0 or an errno.
+int connectError(int fd)
+{
+    int error = 0;
+    socklen_t size = sizeof error;
+    return getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
+}
+
+/// True when the attempt on @p fd came to an end, good or bad, in time.
+bool waitForConnect(int fd, int timeoutMs, int wakeFd)
+{
+    pollfd waits[] = {{fd, POLLOUT, 0}, {wakeFd, POLLIN, 0}};
+    const int ready = poll(waits, 2, timeoutMs);
+    return ready > 0 && waits[1].revents == 0 && waits[0].revents != 0;
+}
+
+} // namespace
+
+std::shared_ptr<cLinkSocket> cLinkSocket::connectTo(const sLinkAddress& address, int timeoutMs, int wakeFd,
+                                                    std::string* problem)
+{
+    const int fd = socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (fd < 0) {
+        setProblem(problem, errno);
+        return nullptr;
+    }
+    auto link = std::make_shared<cLinkSocket>(fd);
+    // Messages are small and each one counts: no waiting for more (tcp(7)).
+    const int on = 1;
+    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+
+    int error = 0;
+    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address.storage), address.size) != 0) {
+        error = errno;
+        if (error == EINPROGRESS || error == EINTR) {
+            error = waitForConnect(fd, timeoutMs, wakeFd) ? connectError(fd) : ETIMEDOUT;
+        }
+    }
+    if (error != 0) {
+        setProblem(problem, error);
+        return nullptr;
+    }
+    return link;
+}
+
+cLinkSocket::~cLinkSocket() { close(mFd); }
+
+cLinkSocket::eOutcome cLinkSocket::receive(uint8_t* buffer, size_t size, int timeoutMs, int wakeFd,
+                                           size_t* received)
+{
+    pollfd waits[] = {{mFd, POLLIN, 0}, {wakeFd, POLLIN, 0}};
+    if (poll(waits, 2, timeoutMs) <= 0 || waits[0].revents == 0) {
+        return NOTHING;
+    }
+    const ssize_t count = recv(mFd, buffer, size, 0);
+    if (count > 0) {
+        *received = static_cast<size_t>(count);
+        return DONE;
+    }
+    return count < 0 && isTransient(errno) ? NOTHING : CLOSED;
+}
+
+cLinkSocket::eOutcome cLinkSocket::sendAll(const uint8_t* bytes, size_t size, int stallMs)
+{
+    while (size > 0) {
+        const ssize_t count = ::send(mFd, bytes, size, MSG_NOSIGNAL);
+        if (count > 0) {
+            bytes += count;
+            size -= static_cast<size_t>(count);
+            continue;
+        }
+        if (!isTransient(errno)) {
+            return CLOSED;
+        }
+        if (errno == EINTR) {
+            continue;
+        }
+        pollfd wait{mFd, POLLOUT, 0};
+        const int ready = poll(&wait, 1, stallMs);
+        if (ready == 0) {
+            return NOTHING;
+        }
+        if (ready > 0 && (wait.revents & (POLLERR | POLLHUP)) != 0) {
+            return CLOSED;
+        }
+    }
+    return DONE;
+}
+
+void cLinkSocket::shutDown() { ::shutdown(mFd, SHUT_RDWR); }

@@ -1,0 +1,48 @@
+#ifndef ZULOBJ_LINKSOCKET_H
+#define ZULOBJ_LINKSOCKET_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "zulobj/resolver.h"
+
+/// One non-blocking TCP connection, closed when it is destroyed.
+///
+/// One thread may receive while another one sends; any thread may call shutDown(), which ends both.
+class cLinkSocket
+{
+public:
+    /// Connects, waiting at most @p timeoutMs and no longer than until @p wakeFd is readable. Null on
+    /// failure, with one sentence in @p *problem.
+    static std::shared_ptr<cLinkSocket> connectTo(const sLinkAddress& address, int timeoutMs, int wakeFd,
+                                                  std::string* problem);
+
+    /// Takes over the connected descriptor @p fd.
+    explicit cLinkSocket(int fd) : mFd(fd) {}
+    ~cLinkSocket();
+    cLinkSocket(const cLinkSocket&) = delete;
+    cLinkSocket& operator=(const cLinkSocket&) = delete;
+
+    enum eOutcome
+    {
+        DONE,
+        NOTHING, ///< the time is over, or the wait was ended from outside
+        CLOSED   ///< by the peer, by shutDown() or by an error
+    };
+
+    /// Waits for bytes at most @p timeoutMs, and no longer than until @p wakeFd is readable, then reads what
+    /// is there, up to @p size. @p *received is the number of bytes read when DONE.
+    eOutcome receive(uint8_t* buffer, size_t size, int timeoutMs, int wakeFd, size_t* received);
+
+    /// Sends all of it. NOTHING after @p stallMs without any progress; part of it may then have been sent.
+    eOutcome sendAll(const uint8_t* bytes, size_t size, int stallMs);
+
+    void shutDown();
+
+private:
+    int mFd;
+};
+
+#endif

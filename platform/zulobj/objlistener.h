@@ -1,0 +1,18 @@
+#ifndef ZULOBJ_OBJLISTENER_H
+#define ZULOBJ_OBJLISTENER_H
+
+class cObjectList;
+
+/// Receives the messages that a client takes from the link.
+class cObjectListener
+{
+public:
+    virtual ~cObjectListener() = default;
+
+    /// Called on the client's event pump thread, once for each message, in the order of arrival. @p msg is
+    /// valid during the call only and is not to be freed. Whatever list of the same type 0 or 1 is sent
+    /// through the client before the call returns is the answer to @p msg.
+    virtual void handleObjectAction(cObjectList* msg) = 0;
+};
+
+#endif

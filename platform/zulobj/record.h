@@ -1,0 +1,65 @@
+#ifndef ZULOBJ_RECORD_H
+#define ZULOBJ_RECORD_H
+
+#include "zulobj/object.h"
+#include "zulobj/text.h"
+
+/// One field of a record class: its tag, its member and whether it is part of the key.
+///
+/// A number, a float or a text; enumerators are held as numbers.
+template <class Record>
+struct cField
+{
+    constexpr cField(eTag fieldTag, uint32_t Record::*member, bool isKey = false)
+        : tag(fieldTag), key(isKey), number(member)
+    {}
+    constexpr cField(eTag fieldTag, float Record::*member) : tag(fieldTag), real(member) {}
+    constexpr cField(eTag fieldTag, cText Record::*member) : tag(fieldTag), text(member) {}
+
+    eTag tag;
+    bool key = false;
+    uint32_t Record::*number = nullptr;
+    float Record::*real = nullptr;
+    cText Record::*text = nullptr;
+};
+
+/// A record class's table of fields, in the order in which they are sent.
+template <class Record>
+struct cFieldTable
+{
+    const cField<Record>* first;
+    size_t count;
+
+    const cField<Record>* begin() const { return first; }
+    const cField<Record>* end() const { return first + count; }
+};
+
+/// Implements every operation of a record by walking the table that Record::fields() returns.
+///
+/// A record class derives from cRecord<itself, its base, its type> and writes its table; record_impl.h has
+/// the walks, which the record's source file instantiates.
+template <class Record, class Base, eObjectTypes Type>
+class cRecord : public Base
+{
+public:
+    cTagList getTags() const override;
+    json_t* getJSONObj() const override;
+    WStatus parse(WendleObject* object, std::vector<WTag*>* tags) override;
+    WStatus parse(json_t* json) override;
+    bool compIndex(cObject* other) const override;
+    bool operator<(cObject& other) const override;
+    void printKey() const override;
+    cObject* clone() const override;
+    cObject* cloneKey() const override;
+    void encode(WPayloadWriter* writer) const override;
+
+protected:
+    cRecord() : Base(Type) {}
+    explicit cRecord(eObjectTypes type) : Base(type) {}
+
+private:
+    const Record& self() const { return static_cast<const Record&>(*this); }
+    Record& self() { return static_cast<Record&>(*this); }
+};
+
+#endif

@@ -1,0 +1,131 @@
+#include "zulobj/resolver.h"
+
+#include <algorithm>
+#include <ares.h>
+#include <arpa/inet.h>
+#include <cstring>
+#include <memory>
+#include <netdb.h>
+#include <poll.h>
+
+#include "zulobj/linkclock.h"
+
+namespace {
+
+void setPort(sockaddr* address, uint16_t port)
+{
+    if (address->sa_family == AF_INET) {
+        reinterpret_cast<sockaddr_in*>(address)->sin_port = htons(port);
+    } else {
+        reinterpret_cast<sockaddr_in6*>(address)->sin6_port = htons(port);
+    }
+}
+
+void append(std::vector<sLinkAddress>* addresses, const sockaddr* address, socklen_t size, uint16_t port)
+{
+    if ((address->sa_family != AF_INET && address->sa_family != AF_INET6) ||
+        size > sizeof(sockaddr_storage)) {
+        return;
+    }
+    sLinkAddress entry;
+    std::memcpy(&entry.storage, address, size);
+    entry.size = size;
+    setPort(reinterpret_cast<sockaddr*>(&entry.storage), port);
+    addresses->push_back(entry);
+}
+
+std::vector<sLinkAddress> numericAddress(const std::string& host, uint16_t port)
+{
+    addrinfo hints{};
+    hints.ai_socktype = SOCK_STREAM;
+    hints.ai_flags = AI_NUMERICHOST;
+    addrinfo* found = nullptr;
+    std::vector<sLinkAddress> addresses;
+    if (getaddrinfo(host.c_str(), nullptr, &hints, &found) == 0) {
+        append(&addresses, found->ai_addr, found->ai_addrlen, port);
+        freeaddrinfo(found);
+    }
+    return addresses;
+}
+
+/// What a look-up by c-ares has found so far.
+struct sLookup
+{
+    bool done = false;
+    uint16_t port = 0;
+    std::vector<sLinkAddress> addresses;
+};
+
+void lookupDone(void* argument, int status, int, ares_addrinfo* found)
+{
+    auto* lookup = static_cast<sLookup*>(argument);
+    lookup->done = true;
+    if (status == ARES_SUCCESS) {
+        for (const ares_addrinfo_node* node = found->nodes; node != nullptr; node = node->ai_next) {
+            append(&lookup->addresses, node->ai_addr, node->ai_addrlen, lookup->port);
+        }
+    }
+    if (found != nullptr) {
+        ares_freeaddrinfo(found);
+    }
+}
+
+/// Waits until c-ares has something to do, and lets it. False when woken.
+bool processOnce(ares_channel channel, int timeoutMs, int wakeFd)
+{
+    ares_socket_t sockets[ARES_GETSOCK_MAXNUM];
+    const int wanted = ares_getsock(channel, sockets, ARES_GETSOCK_MAXNUM);
+    std::vector<pollfd> waits{{wakeFd, POLLIN, 0}};
+    for (int i = 0; i < ARES_GETSOCK_MAXNUM; ++i) {
+        const bool reads = ARES_GETSOCK_READABLE(wanted, i);
+        const bool writes = ARES_GETSOCK_WRITABLE(wanted, i);
+        if (reads || writes) {
+            const int events = (reads ? POLLIN : 0) | (writes ? POLLOUT : 0);
+            waits.push_back({sockets[i], static_cast<short>(events), 0});
+        }
+    }
+    timeval most{timeoutMs / 1000, (timeoutMs % 1000) * 1000};
+    timeval until{};
+    const timeval* next = ares_timeout(channel, &most, &until);
+    poll(waits.data(), waits.size(), static_cast<int>(next->tv_sec * 1000 + next->tv_usec / 1000 + 1));
+    if (waits[0].revents != 0) {
+        return false;
+    }
+    for (size_t i = 1; i < waits.size(); ++i) {
+        const bool reads = (waits[i].revents & (POLLIN | POLLERR | POLLHUP)) != 0;
+        const bool writes = (waits[i].revents & POLLOUT) != 0;
+        ares_process_fd(channel, reads ? waits[i].fd : ARES_SOCKET_BAD,
+                        writes ? waits[i].fd : ARES_SOCKET_BAD);
+    }
+    ares_process_fd(channel, ARES_SOCKET_BAD, ARES_SOCKET_BAD);
+    return true;
+}
+
+} // namespace
+
+std::vector<sLinkAddress> resolveAddress(const std::string& host, uint16_t port, int timeoutMs, int wakeFd)
+{
+    std::vector<sLinkAddress> numeric = numericAddress(host, port);
+    if (!numeric.empty()) {
+        return numeric;
+    }
+    static const int libraryReady = ares_library_init(ARES_LIB_INIT_ALL);
+    ares_channel channel = nullptr;
+    if (libraryReady != ARES_SUCCESS || ares_init(&channel) != ARES_SUCCESS) {
+        return {};
+    }
+    sLookup lookup;
+    lookup.port = port;
+    ares_addrinfo_hints hints{};
+    hints.ai_family = AF_UNSPEC;
+    hints.ai_socktype = SOCK_STREAM;
+    ares_getaddrinfo(channel, host.c_str(), nullptr, &hints, lookupDone, &lookup);
+
+    const int64_t deadline = linkNowMs() + timeoutMs;
+    int64_t left = timeoutMs;
+    while (!lookup.done && left > 0 && processOnce(channel, static_cast<int>(left), wakeFd)) {
+        left = deadline - linkNowMs();
+    }
+    ares_destroy(channel);
+    return lookup.addresses;
+}
