@@ -1,0 +1,30 @@
+#include "caccess.h"
+
+#include <QHBoxLayout>
+
+cAccess::cAccess()
+{
+    auto* box = new QHBoxLayout;
+    mQLabel = new QLabel;
+    box->addWidget(mQLabel);
+    mCardSerialNum = new QLineEdit;
+    mCardSerialNum->setText("");
+    mCardSerialNum->setFixedWidth(500);
+    box->addWidget(mCardSerialNum);
+    mSendEvtBtn = new QPushButton("Send Event");
+    box->addWidget(mSendEvtBtn);
+    connect(mSendEvtBtn, SIGNAL(clicked()), this, SLOT(EvtBtnClicked()));
+    setLayout(box);
+}
+
+void cAccess::setLabel(const char* label)
+{
+    mQLabel->setText(tr(label));
+    cObjectAccess::setLabel(label);
+}
+
+void cAccess::EvtBtnClicked()
+{
+    setScanCode(mCardSerialNum->text().toLocal8Bit().constData());
+    emit send_accesss_evnt(static_cast<int>(getPortNum()));
+}

@@ -1,0 +1,55 @@
+#include "cadhoc.h"
+
+#include <QDebug>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QVBoxLayout>
+
+namespace {
+
+QGroupBox* groupAround(const QString& title, QWidget* control)
+{
+    auto* group = new QGroupBox(title);
+    auto* box = new QVBoxLayout;
+    box->addWidget(control);
+    group->setLayout(box);
+    return group;
+}
+
+} // namespace
+
+cAdHocEvent::cAdHocEvent()
+{
+    mSendEvtBtn = new QPushButton(tr("Send Event"));
+    mQLabel = new QLineEdit;
+    mQValue = new QLineEdit;
+    mEventID = new QSpinBox;
+    mEventID->setMinimum(1);
+
+    auto* grid = new QGridLayout;
+    grid->addWidget(groupAround(tr("Event ID"), mEventID), 0, 0);
+    grid->addWidget(groupAround(tr("Event Label"), mQLabel), 0, 1);
+    grid->addWidget(groupAround(tr("Event Value"), mQValue), 0, 2);
+    grid->addWidget(groupAround(tr("Send"), mSendEvtBtn), 0, 3);
+    connect(mSendEvtBtn, SIGNAL(clicked()), this, SLOT(EvtBtnClicked()));
+    setLayout(grid);
+}
+
+void cAdHocEvent::EvtBtnClicked()
+{
+    setPortId(static_cast<uint32_t>(mEventID->value()));
+    setEventLabel(mQLabel->text().toLocal8Bit().constData());
+    setEventValue(mQValue->text().toLocal8Bit().constData());
+    trace();
+    emit send_adhoc_evnt(0);
+}
+
+void cAdHocEvent::trace() const
+{
+    // The stream stays hexadecimal after the serial, so the id is hexadecimal too.
+    qDebug() << "Sending Ad hoc event:" << Qt::endl
+             << "Device Serial: 0x" << Qt::hex << getDeviceSerial() << Qt::endl
+             << "Event ID: " << getPortId() << Qt::endl
+             << "Event Label:" << getEventLabel() << Qt::endl
+             << "Event Value:" << getEventValue() << Qt::endl;
+}

@@ -1,0 +1,55 @@
+#ifndef CAOUTPUT_H
+#define CAOUTPUT_H
+
+#include <QLabel>
+#include <QProgressBar>
+#include <QWidget>
+
+#include "zulobj/aoutput.h"
+#include "zulobj/objectlist.h"
+
+/// An analog output: its row on the panel and its record toward the server in one.
+///
+/// GUI thread only, like every widget.
+class cAOutput : public QWidget, public cObjectAOutput
+{
+    Q_OBJECT
+
+public:
+    cAOutput();
+
+    /// The name on the row; the record's port label is set apart.
+    void setPortName(QString& name);
+
+    /// Shows @p value on the bar, cut toward zero, and stores it unchanged. The bar, 0 to 100, stays where
+    /// it is for a value outside its range.
+    void setSampledValue(float value);
+
+    /// The bar's value, 0 to 100.
+    int getCurrentSample() const;
+
+    /// Appends a clone of the record to @p msg, which owns it. The caller has matched @p request.
+    void populateMsg(cObjectList* msg, cObjectPort* request);
+
+    void setConnectedStatus(bool connected) { connectedStatus = connected; }
+    bool getConnectedStatus() const { return connectedStatus; }
+
+    /// The number of the input that drives this output, 0 for none.
+    void setInputPort(int input) { inputPort = input; }
+    int getInputPort() const { return inputPort; }
+
+public slots:
+    /// Marks the output connected, then takes over the sampled value of @p object unless that is NaN or
+    /// meant for another port id. @p object stays the caller's.
+    void updateObject(cObjectAOutput* object);
+
+private:
+    QLabel mQLabel;
+    QProgressBar mQSampleValue;
+    QLabel mQGain;
+    QLabel mQOffset;
+    bool connectedStatus = false;
+    int inputPort = 0;
+};
+
+#endif

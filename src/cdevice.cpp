@@ -1,0 +1,164 @@
+#include "cdevice.h"
+
+#include <QDebug>
+#include <chrono>
+
+#include "cainput.h"
+#include "caoutput.h"
+#include "cconfig.h"
+#include "cdinput.h"
+#include "cdoutput.h"
+#include "checkedindex.h"
+
+cDevice::cDevice() : mObjectClient(new cObjectClient) {}
+
+cDevice::cDevice(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, uint32_t scanners, char* label,
+                 QString, uint32_t version, uint32_t serial)
+    : cDevice()
+{
+    describe(dins, douts, ains, aouts, label, version, serial);
+    buildDigitalInputs();
+    buildDigitalOutputs();
+    buildAnalogInputs();
+    buildAnalogOutputs();
+    buildWiringPages();
+    buildAccess(scanners);
+    buildAdHoc();
+    addPages();
+    addCapabilities();
+}
+
+cDevice::~cDevice()
+{
+    // Threads that wait at the door must be gone before anybody waits for them.
+    mDoor.close();
+    stopSampling();
+    delete mObjectClient;
+    for (cObjectCapability* capability : mCapabilityList) {
+        delete capability;
+    }
+}
+
+void cDevice::describe(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, const char* label,
+                       uint32_t version, uint32_t serial)
+{
+    setDiscreteInCount(dins);
+    setDiscreteOutCount(douts);
+    setAnalogInCount(ains);
+    setAnalogOutCount(aouts);
+    setDeviceSerial(serial);
+    setDeviceLabel(label);
+    setDeviceType(TYPE_DISCRETE_IO);
+    setVersion(version);
+}
+
+void cDevice::start(cConfig* config)
+{
+    mObjectClient->addListener(this);
+    qDebug().noquote().nospace() << "Starting with " << config->getZULIP() << ":" << config->getZULPort();
+    const long port = config->getZULPort().toLong();
+    mObjectClient->start(config->getZULIPChar(), static_cast<int>(port & 0xFFFF));
+    startSampling();
+}
+
+cDInput* cDevice::getInput(int index) const
+{
+    return checkedAt(mDigitalInputList, index, "mDigitalInputList");
+}
+
+cDOutput* cDevice::getOutput(int index) const
+{
+    return checkedAt(mDigitalOutputList, index, "mDigitalOutputList");
+}
+
+int cDevice::getDiscreteInputCount()
+{
+    return askGui([this] { return int(getDiscreteInCount()); });
+}
+int cDevice::getDiscreteOutputCount()
+{
+    return askGui([this] { return int(getDiscreteOutCount()); });
+}
+int cDevice::getAnalogInputCount()
+{
+    return askGui([this] { return int(getAnalogInCount()); });
+}
+int cDevice::getAnalogOutputCount()
+{
+    return askGui([this] { return int(getAnalogOutCount()); });
+}
+
+int cDevice::getDigitalInputValue(int port)
+{
+    return askGui([&] { return getInput(port - 1)->getCurrentState(); });
+}
+
+int cDevice::getDigitalOutputValue(int port)
+{
+    return askGui([&] { return getOutput(port - 1)->getCurrentState(); });
+}
+
+int cDevice::getAnalogInputValue(int port)
+{
+    return askGui([&] {
+        return checkedAt(mAnalogInputList, qint64{port} - 1, "mAnalogInputList")->getCurrentSample();
+    });
+}
+
+int cDevice::getAnalogOutputValue(int port)
+{
+    return askGui([&] {
+        return checkedAt(mAnalogOutputList, qint64{port} - 1, "mAnalogOutputList")->getCurrentSample();
+    });
+}
+
+int cDevice::askGui(const std::function<int()>& question)
+{
+    int result = 0;
+    mDoor.run([&] { result = question(); });
+    return result;
+}
+
+void cDevice::startSampling()
+{
+    pthread_t thread{};
+    if (pthread_create(&thread, nullptr, &cDevice::sample_thread, this) == 0) {
+        mSampleThreads.push_back(thread);
+    }
+}
+
+void cDevice::stopSampling()
+{
+    {
+        const std::lock_guard<std::mutex> lock(mSamplingMutex);
+        mSamplingStops = true;
+    }
+    mSamplingChanged.notify_all();
+    for (const pthread_t thread : mSampleThreads) {
+        pthread_join(thread, nullptr);
+    }
+    mSampleThreads.clear();
+}
+
+void* cDevice::sample_thread(void* arg)
+{
+    auto* device = static_cast<cDevice*>(arg);
+    do {
+        device->mDoor.run([device] { device->samplePass(); });
+    } while (device->waitForNextPass());
+    return nullptr;
+}
+
+/// Sleeps for a second. False when the device is going away.
+bool cDevice::waitForNextPass()
+{
+    std::unique_lock<std::mutex> lock(mSamplingMutex);
+    return !mSamplingChanged.wait_for(lock, std::chrono::seconds(1), [this] { return mSamplingStops; });
+}
+
+void cDevice::samplePass()
+{
+    for (cAInput* input : mAnalogInputList) {
+        input->checkSample();
+    }
+}

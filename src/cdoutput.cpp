@@ -1,0 +1,62 @@
+#include "cdoutput.h"
+
+#include <QHBoxLayout>
+
+#include "statuscolour.h"
+
+cDOutput::cDOutput()
+{
+    auto* box = new QHBoxLayout;
+    mQLabel = new QLabel(tr("PortName"));
+    setPortLabel("PortName");
+    box->addWidget(mQLabel, 1);
+    mQDefaultState = new QLabel("HIGH");
+    box->addWidget(mQDefaultState, 1);
+    mQCurrentState = new QLabel("HIGH");
+    box->addWidget(mQCurrentState, 1);
+    setLayout(box);
+    updateStatus();
+}
+
+void cDOutput::setPortName(QString& name) { mQLabel->setText(name); }
+
+void cDOutput::setDefaultState(eObjectIOState state)
+{
+    mQDefaultState->setText(state == OBJ_IO_STATE_SET ? tr("HIGH") : tr("LOW"));
+    cObjectDOutput::setDefaultState(state);
+}
+
+void cDOutput::setOutputState(eObjectIOState state)
+{
+    mQCurrentState->setText(state == OBJ_IO_STATE_SET ? tr("HIGH") : tr("LOW"));
+    cObjectDOutput::setOutputState(state);
+}
+
+int cDOutput::getCurrentState() const { return getOutputState() == OBJ_IO_STATE_CLEAR ? 0 : 1; }
+
+void cDOutput::updateStatus()
+{
+    const bool alarm = getOutputState() != getDefaultState();
+    setPortStatus(alarm ? OBJ_STATUS_ALARM_SET : OBJ_STATUS_ALARM_CLEAR);
+    setStatusColour(this, alarm);
+}
+
+void cDOutput::populateMsg(cObjectList* msg, cObjectPort*) { msg->add(clone()); }
+
+void cDOutput::updateObject(cObjectDOutput* request)
+{
+    if (request->getDefaultState() != OBJ_IO_STATE_UNKNOWN) {
+        setDefaultState(request->getDefaultState());
+    }
+    if (request->getOutputState() != OBJ_IO_STATE_UNKNOWN) {
+        setOutputState(request->getOutputState());
+    }
+    updateStatus();
+}
+
+void cDOutput::updateOutput(eObjectIOState state)
+{
+    connectedStatus = true;
+    setOutputState(state);
+    updateStatus();
+}

@@ -1,0 +1,9 @@
+#ifndef STATUSCOLOUR_H
+#define STATUSCOLOUR_H
+
+class QWidget;
+
+/// Fills the background of @p row with red when @p alarm, else with green.
+void setStatusColour(QWidget* row, bool alarm);
+
+#endif
