@@ -26,6 +26,7 @@ class cAdHocEvent;
 class cConfig;
 class cDInput;
 class cDOutput;
+class cObjectAOutput;
 
 /// The live simulated device: the tabbed panel, the device's record and the listener of its client in one.
 ///

@@ -1,0 +1,56 @@
+#ifndef CCONFIG_H
+#define CCONFIG_H
+
+#include <QByteArray>
+#include <QLatin1String>
+#include <QString>
+
+/// Holds the run-time configuration: the loaded device file and where the server is.
+///
+/// A dialog reports a change by emitting a record of its own with an update code; the receiver copies the
+/// fields of that code and keeps no pointer to the record.
+class cConfig
+{
+public:
+    /// The second argument of every configUpdated signal: which fields the record carries.
+    enum eUpdate
+    {
+        DEVICE_FILE_UPDATE = 1, ///< the current file
+        CONNECTION_UPDATE = 2   ///< the server's address and port, and the connection file
+    };
+
+    /// Marks a field that was never set. An empty text counts as set.
+    static constexpr QLatin1String kUnset{"none"};
+
+    /// Every field starts empty.
+    cConfig();
+    ~cConfig();
+    cConfig(const cConfig&) = delete;
+    cConfig& operator=(const cConfig&) = delete;
+
+    // No text is checked when it is set.
+    void setZULIP(const QString& address);
+    void setZULPort(const QString& port);
+    void setZULCurrentFile(const QString& path);
+    void setZULConnectionFile(const QString& path);
+
+    QString getZULIP() const;
+    QString getZULPort() const;
+    QString getZULCurrentFile() const;
+    QString getZULConnectionFile() const;
+
+    // The text in the locale's 8-bit encoding. The record owns it; it stays until the next call or the
+    // record's end.
+    const char* getZULIPChar();
+    const char* getZULPortChar();
+
+private:
+    QString* mZULIPString;
+    QString* mZULPortString;
+    QString* mZULCurrentFile;
+    QString* mZULConnectionFile;
+    QByteArray mZULIPBytes;
+    QByteArray mZULPortBytes;
+};
+
+#endif

@@ -1,0 +1,39 @@
+#ifndef CONNECTIONDIALOG_H
+#define CONNECTIONDIALOG_H
+
+#include <QDialog>
+#include <QString>
+
+class cConfig;
+
+namespace Ui {
+class ConnectionDialog;
+}
+
+/// Lets the operator edit the connection file in use, which also renames it when the descriptor changes.
+class ConnectionDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit ConnectionDialog(QWidget* parent = nullptr);
+    ~ConnectionDialog() override;
+
+signals:
+    /// The record is gone when the emission returns: take copies, connect directly.
+    void configUpdated(cConfig* config, int code);
+
+public slots:
+    /// Shows the values of the file at @p name, which is from now on the edited one. A file that cannot be
+    /// read leaves the fields as they are.
+    void receiveConnectionFileName(const QString& name);
+
+private slots:
+    void on_buttonConfirm_clicked();
+
+private:
+    Ui::ConnectionDialog* ui;
+    QString fileName;
+};
+
+#endif

@@ -1,0 +1,75 @@
+#include "displayplatform.h"
+#include "mainwindow.h"
+#include "options.h"
+#include "signalwatcher.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <iostream>
+
+namespace {
+
+int fail(const QString& reason)
+{
+    std::cerr << "zulbench: " << reason.toLocal8Bit().constData() << std::endl;
+    return 1;
+}
+
+QString unreadable(const char* kind, const std::string& path)
+{
+    return QStringLiteral("the %1 file '%2' could not be opened")
+        .arg(QLatin1String(kind), QFile::decodeName(path.c_str()));
+}
+
+/// The record keeps full paths only.
+QString fullPath(const std::string& path)
+{
+    return QFileInfo(QFile::decodeName(path.c_str())).absoluteFilePath();
+}
+
+/// Answers what went wrong; empty when everything asked for was done.
+QString carryOut(const cOptions& options, MainWindow& window)
+{
+    if (options.deviceFile && !window.openDeviceFile(fullPath(*options.deviceFile))) {
+        return unreadable("device", *options.deviceFile);
+    }
+    if (options.connectionFile && !window.openConnectionFile(fullPath(*options.connectionFile))) {
+        return unreadable("connection", *options.connectionFile);
+    }
+    if (options.connect) {
+        if (const std::optional<MainWindow::cRefusal> refusal = window.connectToServer()) {
+            return refusal->text;
+        }
+    }
+    return {};
+}
+
+int run(QApplication& application, const cOptions& options)
+{
+    const cSignalWatcher signalWatcher;
+    QObject::connect(&signalWatcher, &cSignalWatcher::arrived, &application, &QApplication::quit);
+    MainWindow window;
+    const QString problem = carryOut(options, window);
+    if (!problem.isEmpty()) {
+        return fail(problem);
+    }
+    window.show();
+    return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const cParsedOptions parsed = parseOptions(argc, argv, std::cout, std::cerr);
+    if (parsed.exitStatus) {
+        return *parsed.exitStatus;
+    }
+    if (!displayplatform::prepare(parsed.options)) {
+        return fail(QStringLiteral("there is no display; use --headless to run without one"));
+    }
+    cSignalWatcher::block();
+    QApplication application(argc, argv);
+    return run(application, parsed.options);
+}

@@ -1,0 +1,110 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <ostream>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+const char kProgram[] = "zulbench";
+
+constexpr std::array<std::string_view, 14> kQtOptionsWithValue{"platform",
+                                                               "platformpluginpath",
+                                                               "platformtheme",
+                                                               "plugin",
+                                                               "qwindowgeometry",
+                                                               "geometry",
+                                                               "display",
+                                                               "title",
+                                                               "icon",
+                                                               "session",
+                                                               "style",
+                                                               "stylesheet",
+                                                               "qwindowtitle",
+                                                               "qwindowicon"};
+constexpr std::array<std::string_view, 2> kQtOptionsWithJoinedValue{"style=", "stylesheet="};
+constexpr std::array<std::string_view, 2> kQtSwitches{"reverse", "widgetcount"};
+
+template <class Names>
+bool contains(const Names& names, std::string_view name)
+{
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+/// The text behind one or two dashes; empty if there is no dash.
+std::string_view optionName(std::string_view argument)
+{
+    for (const std::string_view dashes : {"--", "-"}) {
+        if (argument.substr(0, dashes.size()) == dashes) {
+            return argument.substr(dashes.size());
+        }
+    }
+    return {};
+}
+
+bool isQtSwitch(std::string_view name)
+{
+    const auto begins = [name](std::string_view prefix) { return name.substr(0, prefix.size()) == prefix; };
+    return contains(kQtSwitches, name) ||
+           std::any_of(kQtOptionsWithJoinedValue.begin(), kQtOptionsWithJoinedValue.end(), begins);
+}
+
+/// The arguments that are not Qt's, in reverse order as CLI11 takes them.
+std::vector<std::string> ownArguments(int argc, const char* const* argv, bool& platformNamed)
+{
+    std::vector<std::string> own;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view name = optionName(argv[i]);
+        if (contains(kQtOptionsWithValue, name)) {
+            ++i;
+            platformNamed = platformNamed || (name == "platform" && i < argc);
+        } else if (!isQtSwitch(name)) {
+            own.emplace_back(argv[i]);
+        }
+    }
+    std::reverse(own.begin(), own.end());
+    return own;
+}
+
+void describe(CLI::App& app, cOptions& options)
+{
+    app.set_help_flag("-h,--help", "Print this help and end");
+    app.set_version_flag("--version", std::string(kProgram) + " " + ZULBENCH_VERSION,
+                         "Print the version and end");
+    app.add_option("--device", options.deviceFile, "Load this device file")->type_name("FILE");
+    app.add_option("--connection", options.connectionFile, "Take the server's address from this file")
+        ->type_name("FILE");
+    app.add_flag("--connect", options.connect, "Connect to the server");
+    app.add_flag("--headless", options.headless, "Run without a display");
+    app.footer("The device is loaded first, then the connection file, and then the device connects.\n"
+               "Qt's own options, such as -platform and -style, are understood as well.");
+}
+
+int report(const CLI::App& app, const CLI::ParseError& outcome, std::ostream& out, std::ostream& error)
+{
+    if (outcome.get_exit_code() != 0) {
+        error << kProgram << ": " << outcome.what() << " (see " << kProgram << " --help)\n";
+        return 1;
+    }
+    const bool help = dynamic_cast<const CLI::CallForHelp*>(&outcome) != nullptr;
+    out << (help ? app.help() : std::string(outcome.what()) + '\n');
+    return 0;
+}
+
+} // namespace
+
+cParsedOptions parseOptions(int argc, const char* const* argv, std::ostream& out, std::ostream& error)
+{
+    cParsedOptions parsed;
+    CLI::App app("Simulates one field device toward a site-monitoring server.", kProgram);
+    describe(app, parsed.options);
+    try {
+        app.parse(ownArguments(argc, argv, parsed.options.platformNamed));
+    } catch (const CLI::ParseError& outcome) {
+        parsed.exitStatus = report(app, outcome, out, error);
+    }
+    return parsed;
+}

@@ -1,0 +1,31 @@
+#ifndef OPTIONS_H
+#define OPTIONS_H
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+
+/// Holds what the command line asks for.
+///
+/// Texts are bytes as typed: Qt may decode them only once its application object has set the locale.
+struct cOptions
+{
+    std::optional<std::string> deviceFile;
+    std::optional<std::string> connectionFile;
+    bool connect = false;
+    bool headless = false;
+    bool platformNamed = false; ///< Qt's own -platform was given
+};
+
+/// What comes of a command line: options to run with, or the status to end with at once.
+struct cParsedOptions
+{
+    cOptions options;
+    std::optional<int> exitStatus;
+};
+
+/// Reads a command line. Help and version go to @p out, with status 0; wrong usage is one line to @p error,
+/// with status 1. Qt's own options are left for the QApplication. No QApplication need exist.
+cParsedOptions parseOptions(int argc, const char* const* argv, std::ostream& out, std::ostream& error);
+
+#endif

@@ -1,0 +1,22 @@
+#ifndef PATHS_H
+#define PATHS_H
+
+#include <QString>
+
+/// Names the places in the operator's home that the simulator keeps its files in.
+///
+/// Each call reads HOME from the process environment anew; an unset HOME counts as an empty text.
+namespace paths {
+
+/// The configuration directory, without a separator at its end. It need not exist.
+QString configurationDirectory();
+
+/// The configuration directory with a separator at its end: where file dialogs open.
+QString configurationPrefix();
+
+/// The connection file of @p descriptor, which goes into the name exactly as it is.
+QString connectionFile(const QString& descriptor);
+
+} // namespace paths
+
+#endif

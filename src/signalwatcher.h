@@ -1,0 +1,33 @@
+#ifndef SIGNALWATCHER_H
+#define SIGNALWATCHER_H
+
+#include <QObject>
+
+class QSocketNotifier;
+
+/// Turns SIGINT and SIGTERM into a signal of the event loop.
+class cSignalWatcher : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Holds both signals back for this thread and every one that it starts later. Call it before the first
+    /// thread starts; a signal that comes before there is a watcher waits for it.
+    static void block();
+
+    /// Needs a QCoreApplication. Without a descriptor to spare the signals end the process as usual.
+    explicit cSignalWatcher(QObject* parent = nullptr);
+    ~cSignalWatcher() override;
+
+signals:
+    /// Emitted once for each signal that arrived.
+    void arrived(int signalNumber);
+
+private:
+    void readSignal();
+
+    int mDescriptor;
+    QSocketNotifier* mNotifier = nullptr;
+};
+
+#endif
