@@ -1,0 +1,166 @@
+#include "programs.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonDocument>
+#include <csignal>
+
+namespace {
+
+constexpr int kHangs = 30000; // milliseconds
+
+} // namespace
+
+Program::Program()
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("HOME", mHome.path());
+    environment.remove("DISPLAY");
+    environment.remove("QT_QPA_PLATFORM");
+    mProcess.setProcessEnvironment(environment);
+}
+
+Program::~Program()
+{
+    if (mProcess.state() != QProcess::NotRunning) {
+        mProcess.kill();
+        mProcess.waitForFinished();
+    }
+}
+
+void Program::start(const QString& path, const QStringList& arguments)
+{
+    mProcess.start(path, arguments);
+    mProcess.waitForStarted();
+}
+
+QString Program::write(const QString& name, const QByteArray& content) const
+{
+    QFile file(mHome.path() + QLatin1Char('/') + name);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+        qFatal("%s cannot be written", qPrintable(file.fileName()));
+    }
+    return file.fileName();
+}
+
+void Program::takeOutput()
+{
+    mOutput += mProcess.readAllStandardOutput();
+    mErrors += mProcess.readAllStandardError();
+}
+
+const QByteArray& Program::output()
+{
+    takeOutput();
+    return mOutput;
+}
+
+const QByteArray& Program::errors()
+{
+    takeOutput();
+    return mErrors;
+}
+
+bool Program::waitFor(const std::function<bool()>& condition)
+{
+    QElapsedTimer timer;
+    timer.start();
+    takeOutput();
+    while (!condition()) {
+        if (timer.elapsed() > kHangs) {
+            return false;
+        }
+        mProcess.waitForReadyRead(20);
+        takeOutput();
+    }
+    return true;
+}
+
+int Program::stop(int signalNumber)
+{
+    ::kill(static_cast<pid_t>(mProcess.processId()), signalNumber);
+    return waitForEnd();
+}
+
+int Program::waitForEnd()
+{
+    if (mProcess.state() != QProcess::NotRunning && !mProcess.waitForFinished(kHangs)) {
+        return -2;
+    }
+    takeOutput();
+    return mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
+}
+
+ServerProgram::ServerProgram(const QStringList& arguments)
+{
+    mProgram.start(ZULSERVER_PROGRAM, arguments.isEmpty() ? QStringList{"--port", "0"} : arguments);
+    mPort = line("listening")["port"].toInt();
+}
+
+QJsonObject ServerProgram::command(const QString& command)
+{
+    mProgram.process().write(command.toUtf8() + '\n');
+    return line("reply", ++mReplies);
+}
+
+QJsonObject ServerProgram::line(const QString& event, int count)
+{
+    if (!mProgram.waitFor([&] { return countOf(event) >= count; })) {
+        return {};
+    }
+    for (const QJsonObject& candidate : mLines) {
+        if (candidate["event"].toString() == event && --count == 0) {
+            return candidate;
+        }
+    }
+    return {};
+}
+
+const QVector<QJsonObject>& ServerProgram::lines()
+{
+    const QByteArray& output = mProgram.output();
+    for (int end = output.indexOf('\n', mParsed); end >= 0; end = output.indexOf('\n', mParsed)) {
+        mLines.append(QJsonDocument::fromJson(output.mid(mParsed, end - mParsed)).object());
+        mParsed = end + 1;
+    }
+    return mLines;
+}
+
+int ServerProgram::countOf(const QString& event)
+{
+    int count = 0;
+    for (const QJsonObject& candidate : lines()) {
+        count += candidate["event"].toString() == event ? 1 : 0;
+    }
+    return count;
+}
+
+QByteArray deviceFile(int dins, int douts, int ains, int aouts, int scanners, const QByteArray& serial,
+                      const QByteArray& label)
+{
+    return "Digital input(s):    " + QByteArray::number(dins) +       //
+           "\nDigital output(s):   " + QByteArray::number(douts) +    //
+           "\nAnalog input(s):     " + QByteArray::number(ains) +     //
+           "\nAnalog output(s):    " + QByteArray::number(aouts) +    //
+           "\nScanner(s):          " + QByteArray::number(scanners) + //
+           "\nDevice type:         TYPE_DISCRETE_IO"
+           "\nDevice version:      3"
+           "\nDevice serial:       " +
+           serial + "\nDevice label:        " + label + "\n";
+}
+
+QByteArray connectionFile(int port)
+{
+    return "Connection descriptor:   test\n"
+           "Connection IP address:   127.0.0.1\n"
+           "Connection port number:  " +
+           QByteArray::number(port) + "\n";
+}
+
+void startSimulator(Program* simulator, const QByteArray& device, int port)
+{
+    const QString deviceName = simulator->write("test.dev", device);
+    const QString connectionName = simulator->write("test.con", connectionFile(port));
+    simulator->start(ZULBENCH_PROGRAM,
+                     {"--headless", "--device", deviceName, "--connection", connectionName, "--connect"});
+}
