@@ -1,0 +1,143 @@
+#include "server/application.h"
+
+#include <asio/post.hpp>
+#include <chrono>
+#include <csignal>
+#include <utility>
+
+#include "server/commandparser.h"
+
+namespace server {
+
+namespace {
+
+/// How long the end of the run waits for a reader that is slow.
+constexpr int kLastLinesMs = 2000;
+
+} // namespace
+
+Application::Application(Options options, const LinkSettings& settings, const Streams& streams)
+    : mOptions(std::move(options)),
+      mStreams(streams),
+      mConsole(mIo, streams.output, streams.error, mOptions.verbose),
+      mMonitor(mIo, mConsole, mLog, settings),
+      mRunner(mIo, mConsole, mMonitor, mLog),
+      mAcceptor(mIo),
+      mSignals(mIo),
+      mTimer(mIo)
+{
+    mConsole.output().onDrained = [this] { mMonitor.resumeReading(); };
+    mConsole.output().onBroken = [this](const std::string& reason) {
+        mConsole.report("Standard output cannot be written: " + reason + ".");
+        finish(1);
+    };
+    mMonitor.onChange = [this] {
+        if (mFinished) {
+            return;
+        }
+        mRunner.monitorChanged();
+        if (mOptions.count && mMonitor.messages() >= *mOptions.count) {
+            finish(0);
+        }
+    };
+    mRunner.onEnd = [this] { finish(mRunner.exitStatus()); };
+    mAcceptor.onPeer = [this](asio::ip::tcp::socket socket) { mMonitor.add(std::move(socket)); };
+    mAcceptor.onTrouble = [this](const std::string& sentence) { mConsole.report(sentence); };
+}
+
+Application::~Application() { mConsole.setTypedLine(nullptr); }
+
+void Application::endOnSignals()
+{
+    mSignals.add(SIGTERM);
+    mSignals.add(SIGINT);
+    mSignals.async_wait([this](const asio::error_code& error, int) {
+        if (!error) {
+            finish(0);
+        }
+    });
+}
+
+int Application::run()
+{
+    if (!listen()) {
+        return 1;
+    }
+    startTimer();
+    takeCommands();
+    mAcceptor.start();
+    mIo.run();
+    return mStatus;
+}
+
+void Application::stop()
+{
+    asio::post(mIo, [this] { finish(0); });
+}
+
+bool Application::listen()
+{
+    const std::string problem = mAcceptor.open(mOptions.listen, mOptions.port);
+    if (!problem.empty()) {
+        mConsole.report(problem + ".");
+        return false;
+    }
+    const asio::ip::tcp::endpoint endpoint = mAcceptor.endpoint();
+    if (!endpoint.address().is_loopback()) {
+        mConsole.report("Listening at " + endpoint.address().to_string() +
+                        ": other machines can reach this server, which asks nobody for a password.");
+    }
+    mConsole.line(listeningLine(endpoint.address().to_string(), endpoint.port()));
+    return true;
+}
+
+void Application::startTimer()
+{
+    if (!mOptions.timeout) {
+        return;
+    }
+    const std::chrono::duration<double> time(*mOptions.timeout);
+    mTimer.expires_after(std::chrono::duration_cast<std::chrono::steady_clock::duration>(time));
+    mTimer.async_wait([this](const asio::error_code& error) {
+        if (!error) {
+            mRunner.runTimedOut();
+            finish(mRunner.exitStatus());
+        }
+    });
+}
+
+void Application::takeCommands()
+{
+    const auto submit = [this](const std::string& line) { mRunner.submit(line); };
+    if (mOptions.commandsGiven) {
+        for (const std::string& command : mOptions.commands) {
+            submit(command);
+        }
+        mRunner.endOfCommands();
+    } else if (Prompt::possibleAt(mStreams.input)) {
+        mPrompt = std::make_unique<Prompt>(mIo, mStreams.input);
+        mPrompt->onLine = submit;
+        mPrompt->start();
+        mConsole.setTypedLine(mPrompt.get());
+    } else {
+        mLineInput = std::make_unique<LineInput>(mIo, mStreams.input, kMostCommandBytes);
+        mLineInput->onLine = submit;
+        mLineInput->start();
+    }
+}
+
+/// Nothing is printed after this.
+void Application::finish(int status)
+{
+    if (mFinished) {
+        return;
+    }
+    mFinished = true;
+    mStatus = status;
+    if (!mConsole.output().finish(kLastLinesMs)) {
+        mConsole.report("The last lines were not written, as nobody reads them.");
+    }
+    mIo.stop();
+}
+
+} // namespace server

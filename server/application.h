@@ -1,0 +1,70 @@
+#ifndef SERVER_APPLICATION_H
+#define SERVER_APPLICATION_H
+
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <asio/steady_timer.hpp>
+#include <memory>
+#include <string>
+
+#include "server/commandrunner.h"
+#include "server/console.h"
+#include "server/lineinput.h"
+#include "server/linksettings.h"
+#include "server/messagelog.h"
+#include "server/monitor.h"
+#include "server/options.h"
+#include "server/peeracceptor.h"
+#include "server/prompt.h"
+
+namespace server {
+
+/// The whole server: it puts the pieces together and ends with an exit status.
+class Application
+{
+public:
+    /// The descriptors that stand for the program's standard streams; borrowed.
+    struct Streams
+    {
+        int input = 0;
+        int output = 1;
+        int error = 2;
+    };
+
+    Application(Options options, const LinkSettings& settings, const Streams& streams);
+    ~Application();
+
+    /// Ends with status 0 when the process gets SIGTERM or SIGINT.
+    void endOnSignals();
+
+    /// Serves until the end and returns the exit status. Once only.
+    int run();
+
+    /// Ends run() with status 0; any thread may call.
+    void stop();
+
+private:
+    bool listen();
+    void takeCommands();
+    void startTimer();
+    void finish(int status);
+
+    const Options mOptions;
+    const Streams mStreams;
+    asio::io_context mIo;
+    Console mConsole;
+    MessageLog mLog;
+    Monitor mMonitor;
+    CommandRunner mRunner;
+    PeerAcceptor mAcceptor;
+    asio::signal_set mSignals;
+    asio::steady_timer mTimer;
+    std::unique_ptr<LineInput> mLineInput;
+    std::unique_ptr<Prompt> mPrompt;
+    bool mFinished = false;
+    int mStatus = 0;
+};
+
+} // namespace server
+
+#endif

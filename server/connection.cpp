@@ -1,0 +1,211 @@
+#include "server/connection.h"
+
+#include <algorithm>
+#include <asio/post.hpp>
+#include <asio/write.hpp>
+#include <sstream>
+#include <utility>
+
+#include "zulobj/linkclock.h"
+
+namespace server {
+
+namespace {
+
+std::string peerOf(const asio::ip::tcp::socket& socket)
+{
+    asio::error_code error;
+    const asio::ip::tcp::endpoint endpoint = socket.remote_endpoint(error);
+    std::ostringstream text;
+    text << endpoint;
+    return text.str();
+}
+
+} // namespace
+
+Connection::Connection(asio::ip::tcp::socket socket, const LinkSettings& settings, Owner* owner)
+    : mSettings(settings),
+      mOwner(owner),
+      mSocket(std::move(socket)),
+      mTimer(mSocket.get_executor()),
+      mPeer(peerOf(mSocket))
+{}
+
+void Connection::start()
+{
+    asio::error_code ignored;
+    mSocket.set_option(asio::ip::tcp::no_delay(true), ignored);
+    mHeardMs = linkNowMs();
+    armTimer();
+    read();
+}
+
+void Connection::send(const WMsg& message)
+{
+    if (mClosed) {
+        return;
+    }
+    std::vector<uint8_t> bytes;
+    message.appendFrames(bytes);
+    if (bytes.size() > mSettings.queueBytes - std::min(mOutgoingBytes, mSettings.queueBytes)) {
+        // Later, as the caller may be in the middle of something that the end of the connection changes.
+        asio::post(mSocket.get_executor(),
+                   [self = shared_from_this()] { self->close("it does not read what is sent to it"); });
+        return;
+    }
+    mOutgoingBytes += bytes.size();
+    mOutgoing.push_back(std::move(bytes));
+    if (mOutgoing.size() == 1) {
+        writeFront();
+    }
+}
+
+void Connection::resumeReading()
+{
+    if (mHeld) {
+        mHeld = false;
+        mHeardMs = linkNowMs();
+        read();
+    }
+}
+
+void Connection::close(const std::string& reason)
+{
+    if (mClosed) {
+        return;
+    }
+    Owner* const owner = mOwner;
+    abandon();
+    owner->connectionClosed(reason);
+}
+
+void Connection::abandon()
+{
+    mClosed = true;
+    mOwner = nullptr;
+    mTimer.cancel();
+    asio::error_code ignored;
+    mSocket.close(ignored);
+}
+
+void Connection::read()
+{
+    if (mOwner->readingHeld()) {
+        mHeld = true;
+        return;
+    }
+    mSocket.async_read_some(asio::buffer(mReceived),
+                            [self = shared_from_this()](const asio::error_code& error, size_t size) {
+                                self->received(error, size);
+                            });
+}
+
+void Connection::received(const asio::error_code& error, size_t size)
+{
+    if (mClosed) {
+        return;
+    }
+    if (error) {
+        close(error == asio::error::eof ? "the peer closed the connection" : error.message());
+        return;
+    }
+    mHeardMs = linkNowMs();
+    mPinged = false;
+    if (handleBytes(mReceived.data(), size)) {
+        read();
+    }
+}
+
+/// False when the connection has been closed.
+bool Connection::handleBytes(const uint8_t* data, size_t size)
+{
+    WMsg message;
+    for (;;) {
+        switch (mReader.read(&data, &size, mHeardMs, &message)) {
+        case WMsgReader::MORE:
+            return true;
+        case WMsgReader::BROKEN:
+            close("it sent broken bytes: " + mReader.status().text());
+            return false;
+        case WMsgReader::MESSAGE:
+            if (!handleMessage(std::move(message))) {
+                return false;
+            }
+        }
+    }
+}
+
+bool Connection::handleMessage(WMsg&& message)
+{
+    if (!message.control) {
+        mOwner->connectionMessage(std::move(message));
+    } else if (!message.answer && message.type == wmsg::kControlPing) {
+        send(WMsg::ping(true));
+    }
+    return !mClosed;
+}
+
+void Connection::writeFront()
+{
+    mProgressMs = linkNowMs();
+    asio::async_write(mSocket, asio::buffer(mOutgoing.front()),
+                      [self = shared_from_this()](const asio::error_code& error, size_t) {
+                          if (self->mClosed) {
+                              return;
+                          }
+                          if (error) {
+                              self->close(error.message());
+                              return;
+                          }
+                          self->mOutgoingBytes -= self->mOutgoing.front().size();
+                          self->mOutgoing.pop_front();
+                          if (!self->mOutgoing.empty()) {
+                              self->writeFront();
+                          }
+                      });
+}
+
+void Connection::armTimer()
+{
+    const int tickMs = std::clamp(mSettings.pingAfterMs / 10, 1, 1000);
+    mTimer.expires_after(std::chrono::milliseconds(tickMs));
+    mTimer.async_wait([self = shared_from_this()](const asio::error_code& error) {
+        if (!error && !self->mClosed) {
+            self->checkTimes();
+        }
+    });
+}
+
+void Connection::checkTimes()
+{
+    const int64_t nowMs = linkNowMs();
+    if (mHeld) {
+        mHeardMs = nowMs;
+    }
+    const std::string reason = lateReason(nowMs);
+    if (!reason.empty()) {
+        close(reason);
+        return;
+    }
+    if (nowMs - mHeardMs >= mSettings.pingAfterMs && !mPinged) {
+        mPinged = true;
+        send(WMsg::ping(false));
+    }
+    armTimer();
+}
+
+std::string Connection::lateReason(int64_t nowMs) const
+{
+    if (nowMs - mHeardMs >= mSettings.giveUpAfterMs) {
+        return "it is silent";
+    }
+    if (!mHeld && mReader.overdue(nowMs)) {
+        return "a message takes too long to arrive";
+    }
+    if (!mOutgoing.empty() && nowMs - mProgressMs >= mSettings.giveUpAfterMs) {
+        return "it does not read what is sent to it";
+    }
+    return {};
+}
+
+} // namespace server

@@ -1,0 +1,87 @@
+#ifndef SERVER_CONNECTION_H
+#define SERVER_CONNECTION_H
+
+#include <array>
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "server/linksettings.h"
+#include "wmsg/wmsg.h"
+#include "wmsg/wmsgreader.h"
+
+namespace server {
+
+/// Carries messages over one TCP connection.
+///
+/// It answers pings, pings an idle peer and closes the connection of one that is silent, sends broken
+/// bytes or does not read.
+class Connection : public std::enable_shared_from_this<Connection>
+{
+public:
+    class Owner
+    {
+    public:
+        virtual ~Owner() = default;
+
+        /// A message that is not a ping, in the order of arrival.
+        virtual void connectionMessage(WMsg&& message) = 0;
+
+        /// Called once, with the reason in a few words, never from inside send().
+        virtual void connectionClosed(const std::string& reason) = 0;
+
+        /// True while nothing more should be read; resumeReading() ends that.
+        virtual bool readingHeld() const = 0;
+    };
+
+    /// @p owner outlives the connection or calls abandon().
+    Connection(asio::ip::tcp::socket socket, const LinkSettings& settings, Owner* owner);
+
+    void start();
+    void send(const WMsg& message);
+    void resumeReading();
+
+    /// Closes the connection and tells the owner why.
+    void close(const std::string& reason);
+
+    /// Closes the connection and forgets the owner.
+    void abandon();
+
+    /// "ADDRESS:PORT", an IPv6 address in brackets.
+    const std::string& peer() const { return mPeer; }
+
+private:
+    void read();
+    void received(const asio::error_code& error, size_t size);
+    bool handleBytes(const uint8_t* data, size_t size);
+    bool handleMessage(WMsg&& message);
+    void writeFront();
+    void armTimer();
+    void checkTimes();
+    std::string lateReason(int64_t nowMs) const;
+
+    const LinkSettings mSettings;
+    Owner* mOwner;
+    asio::ip::tcp::socket mSocket;
+    asio::steady_timer mTimer;
+    std::string mPeer;
+    bool mClosed = false;
+
+    WMsgReader mReader;
+    std::array<uint8_t, 16384> mReceived{};
+    bool mHeld = false;
+    int64_t mHeardMs = 0;
+    bool mPinged = false;
+
+    std::deque<std::vector<uint8_t>> mOutgoing;
+    size_t mOutgoingBytes = 0;
+    int64_t mProgressMs = 0; ///< when the front of mOutgoing became the front
+};
+
+} // namespace server
+
+#endif

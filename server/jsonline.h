@@ -1,0 +1,57 @@
+#ifndef SERVER_JSONLINE_H
+#define SERVER_JSONLINE_H
+
+// The lines that the server prints, as JSON objects.
+
+#include <cstdint>
+#include <jansson.h>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "zulobj/device.h"
+#include "zulobj/objectlist.h"
+
+namespace server {
+
+struct JsonDeleter
+{
+    void operator()(json_t* json) const { json_decref(json); }
+};
+
+/// One reference to a JSON value.
+using JsonPtr = std::unique_ptr<json_t, JsonDeleter>;
+
+/// How a command came out.
+struct Reply
+{
+    enum class Status
+    {
+        OK,
+        TIMEOUT,
+        ERROR
+    };
+
+    Status status = Status::OK;
+    std::optional<uint8_t> msgType; ///< that of the answer, or of the event waited for
+    JsonPtr objects;                ///< an array; null stands for an empty one
+    std::string error;              ///< one sentence, or empty
+};
+
+JsonPtr listeningLine(const std::string& address, uint16_t port);
+JsonPtr connectedLine(const std::string& peer);
+JsonPtr deviceLine(const std::string& peer, const cObjectDevice& device);
+JsonPtr messageLine(uint32_t deviceSerial, const cObjectList& message);
+JsonPtr disconnectedLine(const std::string& peer, std::optional<uint32_t> deviceSerial,
+                         const std::string& reason);
+JsonPtr replyLine(const std::string& command, double seconds, Reply reply);
+
+/// The records of @p list as an array.
+JsonPtr objectsOf(const cObjectList& list);
+
+/// The text of @p line without a line end.
+std::string dumped(const JsonPtr& line);
+
+} // namespace server
+
+#endif

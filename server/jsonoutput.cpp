@@ -1,0 +1,97 @@
+#include "server/jsonoutput.h"
+
+#include <algorithm>
+#include <asio/post.hpp>
+#include <cerrno>
+#include <climits>
+#include <poll.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace server {
+
+JsonOutput::JsonOutput(asio::io_context& io, int fd) : mIo(io), mStream(io, ::dup(fd)) {}
+
+void JsonOutput::writeLine(const std::string& line)
+{
+    if (mEnded) {
+        return;
+    }
+    mPending += line;
+    mPending += '\n';
+    if (!mWaiting) {
+        writeWhatGoes();
+    }
+    mCongested = mPending.size() - mWritten > kCongestedBytes;
+}
+
+bool JsonOutput::finish(int timeoutMs)
+{
+    if (mEnded) {
+        return true; // onBroken has been told
+    }
+    while (!mEnded && mWritten < mPending.size() && writable(timeoutMs)) {
+        writeSome();
+    }
+    const bool all = mWritten == mPending.size();
+    mEnded = true;
+    asio::error_code ignored;
+    mStream.close(ignored);
+    return all;
+}
+
+bool JsonOutput::writable(int timeoutMs) const
+{
+    pollfd entry{const_cast<asio::posix::stream_descriptor&>(mStream).native_handle(), POLLOUT, 0};
+    return ::poll(&entry, 1, timeoutMs) > 0;
+}
+
+/// Writes as much as a writable pipe takes without blocking. False when nothing can be written now.
+bool JsonOutput::writeSome()
+{
+    const size_t size = std::min<size_t>(mPending.size() - mWritten, PIPE_BUF);
+    const ssize_t count = ::write(mStream.native_handle(), mPending.data() + mWritten, size);
+    if (count < 0) {
+        if (errno != EINTR && errno != EAGAIN) {
+            breakOff(errno);
+        }
+        return errno == EINTR;
+    }
+    mWritten += static_cast<size_t>(count);
+    return true;
+}
+
+void JsonOutput::writeWhatGoes()
+{
+    while (!mEnded && mWritten < mPending.size() && writable(0) && writeSome()) {
+    }
+    if (mEnded || mWritten == mPending.size()) {
+        mPending.clear();
+        mWritten = 0;
+        return;
+    }
+    if (mWritten > kCongestedBytes) {
+        mPending.erase(0, mWritten);
+        mWritten = 0;
+    }
+    mWaiting = true;
+    mStream.async_wait(asio::posix::stream_descriptor::wait_write, [this](const asio::error_code& error) {
+        mWaiting = false;
+        if (error) {
+            return;
+        }
+        writeWhatGoes();
+        if (mCongested && mPending.size() - mWritten <= kCongestedBytes / 2) {
+            mCongested = false;
+            onDrained();
+        }
+    });
+}
+
+void JsonOutput::breakOff(int error)
+{
+    mEnded = true;
+    asio::post(mIo, [this, error] { onBroken(std::generic_category().message(error)); });
+}
+
+} // namespace server

@@ -1,0 +1,61 @@
+#ifndef SERVER_MESSAGELOG_H
+#define SERVER_MESSAGELOG_H
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+
+#include "wmsg/wmsg.h"
+
+namespace server {
+
+/// Keeps the messages of all devices that nobody has taken yet, the latest ones.
+class MessageLog
+{
+public:
+    struct Limits
+    {
+        size_t messages = 100000;
+        size_t payloadBytes = 16 * 1024 * 1024;
+    };
+
+    /// Which message is meant: what is not given matches all.
+    struct Filter
+    {
+        std::optional<uint32_t> deviceSerial;
+        std::optional<uint32_t> objectType; ///< that of one of its objects at least
+    };
+
+    MessageLog() = default;
+    explicit MessageLog(const Limits& limits) : mLimits(limits) {}
+
+    /// Appends @p message; the oldest ones go where there are then too many.
+    void add(uint32_t deviceSerial, WMsg message);
+
+    /// Moves the earliest message that matches into @p *message, looking only at those added since
+    /// added() was @p since. False when there is none.
+    bool take(const Filter& filter, uint64_t since, WMsg* message);
+
+    /// How many messages have been added.
+    uint64_t added() const { return mAdded; }
+
+private:
+    struct Entry
+    {
+        uint64_t id; ///< what added() was before
+        uint32_t deviceSerial;
+        WMsg message;
+    };
+
+    static bool matches(const Filter& filter, const Entry& entry);
+
+    Limits mLimits;
+    std::deque<Entry> mEntries;
+    size_t mPayloadBytes = 0;
+    uint64_t mAdded = 0;
+};
+
+} // namespace server
+
+#endif

@@ -1,0 +1,39 @@
+#ifndef SERVER_OPTIONS_H
+#define SERVER_OPTIONS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace server {
+
+/// What the command line asks for.
+struct Options
+{
+    std::string listen = "127.0.0.1";
+    uint16_t port = 50000;
+
+    /// The lines of --command, then those of --commands; without either, commands come from the input.
+    std::vector<std::string> commands;
+    bool commandsGiven = false;
+
+    std::optional<uint32_t> count;
+    std::optional<double> timeout; ///< seconds
+    bool verbose = false;
+};
+
+/// What came of reading the command line.
+struct ParsedOptions
+{
+    std::optional<Options> options; ///< nothing when the program should end
+    int exitStatus = 0;             ///< with which it then ends
+    std::string output;             ///< for standard output: help or version
+    std::string error;              ///< for standard error: one line
+};
+
+ParsedOptions parseOptions(int argc, const char* const* argv);
+
+} // namespace server
+
+#endif
