@@ -3,11 +3,21 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QJsonDocument>
+#include <QtTest>
 #include <csignal>
 
 namespace {
 
 constexpr int kHangs = 30000; // milliseconds
+
+QByteArray contentOf(QFile* file, qint64 from = 0)
+{
+    if (!file->isOpen() && !file->open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    file->seek(from);
+    return file->readAll();
+}
 
 } // namespace
 
@@ -18,6 +28,11 @@ Program::Program()
     environment.remove("DISPLAY");
     environment.remove("QT_QPA_PLATFORM");
     mProcess.setProcessEnvironment(environment);
+    // Files never fill up: a program that nobody reads for a while goes on.
+    mOutput.setFileName(mHome.path() + "/output");
+    mErrors.setFileName(mHome.path() + "/errors");
+    mProcess.setStandardOutputFile(mOutput.fileName());
+    mProcess.setStandardErrorFile(mErrors.fileName());
 }
 
 Program::~Program()
@@ -43,35 +58,26 @@ QString Program::write(const QString& name, const QByteArray& content) const
     return file.fileName();
 }
 
-void Program::takeOutput()
+QByteArray Program::output() { return contentOf(&mOutput); }
+
+QByteArray Program::newOutput()
 {
-    mOutput += mProcess.readAllStandardOutput();
-    mErrors += mProcess.readAllStandardError();
+    const QByteArray added = contentOf(&mOutput, mTaken);
+    mTaken += added.size();
+    return added;
 }
 
-const QByteArray& Program::output()
-{
-    takeOutput();
-    return mOutput;
-}
-
-const QByteArray& Program::errors()
-{
-    takeOutput();
-    return mErrors;
-}
+QByteArray Program::errors() { return contentOf(&mErrors); }
 
 bool Program::waitFor(const std::function<bool()>& condition)
 {
     QElapsedTimer timer;
     timer.start();
-    takeOutput();
     while (!condition()) {
         if (timer.elapsed() > kHangs) {
             return false;
         }
-        mProcess.waitForReadyRead(20);
-        takeOutput();
+        QTest::qWait(5);
     }
     return true;
 }
@@ -87,7 +93,6 @@ int Program::waitForEnd()
     if (mProcess.state() != QProcess::NotRunning && !mProcess.waitForFinished(kHangs)) {
         return -2;
     }
-    takeOutput();
     return mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
 }
 
@@ -100,6 +105,7 @@ ServerProgram::ServerProgram(const QStringList& arguments)
 QJsonObject ServerProgram::command(const QString& command)
 {
     mProgram.process().write(command.toUtf8() + '\n');
+    mProgram.process().waitForBytesWritten();
     return line("reply", ++mReplies);
 }
 
@@ -118,10 +124,10 @@ QJsonObject ServerProgram::line(const QString& event, int count)
 
 const QVector<QJsonObject>& ServerProgram::lines()
 {
-    const QByteArray& output = mProgram.output();
-    for (int end = output.indexOf('\n', mParsed); end >= 0; end = output.indexOf('\n', mParsed)) {
-        mLines.append(QJsonDocument::fromJson(output.mid(mParsed, end - mParsed)).object());
-        mParsed = end + 1;
+    mUnparsed += mProgram.newOutput();
+    for (int end = mUnparsed.indexOf('\n'); end >= 0; end = mUnparsed.indexOf('\n')) {
+        mLines.append(QJsonDocument::fromJson(mUnparsed.left(end)).object());
+        mUnparsed.remove(0, end + 1);
     }
     return mLines;
 }

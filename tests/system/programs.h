@@ -1,6 +1,7 @@
 #ifndef PROGRAMS_H
 #define PROGRAMS_H
 
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QProcess>
@@ -27,10 +28,13 @@ public:
     QString write(const QString& name, const QByteArray& content) const;
 
     /// What has come on standard output and standard error so far.
-    const QByteArray& output();
-    const QByteArray& errors();
+    QByteArray output();
+    QByteArray errors();
 
-    /// Waits until @p condition holds, taking in output meanwhile. False after a time that only a program
+    /// What has come on standard output since the last call.
+    QByteArray newOutput();
+
+    /// Waits until @p condition holds, handling events meanwhile. False after a time that only a program
     /// that hangs needs.
     bool waitFor(const std::function<bool()>& condition);
 
@@ -39,12 +43,11 @@ public:
     int waitForEnd();
 
 private:
-    void takeOutput();
-
     QTemporaryDir mHome;
     QProcess mProcess;
-    QByteArray mOutput;
-    QByteArray mErrors;
+    QFile mOutput;
+    QFile mErrors;
+    qint64 mTaken = 0;
 };
 
 /// zulserver with its standard input and output at hand.
@@ -76,14 +79,14 @@ private:
 
     Program mProgram;
     QVector<QJsonObject> mLines;
-    int mParsed = 0;
+    QByteArray mUnparsed;
     int mReplies = 0;
     int mPort = 0;
 };
 
 /// The text of a device file.
-QByteArray deviceFile(int dins, int douts, int ains, int aouts, int scanners, const QByteArray& serial = "1001",
-                      const QByteArray& label = "Panel7");
+QByteArray deviceFile(int dins, int douts, int ains, int aouts, int scanners,
+                      const QByteArray& serial = "1001", const QByteArray& label = "Panel7");
 
 /// The text of a connection file for the loopback address.
 QByteArray connectionFile(int port);

@@ -46,7 +46,9 @@ void tst_Link::aThousandPortsOfEachKindAreAnsweredInOneMessage()
     startSimulator(&simulator, deviceFile(1000, 1000, 1000, 1000, 1), server.port());
     QVERIFY(!server.line("device").isEmpty());
     for (const char* kind : {"din", "dout", "ain", "aout"}) {
-        const QJsonArray ports = server.objects(QString("get %1 * timeout=30").arg(kind));
+        const QJsonObject reply = server.command(QString("get %1 * timeout=30").arg(kind));
+        QCOMPARE(reply["status"].toString(), QString("ok"));
+        const QJsonArray ports = reply["objects"].toArray();
         QCOMPARE(ports.size(), 1000);
         QCOMPARE(ports.last().toObject()["portId"].toInt(), 1000);
     }

@@ -215,10 +215,18 @@ void tst_Road::anotherPortTypeIsAnsweredWithPlainPorts_data()
     QTest::addColumn<QString>("command");
     QTest::addColumn<QString>("portType");
     QTest::addColumn<QString>("label");
-    QTest::newRow("digital input") << "get din 1 portType=1" << "OBJ_PORT_DIN" << "INPUT 1";
-    QTest::newRow("digital output") << "get dout 1 portType=2" << "OBJ_PORT_DOUT" << "OUTPUT 1";
-    QTest::newRow("analog input") << "get ain 1 portType=1" << "OBJ_PORT_AIN" << "AIN 1";
-    QTest::newRow("analog output") << "get aout 1 portType=99" << "OBJ_PORT_AOUT" << "AOUT 1";
+    QTest::newRow("digital input") << "get din 1 portType=1"
+                                   << "OBJ_PORT_DIN"
+                                   << "INPUT 1";
+    QTest::newRow("digital output") << "get dout 1 portType=2"
+                                    << "OBJ_PORT_DOUT"
+                                    << "OUTPUT 1";
+    QTest::newRow("analog input") << "get ain 1 portType=1"
+                                  << "OBJ_PORT_AIN"
+                                  << "AIN 1";
+    QTest::newRow("analog output") << "get aout 1 portType=99"
+                                   << "OBJ_PORT_AOUT"
+                                   << "AOUT 1";
 }
 
 void tst_Road::anotherPortTypeIsAnsweredWithPlainPorts()
