@@ -1,8 +1,11 @@
 #include "cguidoor.h"
 
-#include <QCoreApplication>
-#include <QEvent>
 #include <QThread>
+
+cGuiDoor::cGuiDoor() : mBellRings(mBell.fd(), QSocketNotifier::Read)
+{
+    connect(&mBellRings, &QSocketNotifier::activated, this, &cGuiDoor::admit);
+}
 
 bool cGuiDoor::run(const std::function<void()>& call)
 {
@@ -17,7 +20,7 @@ bool cGuiDoor::run(const std::function<void()>& call)
     }
     Visitor visitor{&call};
     mVisitors.push_back(&visitor);
-    QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+    mBell.wake();
     mChanged.wait(lock, [&visitor] { return visitor.state != eState::WAITING; });
     return visitor.state == eState::DONE;
 }
@@ -33,17 +36,18 @@ void cGuiDoor::close()
     mChanged.notify_all();
 }
 
-void cGuiDoor::customEvent(QEvent*)
+void cGuiDoor::admit()
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    if (mVisitors.empty()) {
-        return;
+    mBell.reset();
+    // Those who come meanwhile wait for the next turn, so that the window gets its own turns between.
+    for (size_t present = mVisitors.size(); present > 0 && !mVisitors.empty(); --present) {
+        Visitor* visitor = mVisitors.front();
+        mVisitors.pop_front();
+        lock.unlock();
+        (*visitor->call)();
+        lock.lock();
+        visitor->state = eState::DONE;
+        mChanged.notify_all();
     }
-    Visitor* visitor = mVisitors.front();
-    mVisitors.pop_front();
-    lock.unlock();
-    (*visitor->call)();
-    lock.lock();
-    visitor->state = eState::DONE;
-    mChanged.notify_all();
 }

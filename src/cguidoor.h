@@ -2,10 +2,13 @@
 #define CGUIDOOR_H
 
 #include <QObject>
+#include <QSocketNotifier>
 #include <condition_variable>
 #include <deque>
 #include <functional>
 #include <mutex>
+
+#include "zulobj/wakeup.h"
 
 /// The one way by which other threads reach what belongs to the GUI thread.
 ///
@@ -13,6 +16,8 @@
 class cGuiDoor : public QObject
 {
 public:
+    cGuiDoor();
+
     /// Runs @p call on the GUI thread and returns when it is done: at once when called on that thread, else
     /// as soon as the GUI thread handles events, in the order in which threads came. False when the door is
     /// closed: then @p call has not run and never will.
@@ -21,10 +26,9 @@ public:
     /// Turns every later caller away and releases those who wait. GUI thread only.
     void close();
 
-protected:
-    void customEvent(QEvent* event) override;
-
 private:
+    void admit();
+
     enum class eState
     {
         WAITING,
@@ -37,6 +41,11 @@ private:
         const std::function<void()>* call;
         eState state = eState::WAITING;
     };
+
+    // A descriptor wakes the GUI thread: Qt's own queue of events would do, but what passes through it is
+    // invisible to the race checker.
+    cWakeup mBell;
+    QSocketNotifier mBellRings;
 
     std::mutex mMutex;
     std::condition_variable mChanged;

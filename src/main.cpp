@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <csignal>
 #include <iostream>
 
 namespace {
@@ -70,6 +71,8 @@ int main(int argc, char** argv)
         return fail(QStringLiteral("there is no display; use --headless to run without one"));
     }
     cSignalWatcher::block();
+    // Whoever read the trace may go away; the device stays.
+    std::signal(SIGPIPE, SIG_IGN);
     QApplication application(argc, argv);
     return run(application, parsed.options);
 }

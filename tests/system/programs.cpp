@@ -93,7 +93,11 @@ int Program::waitForEnd()
     if (mProcess.state() != QProcess::NotRunning && !mProcess.waitForFinished(kHangs)) {
         return -2;
     }
-    return mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
+    const int status = mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
+    if (status != 0) {
+        qWarning("%s", errors().constData());
+    }
+    return status;
 }
 
 ServerProgram::ServerProgram(const QStringList& arguments)

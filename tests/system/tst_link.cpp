@@ -21,6 +21,7 @@ private slots:
     void theSimulatorEndsCleanlyUnderTraffic();
     void theSimulatorEndsCleanlyWithoutAServer();
     void theServerTellsWhoLeft();
+    void theDeviceStaysWhenTheReaderOfItsTraceGoes();
 };
 
 void tst_Link::theDeviceComesBackToAServerThatComesBack()
@@ -149,6 +150,22 @@ void tst_Link::theServerTellsWhoLeft()
     QCOMPARE(line["deviceSerial"].toInt(), 1001);
     QCOMPARE(line["peer"].toString(), server.line("connected")["peer"].toString());
     QVERIFY(!line["reason"].toString().isEmpty());
+}
+
+void tst_Link::theDeviceStaysWhenTheReaderOfItsTraceGoes()
+{
+    ServerProgram server;
+    Program simulator;
+    simulator.process().setStandardOutputFile(QString());
+    simulator.process().setStandardErrorFile(QString());
+    startSimulator(&simulator, deviceFile(1, 1, 1, 1, 1), server.port());
+    simulator.process().closeReadChannel(QProcess::StandardOutput);
+    simulator.process().closeReadChannel(QProcess::StandardError);
+    QVERIFY(!server.line("device").isEmpty());
+    for (int i = 0; i < 3; ++i) {
+        QCOMPARE(server.objects("get ain").size(), 1);
+    }
+    QCOMPARE(simulator.stop(SIGTERM), 0);
 }
 
 QTEST_GUILESS_MAIN(tst_Link)
