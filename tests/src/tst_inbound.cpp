@@ -166,6 +166,8 @@ private slots:
     void requests();
     void requestsOfUnknownObjects_data();
     void requestsOfUnknownObjects();
+    void capabilitiesFollowTheScanners_data();
+    void capabilitiesFollowTheScanners();
     void anAnswerBearsTheNumberOfItsRequest();
     void anEmptyRequestIsAnsweredEmpty();
     void theObjectsOfARequestAreAnsweredInTheirOrder();
@@ -302,6 +304,31 @@ void TestInbound::requestsOfUnknownObjects()
     QVERIFY(answer.list != nullptr);
     QCOMPARE(describe(answer), QStringList("DEVICE 1001 Panel"));
     QCOMPARE(link.console().text(), "Unknown object " + QByteArray::number(type) + "\nDEVICE Object\n");
+}
+
+void TestInbound::capabilitiesFollowTheScanners_data()
+{
+    QTest::addColumn<uint32_t>("scanners");
+    QTest::addColumn<QStringList>("answer");
+    const QStringList always{"CAPABILITY 1 analogout yes", "CAPABILITY 2 version 4.0.2"};
+    QTest::newRow("none") << 0U << always;
+    QTest::newRow("three") << 3U
+                           << always + QStringList{"CAPABILITY 3 access_reader SCANNER 1",
+                                                   "CAPABILITY 4 access_reader SCANNER 2",
+                                                   "CAPABILITY 5 access_reader SCANNER 3"};
+}
+
+void TestInbound::capabilitiesFollowTheScanners()
+{
+    QFETCH(uint32_t, scanners);
+    LinkedDevice link({0, 0, 0, 0, scanners});
+    QVERIFY(link.connect());
+    cObjectCapability request;
+    request.setDeviceSerial(kSerial);
+    const auto answer = link.ask(kRequest, {&request});
+    QVERIFY(answer.list != nullptr);
+    QTEST(describe(answer), "answer");
+    QCOMPARE(answer.object<cObjectCapability>(0)->getDeviceSerial(), kSerial);
 }
 
 void TestInbound::anAnswerBearsTheNumberOfItsRequest()
