@@ -4,6 +4,8 @@
 #include <cmath>
 #include <iostream>
 
+#include "cwheelguard.h"
+
 cAInput::cAInput() : mLastSampleTime(time(nullptr))
 {
     auto* box = new QHBoxLayout;
@@ -24,6 +26,7 @@ cAInput::cAInput() : mLastSampleTime(time(nullptr))
     mQSampleValue->setMinimum(0);
     mQSampleValue->setMaximum(100);
     mQSampleValue->setTracking(true);
+    new cWheelGuard(mQSampleValue);
     box->addWidget(mQSampleValue);
     auto* value = new QLabel;
     value->setNum(0);

@@ -10,7 +10,14 @@
 #include "cdoutput.h"
 #include "checkedindex.h"
 
-cDevice::cDevice() : mObjectClient(new cObjectClient) {}
+cDevice::cDevice() : mObjectClient(new cObjectClient)
+{
+    // A page that stands on no tab would be shown in the panel's corner.
+    for (QWidget* page : {&dinTab, &doutTab, static_cast<QWidget*>(&ainTab), &aoutTab, &accessTab, &adHocTab,
+                          &dInputOutputTab, &aInputOutputTab}) {
+        page->hide();
+    }
+}
 
 cDevice::cDevice(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, uint32_t scanners, char* label,
                  QString, uint32_t version, uint32_t serial)
@@ -90,12 +97,16 @@ int cDevice::getAnalogOutputCount()
 
 int cDevice::getDigitalInputValue(int port)
 {
-    return askGui([&] { return getInput(port - 1)->getCurrentState(); });
+    return askGui([&] {
+        return checkedAt(mDigitalInputList, qint64{port} - 1, "mDigitalInputList")->getCurrentState();
+    });
 }
 
 int cDevice::getDigitalOutputValue(int port)
 {
-    return askGui([&] { return getOutput(port - 1)->getCurrentState(); });
+    return askGui([&] {
+        return checkedAt(mDigitalOutputList, qint64{port} - 1, "mDigitalOutputList")->getCurrentState();
+    });
 }
 
 int cDevice::getAnalogInputValue(int port)

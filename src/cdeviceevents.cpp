@@ -15,7 +15,7 @@
 
 void cDevice::inputEvent(int index)
 {
-    qDebug().nospace() << "Got an input event from port " << index + 1 << Qt::endl;
+    qDebug().nospace() << "Got an input event from port " << qint64{index} + 1 << Qt::endl;
     const cDInput* input = checkedAt(mDigitalInputList, index, "mDigitalInputList");
     driveOutputs(*input);
 

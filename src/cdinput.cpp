@@ -2,6 +2,7 @@
 
 #include <QHBoxLayout>
 
+#include "cwheelguard.h"
 #include "statuscolour.h"
 
 cDInput::cDInput()
@@ -15,6 +16,7 @@ cDInput::cDInput()
     mQCurrentState = new QComboBox;
     mQCurrentState->addItem("LOW");
     mQCurrentState->addItem("HIGH");
+    new cWheelGuard(mQCurrentState);
     box->addWidget(mQCurrentState, 1);
     connect(mQCurrentState, SIGNAL(currentIndexChanged(int)), this, SLOT(combo_select(int)));
     setLayout(box);

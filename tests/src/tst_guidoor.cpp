@@ -1,0 +1,205 @@
+#include "cguidoor.h"
+#include "qttestmain.h"
+
+#include <atomic>
+#include <thread>
+
+namespace {
+
+/// Starts threads that go through a door, and joins them.
+class Visitors
+{
+public:
+    ~Visitors() { join(); }
+
+    void send(const std::function<void()>& body) { mThreads.emplace_back(body); }
+
+    void join()
+    {
+        for (std::thread& thread : mThreads) {
+            thread.join();
+        }
+        mThreads.clear();
+    }
+
+private:
+    std::vector<std::thread> mThreads;
+};
+
+/// Counts the visitors that stand at a door: each has posted one event to it.
+class CountedDoor : public cGuiDoor
+{
+public:
+    std::atomic<int> mArrivals{0};
+
+    /// Runs like run(), and counts the caller before it may have to wait.
+    bool visit(const std::function<void()>& call)
+    {
+        ++mArrivals;
+        return run(call);
+    }
+};
+
+const int kPatience = 30000;
+
+/// Waits without handling events, so that the door stays as it is meanwhile.
+template <class Condition>
+bool waitOutside(Condition condition)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition() && timer.elapsed() < kPatience) {
+        std::this_thread::yield();
+    }
+    return condition();
+}
+
+} // namespace
+
+class TestGuiDoor : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void onTheGuiThreadACallRunsAtOnce();
+    void aCallMayGoThroughTheDoorAgain();
+    void aCallOfAnotherThreadRunsOnTheGuiThread();
+    void theOtherThreadSeesWhatItsCallDid();
+    void callsOfOneThreadRunInTheirOrder();
+    void manyThreadsAllGetThrough();
+    void closingReleasesThoseWhoWait();
+    void aClosedDoorTurnsEveryoneAway();
+    void eventsThatAreLeftAfterClosingDoNothing();
+};
+
+void TestGuiDoor::onTheGuiThreadACallRunsAtOnce()
+{
+    cGuiDoor door;
+    bool ran = false;
+    QVERIFY(door.run([&] { ran = true; }));
+    QVERIFY(ran);
+}
+
+void TestGuiDoor::aCallMayGoThroughTheDoorAgain()
+{
+    cGuiDoor door;
+    QStringList order;
+    QVERIFY(door.run([&] {
+        order << "before";
+        QVERIFY(door.run([&] { order << "within"; }));
+        order << "after";
+    }));
+    QCOMPARE(order, QStringList({"before", "within", "after"}));
+}
+
+void TestGuiDoor::aCallOfAnotherThreadRunsOnTheGuiThread()
+{
+    cGuiDoor door;
+    QThread* ranOn = nullptr;
+    std::atomic<bool> returned{false};
+    Visitors visitors;
+    visitors.send([&] {
+        door.run([&] { ranOn = QThread::currentThread(); });
+        returned = true;
+    });
+    QTRY_VERIFY_WITH_TIMEOUT(returned, kPatience);
+    QCOMPARE(ranOn, QThread::currentThread());
+}
+
+void TestGuiDoor::theOtherThreadSeesWhatItsCallDid()
+{
+    cGuiDoor door;
+    int value = 0;
+    std::atomic<int> seen{-1};
+    std::atomic<bool> accepted{false};
+    Visitors visitors;
+    visitors.send([&] {
+        accepted = door.run([&] { value = 42; });
+        seen = value;
+    });
+    QTRY_COMPARE_WITH_TIMEOUT(seen.load(), 42, kPatience);
+    QVERIFY(accepted);
+}
+
+void TestGuiDoor::callsOfOneThreadRunInTheirOrder()
+{
+    cGuiDoor door;
+    QVector<int> order;
+    std::atomic<bool> done{false};
+    Visitors visitors;
+    visitors.send([&] {
+        for (int i = 0; i < 30; ++i) {
+            door.run([&order, i] { order.append(i); });
+        }
+        done = true;
+    });
+    QTRY_VERIFY_WITH_TIMEOUT(done, kPatience);
+    QCOMPARE(order.size(), 30);
+    QVERIFY(std::is_sorted(order.begin(), order.end()));
+}
+
+void TestGuiDoor::manyThreadsAllGetThrough()
+{
+    cGuiDoor door;
+    int calls = 0; // no lock: the GUI thread alone touches it
+    std::atomic<int> done{0};
+    Visitors visitors;
+    for (int thread = 0; thread < 4; ++thread) {
+        visitors.send([&] {
+            for (int i = 0; i < 30; ++i) {
+                door.run([&calls] { ++calls; });
+            }
+            ++done;
+        });
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(done.load(), 4, kPatience);
+    QCOMPARE(calls, 120);
+}
+
+void TestGuiDoor::closingReleasesThoseWhoWait()
+{
+    CountedDoor door;
+    std::atomic<int> turnedAway{0};
+    std::atomic<int> ran{0};
+    Visitors visitors;
+    for (int thread = 0; thread < 3; ++thread) {
+        visitors.send([&] { turnedAway += door.visit([&] { ++ran; }) ? 0 : 1; });
+    }
+    QVERIFY(waitOutside([&] { return door.mArrivals == 3; }));
+    door.close();
+    visitors.join();
+    QCOMPARE(turnedAway.load(), 3);
+    QCOMPARE(ran.load(), 0);
+}
+
+void TestGuiDoor::aClosedDoorTurnsEveryoneAway()
+{
+    cGuiDoor door;
+    door.close();
+    bool ran = false;
+    QVERIFY(!door.run([&] { ran = true; }));
+    std::atomic<bool> accepted{true};
+    Visitors visitors;
+    visitors.send([&] { accepted = door.run([&] { ran = true; }); });
+    visitors.join();
+    QVERIFY(!accepted);
+    QVERIFY(!ran);
+}
+
+void TestGuiDoor::eventsThatAreLeftAfterClosingDoNothing()
+{
+    CountedDoor door;
+    std::atomic<bool> accepted{true};
+    bool ran = false;
+    Visitors visitors;
+    visitors.send([&] { accepted = door.visit([&] { ran = true; }); });
+    QVERIFY(waitOutside([&] { return door.mArrivals == 1; }));
+    door.close();
+    visitors.join();
+    QCoreApplication::processEvents();
+    QVERIFY(!accepted);
+    QVERIFY(!ran);
+}
+
+ZUL_QTEST_MAIN(TestGuiDoor)
+#include "tst_guidoor.moc"
