@@ -134,7 +134,14 @@ void load(benchmark::State& state)
         state.ResumeTiming();
     }
 }
-BENCHMARK(load)->Arg(4)->Arg(99)->Arg(1000)->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(5)->ReportAggregatesOnly();
+BENCHMARK(load)
+    ->Arg(4)
+    ->Arg(99)
+    ->Arg(1000)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly();
 
 /// One request and its answer, while the GUI thread runs its event loop with the window shown.
 void roundTrip(benchmark::State& state, uint32_t portId)
