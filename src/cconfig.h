@@ -20,7 +20,7 @@ public:
     };
 
     /// Marks a field that was never set. An empty text counts as set.
-    static constexpr QLatin1String kUnset{"none"};
+    static constexpr char kUnset[] = "none";
 
     /// Every field starts empty.
     cConfig();

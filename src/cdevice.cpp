@@ -20,7 +20,7 @@ cDevice::cDevice() : mObjectClient(new cObjectClient)
 }
 
 cDevice::cDevice(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, uint32_t scanners, char* label,
-                 QString, uint32_t version, uint32_t serial)
+                 const QString&, uint32_t version, uint32_t serial)
     : cDevice()
 {
     describe(dins, douts, ains, aouts, label, version, serial);

@@ -43,7 +43,7 @@ public:
     /// @p label is UTF-8 and is copied. @p type is for the record and is not used: the device's type is
     /// always TYPE_DISCRETE_IO.
     cDevice(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, uint32_t scanners, char* label,
-            QString type, uint32_t version, uint32_t serial);
+            const QString& type, uint32_t version, uint32_t serial);
 
     /// Turns other threads away, then ends the link and the sampling, and joins their threads.
     ~cDevice() override;
