@@ -10,10 +10,14 @@ void cEventPump::addListener(cObjectListener* listener)
 
 void cEventPump::start()
 {
-    if (!mThread.joinable()) {
-        mStopping = false;
-        mThread = std::thread(&cEventPump::run, this);
+    if (mThread.joinable()) {
+        return;
     }
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mStopping = false;
+    }
+    mThread = std::thread(&cEventPump::run, this);
 }
 
 void cEventPump::stop()
