@@ -272,15 +272,9 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
     int64_t heardAt = linkNowMs();
     bool pinged = false;
     while (waitForReader()) {
-        const int64_t silence = linkNowMs() - heardAt;
-        if (silence >= mSettings.giveUpAfterMs) {
-            return "the server is silent";
-        }
-        if (silence >= mSettings.pingAfterMs && !pinged) {
-            queuePing(false);
-            pinged = true;
-        }
-        const int64_t wait = (pinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs) - silence;
+        // A listener may have taken its time: what has come meanwhile is read before silence is judged.
+        const int patienceMs = pinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs;
+        const int64_t wait = std::max<int64_t>(heardAt + patienceMs - linkNowMs(), 0);
         size_t received = 0;
         const cLinkSocket::eOutcome outcome = socket.receive(mReceiveBuffer.data(), mReceiveBuffer.size(),
                                                              static_cast<int>(wait), mWakeup.fd(), &received);
@@ -288,17 +282,25 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
             return "the connection was closed";
         }
         if (outcome == cLinkSocket::NOTHING) {
-            if (reader.overdue(linkNowMs())) {
+            const int64_t nowMs = linkNowMs();
+            if (reader.overdue(nowMs)) {
                 return "a message takes too long to arrive";
+            }
+            if (pinged && nowMs - heardAt >= mSettings.giveUpAfterMs) {
+                return "the server is silent";
+            }
+            if (!pinged && nowMs - heardAt >= mSettings.pingAfterMs) {
+                queuePing(false);
+                pinged = true;
             }
             continue;
         }
-        heardAt = linkNowMs();
-        pinged = false;
         std::string problem = handleBytes(mReceiveBuffer.data(), received, &reader);
         if (!problem.empty()) {
             return problem;
         }
+        heardAt = linkNowMs();
+        pinged = false;
     }
     return "stopped";
 }
