@@ -174,7 +174,7 @@ void cObjectClient::queue(cOutQueue::Entry entry)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
     const bool dead = entry.connection != cOutQueue::kAnyConnection &&
-                      (entry.connection != mConnection || mSocket == nullptr);
+                      (entry.connection != mConnection || mSocket == nullptr || mBroken);
     if (!mStarted || dead) {
         return;
     }
@@ -305,7 +305,8 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
     return "stopped";
 }
 
-/// Waits while the peer leaves too many answers unread. False when the client stops.
+/// Waits while the peer leaves too many answers unread; a connection that breaks has none left. False when
+/// the client stops.
 bool cObjectClient::waitForReader()
 {
     std::unique_lock<std::mutex> lock(mMutex);
@@ -398,6 +399,7 @@ void cObjectClient::sendLoop()
             }
             if (mSocket == socket) {
                 mBroken = true;
+                mOutQueue.dropOthers(cOutQueue::kAnyConnection);
             }
         }
         mReceiveChanged.notify_all();
