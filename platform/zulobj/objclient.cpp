@@ -179,6 +179,7 @@ void cObjectClient::queue(cOutQueue::Entry entry)
         return;
     }
     mOutQueue.push(std::move(entry));
+    adjustPump();
     mTransmitChanged.notify_one();
 }
 
@@ -262,6 +263,7 @@ void cObjectClient::connectionDown()
     mSocket->shutDown();
     mSocket.reset();
     mOutQueue.dropOthers(cOutQueue::kAnyConnection);
+    adjustPump();
     mRegistry.failAll(MSG_ERROR);
     mReceiveChanged.notify_all();
 }
@@ -310,10 +312,15 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
 bool cObjectClient::waitForReader()
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    mReceiveChanged.wait(
-        lock, [this] { return mStopping || mOutQueue.connectionBytes() <= mSettings.answerBytes; });
+    mReceiveChanged.wait(lock, [this] { return mStopping || !answersPileUp(); });
     return !mStopping;
 }
+
+/// The caller holds mMutex.
+bool cObjectClient::answersPileUp() const { return mOutQueue.connectionBytes() > mSettings.answerBytes; }
+
+/// Lets no further message be answered while answers pile up. The caller holds mMutex.
+void cObjectClient::adjustPump() { mEventPump.hold(answersPileUp()); }
 
 /// Returns why the connection can't go on, or an empty text.
 std::string cObjectClient::handleBytes(const uint8_t* data, size_t size, WMsgReader* reader)
@@ -400,6 +407,7 @@ void cObjectClient::sendLoop()
             if (mSocket == socket) {
                 mBroken = true;
                 mOutQueue.dropOthers(cOutQueue::kAnyConnection);
+                adjustPump();
             }
         }
         mReceiveChanged.notify_all();
@@ -416,6 +424,7 @@ bool cObjectClient::takeNext(cOutQueue::Entry* entry, SocketPtr* socket)
         return false;
     }
     mOutQueue.pop(entry);
+    adjustPump();
     giveNumber(entry);
     *socket = mSocket;
     return true;
