@@ -49,7 +49,12 @@ void cObjectClient::stop()
     mStarted = false;
     cOutQueue::Entry dropped;
     while (mOutQueue.pop(&dropped)) {
+        if (dropped.request != nullptr) {
+            dropped.request->status = MSG_ERROR;
+            dropped.request->complete = true;
+        }
     }
+    mReceiveChanged.notify_all();
 }
 
 /// Ends both threads of the link; the event pump, which may be waiting for the caller, goes on.
