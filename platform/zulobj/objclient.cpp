@@ -236,9 +236,11 @@ cObjectClient::SocketPtr cObjectClient::openConnection(std::string* problem)
     const std::vector<sLinkAddress> addresses =
         resolveAddress(mAddress, mPort, mSettings.connectMs, mWakeup.fd());
     *problem = "the name has no address";
+    size_t untried = addresses.size();
     for (const sLinkAddress& address : addresses) {
         const int64_t left = std::max<int64_t>(deadline - linkNowMs(), 1);
-        SocketPtr socket = cLinkSocket::connectTo(address, static_cast<int>(left), mWakeup.fd(), problem);
+        const int share = static_cast<int>(left / static_cast<int64_t>(untried--)) + 1;
+        SocketPtr socket = cLinkSocket::connectTo(address, share, mWakeup.fd(), problem);
         if (socket || stopping()) {
             return socket;
         }
