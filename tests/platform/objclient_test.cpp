@@ -702,9 +702,11 @@ TEST(ObjClientBackPressureTest, PeerThatNeverReadsIsGivenUpAndMayComeAgain)
     client.addListener(&listener);
     ASSERT_TRUE(client.start("127.0.0.1", listening.port()));
     PeerConnection peer = listening.accept();
-    for (int i = 0; i < 400; ++i) {
-        peer.send(messageOf(1, static_cast<uint8_t>(i))); // in vain once the client has given up
+    Bytes requests; // more than the pump holds
+    for (size_t i = 0; i < 2 * cEventPump::kMaxQueuedBytes / wmsg::kHeaderSize; ++i) {
+        messageOf(1, static_cast<uint8_t>(i)).appendFrames(requests);
     }
+    peer.send(requests); // in part in vain once the client has given up
     PeerConnection again = listening.accept();
     ASSERT_TRUE(again.isOpen());
     sendEvent(&client, 1);
