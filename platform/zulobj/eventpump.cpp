@@ -10,10 +10,14 @@ void cEventPump::addListener(cObjectListener* listener)
 
 void cEventPump::start()
 {
-    if (!mThread.joinable()) {
-        mStopping = false;
-        mThread = std::thread(&cEventPump::run, this);
+    if (mThread.joinable()) {
+        return;
     }
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mStopping = false;
+    }
+    mThread = std::thread(&cEventPump::run, this);
 }
 
 void cEventPump::stop()
@@ -53,6 +57,18 @@ void cEventPump::refuse(bool refused)
     mChanged.notify_all();
 }
 
+void cEventPump::hold(bool held)
+{
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        if (mHeld == held) {
+            return;
+        }
+        mHeld = held;
+    }
+    mChanged.notify_all();
+}
+
 bool cEventPump::delivering(uint8_t type, Delivery* delivery) const
 {
     const std::lock_guard<std::mutex> lock(mMutex);
@@ -79,7 +95,7 @@ bool cEventPump::takeNext(Item* item, std::vector<cObjectListener*>* listeners)
 {
     std::unique_lock<std::mutex> lock(mMutex);
     mDelivering = false;
-    mChanged.wait(lock, [this] { return mStopping || !mQueue.empty(); });
+    mChanged.wait(lock, [this] { return mStopping || (!mHeld && !mQueue.empty()); });
     if (mStopping) {
         return false;
     }

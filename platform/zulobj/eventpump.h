@@ -46,6 +46,9 @@ public:
     /// Turns push() away, also one that waits.
     void refuse(bool refused);
 
+    /// Begins no further call while @p held holds: what is queued waits. The call that is being made goes on.
+    void hold(bool held);
+
     /// True while a message of @p type is being delivered, which @p *delivery then describes.
     bool delivering(uint8_t type, Delivery* delivery) const;
 
@@ -70,6 +73,7 @@ private:
     Delivery mDelivery;
     bool mDelivering = false;
     bool mRefused = false;
+    bool mHeld = false;
     bool mStopping = false;
 
     // The owner's thread only.

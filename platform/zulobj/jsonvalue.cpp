@@ -1,5 +1,6 @@
 #include "zulobj/jsonvalue.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -74,11 +75,14 @@ WStatus floatFromJSON(const zuldict::TagEntry& entry, json_t* json, float* value
     if (!json_is_number(json)) {
         return WStatus::error(entry.name, "is not a number");
     }
+    // The nine digits of the largest float lie a little above it, so what rounds to it is taken as it.
+    constexpr double kLargest = std::numeric_limits<float>::max();
+    constexpr double kRoundsUp = 0x1.ffffffp127;
     const double number = json_number_value(json);
-    if (std::abs(number) > std::numeric_limits<float>::max()) {
+    if (std::abs(number) >= kRoundsUp) {
         return WStatus::error(entry.name, "is out of range");
     }
-    *value = static_cast<float>(number);
+    *value = static_cast<float>(std::clamp(number, -kLargest, kLargest));
     return WStatus::ok();
 }
 

@@ -49,7 +49,12 @@ void cObjectClient::stop()
     mStarted = false;
     cOutQueue::Entry dropped;
     while (mOutQueue.pop(&dropped)) {
+        if (dropped.request != nullptr) {
+            dropped.request->status = MSG_ERROR;
+            dropped.request->complete = true;
+        }
     }
+    mReceiveChanged.notify_all();
 }
 
 /// Ends both threads of the link; the event pump, which may be waiting for the caller, goes on.
@@ -174,11 +179,12 @@ void cObjectClient::queue(cOutQueue::Entry entry)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
     const bool dead = entry.connection != cOutQueue::kAnyConnection &&
-                      (entry.connection != mConnection || mSocket == nullptr);
+                      (entry.connection != mConnection || mSocket == nullptr || mBroken);
     if (!mStarted || dead) {
         return;
     }
     mOutQueue.push(std::move(entry));
+    adjustPump();
     mTransmitChanged.notify_one();
 }
 
@@ -230,9 +236,11 @@ cObjectClient::SocketPtr cObjectClient::openConnection(std::string* problem)
     const std::vector<sLinkAddress> addresses =
         resolveAddress(mAddress, mPort, mSettings.connectMs, mWakeup.fd());
     *problem = "the name has no address";
+    size_t untried = addresses.size();
     for (const sLinkAddress& address : addresses) {
         const int64_t left = std::max<int64_t>(deadline - linkNowMs(), 1);
-        SocketPtr socket = cLinkSocket::connectTo(address, static_cast<int>(left), mWakeup.fd(), problem);
+        const int share = static_cast<int>(left / static_cast<int64_t>(untried--)) + 1;
+        SocketPtr socket = cLinkSocket::connectTo(address, share, mWakeup.fd(), problem);
         if (socket || stopping()) {
             return socket;
         }
@@ -262,6 +270,7 @@ void cObjectClient::connectionDown()
     mSocket->shutDown();
     mSocket.reset();
     mOutQueue.dropOthers(cOutQueue::kAnyConnection);
+    adjustPump();
     mRegistry.failAll(MSG_ERROR);
     mReceiveChanged.notify_all();
 }
@@ -272,15 +281,9 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
     int64_t heardAt = linkNowMs();
     bool pinged = false;
     while (waitForReader()) {
-        const int64_t silence = linkNowMs() - heardAt;
-        if (silence >= mSettings.giveUpAfterMs) {
-            return "the server is silent";
-        }
-        if (silence >= mSettings.pingAfterMs && !pinged) {
-            queuePing(false);
-            pinged = true;
-        }
-        const int64_t wait = (pinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs) - silence;
+        // A listener may have taken its time: what has come meanwhile is read before silence is judged.
+        const int patienceMs = pinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs;
+        const int64_t wait = std::max<int64_t>(heardAt + patienceMs - linkNowMs(), 0);
         size_t received = 0;
         const cLinkSocket::eOutcome outcome = socket.receive(mReceiveBuffer.data(), mReceiveBuffer.size(),
                                                              static_cast<int>(wait), mWakeup.fd(), &received);
@@ -288,29 +291,43 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
             return "the connection was closed";
         }
         if (outcome == cLinkSocket::NOTHING) {
-            if (reader.overdue(linkNowMs())) {
+            const int64_t nowMs = linkNowMs();
+            if (reader.overdue(nowMs)) {
                 return "a message takes too long to arrive";
+            }
+            if (pinged && nowMs - heardAt >= mSettings.giveUpAfterMs) {
+                return "the server is silent";
+            }
+            if (!pinged && nowMs - heardAt >= mSettings.pingAfterMs) {
+                queuePing(false);
+                pinged = true;
             }
             continue;
         }
-        heardAt = linkNowMs();
-        pinged = false;
         std::string problem = handleBytes(mReceiveBuffer.data(), received, &reader);
         if (!problem.empty()) {
             return problem;
         }
+        heardAt = linkNowMs();
+        pinged = false;
     }
     return "stopped";
 }
 
-/// Waits while the peer leaves too many answers unread. False when the client stops.
+/// Waits while the peer leaves too many answers unread; a connection that breaks has none left. False when
+/// the client stops.
 bool cObjectClient::waitForReader()
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    mReceiveChanged.wait(
-        lock, [this] { return mStopping || mOutQueue.connectionBytes() <= mSettings.answerBytes; });
+    mReceiveChanged.wait(lock, [this] { return mStopping || !answersPileUp(); });
     return !mStopping;
 }
+
+/// The caller holds mMutex.
+bool cObjectClient::answersPileUp() const { return mOutQueue.connectionBytes() > mSettings.answerBytes; }
+
+/// Lets no further message be answered while answers pile up. The caller holds mMutex.
+void cObjectClient::adjustPump() { mEventPump.hold(answersPileUp()); }
 
 /// Returns why the connection can't go on, or an empty text.
 std::string cObjectClient::handleBytes(const uint8_t* data, size_t size, WMsgReader* reader)
@@ -396,6 +413,8 @@ void cObjectClient::sendLoop()
             }
             if (mSocket == socket) {
                 mBroken = true;
+                mOutQueue.dropOthers(cOutQueue::kAnyConnection);
+                adjustPump();
             }
         }
         mReceiveChanged.notify_all();
@@ -412,6 +431,7 @@ bool cObjectClient::takeNext(cOutQueue::Entry* entry, SocketPtr* socket)
         return false;
     }
     mOutQueue.pop(entry);
+    adjustPump();
     giveNumber(entry);
     *socket = mSocket;
     return true;

@@ -96,6 +96,8 @@ private:
     void connectionDown();
     void pause(const std::string& problem);
     bool waitForReader();
+    bool answersPileUp() const;
+    void adjustPump();
 
     // The sending thread.
     void sendLoop();

@@ -11,7 +11,11 @@ void cText::set(const char* text)
     }
 }
 
-void cText::set(const char* text, size_t size) { mText = std::string(text, strnlen(text, size)); }
+void cText::set(const char* text, size_t size)
+{
+    // No bytes may come as a null pointer, which strnlen() must not see.
+    mText = size == 0 ? std::string() : std::string(text, strnlen(text, size));
+}
 
 const std::string& cText::bytes() const
 {

@@ -1,0 +1,32 @@
+#ifndef HEXBYTES_H
+#define HEXBYTES_H
+
+#include <cstdint>
+#include <sstream>
+#include <string>
+#include <vector>
+
+/// The bytes that @p text writes in hex, two digits each. On every line, what follows a ';' is a note.
+inline std::vector<uint8_t> hexBytes(const std::string& text)
+{
+    std::vector<uint8_t> bytes;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream pairs(line.substr(0, line.find(';')));
+        for (std::string pair; pairs >> pair;) {
+            bytes.push_back(static_cast<uint8_t>(std::stoul(pair, nullptr, 16)));
+        }
+    }
+    return bytes;
+}
+
+/// All segments of a message, as they travel.
+template <class Message>
+std::vector<uint8_t> framesOf(const Message& message)
+{
+    std::vector<uint8_t> bytes;
+    message.appendFrames(bytes);
+    return bytes;
+}
+
+#endif

@@ -1,0 +1,102 @@
+#ifndef LINKPEER_H
+#define LINKPEER_H
+
+#include <cstdint>
+#include <vector>
+
+#include "wmsg/wmsg.h"
+#include "wmsg/wmsgreader.h"
+
+/// The peer's end of one connection, in plain bytes and in messages.
+///
+/// Every wait gives up after 20 seconds, so that a test fails instead of hanging.
+class PeerConnection
+{
+public:
+    explicit PeerConnection(int fd = -1) : mFd(fd) {}
+    ~PeerConnection() { close(); }
+    PeerConnection(PeerConnection&& other) noexcept;
+    PeerConnection& operator=(PeerConnection&& other) noexcept;
+
+    bool isOpen() const { return mFd >= 0; }
+    bool send(const std::vector<uint8_t>& bytes);
+    bool send(const WMsg& message);
+
+    /// The next message that is not a ping. Pings are answered on the way. False when the connection ends.
+    bool receive(WMsg* message);
+
+    /// The next message, whatever it is; nothing is answered.
+    bool receiveAny(WMsg* message);
+
+    /// True once the other side has closed, whatever it sent before.
+    bool waitForEnd();
+
+    void close();
+
+private:
+    int mFd;
+    WMsgReader mReader;
+    std::vector<uint8_t> mUnread;
+};
+
+/// A listening socket on a free port of the loopback address.
+class LinkPeer
+{
+public:
+    /// With @p receiveBuffer above 0 its connections hold about so many unread bytes.
+    explicit LinkPeer(int receiveBuffer = 0);
+    ~LinkPeer() { stopListening(); }
+    LinkPeer(const LinkPeer&) = delete;
+    LinkPeer& operator=(const LinkPeer&) = delete;
+
+    int port() const { return mPort; }
+
+    /// The next connection; one that is not open after 20 seconds without any.
+    PeerConnection accept();
+
+    /// Further attempts to connect are refused.
+    void stopListening();
+
+private:
+    int mFd;
+    int mPort = 0;
+};
+
+/// A port of the loopback address on which nothing listens, kept from others while this object lives.
+class ClosedPort
+{
+public:
+    ClosedPort();
+    ~ClosedPort();
+    ClosedPort(const ClosedPort&) = delete;
+    ClosedPort& operator=(const ClosedPort&) = delete;
+
+    int port() const { return mPort; }
+
+    /// From now on somebody listens there.
+    void listen();
+    PeerConnection accept();
+
+private:
+    int mFd;
+    int mPort = 0;
+};
+
+/// A listening port whose backlog is full, so that further attempts to connect hang.
+class FullPort
+{
+public:
+    FullPort();
+    ~FullPort();
+    FullPort(const FullPort&) = delete;
+    FullPort& operator=(const FullPort&) = delete;
+
+    int port() const { return mPort; }
+
+private:
+    int mFd;
+    int mPort = 0;
+    std::vector<int> mWaiting;
+};
+
+#endif
