@@ -51,6 +51,9 @@ std::shared_ptr<cLinkSocket> cLinkSocket::connectTo(const sLinkAddress& address,
             error = waitForConnect(fd, timeoutMs, wakeFd) ? connectError(fd) : ETIMEDOUT;
         }
     }
+    if (error == 0 && link->talksToItself()) {
+        error = ECONNREFUSED;
+    }
     if (error != 0) {
         setProblem(problem, error);
         return nullptr;
@@ -103,3 +106,14 @@ cLinkSocket::eOutcome cLinkSocket::sendAll(const uint8_t* bytes, size_t size, in
 }
 
 void cLinkSocket::shutDown() { ::shutdown(mFd, SHUT_RDWR); }
+
+bool cLinkSocket::talksToItself() const
+{
+    sockaddr_storage own{};
+    sockaddr_storage peer{};
+    socklen_t ownSize = sizeof own;
+    socklen_t peerSize = sizeof peer;
+    return getsockname(mFd, reinterpret_cast<sockaddr*>(&own), &ownSize) == 0 &&
+           getpeername(mFd, reinterpret_cast<sockaddr*>(&peer), &peerSize) == 0 && ownSize == peerSize &&
+           std::memcmp(&own, &peer, ownSize) == 0;
+}

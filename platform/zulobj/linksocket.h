@@ -41,6 +41,10 @@ public:
 
     void shutDown();
 
+    /// True when both ends are this very socket: an attempt to reach a port of this machine on which nobody
+    /// listens may be given that port as its own, and then succeeds.
+    bool talksToItself() const;
+
 private:
     int mFd;
 };
