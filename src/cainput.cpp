@@ -4,20 +4,13 @@
 #include <cmath>
 #include <iostream>
 
+#include "analogrow.h"
 #include "cwheelguard.h"
 
 cAInput::cAInput() : mLastSampleTime(time(nullptr))
 {
     auto* box = new QHBoxLayout;
-    mQLabel.setText(tr("PortName"));
-    mQLabel.setFixedWidth(100);
-    box->addWidget(&mQLabel);
-    mQGain.setNum(1.0);
-    mQGain.setFixedWidth(60);
-    box->addWidget(&mQGain);
-    mQOffset.setNum(0.0);
-    mQOffset.setFixedWidth(60);
-    box->addWidget(&mQOffset);
+    beginAnalogRow(box, &mQLabel, tr("PortName"), &mQGain, &mQOffset);
     mQSampleRate.setNum(10);
     mQSampleRate.setFixedWidth(60);
     box->addWidget(&mQSampleRate);

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "analogrow.h"
+
 namespace {
 
 /// @p value as an integer, cut toward zero; a value that no int holds becomes the nearest multiple of a
@@ -15,15 +17,7 @@ int truncated(float value) { return static_cast<int>(std::clamp(value, -2.0e9F, 
 cAOutput::cAOutput()
 {
     auto* box = new QHBoxLayout;
-    mQLabel.setText(tr("PortName"));
-    mQLabel.setFixedWidth(100);
-    box->addWidget(&mQLabel);
-    mQGain.setNum(1.0);
-    mQGain.setFixedWidth(60);
-    box->addWidget(&mQGain);
-    mQOffset.setNum(0.0);
-    mQOffset.setFixedWidth(60);
-    box->addWidget(&mQOffset);
+    beginAnalogRow(box, &mQLabel, tr("PortName"), &mQGain, &mQOffset);
     mQSampleValue.setMinimum(0);
     mQSampleValue.setMaximum(100);
     mQSampleValue.setOrientation(Qt::Horizontal);

@@ -1,0 +1,17 @@
+#include "analogrow.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+
+void beginAnalogRow(QHBoxLayout* box, QLabel* name, const QString& nameText, QLabel* gain, QLabel* offset)
+{
+    name->setText(nameText);
+    name->setFixedWidth(100);
+    box->addWidget(name);
+    gain->setNum(1.0);
+    gain->setFixedWidth(60);
+    box->addWidget(gain);
+    offset->setNum(0.0);
+    offset->setFixedWidth(60);
+    box->addWidget(offset);
+}
