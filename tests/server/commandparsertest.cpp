@@ -1,5 +1,6 @@
 #include <cmath>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string>
 #include <utility>
 
@@ -20,6 +21,8 @@ struct Good
     double seconds;
     const char* object; ///< type and the fields that matter, as the JSON form has them, or null
 };
+
+void PrintTo(const Good& row, std::ostream* out) { *out << row.name; }
 
 std::string nameOf(const testing::TestParamInfo<Good>& info) { return info.param.name; }
 

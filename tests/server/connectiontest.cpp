@@ -1,6 +1,7 @@
 // What the link does with peers that behave well, badly or not at all.
 
 #include <gtest/gtest.h>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,8 @@ struct Damage
     uint8_t value;
     const char* reason;
 };
+
+void PrintTo(const Damage& row, std::ostream* out) { *out << row.name; }
 
 class DamageTest : public ConnectionTest, public testing::WithParamInterface<Damage>
 {};

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -166,6 +167,8 @@ struct StatusRow
     std::vector<std::string> arguments;
     int status;
 };
+
+void PrintTo(const StatusRow& row, std::ostream* out) { *out << row.name; }
 
 class ExitStatusTest : public testing::TestWithParam<StatusRow>
 {};
