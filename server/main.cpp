@@ -1,11 +1,28 @@
 #include <clocale>
 #include <csignal>
 #include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "server/application.h"
 
+namespace {
+
+/// Where a standard stream is closed, its number must not go to a socket.
+void fillStandardStreams()
+{
+    int opened = ::open("/dev/null", O_RDONLY);
+    while (opened >= 0 && opened <= 2) {
+        opened = ::open("/dev/null", O_RDONLY);
+    }
+    ::close(opened);
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
+    fillStandardStreams();
     // The prompt takes the user's characters; numbers keep their point.
     std::setlocale(LC_CTYPE, "");
     std::signal(SIGPIPE, SIG_IGN);

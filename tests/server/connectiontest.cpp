@@ -1,0 +1,313 @@
+// What the link does with peers that behave well, badly or not at all.
+
+#include <gtest/gtest.h>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "objdevice.h"
+#include "rawdevice.h"
+#include "testserver.h"
+#include "zulobj/device.h"
+#include "zulobj/dinput.h"
+#include "zulobj/objectlist.h"
+
+namespace {
+
+/// The server of a test, with one device that stays well while another one misbehaves.
+class ConnectionTest : public testing::Test
+{
+protected:
+    void expectOthersGoOn()
+    {
+        mGood.send(inputEvent(77));
+        const server::JsonPtr message = mServer.lines().next("message");
+        EXPECT_EQ(object(message, 0, "portId"), "77");
+    }
+
+    void SetUp() override
+    {
+        mGood.identify(1);
+        mServer.lines().next("device");
+    }
+
+    std::string reasonOfNextEnd() { return member(mServer.lines().next("disconnected"), "reason"); }
+
+    TestServer mServer;
+    RawDevice mGood{mServer.port()};
+};
+
+server::LinkSettings impatient()
+{
+    server::LinkSettings settings;
+    settings.pingAfterMs = 20;
+    settings.giveUpAfterMs = 200;
+    return settings;
+}
+
+std::vector<uint8_t> framesOf(const WMsg& message)
+{
+    std::vector<uint8_t> bytes;
+    message.appendFrames(bytes);
+    return bytes;
+}
+
+} // namespace
+
+struct Damage
+{
+    const char* name;
+    size_t at;
+    uint8_t value;
+    const char* reason;
+};
+
+void PrintTo(const Damage& row, std::ostream* out) { *out << row.name; }
+
+class DamageTest : public ConnectionTest, public testing::WithParamInterface<Damage>
+{};
+
+TEST_P(DamageTest, closesThatConnectionOnly)
+{
+    RawDevice bad(mServer.port());
+    bad.identify(2);
+    mServer.lines().next("device");
+    std::vector<uint8_t> bytes = framesOf(inputEvent(5));
+    bytes[GetParam().at] = GetParam().value;
+    bad.sendBytes(bytes);
+    const server::JsonPtr line = mServer.lines().next();
+    EXPECT_EQ(member(line, "event"), "disconnected");
+    EXPECT_EQ(member(line, "peer"), bad.peer());
+    EXPECT_EQ(member(line, "deviceSerial"), "2");
+    EXPECT_EQ(member(line, "reason"), std::string("it sent broken bytes: ") + GetParam().reason);
+    bad.waitForEnd();
+    expectOthersGoOn();
+}
+
+INSTANTIATE_TEST_SUITE_P(all, DamageTest,
+                         testing::Values(Damage{"magic", 0, 'G', "magic: is not that of a message"},
+                                         Damage{"version", 2, 9, "protocol version: is not known"},
+                                         Damage{"flags", 3, 0xF0, "flags: are not all known"},
+                                         Damage{"fourGigabytes", 8, 0xFF,
+                                                "payload length: is more than a segment holds"},
+                                         Damage{"payload", 20, 0xEE, "checksum: does not fit the segment"}),
+                         [](const testing::TestParamInfo<Damage>& row) { return row.param.name; });
+
+TEST_F(ConnectionTest, garbageBeforeAnythingElse)
+{
+    RawDevice bad(mServer.port());
+    const std::string text = "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n";
+    bad.sendBytes({text.begin(), text.end()});
+    const server::JsonPtr line = mServer.lines().next("disconnected");
+    EXPECT_EQ(member(line, "deviceSerial"), "null");
+    EXPECT_EQ(member(line, "reason"), "it sent broken bytes: magic: is not that of a message");
+    expectOthersGoOn();
+}
+
+TEST_F(ConnectionTest, halfAMessageAndTheEnd)
+{
+    RawDevice bad(mServer.port());
+    std::vector<uint8_t> bytes = framesOf(inputEvent(5));
+    bytes.resize(bytes.size() / 2);
+    bad.sendBytes(bytes);
+    bad.disconnect();
+    EXPECT_EQ(reasonOfNextEnd(), "the peer closed the connection");
+    expectOthersGoOn();
+}
+
+TEST_F(ConnectionTest, aMessageInOddPieces)
+{
+    const std::vector<uint8_t> bytes = framesOf(inputEvent(5));
+    for (const uint8_t byte : bytes) {
+        mGood.sendBytes({byte});
+    }
+    EXPECT_EQ(object(mServer.lines().next("message"), 0, "portId"), "5");
+}
+
+TEST_F(ConnectionTest, aMalformedPayloadIsReportedAndTheConnectionGoesOn)
+{
+    WMsg message = inputEvent(5);
+    message.payload.resize(message.payload.size() - 1);
+    mGood.send(message);
+    std::string report;
+    ASSERT_TRUE(mServer.errors().nextText(&report));
+    EXPECT_EQ(report.rfind("zulserver: " + mGood.peer() + ": A message of type 3 was not understood: ", 0),
+              0U)
+        << report;
+    mGood.send(inputEvent(6));
+    EXPECT_EQ(object(mServer.lines().next(), 0, "portId"), "6");
+}
+
+TEST_F(ConnectionTest, everyTypeArrivesAsItWasSent)
+{
+    for (int type = 0; type < 256; ++type) {
+        WMsg message = messageOf(static_cast<uint8_t>(type), {});
+        message.seq = static_cast<uint8_t>(type + 1);
+        mGood.send(message);
+        const server::JsonPtr line = mServer.lines().next();
+        EXPECT_EQ(member(line, "msgType"), std::to_string(type));
+        EXPECT_EQ(member(line, "msgSeq"), std::to_string((type + 1) % 256));
+        EXPECT_EQ(objectCount(line), 0U);
+    }
+}
+
+TEST_F(ConnectionTest, anUnknownObjectKeepsItsCode)
+{
+    const cObject unknown(static_cast<eObjectTypes>(4000000000U));
+    mGood.send(messageOf(3, {&unknown}));
+    EXPECT_EQ(object(mServer.lines().next("message"), 0, "type"), "4000000000");
+}
+
+TEST_F(ConnectionTest, aPingIsAnswered)
+{
+    mGood.send(WMsg::ping(false));
+    mGood.waitForPing();
+}
+
+TEST(ConnectionTimesTest, aSilentPeerIsPingedAndThenDropped)
+{
+    TestServer server(impatient());
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    device.waitForPing();
+    EXPECT_EQ(member(server.lines().next("disconnected"), "reason"), "it is silent");
+    EXPECT_EQ(device.pings(), 1);
+}
+
+TEST(ConnectionTimesTest, anIdlePeerThatAnswersPingsStays)
+{
+    server::LinkSettings settings = impatient();
+    settings.giveUpAfterMs = 1000000;
+    TestServer server(settings);
+    RawDevice device(server.port());
+    device.identify(1);
+    for (int i = 0; i < 3; ++i) {
+        device.waitForPing();
+        device.send(WMsg::ping(true));
+    }
+    device.send(inputEvent(5));
+    server.lines().next("device");
+    EXPECT_EQ(member(server.lines().next(), "event"), "message");
+}
+
+TEST(ConnectionTimesTest, pingsDoNotCount)
+{
+    server::LinkSettings settings = impatient();
+    settings.giveUpAfterMs = 1000000;
+    TestServer server(settings);
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    device.waitForPing();
+    server.type("send type=9");
+    EXPECT_EQ(device.receive().seq, 2);
+}
+
+TEST(ConnectionTimesTest, aPeerThatNeverReadsIsDropped)
+{
+    server::LinkSettings settings;
+    settings.queueBytes = 4096;
+    TestServer server(settings);
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    // Each ping asks for an answer that nobody reads.
+    std::vector<uint8_t> pings;
+    for (int i = 0; i < 100000; ++i) {
+        WMsg::ping(false).appendFrames(pings);
+    }
+    for (int i = 0; i < 20; ++i) {
+        device.sendBytes(pings);
+    }
+    EXPECT_EQ(member(server.lines().next("disconnected"), "reason"), "it does not read what is sent to it");
+}
+
+TEST(IdentifyTest, messagesAreHeldUntilTheDeviceLine)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    for (uint32_t port = 1; port <= 3; ++port) {
+        device.send(inputEvent(port));
+    }
+    device.identify(42);
+    device.send(inputEvent(4));
+    EXPECT_EQ(member(server.lines().next(), "event"), "connected");
+    const server::JsonPtr line = server.lines().next();
+    EXPECT_EQ(member(line, "event"), "device");
+    EXPECT_EQ(member(line, "peer"), device.peer());
+    EXPECT_EQ(member(line, "deviceSerial"), "42");
+    EXPECT_EQ(member(line, "type"), "(none)");
+    for (uint32_t port = 1; port <= 4; ++port) {
+        const server::JsonPtr message = server.lines().next();
+        EXPECT_EQ(member(message, "event"), "message");
+        EXPECT_EQ(member(message, "deviceSerial"), "42");
+        EXPECT_EQ(object(message, 0, "portId"), std::to_string(port));
+    }
+}
+
+TEST(IdentifyTest, theDeviceIsAskedAtOnce)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    const WMsg question = device.receive();
+    EXPECT_EQ(question.type, cObjectList::kRequest);
+    EXPECT_EQ(question.seq, 1);
+    EXPECT_FALSE(question.answer);
+    cObjectList list;
+    ASSERT_TRUE(list.decode(question).isOk());
+    ASSERT_EQ(list.size(), 1U);
+    const auto* asked = dynamic_cast<cObjectDevice*>(list.first());
+    ASSERT_NE(asked, nullptr);
+    EXPECT_EQ(asked->getDeviceSerial(), cObject::kWildcard);
+}
+
+TEST(IdentifyTest, anEmptyAnswerIsAskedAgainAFewTimes)
+{
+    server::LinkSettings settings;
+    settings.askAgainMs = 1;
+    TestServer server(settings);
+    RawDevice device(server.port());
+    const cObject other(OBJ_MSG_INFO);
+    for (int asked = 1; asked <= settings.askAttempts; ++asked) {
+        const WMsg question = device.receive();
+        EXPECT_EQ(question.seq, asked);
+        device.answer(question, {&other});
+    }
+    const server::JsonPtr line = server.lines().next("disconnected");
+    EXPECT_EQ(member(line, "reason"), "it does not say which device it is");
+    EXPECT_EQ(member(line, "deviceSerial"), "null");
+}
+
+TEST(IdentifyTest, aLateRecordIsTaken)
+{
+    server::LinkSettings settings;
+    settings.askAgainMs = 1;
+    TestServer server(settings);
+    RawDevice device(server.port());
+    device.answer(device.receive(), {});
+    device.identify(8);
+    EXPECT_EQ(member(server.lines().next("device"), "deviceSerial"), "8");
+}
+
+TEST(IdentifyTest, aClientThatNeverSaysIsDropped)
+{
+    server::LinkSettings settings;
+    settings.identifyMs = 20;
+    TestServer server(settings);
+    RawDevice device(server.port());
+    EXPECT_EQ(member(server.lines().next("disconnected"), "reason"), "it does not say which device it is");
+}
+
+TEST(IdentifyTest, aClientThatTalksTooMuchBeforeIsDropped)
+{
+    server::LinkSettings settings;
+    settings.heldBytes = 1000;
+    TestServer server(settings);
+    RawDevice device(server.port());
+    for (uint32_t port = 1; port <= 20; ++port) {
+        device.send(inputEvent(port));
+    }
+    EXPECT_EQ(member(server.lines().next("disconnected"), "reason"),
+              "it sends too much before it says which device it is");
+}

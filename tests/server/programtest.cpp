@@ -1,0 +1,308 @@
+// The program itself: its standard streams and exit statuses.
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "linecatcher.h"
+#include "rawdevice.h"
+
+namespace {
+
+/// A running zulserver at a free port.
+class Program
+{
+public:
+    explicit Program(std::vector<std::string> arguments, rlim_t mostFiles = 0)
+    {
+        arguments.insert(arguments.begin(), ZULSERVER_PATH);
+        int input[2];
+        int output[2];
+        int errors[2];
+        EXPECT_EQ(::pipe2(input, O_CLOEXEC) + ::pipe2(output, O_CLOEXEC) + ::pipe2(errors, O_CLOEXEC), 0);
+        std::vector<char*> pointers;
+        for (std::string& argument : arguments) {
+            pointers.push_back(argument.data());
+        }
+        pointers.push_back(nullptr);
+        mPid = ::fork();
+        if (mPid == 0) {
+            ::dup2(input[0], 0);
+            ::dup2(output[1], 1);
+            ::dup2(errors[1], 2);
+            if (mostFiles > 0) {
+                const rlimit limit{mostFiles, mostFiles};
+                ::setrlimit(RLIMIT_NOFILE, &limit);
+            }
+            ::execv(pointers[0], pointers.data());
+            ::_exit(127);
+        }
+        ::close(input[0]);
+        ::close(output[1]);
+        ::close(errors[1]);
+        mTyping = input[1];
+        mLines = std::make_unique<LineCatcher>(output[0]);
+        mErrors = std::make_unique<LineCatcher>(errors[0]);
+    }
+
+    ~Program()
+    {
+        endInput();
+        if (mPid > 0) {
+            ::kill(mPid, SIGKILL);
+            ::waitpid(mPid, nullptr, 0);
+        }
+    }
+
+    uint16_t port()
+    {
+        const server::JsonPtr line = mLines->next("listening");
+        return static_cast<uint16_t>(json_integer_value(json_object_get(line.get(), "port")));
+    }
+
+    LineCatcher& lines() { return *mLines; }
+    LineCatcher& errors() { return *mErrors; }
+    void signal(int number) const { ::kill(mPid, number); }
+
+    void type(const std::string& text) const
+    {
+        EXPECT_EQ(::write(mTyping, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+
+    void endInput()
+    {
+        if (mTyping >= 0) {
+            ::close(mTyping);
+            mTyping = -1;
+        }
+    }
+
+    /// The exit status, or 1000 and the number of the signal that ended it.
+    int wait()
+    {
+        int status = 0;
+        ::waitpid(mPid, &status, 0);
+        mPid = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+    }
+
+private:
+    pid_t mPid = -1;
+    int mTyping = -1;
+    std::unique_ptr<LineCatcher> mLines;
+    std::unique_ptr<LineCatcher> mErrors;
+};
+
+std::vector<std::string> withFreePort(std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), {"--port", "0"});
+    return arguments;
+}
+
+/// A file that goes away again.
+class TemporaryFile
+{
+public:
+    explicit TemporaryFile(const std::string& content)
+    {
+        ::close(::mkstemp(mPath));
+        std::ofstream(mPath) << content;
+    }
+    ~TemporaryFile() { std::remove(mPath); }
+    const char* path() const { return mPath; }
+
+private:
+    char mPath[32] = "/tmp/zulservertest-XXXXXX";
+};
+
+} // namespace
+
+TEST(ProgramTest, listensFirstAndEndsOnSignals)
+{
+    for (const int number : {SIGTERM, SIGINT}) {
+        Program program(withFreePort({}));
+        const server::JsonPtr line = program.lines().next();
+        EXPECT_EQ(member(line, "event"), "listening");
+        EXPECT_EQ(member(line, "address"), "127.0.0.1");
+        program.signal(number);
+        EXPECT_EQ(program.wait(), 0);
+    }
+}
+
+TEST(ProgramTest, aSignalEndsItInTheMiddleOfACommandToo)
+{
+    Program program(withFreePort({"--command", "foo", "--command", "wait device timeout=1000"}));
+    program.lines().next("reply");
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait(), 0);
+}
+
+TEST(ProgramTest, theEndOfTheInputEndsNothing)
+{
+    Program program(withFreePort({}));
+    const uint16_t port = program.port();
+    program.type("sleep 0"); // without a line end
+    program.endInput();
+    EXPECT_EQ(member(program.lines().next(), "command"), "sleep 0");
+    RawDevice device(port);
+    device.identify(3);
+    EXPECT_EQ(member(program.lines().next("device"), "deviceSerial"), "3");
+    program.signal(SIGINT);
+    EXPECT_EQ(program.wait(), 0);
+}
+
+struct StatusRow
+{
+    const char* name;
+    std::vector<std::string> arguments;
+    int status;
+};
+
+void PrintTo(const StatusRow& row, std::ostream* out) { *out << row.name; }
+
+class ExitStatusTest : public testing::TestWithParam<StatusRow>
+{};
+
+TEST_P(ExitStatusTest, isAsDocumented)
+{
+    Program program(withFreePort(GetParam().arguments));
+    EXPECT_EQ(program.wait(), GetParam().status);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    all, ExitStatusTest,
+    testing::Values(
+        StatusRow{"ok", {"--command", "sleep 0"}, 0},
+        StatusRow{"noCommandAtAll", {"--commands", "/dev/null"}, 0}, StatusRow{"wrongOption", {"--foo"}, 1},
+        StatusRow{"noSuchFile", {"--commands", "/nonexistent/x"}, 1},
+        StatusRow{"noSuchAddress", {"--listen", "203.0.113.1"}, 1},
+        StatusRow{"noAddress", {"--listen", "not an address"}, 1},
+        StatusRow{"error", {"--command", "get device", "--command", "sleep 0"}, 2},
+        StatusRow{"timeout", {"--command", "wait event timeout=0.01"}, 3},
+        StatusRow{
+            "timeoutWinsOverError", {"--command", "wait event timeout=0.01", "--command", "get device"}, 3},
+        StatusRow{"quit", {"--command", "foo", "--command", "quit", "--command", "wait device"}, 2},
+        StatusRow{"wholeRun", {"--timeout", "0.05"}, 3},
+        StatusRow{"wholeRunInACommand", {"--timeout", "0.05", "--command", "wait device timeout=1000"}, 3},
+        StatusRow{"help", {"--help"}, 0}, StatusRow{"version", {"--version"}, 0}),
+    [](const testing::TestParamInfo<StatusRow>& row) { return row.param.name; });
+
+TEST(ProgramTest, theRunningCommandIsAnsweredWhenTheRunTimesOut)
+{
+    Program program(withFreePort({"--timeout", "0.05", "--command", "sleep 1000", "--command", "help"}));
+    const server::JsonPtr reply = program.lines().next("reply");
+    EXPECT_EQ(member(reply, "command"), "sleep 1000");
+    EXPECT_EQ(member(reply, "status"), "timeout");
+    EXPECT_EQ(member(reply, "error"), "The time of the whole run is over.");
+    EXPECT_FALSE(program.lines().next());
+    EXPECT_EQ(program.wait(), 3);
+}
+
+TEST(ProgramTest, aPortInUseIsOneSentence)
+{
+    Program first(withFreePort({}));
+    Program second({"--port", std::to_string(first.port())});
+    std::string line;
+    ASSERT_TRUE(second.errors().nextText(&line));
+    EXPECT_NE(line.find("Address already in use"), std::string::npos) << line;
+    EXPECT_FALSE(second.errors().nextText(&line));
+    EXPECT_FALSE(second.lines().nextText(&line));
+    EXPECT_EQ(second.wait(), 1);
+}
+
+TEST(ProgramTest, anotherAddressThanLoopbackIsMentioned)
+{
+    Program program(withFreePort({"--listen", "0.0.0.0", "--command", "sleep 0"}));
+    std::string line;
+    ASSERT_TRUE(program.errors().nextText(&line));
+    EXPECT_EQ(line.rfind("zulserver: Listening at 0.0.0.0: other machines can reach", 0), 0U) << line;
+    EXPECT_EQ(program.wait(), 0);
+}
+
+TEST(ProgramTest, endsAfterSoManyMessages)
+{
+    Program program(withFreePort({"--count", "3"}));
+    RawDevice device(program.port());
+    program.type("foo\n");
+    program.lines().next("reply");
+    for (uint32_t port = 1; port <= 5; ++port) {
+        device.send(inputEvent(port));
+    }
+    device.identify(1);
+    for (int i = 1; i <= 3; ++i) {
+        EXPECT_EQ(object(program.lines().next("message"), 0, "portId"), std::to_string(i));
+    }
+    EXPECT_FALSE(program.lines().next()) << "nothing comes after the third";
+    EXPECT_EQ(program.wait(), 0);
+}
+
+TEST(ProgramTest, commandsComeFromAFile)
+{
+    const TemporaryFile file(
+        "# Comments and blank lines are skipped.\r\n\n   \nsleep 0\r\n  help  \n\t# end\nfoo");
+    Program program(withFreePort({"--commands", file.path(), "--command", "sleep 0.001"}));
+    program.type("get device\n");
+    program.lines().next("listening");
+    for (const char* command : {"sleep 0.001", "sleep 0", "help", "foo"}) {
+        EXPECT_EQ(member(program.lines().next(), "command"), command);
+    }
+    EXPECT_FALSE(program.lines().next());
+    EXPECT_EQ(program.wait(), 2);
+}
+
+TEST(ProgramTest, aReaderThatGoesAwayEndsItQuietly)
+{
+    Program program(withFreePort({}));
+    program.port();
+    program.lines().close();
+    program.type("sleep 0\n");
+    std::string line;
+    ASSERT_TRUE(program.errors().nextText(&line));
+    EXPECT_EQ(line, "zulserver: Standard output cannot be written: Broken pipe.");
+    EXPECT_EQ(program.wait(), 1);
+}
+
+TEST(ProgramTest, aReaderThatNeverReadsDoesNotKeepItFromEnding)
+{
+    Program program(withFreePort({}));
+    RawDevice device(program.port());
+    device.identify(1);
+    program.lines().next("device");
+    for (uint32_t port = 1; port <= 2000; ++port) {
+        device.send(inputEvent(port));
+    }
+    device.send(WMsg::ping(false));
+    device.waitForPing();
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait(), 0);
+}
+
+TEST(ProgramTest, tooManyConnectionsAreOneReportAndServiceGoesOn)
+{
+    Program program(withFreePort({}), 24);
+    const uint16_t port = program.port();
+    std::vector<std::unique_ptr<RawDevice>> crowd;
+    for (int i = 0; i < 30; ++i) {
+        crowd.push_back(std::make_unique<RawDevice>(port));
+    }
+    std::string line;
+    ASSERT_TRUE(program.errors().nextText(&line));
+    EXPECT_EQ(line, "zulserver: New connections cannot be accepted for now: Too many open files.");
+    crowd.clear();
+    RawDevice late(port);
+    late.identify(99);
+    EXPECT_EQ(member(program.lines().next("device"), "deviceSerial"), "99");
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait(), 0);
+    EXPECT_FALSE(program.errors().nextText(&line)) << line;
+}

@@ -1,0 +1,63 @@
+#ifndef RAWDEVICE_H
+#define RAWDEVICE_H
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "wmsg/wmsg.h"
+#include "wmsg/wmsgreader.h"
+#include "zulobj/object.h"
+
+/// A device by hand: it sends and receives single messages, or bytes that are none.
+class RawDevice
+{
+public:
+    /// Connects to 127.0.0.1 at @p port.
+    explicit RawDevice(uint16_t port);
+    ~RawDevice();
+    RawDevice(const RawDevice&) = delete;
+    RawDevice& operator=(const RawDevice&) = delete;
+
+    void send(const WMsg& message);
+    void sendBytes(const std::vector<uint8_t>& bytes);
+
+    /// The next message, pings apart; those are counted, not answered.
+    WMsg receive();
+
+    /// Receives the question for the device record and answers that it is the device @p serial.
+    void identify(uint32_t serial);
+
+    /// Answers @p request with @p objects.
+    void answer(const WMsg& request, std::initializer_list<const cObject*> objects);
+
+    /// Reads until the server closes the connection, or fails.
+    void waitForEnd();
+
+    /// Reads until a ping comes, or fails.
+    void waitForPing();
+
+    void disconnect();
+
+    /// "127.0.0.1:PORT" as the server sees it.
+    std::string peer() const;
+
+    int pings() const { return mPings; }
+
+private:
+    bool readSome();
+
+    int mFd;
+    WMsgReader mReader;
+    std::vector<uint8_t> mBytes;
+    int mPings = 0;
+};
+
+/// A message of @p type with @p objects, no answer, with sequence number 1.
+WMsg messageOf(uint8_t type, std::initializer_list<const cObject*> objects);
+
+/// An event with a digital input of this port id.
+WMsg inputEvent(uint32_t portId);
+
+#endif

@@ -1,0 +1,44 @@
+#ifndef TESTSERVER_H
+#define TESTSERVER_H
+
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "linecatcher.h"
+#include "server/application.h"
+
+/// A whole server in this process, at a free port, with pipes for its standard streams.
+class TestServer
+{
+public:
+    explicit TestServer(const server::LinkSettings& settings = {}, server::Options options = {});
+    ~TestServer();
+    TestServer(const TestServer&) = delete;
+    TestServer& operator=(const TestServer&) = delete;
+
+    uint16_t port() const { return mPort; }
+    LineCatcher& lines() { return *mLines; }
+    LineCatcher& errors() { return *mErrors; }
+
+    /// Types a command.
+    void type(const std::string& command);
+
+    /// Types a command and returns its reply; other lines are passed over.
+    server::JsonPtr reply(const std::string& command);
+
+    /// Waits for the server's end and returns its exit status.
+    int wait();
+
+private:
+    std::unique_ptr<LineCatcher> mLines;
+    std::unique_ptr<LineCatcher> mErrors;
+    int mTyping = -1;
+    int mServerEnds[3] = {-1, -1, -1};
+    std::unique_ptr<server::Application> mApplication;
+    std::thread mThread;
+    uint16_t mPort = 0;
+    int mStatus = -1;
+};
+
+#endif
