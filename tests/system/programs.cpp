@@ -84,7 +84,11 @@ bool Program::waitFor(const std::function<bool()>& condition)
 
 int Program::stop(int signalNumber)
 {
-    ::kill(static_cast<pid_t>(mProcess.processId()), signalNumber);
+    // Process 0 would mean this test and all that runs with it.
+    const auto process = static_cast<pid_t>(mProcess.processId());
+    if (process > 0) {
+        ::kill(process, signalNumber);
+    }
     return waitForEnd();
 }
 
