@@ -70,7 +70,7 @@ void CommandRunner::startNext()
 
 void CommandRunner::begin()
 {
-    mRun.emplace();
+    mRun = Run();
     mRun->id = ++mRuns;
     mRun->begun = Clock::now();
     mRun->text = std::move(mQueue.front());

@@ -137,7 +137,7 @@ void Prompt::takeKey()
     }
 }
 
-void Prompt::finishLine(std::string line)
+void Prompt::finishLine(const std::string& line)
 {
     if (line.find_first_not_of(" \t") != std::string::npos) {
         HistEvent event;

@@ -17,7 +17,7 @@ namespace server {
 ///
 /// Prompt and typed text go to the terminal itself. It never blocks the event loop for longer than a
 /// keystroke of several bytes takes to arrive.
-class Prompt : public TypedLine
+class Prompt final : public TypedLine
 {
 public:
     /// True when the program may edit lines at @p fd: a capable terminal, in the foreground.
@@ -45,7 +45,7 @@ private:
     void waitForKey();
     void waitForSignal();
     void takeKey();
-    void finishLine(std::string line);
+    void finishLine(const std::string& line);
     void restart();
 
     asio::posix::stream_descriptor mStream;
