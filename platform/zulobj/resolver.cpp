@@ -48,6 +48,16 @@ std::vector<sLinkAddress> numericAddress(const std::string& host, uint16_t port)
     return addresses;
 }
 
+/// This machine's own address in both families: that is what the name "localhost" always stands for
+/// (RFC 6761, 6.3), also where no file says so.
+std::vector<sLinkAddress> loopbackAddresses(uint16_t port)
+{
+    std::vector<sLinkAddress> addresses = numericAddress("127.0.0.1", port);
+    const std::vector<sLinkAddress> second = numericAddress("::1", port);
+    addresses.insert(addresses.end(), second.begin(), second.end());
+    return addresses;
+}
+
 /// What a look-up by c-ares has found so far.
 struct sLookup
 {
@@ -108,6 +118,9 @@ std::vector<sLinkAddress> resolveAddress(const std::string& host, uint16_t port,
     std::vector<sLinkAddress> numeric = numericAddress(host, port);
     if (!numeric.empty()) {
         return numeric;
+    }
+    if (host == "localhost") {
+        return loopbackAddresses(port);
     }
     static const int libraryReady = ares_library_init(ARES_LIB_INIT_ALL);
     ares_channel channel = nullptr;

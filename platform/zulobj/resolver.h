@@ -14,9 +14,9 @@ struct sLinkAddress
     socklen_t size = 0;
 };
 
-/// The addresses that @p host stands for, with @p port: a numeric one at once, a name through c-ares, which
-/// unlike the C library can be told to stop. None when there are none, after @p timeoutMs, or as soon as
-/// the descriptor @p wakeFd is readable.
+/// The addresses that @p host stands for, with @p port: a numeric one and "localhost" at once, another name
+/// through c-ares, which unlike the C library can be told to stop. None when there are none, after @p
+/// timeoutMs, or as soon as the descriptor @p wakeFd is readable.
 std::vector<sLinkAddress> resolveAddress(const std::string& host, uint16_t port, int timeoutMs, int wakeFd);
 
 #endif
