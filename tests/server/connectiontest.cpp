@@ -109,6 +109,8 @@ TEST_F(ConnectionTest, halfAMessageAndTheEnd)
     RawDevice bad(mServer.port());
     std::vector<uint8_t> bytes = framesOf(inputEvent(5));
     bytes.resize(bytes.size() / 2);
+    // Closed with the server's question unread, a socket resets the connection instead of ending it.
+    bad.receive();
     bad.sendBytes(bytes);
     bad.disconnect();
     EXPECT_EQ(reasonOfNextEnd(), "the peer closed the connection");
