@@ -23,6 +23,12 @@ void cAccess::setLabel(const char* label)
     cObjectAccess::setLabel(label);
 }
 
+void cAccess::send(const QString& code)
+{
+    mCardSerialNum->setText(code);
+    mSendEvtBtn->click();
+}
+
 void cAccess::EvtBtnClicked()
 {
     setScanCode(mCardSerialNum->text().toLocal8Bit().constData());

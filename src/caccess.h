@@ -21,6 +21,9 @@ public:
     /// Shows @p label, translated, on the row and stores it in the record.
     void setLabel(const char* label);
 
+    /// Types @p code into the row and presses its button.
+    void send(const QString& code);
+
 signals:
     /// The operator sends what stands in the row; @p port is the scanner's number, from 1.
     void send_accesss_evnt(int port);

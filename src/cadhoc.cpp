@@ -35,6 +35,18 @@ cAdHocEvent::cAdHocEvent()
     setLayout(grid);
 }
 
+bool cAdHocEvent::send(int id, const QString& label, const QString& value)
+{
+    if (id < mEventID->minimum() || id > mEventID->maximum()) {
+        return false;
+    }
+    mEventID->setValue(id);
+    mQLabel->setText(label);
+    mQValue->setText(value);
+    mSendEvtBtn->click();
+    return true;
+}
+
 void cAdHocEvent::EvtBtnClicked()
 {
     setPortId(static_cast<uint32_t>(mEventID->value()));

@@ -18,6 +18,9 @@ class cAdHocEvent : public QWidget, public cObjectAdhocEvent
 public:
     cAdHocEvent();
 
+    /// Fills the form in and presses its button. False, and no change, for an @p id outside the form's range.
+    bool send(int id, const QString& label, const QString& value);
+
 signals:
     /// The operator sends what stands in the form; the argument is always 0.
     void send_adhoc_evnt(int);

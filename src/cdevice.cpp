@@ -38,7 +38,7 @@ cDevice::cDevice(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, u
 cDevice::~cDevice()
 {
     // Threads that wait at the door must be gone before anybody waits for them.
-    mDoor.close();
+    mDoor->close();
     stopSampling();
     delete mObjectClient;
     for (cObjectCapability* capability : mCapabilityList) {
@@ -78,56 +78,24 @@ cDOutput* cDevice::getOutput(int index) const
     return checkedAt(mDigitalOutputList, index, "mDigitalOutputList");
 }
 
-int cDevice::getDiscreteInputCount()
+int cDevice::getDigitalInputValue(int port) const
 {
-    return askGui([this] { return int(getDiscreteInCount()); });
-}
-int cDevice::getDiscreteOutputCount()
-{
-    return askGui([this] { return int(getDiscreteOutCount()); });
-}
-int cDevice::getAnalogInputCount()
-{
-    return askGui([this] { return int(getAnalogInCount()); });
-}
-int cDevice::getAnalogOutputCount()
-{
-    return askGui([this] { return int(getAnalogOutCount()); });
+    return checkedAt(mDigitalInputList, qint64{port} - 1, "mDigitalInputList")->getCurrentState();
 }
 
-int cDevice::getDigitalInputValue(int port)
+int cDevice::getAnalogInputValue(int port) const
 {
-    return askGui([&] {
-        return checkedAt(mDigitalInputList, qint64{port} - 1, "mDigitalInputList")->getCurrentState();
-    });
+    return checkedAt(mAnalogInputList, qint64{port} - 1, "mAnalogInputList")->getCurrentSample();
 }
 
-int cDevice::getDigitalOutputValue(int port)
+int cDevice::getDigitalOutputValue(int port) const
 {
-    return askGui([&] {
-        return checkedAt(mDigitalOutputList, qint64{port} - 1, "mDigitalOutputList")->getCurrentState();
-    });
+    return checkedAt(mDigitalOutputList, qint64{port} - 1, "mDigitalOutputList")->getCurrentState();
 }
 
-int cDevice::getAnalogInputValue(int port)
+int cDevice::getAnalogOutputValue(int port) const
 {
-    return askGui([&] {
-        return checkedAt(mAnalogInputList, qint64{port} - 1, "mAnalogInputList")->getCurrentSample();
-    });
-}
-
-int cDevice::getAnalogOutputValue(int port)
-{
-    return askGui([&] {
-        return checkedAt(mAnalogOutputList, qint64{port} - 1, "mAnalogOutputList")->getCurrentSample();
-    });
-}
-
-int cDevice::askGui(const std::function<int()>& question)
-{
-    int result = 0;
-    mDoor.run([&] { result = question(); });
-    return result;
+    return checkedAt(mAnalogOutputList, qint64{port} - 1, "mAnalogOutputList")->getCurrentSample();
 }
 
 void cDevice::startSampling()
@@ -155,7 +123,7 @@ void* cDevice::sample_thread(void* arg)
 {
     auto* device = static_cast<cDevice*>(arg);
     do {
-        device->mDoor.run([device] { device->samplePass(); });
+        device->mDoor->run([device] { device->samplePass(); });
     } while (device->waitForNextPass());
     return nullptr;
 }

@@ -7,6 +7,7 @@
 #include <QScrollArea>
 #include <QTabWidget>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <pthread.h>
 #include <vector>
@@ -61,19 +62,28 @@ public:
     cDInput* getInput(int index) const;
     cDOutput* getOutput(int index) const;
 
-    // Any thread. Ports are numbered from 1, and a wrong one ends the program. 0 while the device is going
-    // away.
-    Q_INVOKABLE int getDiscreteInputCount();
-    Q_INVOKABLE int getDiscreteOutputCount();
-    Q_INVOKABLE int getAnalogInputCount();
-    Q_INVOKABLE int getAnalogOutputCount();
-    Q_INVOKABLE int getDigitalInputValue(int port);
-    Q_INVOKABLE int getAnalogInputValue(int port);
-    Q_INVOKABLE int getDigitalOutputValue(int port);
-    Q_INVOKABLE int getAnalogOutputValue(int port);
+    // GUI thread, like everything here; scripts come through cScriptReceiver. Ports are numbered from 1, and
+    // a wrong one ends the program.
+    Q_INVOKABLE int getDiscreteInputCount() const { return static_cast<int>(getDiscreteInCount()); }
+    Q_INVOKABLE int getDiscreteOutputCount() const { return static_cast<int>(getDiscreteOutCount()); }
+    Q_INVOKABLE int getAnalogInputCount() const { return static_cast<int>(getAnalogInCount()); }
+    Q_INVOKABLE int getAnalogOutputCount() const { return static_cast<int>(getAnalogOutCount()); }
+    Q_INVOKABLE int getDigitalInputValue(int port) const;
+    Q_INVOKABLE int getAnalogInputValue(int port) const;
+    Q_INVOKABLE int getDigitalOutputValue(int port) const;
+    Q_INVOKABLE int getAnalogOutputValue(int port) const;
 
     /// The body of a sampling thread; @p arg is the device.
     static void* sample_thread(void* arg);
+
+    /// The way to this device for other threads; it may outlive the device.
+    std::shared_ptr<cGuiDoor> door() const { return mDoor; }
+
+    /// Types @p code into the row of @p scanner, from 1, and presses its button. False where there is none.
+    bool scan(int scanner, const QString& code);
+
+    /// Fills the ad-hoc editor in and presses its button. False for an @p id that the form does not take.
+    bool adhoc(int id, const QString& label, const QString& value);
 
     /// How many sampling threads run.
     size_t samplingThreads() const { return mSampleThreads.size(); }
@@ -98,6 +108,28 @@ public slots:
 
     /// Reports what the ad-hoc editor holds; the argument is ignored.
     void adHocEvnt(int);
+
+    // What scripts do, as if an operator did it. Ports are numbered from 1.
+
+    /// Selects 0 ("LOW") or 1 ("HIGH") on a digital input; a wrong port ends the program.
+    void setDigitalInput_Slot(int port, int value);
+
+    /// Moves the slider of an analog input to @p value, 0 to 100; a wrong port ends the program.
+    void setAnalogInput_Slot(int port, int value);
+
+    /// Selects @p input on the wiring page and ticks or unticks @p output. A wrong input changes nothing, a
+    /// wrong or wired output nothing but the selection.
+    void connectDigitalInput_Slot(int input, int output, bool connect);
+
+    /// The same for analog ports; it shows the digital button of that number checked, and ends the program
+    /// where there is none.
+    void connectAnalogInput_Slot(int input, int output, bool connect);
+
+    // The wiring pages. The sender's object name tells which input or output is meant.
+    void digitalRadioButtonClicked();
+    void analogRadioButtonClicked();
+    void digitalCheckBoxStateChanged(int state);
+    void analogCheckBoxStateChanged(int state);
 
 private:
     // Building the panel.
@@ -139,7 +171,6 @@ private:
     void driveOutputs(const cAInput& input, cObjectAOutput* value);
 
     // Sampling.
-    int askGui(const std::function<int()>& question);
     void startSampling();
     void stopSampling();
     bool waitForNextPass();
@@ -168,7 +199,7 @@ private:
     int32_t selectedDigitalInput = 0;
     int32_t selectedAnalogInput = 0;
 
-    cGuiDoor mDoor;
+    std::shared_ptr<cGuiDoor> mDoor = std::make_shared<cGuiDoor>();
     std::vector<pthread_t> mSampleThreads;
     std::mutex mSamplingMutex;
     std::condition_variable mSamplingChanged;

@@ -66,7 +66,7 @@ void traceUnknown(const cObject& object)
 
 void cDevice::handleObjectAction(cObjectList* msg)
 {
-    mDoor.run([&] { dispatch(msg); });
+    mDoor->run([&] { dispatch(msg); });
 }
 
 void cDevice::dispatch(cObjectList* msg)

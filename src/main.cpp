@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <csignal>
+#include <cstdlib>
 #include <iostream>
 
 namespace {
@@ -43,6 +44,11 @@ QString carryOut(const cOptions& options, MainWindow& window)
             return refusal->text;
         }
     }
+    for (const std::string& script : options.scripts) {
+        if (!window.runScript(fullPath(script))) {
+            return unreadable("script", script);
+        }
+    }
     return {};
 }
 
@@ -56,7 +62,13 @@ int run(QApplication& application, const cOptions& options)
         return fail(problem);
     }
     window.show();
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    if (!window.shutDown()) {
+        // A script hangs where nothing can reach it; its thread must not outlive what it uses.
+        std::cout.flush();
+        std::_Exit(status);
+    }
+    return status;
 }
 
 } // namespace

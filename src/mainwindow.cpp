@@ -6,6 +6,7 @@
 #include "createconnectiondialog.h"
 #include "devicefile.h"
 #include "paths.h"
+#include "scriptworker.h"
 #include "ui_mainwindow.h"
 #include "wlog/wlog.h"
 
@@ -35,7 +36,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui::MainWi
 MainWindow::~MainWindow()
 {
     qDeleteAll(openDialogs());
-    delete mDevice;
+    shutDown();
     delete mConfig;
     delete ui;
 }
@@ -117,9 +118,9 @@ void MainWindow::loadDevice()
     setCentralWidget(mDevice);
 }
 
-QString MainWindow::chooseFile(const QString& filter)
+QString MainWindow::chooseFile(const QString& directory, const QString& filter)
 {
-    return QFileDialog::getOpenFileName(this, tr("Open File"), paths::configurationPrefix(), filter);
+    return QFileDialog::getOpenFileName(this, tr("Open File"), directory, filter);
 }
 
 void MainWindow::reportUnreadableFile()
@@ -139,7 +140,7 @@ bool MainWindow::openDeviceFile(const QString& path)
 void MainWindow::on_actionLoad_triggered()
 {
     qDebug("Load has been clicked");
-    if (!openDeviceFile(chooseFile(QStringLiteral("Device File (*.dev)")))) {
+    if (!openDeviceFile(chooseFile(paths::configurationPrefix(), QStringLiteral("Device File (*.dev)")))) {
         reportUnreadableFile();
     }
 }
@@ -169,7 +170,8 @@ bool MainWindow::openConnectionFile(const QString& path)
 void MainWindow::on_actionLoad_existing_connection_configuration_triggered()
 {
     qDebug("Load connection has been clicked");
-    if (!openConnectionFile(chooseFile(QStringLiteral("Connection File (*.con)")))) {
+    if (!openConnectionFile(
+            chooseFile(paths::configurationPrefix(), QStringLiteral("Connection File (*.con)")))) {
         reportUnreadableFile();
     }
 }
@@ -207,6 +209,41 @@ void MainWindow::on_actionConnect_triggered()
     if (const std::optional<cRefusal> refusal = connectToServer()) {
         QMessageBox::critical(this, refusal->title, refusal->text, QMessageBox::Ok);
     }
+}
+
+bool MainWindow::runScript(const QString& path)
+{
+    if (!QFile(path).open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    auto worker = std::make_unique<scriptWorker>(mDevice->door());
+    connect(this, &MainWindow::transferScriptFileName, worker.get(), &scriptWorker::receiveScriptFileName);
+    announceScript(path);
+    mScripts.start(std::move(worker));
+    return true;
+}
+
+void MainWindow::announceScript(const QString& path)
+{
+    // The workers of earlier scripts hear of it too, on their threads, and make nothing of it.
+    emit transferScriptFileName(path, mDevice);
+}
+
+void MainWindow::on_actionSelect_Script_to_Run_triggered()
+{
+    const QString path =
+        chooseFile(QStringLiteral("/home/user/zulbench/"), QStringLiteral("JavaScript File (*.js)"));
+    if (!runScript(path)) {
+        reportUnreadableFile();
+    }
+}
+
+bool MainWindow::shutDown()
+{
+    // The device's door closes first, so that no script waits at it.
+    delete mDevice;
+    mDevice = nullptr;
+    return mScripts.stop();
 }
 
 void MainWindow::showDialog(QDialog* dialog)

@@ -3,6 +3,7 @@
 
 // Complete, so that the meta-object knows both pointer types of the signals.
 #include "cdevice.h"
+#include "cscripts.h"
 
 #include <QList>
 #include <QMainWindow>
@@ -46,6 +47,17 @@ public:
     /// nothing was started; whether the server was reached does not count.
     std::optional<cRefusal> connectToServer();
 
+    /// Runs the JavaScript file at @p path against the loaded device, on a thread of its own; false, and no
+    /// thread, if it cannot be opened.
+    bool runScript(const QString& path);
+
+    /// How many scripts were started.
+    size_t scriptCount() const { return mScripts.count(); }
+
+    /// Ends the device's link and threads and every script. False where a script does not end; then only the
+    /// end of the process helps.
+    bool shutDown();
+
     /// The record in use; it lives as long as the window.
     const cConfig& config() const;
 
@@ -71,6 +83,7 @@ private slots:
     void on_actionEdit_Connection_Configuration_triggered();
     void on_actionConnect_changed();
     void on_actionConnect_triggered();
+    void on_actionSelect_Script_to_Run_triggered();
 
 protected:
     /// The dialogs close with the window, so that the program ends with it.
@@ -83,8 +96,9 @@ private:
     void takeDeviceFile(const QString& path);
     void takeConnection(const cConfig& config);
     void loadDevice();
-    QString chooseFile(const QString& filter);
+    QString chooseFile(const QString& directory, const QString& filter);
     void reportUnreadableFile();
+    void announceScript(const QString& path);
     void showDialog(QDialog* dialog);
     QList<QDialog*> openDialogs() const;
 
@@ -93,6 +107,7 @@ private:
     cConfig* mConfig;
     bool connected;
     QList<QPointer<QDialog>> mDialogs;
+    cScripts mScripts;
 };
 
 #endif

@@ -74,12 +74,20 @@ void describe(CLI::App& app, cOptions& options)
     app.set_help_flag("-h,--help", "Print this help and end");
     app.set_version_flag("--version", std::string(kProgram) + " " + ZULBENCH_VERSION,
                          "Print the version and end");
-    app.add_option("--device", options.deviceFile, "Load this device file")->type_name("FILE");
+    CLI::Option* device = app.add_option("--device", options.deviceFile, "Load this device file");
+    device->type_name("FILE");
     app.add_option("--connection", options.connectionFile, "Take the server's address from this file")
         ->type_name("FILE");
     app.add_flag("--connect", options.connect, "Connect to the server");
+    app.add_option("--script", options.scripts,
+                   "Run this JavaScript file; may be given again, needs --device")
+        ->type_name("FILE")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->needs(device);
     app.add_flag("--headless", options.headless, "Run without a display");
-    app.footer("The device is loaded first, then the connection file, and then the device connects.\n"
+    app.footer("The device is loaded first, then the connection file, then the device connects, and\n"
+               "the scripts start last.\n"
                "Qt's own options, such as -platform and -style, are understood as well.");
 }
 

@@ -4,6 +4,7 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <vector>
 
 /// Holds what the command line asks for.
 ///
@@ -13,6 +14,7 @@ struct cOptions
     std::optional<std::string> deviceFile;
     std::optional<std::string> connectionFile;
     bool connect = false;
+    std::vector<std::string> scripts; ///< in the order typed; never without a device file
     bool headless = false;
     bool platformNamed = false; ///< Qt's own -platform was given
 };
