@@ -123,6 +123,11 @@ private slots:
     void startCreatesTheConfigurationDirectory();
     void optionsAreCarriedOutInTheirOwnOrder();
     void aRelativeNameIsMeantFromTheWorkingDirectory();
+    void aScriptNeedsADevice();
+    void everyScriptIsRun();
+    void anUnreadableScriptEndsWithOne();
+    void aSignalEndsTheProgramWhateverAScriptDoes_data();
+    void aSignalEndsTheProgramWhateverAScriptDoes();
 };
 
 void TestProgram::helpAndVersionNeedNoDisplay_data()
@@ -257,6 +262,69 @@ void TestProgram::aRelativeNameIsMeantFromTheWorkingDirectory()
     const bool read = program.waitForError("Read Label As:\"Panel\"");
     QVERIFY(QDir::setCurrent(formerDirectory));
     QVERIFY2(read, program.error().constData());
+    program.send(SIGTERM);
+    QCOMPARE(program.status(), 0);
+}
+
+void TestProgram::aScriptNeedsADevice()
+{
+    const HomeFiles home;
+    Program program;
+    program.start({"--headless", "--script", home.write("a.js", "")});
+    QCOMPARE(program.status(), 1);
+    QCOMPARE(program.out(), QByteArray());
+    QCOMPARE(program.error().count('\n'), 1);
+    QVERIFY2(program.error().contains("--device"), program.error().constData());
+}
+
+void TestProgram::everyScriptIsRun()
+{
+    const HomeFiles home;
+    Program program;
+    program.start({"--script", home.write("a.js", "print('first ran')"), "--script",
+                   home.write("b.js", "print('second ran')"), "--headless", "--device",
+                   home.write("Panel.dev", kPanel)});
+    QVERIFY2(program.waitForError("first ran"), program.error().constData());
+    QVERIFY2(program.waitForError("second ran"), program.error().constData());
+    program.send(SIGTERM);
+    QCOMPARE(program.status(), 0);
+    QVERIFY(program.complaints().isEmpty());
+}
+
+void TestProgram::anUnreadableScriptEndsWithOne()
+{
+    const HomeFiles home;
+    Program program;
+    program.start({"--headless", "--device", home.write("Panel.dev", kPanel), "--script",
+                   home.write("a.js", "while (true) { }"), "--script", "no.js"});
+    QCOMPARE(program.status(), 1);
+    const QList<QByteArray> complaints = program.complaints();
+    QCOMPARE(complaints.size(), 1);
+    QVERIFY2(complaints.first().contains("'no.js'"), complaints.first().constData());
+}
+
+void TestProgram::aSignalEndsTheProgramWhateverAScriptDoes_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::newRow("an endless loop") << QByteArray("while (true) { }");
+    QTest::newRow("a sleep") << QByteArray("sender.sleep(1e9);");
+    QTest::newRow("a tight loop of settings")
+        << QByteArray("for (var i = 0; true; ++i) receiver.setAnalogInput_Slot(1, i % 100);");
+    QTest::newRow("a tight loop of questions") << QByteArray("while (true) receiver.getAnalogInputValue(1);");
+    // Nothing reaches a script within a search that takes years.
+    QTest::newRow("a search without an end")
+        << QByteArray("/^(([a-z])+.)+[A-Z]([a-z])+$/.test(new Array(200).join('a'));"
+                      "var big = new Array(4294967295); big.sort(); while (true) big.indexOf(1);");
+}
+
+void TestProgram::aSignalEndsTheProgramWhateverAScriptDoes()
+{
+    QFETCH(QByteArray, script);
+    const HomeFiles home;
+    Program program;
+    program.start({"--headless", "--device", home.write("Panel.dev", kPanel), "--script",
+                   home.write("a.js", "print('it runs');" + script)});
+    QVERIFY2(program.waitForError("it runs"), program.error().constData());
     program.send(SIGTERM);
     QCOMPARE(program.status(), 0);
 }

@@ -2,12 +2,15 @@
 #include "cainput.h"
 #include "cdinput.h"
 #include "cdoutput.h"
+#include "cscripts.h"
 #include "panelview.h"
 #include "qttestmain.h"
+#include "scriptworker.h"
 #include "testdevice.h"
 
 #include <QProcess>
 #include <QPushButton>
+#include <QTemporaryFile>
 #include <limits>
 
 // Each scenario ends the program that runs it. So the test starts itself once more for each of them.
@@ -38,6 +41,31 @@ void reportSample(cDevice& device, uint32_t port)
     auto* sample = new cObjectAnalogSample;
     sample->setPortNum(port);
     device.analogEvent(sample);
+}
+
+/// Ticks an output's box, whose name has no number, while input 1 is selected.
+void tickNamelessBox(const cDevice& device, const QString& kind)
+{
+    device.findChild<QRadioButton*>(kind + "RadioButton_1")->click();
+    auto* box = device.findChild<QCheckBox*>(kind + "CheckBox_1");
+    box->setObjectName(kind + "CheckBox_");
+    box->click();
+}
+
+/// Runs a script to its end, which the script shows by setting digital input 2.
+void runScript(cDevice& device, const QByteArray& script)
+{
+    QTemporaryFile file;
+    if (!file.open() || file.write(script + "; receiver.setDigitalInput_Slot(2, 1)") < 0 || !file.flush()) {
+        return;
+    }
+    auto worker = std::make_unique<scriptWorker>(device.door());
+    worker->receiveScriptFileName(file.fileName(), &device);
+    cScripts scripts;
+    scripts.start(std::move(worker));
+    if (!QTest::qWaitFor([&] { return device.getDigitalInputValue(2) == 1; }, 30000)) {
+        qFatal("the script has not ended");
+    }
 }
 
 const std::initializer_list<Scenario>& scenarios()
@@ -90,6 +118,34 @@ const std::initializer_list<Scenario>& scenarios()
          [](cDevice& device) { device.getOutput(-1); }},
         {"a wire beyond the last", "Index 1 is outside outputList, which holds 1",
          [](cDevice& device) { device.getInput(0)->getOutputPort(1); }},
+        {"wiring analog input 2 without a digital one",
+         "Index 1 is outside mDigitalInputRadioButtonList, which holds 1",
+         [](cDevice&) {
+             makeDevice({1, 1, 2, 1, 0})->connectAnalogInput_Slot(2, 1, true);
+         }},
+        {"a digital box without a number", "Index -1 is outside mDigitalOutputList, which holds 2",
+         [](cDevice& device) { tickNamelessBox(device, "digital"); }},
+        {"an analog box without a number", "Index -1 is outside mAnalogOutputList, which holds 1",
+         [](cDevice& device) { tickNamelessBox(device, "analog"); }},
+        {"setting digital input 0", "Index -1 is outside mDigitalInputList, which holds 2",
+         [](cDevice& device) { device.setDigitalInput_Slot(0, 1); }},
+        {"setting a digital input beyond the last", "Index 2 is outside mDigitalInputList, which holds 2",
+         [](cDevice& device) { device.setDigitalInput_Slot(3, 1); }},
+        {"setting analog input 2", "Index 1 is outside mAnalogInputList, which holds 1",
+         [](cDevice& device) { device.setAnalogInput_Slot(2, 1); }},
+        {"setting the lowest number there is", "Index -2147483649 is outside mAnalogInputList, which holds 1",
+         [](cDevice& device) { device.setAnalogInput_Slot(std::numeric_limits<int>::min(), 1); }},
+        {"a script that reads digital input 3", "Index 2 is outside mDigitalInputList, which holds 2",
+         [](cDevice& device) { runScript(device, "receiver.getDigitalInputValue(3)"); }},
+        {"a script that emits analog input 2", "Index 1 is outside mAnalogInputList, which holds 1",
+         [](cDevice& device) {
+             runScript(device, "sender.setAnalogInput_Signal.connect(receiver.setAnalogInput_Slot);"
+                               "sender.setAnalogInput_Signal(2, 5)");
+         }},
+        {"a script that scans at the last scanner", "Index 3 is outside mAccessList, which holds 3",
+         [](cDevice& device) { runScript(device, "sender.scan(3, 'K')"); }},
+        {"a script that does nothing wrong", nullptr,
+         [](cDevice& device) { runScript(device, "receiver.getDigitalInputValue(2)"); }},
         {"nothing wrong", nullptr, [](cDevice& device) { device.getDigitalInputValue(2); }},
     };
     return kScenarios;
