@@ -11,6 +11,7 @@ cAccess::cAccess()
     mCardSerialNum->setText("");
     mCardSerialNum->setFixedWidth(500);
     box->addWidget(mCardSerialNum);
+    mQLabel->setBuddy(mCardSerialNum);
     mSendEvtBtn = new QPushButton("Send Event");
     box->addWidget(mSendEvtBtn);
     connect(mSendEvtBtn, SIGNAL(clicked()), this, SLOT(EvtBtnClicked()));
@@ -20,6 +21,8 @@ cAccess::cAccess()
 void cAccess::setLabel(const char* label)
 {
     mQLabel->setText(tr(label));
+    mCardSerialNum->setAccessibleName(mQLabel->text());
+    mSendEvtBtn->setAccessibleName(mSendEvtBtn->text() + QLatin1Char(' ') + mQLabel->text());
     cObjectAccess::setLabel(label);
 }
 

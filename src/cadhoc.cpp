@@ -9,6 +9,7 @@ namespace {
 
 QGroupBox* groupAround(const QString& title, QWidget* control)
 {
+    control->setAccessibleName(title);
     auto* group = new QGroupBox(title);
     auto* box = new QVBoxLayout;
     box->addWidget(control);
@@ -31,8 +32,12 @@ cAdHocEvent::cAdHocEvent()
     grid->addWidget(groupAround(tr("Event Label"), mQLabel), 0, 1);
     grid->addWidget(groupAround(tr("Event Value"), mQValue), 0, 2);
     grid->addWidget(groupAround(tr("Send"), mSendEvtBtn), 0, 3);
+    mSendEvtBtn->setAccessibleName(mSendEvtBtn->text());
     connect(mSendEvtBtn, SIGNAL(clicked()), this, SLOT(EvtBtnClicked()));
     setLayout(grid);
+    setTabOrder(mEventID, mQLabel);
+    setTabOrder(mQLabel, mQValue);
+    setTabOrder(mQValue, mSendEvtBtn);
 }
 
 bool cAdHocEvent::send(int id, const QString& label, const QString& value)

@@ -20,6 +20,7 @@ cAInput::cAInput() : mLastSampleTime(time(nullptr))
     mQSampleValue->setMaximum(100);
     mQSampleValue->setTracking(true);
     new cWheelGuard(mQSampleValue);
+    mQLabel.setBuddy(mQSampleValue);
     box->addWidget(mQSampleValue);
     auto* value = new QLabel;
     value->setNum(0);
@@ -34,7 +35,11 @@ cAInput::cAInput() : mLastSampleTime(time(nullptr))
     setLayout(box);
 }
 
-void cAInput::setPortName(QString& name) { mQLabel.setText(name); }
+void cAInput::setPortName(QString& name)
+{
+    mQLabel.setText(name);
+    mQSampleValue->setAccessibleName(name);
+}
 
 void cAInput::setSampleRate(uint32_t minutes)
 {

@@ -29,7 +29,11 @@ cAOutput::cAOutput()
     setLayout(box);
 }
 
-void cAOutput::setPortName(QString& name) { mQLabel.setText(name); }
+void cAOutput::setPortName(QString& name)
+{
+    mQLabel.setText(name);
+    mQSampleValue.setAccessibleName(name);
+}
 
 void cAOutput::setSampledValue(float value)
 {

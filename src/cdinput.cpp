@@ -17,12 +17,17 @@ cDInput::cDInput()
     mQCurrentState->addItem("LOW");
     mQCurrentState->addItem("HIGH");
     new cWheelGuard(mQCurrentState);
+    mQLabel->setBuddy(mQCurrentState);
     box->addWidget(mQCurrentState, 1);
     connect(mQCurrentState, SIGNAL(currentIndexChanged(int)), this, SLOT(combo_select(int)));
     setLayout(box);
 }
 
-void cDInput::setPortName(QString& name) { mQLabel->setText(name); }
+void cDInput::setPortName(QString& name)
+{
+    mQLabel->setText(name);
+    mQCurrentState->setAccessibleName(name);
+}
 
 void cDInput::setDefaultState(eObjectIOState state)
 {

@@ -4,6 +4,7 @@
 
 #include <QDebug>
 #include <QIODevice>
+#include <QSaveFile>
 #include <QTextStream>
 
 namespace {
@@ -46,6 +47,17 @@ void cDeviceFile::write(QIODevice& file) const
            << "Device version:      " << version << '\n'
            << "Device serial:       " << serial << '\n'
            << "Device label:        " << label << '\n';
+}
+
+bool cDeviceFile::save(const QString& path) const
+{
+    QSaveFile file(path);
+    file.setDirectWriteFallback(true);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return false;
+    }
+    write(file);
+    return file.commit();
 }
 
 uint32_t cDeviceFile::versionNumber() const { return version.toUInt(); }

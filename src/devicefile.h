@@ -30,6 +30,10 @@ struct cDeviceFile
     /// Writes the nine lines to @p file, open for writing, every value in column 22.
     void write(QIODevice& file) const;
 
+    /// Writes the file at @p path, in place of what is there. False where that cannot be done; then what was
+    /// there still is.
+    bool save(const QString& path) const;
+
     // The decimal number that the text is, or 0 if it is none or does not fit 32 bits.
     uint32_t versionNumber() const;
     uint32_t serialNumber() const;

@@ -1,11 +1,16 @@
 #include "mainwindow.h"
 
+#include "additemsdialog.h"
 #include "cconfig.h"
+#include "configpropertiesdialog.h"
 #include "connectiondialog.h"
 #include "connectionfile.h"
 #include "createconnectiondialog.h"
+#include "createdialog.h"
 #include "devicefile.h"
+#include "linerewrite.h"
 #include "paths.h"
+#include "removeitemdialog.h"
 #include "scriptworker.h"
 #include "ui_mainwindow.h"
 #include "wlog/wlog.h"
@@ -23,6 +28,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui::MainWi
     ui->setupUi(this);
     cWlog::init(cWlog::INFO);
     ui->menuBar->setNativeMenuBar(false);
+    ui->mainToolBar->widgetForAction(ui->actionConnect)->setFocusPolicy(Qt::TabFocus);
     mConfig = new cConfig;
     mConfig->setZULCurrentFile(cConfig::kUnset);
     mConfig->setZULConnectionFile(cConfig::kUnset);
@@ -50,6 +56,8 @@ void MainWindow::createConfigurationDirectory()
         directory.mkpath(QStringLiteral("."));
     }
 }
+
+void MainWindow::setupStatusBar() {}
 
 void MainWindow::disableDependentEntries()
 {
@@ -103,7 +111,9 @@ void MainWindow::takeConnection(const cConfig& config)
 
 void MainWindow::loadDevice()
 {
-    QFile file(mConfig->getZULCurrentFile());
+    const QString path = mConfig->getZULCurrentFile();
+    linerewrite::complete(path);
+    QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         return;
     }
@@ -137,6 +147,8 @@ bool MainWindow::openDeviceFile(const QString& path)
     return true;
 }
 
+void MainWindow::on_actionCreate_triggered() { showDialog(createReportingDialog<createdialog>()); }
+
 void MainWindow::on_actionLoad_triggered()
 {
     qDebug("Load has been clicked");
@@ -145,11 +157,17 @@ void MainWindow::on_actionLoad_triggered()
     }
 }
 
+void MainWindow::on_actionEdit_Device_Configuration_triggered()
+{
+    auto* dialog = createReportingDialog<configPropertiesDialog>();
+    connect(this, &MainWindow::transferFileName, dialog, &configPropertiesDialog::receiveFileName);
+    emit transferFileName(mConfig->getZULCurrentFile());
+    showDialog(dialog);
+}
+
 void MainWindow::on_actionCreate_new_connection_configuration_triggered()
 {
-    auto* dialog = new createConnectionDialog;
-    connect(dialog, &createConnectionDialog::configUpdated, this, &MainWindow::updateConfig);
-    showDialog(dialog);
+    showDialog(createReportingDialog<createConnectionDialog>());
 }
 
 bool MainWindow::openConnectionFile(const QString& path)
@@ -178,8 +196,7 @@ void MainWindow::on_actionLoad_existing_connection_configuration_triggered()
 
 void MainWindow::on_actionEdit_Connection_Configuration_triggered()
 {
-    auto* dialog = new ConnectionDialog;
-    connect(dialog, &ConnectionDialog::configUpdated, this, &MainWindow::updateConfig);
+    auto* dialog = createReportingDialog<ConnectionDialog>();
     connect(this, &MainWindow::transferConnectionFileName, dialog,
             &ConnectionDialog::receiveConnectionFileName);
     emit transferConnectionFileName(mConfig->getZULConnectionFile());
@@ -238,12 +255,52 @@ void MainWindow::on_actionSelect_Script_to_Run_triggered()
     }
 }
 
+void MainWindow::on_actionAdd_Digital_Input_triggered() { openItemsDialog<addItemsDialog>(1); }
+
+void MainWindow::on_actionAdd_Digital_Output_triggered() { openItemsDialog<addItemsDialog>(2); }
+
+void MainWindow::on_actionAdd_Analog_Input_triggered() { openItemsDialog<addItemsDialog>(3); }
+
+void MainWindow::on_actionAdd_Analog_Output_triggered() { openItemsDialog<addItemsDialog>(4); }
+
+void MainWindow::on_actionAdd_Access_Event_triggered() { openItemsDialog<addItemsDialog>(5); }
+
+void MainWindow::on_actionRemove_Digital_Input_triggered() { openItemsDialog<removeItemDialog>(1); }
+
+void MainWindow::on_actionRemove_Digital_Output_triggered() { openItemsDialog<removeItemDialog>(2); }
+
+void MainWindow::on_actionRemove_Analog_Input_triggered() { openItemsDialog<removeItemDialog>(3); }
+
+void MainWindow::on_actionRemove_Analog_Output_triggered() { openItemsDialog<removeItemDialog>(4); }
+
+void MainWindow::on_actionRemove_Access_Event_triggered() { openItemsDialog<removeItemDialog>(5); }
+
 bool MainWindow::shutDown()
 {
     // The device's door closes first, so that no script waits at it.
     delete mDevice;
     mDevice = nullptr;
     return mScripts.stop();
+}
+
+template <class Dialog>
+Dialog* MainWindow::createReportingDialog()
+{
+    auto* dialog = new Dialog;
+    connect(dialog, &Dialog::configUpdated, this, &MainWindow::updateConfig);
+    return dialog;
+}
+
+template <class Dialog>
+void MainWindow::openItemsDialog(int instructionType)
+{
+    auto* dialog = createReportingDialog<Dialog>();
+    const auto connection =
+        connect(this, &MainWindow::transferInstruction, dialog, &Dialog::receiveInstruction);
+    emit transferInstruction(instructionType, mConfig->getZULCurrentFile());
+    // The instructions to come are for other dialogs.
+    disconnect(connection);
+    showDialog(dialog);
 }
 
 void MainWindow::showDialog(QDialog* dialog)

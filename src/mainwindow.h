@@ -77,13 +77,25 @@ public slots:
     void updateConfig(cConfig* config, int code);
 
 private slots:
+    void on_actionCreate_triggered();
     void on_actionLoad_triggered();
+    void on_actionEdit_Device_Configuration_triggered();
     void on_actionCreate_new_connection_configuration_triggered();
     void on_actionLoad_existing_connection_configuration_triggered();
     void on_actionEdit_Connection_Configuration_triggered();
     void on_actionConnect_changed();
     void on_actionConnect_triggered();
     void on_actionSelect_Script_to_Run_triggered();
+    void on_actionAdd_Digital_Input_triggered();
+    void on_actionAdd_Digital_Output_triggered();
+    void on_actionAdd_Analog_Input_triggered();
+    void on_actionAdd_Analog_Output_triggered();
+    void on_actionAdd_Access_Event_triggered();
+    void on_actionRemove_Digital_Input_triggered();
+    void on_actionRemove_Digital_Output_triggered();
+    void on_actionRemove_Analog_Input_triggered();
+    void on_actionRemove_Analog_Output_triggered();
+    void on_actionRemove_Access_Event_triggered();
 
 protected:
     /// The dialogs close with the window, so that the program ends with it.
@@ -91,6 +103,8 @@ protected:
 
 private:
     void createConfigurationDirectory();
+    /// The status bar stays empty: this does nothing, and nothing calls it.
+    void setupStatusBar();
     void disableDependentEntries();
     void enableDeviceEntries();
     void takeDeviceFile(const QString& path);
@@ -99,6 +113,10 @@ private:
     QString chooseFile(const QString& directory, const QString& filter);
     void reportUnreadableFile();
     void announceScript(const QString& path);
+    template <class Dialog>
+    Dialog* createReportingDialog();
+    template <class Dialog>
+    void openItemsDialog(int instructionType);
     void showDialog(QDialog* dialog);
     QList<QDialog*> openDialogs() const;
 

@@ -12,6 +12,8 @@ QString configurationDirectory()
 
 QString configurationPrefix() { return configurationDirectory() + QLatin1Char('/'); }
 
+QString deviceFile(const QString& label) { return configurationPrefix() + label + QStringLiteral(".dev"); }
+
 QString connectionFile(const QString& descriptor)
 {
     return configurationPrefix() + descriptor + QStringLiteral(".con");

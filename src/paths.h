@@ -14,6 +14,9 @@ QString configurationDirectory();
 /// The configuration directory with a separator at its end: where file dialogs open.
 QString configurationPrefix();
 
+/// The device file of the device with @p label, which goes into the name exactly as it is.
+QString deviceFile(const QString& label);
+
 /// The connection file of @p descriptor, which goes into the name exactly as it is.
 QString connectionFile(const QString& descriptor);
 

@@ -12,6 +12,8 @@ void setStatusColour(QWidget* row, bool alarm)
     }
     QPalette palette = row->palette();
     palette.setBrush(QPalette::Window, brush);
+    // Either colour is too bright for the white text of a dark palette.
+    palette.setBrush(QPalette::WindowText, Qt::black);
     row->setPalette(palette);
     row->setAutoFillBackground(true);
 }

@@ -1,0 +1,32 @@
+#include "additemsdialog.h"
+
+#include "cconfig.h"
+#include "itemkind.h"
+#include "itemsrow.h"
+#include "ui_additemsdialog.h"
+
+#include <QSpinBox>
+
+addItemsDialog::addItemsDialog(QWidget* parent) : QDialog(parent), ui(new Ui::addItemsDialog)
+{
+    ui->setupUi(this);
+}
+
+addItemsDialog::~addItemsDialog() { delete ui; }
+
+void addItemsDialog::receiveInstruction(int type, QString name)
+{
+    fileName = name;
+    instructionType = type;
+    sBox = layOutItemsRow(this, itemkind::caption(type), ui->addButton);
+}
+
+void addItemsDialog::on_addButton_clicked()
+{
+    if (sBox != nullptr && itemkind::add(fileName, instructionType, sBox->value())) {
+        cConfig config;
+        config.setZULCurrentFile(fileName);
+        emit configUpdated(&config, cConfig::DEVICE_FILE_UPDATE);
+    }
+    close();
+}

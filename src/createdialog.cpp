@@ -1,0 +1,62 @@
+#include "createdialog.h"
+
+#include "cconfig.h"
+#include "devicefile.h"
+#include "paths.h"
+#include "ui_createdialog.h"
+
+#include <QMessageBox>
+
+createdialog::createdialog(QWidget* parent) : QDialog(parent), ui(new Ui::createdialog)
+{
+    ui->setupUi(this);
+    ui->devType->addItem(QStringLiteral("TYPE_DISCRETE_IO"));
+}
+
+createdialog::~createdialog() { delete ui; }
+
+QString createdialog::whatIsMissing() const
+{
+    if (ui->devLabel->text().isEmpty()) {
+        return tr("Please provide a label for the device.");
+    }
+    if (ui->devVersion->text().isEmpty()) {
+        return tr("Please provide a version number for the device.");
+    }
+    if (ui->devSerial->text().isEmpty()) {
+        return tr("Please provide a serial number for the device.");
+    }
+    return {};
+}
+
+cDeviceFile createdialog::described() const
+{
+    cDeviceFile device;
+    device.digitalInputs = static_cast<uint32_t>(ui->discInputs->value());
+    device.digitalOutputs = static_cast<uint32_t>(ui->discOutputs->value());
+    device.analogInputs = static_cast<uint32_t>(ui->anaInputs->value());
+    device.analogOutputs = static_cast<uint32_t>(ui->anaOutputs->value());
+    device.scanners = static_cast<uint32_t>(ui->devScanners->value());
+    device.type = ui->devType->currentText();
+    device.version = ui->devVersion->text();
+    device.serial = ui->devSerial->text();
+    device.label = ui->devLabel->text();
+    return device;
+}
+
+void createdialog::on_createButton_clicked()
+{
+    const QString missing = whatIsMissing();
+    if (!missing.isEmpty()) {
+        QMessageBox::information(this, tr("Device setup"), missing, QMessageBox::Ok);
+        return;
+    }
+    const cDeviceFile device = described();
+    const QString path = paths::deviceFile(device.label);
+    // The file is reported even where it cannot be written; then there is nothing to load.
+    device.save(path);
+    cConfig config;
+    config.setZULCurrentFile(path);
+    emit configUpdated(&config, cConfig::DEVICE_FILE_UPDATE);
+    close();
+}
