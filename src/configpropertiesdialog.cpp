@@ -8,6 +8,21 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QTextStream>
+#include <algorithm>
+
+namespace {
+
+/// What follows the first colon and the blanks behind it. Unlike the value that is read, it keeps the spaces
+/// inside, so that a label which loses them is a changed label.
+QString withoutPadding(const QString& line)
+{
+    const QString padded = line.mid(line.indexOf(QLatin1Char(':')) + 1);
+    const auto* begin =
+        std::find_if(padded.begin(), padded.end(), [](QChar c) { return c != QLatin1Char(' '); });
+    return QString(begin, static_cast<int>(padded.end() - begin));
+}
+
+} // namespace
 
 configPropertiesDialog::configPropertiesDialog(QWidget* parent)
     : QDialog(parent), ui(new Ui::configPropertiesDialog)
@@ -46,7 +61,7 @@ void configPropertiesDialog::receiveFileName(QString name)
         }
         field->edit->setText(lineValue(line));
         if (field->edit == ui->labelEdit) {
-            previousFileName = lineValue(line);
+            previousFileName = withoutPadding(line);
         }
     }
 }

@@ -49,7 +49,7 @@ private:
 
     Ui::configPropertiesDialog* ui;
     QString fileName;
-    QString previousFileName; ///< the label as the file has it, whatever the name says
+    QString previousFileName; ///< the label as it stands in the file, whatever the name says
 };
 
 #endif

@@ -1,39 +1,15 @@
 #include "cconfig.h"
 #include "connectiondialog.h"
 #include "createconnectiondialog.h"
+#include "dialogreports.h"
 #include "homefiles.h"
 #include "qttestmain.h"
 
 #include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
 #include <unistd.h>
 
 namespace {
-
-/// What a dialog reported, copied during the emission, and how things stood at that moment.
-struct Report
-{
-    QString address;
-    QString port;
-    QString connectionFile;
-    QString currentFile;
-    int code = 0;
-    bool dialogVisible = false;
-    QByteArray fileContent;
-};
-
-template <class Dialog>
-void recordReports(Dialog& dialog, QVector<Report>& reports)
-{
-    QObject::connect(&dialog, &Dialog::configUpdated, &dialog, [&](cConfig* config, int code) {
-        QFile file(config->getZULConnectionFile());
-        const QByteArray content =
-            file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
-        reports.append({config->getZULIP(), config->getZULPort(), config->getZULConnectionFile(),
-                        config->getZULCurrentFile(), code, dialog.isVisible(), content});
-    });
-}
 
 void fillIn(QDialog& dialog, const QString& descriptor, const QString& address, const QString& port)
 {
@@ -47,26 +23,6 @@ QString fields(const QDialog& dialog)
     return dialog.findChild<QLineEdit*>("connectDescriptor")->text() + '|' +
            dialog.findChild<QLineEdit*>("connectIP")->text() + '|' +
            dialog.findChild<QLineEdit*>("connectPort")->text();
-}
-
-void press(QDialog& dialog) { QTest::mouseClick(dialog.findChild<QPushButton*>(), Qt::LeftButton); }
-
-QStringList childNames(const QDialog& dialog)
-{
-    QStringList names;
-    for (const QWidget* child : dialog.findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly)) {
-        names.append(child->objectName());
-    }
-    return names;
-}
-
-QStringList ownMethods(const QMetaObject& type)
-{
-    QStringList methods;
-    for (int i = type.methodOffset(); i < type.methodCount(); ++i) {
-        methods.append(QString::fromLatin1(type.method(i).methodSignature()));
-    }
-    return methods;
 }
 
 const QByteArray kLab("Connection descriptor:   lab\n"

@@ -1,4 +1,5 @@
 #include "devicefile.h"
+#include "devicefiles.h"
 #include "linevalue.h"
 #include "qttestmain.h"
 
@@ -7,16 +8,6 @@
 
 namespace {
 
-const QByteArray kPanel7("Digital input(s):    4\n"
-                         "Digital output(s):   4\n"
-                         "Analog input(s):     2\n"
-                         "Analog output(s):    2\n"
-                         "Scanner(s):          1\n"
-                         "Device type:         TYPE_DISCRETE_IO\n"
-                         "Device version:      3\n"
-                         "Device serial:       1001\n"
-                         "Device label:        Panel7\n");
-
 const qint64 kHundredMegabytes = 100 * 1000 * 1000;
 
 cDeviceFile parsed(QByteArray text)
@@ -24,14 +15,6 @@ cDeviceFile parsed(QByteArray text)
     QBuffer buffer(&text);
     buffer.open(QIODevice::ReadOnly);
     return cDeviceFile::read(buffer);
-}
-
-/// Panel7 with another line at @p number, which counts from 1.
-QByteArray panelWithLine(int number, const QByteArray& line)
-{
-    QList<QByteArray> lines = kPanel7.split('\n');
-    lines[number - 1] = line;
-    return lines.join('\n');
 }
 
 QByteArray summary(const cDeviceFile& values)
