@@ -57,6 +57,10 @@ bool cDeviceFile::save(const QString& path) const
         return false;
     }
     write(file);
+    // The commit itself would overlook that the last bytes found no room.
+    if (!file.flush()) {
+        file.cancelWriting();
+    }
     return file.commit();
 }
 

@@ -60,7 +60,8 @@ bool writeCopy(const QString& path, const QByteArray& content)
     if (writeThrough(copy, content) && syncDirectoryOf(path)) {
         return true;
     }
-    copy.remove();
+    // Not by the file itself, which first wants to write what is left.
+    QFile::remove(path);
     return false;
 }
 
