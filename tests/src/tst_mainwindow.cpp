@@ -1,15 +1,22 @@
+#include "additemsdialog.h"
 #include "cconfig.h"
+#include "configpropertiesdialog.h"
 #include "connectiondialog.h"
 #include "createconnectiondialog.h"
+#include "createdialog.h"
+#include "devicefiles.h"
+#include "dialogreports.h"
 #include "homefiles.h"
 #include "mainwindow.h"
 #include "modalanswers.h"
 #include "qttestmain.h"
+#include "removeitemdialog.h"
 
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
-#include <QPushButton>
+#include <QSpinBox>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
@@ -120,6 +127,27 @@ QString summary(const MainWindow& window)
         .join('|');
 }
 
+QString portCounts(const MainWindow& window)
+{
+    const cDevice* device = window.device();
+    return QString("%1 %2 %3 %4")
+        .arg(device->getDiscreteInputCount())
+        .arg(device->getDiscreteOutputCount())
+        .arg(device->getAnalogInputCount())
+        .arg(device->getAnalogOutputCount());
+}
+
+void describePanel7(const createdialog& dialog)
+{
+    dialog.findChild<QSpinBox*>("discInputs")->setValue(4);
+    dialog.findChild<QSpinBox*>("discOutputs")->setValue(4);
+    dialog.findChild<QSpinBox*>("anaInputs")->setValue(2);
+    dialog.findChild<QSpinBox*>("anaOutputs")->setValue(2);
+    dialog.findChild<QLineEdit*>("devLabel")->setText("Panel7");
+    dialog.findChild<QLineEdit*>("devVersion")->setText("3");
+    dialog.findChild<QLineEdit*>("devSerial")->setText("1001");
+}
+
 void expectUnreadableFileBox(const ModalAnswers::Shown& shown, const QWidget* parent)
 {
     QCOMPARE(shown.kind, QString("message"));
@@ -190,6 +218,18 @@ private slots:
     void loadConnectionReportsAnUnreadableFile();
     void aFileWithOnlyAPortKeepsTheAddress();
     void aFileWithoutKeysStillBecomesTheConnectionFile();
+    void aDeviceIsCreatedAndShown();
+    void aDeviceThatCannotBeWrittenKeepsThePanel();
+    void creatingTheLoadedDeviceAnewReplacesThePanel();
+    void propertiesShowAndReloadTheDevice();
+    void propertiesAfterARenameShowEmptyFields();
+    void anotherPropertiesDialogIsToldToAll();
+    void itemActionsSendTheirCode_data();
+    void itemActionsSendTheirCode();
+    void anEarlierItemsDialogKeepsItsInstruction();
+    void addedAndRemovedItemsReachThePanel();
+    void loadingFinishesARewriteThatBrokeOff();
+
     void createdConnectionsReachTheRecord();
     void editedConnectionsReachTheRecord();
     void severalDialogsMayBeOpen();
@@ -383,24 +423,30 @@ void TestMainWindow::theMethodsAreInOrder()
                                "transferThis(MainWindow*)",
                                "transferInstruction(int,QString)",
                                "transferScriptFileName(QString,cDevice*)",
-                               "updateConfig(cConfig*,int)"};
-    QStringList found;
+                               "updateConfig(cConfig*,int)",
+                               "on_actionCreate_triggered()",
+                               "on_actionLoad_triggered()",
+                               "on_actionEdit_Device_Configuration_triggered()",
+                               "on_actionCreate_new_connection_configuration_triggered()",
+                               "on_actionLoad_existing_connection_configuration_triggered()",
+                               "on_actionEdit_Connection_Configuration_triggered()",
+                               "on_actionConnect_changed()",
+                               "on_actionConnect_triggered()",
+                               "on_actionSelect_Script_to_Run_triggered()",
+                               "on_actionAdd_Digital_Input_triggered()",
+                               "on_actionAdd_Digital_Output_triggered()",
+                               "on_actionAdd_Analog_Input_triggered()",
+                               "on_actionAdd_Analog_Output_triggered()",
+                               "on_actionAdd_Access_Event_triggered()",
+                               "on_actionRemove_Digital_Input_triggered()",
+                               "on_actionRemove_Digital_Output_triggered()",
+                               "on_actionRemove_Analog_Input_triggered()",
+                               "on_actionRemove_Analog_Output_triggered()",
+                               "on_actionRemove_Access_Event_triggered()"};
+    QCOMPARE(ownMethods(type), expected);
     for (int i = 0; i < expected.size(); ++i) {
-        const QMetaMethod method = type.method(type.methodOffset() + i);
-        QCOMPARE(method.methodType(), i < 5 ? QMetaMethod::Signal : QMetaMethod::Slot);
-        found.append(QString::fromLatin1(method.methodSignature()));
-    }
-    QCOMPARE(found, expected);
-    const QList<const char*> later{"on_actionLoad_triggered()",
-                                   "on_actionCreate_new_connection_configuration_triggered()",
-                                   "on_actionLoad_existing_connection_configuration_triggered()",
-                                   "on_actionEdit_Connection_Configuration_triggered()",
-                                   "on_actionConnect_changed()",
-                                   "on_actionConnect_triggered()"};
-    int previous = type.indexOfMethod("updateConfig(cConfig*,int)");
-    for (const char* signature : later) {
-        QVERIFY2(type.indexOfMethod(signature) > previous, signature);
-        previous = type.indexOfMethod(signature);
+        QCOMPARE(type.method(type.methodOffset() + i).methodType(),
+                 i < 5 ? QMetaMethod::Signal : QMetaMethod::Slot);
     }
 }
 
@@ -806,6 +852,193 @@ void TestMainWindow::aFileWithoutKeysStillBecomesTheConnectionFile()
     QVERIFY(window.openConnectionFile(path));
     QCOMPARE(summary(window), "none|" + path + "|none|none");
     QVERIFY(entry(window, "actionEdit_Connection_Configuration")->isEnabled());
+}
+
+void TestMainWindow::aDeviceIsCreatedAndShown()
+{
+    const HomeFiles home;
+    MainWindow window;
+    trigger(window, "actionCreate");
+    const auto dialogs = openDialogs<createdialog>();
+    QCOMPARE(dialogs.size(), 1);
+    QVERIFY(dialogs.first()->parent() == nullptr);
+    QVERIFY(!dialogs.first()->isModal());
+    describePanel7(*dialogs.first());
+    press(*dialogs.first());
+    QCOMPARE(home.read("Panel7.dev"), kPanel7);
+    QCOMPARE(summary(window), home.pathOf("Panel7.dev") + "|none|none|none");
+    QCOMPARE(enabled(window, kDeviceEntries), QVector<bool>({true, true, true, true}));
+    QCOMPARE(window.centralWidget(), static_cast<QWidget*>(window.device()));
+    QCOMPARE(portCounts(window), QString("4 4 2 2"));
+    QCOMPARE(window.device()->getDeviceSerial(), 1001U);
+}
+
+void TestMainWindow::aDeviceThatCannotBeWrittenKeepsThePanel()
+{
+    const HomeFiles home;
+    MainWindow window;
+    const QPointer<cDevice> placeholder = window.device();
+    QVERIFY(QDir(home.configuration()).removeRecursively());
+    ModalAnswers answers;
+    trigger(window, "actionCreate");
+    createdialog* dialog = openDialogs<createdialog>().first();
+    describePanel7(*dialog);
+    press(*dialog);
+    QCOMPARE(answers.shown().size(), 0);
+    QCOMPARE(window.device(), placeholder.data());
+    QCOMPARE(summary(window), home.pathOf("Panel7.dev") + "|none|none|none");
+    QCOMPARE(enabled(window, kDeviceEntries), QVector<bool>({true, true, true, true}));
+}
+
+void TestMainWindow::creatingTheLoadedDeviceAnewReplacesThePanel()
+{
+    const HomeFiles home;
+    MainWindow window;
+    report(window, home.write("Panel7.dev", kPanel));
+    QCOMPARE(portCounts(window), QString("2 1 1 1"));
+    const QPointer<cDevice> before = window.device();
+    trigger(window, "actionCreate");
+    createdialog* dialog = openDialogs<createdialog>().first();
+    describePanel7(*dialog);
+    press(*dialog);
+    QVERIFY(before.isNull());
+    QCOMPARE(portCounts(window), QString("4 4 2 2"));
+}
+
+void TestMainWindow::propertiesShowAndReloadTheDevice()
+{
+    const HomeFiles home;
+    MainWindow window;
+    report(window, home.write("Panel7.dev", kPanel7));
+    trigger(window, "actionEdit_Device_Configuration");
+    const auto dialogs = openDialogs<configPropertiesDialog>();
+    QCOMPARE(dialogs.size(), 1);
+    QVERIFY(dialogs.first()->parent() == nullptr);
+    QVERIFY(!dialogs.first()->isModal());
+    auto* serial = dialogs.first()->findChild<QLineEdit*>("serialEdit");
+    QCOMPARE(serial->text(), QString("1001"));
+    serial->setText("2002");
+    press(*dialogs.first());
+    QCOMPARE(window.device()->getDeviceSerial(), 2002U);
+}
+
+void TestMainWindow::propertiesAfterARenameShowEmptyFields()
+{
+    const HomeFiles home;
+    MainWindow window;
+    report(window, home.write("A.dev", panelWithLine(9, "Device label:        A")));
+    trigger(window, "actionEdit_Device_Configuration");
+    configPropertiesDialog* dialog = openDialogs<configPropertiesDialog>().first();
+    dialog->findChild<QLineEdit*>("labelEdit")->setText("B");
+    press(*dialog);
+    QCOMPARE(home.names(), QStringList("B.dev"));
+    QCOMPARE(QByteArray(window.device()->getDeviceLabel()), QByteArray("B"));
+    QCOMPARE(summary(window), home.pathOf("A.dev") + "|none|none|none");
+    trigger(window, "actionEdit_Device_Configuration");
+    dialog = openDialogs<configPropertiesDialog>().first();
+    QCOMPARE(dialog->findChild<QLineEdit*>("labelEdit")->text(), QString());
+    dialog->close();
+}
+
+void TestMainWindow::anotherPropertiesDialogIsToldToAll()
+{
+    const HomeFiles home;
+    MainWindow window;
+    report(window, home.write("Panel7.dev", kPanel7));
+    trigger(window, "actionEdit_Device_Configuration");
+    const auto* edit = openDialogs<configPropertiesDialog>().first()->findChild<QLineEdit*>("versionEdit");
+    report(window, home.write("Panel8.dev", panelWithLine(7, "Device version:      8")));
+    QCOMPARE(edit->text(), QString("3"));
+    trigger(window, "actionEdit_Device_Configuration");
+    QCOMPARE(openDialogs<configPropertiesDialog>().size(), 2);
+    QCOMPARE(edit->text(), QString("8"));
+}
+
+void TestMainWindow::itemActionsSendTheirCode_data()
+{
+    QTest::addColumn<QString>("action");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("caption");
+    const QStringList kinds{"Digital_Input", "Digital_Output", "Analog_Input", "Analog_Output",
+                            "Access_Event"};
+    const QStringList captions{
+        "Number of Digital Inputs:", "Number of Digital Outputs:", "Number of Analog Inputs:",
+        "Number of Analog Outputs:", "Number of Access Events:"};
+    for (int i = 0; i < kinds.size(); ++i) {
+        for (const char* operation : {"Add", "Remove"}) {
+            const QString action = QString("action%1_%2").arg(operation, kinds[i]);
+            QTest::newRow(qPrintable(action)) << action << i + 1 << captions[i];
+        }
+    }
+}
+
+void TestMainWindow::itemActionsSendTheirCode()
+{
+    QFETCH(QString, action);
+    const HomeFiles home;
+    const QString path = home.write("Panel7.dev", kPanel7);
+    MainWindow window;
+    report(window, path);
+    QSignalSpy instructions(&window, &MainWindow::transferInstruction);
+    trigger(window, action);
+    QCOMPARE(instructions.size(), 1);
+    QTEST(instructions[0][0].toInt(), "code");
+    QCOMPARE(instructions[0][1].toString(), path);
+    QDialog* dialog = nullptr;
+    if (action.startsWith("actionAdd")) {
+        dialog = openDialogs<addItemsDialog>().value(0);
+    } else {
+        dialog = openDialogs<removeItemDialog>().value(0);
+    }
+    QVERIFY(dialog != nullptr);
+    QVERIFY(dialog->parent() == nullptr);
+    QVERIFY(!dialog->isModal());
+    QTEST(dialog->findChild<QLabel*>()->text(), "caption");
+}
+
+void TestMainWindow::anEarlierItemsDialogKeepsItsInstruction()
+{
+    const HomeFiles home;
+    const QString path = home.write("Panel7.dev", kPanel7);
+    MainWindow window;
+    report(window, path);
+    trigger(window, "actionRemove_Digital_Input");
+    removeItemDialog* earlier = openDialogs<removeItemDialog>().first();
+    trigger(window, "actionRemove_Analog_Output");
+    QCOMPARE(openDialogs<removeItemDialog>().size(), 2);
+    QCOMPARE(earlier->findChildren<QLabel*>().size(), 1);
+    earlier->findChild<QSpinBox*>()->setValue(1);
+    press(*earlier);
+    QCOMPARE(home.read("Panel7.dev"), panelWithLine(1, "Digital input(s):    3"));
+}
+
+void TestMainWindow::addedAndRemovedItemsReachThePanel()
+{
+    const HomeFiles home;
+    MainWindow window;
+    report(window, home.write("Panel7.dev", kPanel7));
+    trigger(window, "actionAdd_Digital_Input");
+    addItemsDialog* adding = openDialogs<addItemsDialog>().first();
+    adding->findChild<QSpinBox*>()->setValue(3);
+    press(*adding);
+    QCOMPARE(portCounts(window), QString("7 4 2 2"));
+    trigger(window, "actionRemove_Analog_Output");
+    removeItemDialog* removing = openDialogs<removeItemDialog>().first();
+    removing->findChild<QSpinBox*>()->setValue(9);
+    press(*removing);
+    QCOMPARE(portCounts(window), QString("7 4 2 0"));
+}
+
+void TestMainWindow::loadingFinishesARewriteThatBrokeOff()
+{
+    const HomeFiles home;
+    const QString path = home.write("Panel7.dev", kPanel7.left(30));
+    home.write("Panel7.dev.tmp", kPanel7);
+    MainWindow window;
+    report(window, path);
+    QCOMPARE(portCounts(window), QString("4 4 2 2"));
+    QCOMPARE(home.read("Panel7.dev"), kPanel7);
+    QCOMPARE(home.names(), QStringList("Panel7.dev"));
 }
 
 void TestMainWindow::createdConnectionsReachTheRecord()
