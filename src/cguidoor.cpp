@@ -27,6 +27,8 @@ bool cGuiDoor::run(const std::function<void()>& call)
 
 void cGuiDoor::close()
 {
+    // From now on nothing of the door is tied to the GUI thread, and the last one to hold it may be another.
+    mBellRings.setEnabled(false);
     const std::lock_guard<std::mutex> lock(mMutex);
     mClosed = true;
     for (Visitor* visitor : mVisitors) {

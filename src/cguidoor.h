@@ -12,8 +12,8 @@
 
 /// The one way by which other threads reach what belongs to the GUI thread.
 ///
-/// It lives and dies on the GUI thread and outlives every thread that may be inside run(). What it leads to
-/// may go before: the owner closes the door first.
+/// It is made and closed on the GUI thread; once closed, any thread may destroy it, but none while another is
+/// inside run(). What it leads to may go before: the owner closes the door first.
 class cGuiDoor : public QObject
 {
 public:

@@ -70,6 +70,7 @@ private slots:
     void closingReleasesThoseWhoWait();
     void aClosedDoorTurnsEveryoneAway();
     void eventsThatAreLeftAfterClosingDoNothing();
+    void aClosedDoorMayGoOnAnyThread();
 };
 
 void TestGuiDoor::onTheGuiThreadACallRunsAtOnce()
@@ -199,6 +200,24 @@ void TestGuiDoor::eventsThatAreLeftAfterClosingDoNothing()
     QCoreApplication::processEvents();
     QVERIFY(!accepted);
     QVERIFY(!ran);
+}
+
+void TestGuiDoor::aClosedDoorMayGoOnAnyThread()
+{
+    // Qt warns of what stays registered with the thread that it belongs to.
+    static std::atomic<int> warnings;
+    warnings = 0;
+    const QtMessageHandler former = qInstallMessageHandler(
+        [](QtMsgType type, const QMessageLogContext&, const QString&) { warnings += type == QtWarningMsg; });
+    auto door = std::make_shared<CountedDoor>();
+    Visitors visitors;
+    visitors.send([door] { door->visit([] {}); });
+    QVERIFY(waitOutside([&door] { return door->mArrivals == 1; }));
+    door->close();
+    visitors.send([last = std::move(door)]() mutable { last.reset(); });
+    visitors.join();
+    qInstallMessageHandler(former);
+    QCOMPARE(warnings.load(), 0);
 }
 
 ZUL_QTEST_MAIN(TestGuiDoor)
