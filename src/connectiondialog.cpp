@@ -11,6 +11,8 @@
 ConnectionDialog::ConnectionDialog(QWidget* parent) : QDialog(parent), ui(new Ui::ConnectionDialog)
 {
     ui->setupUi(this);
+    // The button comes first in the form; the operator begins at the top.
+    ui->connectDescriptor->setFocus();
 }
 
 ConnectionDialog::~ConnectionDialog() { delete ui; }

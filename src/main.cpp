@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QScreen>
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
@@ -52,6 +53,14 @@ QString carryOut(const cOptions& options, MainWindow& window)
     return {};
 }
 
+/// Small screens get as much of the window as they have room for, its frame included.
+void fitToScreen(QWidget& window)
+{
+    // The frame is known only once the window is shown; this is room for a title bar and borders.
+    constexpr QSize kFrame(8, 32);
+    window.resize(window.size().boundedTo(window.screen()->availableSize() - kFrame));
+}
+
 int run(QApplication& application, const cOptions& options)
 {
     const cSignalWatcher signalWatcher;
@@ -61,6 +70,7 @@ int run(QApplication& application, const cOptions& options)
     if (!problem.isEmpty()) {
         return fail(problem);
     }
+    fitToScreen(window);
     window.show();
     const int status = QApplication::exec();
     if (!window.shutDown()) {
