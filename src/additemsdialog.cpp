@@ -14,7 +14,7 @@ addItemsDialog::addItemsDialog(QWidget* parent) : QDialog(parent), ui(new Ui::ad
 
 addItemsDialog::~addItemsDialog() { delete ui; }
 
-void addItemsDialog::receiveInstruction(int type, QString name)
+void addItemsDialog::receiveInstruction(int type, const QString& name)
 {
     fileName = name;
     instructionType = type;

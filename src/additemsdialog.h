@@ -30,7 +30,7 @@ signals:
 public slots:
     /// Asks for a number of the items that @p type, an instruction type of itemkind.h, means; the button
     /// changes the device file at @p name. A dialog takes one instruction.
-    void receiveInstruction(int type, QString name);
+    void receiveInstruction(int type, const QString& name);
 
 private slots:
     void on_addButton_clicked();

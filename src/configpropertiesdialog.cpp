@@ -45,7 +45,7 @@ std::optional<configPropertiesDialog::Field> configPropertiesDialog::fieldOf(con
     return std::nullopt;
 }
 
-void configPropertiesDialog::receiveFileName(QString name)
+void configPropertiesDialog::receiveFileName(const QString& name)
 {
     fileName = name;
     QFile file(fileName);

@@ -28,7 +28,7 @@ signals:
 public slots:
     /// Shows the values of the file at @p name, which is from now on the edited one. A file that cannot be
     /// read leaves the fields as they are.
-    void receiveFileName(QString name);
+    void receiveFileName(const QString& name);
 
 private slots:
     void on_confirmButton_clicked();

@@ -14,7 +14,7 @@ removeItemDialog::removeItemDialog(QWidget* parent) : QDialog(parent), ui(new Ui
 
 removeItemDialog::~removeItemDialog() { delete ui; }
 
-void removeItemDialog::receiveInstruction(int type, QString name)
+void removeItemDialog::receiveInstruction(int type, const QString& name)
 {
     fileName = name;
     instructionType = type;

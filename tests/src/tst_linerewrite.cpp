@@ -30,6 +30,27 @@ bool nothingIsLost(const HomeFiles& home)
     return isOldOrNew(home.read("Panel7.dev")) || isOldOrNew(home.read("Panel7.dev.tmp"));
 }
 
+/// Does @p work on a file of Panel7 with every one of its steps going wrong in turn, and then without a
+/// fault;
+/// @p check says of each outcome whether it will do. Answers the number of steps, or -1 where it will not.
+int stepsThatAllEndWell(int fault, const std::function<void(const QString&)>& work,
+                        const std::function<bool(const HomeFiles&)>& check)
+{
+    for (int step = 0; step < kManySteps; ++step) {
+        const HomeFiles home;
+        const QString path = home.write("Panel7.dev", kPanel7);
+        const bool ended = failingdisk::doWith(eFault(fault), step, [&] { work(path); });
+        if (!check(home)) {
+            qWarning("it does not end well with step %d going wrong", step);
+            return -1;
+        }
+        if (ended) {
+            return step;
+        }
+    }
+    return -1;
+}
+
 cDeviceFile otherPanel()
 {
     cDeviceFile values;
@@ -117,16 +138,8 @@ void TestLineRewrite::nothingIsLostAtAnyStep_data()
 void TestLineRewrite::nothingIsLostAtAnyStep()
 {
     QFETCH(int, fault);
-    int step = 0;
-    for (bool ended = false; !ended; ++step) {
-        const HomeFiles home;
-        const QString path = home.write("Panel7.dev", kPanel7);
-        ended = failingdisk::doWith(eFault(fault), step, [&path] { addSix(path); });
-        QVERIFY2(nothingIsLost(home), qPrintable(QString("at step %1").arg(step)));
-        QVERIFY(step < kManySteps);
-    }
-    // Open, write and sync twice, the directory, and the copy's end.
-    QVERIFY(step > 8);
+    // Opening, writing and synchronising both files, synchronising the directory, and the copy's end.
+    QCOMPARE(stepsThatAllEndWell(fault, addSix, nothingIsLost), 8);
 }
 
 void TestLineRewrite::whatBrokeOffIsFinishedByTheNextRewrite_data() { nothingIsLostAtAnyStep_data(); }
@@ -134,16 +147,11 @@ void TestLineRewrite::whatBrokeOffIsFinishedByTheNextRewrite_data() { nothingIsL
 void TestLineRewrite::whatBrokeOffIsFinishedByTheNextRewrite()
 {
     QFETCH(int, fault);
-    int step = 0;
-    for (bool ended = false; !ended; ++step) {
-        const HomeFiles home;
-        const QString path = home.write("Panel7.dev", kPanel7);
-        ended = failingdisk::doWith(eFault(fault), step, [&path] { addSix(path); });
-        QVERIFY(linerewrite::rewrite(path, unchanged));
-        QVERIFY2(isOldOrNew(home.read("Panel7.dev")), qPrintable(QString("at step %1").arg(step)));
-        QCOMPARE(home.names(), QStringList("Panel7.dev"));
-        QVERIFY(step < kManySteps);
-    }
+    const int steps = stepsThatAllEndWell(fault, addSix, [](const HomeFiles& home) {
+        return linerewrite::rewrite(home.pathOf("Panel7.dev"), unchanged) &&
+               isOldOrNew(home.read("Panel7.dev")) && home.names() == QStringList("Panel7.dev");
+    });
+    QCOMPARE(steps, 8);
 }
 
 void TestLineRewrite::aFullDiskAtTheCopyChangesNothing()
@@ -243,16 +251,13 @@ void TestLineRewrite::savingADeviceIsAllOrNothing()
 {
     QFETCH(int, fault);
     const QByteArray replacement = written(otherPanel());
-    int step = 0;
-    for (bool ended = false; !ended; ++step) {
-        const HomeFiles home;
-        const QString path = home.write("Panel7.dev", kPanel7);
-        ended = failingdisk::doWith(eFault(fault), step, [&path] { otherPanel().save(path); });
-        const QByteArray content = home.read("Panel7.dev");
-        QVERIFY2(content == kPanel7 || content == replacement, qPrintable(QString("at step %1").arg(step)));
-        QVERIFY(step < kManySteps);
-    }
-    QVERIFY(step > 2);
+    const int steps = stepsThatAllEndWell(
+        fault, [](const QString& path) { otherPanel().save(path); },
+        [&replacement](const HomeFiles& home) {
+            const QByteArray content = home.read("Panel7.dev");
+            return content == kPanel7 || content == replacement;
+        });
+    QVERIFY(steps >= 3);
 }
 
 ZUL_QTEST_MAIN(TestLineRewrite)
