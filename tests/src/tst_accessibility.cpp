@@ -148,7 +148,7 @@ QPalette darkPalette()
 
 } // namespace
 
-class TestKeyboard : public QObject
+class TestAccessibility : public QObject
 {
     Q_OBJECT
 
@@ -170,7 +170,7 @@ private slots:
     void textsStayReadableOnBothColours();
 };
 
-void TestKeyboard::everyFieldOfADialogHasALabel_data()
+void TestAccessibility::everyFieldOfADialogHasALabel_data()
 {
     QTest::addColumn<Maker>("make");
     QTest::newRow("create a device") << Maker(dialog<createdialog>);
@@ -181,7 +181,7 @@ void TestKeyboard::everyFieldOfADialogHasALabel_data()
     QTest::newRow("remove items") << Maker(itemsDialog<removeItemDialog>);
 }
 
-void TestKeyboard::everyFieldOfADialogHasALabel()
+void TestAccessibility::everyFieldOfADialogHasALabel()
 {
     QFETCH(Maker, make);
     const std::unique_ptr<QWidget> dialog = make();
@@ -195,9 +195,9 @@ void TestKeyboard::everyFieldOfADialogHasALabel()
     }
 }
 
-void TestKeyboard::theTabKeyFollowsTheEyeThroughADialog_data() { everyFieldOfADialogHasALabel_data(); }
+void TestAccessibility::theTabKeyFollowsTheEyeThroughADialog_data() { everyFieldOfADialogHasALabel_data(); }
 
-void TestKeyboard::theTabKeyFollowsTheEyeThroughADialog()
+void TestAccessibility::theTabKeyFollowsTheEyeThroughADialog()
 {
     QFETCH(Maker, make);
     const std::unique_ptr<QWidget> dialog = make();
@@ -214,7 +214,7 @@ void TestKeyboard::theTabKeyFollowsTheEyeThroughADialog()
     }
 }
 
-void TestKeyboard::everyControlHasAName_data()
+void TestAccessibility::everyControlHasAName_data()
 {
     QTest::addColumn<int>("page");
     const PanelWindow panel;
@@ -223,7 +223,7 @@ void TestKeyboard::everyControlHasAName_data()
     }
 }
 
-void TestKeyboard::everyControlHasAName()
+void TestAccessibility::everyControlHasAName()
 {
     QFETCH(int, page);
     PanelWindow panel;
@@ -239,9 +239,9 @@ void TestKeyboard::everyControlHasAName()
     }
 }
 
-void TestKeyboard::theTabKeyFollowsTheEyeThroughAPage_data() { everyControlHasAName_data(); }
+void TestAccessibility::theTabKeyFollowsTheEyeThroughAPage_data() { everyControlHasAName_data(); }
 
-void TestKeyboard::theTabKeyFollowsTheEyeThroughAPage()
+void TestAccessibility::theTabKeyFollowsTheEyeThroughAPage()
 {
     QFETCH(int, page);
     PanelWindow panel;
@@ -262,7 +262,7 @@ void TestKeyboard::theTabKeyFollowsTheEyeThroughAPage()
     QCOMPARE(visited.size(), wiring ? 1 : controls(*device->currentWidget()).size());
 }
 
-void TestKeyboard::everyRowsLabelLeadsToItsControl()
+void TestAccessibility::everyRowsLabelLeadsToItsControl()
 {
     const PanelWindow panel;
     int buddies = 0;
@@ -277,7 +277,7 @@ void TestKeyboard::everyRowsLabelLeadsToItsControl()
     QCOMPARE(buddies, 7);
 }
 
-void TestKeyboard::everyBarHasAName()
+void TestAccessibility::everyBarHasAName()
 {
     const PanelWindow panel;
     QStringList names;
@@ -287,7 +287,7 @@ void TestKeyboard::everyBarHasAName()
     QCOMPARE(names, QStringList({"AOUT 1", "AOUT 2"}));
 }
 
-void TestKeyboard::connectIsReachedAndPressedByKeys()
+void TestAccessibility::connectIsReachedAndPressedByKeys()
 {
     PanelWindow panel;
     panel.window.device()->tabBar()->setFocus();
@@ -303,7 +303,7 @@ void TestKeyboard::connectIsReachedAndPressedByKeys()
     QCOMPARE(triggered.count(), 1);
 }
 
-void TestKeyboard::pagesAreTurnedByKeys()
+void TestAccessibility::pagesAreTurnedByKeys()
 {
     PanelWindow panel;
     cDevice* device = panel.window.device();
@@ -314,7 +314,7 @@ void TestKeyboard::pagesAreTurnedByKeys()
     }
 }
 
-void TestKeyboard::aNameSaysWhatTheButtonShows()
+void TestAccessibility::aNameSaysWhatTheButtonShows()
 {
     const PanelWindow panel;
     int named = 0;
@@ -327,14 +327,14 @@ void TestKeyboard::aNameSaysWhatTheButtonShows()
     QVERIFY(named >= 2);
 }
 
-void TestKeyboard::textsStayReadableOnBothColours_data()
+void TestAccessibility::textsStayReadableOnBothColours_data()
 {
     QTest::addColumn<QPalette>("palette");
     QTest::newRow("light") << QPalette(QColor(239, 239, 239));
     QTest::newRow("dark") << darkPalette();
 }
 
-void TestKeyboard::textsStayReadableOnBothColours()
+void TestAccessibility::textsStayReadableOnBothColours()
 {
     QFETCH(QPalette, palette);
     const QPalette former = QApplication::palette();
@@ -359,5 +359,5 @@ void TestKeyboard::textsStayReadableOnBothColours()
     QCOMPARE(rows, 4);
 }
 
-ZUL_QTEST_MAIN(TestKeyboard)
-#include "tst_keyboard.moc"
+ZUL_QTEST_MAIN(TestAccessibility)
+#include "tst_accessibility.moc"
