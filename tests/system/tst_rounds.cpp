@@ -15,7 +15,9 @@
 
 namespace {
 
-const QByteArray kDriver("for (var i = 0; true; ++i) {"
+const QByteArray kDriver("sender.setDigitalInput_Signal.connect(receiver.setDigitalInput_Slot);"
+                         "sender.setAnalogInput_Signal.connect(receiver.setAnalogInput_Slot);"
+                         "for (var i = 0; true; ++i) {"
                          "  sender.setDigitalInput_Signal(1 + i % 4, i % 2);"
                          "  sender.setAnalogInput_Signal(1 + i % 2, i % 101);"
                          "}");
