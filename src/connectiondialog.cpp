@@ -11,6 +11,8 @@
 ConnectionDialog::ConnectionDialog(QWidget* parent) : QDialog(parent), ui(new Ui::ConnectionDialog)
 {
     ui->setupUi(this);
+    // The button stands first among the form's members, and would begin with the focus.
+    ui->connectDescriptor->setFocus();
 }
 
 ConnectionDialog::~ConnectionDialog() { delete ui; }
