@@ -16,8 +16,8 @@ constexpr int kHangs = 60000; // milliseconds
 constexpr int kRest = 250;    // milliseconds without a change, before a picture is kept
 constexpr int kSmallest = 0;  // the quality of a PNG that is packed best; all of them lose nothing
 
-// What the window manager draws around a window.
-constexpr QMargins kFrame{1, 20, 1, 5};
+// What the window manager draws around a window, but for the handle below some.
+constexpr QMargins kFrame{1, 20, 1, 1};
 
 // The words of the X window dump that stands before the pixels.
 enum DumpWord
@@ -80,21 +80,32 @@ Display::Display(QSize size, int dotsPerInch)
 {
     writeFontList();
     mServer.setStandardErrorFile(mFiles.filePath("server.log"));
-    mServer.start("Xvfb", {"-displayfd", "1", "-screen", "0",
-                           QStringLiteral("%1x%2x24").arg(size.width()).arg(size.height()), "-dpi",
-                           QString::number(dotsPerInch), "-nolisten", "tcp", "-fbdir", mFiles.path()});
+    // Without -noreset it would begin anew whenever no program is connected, and lose one that just comes.
+    mServer.start("Xvfb",
+                  {"-displayfd", "1", "-screen", "0",
+                   QStringLiteral("%1x%2x24").arg(size.width()).arg(size.height()), "-dpi",
+                   QString::number(dotsPerInch), "-nolisten", "tcp", "-noreset", "-fbdir", mFiles.path()});
     if (!Program::waitFor([this] { return mServer.canReadLine(); })) {
+        report("server");
         return;
     }
     mName = QLatin1Char(':') + QString::fromLatin1(mServer.readLine().trimmed());
     mWindowManager.setProcessEnvironment(environment());
     mWindowManager.setStandardOutputFile(QProcess::nullDevice());
-    mWindowManager.setStandardErrorFile(QProcess::nullDevice());
+    mWindowManager.setStandardErrorFile(mFiles.filePath("manager.log"));
     mWindowManager.start("openbox", {"--sm-disable"});
     // It answers for the desktops as soon as it has taken over.
     if (!Program::waitFor([this] { return !xdotool({"get_num_desktops"}).isEmpty(); })) {
+        report("manager");
         mName.clear();
     }
+}
+
+void Display::report(const QString& program) const
+{
+    QFile log(mFiles.filePath(program + ".log"));
+    log.open(QIODevice::ReadOnly);
+    qWarning("The display is not up: %s", log.readAll().constData());
 }
 
 Display::~Display()

@@ -53,6 +53,7 @@ public:
 private:
     QProcessEnvironment environment() const;
     void writeFontList() const;
+    void report(const QString& program) const;
 
     QTemporaryDir mFiles;
     QProcess mServer;
