@@ -136,6 +136,8 @@ QProcessEnvironment Display::environment() const
     environment.insert("DISPLAY", mName);
     environment.insert("XDG_RUNTIME_DIR", mFiles.path());
     environment.insert("FONTCONFIG_FILE", mFiles.filePath("fonts.conf"));
+    // Nothing here draws by it, and its driver leaks.
+    environment.insert("QT_XCB_GL_INTEGRATION", "none");
     return environment;
 }
 

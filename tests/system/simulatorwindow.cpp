@@ -37,6 +37,9 @@ void SimulatorWindow::start(const QStringList& arguments)
 {
     mProgram.start(ZULBENCH_PROGRAM, arguments);
     mWindow = ScreenWindow::named(mDisplay, "Main menu");
+    if (!mWindow.isOpen()) {
+        qWarning("%s", mProgram.errors().constData());
+    }
 }
 
 QString SimulatorWindow::pathOf(const QString& name) const

@@ -56,6 +56,9 @@ void tst_Pages::init()
 void tst_Pages::cleanup()
 {
     mDisplay->keepPictureOfFailure();
+    if (mSimulator->isOpen()) {
+        QCOMPARE(mSimulator->close(), 0);
+    }
     mSimulator.reset();
     mServer.reset();
     mDisplay.reset();
@@ -142,6 +145,7 @@ void tst_Pages::menus()
 {
     mSimulator->choose(Window::SCRIPTS_MENU, {"Down"});
     QVERIFY(mSimulator->window().keepPicture("scripts-menu"));
+    mDisplay->press("Escape", 2);
 }
 
 QTEST_GUILESS_MAIN(tst_Pages)
