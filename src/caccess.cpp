@@ -6,14 +6,14 @@ cAccess::cAccess()
 {
     auto* box = new QHBoxLayout;
     mQLabel = new QLabel;
-    box->addWidget(mQLabel);
+    box->addWidget(mQLabel, 1);
     mCardSerialNum = new QLineEdit;
     mCardSerialNum->setText("");
-    mCardSerialNum->setFixedWidth(500);
+    mCardSerialNum->setFixedWidth(kCodeWidth);
     box->addWidget(mCardSerialNum);
     mQLabel->setBuddy(mCardSerialNum);
     mSendEvtBtn = new QPushButton("Send Event");
-    box->addWidget(mSendEvtBtn);
+    box->addWidget(mSendEvtBtn, 1);
     connect(mSendEvtBtn, SIGNAL(clicked()), this, SLOT(EvtBtnClicked()));
     setLayout(box);
 }

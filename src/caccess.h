@@ -16,6 +16,8 @@ class cAccess : public QWidget, public cObjectAccess
     Q_OBJECT
 
 public:
+    static constexpr int kCodeWidth = 500; // pixels, of the field for the scan code
+
     cAccess();
 
     /// Shows @p label, translated, on the row and stores it in the record.

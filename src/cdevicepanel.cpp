@@ -132,6 +132,7 @@ void cDevice::buildAnalogInputs()
         connect(input, SIGNAL(sampleEvent(cObjectAnalogSample*)), this,
                 SLOT(analogEvent(cObjectAnalogSample*)));
     }
+    ainTab.setFrameShape(QFrame::NoFrame);
     // The rows stand on the scroll area itself, which then does not ask for their room by itself.
     layout->setSizeConstraint(QLayout::SetMinimumSize);
     finishPage(&ainTab, layout);
@@ -170,7 +171,14 @@ void cDevice::buildWiringPages()
 
 void cDevice::buildAccess(uint32_t scanners)
 {
-    QVBoxLayout* layout = pageLayout(headerRow(accessTab, {{tr("Scanner Label"), 0}, {tr("Scan Code"), 0}}));
+    QHBoxLayout* header = headerRow(accessTab, {{tr("Scanner Label"), 0}, {tr("Scan Code"), 0}});
+    // The second title stands above the fields, which leave the rest of the row to names and buttons alike.
+    header->itemAt(1)->widget()->setMinimumWidth(cAccess::kCodeWidth);
+    header->setStretch(1, 0);
+    header->addSpacing(
+        accessTab.style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing, nullptr, &accessTab));
+    header->addStretch(1);
+    QVBoxLayout* layout = pageLayout(header);
     for (uint32_t number = 1; number <= scanners; ++number) {
         auto* scanner = new cAccess;
         scanner->setDeviceSerial(getDeviceSerial());

@@ -168,6 +168,7 @@ private slots:
     void withoutPortsAPageHasItsHeaderOnly();
     void headers_data();
     void headers();
+    void theScanCodesStandBelowTheirTitle();
     void everyPageScrollsWithinAFrame();
     void theAnalogInputsStandOnAScrollAreaItself();
 
@@ -334,6 +335,19 @@ void TestDevice::headers()
     QTEST(panelview::texts(panelview::header(*device, page)), "titles");
     QTEST(panelview::fixedWidths(panelview::header(*device, page)), "widths");
     QVERIFY(qobject_cast<QVBoxLayout*>(panelview::page(*device, page)->layout()) != nullptr);
+}
+
+void TestDevice::theScanCodesStandBelowTheirTitle()
+{
+    const auto device = makeDevice({1, 1, 1, 1, 1});
+    device->resize(1117, 400);
+    device->setCurrentIndex(panelview::ACCESS);
+    device->show();
+    const QWidget* title = panelview::header(*device, panelview::ACCESS)[1];
+    const auto* scanner = panelview::row<cAccess>(*device, panelview::ACCESS, 1);
+    const auto* code = scanner->findChild<QLineEdit*>();
+    const QWidget* page = panelview::page(*device, panelview::ACCESS);
+    QCOMPARE(title->mapTo(page, QPoint()).x(), code->mapTo(page, QPoint()).x());
 }
 
 void TestDevice::everyPageScrollsWithinAFrame()

@@ -39,6 +39,7 @@ private slots:
     void theFormsArePlacedAsDrawn_data();
     void theFormsArePlacedAsDrawn();
     void theFormsKeepTheirOrderAndTitles();
+    void theDescriptorHasTheFocusFirst();
     void theMethodsAreInOrder();
     void createWritesTheFileAndReportsIt();
     void createReportsBeforeItCloses();
@@ -106,6 +107,17 @@ void TestConnectionDialogs::theFormsKeepTheirOrderAndTitles()
     QCOMPARE(edit.size(), QSize(340, 186));
     QCOMPARE(childNames(edit), QStringList({"buttonConfirm", "connectPort", "portLabel", "connectIP",
                                             "zulLabel", "connectDescriptor", "label"}));
+}
+
+void TestConnectionDialogs::theDescriptorHasTheFocusFirst()
+{
+    createConnectionDialog create;
+    ConnectionDialog edit;
+    for (QDialog* dialog : std::initializer_list<QDialog*>{&create, &edit}) {
+        dialog->show();
+        QVERIFY(QTest::qWaitForWindowActive(dialog));
+        QVERIFY(dialog->findChild<QLineEdit*>("connectDescriptor")->hasFocus());
+    }
 }
 
 void TestConnectionDialogs::theMethodsAreInOrder()

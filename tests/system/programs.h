@@ -36,7 +36,7 @@ public:
 
     /// Waits until @p condition holds, handling events meanwhile. False after a time that only a program
     /// that hangs needs.
-    bool waitFor(const std::function<bool()>& condition);
+    static bool waitFor(const std::function<bool()>& condition);
 
     /// Sends the signal and waits for the end. The exit status, or -1 for a crash, -2 for no end at all.
     int stop(int signalNumber);
