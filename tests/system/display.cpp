@@ -76,15 +76,13 @@ QStringList namesOfDesktop(const QProcessEnvironment& environment)
 
 } // namespace
 
-Display::Display(QSize size, int dotsPerInch)
+Display::Display()
 {
     writeFontList();
     mServer.setStandardErrorFile(mFiles.filePath("server.log"));
     // Without -noreset it would begin anew whenever no program is connected, and lose one that just comes.
-    mServer.start("Xvfb",
-                  {"-displayfd", "1", "-screen", "0",
-                   QStringLiteral("%1x%2x24").arg(size.width()).arg(size.height()), "-dpi",
-                   QString::number(dotsPerInch), "-nolisten", "tcp", "-noreset", "-fbdir", mFiles.path()});
+    mServer.start("Xvfb", {"-displayfd", "1", "-screen", "0", "1280x800x24", "-dpi", "96", "-nolisten", "tcp",
+                           "-noreset", "-fbdir", mFiles.path()});
     if (!Program::waitFor([this] { return mServer.canReadLine(); })) {
         report("server");
         return;

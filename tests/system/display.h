@@ -16,8 +16,8 @@ class Program;
 class Display
 {
 public:
-    /// Is up when it returns, or never. @p size is in pixels, @p dotsPerInch the one that programs are told.
-    explicit Display(QSize size = {1280, 800}, int dotsPerInch = 96);
+    /// Is up when it returns, or never.
+    Display();
     ~Display();
     Display(const Display&) = delete;
     Display& operator=(const Display&) = delete;
