@@ -143,7 +143,7 @@ cObjectClient::eMsgStatus cObjectClient::request(uint8_t type, cObjectList* list
     if (!mStarted || mStopping) {
         return MSG_ERROR;
     }
-    if (mOutstanding == cMsgRegistry::kMaxOutstanding) {
+    if (mOutstanding + mRegistry.givenUp() >= cMsgRegistry::kMaxOutstanding) {
         return MSG_BUSY;
     }
     ++mOutstanding;
@@ -154,7 +154,7 @@ cObjectClient::eMsgStatus cObjectClient::request(uint8_t type, cObjectList* list
     mTransmitChanged.notify_all();
     mReceiveChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs),
                              [&] { return waiting.complete || mStopping; });
-    mRegistry.remove(&waiting);
+    mRegistry.giveUp(&waiting);
     mOutQueue.dropRequest(&waiting);
     --mOutstanding;
     return waiting.status == MSG_WAITING ? MSG_ERROR : waiting.status;
@@ -375,14 +375,13 @@ bool cObjectClient::handleMessage(WMsg&& message, size_t bytes)
 void cObjectClient::handleAnswer(const WMsg& message)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    cMsgReg* waiting = mRegistry.find(message.seq);
+    cMsgReg* waiting = mRegistry.answered(message.seq);
     if (waiting == nullptr) {
         ++mUnmatched;
         return;
     }
     waiting->status = waiting->answer->decode(message).isOk() ? MSG_OK : MSG_ERROR;
     waiting->complete = true;
-    mRegistry.remove(waiting);
     mReceiveChanged.notify_all();
 }
 

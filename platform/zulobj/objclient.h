@@ -145,7 +145,7 @@ private:
     uint64_t mConnection = 0; ///< counts connections from 1; 0 before the first
     cOutQueue mOutQueue;
     cMsgRegistry mRegistry;
-    size_t mOutstanding = 0;
+    size_t mOutstanding = 0; ///< requests that somebody waits for, queued or sent
     uint8_t mCurrMsgSeq = 0;
     uint64_t mUnmatched = 0;
 
