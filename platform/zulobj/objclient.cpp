@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <random>
 #include <utility>
 
 #include "zulobj/linkclock.h"
@@ -9,7 +10,7 @@
 cObjectClient::cObjectClient(const Settings& settings)
     : cWlog("zulobj.client"),
       mSettings(settings),
-      mJitter(std::random_device{}()),
+      mPause(settings.firstPauseMs, settings.longestPauseMs, std::random_device{}()),
       mOutQueue(settings.queueBytes)
 {}
 
@@ -25,7 +26,7 @@ bool cObjectClient::start(const char* address, int port)
     stopLink();
     mAddress = address;
     mPort = static_cast<uint16_t>(port);
-    mPauseMs = mSettings.firstPauseMs;
+    mPause.reset();
     mWakeup.reset();
     mEventPump.refuse(false);
     mEventPump.start();
@@ -341,7 +342,7 @@ std::string cObjectClient::handleBytes(const uint8_t* data, size_t size, WMsgRea
         if (result == WMsgReader::MORE) {
             return {};
         }
-        mPauseMs = mSettings.firstPauseMs;
+        mPause.reset();
         const size_t bytes = message.payload.size() + wmsg::kHeaderSize;
         if (!handleMessage(std::move(message), bytes)) {
             return "stopped";
@@ -387,12 +388,9 @@ void cObjectClient::handleAnswer(const WMsg& message)
 
 void cObjectClient::pause(const std::string& problem)
 {
-    // Devices that lost the same server must not all come back in the same instant.
-    std::uniform_real_distribution<double> factor(1.0, 1.5);
-    const int pauseMs = std::min(static_cast<int>(mPauseMs * factor(mJitter)), mSettings.longestPauseMs);
+    const int pauseMs = mPause.next();
     warn(logText("No link to %s port %u: %s; next attempt in %.1f s", mAddress.c_str(), mPort,
                  problem.c_str(), pauseMs / 1000.0));
-    mPauseMs = std::min(mPauseMs * 2, mSettings.longestPauseMs * 2 / 3);
     std::unique_lock<std::mutex> lock(mMutex);
     mReceiveChanged.wait_for(lock, std::chrono::milliseconds(pauseMs), [this] { return mStopping; });
 }

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <random>
 #include <string>
 #include <thread>
 
@@ -18,6 +17,7 @@
 #include "zulobj/msgreg.h"
 #include "zulobj/objectlist.h"
 #include "zulobj/outqueue.h"
+#include "zulobj/reconnectpause.h"
 #include "zulobj/wakeup.h"
 
 /// Keeps a device's connection to the monitoring server.
@@ -117,11 +117,10 @@ private:
     cEventPump mEventPump;
     cWakeup mWakeup;
 
-    // The receiving thread's own; start() sets the first two before that thread runs.
+    // The receiving thread's own; start() sets the first three before that thread runs.
     std::string mAddress;
     uint16_t mPort = 0;
-    int mPauseMs = 0;
-    std::minstd_rand mJitter;
+    cReconnectPause mPause;
     std::array<uint8_t, 2048> mReceiveBuffer{};
 
     // The sending thread's own.

@@ -143,7 +143,7 @@ void PeerConnection::close()
 
 LinkPeer::LinkPeer(int receiveBuffer) : mFd(boundSocket(receiveBuffer))
 {
-    listen(mFd, 16);
+    listen(mFd, SOMAXCONN);
     mPort = portOf(mFd);
 }
 
