@@ -4,6 +4,8 @@
 #include <asio/write.hpp>
 #include <utility>
 
+#include "wmsg/wmsg.h"
+
 namespace {
 
 constexpr size_t kMostWaiting = 256 * 1024;
@@ -157,10 +159,15 @@ void FaultLane::writeNext()
 size_t FaultLane::nextWriteSize() const
 {
     const size_t left = mChunks.front().bytes.size() - mWritten;
-    if (mFaults.cutAt > mWritten) {
-        return std::min(left, mFaults.cutAt - mWritten);
+    if (cutOfFront() > mWritten) {
+        return std::min(left, cutOfFront() - mWritten);
     }
     return mFaults.sliceBytes > 0 ? std::min(left, mFaults.sliceBytes) : left;
+}
+
+size_t FaultLane::cutOfFront() const
+{
+    return mFaults.sweepCut ? mPassed % wmsg::kMaxSegmentSize : mFaults.cutAt;
 }
 
 void FaultLane::written(const asio::error_code& error, size_t size)
@@ -196,6 +203,7 @@ void FaultLane::finishChunk()
     const eOutage after = mChunks.front().after;
     mWaiting -= mWritten;
     mWritten = 0;
+    ++mPassed;
     mChunks.pop_front();
     if (after != eOutage::NONE) {
         mOwner.outage(after);

@@ -80,6 +80,7 @@ private:
     void written(const asio::error_code& error, size_t size);
     void finishChunk();
     size_t nextWriteSize() const;
+    size_t cutOfFront() const;
     void continueAt(Clock::time_point time);
     double draw() { return std::uniform_real_distribution<double>(0, 1)(mRandom); }
 
@@ -98,6 +99,7 @@ private:
     std::deque<Chunk> mChunks;
     size_t mWaiting = 0; ///< bytes in mChunks
     size_t mWritten = 0; ///< bytes of the front
+    size_t mPassed = 0;  ///< chunks before the front
     bool mBusy = false;  ///< a write or a pause is under way
     Clock::time_point mLastDue;
 };

@@ -10,9 +10,14 @@
 using asio::ip::tcp;
 
 FaultProxy::FaultProxy(uint16_t serverPort, const Faults& faults, uint16_t port)
-    : mServerPort(serverPort), mPort(port), mFaults(faults), mAcceptor(mIo)
+    : mServerPort(serverPort), mFaults(faults), mReserved(mIo), mAcceptor(mIo)
 {
-    listen();
+    asio::error_code error;
+    bindTo(&mReserved, port, &error);
+    if (!error) {
+        mPort = mReserved.local_endpoint(error).port();
+        listen();
+    }
     mThread = std::thread([this] {
         const auto work = asio::make_work_guard(mIo);
         mIo.run();
@@ -65,17 +70,27 @@ FaultCounts FaultProxy::counts()
     return counts;
 }
 
+/// Two sockets of this process may stand at the port, one of which listens at times.
+void FaultProxy::bindTo(tcp::acceptor* acceptor, uint16_t port, asio::error_code* error)
+{
+    acceptor->open(tcp::v4(), *error);
+    acceptor->set_option(tcp::acceptor::reuse_address(true), *error);
+    acceptor->set_option(asio::detail::socket_option::boolean<SOL_SOCKET, SO_REUSEPORT>(true), *error);
+    acceptor->bind({asio::ip::address_v4::loopback(), port}, *error);
+}
+
 void FaultProxy::listen()
 {
     asio::error_code error;
-    mAcceptor.open(tcp::v4(), error);
-    mAcceptor.set_option(tcp::acceptor::reuse_address(true), error);
-    mAcceptor.bind({asio::ip::address_v4::loopback(), mPort}, error);
+    bindTo(&mAcceptor, mPort, &error);
     if (!error) {
         mAcceptor.listen(tcp::acceptor::max_listen_connections, error);
     }
-    mPort = error ? 0 : mAcceptor.local_endpoint(error).port();
-    acceptNext();
+    if (error) {
+        mPort = 0;
+    } else {
+        acceptNext();
+    }
 }
 
 void FaultProxy::acceptNext()

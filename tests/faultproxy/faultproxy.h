@@ -44,6 +44,7 @@ public:
     FaultCounts counts();
 
 private:
+    void bindTo(asio::ip::tcp::acceptor* acceptor, uint16_t port, asio::error_code* error);
     void listen();
     void acceptNext();
     void forAll(const std::function<void(FaultyConnection&)>& action);
@@ -56,6 +57,7 @@ private:
     Faults mFaults;
     FaultCounts mCounts;
     asio::io_context mIo;
+    asio::ip::tcp::acceptor mReserved; ///< keeps the port while nobody listens there
     asio::ip::tcp::acceptor mAcceptor;
     std::vector<std::shared_ptr<FaultyConnection>> mConnections;
 

@@ -18,6 +18,7 @@ struct Faults
     uint64_t bytesPerSecond = 0;   ///< 0 is no limit
     size_t sliceBytes = 0;         ///< writes no more at once; 0 writes whole segments
     size_t cutAt = 0;              ///< writes the first so many bytes of each segment apart; 0 does not cut
+    bool sweepCut = false;         ///< cuts each segment one byte further on than the one before
     int64_t gapMicroseconds = 0;   ///< between two writes
     bool towardServerOnly = false; ///< segments toward the device suffer none of what follows
 
