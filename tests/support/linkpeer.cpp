@@ -157,6 +157,14 @@ void LinkPeer::stopListening()
     }
 }
 
+void LinkPeer::knockAt(int port)
+{
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in address = loopback(port);
+    connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    ::close(fd);
+}
+
 ClosedPort::ClosedPort() : mFd(boundSocket(0)), mPort(portOf(mFd)) {}
 ClosedPort::~ClosedPort() { close(mFd); }
 void ClosedPort::listen() { ::listen(mFd, 16); }

@@ -57,6 +57,9 @@ public:
     /// Further attempts to connect are refused.
     void stopListening();
 
+    /// Connects to @p port and leaves at once, for somebody who waits in accept().
+    static void knockAt(int port);
+
 private:
     int mFd;
     int mPort = 0;
