@@ -237,16 +237,8 @@ cObjectClient::SocketPtr cObjectClient::openConnection(std::string* problem)
     const std::vector<sLinkAddress> addresses =
         resolveAddress(mAddress, mPort, mSettings.connectMs, mWakeup.fd());
     *problem = "the name has no address";
-    size_t untried = addresses.size();
-    for (const sLinkAddress& address : addresses) {
-        const int64_t left = std::max<int64_t>(deadline - linkNowMs(), 1);
-        const int share = static_cast<int>(left / static_cast<int64_t>(untried--)) + 1;
-        SocketPtr socket = cLinkSocket::connectTo(address, share, mWakeup.fd(), problem);
-        if (socket || stopping()) {
-            return socket;
-        }
-    }
-    return nullptr;
+    const int left = static_cast<int>(std::max<int64_t>(deadline - linkNowMs(), 1));
+    return cLinkSocket::connectToAny(addresses, left, mWakeup.fd(), problem);
 }
 
 void cObjectClient::connectionUp(const SocketPtr& socket)
@@ -281,7 +273,7 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
     WMsgReader reader;
     int64_t heardAt = linkNowMs();
     bool pinged = false;
-    while (waitForReader()) {
+    while (waitForReader(&heardAt)) {
         // A listener may have taken its time: what has come meanwhile is read before silence is judged.
         const int patienceMs = pinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs;
         const int64_t wait = std::max<int64_t>(heardAt + patienceMs - linkNowMs(), 0);
@@ -317,10 +309,14 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
 
 /// Waits while the peer leaves too many answers unread; a connection that breaks has none left. False when
 /// the client stops.
-bool cObjectClient::waitForReader()
+bool cObjectClient::waitForReader(int64_t* heardAt)
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    mReceiveChanged.wait(lock, [this] { return mStopping || !answersPileUp(); });
+    if (answersPileUp()) {
+        mReceiveChanged.wait(lock, [this] { return mStopping || !answersPileUp(); });
+        // Whoever was not listened to has not been silent.
+        *heardAt = linkNowMs();
+    }
     return !mStopping;
 }
 

@@ -95,7 +95,7 @@ private:
     void connectionUp(const SocketPtr& socket);
     void connectionDown();
     void pause(const std::string& problem);
-    bool waitForReader();
+    bool waitForReader(int64_t* heardAt);
     bool answersPileUp() const;
     void adjustPump();
 

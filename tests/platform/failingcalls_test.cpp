@@ -3,8 +3,10 @@
 #include "failingcalls.h"
 
 #include <cerrno>
+#include <condition_variable>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <mutex>
 #include <ostream>
 #include <string>
 
@@ -131,6 +133,126 @@ TEST_P(FailingCallTest, theClientConnectsAndItsRequestsAreAnswered)
 {
     const ServingPeer peer;
     liveThroughEachFailure("127.0.0.1", peer.port());
+}
+
+TEST(FailingCallsTest, aSignalDoesNotEndAnAttemptToConnect)
+{
+    const FullPort silent;
+    sLinkAddress address;
+    auto* loopback = reinterpret_cast<sockaddr_in*>(&address.storage);
+    loopback->sin_family = AF_INET;
+    loopback->sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    loopback->sin_port = htons(static_cast<uint16_t>(silent.port()));
+    address.size = sizeof *loopback;
+    const cWakeup wakeup;
+    std::string problem;
+    const int64_t begun = linkNowMs();
+    FailingCalls::arm("poll", 1, EINTR);
+    EXPECT_FALSE(cLinkSocket::connectTo(address, 300, wakeup.fd(), &problem));
+    EXPECT_TRUE(FailingCalls::disarm());
+    EXPECT_GE(linkNowMs() - begun, 300);
+}
+
+/// A client that reads nothing for an hour, as its answers are not read, and then goes on.
+class UnreadAnswersTest : public testing::Test
+{
+protected:
+    static constexpr int kAnswers = 200; // 12 MB: far more than the system holds for a connection
+    static constexpr int64_t kHourMs = 3600 * 1000;
+
+    static cObjectClient::Settings settings()
+    {
+        cObjectClient::Settings settings = quickSettings();
+        settings.startMs = 20000;
+        settings.pingAfterMs = 5000;
+        settings.giveUpAfterMs = 20000;
+        settings.answerBytes = 100000;
+        return settings;
+    }
+
+    void SetUp() override
+    {
+        mClient.addListener(&mListener);
+        ASSERT_TRUE(mClient.start("127.0.0.1", mListening.port()));
+        mPeer = mListening.accept();
+        sendTyped(cObjectList::kRequest);
+        ASSERT_TRUE(waitForDeliveries(1));
+        // Once this has been read, nothing more is.
+        sendTyped(cObjectList::kEvent);
+        takeAnswers(kAnswers / 4);
+        FailingCalls::advanceClock(kHourMs);
+    }
+
+    void TearDown() override
+    {
+        mClient.stop();
+        FailingCalls::advanceClock(-kHourMs);
+    }
+
+    void sendTyped(uint8_t type)
+    {
+        WMsg message;
+        message.type = type;
+        message.event = type == cObjectList::kEvent;
+        mPeer.send(message);
+    }
+
+    void takeAnswers(int count)
+    {
+        WMsg message;
+        for (int i = 0; i < count; ++i) {
+            ASSERT_TRUE(mPeer.receive(&message));
+            ASSERT_TRUE(message.answer);
+        }
+    }
+
+    bool waitForDeliveries(int count)
+    {
+        // By the one clock that has not been advanced.
+        const auto end = std::chrono::system_clock::now() + kTestPatience;
+        std::unique_lock<std::mutex> lock(mMutex);
+        return mChanged.wait_until(lock, end, [&] { return mDelivered >= count; });
+    }
+
+private:
+    void handle(cObjectList* list)
+    {
+        const std::string text(60000, 'x');
+        for (int i = 0; list->getMsgType() == cObjectList::kRequest && i < kAnswers; ++i) {
+            auto* record = new cObjectAdhocEvent;
+            record->setEventValue(text.c_str());
+            cObjectList answer;
+            answer.setMsgType(cObjectList::kRequest);
+            answer.add(record);
+            mClient.send(&answer);
+        }
+        const std::lock_guard<std::mutex> lock(mMutex);
+        ++mDelivered;
+        mChanged.notify_all();
+    }
+
+    LinkPeer mListening{4096};
+    PeerConnection mPeer;
+    std::mutex mMutex;
+    std::condition_variable mChanged;
+    int mDelivered = 0;
+    FunctionListener mListener{[this](cObjectList* list) { handle(list); }};
+    cObjectClient mClient{settings()};
+};
+
+TEST_F(UnreadAnswersTest, bytesThatWaitAreReadBeforeSilenceIsJudged)
+{
+    sendTyped(cObjectList::kEvent);
+    takeAnswers(kAnswers - kAnswers / 4);
+    EXPECT_TRUE(waitForDeliveries(3)) << "on the same connection";
+}
+
+TEST_F(UnreadAnswersTest, aPeerThatWasNotListenedToIsNotCalledSilent)
+{
+    takeAnswers(kAnswers - kAnswers / 4);
+    EXPECT_TRUE(waitForDeliveries(2)) << "the client reads on";
+    sendTyped(cObjectList::kEvent);
+    EXPECT_TRUE(waitForDeliveries(3)) << "on the same connection";
 }
 
 INSTANTIATE_TEST_SUITE_P(client, FailingCallTest,
