@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <atomic>
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -14,6 +15,7 @@
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/timerfd.h>
 #include <unistd.h>
@@ -297,6 +299,15 @@ ssize_t write(int fd, const void* data, size_t size)
 {
     return transfer("write", fd, size,
                     [&](size_t part) { return real<decltype(write)>("write")(fd, data, part); });
+}
+
+int ioctl(int fd, unsigned long request, ...) noexcept
+{
+    va_list arguments;
+    va_start(arguments, request);
+    void* const argument = va_arg(arguments, void*);
+    va_end(arguments);
+    return attempt("ioctl", [&] { return real<decltype(ioctl)>("ioctl")(fd, request, argument); });
 }
 
 int poll(pollfd* entries, nfds_t count, int timeout)

@@ -70,6 +70,23 @@ PeerConnection& PeerConnection::operator=(PeerConnection&& other) noexcept
     return *this;
 }
 
+PeerConnection PeerConnection::connectTo(int port)
+{
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in address = loopback(port);
+    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        ::close(fd);
+        return PeerConnection();
+    }
+    return PeerConnection(fd);
+}
+
+bool PeerConnection::waitForBytes(int timeoutMs) const
+{
+    pollfd wait{mFd, POLLIN, 0};
+    return poll(&wait, 1, timeoutMs) > 0;
+}
+
 bool PeerConnection::send(const std::vector<uint8_t>& bytes)
 {
     size_t sent = 0;
@@ -155,14 +172,6 @@ void LinkPeer::stopListening()
         close(mFd);
         mFd = -1;
     }
-}
-
-void LinkPeer::knockAt(int port)
-{
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in address = loopback(port);
-    connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    ::close(fd);
 }
 
 ClosedPort::ClosedPort() : mFd(boundSocket(0)), mPort(portOf(mFd)) {}

@@ -18,7 +18,13 @@ public:
     PeerConnection(PeerConnection&& other) noexcept;
     PeerConnection& operator=(PeerConnection&& other) noexcept;
 
+    /// Connects to @p port of the loopback address; not open where that fails.
+    static PeerConnection connectTo(int port);
+
     bool isOpen() const { return mFd >= 0; }
+
+    /// True when there is something to receive, or the end, within @p timeoutMs.
+    bool waitForBytes(int timeoutMs) const;
     bool send(const std::vector<uint8_t>& bytes);
     bool send(const WMsg& message);
 
@@ -56,9 +62,6 @@ public:
 
     /// Further attempts to connect are refused.
     void stopListening();
-
-    /// Connects to @p port and leaves at once, for somebody who waits in accept().
-    static void knockAt(int port);
 
 private:
     int mFd;

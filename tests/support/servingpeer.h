@@ -25,7 +25,7 @@ public:
     {
         const FailingCalls::Exempt exempt;
         mOver = true;
-        LinkPeer::knockAt(mPeer->port());
+        PeerConnection::connectTo(mPeer->port());
         mThread.join();
         mPeer.reset();
     }
