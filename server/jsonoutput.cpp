@@ -10,7 +10,20 @@
 
 namespace server {
 
-JsonOutput::JsonOutput(asio::io_context& io, int fd) : mIo(io), mStream(io, ::dup(fd)) {}
+namespace {
+
+int duplicateOf(int fd)
+{
+    const int copy = ::dup(fd);
+    if (copy < 0) {
+        throw std::system_error(errno, std::generic_category());
+    }
+    return copy;
+}
+
+} // namespace
+
+JsonOutput::JsonOutput(asio::io_context& io, int fd) : mIo(io), mStream(io, duplicateOf(fd)) {}
 
 void JsonOutput::writeLine(const std::string& line)
 {
