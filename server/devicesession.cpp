@@ -145,6 +145,7 @@ void DeviceSession::hold(WMsg&& message)
         mConnection->close("it sends too much before it says which device it is");
         return;
     }
+    message.payload.shrink_to_fit();
     mHeld.push_back(std::move(message));
 }
 

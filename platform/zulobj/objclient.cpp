@@ -189,13 +189,20 @@ void cObjectClient::queue(cOutQueue::Entry entry)
     mTransmitChanged.notify_one();
 }
 
-void cObjectClient::queuePing(bool isAnswer)
+void cObjectClient::queuePing()
 {
     cOutQueue::Entry entry;
-    entry.message = WMsg::ping(isAnswer);
+    entry.message = WMsg::ping(false);
     entry.connection = mConnection;
     entry.numbered = true;
     queue(std::move(entry));
+}
+
+void cObjectClient::answerPing()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    ++mPingsUnanswered;
+    mTransmitChanged.notify_one();
 }
 
 void cObjectClient::warnOfDropped()
@@ -262,6 +269,7 @@ void cObjectClient::connectionDown()
     const std::lock_guard<std::mutex> lock(mMutex);
     mSocket->shutDown();
     mSocket.reset();
+    mPingsUnanswered = 0;
     mOutQueue.dropOthers(cOutQueue::kAnyConnection);
     adjustPump();
     mRegistry.failAll(MSG_ERROR);
@@ -292,7 +300,7 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
                 return "the server is silent";
             }
             if (!pinged && nowMs - heardAt >= mSettings.pingAfterMs) {
-                queuePing(false);
+                queuePing();
                 pinged = true;
             }
             continue;
@@ -351,7 +359,7 @@ bool cObjectClient::handleMessage(WMsg&& message, size_t bytes)
 {
     if (message.control) {
         if (!message.answer && message.type == wmsg::kControlPing) {
-            queuePing(true);
+            answerPing();
         }
         return true;
     }
@@ -419,14 +427,23 @@ void cObjectClient::sendLoop()
 bool cObjectClient::takeNext(cOutQueue::Entry* entry, SocketPtr* socket)
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    mTransmitChanged.wait(lock, [this] { return mStopping || (mSocket && !mBroken && !mOutQueue.empty()); });
+    mTransmitChanged.wait(lock, [this] {
+        return mStopping || (mSocket && !mBroken && (mPingsUnanswered > 0 || !mOutQueue.empty()));
+    });
     if (mStopping) {
         return false;
+    }
+    *socket = mSocket;
+    if (mPingsUnanswered > 0) {
+        --mPingsUnanswered;
+        *entry = cOutQueue::Entry();
+        entry->message = WMsg::ping(true);
+        entry->connection = mConnection;
+        return true;
     }
     mOutQueue.pop(entry);
     adjustPump();
     giveNumber(entry);
-    *socket = mSocket;
     return true;
 }
 

@@ -109,7 +109,8 @@ private:
     bool stopping() const;
     void reportFirstAttempt(bool connected);
     void queue(cOutQueue::Entry entry);
-    void queuePing(bool isAnswer);
+    void queuePing();
+    void answerPing();
     void warnOfDropped();
     eMsgStatus request(uint8_t type, cObjectList* list, cObjectList* answer, int timeoutMs);
 
@@ -143,6 +144,7 @@ private:
     bool mBroken = false;     ///< sending on mSocket failed; the receiving thread is about to drop it
     uint64_t mConnection = 0; ///< counts connections from 1; 0 before the first
     cOutQueue mOutQueue;
+    uint64_t mPingsUnanswered = 0; ///< answered as far as the peer reads; a number needs no room
     cMsgRegistry mRegistry;
     size_t mOutstanding = 0; ///< requests that somebody waits for, queued or sent
     uint8_t mCurrMsgSeq = 0;

@@ -1,8 +1,10 @@
 // What the link does with peers that behave well, badly or not at all.
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <ostream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "objdevice.h"
@@ -209,7 +211,7 @@ TEST(ConnectionTimesTest, pingsDoNotCount)
 TEST(ConnectionTimesTest, aPeerThatNeverReadsIsDropped)
 {
     server::LinkSettings settings;
-    settings.queueBytes = 4096;
+    settings.giveUpAfterMs = 2000;
     TestServer server(settings);
     RawDevice device(server.port());
     device.identify(1);
@@ -219,10 +221,15 @@ TEST(ConnectionTimesTest, aPeerThatNeverReadsIsDropped)
     for (int i = 0; i < 100000; ++i) {
         WMsg::ping(false).appendFrames(pings);
     }
-    for (int i = 0; i < 20; ++i) {
-        device.sendBytes(pings);
-    }
+    std::atomic<bool> over{false};
+    std::thread flood([&] {
+        while (!over) {
+            device.sendBytes(pings);
+        }
+    });
     EXPECT_EQ(member(server.lines().next("disconnected"), "reason"), "it does not read what is sent to it");
+    over = true;
+    flood.join();
 }
 
 TEST(IdentifyTest, messagesAreHeldUntilTheDeviceLine)
