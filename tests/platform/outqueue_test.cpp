@@ -54,6 +54,18 @@ TEST(OutQueueTest, DropsTheOldestEventPastTheBound)
     EXPECT_EQ(takeAll(&queue), (std::vector<int>{3, 4, 5}));
 }
 
+TEST(OutQueueTest, HoldsExactlyAsManyBytesAsPermitted)
+{
+    for (const size_t bound : {3 * kEntryBytes - 1, 3 * kEntryBytes, 3 * kEntryBytes + 1}) {
+        SCOPED_TRACE(bound);
+        cOutQueue queue(bound);
+        for (const uint8_t seq : {1, 2, 3}) {
+            queue.push(entryOf(seq));
+        }
+        EXPECT_EQ(queue.takeDropped(), bound < 3 * kEntryBytes ? 1U : 0U);
+    }
+}
+
 TEST(OutQueueTest, TakingMakesRoom)
 {
     cOutQueue queue(kEntryBytes);

@@ -308,6 +308,27 @@ TEST(IdentifyTest, aClientThatNeverSaysIsDropped)
     EXPECT_EQ(member(server.lines().next("disconnected"), "reason"), "it does not say which device it is");
 }
 
+TEST(IdentifyTest, exactlyAsMuchAsPermittedIsHeld)
+{
+    const server::LinkSettings defaults;
+    const size_t three = 3 * (inputEvent(1).payload.size() + defaults.heldMessageOverhead);
+    for (const size_t bound : {three - 1, three, three + 1}) {
+        SCOPED_TRACE(bound);
+        server::LinkSettings settings;
+        settings.heldBytes = bound;
+        TestServer server(settings);
+        RawDevice device(server.port());
+        const WMsg question = device.receive();
+        for (uint32_t port = 1; port <= 3; ++port) {
+            device.send(inputEvent(port));
+        }
+        cObjectDevice record;
+        device.answer(question, {&record});
+        server.lines().next("connected");
+        EXPECT_EQ(member(server.lines().next(), "event"), bound < three ? "disconnected" : "device");
+    }
+}
+
 TEST(IdentifyTest, aClientThatTalksTooMuchBeforeIsDropped)
 {
     server::LinkSettings settings;

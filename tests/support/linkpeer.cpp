@@ -139,6 +139,22 @@ bool PeerConnection::receiveAny(WMsg* message)
     }
 }
 
+void PeerConnection::finishSending() { shutdown(mFd, SHUT_WR); }
+
+std::vector<uint8_t> PeerConnection::receiveRest()
+{
+    std::vector<uint8_t> all = std::exchange(mUnread, {});
+    uint8_t buffer[4096];
+    while (readable(mFd)) {
+        const ssize_t count = recv(mFd, buffer, sizeof buffer, 0);
+        if (count <= 0) {
+            break;
+        }
+        all.insert(all.end(), buffer, buffer + count);
+    }
+    return all;
+}
+
 bool PeerConnection::waitForEnd()
 {
     uint8_t buffer[4096];

@@ -34,6 +34,12 @@ public:
     /// The next message, whatever it is; nothing is answered.
     bool receiveAny(WMsg* message);
 
+    /// Ends this side's half of the connection.
+    void finishSending();
+
+    /// All bytes until the other side closes.
+    std::vector<uint8_t> receiveRest();
+
     /// True once the other side has closed, whatever it sent before.
     bool waitForEnd();
 

@@ -53,12 +53,6 @@ public:
         mTimer.start(std::max(1, 1000 / size));
     }
 
-    bool allConnected() const
-    {
-        return std::all_of(mPeers.begin(), mPeers.end(),
-                           [](const auto& peer) { return peer->state() == QAbstractSocket::ConnectedState; });
-    }
-
 private:
     void sendNext()
     {
@@ -95,7 +89,7 @@ int main(int argc, char** argv)
     }
     const Times alone = timesOf(&server, requests);
     const Crowd crowd(peers, server.port());
-    if (!server.program().waitFor([&] { return crowd.allConnected(); })) {
+    if (server.line("connected", peers + 1).isEmpty()) {
         std::fprintf(stderr, "slowpeers: the peers do not connect\n");
         return 1;
     }
