@@ -122,6 +122,9 @@ void Application::takeCommands()
     } else {
         mLineInput = std::make_unique<LineInput>(mIo, mStreams.input, kMostCommandBytes);
         mLineInput->onLine = submit;
+        mLineInput->onTrouble = [this](const std::string& reason) {
+            mConsole.report("Commands cannot be read any more: " + reason + ".");
+        };
         mLineInput->start();
     }
 }

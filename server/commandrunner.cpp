@@ -11,6 +11,8 @@ namespace server {
 
 namespace {
 
+const char* const kTooManyUnanswered = "The device has left 255 requests unanswered.";
+
 std::string secondsText(double seconds)
 {
     std::ostringstream text;
@@ -117,12 +119,18 @@ void CommandRunner::exchange()
     if (!encode(&message)) {
         return;
     }
+    const std::optional<uint8_t> seq =
+        session->request(std::move(message), [this, id = mRun->id](const WMsg* answer) {
+            if (mRun && mRun->id == id) {
+                answered(answer);
+            }
+        });
+    if (!seq) {
+        endWithError(kTooManyUnanswered);
+        return;
+    }
     mRun->session = session;
-    mRun->seq = session->request(std::move(message), [this, id = mRun->id](const WMsg* answer) {
-        if (mRun && mRun->id == id) {
-            answered(answer);
-        }
-    });
+    mRun->seq = *seq;
     armTimer();
 }
 
@@ -150,9 +158,13 @@ void CommandRunner::send()
         return;
     }
     WMsg message;
-    if (encode(&message)) {
-        session->send(std::move(message));
+    if (!encode(&message)) {
+        return;
+    }
+    if (session->send(std::move(message))) {
         end(Reply());
+    } else {
+        endWithError(kTooManyUnanswered);
     }
 }
 

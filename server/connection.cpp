@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <asio/post.hpp>
-#include <asio/write.hpp>
 #include <sstream>
 #include <utility>
 
@@ -11,6 +10,9 @@
 namespace server {
 
 namespace {
+
+/// Bytes of ping answers that go out at once.
+constexpr size_t kMostPingAnswers = 4096;
 
 std::string peerOf(const asio::ip::tcp::socket& socket)
 {
@@ -45,19 +47,16 @@ void Connection::send(const WMsg& message)
     if (mClosed) {
         return;
     }
-    std::vector<uint8_t> bytes;
-    message.appendFrames(bytes);
-    if (bytes.size() > mSettings.queueBytes - std::min(mOutgoingBytes, mSettings.queueBytes)) {
+    const size_t before = mWaiting.size();
+    message.appendFrames(mWaiting);
+    if (mWriting.size() - mWritten + mWaiting.size() > mSettings.queueBytes) {
+        mWaiting.resize(before);
         // Later, as the caller may be in the middle of something that the end of the connection changes.
         asio::post(mSocket.get_executor(),
                    [self = shared_from_this()] { self->close("it does not read what is sent to it"); });
         return;
     }
-    mOutgoingBytes += bytes.size();
-    mOutgoing.push_back(std::move(bytes));
-    if (mOutgoing.size() == 1) {
-        writeFront();
-    }
+    writeMore();
 }
 
 void Connection::resumeReading()
@@ -140,29 +139,47 @@ bool Connection::handleMessage(WMsg&& message)
     if (!message.control) {
         mOwner->connectionMessage(std::move(message));
     } else if (!message.answer && message.type == wmsg::kControlPing) {
-        send(WMsg::ping(true));
+        ++mPingsUnanswered;
+        writeMore();
     }
     return !mClosed;
 }
 
-void Connection::writeFront()
+void Connection::writeMore()
 {
+    if (mBusy || mClosed) {
+        return;
+    }
+    if (mWritten == mWriting.size()) {
+        mWriting = std::exchange(mWaiting, {});
+        mWritten = 0;
+        for (; mPingsUnanswered > 0 && mWriting.size() < kMostPingAnswers; --mPingsUnanswered) {
+            WMsg::ping(true).appendFrames(mWriting);
+        }
+    }
+    if (mWriting.empty()) {
+        return;
+    }
+    mBusy = true;
     mProgressMs = linkNowMs();
-    asio::async_write(mSocket, asio::buffer(mOutgoing.front()),
-                      [self = shared_from_this()](const asio::error_code& error, size_t) {
-                          if (self->mClosed) {
-                              return;
-                          }
-                          if (error) {
-                              self->close(error.message());
-                              return;
-                          }
-                          self->mOutgoingBytes -= self->mOutgoing.front().size();
-                          self->mOutgoing.pop_front();
-                          if (!self->mOutgoing.empty()) {
-                              self->writeFront();
-                          }
-                      });
+    mSocket.async_write_some(asio::buffer(mWriting.data() + mWritten, mWriting.size() - mWritten),
+                             [self = shared_from_this()](const asio::error_code& error, size_t size) {
+                                 self->written(error, size);
+                             });
+}
+
+void Connection::written(const asio::error_code& error, size_t size)
+{
+    mBusy = false;
+    if (mClosed) {
+        return;
+    }
+    if (error) {
+        close(error.message());
+        return;
+    }
+    mWritten += size;
+    writeMore();
 }
 
 void Connection::armTimer()
@@ -202,7 +219,7 @@ std::string Connection::lateReason(int64_t nowMs) const
     if (!mHeld && mReader.overdue(nowMs)) {
         return "a message takes too long to arrive";
     }
-    if (!mOutgoing.empty() && nowMs - mProgressMs >= mSettings.giveUpAfterMs) {
+    if (mBusy && nowMs - mProgressMs >= mSettings.giveUpAfterMs) {
         return "it does not read what is sent to it";
     }
     return {};

@@ -5,7 +5,6 @@
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <string>
 #include <vector>
@@ -59,7 +58,8 @@ private:
     void received(const asio::error_code& error, size_t size);
     bool handleBytes(const uint8_t* data, size_t size);
     bool handleMessage(WMsg&& message);
-    void writeFront();
+    void writeMore();
+    void written(const asio::error_code& error, size_t size);
     void armTimer();
     void checkTimes();
     std::string lateReason(int64_t nowMs) const;
@@ -77,9 +77,12 @@ private:
     int64_t mHeardMs = 0;
     bool mPinged = false;
 
-    std::deque<std::vector<uint8_t>> mOutgoing;
-    size_t mOutgoingBytes = 0;
-    int64_t mProgressMs = 0; ///< when the front of mOutgoing became the front
+    std::vector<uint8_t> mWriting; ///< whole messages, on their way
+    size_t mWritten = 0;           ///< of mWriting
+    std::vector<uint8_t> mWaiting; ///< whole messages, to follow mWriting
+    uint64_t mPingsUnanswered = 0; ///< answered as far as the peer reads; a number needs no room
+    bool mBusy = false;            ///< a write is under way
+    int64_t mProgressMs = 0;       ///< when it began
 };
 
 } // namespace server

@@ -1,5 +1,6 @@
 #include "server/console.h"
 
+#include <cerrno>
 #include <poll.h>
 #include <unistd.h>
 
@@ -29,6 +30,22 @@ private:
     TypedLine* mLine;
 };
 
+/// Writes without waiting for a reader. There is nowhere left to say that the error stream failed.
+void writeAsFarAsItGoes(int fd, const std::string& text)
+{
+    size_t written = 0;
+    while (written < text.size()) {
+        pollfd entry{fd, POLLOUT, 0};
+        const int ready = ::poll(&entry, 1, 0);
+        const ssize_t size = ready > 0 ? ::write(fd, text.data() + written, text.size() - written) : -1;
+        if (size > 0) {
+            written += static_cast<size_t>(size);
+        } else if (ready == 0 || errno != EINTR) {
+            return;
+        }
+    }
+}
+
 } // namespace
 
 Console::Console(asio::io_context& io, int outputFd, int errorFd, bool verbose)
@@ -53,11 +70,7 @@ void Console::debug(const std::string& sentence)
 void Console::text(const std::string& lines)
 {
     const Aside aside(mTypedLine);
-    pollfd entry{mErrorFd, POLLOUT, 0};
-    if (::poll(&entry, 1, 0) > 0) {
-        // There is nowhere left to say that the error stream failed.
-        [[maybe_unused]] const ssize_t written = ::write(mErrorFd, lines.data(), lines.size());
-    }
+    writeAsFarAsItGoes(mErrorFd, lines);
 }
 
 } // namespace server

@@ -45,18 +45,25 @@ void DeviceSession::start()
     askForDevice();
 }
 
-uint8_t DeviceSession::request(WMsg message, PendingRequests::Handler handler)
+std::optional<uint8_t> DeviceSession::request(WMsg message, PendingRequests::Handler handler)
 {
-    message.seq = mRequests.number(std::move(handler));
-    mConnection->send(message);
-    return message.seq;
+    const std::optional<uint8_t> seq = mRequests.number(std::move(handler));
+    if (seq) {
+        message.seq = *seq;
+        mConnection->send(message);
+    }
+    return seq;
 }
 
-void DeviceSession::send(WMsg message)
+bool DeviceSession::send(WMsg message)
 {
     const bool answered = message.type == cObjectList::kSet || message.type == cObjectList::kRequest;
-    message.seq = answered ? mRequests.numberUnwanted() : mRequests.number();
-    mConnection->send(message);
+    const std::optional<uint8_t> seq = answered ? mRequests.numberUnwanted() : mRequests.number();
+    if (seq) {
+        message.seq = *seq;
+        mConnection->send(message);
+    }
+    return seq.has_value();
 }
 
 void DeviceSession::askForDevice()
@@ -138,6 +145,7 @@ void DeviceSession::hold(WMsg&& message)
         mConnection->close("it sends too much before it says which device it is");
         return;
     }
+    message.payload.shrink_to_fit();
     mHeld.push_back(std::move(message));
 }
 

@@ -45,14 +45,16 @@ public:
 
     void start();
 
-    /// Sends @p message, whose answer goes to @p handler. Returns its sequence number.
-    uint8_t request(WMsg message, PendingRequests::Handler handler);
+    /// Sends @p message, whose answer goes to @p handler. Returns its sequence number; none, and nothing is
+    /// sent, while the device leaves too many requests unanswered.
+    std::optional<uint8_t> request(WMsg message, PendingRequests::Handler handler);
 
     /// Stops waiting for the answer to @p seq.
     void giveUp(uint8_t seq) { mRequests.giveUp(seq); }
 
-    /// Sends @p message; should the device answer, the answer is dropped.
-    void send(WMsg message);
+    /// Sends @p message; should the device answer, the answer is dropped. False, and nothing is sent, while
+    /// the device leaves too many requests unanswered.
+    bool send(WMsg message);
 
     void resumeReading() { mConnection->resumeReading(); }
 

@@ -10,7 +10,20 @@
 
 namespace server {
 
-JsonOutput::JsonOutput(asio::io_context& io, int fd) : mIo(io), mStream(io, ::dup(fd)) {}
+namespace {
+
+int duplicateOf(int fd)
+{
+    const int copy = ::dup(fd);
+    if (copy < 0) {
+        throw std::system_error(errno, std::generic_category());
+    }
+    return copy;
+}
+
+} // namespace
+
+JsonOutput::JsonOutput(asio::io_context& io, int fd) : mIo(io), mStream(io, duplicateOf(fd)) {}
 
 void JsonOutput::writeLine(const std::string& line)
 {
@@ -43,7 +56,11 @@ bool JsonOutput::finish(int timeoutMs)
 bool JsonOutput::writable(int timeoutMs) const
 {
     pollfd entry{const_cast<asio::posix::stream_descriptor&>(mStream).native_handle(), POLLOUT, 0};
-    return ::poll(&entry, 1, timeoutMs) > 0;
+    int ready = ::poll(&entry, 1, timeoutMs);
+    while (ready < 0 && errno == EINTR) {
+        ready = ::poll(&entry, 1, timeoutMs);
+    }
+    return ready > 0;
 }
 
 /// Writes as much as a writable pipe takes without blocking. False when nothing can be written now.
@@ -52,10 +69,11 @@ bool JsonOutput::writeSome()
     const size_t size = std::min<size_t>(mPending.size() - mWritten, PIPE_BUF);
     const ssize_t count = ::write(mStream.native_handle(), mPending.data() + mWritten, size);
     if (count < 0) {
-        if (errno != EINTR && errno != EAGAIN) {
-            breakOff(errno);
+        const int error = errno;
+        if (error != EINTR && error != EAGAIN) {
+            breakOff(error);
         }
-        return errno == EINTR;
+        return error == EINTR;
     }
     mWritten += static_cast<size_t>(count);
     return true;

@@ -18,7 +18,8 @@ public:
     /// Above so many bytes that nobody reads, congested() asks for less.
     static constexpr size_t kCongestedBytes = 4 * 1024 * 1024;
 
-    /// Writes to a duplicate of @p fd, a stream that outlives this object.
+    /// Writes to a duplicate of @p fd, a stream that outlives this object. Throws std::system_error where
+    /// the system grants no descriptor, as asio does.
     JsonOutput(asio::io_context& io, int fd);
 
     /// Called when a congested output is no longer so.

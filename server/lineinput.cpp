@@ -4,6 +4,7 @@
 #include <array>
 #include <asio/post.hpp>
 #include <cerrno>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -14,20 +15,29 @@ LineInput::LineInput(asio::io_context& io, int fd, size_t mostBytes)
 {
     // A program may well be started without a standard input.
     const int copy = ::dup(fd);
-    if (copy >= 0) {
-        asio::error_code error;
-        mStream.assign(copy, error);
-        if (error) {
-            ::close(copy);
-        }
+    if (copy < 0) {
+        mOpenError = errno == EBADF ? 0 : errno;
+        return;
+    }
+    asio::error_code error;
+    mStream.assign(copy, error);
+    if (error) {
+        mOpenError = error.value();
+        ::close(copy);
+    }
+}
+
+void LineInput::start()
+{
+    if (mStream.is_open()) {
+        waitForInput();
+    } else if (mOpenError != 0) {
+        endInput(mOpenError);
     }
 }
 
 void LineInput::waitForInput()
 {
-    if (!mStream.is_open()) {
-        return;
-    }
     // Waiting and reading apart keeps the descriptor's modes: a terminal shares them with other programs.
     mStream.async_wait(asio::posix::stream_descriptor::wait_read, [this](const asio::error_code& error) {
         if (error == asio::error::operation_not_supported) {
@@ -35,6 +45,8 @@ void LineInput::waitForInput()
             asio::post(mIo, [this] { readNow(); });
         } else if (!error) {
             readNow();
+        } else if (error != asio::error::operation_aborted) {
+            endInput(error.value());
         }
     });
 }
@@ -46,10 +58,19 @@ void LineInput::readNow()
     if (size > 0) {
         take(data.data(), static_cast<size_t>(size));
     } else if (size == 0 || (errno != EAGAIN && errno != EINTR)) {
-        finishLine();
+        endInput(size == 0 ? 0 : errno);
         return;
     }
     waitForInput();
+}
+
+/// @p error is 0 at the end of the input.
+void LineInput::endInput(int error)
+{
+    finishLine();
+    if (error != 0) {
+        onTrouble(std::generic_category().message(error));
+    }
 }
 
 void LineInput::take(const char* data, size_t size)

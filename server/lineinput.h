@@ -19,16 +19,21 @@ public:
     /// Called for each line, without its end.
     std::function<void(const std::string&)> onLine;
 
-    void start() { waitForInput(); }
+    /// Called once when the input can't be read any more, with the reason; not for its end.
+    std::function<void(const std::string&)> onTrouble;
+
+    void start();
 
 private:
     void waitForInput();
     void readNow();
+    void endInput(int error);
     void take(const char* data, size_t size);
     void finishLine();
 
     asio::io_context& mIo;
     asio::posix::stream_descriptor mStream;
+    int mOpenError = 0;
     const size_t mMostBytes;
     std::string mLine;
 };

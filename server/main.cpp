@@ -2,6 +2,7 @@
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
+#include <system_error>
 #include <unistd.h>
 
 #include "server/application.h"
@@ -16,6 +17,20 @@ void fillStandardStreams()
         opened = ::open("/dev/null", O_RDONLY);
     }
     ::close(opened);
+}
+
+/// The exit status.
+int serve(const server::Options& options)
+{
+    try {
+        server::Application application(options, server::LinkSettings(), server::Application::Streams());
+        application.endOnSignals();
+        return application.run();
+    } catch (const std::system_error& error) {
+        // The system grants no more descriptors, most likely.
+        std::fprintf(stderr, "zulserver: Cannot serve: %s.\n", error.code().message().c_str());
+        return 1;
+    }
 }
 
 } // namespace
@@ -33,7 +48,5 @@ int main(int argc, char** argv)
     if (!parsed.options) {
         return parsed.exitStatus;
     }
-    server::Application application(*parsed.options, server::LinkSettings(), server::Application::Streams());
-    application.endOnSignals();
-    return application.run();
+    return serve(*parsed.options);
 }

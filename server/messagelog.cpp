@@ -25,6 +25,7 @@ bool hasObject(const WMsg& message, uint32_t type)
 
 void MessageLog::add(uint32_t deviceSerial, WMsg message)
 {
+    message.payload.shrink_to_fit();
     mPayloadBytes += message.payload.size();
     mEntries.push_back({mAdded++, deviceSerial, std::move(message)});
     while (mEntries.size() > mLimits.messages || mPayloadBytes > mLimits.payloadBytes) {

@@ -28,14 +28,11 @@ std::string PeerAcceptor::open(const std::string& address, uint16_t port)
     if (!error) {
         mAcceptor.listen(tcp::acceptor::max_listen_connections, error);
     }
+    if (!error) {
+        mEndpoint = mAcceptor.local_endpoint(error);
+    }
     return error ? "Cannot listen at " + address + " port " + std::to_string(port) + ": " + error.message()
                  : std::string();
-}
-
-asio::ip::tcp::endpoint PeerAcceptor::endpoint() const
-{
-    asio::error_code ignored;
-    return mAcceptor.local_endpoint(ignored);
 }
 
 void PeerAcceptor::accept()

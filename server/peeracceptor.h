@@ -25,7 +25,7 @@ public:
     std::string open(const std::string& address, uint16_t port);
 
     /// Where it listens.
-    asio::ip::tcp::endpoint endpoint() const;
+    const asio::ip::tcp::endpoint& endpoint() const { return mEndpoint; }
 
     void start() { accept(); }
 
@@ -34,6 +34,7 @@ private:
     void retryLater(const asio::error_code& error);
 
     asio::ip::tcp::acceptor mAcceptor;
+    asio::ip::tcp::endpoint mEndpoint;
     asio::steady_timer mRetryTimer;
     bool mTroubled = false;
 };

@@ -5,64 +5,57 @@
 
 namespace server {
 
+bool PendingRequests::isOutstanding(uint8_t seq) const
+{
+    return std::find(mOutstanding.begin(), mOutstanding.end(), seq) != mOutstanding.end();
+}
+
 uint8_t PendingRequests::number()
 {
-    for (int tried = 0; tried < 256; ++tried) {
-        if (mRequests[++mLast].state == eState::FREE) {
-            return mLast;
-        }
-    }
-    mLast = mUnwanted.front();
-    mUnwanted.pop_front();
-    mRequests[mLast] = Request();
+    do {
+        ++mLast;
+    } while (isOutstanding(mLast));
     return mLast;
 }
 
-uint8_t PendingRequests::number(Handler handler)
+std::optional<uint8_t> PendingRequests::number(Handler handler)
 {
-    const uint8_t seq = number();
-    mRequests[seq] = {eState::WANTED, std::move(handler)};
-    return seq;
-}
-
-uint8_t PendingRequests::numberUnwanted()
-{
-    const uint8_t seq = number();
-    mRequests[seq].state = eState::UNWANTED;
-    mUnwanted.push_back(seq);
-    return seq;
-}
-
-void PendingRequests::giveUp(uint8_t seq)
-{
-    if (mRequests[seq].state == eState::WANTED) {
-        mRequests[seq] = {eState::UNWANTED, nullptr};
-        mUnwanted.push_back(seq);
+    if (mOutstanding.size() >= kMostOutstanding) {
+        return std::nullopt;
     }
+    const uint8_t seq = number();
+    mOutstanding.push_back(seq);
+    mHandlers[seq] = std::move(handler);
+    return seq;
 }
 
 bool PendingRequests::answer(const WMsg& answer)
 {
-    const Request request = std::exchange(mRequests[answer.seq], Request());
-    if (request.state == eState::WANTED) {
-        request.handler(&answer);
-        return true;
+    const auto found = std::find(mOutstanding.begin(), mOutstanding.end(), answer.seq);
+    if (found == mOutstanding.end()) {
+        ++mDropped;
+        return false;
     }
-    if (request.state == eState::UNWANTED) {
-        mUnwanted.erase(std::find(mUnwanted.begin(), mUnwanted.end(), answer.seq));
+    const Handler handler = std::exchange(mHandlers[answer.seq], nullptr);
+    const auto overtaken = std::remove_if(mOutstanding.begin(), found,
+                                          [this](uint8_t seq) { return mHandlers[seq] == nullptr; });
+    mOutstanding.erase(mOutstanding.erase(overtaken, found));
+    if (handler == nullptr) {
+        ++mDropped;
+        return false;
     }
-    ++mDropped;
-    return false;
+    handler(&answer);
+    return true;
 }
 
 void PendingRequests::failAll()
 {
-    std::array<Request, 256> ended;
-    std::swap(ended, mRequests);
-    mUnwanted.clear();
-    for (const Request& request : ended) {
-        if (request.state == eState::WANTED) {
-            request.handler(nullptr);
+    std::array<Handler, 256> ended;
+    std::swap(ended, mHandlers);
+    mOutstanding.clear();
+    for (const Handler& handler : ended) {
+        if (handler != nullptr) {
+            handler(nullptr);
         }
     }
 }

@@ -2,9 +2,11 @@
 #define SERVER_PENDINGREQUESTS_H
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <optional>
 
 #include "wmsg/wmsg.h"
 
@@ -13,24 +15,28 @@ namespace server {
 /// Numbers the messages of one connection and finds the request that an answer belongs to.
 ///
 /// The numbers run 1 to 255, then 0. One whose answer is still to come is passed over, also when nobody
-/// waits for that answer any longer; when all are in that state, the one given up longest ago is reused.
+/// waits for that answer any longer. Answers come in the order of the requests, so an answer also tells
+/// that none will come to an earlier request.
 class PendingRequests
 {
 public:
     /// Gets the answer, or null when the connection ended before it came.
     using Handler = std::function<void(const WMsg*)>;
 
+    /// One number stays free for what is not answered.
+    static constexpr size_t kMostOutstanding = 255;
+
     /// A number for a message that is not answered.
     uint8_t number();
 
-    /// A number for a message whose answer goes to @p handler, at most 255 at a time.
-    uint8_t number(Handler handler);
+    /// A number for a message whose answer goes to @p handler; none while too many are outstanding.
+    std::optional<uint8_t> number(Handler handler);
 
-    /// A number for a message whose answer nobody wants.
-    uint8_t numberUnwanted();
+    /// A number for a message whose answer nobody wants; none while too many are outstanding.
+    std::optional<uint8_t> numberUnwanted() { return number(nullptr); }
 
     /// The answer to @p seq is no longer wanted: its handler is forgotten.
-    void giveUp(uint8_t seq);
+    void giveUp(uint8_t seq) { mHandlers[seq] = nullptr; }
 
     /// Hands @p answer to its request. False, and the answer is counted, when nobody waits for it.
     bool answer(const WMsg& answer);
@@ -42,21 +48,10 @@ public:
     uint64_t dropped() const { return mDropped; }
 
 private:
-    enum class eState
-    {
-        FREE,
-        WANTED,
-        UNWANTED
-    };
+    bool isOutstanding(uint8_t seq) const;
 
-    struct Request
-    {
-        eState state = eState::FREE;
-        Handler handler;
-    };
-
-    std::array<Request, 256> mRequests;
-    std::deque<uint8_t> mUnwanted; ///< oldest first
+    std::deque<uint8_t> mOutstanding; ///< numbers of requests without an answer, oldest first
+    std::array<Handler, 256> mHandlers;
     uint8_t mLast = 0;
     uint64_t mDropped = 0;
 };

@@ -112,14 +112,22 @@ void WMsgReader::takePayloadBytes(const uint8_t** data, size_t* size)
         return;
     }
     std::vector<uint8_t>& payload = mMessage.payload;
-    if (payload.capacity() - payload.size() < taken) {
-        const size_t doubled = std::max(payload.size() + taken, payload.capacity() * 2);
-        payload.reserve(std::min(doubled, mLimits.messageBytes));
-    }
+    reserveFor(payload.size() + taken);
     payload.insert(payload.end(), *data, *data + taken);
     mPayloadLeft -= taken;
     *data += taken;
     *size -= taken;
+}
+
+/// Room that grows exists twice for a moment. So it doubles while that costs little; beyond that it grows
+/// once more, to the largest message permitted, of which the system backs what is written to.
+void WMsgReader::reserveFor(size_t size)
+{
+    std::vector<uint8_t>& payload = mMessage.payload;
+    if (size > payload.capacity()) {
+        const size_t room = std::min(std::max(size, payload.capacity() * 2), mLimits.messageBytes);
+        payload.reserve(room <= kMostDoubled ? room : mLimits.messageBytes);
+    }
 }
 
 bool WMsgReader::checksumFits() const

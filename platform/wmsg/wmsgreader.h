@@ -11,11 +11,14 @@
 /// Turns the bytes of one connection into messages.
 ///
 /// It knows no socket and no clock: the caller hands it bytes and the time. Memory grows with the bytes
-/// received and never beyond one message of the largest permitted size. After a broken byte the connection
-/// can't be read on: the caller closes it and starts the next one with a fresh reader.
+/// received and never beyond kMostDoubled and one message of the largest permitted size. After a broken byte
+/// the connection can't be read on: the caller closes it and starts the next one with a fresh reader.
 class WMsgReader
 {
 public:
+    /// A message that needs more room than this gets the room of the largest one.
+    static constexpr size_t kMostDoubled = 32 * 1024;
+
     struct Limits
     {
         size_t messageBytes = wmsg::kMaxMessageBytes;
@@ -50,6 +53,7 @@ private:
     WStatus checkControl() const;
     WStatus checkSequel() const;
     void takePayloadBytes(const uint8_t** data, size_t* size);
+    void reserveFor(size_t size);
     bool checksumFits() const;
     bool finishSegment(WMsg* message);
     eResult broken(WStatus status);

@@ -1,11 +1,14 @@
 #include "zulobj/linksocket.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+
+#include "zulobj/linkclock.h"
 
 namespace {
 
@@ -24,9 +27,22 @@ int connectError(int fd)
 /// True when the attempt on @p fd came to an end, good or bad, in time.
 bool waitForConnect(int fd, int timeoutMs, int wakeFd)
 {
+    const int64_t deadline = linkNowMs() + timeoutMs;
     pollfd waits[] = {{fd, POLLOUT, 0}, {wakeFd, POLLIN, 0}};
-    const int ready = poll(waits, 2, timeoutMs);
+    int ready = -1;
+    for (int64_t left = timeoutMs; ready < 0 && left >= 0; left = deadline - linkNowMs()) {
+        ready = poll(waits, 2, static_cast<int>(left));
+        if (ready < 0 && errno != EINTR) {
+            return false;
+        }
+    }
     return ready > 0 && waits[1].revents == 0 && waits[0].revents != 0;
+}
+
+bool isReadable(int fd)
+{
+    pollfd wait{fd, POLLIN, 0};
+    return poll(&wait, 1, 0) > 0;
 }
 
 } // namespace
@@ -59,6 +75,22 @@ std::shared_ptr<cLinkSocket> cLinkSocket::connectTo(const sLinkAddress& address,
         return nullptr;
     }
     return link;
+}
+
+std::shared_ptr<cLinkSocket> cLinkSocket::connectToAny(const std::vector<sLinkAddress>& addresses,
+                                                       int timeoutMs, int wakeFd, std::string* problem)
+{
+    const int64_t deadline = linkNowMs() + timeoutMs;
+    size_t untried = addresses.size();
+    for (const sLinkAddress& address : addresses) {
+        const int64_t left = std::max<int64_t>(deadline - linkNowMs(), 1);
+        const int share = static_cast<int>(left / static_cast<int64_t>(untried--)) + 1;
+        std::shared_ptr<cLinkSocket> socket = connectTo(address, share, wakeFd, problem);
+        if (socket || isReadable(wakeFd)) {
+            return socket;
+        }
+    }
+    return nullptr;
 }
 
 cLinkSocket::~cLinkSocket() { close(mFd); }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "zulobj/resolver.h"
 
@@ -18,6 +19,11 @@ public:
     /// failure, with one sentence in @p *problem.
     static std::shared_ptr<cLinkSocket> connectTo(const sLinkAddress& address, int timeoutMs, int wakeFd,
                                                   std::string* problem);
+
+    /// Tries one address after the other. Each gets an equal share of what is left of @p timeoutMs, so that
+    /// one that does not answer leaves time for the next.
+    static std::shared_ptr<cLinkSocket> connectToAny(const std::vector<sLinkAddress>& addresses,
+                                                     int timeoutMs, int wakeFd, std::string* problem);
 
     /// Takes over the connected descriptor @p fd.
     explicit cLinkSocket(int fd) : mFd(fd) {}

@@ -1,9 +1,9 @@
 #ifndef ZULOBJ_MSGREG_H
 #define ZULOBJ_MSGREG_H
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 
 class cObjectList;
 
@@ -26,24 +26,41 @@ struct cMsgReg
 };
 
 /// Finds the outstanding request that a sequence number stands for. It has no lock of its own.
+///
+/// A number stays taken until its answer comes, also when nobody waits for that any longer. Answers come in
+/// the order of the requests, so an answer also tells that none will come to an earlier request.
 class cMsgRegistry
 {
 public:
     /// One number stays free for everything that is not a request.
     static constexpr size_t kMaxOutstanding = 255;
 
-    bool isTaken(uint8_t seq) const { return mBySeq[seq] != nullptr; }
-    void add(uint8_t seq, cMsgReg* request) { mBySeq[seq] = request; }
-    cMsgReg* find(uint8_t seq) const { return mBySeq[seq]; }
+    bool isTaken(uint8_t seq) const;
 
-    /// Forgets @p request, whatever its number.
-    void remove(const cMsgReg* request);
+    /// @p request has just been sent, as number @p seq.
+    void add(uint8_t seq, cMsgReg* request) { mEntries.push_back({seq, request}); }
+
+    /// The request that was sent as @p seq, whose answer has come; null when nobody waits for it. The number
+    /// is free again.
+    cMsgReg* answered(uint8_t seq);
+
+    /// Nobody waits for the answer to @p request any longer.
+    void giveUp(const cMsgReg* request);
+
+    /// How many numbers are taken for nobody.
+    size_t givenUp() const;
 
     /// Ends every request with @p status and forgets it.
     void failAll(cMsgReg::eMsgStatus status);
 
 private:
-    std::array<cMsgReg*, 256> mBySeq{};
+    struct Entry
+    {
+        uint8_t seq;
+        cMsgReg* request; ///< null when given up
+    };
+
+    std::deque<Entry> mEntries; ///< oldest first
 };
 
 #endif

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <random>
 #include <utility>
 
 #include "zulobj/linkclock.h"
@@ -9,7 +10,7 @@
 cObjectClient::cObjectClient(const Settings& settings)
     : cWlog("zulobj.client"),
       mSettings(settings),
-      mJitter(std::random_device{}()),
+      mPause(settings.firstPauseMs, settings.longestPauseMs, std::random_device{}()),
       mOutQueue(settings.queueBytes)
 {}
 
@@ -25,7 +26,7 @@ bool cObjectClient::start(const char* address, int port)
     stopLink();
     mAddress = address;
     mPort = static_cast<uint16_t>(port);
-    mPauseMs = mSettings.firstPauseMs;
+    mPause.reset();
     mWakeup.reset();
     mEventPump.refuse(false);
     mEventPump.start();
@@ -143,7 +144,7 @@ cObjectClient::eMsgStatus cObjectClient::request(uint8_t type, cObjectList* list
     if (!mStarted || mStopping) {
         return MSG_ERROR;
     }
-    if (mOutstanding == cMsgRegistry::kMaxOutstanding) {
+    if (mOutstanding + mRegistry.givenUp() >= cMsgRegistry::kMaxOutstanding) {
         return MSG_BUSY;
     }
     ++mOutstanding;
@@ -154,7 +155,7 @@ cObjectClient::eMsgStatus cObjectClient::request(uint8_t type, cObjectList* list
     mTransmitChanged.notify_all();
     mReceiveChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs),
                              [&] { return waiting.complete || mStopping; });
-    mRegistry.remove(&waiting);
+    mRegistry.giveUp(&waiting);
     mOutQueue.dropRequest(&waiting);
     --mOutstanding;
     return waiting.status == MSG_WAITING ? MSG_ERROR : waiting.status;
@@ -188,13 +189,20 @@ void cObjectClient::queue(cOutQueue::Entry entry)
     mTransmitChanged.notify_one();
 }
 
-void cObjectClient::queuePing(bool isAnswer)
+void cObjectClient::queuePing()
 {
     cOutQueue::Entry entry;
-    entry.message = WMsg::ping(isAnswer);
+    entry.message = WMsg::ping(false);
     entry.connection = mConnection;
     entry.numbered = true;
     queue(std::move(entry));
+}
+
+void cObjectClient::answerPing()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    ++mPingsUnanswered;
+    mTransmitChanged.notify_one();
 }
 
 void cObjectClient::warnOfDropped()
@@ -236,16 +244,8 @@ cObjectClient::SocketPtr cObjectClient::openConnection(std::string* problem)
     const std::vector<sLinkAddress> addresses =
         resolveAddress(mAddress, mPort, mSettings.connectMs, mWakeup.fd());
     *problem = "the name has no address";
-    size_t untried = addresses.size();
-    for (const sLinkAddress& address : addresses) {
-        const int64_t left = std::max<int64_t>(deadline - linkNowMs(), 1);
-        const int share = static_cast<int>(left / static_cast<int64_t>(untried--)) + 1;
-        SocketPtr socket = cLinkSocket::connectTo(address, share, mWakeup.fd(), problem);
-        if (socket || stopping()) {
-            return socket;
-        }
-    }
-    return nullptr;
+    const int left = static_cast<int>(std::max<int64_t>(deadline - linkNowMs(), 1));
+    return cLinkSocket::connectToAny(addresses, left, mWakeup.fd(), problem);
 }
 
 void cObjectClient::connectionUp(const SocketPtr& socket)
@@ -269,6 +269,7 @@ void cObjectClient::connectionDown()
     const std::lock_guard<std::mutex> lock(mMutex);
     mSocket->shutDown();
     mSocket.reset();
+    mPingsUnanswered = 0;
     mOutQueue.dropOthers(cOutQueue::kAnyConnection);
     adjustPump();
     mRegistry.failAll(MSG_ERROR);
@@ -280,7 +281,7 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
     WMsgReader reader;
     int64_t heardAt = linkNowMs();
     bool pinged = false;
-    while (waitForReader()) {
+    while (waitForReader(&heardAt)) {
         // A listener may have taken its time: what has come meanwhile is read before silence is judged.
         const int patienceMs = pinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs;
         const int64_t wait = std::max<int64_t>(heardAt + patienceMs - linkNowMs(), 0);
@@ -299,7 +300,7 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
                 return "the server is silent";
             }
             if (!pinged && nowMs - heardAt >= mSettings.pingAfterMs) {
-                queuePing(false);
+                queuePing();
                 pinged = true;
             }
             continue;
@@ -316,10 +317,14 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
 
 /// Waits while the peer leaves too many answers unread; a connection that breaks has none left. False when
 /// the client stops.
-bool cObjectClient::waitForReader()
+bool cObjectClient::waitForReader(int64_t* heardAt)
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    mReceiveChanged.wait(lock, [this] { return mStopping || !answersPileUp(); });
+    if (answersPileUp()) {
+        mReceiveChanged.wait(lock, [this] { return mStopping || !answersPileUp(); });
+        // Whoever was not listened to has not been silent.
+        *heardAt = linkNowMs();
+    }
     return !mStopping;
 }
 
@@ -341,7 +346,7 @@ std::string cObjectClient::handleBytes(const uint8_t* data, size_t size, WMsgRea
         if (result == WMsgReader::MORE) {
             return {};
         }
-        mPauseMs = mSettings.firstPauseMs;
+        mPause.reset();
         const size_t bytes = message.payload.size() + wmsg::kHeaderSize;
         if (!handleMessage(std::move(message), bytes)) {
             return "stopped";
@@ -354,7 +359,7 @@ bool cObjectClient::handleMessage(WMsg&& message, size_t bytes)
 {
     if (message.control) {
         if (!message.answer && message.type == wmsg::kControlPing) {
-            queuePing(true);
+            answerPing();
         }
         return true;
     }
@@ -375,25 +380,21 @@ bool cObjectClient::handleMessage(WMsg&& message, size_t bytes)
 void cObjectClient::handleAnswer(const WMsg& message)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    cMsgReg* waiting = mRegistry.find(message.seq);
+    cMsgReg* waiting = mRegistry.answered(message.seq);
     if (waiting == nullptr) {
         ++mUnmatched;
         return;
     }
     waiting->status = waiting->answer->decode(message).isOk() ? MSG_OK : MSG_ERROR;
     waiting->complete = true;
-    mRegistry.remove(waiting);
     mReceiveChanged.notify_all();
 }
 
 void cObjectClient::pause(const std::string& problem)
 {
-    // Devices that lost the same server must not all come back in the same instant.
-    std::uniform_real_distribution<double> factor(1.0, 1.5);
-    const int pauseMs = std::min(static_cast<int>(mPauseMs * factor(mJitter)), mSettings.longestPauseMs);
+    const int pauseMs = mPause.next();
     warn(logText("No link to %s port %u: %s; next attempt in %.1f s", mAddress.c_str(), mPort,
                  problem.c_str(), pauseMs / 1000.0));
-    mPauseMs = std::min(mPauseMs * 2, mSettings.longestPauseMs * 2 / 3);
     std::unique_lock<std::mutex> lock(mMutex);
     mReceiveChanged.wait_for(lock, std::chrono::milliseconds(pauseMs), [this] { return mStopping; });
 }
@@ -426,14 +427,23 @@ void cObjectClient::sendLoop()
 bool cObjectClient::takeNext(cOutQueue::Entry* entry, SocketPtr* socket)
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    mTransmitChanged.wait(lock, [this] { return mStopping || (mSocket && !mBroken && !mOutQueue.empty()); });
+    mTransmitChanged.wait(lock, [this] {
+        return mStopping || (mSocket && !mBroken && (mPingsUnanswered > 0 || !mOutQueue.empty()));
+    });
     if (mStopping) {
         return false;
+    }
+    *socket = mSocket;
+    if (mPingsUnanswered > 0) {
+        --mPingsUnanswered;
+        *entry = cOutQueue::Entry();
+        entry->message = WMsg::ping(true);
+        entry->connection = mConnection;
+        return true;
     }
     mOutQueue.pop(entry);
     adjustPump();
     giveNumber(entry);
-    *socket = mSocket;
     return true;
 }
 

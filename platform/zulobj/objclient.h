@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <random>
 #include <string>
 #include <thread>
 
@@ -18,6 +17,7 @@
 #include "zulobj/msgreg.h"
 #include "zulobj/objectlist.h"
 #include "zulobj/outqueue.h"
+#include "zulobj/reconnectpause.h"
 #include "zulobj/wakeup.h"
 
 /// Keeps a device's connection to the monitoring server.
@@ -95,7 +95,7 @@ private:
     void connectionUp(const SocketPtr& socket);
     void connectionDown();
     void pause(const std::string& problem);
-    bool waitForReader();
+    bool waitForReader(int64_t* heardAt);
     bool answersPileUp() const;
     void adjustPump();
 
@@ -109,7 +109,8 @@ private:
     bool stopping() const;
     void reportFirstAttempt(bool connected);
     void queue(cOutQueue::Entry entry);
-    void queuePing(bool isAnswer);
+    void queuePing();
+    void answerPing();
     void warnOfDropped();
     eMsgStatus request(uint8_t type, cObjectList* list, cObjectList* answer, int timeoutMs);
 
@@ -117,11 +118,10 @@ private:
     cEventPump mEventPump;
     cWakeup mWakeup;
 
-    // The receiving thread's own; start() sets the first two before that thread runs.
+    // The receiving thread's own; start() sets the first three before that thread runs.
     std::string mAddress;
     uint16_t mPort = 0;
-    int mPauseMs = 0;
-    std::minstd_rand mJitter;
+    cReconnectPause mPause;
     std::array<uint8_t, 2048> mReceiveBuffer{};
 
     // The sending thread's own.
@@ -144,8 +144,9 @@ private:
     bool mBroken = false;     ///< sending on mSocket failed; the receiving thread is about to drop it
     uint64_t mConnection = 0; ///< counts connections from 1; 0 before the first
     cOutQueue mOutQueue;
+    uint64_t mPingsUnanswered = 0; ///< answered as far as the peer reads; a number needs no room
     cMsgRegistry mRegistry;
-    size_t mOutstanding = 0;
+    size_t mOutstanding = 0; ///< requests that somebody waits for, queued or sent
     uint8_t mCurrMsgSeq = 0;
     uint64_t mUnmatched = 0;
 

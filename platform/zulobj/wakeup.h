@@ -19,11 +19,20 @@ public:
     cWakeup& operator=(const cWakeup&) = delete;
 
     int fd() const { return mFd; }
-    void wake() { static_cast<void>(eventfd_write(mFd, 1)); }
+    void wake()
+    {
+        // A call that fails is made again: whoever waits must not wait on.
+        if (eventfd_write(mFd, 1) != 0) {
+            static_cast<void>(eventfd_write(mFd, 1));
+        }
+    }
     void reset()
     {
+        // What stays readable would end every wait at once. Where nothing is there to read, both fail.
         eventfd_t value = 0;
-        static_cast<void>(eventfd_read(mFd, &value));
+        if (eventfd_read(mFd, &value) != 0) {
+            static_cast<void>(eventfd_read(mFd, &value));
+        }
     }
 
 private:

@@ -5,6 +5,8 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include "linkpeer.h"
+#include "zulobj/linkclock.h"
 #include "zulobj/linksocket.h"
 #include "zulobj/wakeup.h"
 
@@ -24,6 +26,17 @@ int socketConnectedToItself()
                            getsockname(fd, generic(&address), &size) == 0 &&
                            connect(fd, generic(&address), size) == 0;
     return connected ? fd : -1;
+}
+
+sLinkAddress loopbackAddress(int port)
+{
+    sLinkAddress address;
+    auto* loopback = reinterpret_cast<sockaddr_in*>(&address.storage);
+    loopback->sin_family = AF_INET;
+    loopback->sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    loopback->sin_port = htons(static_cast<uint16_t>(port));
+    address.size = sizeof *loopback;
+    return address;
 }
 
 } // namespace
@@ -53,4 +66,43 @@ TEST(LinkSocketTest, ASocketThatReachedAPeerDoesNotTalkToItself)
     ASSERT_TRUE(connection) << problem;
     EXPECT_FALSE(connection->talksToItself());
     close(listener);
+}
+
+TEST(LinkSocketTest, AnAddressThatDoesNotAnswerLeavesTimeForTheNext)
+{
+    const FullPort silent;
+    LinkPeer good;
+    const cWakeup wakeup;
+    std::string problem;
+    constexpr int kTimeoutMs = 1000;
+    const int64_t begun = linkNowMs();
+    const auto connection = cLinkSocket::connectToAny(
+        {loopbackAddress(silent.port()), loopbackAddress(good.port())}, kTimeoutMs, wakeup.fd(), &problem);
+    EXPECT_TRUE(connection) << problem;
+    EXPECT_GE(linkNowMs() - begun, kTimeoutMs / 2) << "the first address had its share";
+}
+
+TEST(LinkSocketTest, AnAddressThatRefusesLeavesItsTimeToTheNext)
+{
+    const ClosedPort closed;
+    LinkPeer good;
+    const cWakeup wakeup;
+    std::string problem;
+    EXPECT_TRUE(cLinkSocket::connectToAny(
+        {loopbackAddress(closed.port()), loopbackAddress(closed.port()), loopbackAddress(good.port())}, 10000,
+        wakeup.fd(), &problem))
+        << problem;
+    EXPECT_FALSE(cLinkSocket::connectToAny({loopbackAddress(closed.port())}, 10000, wakeup.fd(), &problem));
+    EXPECT_EQ(problem, "Connection refused");
+}
+
+TEST(LinkSocketTest, AWakeUpEndsTheAttemptsAtAllAddresses)
+{
+    const FullPort silent;
+    LinkPeer good;
+    cWakeup wakeup;
+    wakeup.wake();
+    std::string problem;
+    EXPECT_FALSE(cLinkSocket::connectToAny({loopbackAddress(silent.port()), loopbackAddress(good.port())},
+                                           600000, wakeup.fd(), &problem));
 }

@@ -16,6 +16,9 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
+/// A request that is given up after this has gone out before.
+constexpr int kLongEnoughToBeSentMs = 1000;
+
 /// Pauses that a test need not wait for; nothing is given up by itself.
 cObjectClient::Settings quickSettings()
 {
@@ -492,6 +495,63 @@ TEST_F(ObjClientTest, RequestWithoutAnAnswerFailsInTime)
     EXPECT_EQ(client.get(&request, &answer, 20000), cObjectClient::MSG_ERROR) << "never started";
     ASSERT_TRUE(startClient(&client));
     EXPECT_EQ(client.get(&request, &answer, 10), cObjectClient::MSG_ERROR);
+}
+
+TEST_F(ObjClientTest, LateAnswerNeverPairsWithALaterRequest)
+{
+    cObjectClient client(quickSettings());
+    ASSERT_TRUE(startClient(&client));
+    PeerConnection peer = mPeer.accept();
+    cObjectList request;
+    cObjectList answer;
+    EXPECT_EQ(client.get(&request, &answer, kLongEnoughToBeSentMs), cObjectClient::MSG_ERROR);
+    WMsg late;
+    ASSERT_TRUE(peer.receive(&late));
+    WMsg message;
+    for (int i = 0; i < 300; ++i) {
+        sendEvent(&client, 1);
+        ASSERT_TRUE(peer.receive(&message));
+        ASSERT_NE(message.seq, late.seq) << "its answer may still come";
+    }
+    late.answer = true;
+    peer.send(late);
+    auto result = std::async(std::launch::async, [&] { return client.get(&request, &answer, 20000); });
+    ASSERT_TRUE(peer.receive(&message));
+    message.answer = true;
+    peer.send(message);
+    EXPECT_EQ(result.get(), cObjectClient::MSG_OK);
+    EXPECT_EQ(client.unmatchedAnswers(), 1U);
+}
+
+TEST_F(ObjClientTest, PeerThatAnswersNothingIsAskedNoMoreThan255Times)
+{
+    cObjectClient client(quickSettings());
+    ASSERT_TRUE(startClient(&client));
+    PeerConnection peer = mPeer.accept();
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < cMsgRegistry::kMaxOutstanding; ++i) {
+        threads.emplace_back([&client] {
+            cObjectList request;
+            cObjectList answer;
+            client.get(&request, &answer, kLongEnoughToBeSentMs);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    WMsg message;
+    for (size_t i = 0; i < cMsgRegistry::kMaxOutstanding; ++i) {
+        ASSERT_TRUE(peer.receive(&message));
+    }
+    cObjectList request;
+    cObjectList answer;
+    EXPECT_EQ(client.get(&request, &answer, 600000), cObjectClient::MSG_BUSY);
+    peer.close();
+    PeerConnection next = mPeer.accept();
+    next.send(WMsg::ping(false));
+    ASSERT_TRUE(next.receiveAny(&message)) << "a new connection begins anew";
+    EXPECT_EQ(client.get(&request, &answer, kLongEnoughToBeSentMs), cObjectClient::MSG_ERROR);
+    EXPECT_TRUE(next.receive(&message));
 }
 
 TEST_F(ObjClientTest, RequestFailsWhenTheConnectionIsLost)

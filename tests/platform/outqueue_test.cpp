@@ -54,6 +54,18 @@ TEST(OutQueueTest, DropsTheOldestEventPastTheBound)
     EXPECT_EQ(takeAll(&queue), (std::vector<int>{3, 4, 5}));
 }
 
+TEST(OutQueueTest, HoldsExactlyAsManyBytesAsPermitted)
+{
+    for (const size_t bound : {3 * kEntryBytes - 1, 3 * kEntryBytes, 3 * kEntryBytes + 1}) {
+        SCOPED_TRACE(bound);
+        cOutQueue queue(bound);
+        for (const uint8_t seq : {1, 2, 3}) {
+            queue.push(entryOf(seq));
+        }
+        EXPECT_EQ(queue.takeDropped(), bound < 3 * kEntryBytes ? 1U : 0U);
+    }
+}
+
 TEST(OutQueueTest, TakingMakesRoom)
 {
     cOutQueue queue(kEntryBytes);
@@ -137,30 +149,66 @@ TEST(OutQueueTest, DropsTheEntryOfARequest)
     EXPECT_EQ(queue.takeDropped(), 0U) << "only events are counted";
 }
 
-TEST(MsgRegistryTest, FindsARequestByItsNumber)
+TEST(MsgRegistryTest, FindsARequestByItsNumberOnce)
 {
     cMsgReg request;
     cMsgRegistry registry;
     EXPECT_FALSE(registry.isTaken(5));
     registry.add(5, &request);
     EXPECT_TRUE(registry.isTaken(5));
-    EXPECT_EQ(registry.find(5), &request);
-    EXPECT_EQ(registry.find(6), nullptr);
-    registry.remove(&request);
-    EXPECT_EQ(registry.find(5), nullptr);
+    EXPECT_EQ(registry.answered(6), nullptr);
+    EXPECT_EQ(registry.answered(5), &request);
+    EXPECT_FALSE(registry.isTaken(5));
+    EXPECT_EQ(registry.answered(5), nullptr);
+}
+
+TEST(MsgRegistryTest, ANumberGivenUpStaysTakenUntilItsAnswerComes)
+{
+    cMsgReg request;
+    cMsgRegistry registry;
+    registry.add(5, &request);
+    registry.giveUp(&request);
+    EXPECT_TRUE(registry.isTaken(5));
+    EXPECT_EQ(registry.givenUp(), 1U);
+    EXPECT_EQ(registry.answered(5), nullptr);
+    EXPECT_FALSE(registry.isTaken(5));
+    EXPECT_EQ(registry.givenUp(), 0U);
+}
+
+TEST(MsgRegistryTest, AnAnswerFreesWhatWasGivenUpBeforeIt)
+{
+    cMsgReg waiting;
+    cMsgReg late;
+    cMsgReg answered;
+    cMsgReg later;
+    cMsgRegistry registry;
+    registry.add(1, &waiting);
+    registry.add(2, &late);
+    registry.add(3, &answered);
+    registry.add(4, &later);
+    registry.giveUp(&late);
+    registry.giveUp(&later);
+    EXPECT_EQ(registry.answered(3), &answered);
+    EXPECT_TRUE(registry.isTaken(1)) << "somebody waits for it";
+    EXPECT_FALSE(registry.isTaken(2));
+    EXPECT_TRUE(registry.isTaken(4)) << "it was sent later";
 }
 
 TEST(MsgRegistryTest, FailsAllThatWait)
 {
     cMsgReg first;
     cMsgReg second;
+    cMsgReg third;
     cMsgRegistry registry;
     registry.add(0, &first);
     registry.add(255, &second);
+    registry.add(7, &third);
+    registry.giveUp(&third);
     registry.failAll(cMsgReg::MSG_ERROR);
     EXPECT_TRUE(first.complete && second.complete);
     EXPECT_EQ(second.status, cMsgReg::MSG_ERROR);
-    EXPECT_FALSE(registry.isTaken(0) || registry.isTaken(255));
+    EXPECT_EQ(third.status, cMsgReg::MSG_WAITING);
+    EXPECT_FALSE(registry.isTaken(0) || registry.isTaken(255) || registry.isTaken(7));
 }
 
 } // namespace

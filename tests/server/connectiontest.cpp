@@ -1,8 +1,10 @@
 // What the link does with peers that behave well, badly or not at all.
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <ostream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "objdevice.h"
@@ -209,7 +211,7 @@ TEST(ConnectionTimesTest, pingsDoNotCount)
 TEST(ConnectionTimesTest, aPeerThatNeverReadsIsDropped)
 {
     server::LinkSettings settings;
-    settings.queueBytes = 4096;
+    settings.giveUpAfterMs = 2000;
     TestServer server(settings);
     RawDevice device(server.port());
     device.identify(1);
@@ -219,10 +221,15 @@ TEST(ConnectionTimesTest, aPeerThatNeverReadsIsDropped)
     for (int i = 0; i < 100000; ++i) {
         WMsg::ping(false).appendFrames(pings);
     }
-    for (int i = 0; i < 20; ++i) {
-        device.sendBytes(pings);
-    }
+    std::atomic<bool> over{false};
+    std::thread flood([&] {
+        while (!over) {
+            device.sendBytes(pings);
+        }
+    });
     EXPECT_EQ(member(server.lines().next("disconnected"), "reason"), "it does not read what is sent to it");
+    over = true;
+    flood.join();
 }
 
 TEST(IdentifyTest, messagesAreHeldUntilTheDeviceLine)
@@ -299,6 +306,27 @@ TEST(IdentifyTest, aClientThatNeverSaysIsDropped)
     TestServer server(settings);
     RawDevice device(server.port());
     EXPECT_EQ(member(server.lines().next("disconnected"), "reason"), "it does not say which device it is");
+}
+
+TEST(IdentifyTest, exactlyAsMuchAsPermittedIsHeld)
+{
+    const server::LinkSettings defaults;
+    const size_t three = 3 * (inputEvent(1).payload.size() + defaults.heldMessageOverhead);
+    for (const size_t bound : {three - 1, three, three + 1}) {
+        SCOPED_TRACE(bound);
+        server::LinkSettings settings;
+        settings.heldBytes = bound;
+        TestServer server(settings);
+        RawDevice device(server.port());
+        const WMsg question = device.receive();
+        for (uint32_t port = 1; port <= 3; ++port) {
+            device.send(inputEvent(port));
+        }
+        cObjectDevice record;
+        device.answer(question, {&record});
+        server.lines().next("connected");
+        EXPECT_EQ(member(server.lines().next(), "event"), bound < three ? "disconnected" : "device");
+    }
 }
 
 TEST(IdentifyTest, aClientThatTalksTooMuchBeforeIsDropped)

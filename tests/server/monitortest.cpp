@@ -251,6 +251,39 @@ TEST(MonitorTest, aNumberWhoseAnswerIsLateIsNotReused)
     }
 }
 
+TEST(MonitorTest, aDeviceThatLeaves255RequestsUnansweredIsAskedNothingMore)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    std::vector<WMsg> unanswered;
+    for (size_t i = 0; i < server::PendingRequests::kMostOutstanding; ++i) {
+        EXPECT_EQ(statusOf(server.reply("send type=1")), "ok");
+        unanswered.push_back(device.receive());
+    }
+    for (const char* command : {"get din 2", "set din 2 default=low", "send type=0"}) {
+        expectError(server.reply(command), "The device has left 255 requests unanswered.");
+    }
+    EXPECT_EQ(statusOf(server.reply("send type=3")), "ok") << "an event is not answered";
+    EXPECT_EQ(device.receive().type, 3);
+
+    // What comes at last belongs to the old requests, whatever is asked for next.
+    server.type("get din 2 timeout=86400");
+    expectError(server.lines().next("reply"), "The device has left 255 requests unanswered.");
+    device.answer(unanswered.front(), {});
+    device.send(inputEvent(1));
+    server.lines().next("message");
+    server.type("get din 2");
+    cObjectDInput two;
+    two.setPortId(2);
+    for (size_t i = 1; i < unanswered.size(); ++i) {
+        device.answer(unanswered[i], {});
+    }
+    device.answer(device.receive(), {&two});
+    EXPECT_EQ(object(server.lines().next("reply"), 0, "portId"), "2");
+}
+
 TEST(MonitorTest, anAnswerThatIsNotUnderstoodIsAnError)
 {
     TestServer server;

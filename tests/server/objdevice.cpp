@@ -4,7 +4,11 @@
 #include "zulobj/dinput.h"
 #include "zulobj/objectlist.h"
 
-ObjDevice::ObjDevice(uint32_t serial) : mSerial(serial) { mClient.addListener(this); }
+ObjDevice::ObjDevice(uint32_t serial, const cObjectClient::Settings& settings)
+    : mSerial(serial), mClient(settings)
+{
+    mClient.addListener(this);
+}
 
 ObjDevice::~ObjDevice() { mClient.stop(); }
 

@@ -10,7 +10,7 @@
 class ObjDevice : public cObjectListener
 {
 public:
-    explicit ObjDevice(uint32_t serial);
+    explicit ObjDevice(uint32_t serial, const cObjectClient::Settings& settings = {});
     ~ObjDevice() override;
 
     bool connectTo(uint16_t port);

@@ -28,7 +28,7 @@ TEST(PendingRequestsTest, anAnswerReachesItsRequestOnce)
 {
     PendingRequests requests;
     int got = 0;
-    const uint8_t seq = requests.number([&got](const WMsg* answer) { got += answer != nullptr ? 1 : 100; });
+    const uint8_t seq = *requests.number([&got](const WMsg* answer) { got += answer != nullptr ? 1 : 100; });
     EXPECT_TRUE(requests.answer(answerTo(seq)));
     EXPECT_FALSE(requests.answer(answerTo(seq)));
     EXPECT_EQ(got, 1);
@@ -38,7 +38,7 @@ TEST(PendingRequestsTest, anAnswerReachesItsRequestOnce)
 TEST(PendingRequestsTest, aNumberIsNotReusedWhileItsRequestIsOutstanding)
 {
     PendingRequests requests;
-    const uint8_t seq = requests.number([](const WMsg*) {});
+    const uint8_t seq = *requests.number([](const WMsg*) {});
     for (int i = 0; i < 600; ++i) {
         EXPECT_NE(requests.number(), seq);
     }
@@ -48,7 +48,7 @@ TEST(PendingRequestsTest, anAnswerAfterGivingUpIsDroppedAndFreesTheNumber)
 {
     PendingRequests requests;
     bool called = false;
-    const uint8_t seq = requests.number([&called](const WMsg*) { called = true; });
+    const uint8_t seq = *requests.number([&called](const WMsg*) { called = true; });
     requests.giveUp(seq);
     for (int i = 0; i < 300; ++i) {
         EXPECT_NE(requests.number(), seq);
@@ -62,15 +62,44 @@ TEST(PendingRequestsTest, anAnswerAfterGivingUpIsDroppedAndFreesTheNumber)
     EXPECT_TRUE(reused);
 }
 
-TEST(PendingRequestsTest, whenAllNumbersAreGivenUpTheOldestIsReused)
+TEST(PendingRequestsTest, noNumberIsGivenTwiceWhileItsAnswerMayStillCome)
 {
     PendingRequests requests;
-    for (int i = 0; i < 256; ++i) {
+    for (int i = 1; i <= 255; ++i) {
+        EXPECT_EQ(requests.numberUnwanted(), i);
+    }
+    EXPECT_FALSE(requests.numberUnwanted());
+    EXPECT_FALSE(requests.number([](const WMsg*) {}));
+    EXPECT_EQ(requests.number(), 0) << "what is not answered can be numbered still";
+    EXPECT_EQ(requests.number(), 0);
+    EXPECT_FALSE(requests.answer(answerTo(1)));
+    EXPECT_EQ(requests.numberUnwanted(), 1);
+    EXPECT_FALSE(requests.numberUnwanted());
+}
+
+TEST(PendingRequestsTest, anAnswerFreesTheNumbersGivenUpBeforeIt)
+{
+    PendingRequests requests;
+    for (int i = 1; i <= 254; ++i) {
         requests.numberUnwanted();
     }
-    EXPECT_EQ(requests.number(), 1);
+    bool called = false;
+    const uint8_t seq = *requests.number([&called](const WMsg*) { called = true; });
+    EXPECT_TRUE(requests.answer(answerTo(seq)));
+    EXPECT_TRUE(called);
+    EXPECT_EQ(requests.numberUnwanted(), 0);
     EXPECT_EQ(requests.numberUnwanted(), 1);
-    EXPECT_EQ(requests.numberUnwanted(), 2);
+}
+
+TEST(PendingRequestsTest, anAnswerLeavesEarlierRequestsThatAreWaitedFor)
+{
+    PendingRequests requests;
+    int got = 0;
+    const uint8_t first = *requests.number([&got](const WMsg*) { got += 1; });
+    const uint8_t second = *requests.number([&got](const WMsg*) { got += 10; });
+    EXPECT_TRUE(requests.answer(answerTo(second)));
+    EXPECT_TRUE(requests.answer(answerTo(first)));
+    EXPECT_EQ(got, 11);
 }
 
 TEST(PendingRequestsTest, theEndOfTheConnectionEndsWhatIsWaitedFor)
@@ -78,7 +107,7 @@ TEST(PendingRequestsTest, theEndOfTheConnectionEndsWhatIsWaitedFor)
     PendingRequests requests;
     int ended = 0;
     requests.number([&ended](const WMsg* answer) { ended += answer == nullptr ? 1 : 100; });
-    requests.giveUp(requests.number([&ended](const WMsg*) { ended += 100; }));
+    requests.giveUp(*requests.number([&ended](const WMsg*) { ended += 100; }));
     requests.failAll();
     EXPECT_EQ(ended, 1);
 }

@@ -287,10 +287,34 @@ TEST(ProgramTest, aReaderThatNeverReadsDoesNotKeepItFromEnding)
     EXPECT_EQ(program.wait(), 0);
 }
 
+TEST(ProgramTest, tooFewDescriptorsToBeginWithAreOneSentence)
+{
+    int status = 1;
+    int refused = 0;
+    for (rlim_t mostFiles = 5; status != 0 && mostFiles < 40; ++mostFiles) {
+        SCOPED_TRACE(mostFiles);
+        Program program(withFreePort({"--command", "sleep 0"}), mostFiles);
+        status = program.wait();
+        ASSERT_TRUE(status == 0 || status == 1) << status;
+        std::string line;
+        if (status == 1) {
+            ++refused;
+            ASSERT_TRUE(program.errors().nextText(&line));
+            EXPECT_NE(line.find("Too many open files"), std::string::npos) << line;
+            EXPECT_FALSE(program.errors().nextText(&line)) << line;
+        }
+    }
+    EXPECT_EQ(status, 0);
+    EXPECT_GT(refused, 0);
+}
+
 TEST(ProgramTest, tooManyConnectionsAreOneReportAndServiceGoesOn)
 {
     Program program(withFreePort({}), 24);
     const uint16_t port = program.port();
+    RawDevice early(port);
+    early.identify(1);
+    program.lines().next("device");
     std::vector<std::unique_ptr<RawDevice>> crowd;
     for (int i = 0; i < 30; ++i) {
         crowd.push_back(std::make_unique<RawDevice>(port));
@@ -298,6 +322,9 @@ TEST(ProgramTest, tooManyConnectionsAreOneReportAndServiceGoesOn)
     std::string line;
     ASSERT_TRUE(program.errors().nextText(&line));
     EXPECT_EQ(line, "zulserver: New connections cannot be accepted for now: Too many open files.");
+    program.type("get device\n");
+    early.answer(early.receive(), {});
+    EXPECT_EQ(member(program.lines().next("reply"), "status"), "ok");
     crowd.clear();
     RawDevice late(port);
     late.identify(99);

@@ -70,6 +70,23 @@ PeerConnection& PeerConnection::operator=(PeerConnection&& other) noexcept
     return *this;
 }
 
+PeerConnection PeerConnection::connectTo(int port)
+{
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const sockaddr_in address = loopback(port);
+    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        ::close(fd);
+        return PeerConnection();
+    }
+    return PeerConnection(fd);
+}
+
+bool PeerConnection::waitForBytes(int timeoutMs) const
+{
+    pollfd wait{mFd, POLLIN, 0};
+    return poll(&wait, 1, timeoutMs) > 0;
+}
+
 bool PeerConnection::send(const std::vector<uint8_t>& bytes)
 {
     size_t sent = 0;
@@ -122,6 +139,22 @@ bool PeerConnection::receiveAny(WMsg* message)
     }
 }
 
+void PeerConnection::finishSending() { shutdown(mFd, SHUT_WR); }
+
+std::vector<uint8_t> PeerConnection::receiveRest()
+{
+    std::vector<uint8_t> all = std::exchange(mUnread, {});
+    uint8_t buffer[4096];
+    while (readable(mFd)) {
+        const ssize_t count = recv(mFd, buffer, sizeof buffer, 0);
+        if (count <= 0) {
+            break;
+        }
+        all.insert(all.end(), buffer, buffer + count);
+    }
+    return all;
+}
+
 bool PeerConnection::waitForEnd()
 {
     uint8_t buffer[4096];
@@ -143,7 +176,7 @@ void PeerConnection::close()
 
 LinkPeer::LinkPeer(int receiveBuffer) : mFd(boundSocket(receiveBuffer))
 {
-    listen(mFd, 16);
+    listen(mFd, SOMAXCONN);
     mPort = portOf(mFd);
 }
 

@@ -18,7 +18,13 @@ public:
     PeerConnection(PeerConnection&& other) noexcept;
     PeerConnection& operator=(PeerConnection&& other) noexcept;
 
+    /// Connects to @p port of the loopback address; not open where that fails.
+    static PeerConnection connectTo(int port);
+
     bool isOpen() const { return mFd >= 0; }
+
+    /// True when there is something to receive, or the end, within @p timeoutMs.
+    bool waitForBytes(int timeoutMs) const;
     bool send(const std::vector<uint8_t>& bytes);
     bool send(const WMsg& message);
 
@@ -27,6 +33,12 @@ public:
 
     /// The next message, whatever it is; nothing is answered.
     bool receiveAny(WMsg* message);
+
+    /// Ends this side's half of the connection.
+    void finishSending();
+
+    /// All bytes until the other side closes.
+    std::vector<uint8_t> receiveRest();
 
     /// True once the other side has closed, whatever it sent before.
     bool waitForEnd();

@@ -110,16 +110,22 @@ ServerProgram::ServerProgram(const QStringList& arguments)
     mPort = line("listening")["port"].toInt();
 }
 
-QJsonObject ServerProgram::command(const QString& command)
+void ServerProgram::type(const QString& command)
 {
     mProgram.process().write(command.toUtf8() + '\n');
     mProgram.process().waitForBytesWritten();
-    return line("reply", ++mReplies);
+    ++mReplies;
+}
+
+QJsonObject ServerProgram::command(const QString& command)
+{
+    type(command);
+    return line("reply", mReplies);
 }
 
 QJsonObject ServerProgram::line(const QString& event, int count)
 {
-    if (!mProgram.waitFor([&] { return countOf(event) >= count; })) {
+    if (!mProgram.waitFor([&] { return this->count(event) >= count; })) {
         return {};
     }
     for (const QJsonObject& candidate : mLines) {
@@ -140,7 +146,7 @@ const QVector<QJsonObject>& ServerProgram::lines()
     return mLines;
 }
 
-int ServerProgram::countOf(const QString& event)
+int ServerProgram::count(const QString& event)
 {
     int count = 0;
     for (const QJsonObject& candidate : lines()) {

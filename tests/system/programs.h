@@ -62,6 +62,9 @@ public:
     int port() const { return mPort; }
     Program& program() { return mProgram; }
 
+    /// Types @p command and waits for nothing.
+    void type(const QString& command);
+
     /// Types @p command and returns its reply line; an empty object when none comes.
     QJsonObject command(const QString& command);
 
@@ -74,9 +77,10 @@ public:
     /// All lines so far.
     const QVector<QJsonObject>& lines();
 
-private:
-    int countOf(const QString& event);
+    /// How many lines of this event there are so far.
+    int count(const QString& event);
 
+private:
     Program mProgram;
     QVector<QJsonObject> mLines;
     QByteArray mUnparsed;

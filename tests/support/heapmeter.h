@@ -1,0 +1,23 @@
+#ifndef HEAPMETER_H
+#define HEAPMETER_H
+
+#include <cstddef>
+
+/// Counts what a program that links heapmeter.cpp takes from operator new.
+class HeapMeter
+{
+public:
+    /// Begins anew: what is there now is not counted.
+    HeapMeter();
+
+    /// The most bytes there were at any moment since, beyond what was there.
+    size_t peak() const;
+
+    /// The bytes there are now, beyond what was there.
+    size_t now() const;
+
+private:
+    const size_t mBefore;
+};
+
+#endif

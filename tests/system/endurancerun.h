@@ -1,0 +1,80 @@
+#ifndef ENDURANCERUN_H
+#define ENDURANCERUN_H
+
+#include <QElapsedTimer>
+#include <QJsonObject>
+#include <QProcess>
+#include <QQueue>
+#include <QString>
+
+#include "faultproxy.h"
+#include "programs.h"
+
+/// What a run of many requests over a bad line came to.
+struct EnduranceResult
+{
+    qint64 requests = 0;   ///< that were sent
+    qint64 answered = 0;   ///< with what was asked for
+    qint64 wrong = 0;      ///< with anything else
+    qint64 timedOut = 0;   ///< of these the answer came late or never
+    qint64 cutOff = 0;     ///< the connection ended before the answer came
+    qint64 turnedAway = 0; ///< commands that were not sent, as no device was there
+    qint64 wraps = 0;      ///< how often the sequence number began again within a connection
+    qint64 firstAfter = 0; ///< connections whose first request was answered
+    double seconds = 0;
+    FaultCounts faults;
+    QString problem; ///< why the run ended early, or what was wrong first
+
+    QString text() const;
+};
+
+/// Sends many requests from the real server to the real simulator through a line full of faults.
+///
+/// Every answer is told from those to the requests before and after it by its kind and number of port.
+class EnduranceRun : public QObject
+{
+    Q_OBJECT
+
+public:
+    EnduranceRun(qint64 requests, const Faults& faults);
+
+    /// Faults of every kind: @p scale 1 ends some connection every 2500 requests or so.
+    static Faults allFaults(uint64_t seed, double scale);
+
+    /// Runs to the end. Once only.
+    EnduranceResult run();
+
+private:
+    struct Asked
+    {
+        QString command;
+        QString type;
+        int port;
+    };
+
+    bool startPrograms();
+    void sendMore();
+    Asked requestNumber(qint64 number) const;
+    void takeLines();
+    void takeLine(const QJsonObject& line);
+    void takeReply(const QJsonObject& line);
+    void takeAnswer(const Asked& asked, const QJsonObject& line);
+    void requestDone(bool answered);
+    void fail(const QString& problem);
+
+    const qint64 mRequests;
+    const Faults mFaults;
+    QProcess mServer;
+    Program mSimulator;
+    std::unique_ptr<FaultProxy> mProxy;
+    QQueue<Asked> mAsked;
+    qint64 mNext = 0; ///< number of the next request
+    int mServerPort = 0;
+    int mDevices = 0;      ///< that the server knows now
+    qint64 mOnThisOne = 0; ///< requests on the present connection
+    bool mOver = false;
+    QElapsedTimer mSinceLine;
+    EnduranceResult mResult;
+};
+
+#endif
