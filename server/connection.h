@@ -3,7 +3,6 @@
 
 #include <array>
 #include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "server/linksettings.h"
+#include "server/linktimer.h"
 #include "wmsg/wmsg.h"
 #include "wmsg/wmsgreader.h"
 
@@ -67,7 +67,7 @@ private:
     const LinkSettings mSettings;
     Owner* mOwner;
     asio::ip::tcp::socket mSocket;
-    asio::steady_timer mTimer;
+    LinkTimer mTimer;
     std::string mPeer;
     bool mClosed = false;
 
