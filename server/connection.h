@@ -74,6 +74,8 @@ private:
     WMsgReader mReader;
     std::array<uint8_t, 16384> mReceived{};
     bool mHeld = false;
+    int64_t mHeldSinceMs = 0; ///< while mHeld
+    int64_t mHeldMs = 0;      ///< how long reading was held before: the reader's clock stood still
     int64_t mHeardMs = 0;
     bool mPinged = false;
 
