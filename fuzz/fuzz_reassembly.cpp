@@ -11,6 +11,9 @@ namespace {
 /// So much comes at most for one input: more than a message of the largest permitted size, in segments.
 constexpr size_t kMostBytes = 1400 * 1024;
 
+/// The same for most inputs, that they end soon.
+constexpr size_t kFewBytes = 64 * 1024;
+
 /// What a piece counts beside its bytes, so that an input of many small ones ends as soon.
 constexpr size_t kPieceCost = 256;
 
@@ -20,7 +23,9 @@ constexpr size_t kSlack = 4096;
 class Line
 {
 public:
-    explicit Line(const WMsgReader::Limits& limits) : mLimits(limits), mReader(limits), mModel(limits) {}
+    Line(const WMsgReader::Limits& limits, size_t mostBytes)
+        : mLimits(limits), mMostBytes(mostBytes), mReader(limits), mModel(limits)
+    {}
 
     void step(FuzzInput* input)
     {
@@ -58,7 +63,7 @@ public:
         }
     }
 
-    bool full() const { return mSpent > kMostBytes; }
+    bool full() const { return mSpent > mMostBytes; }
 
 private:
     /// @p count segments of the same message, none of them the last.
@@ -157,6 +162,7 @@ private:
     }
 
     const WMsgReader::Limits mLimits;
+    const size_t mMostBytes;
     WMsgReader mReader;
     ReassemblyModel mModel;
     int64_t mNowMs = 0;
@@ -190,7 +196,8 @@ WMsgReader::Limits limitsFor(uint8_t choice)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzInput input(data, size);
-    Line line(limitsFor(input.number8()));
+    const uint8_t choice = input.number8();
+    Line line(limitsFor(choice), (choice & 2) != 0 ? kMostBytes : kFewBytes);
     while (!input.empty() && !line.full()) {
         line.step(&input);
     }

@@ -31,7 +31,8 @@ constexpr int kTickMs = 2100;
 /// So much is done for one input, that it ends soon.
 constexpr size_t kMostSteps = 200;
 constexpr int64_t kMostMs = 150 * 1000;
-constexpr size_t kMostToSend = 6 * 1024 * 1024;
+constexpr size_t kLargestToSend = 500 * 1000;
+constexpr size_t kMostToSend = 1024 * 1024;
 
 /// What the session takes from the line at once.
 constexpr size_t kReadBytes = 16384;
@@ -190,7 +191,7 @@ private:
     {
         WMsg message;
         message.type = type;
-        message.payload.assign(size * times % (wmsg::kMaxMessageBytes + 1), 0x11);
+        message.payload.assign(std::min(size * times, kLargestToSend), 0x11);
         return message;
     }
 
@@ -207,7 +208,7 @@ private:
         }
         const size_t index = mAsked.size();
         mAsked.push_back({});
-        mToldToSend += size * times;
+        mToldToSend += std::min(size * times, kLargestToSend);
         mAsked[index].seq = mSession->request(outgoing(type, size, times), [this, index](const WMsg* answer) {
             Asked& asked = mAsked[index];
             require(!mEnded, "nobody is told after the end");
