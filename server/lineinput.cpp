@@ -25,7 +25,7 @@ LineInput::LineInput(asio::io_context& io, int fd, size_t mostBytes)
 
 void LineInput::waitForInput()
 {
-    if (!mStream.is_open()) {
+    if (!mStream.is_open() || mHeld) {
         return;
     }
     // Waiting and reading apart keeps the descriptor's modes: a terminal shares them with other programs.
@@ -37,6 +37,14 @@ void LineInput::waitForInput()
             readNow();
         }
     });
+}
+
+void LineInput::resume()
+{
+    if (mHeld) {
+        mHeld = false;
+        waitForInput();
+    }
 }
 
 void LineInput::readNow()

@@ -21,6 +21,10 @@ public:
 
     void start() { waitForInput(); }
 
+    /// Called from onLine: reads nothing after the block of input that is at hand, until resume().
+    void hold() { mHeld = true; }
+    void resume();
+
 private:
     void waitForInput();
     void readNow();
@@ -31,6 +35,7 @@ private:
     asio::posix::stream_descriptor mStream;
     const size_t mMostBytes;
     std::string mLine;
+    bool mHeld = false;
 };
 
 } // namespace server
