@@ -2,6 +2,7 @@
 // steps; see step() for their codes.
 
 #include <arpa/inet.h>
+#include <cerrno>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -23,6 +24,17 @@ constexpr size_t kMostSteps = 60;
 
 /// A wait that takes longer has failed.
 constexpr int kPatienceMs = 20000;
+
+/// True once there is something to read at @p fd; false where nothing comes.
+bool readable(int fd)
+{
+    pollfd wait{fd, POLLIN, 0};
+    int ready = ::poll(&wait, 1, kPatienceMs);
+    while (ready < 0 && errno == EINTR) {
+        ready = ::poll(&wait, 1, kPatienceMs); // libFuzzer's own alarm
+    }
+    return ready == 1;
+}
 
 /// Listens at a free port for all inputs.
 class Listening
@@ -48,8 +60,7 @@ public:
 
     int accept() const
     {
-        pollfd wait{mFd, POLLIN, 0};
-        require(::poll(&wait, 1, kPatienceMs) == 1, "a client connects, and connects again");
+        require(readable(mFd), "a client connects, and connects again");
         return ::accept4(mFd, nullptr, nullptr, SOCK_CLOEXEC);
     }
 
@@ -259,8 +270,7 @@ private:
     /// Waits for bytes from the client and looks at them; false at the end of the connection.
     bool receive()
     {
-        pollfd wait{mFd, POLLIN, 0};
-        require(::poll(&wait, 1, kPatienceMs) == 1, "a client says what is due, and leaves a bad server");
+        require(readable(mFd), "a client says what is due, and leaves a bad server");
         uint8_t buffer[8192];
         const ssize_t count = ::recv(mFd, buffer, sizeof buffer, 0);
         const uint8_t* data = buffer;

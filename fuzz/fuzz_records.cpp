@@ -1,5 +1,5 @@
 // Payloads to records and back. The input: message type, sequence number, a byte whose lowest bit is the
-// event flag, and the payload.
+// event flag, or 128 for a list that is too large as well, and the payload.
 
 #include <map>
 
@@ -135,7 +135,24 @@ void checkList(cObjectList* list, const model::Payload& expected)
     require(again.parse(json.get()).isOk(), "a list's JSON is taken");
     const JsonRef jsonAgain(again.getJSONObj());
     require(json_equal(json.get(), jsonAgain.get()) == 1, "a list made from JSON has the same JSON");
+    again.setEvent(!again.getEvent());
+    require(again.encode(&same).isOk() && same.event == message.event, "the type alone makes an event");
+    again.setEvent(!again.getEvent());
     require(again.getEvent() == (list->getMsgType() == cObjectList::kEvent), "a list of type 3 is an event");
+}
+
+/// The same record as often as a message holds it, and once more.
+void checkTooLarge(cObject* record)
+{
+    const size_t most = wmsg::kMaxMessageBytes / encoded(*record).size();
+    cObjectList list;
+    for (size_t i = 0; i < most; ++i) {
+        list.addBorrowed(record);
+    }
+    WMsg message;
+    require(list.encode(&message).isOk(), "a message may be as large as permitted");
+    list.addBorrowed(record);
+    require(!list.encode(&message).isOk(), "a message may not be larger than permitted");
 }
 
 } // namespace
@@ -146,7 +163,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     WMsg message;
     message.type = input.number8();
     message.seq = input.number8();
-    message.event = (input.number8() & 1) != 0;
+    const uint8_t flags = input.number8();
+    message.event = (flags & 1) != 0;
     message.payload = input.rest();
 
     cObjectList list;
@@ -170,6 +188,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         }
     }
     checkOrder(compared);
+    if (flags == 128 && list.size() == 1) {
+        checkTooLarge(compared.front());
+    }
     checkList(&list, expected);
     return 0;
 }
