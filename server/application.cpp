@@ -121,7 +121,13 @@ void Application::takeCommands()
         mConsole.setTypedLine(mPrompt.get());
     } else {
         mLineInput = std::make_unique<LineInput>(mIo, mStreams.input, kMostCommandBytes);
-        mLineInput->onLine = submit;
+        mLineInput->onLine = [this](const std::string& line) {
+            mRunner.submit(line);
+            if (mRunner.full()) {
+                mLineInput->hold();
+            }
+        };
+        mRunner.onRoom = [this] { mLineInput->resume(); };
         mLineInput->onTrouble = [this](const std::string& reason) {
             mConsole.report("Commands cannot be read any more: " + reason + ".");
         };

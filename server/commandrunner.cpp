@@ -76,7 +76,11 @@ void CommandRunner::begin()
     mRun->id = ++mRuns;
     mRun->begun = Clock::now();
     mRun->text = std::move(mQueue.front());
+    const bool wasFull = full();
     mQueue.pop_front();
+    if (wasFull && !full()) {
+        onRoom();
+    }
     const std::string mistake = parseCommand(mRun->text, &mRun->command);
     if (!mistake.empty()) {
         endWithError(mistake);

@@ -21,6 +21,8 @@ namespace server {
 class CommandRunner
 {
 public:
+    static constexpr size_t kMostWaiting = 1000;
+
     /// Everything is borrowed.
     CommandRunner(asio::io_context& io, Console& console, Monitor& monitor, MessageLog& log);
 
@@ -29,6 +31,12 @@ public:
 
     /// Queues a line; one that is no command is skipped.
     void submit(const std::string& line);
+
+    /// True while so many lines wait that no more should be read; onRoom ends that.
+    bool full() const { return mQueue.size() >= kMostWaiting; }
+
+    /// Called from the event loop when there is room for further lines after full().
+    std::function<void()> onRoom = [] {};
 
     /// No further line will come.
     void endOfCommands();

@@ -64,6 +64,7 @@ void Connection::resumeReading()
     if (mHeld) {
         mHeld = false;
         mHeardMs = linkNowMs();
+        mHeldMs += mHeardMs - mHeldSinceMs;
         read();
     }
 }
@@ -91,6 +92,7 @@ void Connection::read()
 {
     if (mOwner->readingHeld()) {
         mHeld = true;
+        mHeldSinceMs = linkNowMs();
         return;
     }
     mSocket.async_read_some(asio::buffer(mReceived),
@@ -120,7 +122,7 @@ bool Connection::handleBytes(const uint8_t* data, size_t size)
 {
     WMsg message;
     for (;;) {
-        switch (mReader.read(&data, &size, mHeardMs, &message)) {
+        switch (mReader.read(&data, &size, mHeardMs - mHeldMs, &message)) {
         case WMsgReader::MORE:
             return true;
         case WMsgReader::BROKEN:
@@ -216,7 +218,7 @@ std::string Connection::lateReason(int64_t nowMs) const
     if (nowMs - mHeardMs >= mSettings.giveUpAfterMs) {
         return "it is silent";
     }
-    if (!mHeld && mReader.overdue(nowMs)) {
+    if (!mHeld && mReader.overdue(nowMs - mHeldMs)) {
         return "a message takes too long to arrive";
     }
     if (mBusy && nowMs - mProgressMs >= mSettings.giveUpAfterMs) {

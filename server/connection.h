@@ -3,13 +3,13 @@
 
 #include <array>
 #include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "server/linksettings.h"
+#include "server/linktimer.h"
 #include "wmsg/wmsg.h"
 #include "wmsg/wmsgreader.h"
 
@@ -67,13 +67,15 @@ private:
     const LinkSettings mSettings;
     Owner* mOwner;
     asio::ip::tcp::socket mSocket;
-    asio::steady_timer mTimer;
+    LinkTimer mTimer;
     std::string mPeer;
     bool mClosed = false;
 
     WMsgReader mReader;
     std::array<uint8_t, 16384> mReceived{};
     bool mHeld = false;
+    int64_t mHeldSinceMs = 0; ///< while mHeld
+    int64_t mHeldMs = 0;      ///< how long reading was held before: the reader's clock stood still
     int64_t mHeardMs = 0;
     bool mPinged = false;
 

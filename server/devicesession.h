@@ -1,13 +1,13 @@
 #ifndef SERVER_DEVICESESSION_H
 #define SERVER_DEVICESESSION_H
 
-#include <asio/steady_timer.hpp>
 #include <deque>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "server/connection.h"
+#include "server/linktimer.h"
 #include "server/pendingrequests.h"
 #include "zulobj/device.h"
 
@@ -75,8 +75,8 @@ private:
 
     const LinkSettings mSettings;
     Listener* mListener;
-    asio::steady_timer mAskTimer;
-    asio::steady_timer mIdentifyTimer;
+    LinkTimer mAskTimer;
+    LinkTimer mIdentifyTimer;
     std::shared_ptr<Connection> mConnection;
     PendingRequests mRequests;
     int mAsked = 0;

@@ -38,6 +38,9 @@ void LineInput::start()
 
 void LineInput::waitForInput()
 {
+    if (!mStream.is_open() || mHeld) {
+        return;
+    }
     // Waiting and reading apart keeps the descriptor's modes: a terminal shares them with other programs.
     mStream.async_wait(asio::posix::stream_descriptor::wait_read, [this](const asio::error_code& error) {
         if (error == asio::error::operation_not_supported) {
@@ -49,6 +52,14 @@ void LineInput::waitForInput()
             endInput(error.value());
         }
     });
+}
+
+void LineInput::resume()
+{
+    if (mHeld) {
+        mHeld = false;
+        waitForInput();
+    }
 }
 
 void LineInput::readNow()
@@ -67,6 +78,8 @@ void LineInput::readNow()
 /// @p error is 0 at the end of the input.
 void LineInput::endInput(int error)
 {
+    asio::error_code ignored;
+    mStream.close(ignored);
     finishLine();
     if (error != 0) {
         onTrouble(std::generic_category().message(error));

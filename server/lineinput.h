@@ -24,6 +24,10 @@ public:
 
     void start();
 
+    /// Called from onLine: reads nothing after the block of input that is at hand, until resume().
+    void hold() { mHeld = true; }
+    void resume();
+
 private:
     void waitForInput();
     void readNow();
@@ -36,6 +40,7 @@ private:
     int mOpenError = 0;
     const size_t mMostBytes;
     std::string mLine;
+    bool mHeld = false;
 };
 
 } // namespace server

@@ -1,9 +1,11 @@
 #include "server/options.h"
 
 #include <CLI/CLI.hpp>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 
 #include "server/commandwords.h"
 #include "server/numbers.h"
@@ -46,12 +48,24 @@ void declare(CLI::App* app, Options* options, RawOptions* raw)
     app->add_flag("--verbose", options->verbose, "Say more on standard error");
 }
 
+/// The longest file of commands, in bytes: one that is longer may have no end.
+constexpr size_t kMostFileBytes = 16 * 1024 * 1024;
+
 /// Appends the file's lines; returns why that is not possible, or an empty text.
 std::string readCommands(const std::string& path, std::vector<std::string>* commands)
 {
     std::ifstream file(path);
-    std::string line;
-    while (file && std::getline(file, line)) {
+    std::string text;
+    std::array<char, 4096> block;
+    while (file && text.size() <= kMostFileBytes) {
+        file.read(block.data(), block.size());
+        text.append(block.data(), static_cast<size_t>(file.gcount()));
+    }
+    if (text.size() > kMostFileBytes) {
+        return quoted(path) + " holds more than 16 MiB.";
+    }
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
         commands->push_back(line);
     }
     // A file that has been read whole is at its end; a directory never gets there.

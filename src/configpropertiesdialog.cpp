@@ -1,5 +1,6 @@
 #include "configpropertiesdialog.h"
 
+#include "boundedread.h"
 #include "cconfig.h"
 #include "linerewrite.h"
 #include "linevalue.h"
@@ -52,7 +53,7 @@ void configPropertiesDialog::receiveFileName(const QString& name)
     if (!file.open(QIODevice::ReadOnly)) {
         return;
     }
-    QTextStream stream(&file);
+    QTextStream stream(readAtMost(file, kMostLineFileBytes));
     QString line;
     while (stream.readLineInto(&line)) {
         const std::optional<Field> field = fieldOf(line);

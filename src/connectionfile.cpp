@@ -1,5 +1,6 @@
 #include "connectionfile.h"
 
+#include "boundedread.h"
 #include "cconfig.h"
 #include "linevalue.h"
 
@@ -39,7 +40,7 @@ QString& cConnectionFile::value(eField field)
 
 void cConnectionFile::read(QIODevice& file, std::initializer_list<eField> fields)
 {
-    QTextStream stream(&file);
+    QTextStream stream(readAtMost(file, kMostLineFileBytes));
     QString line;
     while (stream.readLineInto(&line)) {
         const auto* match = std::find_if(fields.begin(), fields.end(),

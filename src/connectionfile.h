@@ -25,7 +25,7 @@ struct cConnectionFile
 
     /// Takes over what @p file, open for reading, says about @p fields. A line counts for the first of the
     /// fields whose key it contains; of several lines for one field the last one counts. A field without a
-    /// line keeps its value.
+    /// line keeps its value. Nothing beyond kMostLineFileBytes is read.
     void read(QIODevice& file, std::initializer_list<eField> fields);
 
     /// Writes the three lines to @p file, open for writing.

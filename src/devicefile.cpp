@@ -1,5 +1,6 @@
 #include "devicefile.h"
 
+#include "boundedread.h"
 #include "linevalue.h"
 
 #include <QDebug>
@@ -18,7 +19,7 @@ uint32_t nextCount(QTextStream& stream) { return nextValue(stream).toUInt(); }
 
 cDeviceFile cDeviceFile::read(QIODevice& file)
 {
-    QTextStream stream(&file);
+    QTextStream stream(readAtMost(file, kMostLineFileBytes));
     cDeviceFile values;
     values.digitalInputs = nextCount(stream);
     values.digitalOutputs = nextCount(stream);

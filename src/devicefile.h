@@ -23,8 +23,8 @@ struct cDeviceFile
     QString label;
 
     /// Reads from @p file, open for reading. There is no failure: a number that does not convert is 0, a line
-    /// that is missing leaves 0 or an empty text, lines after the ninth mean nothing. The label is also
-    /// written to the debug stream.
+    /// that is missing leaves 0 or an empty text, lines after the ninth mean nothing, and neither does
+    /// anything beyond kMostLineFileBytes. The label is also written to the debug stream.
     static cDeviceFile read(QIODevice& file);
 
     /// Writes the nine lines to @p file, open for writing, every value in column 22.

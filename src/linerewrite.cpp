@@ -1,5 +1,7 @@
 #include "linerewrite.h"
 
+#include "boundedread.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <cerrno>
@@ -81,15 +83,19 @@ eOutcome putBack(const QString& path, const QByteArray& content)
     return writeThrough(file, content) ? WRITTEN : BROKEN_OFF;
 }
 
-/// All that the file holds; nothing where it cannot be read to its end.
+/// The longest copy, so that complete() takes each one that was written.
+constexpr qint64 kMostCopyBytes = 16 * kMostLineFileBytes;
+
+/// All that the file holds; nothing where it cannot be read to its end, or has none.
 std::optional<QByteArray> contentOf(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         return std::nullopt;
     }
-    QByteArray content = file.readAll();
-    return file.error() == QFileDevice::NoError ? std::make_optional(content) : std::nullopt;
+    QByteArray content = readAtMost(file, kMostCopyBytes + 1);
+    const bool whole = file.error() == QFileDevice::NoError && content.size() <= kMostCopyBytes;
+    return whole ? std::make_optional(content) : std::nullopt;
 }
 
 } // namespace
@@ -102,11 +108,11 @@ bool rewrite(const QString& path, const cEdit& edit)
         return false;
     }
     const std::optional<QByteArray> content = contentOf(path);
-    if (!content) {
+    if (!content || content->size() > kMostLineFileBytes) {
         return false;
     }
     const QByteArray result = edited(*content, edit);
-    if (!writeCopy(copyOf(path), result)) {
+    if (result.size() > kMostCopyBytes || !writeCopy(copyOf(path), result)) {
         return false;
     }
     if (putBack(path, result) != BROKEN_OFF) {

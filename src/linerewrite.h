@@ -19,9 +19,9 @@ using cEdit = std::function<QByteArray(const QByteArray& line)>;
 /// Puts what @p edit makes of each line into the place of the line, ended by a line feed. Line ends of a line
 /// feed, with or without a carriage return, are understood; all other bytes stay as they are.
 ///
-/// False, and no change, where the file cannot be read or the copy cannot be written. True otherwise, also
-/// where the file cannot be opened for writing and so keeps its content. Where writing the file itself breaks
-/// off, the copy stays, and complete() finishes the work.
+/// False, and no change, where the file cannot be read or is longer than kMostLineFileBytes, or the copy
+/// cannot be written. True otherwise, also where the file cannot be opened for writing and so keeps its
+/// content. Where writing the file itself breaks off, the copy stays, and complete() finishes the work.
 bool rewrite(const QString& path, const cEdit& edit);
 
 /// Finishes a rewrite of the file at @p path that broke off: where the file is no more than a beginning of

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <limits>
 
+#include "boundedread.h"
 #include "cdevice.h"
 #include "cguidoor.h"
 #include "cscriptreceiver.h"
@@ -71,10 +72,10 @@ void scriptWorker::processScript()
     if (mReceiver != nullptr || !file.open(QIODevice::ReadOnly)) {
         return;
     }
-    const QString program = QTextStream(&file).readAll();
+    const QByteArray program = readAtMost(file, kMostBytes + 1);
     file.close();
-    if (!mStopRequest->made()) {
-        evaluate(program);
+    if (program.size() <= kMostBytes && !mStopRequest->made()) {
+        evaluate(QTextStream(program).readAll());
     }
 }
 

@@ -20,6 +20,9 @@ class scriptWorker : public QObject, protected QScriptable
     Q_OBJECT
 
 public:
+    /// The longest file that is run, in bytes. A longer one is no script, and may have no end.
+    static constexpr qint64 kMostBytes = 16 * 1024 * 1024;
+
     /// The script reaches the device through @p door, which may outlive the device.
     explicit scriptWorker(std::shared_ptr<cGuiDoor> door);
 
@@ -50,8 +53,8 @@ public slots:
     /// Says what to run and against which device; a null device makes every call of the script fail.
     void receiveScriptFileName(QString name, cDevice* device);
 
-    /// Runs the script to its end. A file that cannot be read and errors in the script are silent. Does
-    /// nothing when the script itself calls it.
+    /// Runs the script to its end. A file that cannot be read or is too long is silent, and so are
+    /// errors in the script. Does nothing when the script itself calls it.
     void processScript();
 
 private:

@@ -91,11 +91,13 @@ TEST_P(WrongOptionsTest, areOneLineAndStatusOne)
 
 using Arguments = std::vector<const char*>;
 
-INSTANTIATE_TEST_SUITE_P(
-    all, WrongOptionsTest,
-    testing::Values(Arguments{"--foo"}, Arguments{"extra"}, Arguments{"--port"}, Arguments{"--port", "65536"},
-                    Arguments{"--port", "-1"}, Arguments{"--port", "http"}, Arguments{"--port", ""},
-                    Arguments{"--count", "0"}, Arguments{"--count", "1.5"}, Arguments{"--timeout", "0"},
-                    Arguments{"--timeout", "-1"}, Arguments{"--timeout", "nan"},
-                    Arguments{"--timeout", "1,5"}, Arguments{"--listen", ""}, Arguments{"--command"},
-                    Arguments{"--commands", "/nonexistent/file"}, Arguments{"--commands", "/"}));
+INSTANTIATE_TEST_SUITE_P(all, WrongOptionsTest,
+                         testing::Values(Arguments{"--foo"}, Arguments{"extra"}, Arguments{"--port"},
+                                         Arguments{"--port", "65536"}, Arguments{"--port", "-1"},
+                                         Arguments{"--port", "http"}, Arguments{"--port", ""},
+                                         Arguments{"--count", "0"}, Arguments{"--count", "1.5"},
+                                         Arguments{"--timeout", "0"}, Arguments{"--timeout", "-1"},
+                                         Arguments{"--timeout", "nan"}, Arguments{"--timeout", "1,5"},
+                                         Arguments{"--listen", ""}, Arguments{"--command"},
+                                         Arguments{"--commands", "/nonexistent/file"},
+                                         Arguments{"--commands", "/"}, Arguments{"--commands", "/dev/zero"}));

@@ -1,3 +1,4 @@
+#include "boundedread.h"
 #include "configpropertiesdialog.h"
 #include "devicefiles.h"
 #include "dialogreports.h"
@@ -66,6 +67,7 @@ private slots:
     void aLaterLineWins();
     void theVersionsKeyIsLookedForFirst();
     void anUnreadableFileLeavesTheFieldsEmpty();
+    void whatLiesBeyondTheBoundIsNotShown();
 
     void changingTheVersionRewritesThreeLines();
     void otherLinesKeepTheirBytes();
@@ -158,6 +160,14 @@ void TestConfigProperties::anUnreadableFileLeavesTheFieldsEmpty()
     const HomeFiles home;
     const Opened opened(home.pathOf("missing.dev"));
     QCOMPARE(fields(opened.dialog), QString("||"));
+}
+
+void TestConfigProperties::whatLiesBeyondTheBoundIsNotShown()
+{
+    const HomeFiles home;
+    const QByteArray filling(static_cast<int>(kMostLineFileBytes), '\n');
+    const Opened opened(home.write("Panel7.dev", kPanel7 + filling + "Device label: other\n"));
+    QCOMPARE(fields(opened.dialog), QString("Panel7|3|1001"));
 }
 
 void TestConfigProperties::changingTheVersionRewritesThreeLines()

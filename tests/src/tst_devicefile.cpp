@@ -1,5 +1,7 @@
+#include "boundedread.h"
 #include "devicefile.h"
 #include "devicefiles.h"
+#include "endlessfile.h"
 #include "linevalue.h"
 #include "qttestmain.h"
 
@@ -53,6 +55,8 @@ private slots:
     void aFileWithoutUseHasADefinedOutcome();
     void aHugeFileIsReadInTime_data();
     void aHugeFileIsReadInTime();
+    void anEndlessFileIsReadInPart_data();
+    void anEndlessFileIsReadInPart();
 };
 
 void TestDeviceFile::creationWritesTheNineLines()
@@ -265,6 +269,23 @@ void TestDeviceFile::aHugeFileIsReadInTime()
     const cDeviceFile values = cDeviceFile::read(file);
     QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
     QTEST(summary(values), "values");
+}
+
+void TestDeviceFile::anEndlessFileIsReadInPart_data()
+{
+    QTest::addColumn<QByteArray>("pattern");
+    QTest::addColumn<QByteArray>("values");
+    QTest::newRow("zero bytes") << QByteArray(1, '\0') << QByteArray("0 0 0 0 0  0 0 ");
+    QTest::newRow("one line of blanks") << QByteArray(" ") << QByteArray("0 0 0 0 0  0 0 ");
+    QTest::newRow("many lines") << QByteArray("a:1\n") << QByteArray("1 1 1 1 1 1 1 1 1");
+}
+
+void TestDeviceFile::anEndlessFileIsReadInPart()
+{
+    QFETCH(QByteArray, pattern);
+    EndlessFile file(pattern);
+    QTEST(summary(cDeviceFile::read(file)), "values");
+    QVERIFY2(file.taken() <= 2 * kMostLineFileBytes, qPrintable(QString::number(file.taken())));
 }
 
 ZUL_QTEST_MAIN(TestDeviceFile)

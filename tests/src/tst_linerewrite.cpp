@@ -1,3 +1,4 @@
+#include "boundedread.h"
 #include "devicefile.h"
 #include "devicefiles.h"
 #include "failingdisk.h"
@@ -76,6 +77,7 @@ private slots:
     void theFileKeepsItsModeAndItsLinks();
     void aForeignCopyIsOverwrittenAndGoes();
     void anEmptyFileStaysEmpty();
+    void aFileThatIsTooLongKeepsItsLines();
 
     void nothingIsLostAtAnyStep_data();
     void nothingIsLostAtAnyStep();
@@ -125,6 +127,18 @@ void TestLineRewrite::anEmptyFileStaysEmpty()
     const HomeFiles home;
     QVERIFY(linerewrite::rewrite(home.write("Panel7.dev", ""), unchanged));
     QCOMPARE(home.read("Panel7.dev"), QByteArray());
+    QCOMPARE(home.names(), QStringList("Panel7.dev"));
+}
+
+void TestLineRewrite::aFileThatIsTooLongKeepsItsLines()
+{
+    const auto shortened = [](const QByteArray&) { return QByteArray(); };
+    const HomeFiles home;
+    const QByteArray longest(static_cast<int>(kMostLineFileBytes), 'x');
+    QVERIFY(linerewrite::rewrite(home.write("Panel7.dev", longest), shortened));
+    QCOMPARE(home.read("Panel7.dev"), QByteArray("\n"));
+    QVERIFY(!linerewrite::rewrite(home.write("Panel7.dev", longest + 'x'), shortened));
+    QVERIFY(home.read("Panel7.dev") == longest + 'x');
     QCOMPARE(home.names(), QStringList("Panel7.dev"));
 }
 

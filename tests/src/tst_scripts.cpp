@@ -58,6 +58,8 @@ private slots:
     void aMissingFileStartsNoThread();
     void everyScriptHasAThreadThatStays();
     void aFileThatVanishedRunsNothing();
+    void aFileThatIsTooLongRunsNothing_data();
+    void aFileThatIsTooLongRunsNothing();
 
     void aScriptReadsTheDevice_data();
     void aScriptReadsTheDevice();
@@ -187,6 +189,29 @@ void TestScripts::aFileThatVanishedRunsNothing()
     run.run("tell('another')");
     QTRY_COMPARE_WITH_TIMEOUT(run.told(), QString("another"), 30000);
     QVERIFY(scripts.stop());
+}
+
+void TestScripts::aFileThatIsTooLongRunsNothing_data()
+{
+    QTest::addColumn<qint64>("size");
+    QTest::addColumn<int>("runs");
+    QTest::newRow("the longest") << scriptWorker::kMostBytes << 1;
+    QTest::newRow("one byte more") << scriptWorker::kMostBytes + 1 << 0;
+    QTest::newRow("a hundred megabytes") << qint64(100 * 1000 * 1000) << 0;
+}
+
+void TestScripts::aFileThatIsTooLongRunsNothing()
+{
+    QFETCH(qint64, size);
+    ScriptedWindow run(kCounts);
+    const QByteArray statement = "sender.setDigitalInput_Signal(1, 1);";
+    const QByteArray script = statement + QByteArray(static_cast<int>(size) - statement.size(), '\n');
+    scriptWorker worker(run.device().door());
+    int runs = 0;
+    connect(&worker, &scriptWorker::setDigitalInput_Signal, [&runs] { ++runs; });
+    worker.receiveScriptFileName(run.home().write("long.js", script), &run.device());
+    worker.processScript();
+    QTEST(runs, "runs");
 }
 
 void TestScripts::aScriptReadsTheDevice_data()

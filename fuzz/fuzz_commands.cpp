@@ -1,0 +1,139 @@
+// The server's command language. The input is one command line.
+
+#include <algorithm>
+#include <cmath>
+#include <sstream>
+
+#include "fuzzinput.h"
+#include "jsontext.h"
+#include "property.h"
+#include "server/commandparser.h"
+#include "server/jsonline.h"
+#include "server/numbers.h"
+
+namespace {
+
+using server::Command;
+
+bool sameBits(double a, double b) { return a == b && std::signbit(a) == std::signbit(b); }
+
+std::vector<uint8_t> payloadOf(const Command& command)
+{
+    cObjectList list;
+    list.setMsgType(command.msgType);
+    if (command.object) {
+        list.addBorrowed(command.object.get());
+    }
+    WMsg message;
+    require(list.encode(&message).isOk(), "a command's message can be sent");
+    require(message.type == command.msgType, "the message is of the command's type");
+    cObjectList received;
+    require(received.decode(message).isOk() && received.size() == (command.object ? 1U : 0U),
+            "a command's message is readable");
+    return message.payload;
+}
+
+bool same(const Command& a, const Command& b)
+{
+    return a.kind == b.kind && a.msgType == b.msgType && a.device == b.device &&
+           a.objectType == b.objectType && sameBits(a.seconds, b.seconds) && payloadOf(a) == payloadOf(b);
+}
+
+void checkCommand(const Command& command)
+{
+    const bool exchange = command.kind == Command::Kind::EXCHANGE;
+    const bool wait = command.kind == Command::Kind::WAIT_EVENT || command.kind == Command::Kind::WAIT_DEVICE;
+    require(exchange == (command.object != nullptr), "a get and a set have an object, and nothing else has");
+    require(!exchange || command.msgType <= cObjectList::kRequest, "an exchange is a set or a request");
+    require(command.seconds >= 0.0 && command.seconds <= server::kMostSeconds, "no time is beyond a day");
+    require(!(exchange || wait) || command.seconds > 0.0, "nobody waits for no time");
+    require(!command.objectType || command.kind == Command::Kind::WAIT_EVENT, "only events have a type");
+    payloadOf(command);
+}
+
+void checkMistake(const std::string& line, const std::string& mistake)
+{
+    require(mistake.back() == '.', "a mistake is a sentence");
+    require(mistake.size() < line.size() + 200, "a mistake repeats a part of its line at most");
+}
+
+/// Words in their order with the fields behind them: the same command.
+std::string withFieldsLast(const std::string& line)
+{
+    std::istringstream tokens(line);
+    std::string words;
+    std::string fields;
+    for (std::string token; tokens >> token;) {
+        std::string& kind = token.find('=') == std::string::npos ? words : fields;
+        kind += " " + token;
+    }
+    return words + fields;
+}
+
+void checkReply(const std::string& line, const std::string& mistake)
+{
+    server::Reply reply;
+    reply.status = mistake.empty() ? server::Reply::Status::TIMEOUT : server::Reply::Status::ERROR;
+    reply.error = mistake;
+    const std::string text = server::dumped(server::replyLine(line, 0.25, std::move(reply)));
+    require(!text.empty() && text.find('\n') == std::string::npos, "a reply is one line");
+    const JsonRef json = jsonOf(text, 0);
+    require(json != nullptr, "a reply is JSON");
+    const JsonRef asUTF8(json_stringn_nocheck(line.data(), line.size()));
+    const JsonRef valid(json_stringn(line.data(), line.size()));
+    const bool plain = valid != nullptr && line.find('\0') == std::string::npos;
+    require(!plain || json_equal(json_object_get(json.get(), "command"), asUTF8.get()) == 1,
+            "a reply repeats its command");
+    require((json_object_get(json.get(), "error") != nullptr) == !mistake.empty(), "an error has its reason");
+}
+
+void checkNumbers(const std::string& word)
+{
+    uint32_t number = 7;
+    const bool taken = server::parseNumber(word, 10, 1000, &number);
+    require(taken ? number >= 10 && number <= 1000 : number == 7, "a number lies in its range");
+    const bool digits = !word.empty() && word.size() < 10 &&
+                        std::all_of(word.begin(), word.end(), [](char c) { return c >= '0' && c <= '9'; });
+    if (digits) {
+        const unsigned long expected = std::stoul(word);
+        require(taken == (expected >= 10 && expected <= 1000), "a number in its range is taken");
+        require(!taken || number == expected, "a number is what its digits say");
+    }
+    float real = 0.0F;
+    require(!server::parseFloat(word, &real) || std::isfinite(real), "a float is finite");
+    double seconds = 0.0;
+    require(!server::parseSeconds(word, &seconds) || (seconds >= 0.0 && seconds <= server::kMostSeconds),
+            "a time is no longer than a day");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    FuzzInput input(data, size);
+    const std::string line = input.restText();
+    const std::string trimmed = server::trimmed(line);
+    require(server::trimmed(trimmed) == trimmed && line.find(trimmed) != std::string::npos,
+            "a line loses its blanks once");
+    if (server::isSkipped(trimmed)) {
+        return 0;
+    }
+    Command command;
+    const std::string mistake = server::parseCommand(trimmed, &command);
+    checkReply(trimmed, mistake);
+    checkNumbers(trimmed.substr(trimmed.find_last_of(" =") + 1));
+    if (!mistake.empty()) {
+        checkMistake(trimmed, mistake);
+    } else {
+        checkCommand(command);
+    }
+    const std::string moved = withFieldsLast(trimmed);
+    if (moved.size() <= server::kMostCommandBytes && trimmed.size() <= server::kMostCommandBytes) {
+        Command other;
+        require(server::parseCommand(moved, &other).empty() == mistake.empty(), "a field stands anywhere");
+        require(!mistake.empty() || same(command, other), "a field means the same anywhere");
+    } else if (trimmed.size() > server::kMostCommandBytes) {
+        require(!mistake.empty(), "a line that is too long is refused");
+    }
+    return 0;
+}

@@ -1,0 +1,6 @@
+#include "zulobj/linkclock.h"
+
+cLinkClock::time_point cLinkClock::now()
+{
+    return time_point(std::chrono::steady_clock::now().time_since_epoch());
+}

@@ -1,0 +1,15 @@
+#ifndef SERVER_LINKTIMER_H
+#define SERVER_LINKTIMER_H
+
+#include <asio/basic_waitable_timer.hpp>
+
+#include "zulobj/linkclock.h"
+
+namespace server {
+
+/// Waits by the link's clock.
+using LinkTimer = asio::basic_waitable_timer<cLinkClock>;
+
+} // namespace server
+
+#endif
