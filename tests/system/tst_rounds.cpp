@@ -1,5 +1,6 @@
 // The end of a device at any moment, under full traffic both ways and with scripts running. ZUL_ROUNDS says
-// how many rounds each end gets, ZUL_SEED which moments are chosen.
+// how many rounds each end gets, ZUL_SEED which moments are chosen:
+//     ZUL_ROUNDS=500 ./test asan -R tst_rounds
 
 #include <QRandomGenerator>
 #include <QTimer>
