@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <asio/post.hpp>
+#include <fcntl.h>
 #include <future>
 #include <utility>
 
@@ -76,6 +77,8 @@ void FaultProxy::bindTo(tcp::acceptor* acceptor, uint16_t port, asio::error_code
     acceptor->open(tcp::v4(), *error);
     acceptor->set_option(tcp::acceptor::reuse_address(true), *error);
     acceptor->set_option(asio::detail::socket_option::boolean<SOL_SOCKET, SO_REUSEPORT>(true), *error);
+    // A program that a test starts must not keep the port open.
+    ::fcntl(acceptor->native_handle(), F_SETFD, FD_CLOEXEC);
     acceptor->bind({asio::ip::address_v4::loopback(), port}, *error);
 }
 
@@ -99,6 +102,7 @@ void FaultProxy::acceptNext()
         if (error) {
             return;
         }
+        ::fcntl(socket.native_handle(), F_SETFD, FD_CLOEXEC);
         const auto connection =
             std::make_shared<FaultyConnection>(std::move(socket), ++mCounts.connections, mFaults, mCounts);
         mConnections.erase(std::remove_if(mConnections.begin(), mConnections.end(),

@@ -1,5 +1,6 @@
 #include "faultyconnection.h"
 
+#include <fcntl.h>
 #include <utility>
 
 FaultyConnection::FaultyConnection(asio::ip::tcp::socket device, uint64_t number, const Faults& faults,
@@ -17,6 +18,13 @@ FaultyConnection::FaultyConnection(asio::ip::tcp::socket device, uint64_t number
 
 void FaultyConnection::start(const asio::ip::tcp::endpoint& server)
 {
+    asio::error_code failed;
+    mServer.open(server.protocol(), failed);
+    if (failed) {
+        end(true);
+        return;
+    }
+    ::fcntl(mServer.native_handle(), F_SETFD, FD_CLOEXEC);
     mServer.async_connect(server, [this, self = shared_from_this()](const asio::error_code& error) {
         if (error || mOver) {
             end(true);

@@ -104,10 +104,11 @@ void tst_Faults::everyCutPointDecodesTheSame()
     faults.sweepCut = true;
     faults.gapMicroseconds = 200;
     mProxy->setFaults(faults);
-    for (int i = 0; i < kExchanges; ++i) {
+    for (int i = 1; i <= kExchanges; ++i) {
         mServer->type("get din * timeout=30");
+        // A slow machine gets its time for each few of them.
+        QVERIFY(i % 64 != 0 || !mServer->line("reply", 1 + i).isEmpty());
     }
-    QVERIFY(!mServer->line("reply", 1 + kExchanges).isEmpty());
     for (const QJsonObject& line : mServer->lines()) {
         if (line["event"].toString() == "reply") {
             QCOMPARE(line["objects"].toArray(), whole);
