@@ -62,7 +62,7 @@ public:
         mPeer = std::make_unique<DevicePeer>(ends[0]);
         asio::ip::tcp::socket socket(mIo, asio::ip::tcp::v4(), ends[1]);
         mSession = std::make_shared<server::DeviceSession>(
-            std::move(socket), settings, static_cast<server::DeviceSession::Listener*>(this));
+            std::move(socket), settings, static_cast<server::DeviceSession::Listener*>(this), &mLastNumber);
         mSession->start();
         settle();
     }
@@ -424,6 +424,7 @@ private:
     const server::LinkSettings mSettings;
     asio::io_context mIo;
     std::unique_ptr<DevicePeer> mPeer;
+    uint8_t mLastNumber = 0;
     std::shared_ptr<server::DeviceSession> mSession;
     bool mEnded = false;
 

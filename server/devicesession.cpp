@@ -21,13 +21,15 @@ const cObjectDevice* deviceIn(cObjectList* list)
 
 } // namespace
 
-DeviceSession::DeviceSession(asio::ip::tcp::socket socket, const LinkSettings& settings, Listener* listener)
+DeviceSession::DeviceSession(asio::ip::tcp::socket socket, const LinkSettings& settings, Listener* listener,
+                             uint8_t* lastNumber)
     : mSettings(settings),
       mListener(listener),
       mAskTimer(socket.get_executor()),
       mIdentifyTimer(socket.get_executor()),
       mConnection(
-          std::make_shared<Connection>(std::move(socket), settings, static_cast<Connection::Owner*>(this)))
+          std::make_shared<Connection>(std::move(socket), settings, static_cast<Connection::Owner*>(this))),
+      mRequests(lastNumber)
 {}
 
 DeviceSession::~DeviceSession() { mConnection->abandon(); }

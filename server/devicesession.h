@@ -39,8 +39,10 @@ public:
         virtual void sessionDebug(const DeviceSession& session, const std::string& sentence) = 0;
     };
 
-    /// @p listener outlives the session.
-    DeviceSession(asio::ip::tcp::socket socket, const LinkSettings& settings, Listener* listener);
+    /// @p listener outlives the session, and so does @p lastNumber, the number of the message sent last over
+    /// any connection.
+    DeviceSession(asio::ip::tcp::socket socket, const LinkSettings& settings, Listener* listener,
+                  uint8_t* lastNumber);
     ~DeviceSession() override;
 
     void start();

@@ -13,7 +13,7 @@ Monitor::Monitor(asio::io_context& io, Console& console, MessageLog& log, const 
 void Monitor::add(asio::ip::tcp::socket socket)
 {
     auto session = std::make_shared<DeviceSession>(std::move(socket), mSettings,
-                                                   static_cast<DeviceSession::Listener*>(this));
+                                                   static_cast<DeviceSession::Listener*>(this), &mLastNumber);
     mSessions.push_back(session);
     mConsole.line(connectedLine(session->peer()));
     session->start();

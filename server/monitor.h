@@ -56,6 +56,7 @@ private:
     Console& mConsole;
     MessageLog& mLog;
     const LinkSettings mSettings;
+    uint8_t mLastNumber = 0;           ///< of a message to any device
     std::vector<SessionPtr> mSessions; ///< in the order of their coming
     uint64_t mMessages = 0;
 };

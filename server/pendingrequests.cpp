@@ -13,9 +13,9 @@ bool PendingRequests::isOutstanding(uint8_t seq) const
 uint8_t PendingRequests::number()
 {
     do {
-        ++mLast;
-    } while (isOutstanding(mLast));
-    return mLast;
+        ++*mLast;
+    } while (isOutstanding(*mLast));
+    return *mLast;
 }
 
 std::optional<uint8_t> PendingRequests::number(Handler handler)

@@ -14,14 +14,17 @@ namespace server {
 
 /// Numbers the messages of one connection and finds the request that an answer belongs to.
 ///
-/// The numbers run 1 to 255, then 0. One whose answer is still to come is passed over, also when nobody
-/// waits for that answer any longer. Answers come in the order of the requests, so an answer also tells
-/// that none will come to an earlier request.
+/// The numbers run 1 to 255, then 0, and on from there on the next connection. One whose answer is still to
+/// come is passed over, also when nobody waits for that answer any longer. Answers come in the order of the
+/// requests, so an answer also tells that none will come to an earlier request.
 class PendingRequests
 {
 public:
     /// Gets the answer, or null when the connection ended before it came.
     using Handler = std::function<void(const WMsg*)>;
+
+    /// Goes on behind @p last, which outlives it and holds the number given last, by whomever; 0 before any.
+    explicit PendingRequests(uint8_t* last) : mLast(last) {}
 
     /// One number stays free for what is not answered.
     static constexpr size_t kMostOutstanding = 255;
@@ -52,7 +55,7 @@ private:
 
     std::deque<uint8_t> mOutstanding; ///< numbers of requests without an answer, oldest first
     std::array<Handler, 256> mHandlers;
-    uint8_t mLast = 0;
+    uint8_t* mLast;
     uint64_t mDropped = 0;
 };
 

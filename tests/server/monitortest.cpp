@@ -72,6 +72,18 @@ TEST(MonitorTest, threeHundredRequestsInARow)
     }
 }
 
+TEST(MonitorTest, aNewConnectionDoesNotStartTheCountAgain)
+{
+    TestServer server;
+    for (const uint8_t number : {1, 2, 3}) {
+        RawDevice device(server.port());
+        const WMsg question = device.receive();
+        EXPECT_EQ(question.seq, number);
+        device.disconnect();
+        server.lines().next("disconnected");
+    }
+}
+
 TEST(MonitorTest, sequenceNumbersWrapFrom255To0)
 {
     TestServer server;

@@ -18,7 +18,8 @@ WMsg answerTo(uint8_t seq)
 
 TEST(PendingRequestsTest, numbersRunFromOneOverZero)
 {
-    PendingRequests requests;
+    uint8_t last = 0;
+    PendingRequests requests(&last);
     for (int i = 1; i <= 300; ++i) {
         EXPECT_EQ(requests.number(), i % 256);
     }
@@ -26,7 +27,8 @@ TEST(PendingRequestsTest, numbersRunFromOneOverZero)
 
 TEST(PendingRequestsTest, anAnswerReachesItsRequestOnce)
 {
-    PendingRequests requests;
+    uint8_t last = 0;
+    PendingRequests requests(&last);
     int got = 0;
     const uint8_t seq = *requests.number([&got](const WMsg* answer) { got += answer != nullptr ? 1 : 100; });
     EXPECT_TRUE(requests.answer(answerTo(seq)));
@@ -37,7 +39,8 @@ TEST(PendingRequestsTest, anAnswerReachesItsRequestOnce)
 
 TEST(PendingRequestsTest, aNumberIsNotReusedWhileItsRequestIsOutstanding)
 {
-    PendingRequests requests;
+    uint8_t last = 0;
+    PendingRequests requests(&last);
     const uint8_t seq = *requests.number([](const WMsg*) {});
     for (int i = 0; i < 600; ++i) {
         EXPECT_NE(requests.number(), seq);
@@ -46,7 +49,8 @@ TEST(PendingRequestsTest, aNumberIsNotReusedWhileItsRequestIsOutstanding)
 
 TEST(PendingRequestsTest, anAnswerAfterGivingUpIsDroppedAndFreesTheNumber)
 {
-    PendingRequests requests;
+    uint8_t last = 0;
+    PendingRequests requests(&last);
     bool called = false;
     const uint8_t seq = *requests.number([&called](const WMsg*) { called = true; });
     requests.giveUp(seq);
@@ -64,7 +68,8 @@ TEST(PendingRequestsTest, anAnswerAfterGivingUpIsDroppedAndFreesTheNumber)
 
 TEST(PendingRequestsTest, noNumberIsGivenTwiceWhileItsAnswerMayStillCome)
 {
-    PendingRequests requests;
+    uint8_t last = 0;
+    PendingRequests requests(&last);
     for (int i = 1; i <= 255; ++i) {
         EXPECT_EQ(requests.numberUnwanted(), i);
     }
@@ -79,7 +84,8 @@ TEST(PendingRequestsTest, noNumberIsGivenTwiceWhileItsAnswerMayStillCome)
 
 TEST(PendingRequestsTest, anAnswerFreesTheNumbersGivenUpBeforeIt)
 {
-    PendingRequests requests;
+    uint8_t last = 0;
+    PendingRequests requests(&last);
     for (int i = 1; i <= 254; ++i) {
         requests.numberUnwanted();
     }
@@ -93,7 +99,8 @@ TEST(PendingRequestsTest, anAnswerFreesTheNumbersGivenUpBeforeIt)
 
 TEST(PendingRequestsTest, anAnswerLeavesEarlierRequestsThatAreWaitedFor)
 {
-    PendingRequests requests;
+    uint8_t last = 0;
+    PendingRequests requests(&last);
     int got = 0;
     const uint8_t first = *requests.number([&got](const WMsg*) { got += 1; });
     const uint8_t second = *requests.number([&got](const WMsg*) { got += 10; });
@@ -104,7 +111,8 @@ TEST(PendingRequestsTest, anAnswerLeavesEarlierRequestsThatAreWaitedFor)
 
 TEST(PendingRequestsTest, theEndOfTheConnectionEndsWhatIsWaitedFor)
 {
-    PendingRequests requests;
+    uint8_t last = 0;
+    PendingRequests requests(&last);
     int ended = 0;
     requests.number([&ended](const WMsg* answer) { ended += answer == nullptr ? 1 : 100; });
     requests.giveUp(*requests.number([&ended](const WMsg*) { ended += 100; }));
