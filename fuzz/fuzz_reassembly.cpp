@@ -156,7 +156,10 @@ private:
     void checkMemory() const
     {
         const size_t held = static_cast<ptrdiff_t>(mHeld) > 0 ? mHeld : 0;
-        require(held <= 2 * mModel.pendingBytes() + kSlack, "memory grows with the bytes received");
+        // A message that has outgrown the small room has the room of the largest one.
+        require(held <= 2 * mModel.pendingBytes() + kSlack ||
+                    2 * mModel.pendingBytes() > WMsgReader::kMostDoubled,
+                "memory grows with the bytes received");
         require(held <= mLimits.messageBytes + kSlack, "memory never goes beyond one message");
         require(!mModel.broken() || held <= kSlack, "a refused stream holds nothing");
     }

@@ -4,7 +4,8 @@
 #include <algorithm>
 #include <array>
 #include <deque>
-#include <map>
+#include <iterator>
+#include <optional>
 
 #include "framemodel.h"
 #include "fuzzinput.h"
@@ -33,12 +34,9 @@ public:
         case 1:
             askFor(input->number8());
             break;
-        case 2: {
-            const uint8_t seq = mRequests.numberUnwanted();
-            expectNext(seq);
-            mUnwanted.push_back(seq);
+        case 2:
+            note(mRequests.numberUnwanted(), kNobody);
             break;
-        }
         case 3:
             giveUp(input->number8());
             break;
@@ -47,58 +45,72 @@ public:
             break;
         default:
             mRequests.failAll();
-            require(mOpen.empty(), "the end of a connection ends every request");
-            mUnwanted.clear();
+            require(std::none_of(mOutstanding.begin(), mOutstanding.end(), isWanted),
+                    "the end of a connection ends every request");
+            mOutstanding.clear();
         }
     }
 
     ~Numbers() { mRequests.failAll(); }
 
 private:
-    /// Checks a number that was just given out and forgets an answer that it no longer waits for.
-    void expectNext(uint8_t seq)
+    static constexpr size_t kNobody = 0;
+
+    struct Outstanding
     {
-        uint8_t expected = mLast;
-        size_t tried = 0;
-        do {
-            ++expected;
-            ++tried;
-        } while (taken(expected) && tried < 256);
-        if (tried == 256 && taken(expected)) {
-            expected = mUnwanted.front();
-            mUnwanted.pop_front();
-        }
-        require(seq == expected,
-                "the next number that is free is given out, or the one given up longest ago");
-        mLast = seq;
-    }
+        uint8_t seq;
+        size_t id; ///< whose answer it is
+    };
+
+    static bool isWanted(const Outstanding& request) { return request.id != kNobody; }
 
     bool taken(uint8_t seq) const
     {
-        return mOpen.count(seq) > 0 || std::find(mUnwanted.begin(), mUnwanted.end(), seq) != mUnwanted.end();
+        return std::any_of(mOutstanding.begin(), mOutstanding.end(),
+                           [seq](const Outstanding& request) { return request.seq == seq; });
+    }
+
+    void expectNext(uint8_t seq)
+    {
+        do {
+            ++mExpected;
+        } while (taken(mExpected));
+        require(seq == mExpected, "the next number that is free is given out");
+    }
+
+    /// Checks a number that a request was just given, or that it was given none.
+    void note(std::optional<uint8_t> seq, size_t id)
+    {
+        require(seq.has_value() == (mOutstanding.size() < server::PendingRequests::kMostOutstanding),
+                "a request is turned away when all numbers but one are taken");
+        if (seq) {
+            expectNext(*seq);
+            mOutstanding.push_back({*seq, id});
+        }
     }
 
     void askFor(uint8_t count)
     {
-        for (size_t i = 0; i <= count && mOpen.size() < 255; ++i) {
+        for (size_t i = 0; i <= count; ++i) {
             const size_t id = ++mAsked;
-            const uint8_t seq = mRequests.number([this, id](const WMsg* answer) {
-                const auto found = std::find_if(mOpen.begin(), mOpen.end(),
-                                                [id](const auto& entry) { return entry.second == id; });
-                require(found != mOpen.end(), "a request is answered once, and not after it was given up");
-                require(answer == nullptr || answer->seq == found->first, "an answer reaches its request");
-                mOpen.erase(found);
-            });
-            expectNext(seq);
-            mOpen[seq] = id;
+            note(mRequests.number([this, id](const WMsg* answer) { end(id, answer); }), id);
         }
+    }
+
+    void end(size_t id, const WMsg* answer)
+    {
+        const auto found = std::find_if(mOutstanding.begin(), mOutstanding.end(),
+                                        [id](const Outstanding& request) { return request.id == id; });
+        require(found != mOutstanding.end(), "a request is answered once, and not after it was given up");
+        require(answer == nullptr || answer->seq == found->seq, "an answer reaches its request");
+        found->id = kNobody;
     }
 
     void giveUp(uint8_t seq)
     {
         mRequests.giveUp(seq);
-        if (mOpen.erase(seq) > 0) {
-            mUnwanted.push_back(seq);
+        for (Outstanding& request : mOutstanding) {
+            request.id = request.seq == seq ? kNobody : request.id;
         }
     }
 
@@ -107,20 +119,34 @@ private:
         WMsg message;
         message.answer = true;
         message.seq = seq;
-        const bool wanted = mOpen.count(seq) > 0;
+        const auto found = std::find_if(mOutstanding.begin(), mOutstanding.end(),
+                                        [seq](const Outstanding& request) { return request.seq == seq; });
+        const bool wanted = found != mOutstanding.end() && isWanted(*found);
         const uint64_t dropped = mRequests.dropped();
         require(mRequests.answer(message) == wanted, "an answer that nobody waits for is told");
         require(mRequests.dropped() == dropped + (wanted ? 0 : 1),
                 "an answer that nobody waits for is counted");
-        require(mOpen.count(seq) == 0, "an answered request is done");
-        mUnwanted.erase(std::remove(mUnwanted.begin(), mUnwanted.end(), seq), mUnwanted.end());
+        require(!wanted || !isWanted(*found), "an answered request is done");
+        forgetUpTo(found);
     }
 
-    server::PendingRequests mRequests;
-    std::map<uint8_t, size_t> mOpen;
-    std::deque<uint8_t> mUnwanted;
+    /// An answer frees its number, and those before it that nobody waits for.
+    void forgetUpTo(std::deque<Outstanding>::iterator answered)
+    {
+        if (answered == mOutstanding.end()) {
+            return;
+        }
+        std::deque<Outstanding> left;
+        std::copy_if(mOutstanding.begin(), answered, std::back_inserter(left), isWanted);
+        left.insert(left.end(), answered + 1, mOutstanding.end());
+        mOutstanding = left;
+    }
+
     uint8_t mLast = 0;
-    size_t mAsked = 0;
+    server::PendingRequests mRequests{&mLast};
+    std::deque<Outstanding> mOutstanding; ///< oldest first
+    uint8_t mExpected = 0;
+    size_t mAsked = kNobody;
 };
 
 /// The client's queue against a plain list.
@@ -248,7 +274,7 @@ private:
     uint8_t mNumber = 0;
 };
 
-/// The client's outstanding requests against a map.
+/// The client's outstanding requests against a plain list.
 class Registry
 {
 public:
@@ -258,49 +284,83 @@ public:
         cMsgReg* const request = &mRequests[seq % mRequests.size()];
         switch (input->number8() % 4) {
         case 0:
-            mRegistry.add(seq, request);
-            mExpected[seq] = request;
+            add(seq, request);
             break;
         case 1:
-            mRegistry.remove(request);
-            forget(request);
+            mRegistry.giveUp(request);
+            for (Entry& entry : mExpected) {
+                entry.request = entry.request == request ? nullptr : entry.request;
+            }
             break;
         case 2:
             failAll();
             break;
         default:
-            const auto found = mExpected.find(seq);
-            require(mRegistry.find(seq) == (found == mExpected.end() ? nullptr : found->second),
-                    "a number stands for its request");
-            require(mRegistry.isTaken(seq) == (found != mExpected.end()), "a number that stands is taken");
+            answer(seq);
         }
+        require(mRegistry.isTaken(seq) == isTaken(seq), "a number is taken until its answer has come");
+        require(mRegistry.givenUp() == count(nullptr), "numbers given up are counted");
     }
 
 private:
-    void forget(const cMsgReg* request)
+    struct Entry
     {
-        for (auto entry = mExpected.begin(); entry != mExpected.end();) {
-            entry = entry->second == request ? mExpected.erase(entry) : std::next(entry);
+        uint8_t seq;
+        cMsgReg* request;
+    };
+
+    bool isTaken(uint8_t seq) const
+    {
+        return std::any_of(mExpected.begin(), mExpected.end(),
+                           [seq](const Entry& entry) { return entry.seq == seq; });
+    }
+
+    size_t count(const cMsgReg* request) const
+    {
+        return static_cast<size_t>(
+            std::count_if(mExpected.begin(), mExpected.end(),
+                          [request](const Entry& entry) { return entry.request == request; }));
+    }
+
+    void add(uint8_t seq, cMsgReg* request)
+    {
+        if (!isTaken(seq) && count(request) == 0) {
+            mRegistry.add(seq, request);
+            mExpected.push_back({seq, request});
         }
+    }
+
+    void answer(uint8_t seq)
+    {
+        std::deque<Entry> left;
+        cMsgReg* request = nullptr;
+        if (isTaken(seq)) {
+            while (mExpected.front().seq != seq) {
+                if (mExpected.front().request != nullptr) {
+                    left.push_back(mExpected.front());
+                }
+                mExpected.pop_front();
+            }
+            request = mExpected.front().request;
+            mExpected.pop_front();
+            mExpected.insert(mExpected.begin(), left.begin(), left.end());
+        }
+        require(mRegistry.answered(seq) == request, "a number stands for its request");
     }
 
     void failAll()
     {
         mRegistry.failAll(cMsgReg::MSG_ERROR);
-        for (const auto& [seq, request] : mExpected) {
-            require(request->complete && request->status == cMsgReg::MSG_ERROR, "every request has failed");
-            require(!mRegistry.isTaken(seq), "a request that failed is forgotten");
-        }
-        for (const auto& [seq, request] : mExpected) {
-            *request = cMsgReg();
+        for (cMsgReg& request : mRequests) {
+            const bool failed = request.complete && request.status == cMsgReg::MSG_ERROR;
+            require(failed == (count(&request) > 0), "every request that waits has failed, and no other");
+            request = cMsgReg();
         }
         mExpected.clear();
-        require(std::none_of(mRequests.begin(), mRequests.end(), [](const cMsgReg& r) { return r.complete; }),
-                "no other request has failed");
     }
 
     cMsgRegistry mRegistry;
-    std::map<uint8_t, cMsgReg*> mExpected;
+    std::deque<Entry> mExpected; ///< oldest first
     std::array<cMsgReg, 7> mRequests;
 };
 

@@ -209,7 +209,7 @@ private:
         const size_t index = mAsked.size();
         mAsked.push_back({});
         mToldToSend += std::min(size * times, kLargestToSend);
-        mAsked[index].seq = mSession->request(outgoing(type, size, times), [this, index](const WMsg* answer) {
+        const auto seq = mSession->request(outgoing(type, size, times), [this, index](const WMsg* answer) {
             Asked& asked = mAsked[index];
             require(!mEnded, "nobody is told after the end");
             require(asked.open && !asked.givenUp,
@@ -219,6 +219,8 @@ private:
                     "an answer bears the number of its request");
             asked.open = false;
         });
+        require(seq.has_value(), "so few requests as one input makes are never turned away");
+        mAsked[index].seq = *seq;
         for (size_t i = 0; i < index; ++i) {
             require(!isOpen(mAsked[i]) || mAsked[i].seq != mAsked[index].seq,
                     "the number of an outstanding request is not given again");
