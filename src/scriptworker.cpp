@@ -44,6 +44,9 @@ int wholeNumber(double number)
     return fits && number == static_cast<int>(number) ? static_cast<int>(number) : 0;
 }
 
+/// The text of a file, in the encoding that its first bytes tell, or else the locale's.
+QString textOf(const QByteArray& file) { return QTextStream(file).readAll(); }
+
 /// Makes @p object a global object of scripts, with its own members only: with those of every object a
 /// script could delete it.
 void show(QScriptEngine* engine, const char* name, QObject* object)
@@ -75,7 +78,7 @@ void scriptWorker::processScript()
     const QByteArray program = readAtMost(file, kMostBytes + 1);
     file.close();
     if (program.size() <= kMostBytes && !mStopRequest->made()) {
-        evaluate(QTextStream(program).readAll());
+        evaluate(textOf(program));
     }
 }
 
