@@ -44,9 +44,6 @@ int wholeNumber(double number)
     return fits && number == static_cast<int>(number) ? static_cast<int>(number) : 0;
 }
 
-/// The text of a file, in the encoding that its first bytes tell, or else the locale's.
-QString textOf(const QByteArray& file) { return QTextStream(file).readAll(); }
-
 /// Makes @p object a global object of scripts, with its own members only: with those of every object a
 /// script could delete it.
 void show(QScriptEngine* engine, const char* name, QObject* object)
@@ -81,6 +78,8 @@ void scriptWorker::processScript()
         evaluate(textOf(program));
     }
 }
+
+QString scriptWorker::textOf(const QByteArray& file) { return QTextStream(file).readAll(); }
 
 void scriptWorker::evaluate(const QString& program)
 {

@@ -1,6 +1,7 @@
 #ifndef SCRIPTWORKER_H
 #define SCRIPTWORKER_H
 
+#include <QByteArray>
 #include <QObject>
 #include <QScriptValue>
 #include <QScriptable>
@@ -58,6 +59,8 @@ public slots:
     void processScript();
 
 private:
+    /// The text of a file, in the encoding that its first bytes tell, or else the locale's.
+    static QString textOf(const QByteArray& file);
     void evaluate(const QString& program);
 
     QString fileName = QStringLiteral("empty");
