@@ -1,3 +1,5 @@
+#include <CLI/Version.hpp>
+#include <asio/version.hpp>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -6,6 +8,7 @@
 #include <unistd.h>
 
 #include "server/application.h"
+#include "zulversion/zulversion.h"
 
 namespace {
 
@@ -17,6 +20,18 @@ void fillStandardStreams()
         opened = ::open("/dev/null", O_RDONLY);
     }
     ::close(opened);
+}
+
+std::string asioVersion()
+{
+    return std::to_string(ASIO_VERSION / 100000) + "." + std::to_string(ASIO_VERSION / 100 % 1000) + "." +
+           std::to_string(ASIO_VERSION % 100);
+}
+
+std::string version()
+{
+    return zulversion::describe(
+        "zulserver", {{"asio", asioVersion()}, {"CLI11", CLI11_VERSION}, {"libedit", LIBEDIT_RELEASE}});
 }
 
 /// The exit status.
@@ -42,7 +57,7 @@ int main(int argc, char** argv)
     std::setlocale(LC_CTYPE, "");
     std::signal(SIGPIPE, SIG_IGN);
 
-    const server::ParsedOptions parsed = server::parseOptions(argc, argv);
+    const server::ParsedOptions parsed = server::parseOptions(argc, argv, version());
     std::fputs(parsed.output.c_str(), stdout);
     std::fputs(parsed.error.c_str(), stderr);
     if (!parsed.options) {

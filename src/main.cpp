@@ -2,7 +2,11 @@
 #include "mainwindow.h"
 #include "options.h"
 #include "signalwatcher.h"
+#include "tracelog.h"
+#include "wlog/wlog.h"
+#include "zulversion/zulversion.h"
 
+#include <CLI/Version.hpp>
 #include <QApplication>
 #include <QFile>
 #include <QFileInfo>
@@ -12,6 +16,11 @@
 #include <iostream>
 
 namespace {
+
+std::string version()
+{
+    return zulversion::describe("zulbench", {{"Qt", qVersion()}, {"CLI11", CLI11_VERSION}});
+}
 
 int fail(const QString& reason)
 {
@@ -29,6 +38,13 @@ QString unreadable(const char* kind, const std::string& path)
 QString fullPath(const std::string& path)
 {
     return QFileInfo(QFile::decodeName(path.c_str())).absoluteFilePath();
+}
+
+/// Sets logging up as asked for; the window has set it up as usual before. Answers what went wrong.
+QString configureLog(const cOptions& options)
+{
+    return options.logConfig ? QString::fromLocal8Bit(cWlog::init(options.logConfig->c_str()).c_str())
+                             : QString();
 }
 
 /// Answers what went wrong; empty when everything asked for was done.
@@ -63,10 +79,14 @@ void fitToScreen(QWidget& window)
 
 int run(QApplication& application, const cOptions& options)
 {
+    tracelog::traceStart(version());
     const cSignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &cSignalWatcher::arrived, &application, &QApplication::quit);
     MainWindow window;
-    const QString problem = carryOut(options, window);
+    QString problem = configureLog(options);
+    if (problem.isEmpty()) {
+        problem = carryOut(options, window);
+    }
     if (!problem.isEmpty()) {
         return fail(problem);
     }
@@ -85,7 +105,7 @@ int run(QApplication& application, const cOptions& options)
 
 int main(int argc, char** argv)
 {
-    const cParsedOptions parsed = parseOptions(argc, argv, std::cout, std::cerr);
+    const cParsedOptions parsed = parseOptions(argc, argv, version(), std::cout, std::cerr);
     if (parsed.exitStatus) {
         return *parsed.exitStatus;
     }
