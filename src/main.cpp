@@ -1,4 +1,5 @@
 #include "displayplatform.h"
+#include "language.h"
 #include "mainwindow.h"
 #include "options.h"
 #include "signalwatcher.h"
@@ -11,6 +12,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QScreen>
+#include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
@@ -79,7 +81,8 @@ void fitToScreen(QWidget& window)
 
 int run(QApplication& application, const cOptions& options)
 {
-    tracelog::traceStart(version());
+    const cLanguage language(cLanguage::wantedByUser());
+    tracelog::traceStart(version(), language.code());
     const cSignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &cSignalWatcher::arrived, &application, &QApplication::quit);
     MainWindow window;
@@ -116,5 +119,7 @@ int main(int argc, char** argv)
     // Whoever read the trace may go away; the device stays.
     std::signal(SIGPIPE, SIG_IGN);
     QApplication application(argc, argv);
+    // Qt has set the user's locale; numbers in files, in the log and in scripts keep their point.
+    std::setlocale(LC_NUMERIC, "C");
     return run(application, parsed.options);
 }

@@ -14,7 +14,7 @@ Q_LOGGING_CATEGORY(start, "zulbench.start", QtWarningMsg)
 Q_LOGGING_CATEGORY(files, "zulbench.files", QtWarningMsg)
 Q_LOGGING_CATEGORY(scripts, "zulbench.scripts", QtWarningMsg)
 
-void traceStart(const std::string& version)
+void traceStart(const std::string& version, const QString& language)
 {
     if (!start().isInfoEnabled()) {
         return;
@@ -25,7 +25,7 @@ void traceStart(const std::string& version)
     qCInfo(start, "system %s, kernel %s", qPrintable(QSysInfo::prettyProductName()),
            qPrintable(QSysInfo::kernelVersion()));
     qCInfo(start, "display %s", qPrintable(QGuiApplication::platformName()));
-    qCInfo(start, "locale %s, files in %s", qPrintable(QLocale().name()),
+    qCInfo(start, "locale %s, texts in %s, files in %s", qPrintable(QLocale().name()), qPrintable(language),
            QTextCodec::codecForLocale()->name().constData());
     qCInfo(start, "configuration %s", qPrintable(paths::configurationDirectory()));
 }

@@ -12,8 +12,9 @@ const QLoggingCategory& start();   ///< zulbench.start: the program, its surroun
 const QLoggingCategory& files();   ///< zulbench.files: what device and connection files said
 const QLoggingCategory& scripts(); ///< zulbench.scripts: scripts that begin, fail and end; from any thread
 
-/// Writes the start-up lines: @p version, a few lines of text, and the surroundings. The QApplication exists.
-void traceStart(const std::string& version);
+/// Writes the start-up lines: @p version, a few lines of text, @p language, the code of the texts' language,
+/// and the surroundings. The QApplication exists.
+void traceStart(const std::string& version, const QString& language);
 
 } // namespace tracelog
 

@@ -104,7 +104,7 @@ void TestSupport::theTraceTellsOfStartFilesAndScripts()
     for (const QString& line :
          {QStringLiteral("zulbench.start: zulbench " PROJECT_VERSION),
           QStringLiteral("zulbench.start: commit "), QStringLiteral("zulbench.start: libraries Qt "),
-          QStringLiteral("zulbench.start: display offscreen"), QStringLiteral("zulbench.start: locale C, "),
+          QStringLiteral("zulbench.start: display offscreen"), QStringLiteral("zulbench.start: locale C, texts in en, files in "),
           QStringLiteral("zulbench.start: configuration ") + home.configuration(),
           QStringLiteral("zulbench.files: device \"%1\": serial 1001, digital inputs 2, digital outputs 1, "
                          "analog inputs 1, analog outputs 1, scanners 1")
