@@ -39,6 +39,7 @@ class TestSupport : public QObject
 private slots:
     void theVersionNamesTheCommitAndTheLibraries_data();
     void theVersionNamesTheCommitAndTheLibraries();
+    void theVersionHasItsSectionInTheChangelog();
     void theTraceIsSilentUnlessAskedFor();
     void theTraceTellsOfStartFilesAndScripts();
     void oneCategoryCanBeHadAlone();
@@ -74,6 +75,16 @@ void TestSupport::theVersionNamesTheCommitAndTheLibraries()
     QVERIFY2(QRegularExpression(expected).match(out).hasMatch(), qPrintable(out));
 }
 
+void TestSupport::theVersionHasItsSectionInTheChangelog()
+{
+    const QString text = contentOf(CHANGELOG);
+    const QRegularExpression newest("\n## \\[([0-9.]+)\\] - ([0-9]{4}-[0-9]{2}-[0-9]{2})\n");
+    const QRegularExpressionMatch match = newest.match(text);
+    QVERIFY(match.hasMatch());
+    QCOMPARE(match.captured(1), QString(PROJECT_VERSION));
+    QVERIFY(QDate::fromString(match.captured(2), Qt::ISODate).isValid());
+}
+
 void TestSupport::theTraceIsSilentUnlessAskedFor()
 {
     const HomeFiles home;
@@ -104,7 +115,8 @@ void TestSupport::theTraceTellsOfStartFilesAndScripts()
     for (const QString& line :
          {QStringLiteral("zulbench.start: zulbench " PROJECT_VERSION),
           QStringLiteral("zulbench.start: commit "), QStringLiteral("zulbench.start: libraries Qt "),
-          QStringLiteral("zulbench.start: display offscreen"), QStringLiteral("zulbench.start: locale C, texts in en, files in "),
+          QStringLiteral("zulbench.start: display offscreen"),
+          QStringLiteral("zulbench.start: locale C, texts in en, files in "),
           QStringLiteral("zulbench.start: configuration ") + home.configuration(),
           QStringLiteral("zulbench.files: device \"%1\": serial 1001, digital inputs 2, digital outputs 1, "
                          "analog inputs 1, analog outputs 1, scanners 1")
