@@ -1,13 +1,9 @@
+#include "devicefiles.h"
 #include "headlessprogram.h"
 #include "homefiles.h"
 #include "qttestmain.h"
 
 namespace {
-
-const QByteArray kPanel("Digital input(s):    2\nDigital output(s):   1\nAnalog input(s):     1\n"
-                        "Analog output(s):    1\nScanner(s):          1\n"
-                        "Device type:         TYPE_DISCRETE_IO\nDevice version:      3\n"
-                        "Device serial:       1001\nDevice label:        Panel\n");
 
 /// Nobody listens there.
 const QByteArray kConnection("Connection descriptor:   lab\nConnection IP address:   127.0.0.1\n"
@@ -89,7 +85,7 @@ void TestSupport::theTraceIsSilentUnlessAskedFor()
 {
     const HomeFiles home;
     HeadlessProgram program;
-    program.start({"--headless", "--device", home.write("Panel.dev", kPanel), "--script",
+    program.start({"--headless", "--device", home.write("Panel7.dev", kPanel7), "--script",
                    home.write("a.js", "print('it ran')")});
     QVERIFY2(program.waitForError("it ran"), program.error().constData());
     program.send(SIGTERM);
@@ -100,7 +96,7 @@ void TestSupport::theTraceIsSilentUnlessAskedFor()
 void TestSupport::theTraceTellsOfStartFilesAndScripts()
 {
     const HomeFiles home;
-    const QString device = home.write("Panel.dev", kPanel);
+    const QString device = home.write("Panel7.dev", kPanel7);
     const QString connection = home.write("lab.con", kConnection);
     const QString script = home.write("a.js", "var n = 1;\nnoSuchThing();\n");
     HeadlessProgram program;
@@ -118,8 +114,8 @@ void TestSupport::theTraceTellsOfStartFilesAndScripts()
           QStringLiteral("zulbench.start: display offscreen"),
           QStringLiteral("zulbench.start: locale C, texts in en, files in "),
           QStringLiteral("zulbench.start: configuration ") + home.configuration(),
-          QStringLiteral("zulbench.files: device \"%1\": serial 1001, digital inputs 2, digital outputs 1, "
-                         "analog inputs 1, analog outputs 1, scanners 1")
+          QStringLiteral("zulbench.files: device \"%1\": serial 1001, digital inputs 4, digital outputs 4, "
+                         "analog inputs 2, analog outputs 2, scanners 1")
               .arg(device),
           QStringLiteral("zulbench.files: connection \"%1\": address \"127.0.0.1\", port \"1\"")
               .arg(connection),
@@ -134,7 +130,7 @@ void TestSupport::oneCategoryCanBeHadAlone()
     const HomeFiles home;
     HeadlessProgram program;
     program.setEnvironment("QT_LOGGING_RULES", "zulbench.files=true");
-    program.start({"--headless", "--device", home.write("Panel.dev", kPanel)});
+    program.start({"--headless", "--device", home.write("Panel7.dev", kPanel7)});
     QVERIFY2(program.waitForError("zulbench.files: device"), program.error().constData());
     program.send(SIGTERM);
     QCOMPARE(program.status(), 0);
@@ -147,7 +143,7 @@ void TestSupport::theLogGoesWhereTheConfigurationSays()
     const QString log = home.configuration() + "/device.log";
     HeadlessProgram program;
     program.start({"--headless", "--log-config", home.write("log.properties", logInto(log)), "--device",
-                   home.write("Panel.dev", kPanel), "--connection", home.write("lab.con", kConnection),
+                   home.write("Panel7.dev", kPanel7), "--connection", home.write("lab.con", kConnection),
                    "--connect"});
     const QByteArray line("zulobj.client : No link to 127.0.0.1 port 1");
     QTRY_VERIFY2_WITH_TIMEOUT(contentOf(log).contains(line), contentOf(log).constData(), 60000);
