@@ -17,6 +17,9 @@ public:
     /// Copies the first @p size bytes at @p text, or those before a NUL among them.
     void set(const char* text, size_t size);
 
+    /// Makes the field a text never set again.
+    void clear() { mText.reset(); }
+
     bool isSet() const { return mText.has_value(); }
 
     /// The text's bytes, or none where it was never set.
