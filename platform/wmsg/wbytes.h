@@ -12,12 +12,21 @@ inline uint16_t swap(uint16_t value) { return __builtin_bswap16(value); }
 inline uint32_t swap(uint32_t value) { return __builtin_bswap32(value); }
 inline uint64_t swap(uint64_t value) { return __builtin_bswap64(value); }
 
+/// The integer whose bytes in memory are those of @p value in network byte order; and back again.
+template <class Integer>
+Integer bigEndian(Integer value)
+{
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    return swap(value);
+#else
+    return value;
+#endif
+}
+
 template <class Integer>
 void putBigEndian(uint8_t* to, Integer value)
 {
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    value = swap(value);
-#endif
+    value = bigEndian(value);
     std::memcpy(to, &value, sizeof value);
 }
 
@@ -26,10 +35,7 @@ Integer getBigEndian(const uint8_t* from)
 {
     Integer value = 0;
     std::memcpy(&value, from, sizeof value);
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    value = swap(value);
-#endif
-    return value;
+    return bigEndian(value);
 }
 
 inline void put16(uint8_t* to, uint16_t value) { putBigEndian(to, value); }
