@@ -4,18 +4,14 @@
 
 namespace wmsg {
 
-size_t tagTextSize(const char* text, size_t size)
+size_t cutTextSize(const char* text)
 {
-    if (size <= kMaxTextBytes) {
-        return size;
-    }
     // A character is never cut in two: bytes 10xxxxxx continue one (RFC 3629).
-    size = kMaxTextBytes;
-    size_t cut = size;
-    while (cut > size - 4 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) {
+    size_t cut = kMaxTextBytes;
+    while (cut > kMaxTextBytes - 4 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) {
         --cut;
     }
-    return (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80 ? size : cut;
+    return (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80 ? kMaxTextBytes : cut;
 }
 
 } // namespace wmsg

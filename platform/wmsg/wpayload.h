@@ -50,8 +50,14 @@ inline uint32_t floatBits(float value)
     return bits;
 }
 
-/// The length of @p text on the line: cut to what a tag carries, at the end of a UTF-8 character.
-size_t tagTextSize(const char* text, size_t size);
+/// What a text longer than kMaxTextBytes is cut to: at the end of a UTF-8 character.
+size_t cutTextSize(const char* text);
+
+/// The length of @p text on the line.
+inline size_t tagTextSize(const char* text, size_t size)
+{
+    return size <= kMaxTextBytes ? size : cutTextSize(text);
+}
 
 /// The four bytes that a number's or a float's tag begins with.
 constexpr uint32_t numberTagHeader(uint16_t tag) { return uint32_t{tag} << 16 | 4U; }

@@ -125,7 +125,7 @@ struct cCodec
         } else if constexpr (field.real != nullptr) {
             return wmsg::putNumberTag(to, field.tag, wmsg::floatBits(record.*field.real));
         } else if ((record.*field.text).isSet()) {
-            const std::string& text = (record.*field.text).bytes();
+            const std::string_view text = (record.*field.text).bytes();
             return wmsg::putBytesTag(to, field.tag, text.data(), wmsg::tagTextSize(text.data(), text.size()));
         } else {
             return to;

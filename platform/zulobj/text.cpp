@@ -21,9 +21,3 @@ void cText::set(const char* text, size_t size)
         mText.emplace(length == 0 ? "" : text, length);
     }
 }
-
-const std::string& cText::bytes() const
-{
-    static const std::string none;
-    return mText ? *mText : none;
-}
