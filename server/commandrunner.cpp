@@ -245,7 +245,7 @@ void CommandRunner::lookForUnwantedEvent()
     mRun->looked = mLog.added();
     cObjectList list;
     if (message != nullptr && list.decode(*message).isOk()) {
-        end(unwantedEvent(mRun->filter, list));
+        end(unwantedEvent(mRun->filter, &list));
     }
 }
 

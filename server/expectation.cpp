@@ -148,11 +148,13 @@ Reply missedEvent(const MessageLog::Filter& filter, double seconds, const Messag
     return reply;
 }
 
-Reply unwantedEvent(const MessageLog::Filter& filter, const cObjectList& list)
+Reply unwantedEvent(const MessageLog::Filter& filter, cObjectList* list)
 {
-    Reply reply = replyWith(list);
+    Reply reply = replyWith(*list);
     reply.status = Reply::Status::FAILED;
-    reply.error = "An " + eventText(filter) + " came.";
+    const cObject* first = filter.objectType ? nullptr : list->first();
+    reply.error = "An " + eventText(filter) +
+                  (first == nullptr ? "" : " with " + typeText(first->getType())) + " came.";
     return reply;
 }
 

@@ -32,7 +32,7 @@ bool hasWanted(const cObjectList& list, const MessageLog::Filter& filter);
 Reply missedEvent(const MessageLog::Filter& filter, double seconds, const MessageLog& log);
 
 /// The message @p list came, and should not have.
-Reply unwantedEvent(const MessageLog::Filter& filter, const cObjectList& list);
+Reply unwantedEvent(const MessageLog::Filter& filter, cObjectList* list);
 
 /// None of @p count answers was as @p filter says; @p last is the last of them, or null for none.
 Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t count, const cObjectList* last);
