@@ -83,7 +83,7 @@ private:
     static std::string outputXml(const Output& output);
     static std::string caseXml(const Case& one);
 
-    const Limits mLimits;
+    Limits mLimits;
     const std::time_t mStarted = std::time(nullptr);
     const std::chrono::steady_clock::time_point mBegun = std::chrono::steady_clock::now();
     std::deque<Case> mCases;
