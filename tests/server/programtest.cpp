@@ -332,6 +332,8 @@ INSTANTIATE_TEST_SUITE_P(
         StatusRow{"noSuchReport", {"--junit", "/nonexistent/x", "--command", "sleep 0"}, 1},
         StatusRow{"wholeRun", {"--timeout", "0.05"}, 3},
         StatusRow{"wholeRunInACommand", {"--timeout", "0.05", "--command", "wait device timeout=1000"}, 3},
+        StatusRow{
+            "wholeRunInAnExpectation", {"--timeout", "0.05", "--command", "expect event within=1000"}, 3},
         StatusRow{"help", {"--help"}, 0}, StatusRow{"version", {"--version"}, 0}),
     [](const testing::TestParamInfo<StatusRow>& row) { return row.param.name; });
 
