@@ -155,11 +155,11 @@ TEST(ServerManualTest, everyOptionIsInTheManualAndInTheHelp)
 {
     Words inManual;
     for (const Row& row : table("option", "meaning")) {
-        const Words found = foundIn(row[0], "(--[a-z]+)");
+        const Words found = foundIn(row[0], "(--[a-z-]+)");
         inManual.insert(found.begin(), found.end());
     }
     EXPECT_GE(inManual.size(), 10U);
-    EXPECT_EQ(inManual, foundIn(helpText(), R"(\n\s+(?:-\w,)?(--[a-z]+))"));
+    EXPECT_EQ(inManual, foundIn(helpText(), R"(\n\s+(?:-\w,)?(--[a-z-]+))"));
 }
 
 TEST(ServerManualTest, everyExitStatusIsInTheManualAndInTheHelp)
