@@ -44,7 +44,8 @@ void declare(CLI::App* app, Options* options, RawOptions* raw)
     app->add_option("--commands", raw->commandsFile, "Then run the commands of this file, one per line")
         ->type_name("FILE");
     app->add_option("--count", raw->count, "End after so many messages")->type_name("N");
-    app->add_option("--timeout", raw->timeout, "End after so many seconds, with status 3")->type_name("S");
+    app->add_option("--timeout", raw->timeout, "End after so many seconds: the run has timed out")
+        ->type_name("S");
     app->add_option("--junit", options->junit, "Write a report of the run to this file, as JUnit XML")
         ->type_name("FILE");
     app->add_flag("--verbose", options->verbose, "Say more on standard error");

@@ -221,6 +221,16 @@ TEST(ServerManualTest, everyCommandOfTheManualIsUnderstood)
     EXPECT_GE(commands, 19U);
 }
 
+TEST(ServerManualTest, everyExpectationThatIsShownIsUnderstood)
+{
+    const Words shown = foundIn(manual() + contentOf(AUTOMATION_MANUAL), "\n(expect [^\n]*)");
+    EXPECT_GE(shown.size(), 9U);
+    for (const std::string& command : shown) {
+        Command parsed;
+        EXPECT_EQ(parseCommand(command, &parsed), "") << command;
+    }
+}
+
 TEST(ServerManualTest, everyCommandOfTheHelpIsInTheManual)
 {
     Words inManual;
