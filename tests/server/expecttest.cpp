@@ -263,7 +263,7 @@ TEST_F(ExpectTest, aDeviceThatGoesAwayIsAnError)
     EXPECT_EQ(member(reply("expect get din 1", "error"), "error"), "No device is connected.");
 }
 
-TEST_F(ExpectTest, aFailedExpectationOutlivesASignal)
+TEST_F(ExpectTest, aFailedExpectationIsTheStatusAtTheEnd)
 {
     reply("expect event within=0.01", "failed");
     reply("foo", "error");
