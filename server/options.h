@@ -21,6 +21,7 @@ struct Options
     std::optional<uint32_t> count;
     std::optional<double> timeout; ///< seconds
     bool verbose = false;
+    std::optional<std::string> junit; ///< the file of the report
 };
 
 /// What came of reading the command line.
