@@ -45,6 +45,9 @@ void declare(CLI::App* app, Options* options, RawOptions* raw)
         ->type_name("FILE");
     app->add_option("--count", raw->count, "End after so many messages")->type_name("N");
     app->add_option("--timeout", raw->timeout, "End after so many seconds, with status 3")->type_name("S");
+    app->add_option("--capture", options->capture,
+                    "Record what devices and server exchange in this file (pcapng)")
+        ->type_name("FILE");
     app->add_flag("--verbose", options->verbose, "Say more on standard error");
 }
 

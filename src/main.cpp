@@ -2,6 +2,7 @@
 #include "mainwindow.h"
 #include "options.h"
 #include "signalwatcher.h"
+#include "wcapture/capturefile.h"
 
 #include <QApplication>
 #include <QFile>
@@ -13,11 +14,13 @@
 
 namespace {
 
-int fail(const QString& reason)
+int fail(const std::string& reason)
 {
-    std::cerr << "zulbench: " << reason.toLocal8Bit().constData() << std::endl;
+    std::cerr << "zulbench: " << reason << std::endl;
     return 1;
 }
+
+int fail(const QString& reason) { return fail(std::string(reason.toLocal8Bit().constData())); }
 
 QString unreadable(const char* kind, const std::string& path)
 {
@@ -61,11 +64,26 @@ void fitToScreen(QWidget& window)
     window.resize(window.size().boundedTo(window.screen()->availableSize() - kFrame));
 }
 
-int run(QApplication& application, const cOptions& options)
+/// Where the link is recorded. False, and one sentence in @p *problem, where the file can't be written.
+bool createCapture(const cOptions& options, std::shared_ptr<cCaptureFile>* capture, std::string* problem)
+{
+    if (!options.captureFile) {
+        return true;
+    }
+    *capture = cCaptureFile::create(*options.captureFile, "zulbench " ZULBENCH_VERSION, problem);
+    if (!*capture) {
+        return false;
+    }
+    (*capture)->setReport([](const std::string& sentence) { cWlog("zulbench").error(sentence.c_str()); });
+    return true;
+}
+
+int run(QApplication& application, const cOptions& options, std::shared_ptr<cCaptureFile> capture)
 {
     const cSignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &cSignalWatcher::arrived, &application, &QApplication::quit);
     MainWindow window;
+    window.recordTo(std::move(capture));
     const QString problem = carryOut(options, window);
     if (!problem.isEmpty()) {
         return fail(problem);
@@ -92,9 +110,14 @@ int main(int argc, char** argv)
     if (!displayplatform::prepare(parsed.options)) {
         return fail(QStringLiteral("there is no display; use --headless to run without one"));
     }
+    std::shared_ptr<cCaptureFile> capture;
+    std::string problem;
+    if (!createCapture(parsed.options, &capture, &problem)) {
+        return fail(problem);
+    }
     cSignalWatcher::block();
     // Whoever read the trace may go away; the device stays.
     std::signal(SIGPIPE, SIG_IGN);
     QApplication application(argc, argv);
-    return run(application, parsed.options);
+    return run(application, parsed.options, std::move(capture));
 }

@@ -85,6 +85,8 @@ void describe(CLI::App& app, cOptions& options)
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->needs(device);
+    app.add_option("--capture", options.captureFile, "Record what crosses the link in this file (pcapng)")
+        ->type_name("FILE");
     app.add_flag("--headless", options.headless, "Run without a display");
     app.footer("The device is loaded first, then the connection file, then the device connects, and\n"
                "the scripts start last.\n"

@@ -18,6 +18,8 @@ cObjectClient::~cObjectClient() { stop(); }
 
 void cObjectClient::addListener(cObjectListener* listener) { mEventPump.addListener(listener); }
 
+void cObjectClient::recordTo(std::shared_ptr<cCaptureFile> file) { mCapture = std::move(file); }
+
 bool cObjectClient::start(const char* address, int port)
 {
     if (address == nullptr || *address == '\0' || port < 0 || port > 0xFFFF) {
@@ -245,7 +247,11 @@ cObjectClient::SocketPtr cObjectClient::openConnection(std::string* problem)
         resolveAddress(mAddress, mPort, mSettings.connectMs, mWakeup.fd());
     *problem = "the name has no address";
     const int left = static_cast<int>(std::max<int64_t>(deadline - linkNowMs(), 1));
-    return cLinkSocket::connectToAny(addresses, left, mWakeup.fd(), problem);
+    SocketPtr socket = cLinkSocket::connectToAny(addresses, left, mWakeup.fd(), problem);
+    if (socket) {
+        socket->recordTo(mCapture);
+    }
+    return socket;
 }
 
 void cObjectClient::connectionUp(const SocketPtr& socket)

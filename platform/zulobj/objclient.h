@@ -56,6 +56,9 @@ public:
     /// or its stop().
     void addListener(cObjectListener* listener);
 
+    /// Records every connection in @p file, or none where it is null. Before start().
+    void recordTo(std::shared_ptr<cCaptureFile> file);
+
     /// Starts the threads and the first attempt to connect to @p address, a name or a number, and @p port,
     /// 0 to 65535. True when the connection stands within 3 seconds. False does not mean the end: the
     /// client goes on trying, unless the address is null or empty or the port out of range, which starts
@@ -118,7 +121,8 @@ private:
     cEventPump mEventPump;
     cWakeup mWakeup;
 
-    // The receiving thread's own; start() sets the first three before that thread runs.
+    // The receiving thread's own; recordTo() and start() set the first four before that thread runs.
+    std::shared_ptr<cCaptureFile> mCapture;
     std::string mAddress;
     uint16_t mPort = 0;
     cReconnectPause mPause;
