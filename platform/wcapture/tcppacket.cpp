@@ -17,7 +17,11 @@ constexpr uint16_t kDontFragment = 0x4000;
 
 /// As wide as a window can be, so that nobody takes the peer for a slow one (RFC 7323).
 constexpr uint16_t kWindow = 0xFFFF;
-constexpr std::array<uint8_t, 4> kWindowScale{1 /* no operation */, 3 /* kind */, 3 /* length */, 14};
+constexpr uint8_t kWindowScale = 14;
+
+/// The options of a packet that opens a connection: the largest segment (RFC 9293) and the window's unit.
+constexpr std::array<uint8_t, 8> kOpeningOptions{
+    2, 4, kMaxTcpPayload >> 8, kMaxTcpPayload & 0xFF, 1 /* no operation */, 3, 3, kWindowScale};
 
 /// The Internet checksum (RFC 1071) of what the sum of 32-bit words has added up.
 uint16_t checksumOf(uint64_t sum)
@@ -86,7 +90,7 @@ void appendTcpPacket(std::vector<uint8_t>* bytes, const sEndpoint& from, const s
 {
     const size_t ipHeader = from.isV6 ? kV6Header : kV4Header;
     const bool isSyn = (fields.flags & sTcpFields::kSyn) != 0;
-    const size_t tcpHeader = kTcpHeader + (isSyn ? kWindowScale.size() : 0);
+    const size_t tcpHeader = kTcpHeader + (isSyn ? kOpeningOptions.size() : 0);
     const size_t tcpSize = tcpHeader + size;
 
     const size_t begin = bytes->size();
@@ -107,7 +111,7 @@ void appendTcpPacket(std::vector<uint8_t>* bytes, const sEndpoint& from, const s
     tcp[13] = fields.flags;
     wmsg::put16(tcp + 14, kWindow);
     if (isSyn) {
-        std::copy(kWindowScale.begin(), kWindowScale.end(), tcp + kTcpHeader);
+        std::copy(kOpeningOptions.begin(), kOpeningOptions.end(), tcp + kTcpHeader);
     }
     uint64_t sum = pseudoHeaderSum(from, to, tcpSize);
     sum = wmsg::checksumAdd(sum, tcp, tcpHeader);

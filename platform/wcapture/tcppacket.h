@@ -38,8 +38,8 @@ struct sTcpFields
 /// The most bytes that one packet carries beside its headers; both kinds of header leave room for it.
 constexpr size_t kMaxTcpPayload = 65000;
 
-/// Appends one packet from @p from to @p to, both of one kind. One with the SYN flag says that windows are
-/// counted in units of 16 KiB.
+/// Appends one packet from @p from to @p to, both of one kind. One with the SYN flag says how much a
+/// packet carries at most and that windows are counted in units of 16 KiB.
 void appendTcpPacket(std::vector<uint8_t>* bytes, const sEndpoint& from, const sEndpoint& to,
                      const sTcpFields& fields, const uint8_t* payload, size_t size);
 

@@ -121,7 +121,7 @@ TEST(TcpPacketTest, OverIpVersion6)
                                "5a 57"));
 }
 
-TEST(TcpPacketTest, FirstOneSaysHowWindowsAreCounted)
+TEST(TcpPacketTest, FirstOneSaysHowTheConnectionCounts)
 {
     Bytes packet;
     sTcpFields fields;
@@ -129,8 +129,9 @@ TEST(TcpPacketTest, FirstOneSaysHowWindowsAreCounted)
     appendTcpPacket(&packet, v4("192.0.2.1", 1), v4("192.0.2.2", 2), fields, nullptr, 0);
     const Bytes tcp(packet.begin() + 20, packet.end());
     EXPECT_EQ(tcp, hexBytes("00 01 00 02  00 00 00 00  00 00 00 00\n"
-                            "60 02 ff ff  17 c7 00 00 ; 24 bytes, SYN\n"
-                            "01 03 03 0e              ; window scale 14"));
+                            "70 02 ff ff  07 d6 00 00 ; 28 bytes, SYN\n"
+                            "02 04 fd e8              ; at most 65,000 bytes in a packet\n"
+                            "01 03 03 0e              ; windows in units of 2^14 bytes"));
 }
 
 TEST(TcpPacketTest, AddressOfVersion4InsideOneOfVersion6IsPlain)
