@@ -58,13 +58,18 @@ void cCapturedLink::closed()
 void cCapturedLink::peerClosed()
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    end(&mReceived, sTcpFields::kFin);
+    // Whoever has shut the socket down reads its end as well, whatever the peer does.
+    if (!mSent.ended) {
+        end(&mReceived, sTcpFields::kFin);
+    }
 }
 
 void cCapturedLink::peerReset()
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    end(&mReceived, sTcpFields::kReset);
+    if (!mSent.ended) {
+        end(&mReceived, sTcpFields::kReset);
+    }
     // Nothing follows a reset, in either direction.
     mSent.ended = true;
 }

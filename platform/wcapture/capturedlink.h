@@ -54,7 +54,7 @@ public:
     /// This side sends no more.
     void closed();
 
-    /// The peer sends no more, or has broken the connection off.
+    /// The peer sends no more, or has broken the connection off. Not recorded behind closed().
     void peerClosed();
     void peerReset();
 

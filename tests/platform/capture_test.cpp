@@ -224,6 +224,16 @@ TEST_F(CaptureFileTest, AcceptedConnectionBeginsWithThePeer)
               (std::vector<std::string>{"in 02 0 0 0", "out 12 0 1 0", "in 10 1 1 0", "in 14 1 1 0"}));
 }
 
+TEST_F(CaptureFileTest, EndThatThisSideHasMadeIsNotThePeers)
+{
+    const auto file = create();
+    const auto record = link(file);
+    record->closed();
+    record->peerClosed();
+    record->peerReset();
+    EXPECT_EQ(summaries(packets(), 1 << 20).back(), "out 11 1 1 0");
+}
+
 TEST_F(CaptureFileTest, NextConnectionOnTheSamePortsBeginsElsewhere)
 {
     const auto file = create();

@@ -34,7 +34,7 @@ Parsed parse(const QString& line)
     return parsed;
 }
 
-/// What was asked for, in words: device=... connection=... connect headless platform.
+/// What was asked for, in words: device=... connection=... capture=... connect headless platform.
 QString summary(const cOptions& options)
 {
     QStringList words;
@@ -43,6 +43,9 @@ QString summary(const cOptions& options)
     }
     if (options.connectionFile) {
         words.append("connection=" + QString::fromStdString(*options.connectionFile));
+    }
+    if (options.captureFile) {
+        words.append("capture=" + QString::fromStdString(*options.captureFile));
     }
     if (options.connect) {
         words.append("connect");
@@ -88,6 +91,8 @@ void TestOptions::goodLinesAreTaken_data()
                                    << "device=a.dev";
     QTest::newRow("connection") << "--connection a.con"
                                 << "connection=a.con";
+    QTest::newRow("capture") << "--capture link.pcapng"
+                             << "capture=link.pcapng";
     QTest::newRow("connect") << "--connect"
                              << "connect";
     QTest::newRow("headless") << "--headless"
@@ -152,6 +157,8 @@ void TestOptions::wrongUsageIsOneLineOfError_data()
                                                 << "a.dev";
     QTest::newRow("device without a file") << "--device"
                                            << "--device";
+    QTest::newRow("capture without a file") << "--capture"
+                                            << "--capture";
     QTest::newRow("two devices") << "--device a.dev --device b.dev"
                                  << "--device";
     QTest::newRow("connect with a value") << "--connect=host"
@@ -182,8 +189,8 @@ void TestOptions::helpNamesEveryOption()
     QVERIFY(parsed.outcome.exitStatus.has_value());
     QCOMPARE(*parsed.outcome.exitStatus, 0);
     QCOMPARE(parsed.error, QString());
-    for (const char* option :
-         {"--device FILE", "--connection FILE", "--connect ", "--headless", "--help", "--version"}) {
+    for (const char* option : {"--device FILE", "--connection FILE", "--connect ", "--capture FILE",
+                               "--headless", "--help", "--version"}) {
         QVERIFY2(parsed.out.contains(option), option);
     }
 }
