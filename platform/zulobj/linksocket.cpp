@@ -130,16 +130,15 @@ void cLinkSocket::recordEnd(bool orderly)
     }
 }
 
-ssize_t cLinkSocket::sendSome(const uint8_t* bytes, size_t size)
+ssize_t cLinkSocket::sendRecorded(const uint8_t* bytes, size_t size)
 {
-    const auto send = [this, bytes, size] { return ::send(mFd, bytes, size, MSG_NOSIGNAL); };
-    return mRecord ? mRecord->sending(bytes, send) : send();
+    return mRecord->sending(bytes, [this, bytes, size] { return ::send(mFd, bytes, size, MSG_NOSIGNAL); });
 }
 
 cLinkSocket::eOutcome cLinkSocket::sendAll(const uint8_t* bytes, size_t size, int stallMs)
 {
     while (size > 0) {
-        const ssize_t count = sendSome(bytes, size);
+        const ssize_t count = mRecord ? sendRecorded(bytes, size) : ::send(mFd, bytes, size, MSG_NOSIGNAL);
         if (count > 0) {
             bytes += count;
             size -= static_cast<size_t>(count);

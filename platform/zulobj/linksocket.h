@@ -58,7 +58,7 @@ public:
     bool talksToItself() const;
 
 private:
-    ssize_t sendSome(const uint8_t* bytes, size_t size);
+    ssize_t sendRecorded(const uint8_t* bytes, size_t size);
     void recordEnd(bool orderly);
 
     int mFd;
