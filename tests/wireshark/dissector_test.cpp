@@ -503,6 +503,42 @@ TEST_F(FindingTest, PortsAreThoseOfThePreferences)
     EXPECT_EQ(rows(capture, "zul", {"tcp.dstport"}, {"-o", "zul.ports:50100-50200"}), (Rows{{"50123"}}));
 }
 
+/// The filters of the manual: what stands first in the rows of its table.
+Words manualFilters()
+{
+    std::ifstream file(MANUAL);
+    Words filters;
+    for (std::string line; std::getline(file, line);) {
+        if (line.rfind("| `", 0) == 0) {
+            const size_t end = line.find("` |");
+            if (end != std::string::npos) {
+                filters.push_back(line.substr(3, end - 3));
+            }
+        }
+        if (line.rfind("## Complaints", 0) == 0) {
+            break;
+        }
+    }
+    return filters;
+}
+
+TEST_F(FindingTest, EveryFilterOfTheManualIsOne)
+{
+    const Words filters = manualFilters();
+    EXPECT_GE(filters.size(), 10U);
+    std::string all = "zul.nothing.of.this";
+    const TcpCapture capture = documentCapture({"request-device"});
+    capture.save(path());
+    std::string complaints;
+    mTshark.rows(path(), all, {"frame.number"}, {}, &complaints);
+    EXPECT_NE(complaints, "");
+    all = "frame";
+    for (const std::string& filter : filters) {
+        all += " or (" + filter + ")";
+    }
+    EXPECT_EQ(rows(capture, all, {"frame.number"}).size(), 3U);
+}
+
 TEST_F(FindingTest, ScriptThatFailsIsNoticed)
 {
     std::ifstream in(DISSECTOR);
