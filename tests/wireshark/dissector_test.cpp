@@ -180,14 +180,14 @@ TEST_F(FieldsTest, EveryTagOfTheDictionaryIsAFieldWithItsNames)
     EXPECT_EQ(fields.complaints + values.complaints, "");
     const char* const types[] = {"FT_UINT32", "FT_FLOAT", "FT_STRING"};
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
-        const std::string name = entry.name;
-        EXPECT_TRUE(contains(fields.output, "F\t" + name + "\tzul." + name + "\t" +
-                                                types[static_cast<int>(entry.wireType)] + "\tzul\t"))
-            << name;
+        std::ostringstream field;
+        field << "F\t" << entry.name << "\tzul." << entry.name << '\t'
+              << types[static_cast<int>(entry.wireType)] << "\tzul\t";
+        EXPECT_TRUE(contains(fields.output, field.str())) << entry.name;
         for (const auto& one : entry.names != nullptr ? *entry.names : zuldict::Enumeration{nullptr, 0}) {
-            EXPECT_TRUE(contains(values.output, "V\tzul." + name + "\t" + std::to_string(one.value) + "\t" +
-                                                    one.name + "\n"))
-                << name << ' ' << one.name;
+            std::ostringstream value;
+            value << "V\tzul." << entry.name << '\t' << one.value << '\t' << one.name << '\n';
+            EXPECT_TRUE(contains(values.output, value.str())) << value.str();
         }
     }
     for (const zuldict::Enumerator& type : zuldict::objectTypes()) {
