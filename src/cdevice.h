@@ -50,7 +50,7 @@ public:
     /// Turns other threads away, then ends the link and the sampling, and joins their threads.
     ~cDevice() override;
 
-    /// Records every connection of the link in @p file, or none where it is null. Before start().
+    /// Records every connection that comes from now on in @p file, or none where it is null.
     void recordTo(std::shared_ptr<cCaptureFile> file) { mObjectClient->recordTo(std::move(file)); }
 
     /// Connects to the server that @p config names and starts a sampling thread, whether the connection

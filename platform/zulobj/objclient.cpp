@@ -18,7 +18,11 @@ cObjectClient::~cObjectClient() { stop(); }
 
 void cObjectClient::addListener(cObjectListener* listener) { mEventPump.addListener(listener); }
 
-void cObjectClient::recordTo(std::shared_ptr<cCaptureFile> file) { mCapture = std::move(file); }
+void cObjectClient::recordTo(std::shared_ptr<cCaptureFile> file)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mCapture = std::move(file);
+}
 
 bool cObjectClient::start(const char* address, int port)
 {
@@ -163,6 +167,12 @@ cObjectClient::eMsgStatus cObjectClient::request(uint8_t type, cObjectList* list
     return waiting.status == MSG_WAITING ? MSG_ERROR : waiting.status;
 }
 
+std::shared_ptr<cCaptureFile> cObjectClient::capture() const
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mCapture;
+}
+
 bool cObjectClient::stopping() const
 {
     const std::lock_guard<std::mutex> lock(mMutex);
@@ -249,7 +259,7 @@ cObjectClient::SocketPtr cObjectClient::openConnection(std::string* problem)
     const int left = static_cast<int>(std::max<int64_t>(deadline - linkNowMs(), 1));
     SocketPtr socket = cLinkSocket::connectToAny(addresses, left, mWakeup.fd(), problem);
     if (socket) {
-        socket->recordTo(mCapture);
+        socket->recordTo(capture());
     }
     return socket;
 }

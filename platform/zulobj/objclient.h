@@ -56,7 +56,7 @@ public:
     /// or its stop().
     void addListener(cObjectListener* listener);
 
-    /// Records every connection in @p file, or none where it is null. Before start().
+    /// Records every connection that comes from now on in @p file, or none where it is null.
     void recordTo(std::shared_ptr<cCaptureFile> file);
 
     /// Starts the threads and the first attempt to connect to @p address, a name or a number, and @p port,
@@ -109,6 +109,7 @@ private:
     void giveNumber(cOutQueue::Entry* entry);
 
     void stopLink();
+    std::shared_ptr<cCaptureFile> capture() const;
     bool stopping() const;
     void reportFirstAttempt(bool connected);
     void queue(cOutQueue::Entry entry);
@@ -121,8 +122,7 @@ private:
     cEventPump mEventPump;
     cWakeup mWakeup;
 
-    // The receiving thread's own; recordTo() and start() set the first four before that thread runs.
-    std::shared_ptr<cCaptureFile> mCapture;
+    // The receiving thread's own; start() sets the first three before that thread runs.
     std::string mAddress;
     uint16_t mPort = 0;
     cReconnectPause mPause;
@@ -144,6 +144,7 @@ private:
         CONNECTED,
         FAILED
     } mFirstAttempt = eAttempt::PENDING;
+    std::shared_ptr<cCaptureFile> mCapture; ///< null while nothing is recorded
     SocketPtr mSocket;
     bool mBroken = false;     ///< sending on mSocket failed; the receiving thread is about to drop it
     uint64_t mConnection = 0; ///< counts connections from 1; 0 before the first
