@@ -1,3 +1,5 @@
+#include <CLI/Version.hpp>
+#include <asio/version.hpp>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -6,6 +8,7 @@
 #include <unistd.h>
 
 #include "server/application.h"
+#include "zulversion/zulversion.h"
 
 namespace {
 
@@ -19,13 +22,26 @@ void fillStandardStreams()
     ::close(opened);
 }
 
+std::string asioVersion()
+{
+    return std::to_string(ASIO_VERSION / 100000) + "." + std::to_string(ASIO_VERSION / 100 % 1000) + "." +
+           std::to_string(ASIO_VERSION % 100);
+}
+
+std::string version()
+{
+    return zulversion::describe(
+        "zulserver", {{"asio", asioVersion()}, {"CLI11", CLI11_VERSION}, {"libedit", LIBEDIT_RELEASE}});
+}
+
 /// The exit status.
 int serve(const server::Options& options)
 {
     server::LinkSettings settings;
     if (options.capture) {
         std::string problem;
-        settings.capture = cCaptureFile::create(*options.capture, "zulserver " ZULSERVER_VERSION, &problem);
+        settings.capture = cCaptureFile::create(*options.capture,
+                                                std::string("zulserver ") + zulversion::version(), &problem);
         if (!settings.capture) {
             std::fprintf(stderr, "zulserver: %s.\n", problem.c_str());
             return 1;
@@ -51,7 +67,7 @@ int main(int argc, char** argv)
     std::setlocale(LC_CTYPE, "");
     std::signal(SIGPIPE, SIG_IGN);
 
-    const server::ParsedOptions parsed = server::parseOptions(argc, argv);
+    const server::ParsedOptions parsed = server::parseOptions(argc, argv, version());
     std::fputs(parsed.output.c_str(), stdout);
     std::fputs(parsed.error.c_str(), stderr);
     if (!parsed.options) {

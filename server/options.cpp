@@ -30,10 +30,11 @@ struct RawOptions
     std::string commandsFile;
 };
 
-void declare(CLI::App* app, Options* options, RawOptions* raw)
+void declare(CLI::App* app, const std::string& version, Options* options, RawOptions* raw)
 {
     app->footer(kFooter);
-    app->set_version_flag("--version", "zulserver " ZULSERVER_VERSION);
+    app->set_version_flag("--version", version,
+                          "Print the version, the commit and the libraries' versions, and end");
     app->add_option("--listen", options->listen, "Listen at this address, 127.0.0.1 unless given")
         ->type_name("ADDRESS");
     app->add_option("--port", raw->port, "Listen at this port, 50000 unless given; 0 picks a free one")
@@ -122,18 +123,18 @@ ParsedOptions said(const std::string& text)
 
 } // namespace
 
-ParsedOptions parseOptions(int argc, const char* const* argv)
+ParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version)
 {
     CLI::App app("The companion monitoring server of zulbench.", "zulserver");
     Options options;
     RawOptions raw;
-    declare(&app, &options, &raw);
+    declare(&app, version, &options, &raw);
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
         return said(app.help());
-    } catch (const CLI::CallForVersion& version) {
-        return said(std::string(version.what()) + "\n");
+    } catch (const CLI::CallForVersion& call) {
+        return said(std::string(call.what()) + "\n");
     } catch (const CLI::ParseError& error) {
         return wrongUsage(error.what());
     }

@@ -33,7 +33,8 @@ struct ParsedOptions
     std::string error;              ///< for standard error: one line
 };
 
-ParsedOptions parseOptions(int argc, const char* const* argv);
+/// Reads a command line; --version puts out @p version.
+ParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version);
 
 } // namespace server
 

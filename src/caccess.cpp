@@ -1,6 +1,19 @@
 #include "caccess.h"
 
 #include <QHBoxLayout>
+#include <QRegularExpression>
+
+namespace {
+
+/// What the row shows for @p label. A scanner's name is one text to translate, whatever its number.
+QString shown(const char* label)
+{
+    static const QRegularExpression numbered(QStringLiteral("^SCANNER ([0-9]+)$"));
+    const QRegularExpressionMatch match = numbered.match(QString::fromUtf8(label));
+    return match.hasMatch() ? cAccess::tr("SCANNER %1").arg(match.captured(1)) : cAccess::tr(label);
+}
+
+} // namespace
 
 cAccess::cAccess()
 {
@@ -20,7 +33,7 @@ cAccess::cAccess()
 
 void cAccess::setLabel(const char* label)
 {
-    mQLabel->setText(tr(label));
+    mQLabel->setText(shown(label));
     mCardSerialNum->setAccessibleName(mQLabel->text());
     mSendEvtBtn->setAccessibleName(mSendEvtBtn->text() + QLatin1Char(' ') + mQLabel->text());
     cObjectAccess::setLabel(label);

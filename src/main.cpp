@@ -1,18 +1,29 @@
 #include "displayplatform.h"
+#include "language.h"
 #include "mainwindow.h"
 #include "options.h"
 #include "signalwatcher.h"
+#include "tracelog.h"
 #include "wcapture/capturefile.h"
+#include "wlog/wlog.h"
+#include "zulversion/zulversion.h"
 
+#include <CLI/Version.hpp>
 #include <QApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QScreen>
+#include <clocale>
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
 
 namespace {
+
+std::string version()
+{
+    return zulversion::describe("zulbench", {{"Qt", qVersion()}, {"CLI11", CLI11_VERSION}});
+}
 
 int fail(const std::string& reason)
 {
@@ -32,6 +43,13 @@ QString unreadable(const char* kind, const std::string& path)
 QString fullPath(const std::string& path)
 {
     return QFileInfo(QFile::decodeName(path.c_str())).absoluteFilePath();
+}
+
+/// Sets logging up as asked for; the window has set it up as usual before. Answers what went wrong.
+QString configureLog(const cOptions& options)
+{
+    return options.logConfig ? QString::fromLocal8Bit(cWlog::init(options.logConfig->c_str()).c_str())
+                             : QString();
 }
 
 /// Answers what went wrong; empty when everything asked for was done.
@@ -70,7 +88,8 @@ bool createCapture(const cOptions& options, std::shared_ptr<cCaptureFile>* captu
     if (!options.captureFile) {
         return true;
     }
-    *capture = cCaptureFile::create(*options.captureFile, "zulbench " ZULBENCH_VERSION, problem);
+    *capture =
+        cCaptureFile::create(*options.captureFile, std::string("zulbench ") + zulversion::version(), problem);
     if (!*capture) {
         return false;
     }
@@ -80,11 +99,16 @@ bool createCapture(const cOptions& options, std::shared_ptr<cCaptureFile>* captu
 
 int run(QApplication& application, const cOptions& options, std::shared_ptr<cCaptureFile> capture)
 {
+    const cLanguage language(cLanguage::wantedByUser());
+    tracelog::traceStart(version(), language.code());
     const cSignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &cSignalWatcher::arrived, &application, &QApplication::quit);
     MainWindow window;
     window.recordTo(std::move(capture));
-    const QString problem = carryOut(options, window);
+    QString problem = configureLog(options);
+    if (problem.isEmpty()) {
+        problem = carryOut(options, window);
+    }
     if (!problem.isEmpty()) {
         return fail(problem);
     }
@@ -103,7 +127,7 @@ int run(QApplication& application, const cOptions& options, std::shared_ptr<cCap
 
 int main(int argc, char** argv)
 {
-    const cParsedOptions parsed = parseOptions(argc, argv, std::cout, std::cerr);
+    const cParsedOptions parsed = parseOptions(argc, argv, version(), std::cout, std::cerr);
     if (parsed.exitStatus) {
         return *parsed.exitStatus;
     }
@@ -119,5 +143,7 @@ int main(int argc, char** argv)
     // Whoever read the trace may go away; the device stays.
     std::signal(SIGPIPE, SIG_IGN);
     QApplication application(argc, argv);
+    // Qt has set the user's locale; numbers in files, in the log and in scripts keep their point.
+    std::setlocale(LC_NUMERIC, "C");
     return run(application, parsed.options, std::move(capture));
 }

@@ -12,6 +12,7 @@
 #include "paths.h"
 #include "removeitemdialog.h"
 #include "scriptworker.h"
+#include "tracelog.h"
 #include "ui_mainwindow.h"
 #include "wlog/wlog.h"
 
@@ -21,6 +22,19 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QMessageBox>
+
+namespace {
+
+void traceDevice(const QString& path, const cDeviceFile& values)
+{
+    qCDebug(tracelog::files).nospace()
+        << "device " << path << ": serial " << values.serialNumber() << ", digital inputs "
+        << values.digitalInputs << ", digital outputs " << values.digitalOutputs << ", analog inputs "
+        << values.analogInputs << ", analog outputs " << values.analogOutputs << ", scanners "
+        << values.scanners;
+}
+
+} // namespace
 
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui::MainWindow)
 {
@@ -118,6 +132,7 @@ void MainWindow::loadDevice()
         return;
     }
     const cDeviceFile values = cDeviceFile::read(file);
+    traceDevice(path, values);
     QByteArray label = values.label.toUtf8();
     // The old panel stops its link and threads before the new one comes up. Deleting it also takes it out of
     // the window, so that setCentralWidget() finds none to delete.
@@ -182,6 +197,8 @@ bool MainWindow::openConnectionFile(const QString& path)
         ui->actionEdit_Connection_Configuration->setEnabled(true);
     }
     connection.fill(*mConfig, path);
+    qCDebug(tracelog::files).nospace()
+        << "connection " << path << ": address " << connection.address << ", port " << connection.port;
     return true;
 }
 

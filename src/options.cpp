@@ -69,11 +69,11 @@ std::vector<std::string> ownArguments(int argc, const char* const* argv, bool& p
     return own;
 }
 
-void describe(CLI::App& app, cOptions& options)
+void describe(CLI::App& app, const std::string& version, cOptions& options)
 {
     app.set_help_flag("-h,--help", "Print this help and end");
-    app.set_version_flag("--version", std::string(kProgram) + " " + ZULBENCH_VERSION,
-                         "Print the version and end");
+    app.set_version_flag("--version", version,
+                         "Print the version, the commit and the libraries' versions, and end");
     CLI::Option* device = app.add_option("--device", options.deviceFile, "Load this device file");
     device->type_name("FILE");
     app.add_option("--connection", options.connectionFile, "Take the server's address from this file")
@@ -85,6 +85,8 @@ void describe(CLI::App& app, cOptions& options)
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
         ->needs(device);
+    app.add_option("--log-config", options.logConfig, "Log as this log4cpp property file says")
+        ->type_name("FILE");
     app.add_option("--capture", options.captureFile, "Record what crosses the link in this file (pcapng)")
         ->type_name("FILE");
     app.add_flag("--headless", options.headless, "Run without a display");
@@ -106,11 +108,12 @@ int report(const CLI::App& app, const CLI::ParseError& outcome, std::ostream& ou
 
 } // namespace
 
-cParsedOptions parseOptions(int argc, const char* const* argv, std::ostream& out, std::ostream& error)
+cParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version, std::ostream& out,
+                            std::ostream& error)
 {
     cParsedOptions parsed;
     CLI::App app("Simulates one field device toward a site-monitoring server.", kProgram);
-    describe(app, parsed.options);
+    describe(app, version, parsed.options);
     try {
         app.parse(ownArguments(argc, argv, parsed.options.platformNamed));
     } catch (const CLI::ParseError& outcome) {

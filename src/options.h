@@ -15,6 +15,7 @@ struct cOptions
     std::optional<std::string> connectionFile;
     bool connect = false;
     std::vector<std::string> scripts;       ///< in the order typed; never without a device file
+    std::optional<std::string> logConfig;   ///< a log4cpp property file
     std::optional<std::string> captureFile; ///< records what crosses the link
     bool headless = false;
     bool platformNamed = false; ///< Qt's own -platform was given
@@ -27,8 +28,9 @@ struct cParsedOptions
     std::optional<int> exitStatus;
 };
 
-/// Reads a command line. Help and version go to @p out, with status 0; wrong usage is one line to @p error,
-/// with status 1. Qt's own options are left for the QApplication. No QApplication need exist.
-cParsedOptions parseOptions(int argc, const char* const* argv, std::ostream& out, std::ostream& error);
+/// Reads a command line. Help and @p version go to @p out, with status 0; wrong usage is one line to
+/// @p error, with status 1. Qt's own options are left for the QApplication. No QApplication need exist.
+cParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version, std::ostream& out,
+                            std::ostream& error);
 
 #endif

@@ -14,6 +14,7 @@
 #include "cguidoor.h"
 #include "cscriptreceiver.h"
 #include "cstoprequest.h"
+#include "tracelog.h"
 
 /// A static library's resources are linked and registered only where somebody asks for them. The macro does
 /// not work within a namespace.
@@ -96,8 +97,20 @@ void scriptWorker::evaluate(const QString& program)
     });
     lookUp.start(kLookUpInterval);
     engine.setProcessEventsInterval(kEventInterval);
+    qCDebug(tracelog::scripts) << "begin" << fileName;
     engine.evaluate(program, fileName, 1);
+    traceEnd(engine);
     mReceiver = nullptr;
+}
+
+void scriptWorker::traceEnd(const QScriptEngine& engine) const
+{
+    if (engine.hasUncaughtException()) {
+        qCDebug(tracelog::scripts).noquote().nospace()
+            << "failed " << fileName << ", line " << engine.uncaughtExceptionLineNumber() << ": "
+            << engine.uncaughtException().toString();
+    }
+    qCDebug(tracelog::scripts) << "end" << fileName;
 }
 
 void scriptWorker::sleep(const QScriptValue& milliseconds)

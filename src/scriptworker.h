@@ -7,6 +7,7 @@
 #include <QScriptable>
 #include <memory>
 
+class QScriptEngine;
 class cDevice;
 class cGuiDoor;
 class cScriptReceiver;
@@ -62,6 +63,7 @@ private:
     /// The text of a file, in the encoding that its first bytes tell, or else the locale's.
     static QString textOf(const QByteArray& file);
     void evaluate(const QString& program);
+    void traceEnd(const QScriptEngine& engine) const;
 
     QString fileName = QStringLiteral("empty");
     cDevice* mDevice = nullptr;

@@ -31,8 +31,11 @@ public:
     /// Call it before other threads log. Calling it again changes the level and adds no second output.
     static void init(WlogPiority priority);
 
-    /// Sets logging up from a log4cpp property file. Returns an empty text, or one sentence that says why
-    /// the file was not taken; the logging set up before then stays.
+    /// Sets logging up from a log4cpp property file: the root category's line names the only outputs there
+    /// then are. Returns an empty text, or one sentence that says why the file was not taken; the logging set
+    /// up before then stays. What log4cpp itself would pass over in silence is such a reason: a file that
+    /// can't be written or is not named, a line that it doesn't know, a root category without an output.
+    /// Call it before other threads log.
     static std::string init(const char* configFile);
 
     /// Changes the category; @p logName must outlive this object.

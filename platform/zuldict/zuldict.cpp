@@ -13,14 +13,23 @@ constexpr Enumeration enumeration(const Enumerator (&names)[N])
     return {names, N};
 }
 
+// A row a line, so that a new one changes no other.
+// clang-format off
 constexpr Enumerator kObjectTypeNames[] = {
-    {OBJ_DEVICE, "OBJ_DEVICE"},           {OBJ_PORT, "OBJ_PORT"},
-    {OBJ_PORT_DIN, "OBJ_PORT_DIN"},       {OBJ_PORT_DOUT, "OBJ_PORT_DOUT"},
-    {OBJ_PORT_AIN, "OBJ_PORT_AIN"},       {OBJ_EVENT, "OBJ_EVENT"},
-    {OBJ_MSG_INFO, "OBJ_MSG_INFO"},       {OBJ_SITE_CFG, "OBJ_SITE_CFG"},
-    {OBJ_TREND_EVENT, "OBJ_TREND_EVENT"}, {OBJ_ANALOG_SAMPLE, "OBJ_ANALOG_SAMPLE"},
-    {OBJ_ACCESS, "OBJ_ACCESS"},           {OBJ_PORT_AOUT, "OBJ_PORT_AOUT"},
-    {OBJ_CAPABILITY, "OBJ_CAPABILITY"},   {OBJ_ADHOC_EVENT, "OBJ_ADHOC_EVENT"},
+    {OBJ_DEVICE, "OBJ_DEVICE"},
+    {OBJ_PORT, "OBJ_PORT"},
+    {OBJ_PORT_DIN, "OBJ_PORT_DIN"},
+    {OBJ_PORT_DOUT, "OBJ_PORT_DOUT"},
+    {OBJ_PORT_AIN, "OBJ_PORT_AIN"},
+    {OBJ_EVENT, "OBJ_EVENT"},
+    {OBJ_MSG_INFO, "OBJ_MSG_INFO"},
+    {OBJ_SITE_CFG, "OBJ_SITE_CFG"},
+    {OBJ_TREND_EVENT, "OBJ_TREND_EVENT"},
+    {OBJ_ANALOG_SAMPLE, "OBJ_ANALOG_SAMPLE"},
+    {OBJ_ACCESS, "OBJ_ACCESS"},
+    {OBJ_PORT_AOUT, "OBJ_PORT_AOUT"},
+    {OBJ_CAPABILITY, "OBJ_CAPABILITY"},
+    {OBJ_ADHOC_EVENT, "OBJ_ADHOC_EVENT"},
 };
 
 constexpr Enumerator kIOStateNames[] = {
@@ -37,10 +46,19 @@ constexpr Enumerator kStatusNames[] = {
 };
 
 constexpr Enumerator kDeviceTypeNames[] = {
-    {0, "TYPE_UNKNOWN"},       {1, "TYPE_DISCRETE_IO"}, {2, "TYPE_AC_MONITOR"}, {3, "TYPE_HUMID_TEMP_IN"},
-    {4, "TYPE_HUMID_TEMP_IO"}, {5, "TYPE_SNMP"},        {6, "TYPE_MODBUS"},     {7, "TYPE_DLMS"},
-    {8, "TYPE_VEEDER_ROOT"},   {9, "TYPE_CAMERA"},      {10, "TYPE_GSM"},
+    {0, "TYPE_UNKNOWN"},
+    {1, "TYPE_DISCRETE_IO"},
+    {2, "TYPE_AC_MONITOR"},
+    {3, "TYPE_HUMID_TEMP_IN"},
+    {4, "TYPE_HUMID_TEMP_IO"},
+    {5, "TYPE_SNMP"},
+    {6, "TYPE_MODBUS"},
+    {7, "TYPE_DLMS"},
+    {8, "TYPE_VEEDER_ROOT"},
+    {9, "TYPE_CAMERA"},
+    {10, "TYPE_GSM"},
 };
+// clang-format on
 
 constexpr Enumeration kObjectTypes = enumeration(kObjectTypeNames);
 constexpr Enumeration kIOStates = enumeration(kIOStateNames);

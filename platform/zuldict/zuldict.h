@@ -24,7 +24,7 @@ enum eObjectTypes : uint32_t
     OBJ_PORT_AOUT = 11,
     OBJ_CAPABILITY = 12,
     OBJ_ADHOC_EVENT = 13,
-    OBJ_NUM_OBJECT_TYPES = 14
+    OBJ_NUM_OBJECT_TYPES ///< how many there are; not a type
 };
 
 /// A field of a record, by its number on the wire.
@@ -61,7 +61,7 @@ enum eTag : uint16_t
     TAG_SAMPLE = 29,
     TAG_SEQ_NUM = 30,
     TAG_CAP_ID = 31,
-    TAG_VALUE = 32
+    TAG_VALUE = 32,
 };
 
 namespace zuldict {

@@ -71,7 +71,8 @@ TEST(JsonTest, EveryRecordHasItsExactText)
         R"({"type":"OBJ_ANALOG_SAMPLE","deviceSerial":1001,"portNum":1,"sample":57.9000015,"seqNum":255})",
         R"({"type":"OBJ_ACCESS","deviceSerial":1001,"portNum":1,"label":"Gate","scanCode":"0042"})",
         R"({"type":"OBJ_CAPABILITY","deviceSerial":1001,"capId":7,"label":"Scanners","value":"2"})",
-        R"({"type":"OBJ_ADHOC_EVENT","deviceSerial":1001,"portId":9,"eventLabel":"Smoke","eventValue":"yes"})"};
+        R"({"type":"OBJ_ADHOC_EVENT","deviceSerial":1001,"portId":9,"eventLabel":"Smoke","eventValue":"yes"})",
+    };
     const auto records = sampleRecords();
     ASSERT_EQ(records.size(), std::size(expected));
     for (size_t i = 0; i < records.size(); ++i) {

@@ -194,7 +194,7 @@ TEST(RecordTest, EveryClassIsMadeFromItsTypeCode)
 
 TEST(RecordTest, OtherTypeCodesMakePlainRecords)
 {
-    for (const uint32_t type : {5U, 6U, 7U, 8U, 14U, 99U, 0xFFFFFFFFU}) {
+    for (const uint32_t type : {5U, 6U, 7U, 8U, uint32_t{OBJ_NUM_OBJECT_TYPES}, 99U, 0xFFFFFFFFU}) {
         SCOPED_TRACE(type);
         const std::unique_ptr<cObject> made = cObject::create(static_cast<eObjectTypes>(type));
         EXPECT_EQ(typeid(*made), typeid(cObject));

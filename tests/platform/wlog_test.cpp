@@ -168,6 +168,79 @@ TEST(WlogTest, LoggingStaysWhereAConfigurationFileIsNotTaken)
     }
 }
 
+/// A configuration that log4cpp would take and then write nothing, or somewhere else.
+struct SilentConfig
+{
+    const char* name;
+    const char* lines;
+    const char* reason;
+};
+
+class SilentConfigTest : public testing::TestWithParam<SilentConfig>
+{};
+
+TEST_P(SilentConfigTest, IsNotTakenAndSaysWhy)
+{
+    const ConfigFile file(GetParam().lines);
+    Captured output;
+    cWlog::init(cWlog::INFO);
+    EXPECT_EQ(cWlog::init(file.name()), std::string("The log configuration ") + file.name() +
+                                            " was not taken: " + GetParam().reason + ".");
+    cWlog("test.stays").info("still here");
+    cWlog("test.stays").debug("as before");
+    output.take();
+    EXPECT_TRUE(contains(output.standardError, "still here"));
+    EXPECT_FALSE(contains(output.standardError, "as before"));
+    EXPECT_EQ(output.standardOutput, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, SilentConfigTest,
+    testing::Values(SilentConfig{"MissingDirectory",
+                                 "log4cpp.rootCategory=DEBUG, out\n"
+                                 "log4cpp.appender.out=FileAppender\n"
+                                 "log4cpp.appender.out.fileName=/nonexistent/device.log\n"
+                                 "log4cpp.appender.out.layout=BasicLayout\n",
+                                 "the file of appender 'out' cannot be written"},
+                    SilentConfig{"MissingDirectoryOfARollingFile",
+                                 "log4cpp.rootCategory=DEBUG, out\n"
+                                 "log4cpp.appender.out=RollingFileAppender\n"
+                                 "log4cpp.appender.out.fileName=/nonexistent/device.log\n"
+                                 "log4cpp.appender.out.layout=BasicLayout\n",
+                                 "the file of appender 'out' cannot be written"},
+                    SilentConfig{"MissingDirectoryOfACategory",
+                                 "log4cpp.rootCategory=DEBUG, out\n"
+                                 "log4cpp.category.zulobj=DEBUG, link\n"
+                                 "log4cpp.appender.out=ConsoleAppender\n"
+                                 "log4cpp.appender.out.layout=BasicLayout\n"
+                                 "log4cpp.appender.link=FileAppender\n"
+                                 "log4cpp.appender.link.fileName=/nonexistent/link.log\n"
+                                 "log4cpp.appender.link.layout=BasicLayout\n",
+                                 "the file of appender 'link' cannot be written"},
+                    SilentConfig{"NoFileName",
+                                 "log4cpp.rootCategory=DEBUG, out\n"
+                                 "log4cpp.appender.out=FileAppender\n"
+                                 "log4cpp.appender.out.layout=BasicLayout\n",
+                                 "appender.out.fileName is missing"},
+                    SilentConfig{"UnknownAppender", "log4cpp.rootCategory=DEBUG, nowhere\n",
+                                 "Appender 'nowhere' not found for category 'rootCategory'"},
+                    SilentConfig{"UnknownAppenderType",
+                                 "log4cpp.rootCategory=DEBUG, out\n"
+                                 "log4cpp.appender.out=Toaster\n",
+                                 "Appender 'out' has unknown type 'Toaster'"},
+                    SilentConfig{"RootWithoutAppender", "log4cpp.rootCategory=DEBUG\n",
+                                 "rootCategory names no appender"},
+                    SilentConfig{"MisspelledCategory",
+                                 "log4cpp.rootCategory=DEBUG, out # the usual\n"
+                                 "log4cpp.categry.zulobj=DEBUG\n"
+                                 "log4cpp.appender.out=ConsoleAppender\n"
+                                 "log4cpp.appender.out.layout=BasicLayout\n",
+                                 "nothing is known by the name 'categry.zulobj'"},
+                    SilentConfig{"ALineWithoutEquals", "log everything\n",
+                                 "nothing is known by the name 'log everything'"},
+                    SilentConfig{"Empty", "# nothing\n\n", "Unable to find category: rootCategory"}),
+    [](const testing::TestParamInfo<SilentConfig>& config) { return config.param.name; });
+
 TEST(WlogTest, KeyIsPrintedToTheLog)
 {
     Captured output;

@@ -15,7 +15,7 @@ namespace {
 ParsedOptions parse(std::vector<const char*> arguments)
 {
     arguments.insert(arguments.begin(), "zulserver");
-    return parseOptions(static_cast<int>(arguments.size()), arguments.data());
+    return parseOptions(static_cast<int>(arguments.size()), arguments.data(), "the version");
 }
 
 } // namespace
@@ -77,6 +77,7 @@ TEST(OptionsTest, helpAndVersionAreNoMistake)
         EXPECT_NE(parsed.output, "");
         EXPECT_EQ(parsed.error, "");
     }
+    EXPECT_EQ(parse({"--version"}).output, "the version\n");
 }
 
 class WrongOptionsTest : public testing::TestWithParam<std::vector<const char*>>

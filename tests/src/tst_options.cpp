@@ -28,7 +28,8 @@ Parsed parse(const QString& line)
     std::ostringstream out;
     std::ostringstream error;
     Parsed parsed;
-    parsed.outcome = parseOptions(static_cast<int>(words.size()), arguments.data(), out, error);
+    parsed.outcome =
+        parseOptions(static_cast<int>(words.size()), arguments.data(), "the version", out, error);
     parsed.out = QString::fromStdString(out.str());
     parsed.error = QString::fromStdString(error.str());
     return parsed;
@@ -73,7 +74,7 @@ private slots:
     void wrongUsageIsOneLineOfError_data();
     void wrongUsageIsOneLineOfError();
     void helpNamesEveryOption();
-    void theVersionIsOneLine();
+    void theVersionIsPutOut();
     void headlessSetsThePlatform();
     void aDisplayIsLookedFor_data();
     void aDisplayIsLookedFor();
@@ -189,20 +190,19 @@ void TestOptions::helpNamesEveryOption()
     QVERIFY(parsed.outcome.exitStatus.has_value());
     QCOMPARE(*parsed.outcome.exitStatus, 0);
     QCOMPARE(parsed.error, QString());
-    for (const char* option : {"--device FILE", "--connection FILE", "--connect ", "--capture FILE",
-                               "--headless", "--help", "--version"}) {
+    for (const char* option : {"--device FILE", "--connection FILE", "--connect ", "--log-config FILE",
+                               "--capture FILE", "--headless", "--help", "--version"}) {
         QVERIFY2(parsed.out.contains(option), option);
     }
 }
 
-void TestOptions::theVersionIsOneLine()
+void TestOptions::theVersionIsPutOut()
 {
     const Parsed parsed = parse("--version");
     QVERIFY(parsed.outcome.exitStatus.has_value());
     QCOMPARE(*parsed.outcome.exitStatus, 0);
     QCOMPARE(parsed.error, QString());
-    const QRegularExpression line("^zulbench [0-9]+\\.[0-9]+\\.[0-9]+\n$");
-    QVERIFY2(line.match(parsed.out).hasMatch(), qPrintable(parsed.out));
+    QCOMPARE(parsed.out, QString("the version\n"));
 }
 
 void TestOptions::headlessSetsThePlatform()

@@ -1,7 +1,7 @@
+#include "headlessprogram.h"
 #include "homefiles.h"
 #include "qttestmain.h"
 
-#include <QProcess>
 #include <csignal>
 
 namespace {
@@ -13,97 +13,6 @@ const QByteArray kPanel("Digital input(s):    2\nDigital output(s):   1\nAnalog 
 
 const QByteArray kConnection("Connection descriptor:   lab\nConnection IP address:   127.0.0.1\n"
                              "Connection port number:  1\n");
-
-const int kPatience = 60000;
-
-/// One run of the program, without a display, in a HOME of its own.
-class Program
-{
-public:
-    Program()
-    {
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
-            environment.remove(name);
-        }
-        // Some builds of Qt would send debug lines to the system's journal.
-        environment.insert("QT_LOGGING_TO_CONSOLE", "1");
-        mProcess.setProcessEnvironment(environment);
-    }
-
-    ~Program()
-    {
-        if (mProcess.state() != QProcess::NotRunning) {
-            mProcess.kill();
-            mProcess.waitForFinished();
-        }
-    }
-
-    void setEnvironment(const QString& name, const QString& value)
-    {
-        QProcessEnvironment environment = mProcess.processEnvironment();
-        environment.insert(name, value);
-        mProcess.setProcessEnvironment(environment);
-    }
-
-    void start(const QStringList& arguments) { mProcess.start(ZULBENCH_PROGRAM, arguments); }
-
-    /// Waits until standard error holds @p text.
-    bool waitForError(const QByteArray& text)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (!mError.contains(text) && timer.elapsed() < kPatience) {
-            if (!mProcess.waitForReadyRead(100) && mProcess.state() == QProcess::NotRunning) {
-                break;
-            }
-            mError += mProcess.readAllStandardError();
-        }
-        return mError.contains(text);
-    }
-
-    void send(int signalNumber)
-    {
-        // Process 0 would mean this test and all that runs with it.
-        const auto process = static_cast<pid_t>(mProcess.processId());
-        if (process > 0) {
-            kill(process, signalNumber);
-        }
-    }
-
-    /// The exit status; -1 if the program crashed or goes on.
-    int status()
-    {
-        if (mProcess.state() != QProcess::NotRunning && !mProcess.waitForFinished(kPatience)) {
-            return -1;
-        }
-        return mProcess.exitStatus() == QProcess::NormalExit ? mProcess.exitCode() : -1;
-    }
-
-    QByteArray out() { return mProcess.readAllStandardOutput(); }
-
-    QByteArray error()
-    {
-        mError += mProcess.readAllStandardError();
-        return mError;
-    }
-
-    /// The lines of standard error that the program itself addresses to the operator.
-    QList<QByteArray> complaints()
-    {
-        QList<QByteArray> lines;
-        for (const QByteArray& line : error().split('\n')) {
-            if (line.startsWith("zulbench: ")) {
-                lines.append(line);
-            }
-        }
-        return lines;
-    }
-
-private:
-    QProcess mProcess;
-    QByteArray mError;
-};
 
 } // namespace
 
@@ -146,7 +55,7 @@ void TestProgram::helpAndVersionNeedNoDisplay()
     QFETCH(QByteArray, expected);
     const HomeFiles home;
     QVERIFY(QDir().rmdir(home.configuration()));
-    Program program;
+    HeadlessProgram program;
     program.setEnvironment("HOME", home.path());
     program.start(arguments);
     QCOMPARE(program.status(), 0);
@@ -157,7 +66,7 @@ void TestProgram::helpAndVersionNeedNoDisplay()
 
 void TestProgram::wrongUsageEndsWithOne()
 {
-    Program program;
+    HeadlessProgram program;
     program.start({"--bogus"});
     QCOMPARE(program.status(), 1);
     QCOMPARE(program.out(), QByteArray());
@@ -167,7 +76,7 @@ void TestProgram::wrongUsageEndsWithOne()
 
 void TestProgram::withoutADisplayHeadlessIsNamed()
 {
-    Program program;
+    HeadlessProgram program;
     program.start({});
     QCOMPARE(program.status(), 1);
     QCOMPARE(program.out(), QByteArray());
@@ -194,7 +103,7 @@ void TestProgram::whatCannotBeDoneEndsWithOne()
 {
     QFETCH(QStringList, arguments);
     QFETCH(QByteArray, named);
-    Program program;
+    HeadlessProgram program;
     program.start(QStringList("--headless") + arguments);
     QCOMPARE(program.status(), 1);
     QCOMPARE(program.out(), QByteArray());
@@ -218,7 +127,7 @@ void TestProgram::bothSignalsEndTheProgramCleanly()
 {
     QFETCH(int, number);
     QFETCH(QStringList, arguments);
-    Program program;
+    HeadlessProgram program;
     program.start(arguments);
     QVERIFY2(program.waitForError("Config Dir is: "), program.error().constData());
     program.send(number);
@@ -230,7 +139,7 @@ void TestProgram::startCreatesTheConfigurationDirectory()
 {
     const HomeFiles home;
     QVERIFY(QDir().rmdir(home.configuration()));
-    Program program;
+    HeadlessProgram program;
     program.setEnvironment("HOME", home.path());
     program.start({"--headless"});
     QVERIFY(program.waitForError("Config Dir is: " + QFile::encodeName(home.configuration()) + '\n'));
@@ -242,7 +151,7 @@ void TestProgram::startCreatesTheConfigurationDirectory()
 void TestProgram::optionsAreCarriedOutInTheirOwnOrder()
 {
     const HomeFiles home;
-    Program program;
+    HeadlessProgram program;
     program.start({"--connect", "--connection", home.write("lab.con", kConnection), "--headless", "--device",
                    home.write("Panel.dev", kPanel)});
     QVERIFY2(program.waitForError("Read Label As:\"Panel\""), program.error().constData());
@@ -257,7 +166,7 @@ void TestProgram::aRelativeNameIsMeantFromTheWorkingDirectory()
     home.write("Panel.dev", kPanel);
     const QString formerDirectory = QDir::currentPath();
     QVERIFY(QDir::setCurrent(home.configuration()));
-    Program program;
+    HeadlessProgram program;
     program.start({"--headless", "--device", "Panel.dev"});
     const bool read = program.waitForError("Read Label As:\"Panel\"");
     QVERIFY(QDir::setCurrent(formerDirectory));
@@ -269,7 +178,7 @@ void TestProgram::aRelativeNameIsMeantFromTheWorkingDirectory()
 void TestProgram::aScriptNeedsADevice()
 {
     const HomeFiles home;
-    Program program;
+    HeadlessProgram program;
     program.start({"--headless", "--script", home.write("a.js", "")});
     QCOMPARE(program.status(), 1);
     QCOMPARE(program.out(), QByteArray());
@@ -280,7 +189,7 @@ void TestProgram::aScriptNeedsADevice()
 void TestProgram::everyScriptIsRun()
 {
     const HomeFiles home;
-    Program program;
+    HeadlessProgram program;
     program.start({"--script", home.write("a.js", "print('first ran')"), "--script",
                    home.write("b.js", "print('second ran')"), "--headless", "--device",
                    home.write("Panel.dev", kPanel)});
@@ -294,7 +203,7 @@ void TestProgram::everyScriptIsRun()
 void TestProgram::anUnreadableScriptEndsWithOne()
 {
     const HomeFiles home;
-    Program program;
+    HeadlessProgram program;
     program.start({"--headless", "--device", home.write("Panel.dev", kPanel), "--script",
                    home.write("a.js", "while (true) { }"), "--script", "no.js"});
     QCOMPARE(program.status(), 1);
@@ -321,7 +230,7 @@ void TestProgram::aSignalEndsTheProgramWhateverAScriptDoes()
 {
     QFETCH(QByteArray, script);
     const HomeFiles home;
-    Program program;
+    HeadlessProgram program;
     program.start({"--headless", "--device", home.write("Panel.dev", kPanel), "--script",
                    home.write("a.js", "print('it runs');" + script)});
     QVERIFY2(program.waitForError("it runs"), program.error().constData());

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <ostream>
 #include <random>
 
 #include "capturereader.h"
@@ -86,6 +87,9 @@ struct Broken
     Bytes bytes;
     Words complaints;
 };
+
+/// The test's name tells which one it is; the bytes would say nothing.
+void PrintTo(const Broken& broken, std::ostream* out) { *out << broken.name; }
 
 std::vector<Broken> brokenMessages()
 {

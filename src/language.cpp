@@ -1,0 +1,69 @@
+#include "language.h"
+
+#include <QCoreApplication>
+#include <QLibraryInfo>
+#include <QLocale>
+
+/// A static library's resources are registered only where somebody asks for them. The macro does not work
+/// within a namespace.
+static void registerTranslations() { Q_INIT_RESOURCE(translations); }
+
+namespace {
+
+bool isUntranslated(const QString& wanted)
+{
+    const QLocale::Language language = QLocale(wanted).language();
+    return language == QLocale::English || language == QLocale::C;
+}
+
+/// The locale of texts, as the environment names it.
+QString localeOfTexts()
+{
+    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const QByteArray value = qgetenv(variable);
+        if (!value.isEmpty()) {
+            return QString::fromLocal8Bit(value);
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+cLanguage::cLanguage(const QStringList& wanted)
+{
+    registerTranslations();
+    for (const QString& name : wanted) {
+        if (isUntranslated(name) || load(name)) {
+            break;
+        }
+    }
+}
+
+QStringList cLanguage::wantedByUser()
+{
+    const QString locale = localeOfTexts();
+    const QString list = QString::fromLocal8Bit(qgetenv("LANGUAGE"));
+    // In the locale C the list does not count.
+    if (QLocale(locale).language() == QLocale::C) {
+        return {};
+    }
+    return list.isEmpty() ? QStringList(locale) : list.split(QLatin1Char(':'), Qt::SkipEmptyParts);
+}
+
+QString cLanguage::code() const { return mOwnTexts.isEmpty() ? QStringLiteral("en") : mOwnTexts.language(); }
+
+bool cLanguage::load(const QString& wanted)
+{
+    const QLocale locale(wanted);
+    if (!mOwnTexts.load(QStringLiteral("zulbench_") + locale.name(), QStringLiteral(":/translations"))) {
+        return false;
+    }
+    QCoreApplication::installTranslator(&mOwnTexts);
+    // They come with another package, which may be missing.
+    if (mQtTexts.load(QStringLiteral("qtbase_") + locale.name(),
+                      QLibraryInfo::location(QLibraryInfo::TranslationsPath))) {
+        QCoreApplication::installTranslator(&mQtTexts);
+    }
+    return true;
+}
