@@ -20,6 +20,7 @@ constexpr int kLastLinesMs = 2000;
 Application::Application(Options options, const LinkSettings& settings, const Streams& streams)
     : mOptions(std::move(options)),
       mStreams(streams),
+      mCapture(settings.capture),
       mConsole(mIo, streams.output, streams.error, mOptions.verbose),
       mMonitor(mIo, mConsole, mLog, settings),
       mRunner(mIo, mConsole, mMonitor, mLog),
@@ -42,6 +43,9 @@ Application::Application(Options options, const LinkSettings& settings, const St
         }
     };
     mRunner.onEnd = [this] { finish(mRunner.exitStatus()); };
+    if (mCapture) {
+        mCapture->setReport([this](const std::string& sentence) { mConsole.report(sentence); });
+    }
     mAcceptor.onPeer = [this](asio::ip::tcp::socket socket) { mMonitor.add(std::move(socket)); };
     mAcceptor.onTrouble = [this](const std::string& sentence) { mConsole.report(sentence); };
     if (mOptions.junit) {
@@ -49,7 +53,14 @@ Application::Application(Options options, const LinkSettings& settings, const St
     }
 }
 
-Application::~Application() { mConsole.setTypedLine(nullptr); }
+Application::~Application()
+{
+    mConsole.setTypedLine(nullptr);
+    if (mCapture) {
+        // Connections that go last are recorded when there is no console any more.
+        mCapture->setReport(nullptr);
+    }
+}
 
 void Application::endOnSignals()
 {

@@ -58,6 +58,7 @@ private:
 
     const Options mOptions;
     const Streams mStreams;
+    const std::shared_ptr<cCaptureFile> mCapture; ///< may be null
     asio::io_context mIo;
     Console mConsole;
     MessageLog mLog;

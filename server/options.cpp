@@ -49,6 +49,9 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
         ->type_name("S");
     app->add_option("--junit", options->junit, "Write a report of the run to this file, as JUnit XML")
         ->type_name("FILE");
+    app->add_option("--capture", options->capture,
+                    "Record what devices and server exchange in this file (pcapng)")
+        ->type_name("FILE");
     app->add_flag("--verbose", options->verbose, "Say more on standard error");
 }
 
