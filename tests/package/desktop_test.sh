@@ -3,16 +3,13 @@
 # usage: desktop_test.sh MANUALS
 set -euo pipefail
 
+# shellcheck source=tests/support/checks.sh
+source "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../support/checks.sh"
+
 files=$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../../packaging/program
 manuals=$1
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-failed=0
-
-fail() {
-    echo "FAIL: $*" >&2
-    failed=1
-}
 
 desktop_entry_is_valid() {
     local output

@@ -3,15 +3,12 @@
 # neither a test nor anything to install.
 set -euo pipefail
 
+# shellcheck source=tests/support/checks.sh
+source "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../support/checks.sh"
+
 tree=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../..")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
-failed=0
-
-fail() {
-    echo "FAIL: $*" >&2
-    failed=1
-}
 
 cat >"$work/CMakeLists.txt" <<END
 cmake_minimum_required(VERSION 3.25)

@@ -8,6 +8,9 @@
 # libraries before the machine's.
 set -euo pipefail
 
+# shellcheck source=tests/support/checks.sh
+source "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../support/checks.sh"
+
 packages=$1
 here=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
 root=$packages/root
@@ -22,26 +25,10 @@ clean_up() {
     rm -rf "$root"
 }
 trap clean_up EXIT
-failed=0
-
-fail() {
-    echo "FAIL: $*" >&2
-    failed=1
-}
 
 stop() {
     fail "$@"
     exit 1
-}
-
-# Waits until the rest of the line succeeds, at most so many seconds.
-within() {
-    local end=$((SECONDS + $1))
-    shift
-    until "$@"; do
-        ((SECONDS < end)) || return 1
-        sleep 0.1
-    done
 }
 
 make_root() {

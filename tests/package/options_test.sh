@@ -4,6 +4,9 @@
 # usage: options_test.sh ZULBENCH ZULSERVER MANUALS
 set -euo pipefail
 
+# shellcheck source=tests/support/checks.sh
+source "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../support/checks.sh"
+
 zulbench=$1
 zulserver=$2
 manuals=$3
@@ -11,12 +14,6 @@ completions=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../../packaging/program/c
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export LC_ALL=C
-failed=0
-
-fail() {
-    echo "FAIL: $*" >&2
-    failed=1
-}
 
 # One word a line, sorted.
 words() {

@@ -3,15 +3,12 @@
 # usage: packages_test.sh BUILD PACKAGES
 set -euo pipefail
 
+# shellcheck source=tests/support/checks.sh
+source "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../support/checks.sh"
+
 build=$1
 packages=$2
 root=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../..")
-failed=0
-
-fail() {
-    echo "FAIL: $*" >&2
-    failed=1
-}
 
 # The odd umask shows what takes over the caller's.
 packages_are_made() {

@@ -4,15 +4,12 @@
 # usage: hardened_test.sh ZULBENCH ZULSERVER
 set -euo pipefail
 
+# shellcheck source=tests/support/checks.sh
+source "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../support/checks.sh"
+
 units=$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../../packaging
 place=$(mktemp -d)
 trap 'kill $(jobs -p) 2>/dev/null || true; wait; rm -rf "$place"' EXIT
-failed=0
-
-fail() {
-    echo "FAIL: $*" >&2
-    failed=1
-}
 
 # Any user may run these copies, wherever the tree lies.
 install -m 755 "$1" "$2" "$place"
@@ -60,15 +57,6 @@ start() {
     shift
     "${unprivileged[@]}" strace -f -qq -o "$place/home/$name.calls" "$place/$name" "$@" \
         </dev/null >"$place/$name.lines" 2>"$place/$name.errors" &
-}
-
-within() { # SECONDS COMMAND...
-    local end=$((SECONDS + $1))
-    shift
-    until "$@"; do
-        ((SECONDS < end)) || return 1
-        sleep 0.1
-    done
 }
 
 programs_do_their_work() {
