@@ -24,7 +24,7 @@ set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME zulbench)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS "fonts-dejavu-core, qttranslations5-l10n")
-set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS "libzulobj-dev, qtwayland5")
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SUGGESTS "libzulobj-dev, qtwayland5, wireshark")
 set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "device simulator for a site-monitoring network
 zulbench plays one field device toward a monitoring server: digital and
 analog inputs and outputs, card scanners and ad-hoc events, in a window,
@@ -40,7 +40,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "zulbench")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "records and messages of field devices, for C++ programs
 The library zulobj has the records that field devices and their monitoring
 server exchange, and the client that keeps a device's connection. With it
-come what it stands on: the dictionary zuldict, the messages wmsg and the
-log wmsg writes to, wlog. All are static libraries.")
+come what it stands on: the dictionary zuldict, the messages wmsg, the
+recordings wcapture and the log wlog. All are static libraries.")
 
 include(CPack)

@@ -155,6 +155,15 @@ pages_are_found() {
     done
 }
 
+# The dissector lies where Wireshark looks for Lua plugins, and Wireshark takes it.
+dissector_is_found() {
+    local plugins
+    plugins=$(tshark -G folders 2>/dev/null | sed -n 's/^Global Lua Plugins:[[:space:]]*//p')
+    [[ -f $root$plugins/zul.lua ]] || fail "there is no $plugins/zul.lua"
+    HOME=$root$home tshark -G protocols -X "lua_script:$root$plugins/zul.lua" >"$packages/protocols" 2>/dev/null || true
+    grep -qP '\tzul(\t|$)' "$packages/protocols" || fail "Wireshark does not know the protocol"
+}
+
 # Every header by itself.
 headers_compile() {
     (
@@ -232,6 +241,7 @@ install_package zulbench
 programs_say_who_they_are
 programs_talk_to_each_other
 pages_are_found
+dissector_is_found
 # What somebody has who writes programs.
 install_package libzulobj-dev "g++, cmake, ninja-build, dash"
 headers_compile
