@@ -478,6 +478,15 @@ TEST_F(FindingTest, LinkOnAnyPortIsFoundByItsFirstBytes)
     }
 }
 
+TEST_F(FindingTest, PortOfAnotherProtocolIsOursWhereTheBytesAreAskedFirst)
+{
+    TcpCapture capture;
+    capture.link(44818).toServer(documentMessages()["event-sample"]);
+    const Words bytesFirst{"-o", "tcp.try_heuristic_first:TRUE"};
+    EXPECT_EQ(rows(capture, "zul.message", {"zul.message"}), Rows{});
+    EXPECT_EQ(rows(capture, "zul.message", {"zul.message"}, bytesFirst), (Rows{{"event 2"}}));
+}
+
 TEST_F(FindingTest, OtherTrafficOnOtherPortsIsLeftAlone)
 {
     auto messages = documentMessages();
