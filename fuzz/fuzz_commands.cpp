@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <sstream>
 
 #include "fuzzinput.h"
 #include "jsontext.h"
@@ -33,40 +32,89 @@ std::vector<uint8_t> payloadOf(const Command& command)
     return message.payload;
 }
 
+bool sameConditions(const Command& a, const Command& b)
+{
+    return std::equal(a.conditions.begin(), a.conditions.end(), b.conditions.begin(), b.conditions.end(),
+                      [](const auto& one, const auto& other) { return one.text() == other.text(); });
+}
+
 bool same(const Command& a, const Command& b)
 {
     return a.kind == b.kind && a.msgType == b.msgType && a.device == b.device &&
-           a.objectType == b.objectType && sameBits(a.seconds, b.seconds) && payloadOf(a) == payloadOf(b);
+           a.objectType == b.objectType && sameBits(a.seconds, b.seconds) && payloadOf(a) == payloadOf(b) &&
+           sameConditions(a, b);
+}
+
+bool isExpectation(const Command& command)
+{
+    return command.kind == Command::Kind::EXPECT_EVENT || command.kind == Command::Kind::EXPECT_NO_EVENT ||
+           command.kind == Command::Kind::EXPECT_ANSWER;
+}
+
+/// Every condition is on a field that the object has, and answers for a record in its first state.
+void checkConditions(const Command& command)
+{
+    if (command.conditions.empty()) {
+        return;
+    }
+    require(isExpectation(command) && command.objectType.has_value(), "conditions are an object's");
+    const auto record = cObject::create(static_cast<eObjectTypes>(*command.objectType));
+    const JsonRef json(record->getJSONObj());
+    for (const server::Condition& condition : command.conditions) {
+        require(json_object_get(json.get(), condition.name()) != nullptr, "an object has the field");
+        require(!condition.holds(nullptr), "where no field is, no condition holds");
+        condition.holds(json.get());
+    }
 }
 
 void checkCommand(const Command& command)
 {
-    const bool exchange = command.kind == Command::Kind::EXCHANGE;
-    const bool wait = command.kind == Command::Kind::WAIT_EVENT || command.kind == Command::Kind::WAIT_DEVICE;
+    const bool exchange =
+        command.kind == Command::Kind::EXCHANGE || command.kind == Command::Kind::EXPECT_ANSWER;
+    const bool wait = command.kind == Command::Kind::WAIT_EVENT ||
+                      command.kind == Command::Kind::WAIT_DEVICE || isExpectation(command);
     require(exchange == (command.object != nullptr), "a get and a set have an object, and nothing else has");
     require(!exchange || command.msgType <= cObjectList::kRequest, "an exchange is a set or a request");
     require(command.seconds >= 0.0 && command.seconds <= server::kMostSeconds, "no time is beyond a day");
     require(!(exchange || wait) || command.seconds > 0.0, "nobody waits for no time");
-    require(!command.objectType || command.kind == Command::Kind::WAIT_EVENT, "only events have a type");
+    require(!command.objectType || command.kind == Command::Kind::WAIT_EVENT || isExpectation(command),
+            "only what is waited for has a type");
+    checkConditions(command);
     payloadOf(command);
 }
 
 void checkMistake(const std::string& line, const std::string& mistake)
 {
     require(mistake.back() == '.', "a mistake is a sentence");
-    require(mistake.size() < line.size() + 200, "a mistake repeats a part of its line at most");
+    require(mistake.size() < line.size() + 500, "a mistake repeats a part of its line at most");
 }
 
 /// Words in their order with the fields behind them: the same command.
 std::string withFieldsLast(const std::string& line)
 {
-    std::istringstream tokens(line);
     std::string words;
     std::string fields;
-    for (std::string token; tokens >> token;) {
+    std::string token;
+    bool marked = false; // inside a value in quotation marks
+    const auto finish = [&] {
         std::string& kind = token.find('=') == std::string::npos ? words : fields;
-        kind += " " + token;
+        kind += token.empty() ? "" : " " + token;
+        token.clear();
+    };
+    for (size_t at = 0; at < line.size(); ++at) {
+        if (!marked && std::string(" \t\r\n\v\f").find(line[at]) != std::string::npos) {
+            finish();
+            continue;
+        }
+        if (line[at] == '"') {
+            marked = !marked && !token.empty() && token.find('=') == token.size() - 1;
+        }
+        token += line[at];
+        if (marked && line[at] == '\\' && at + 1 < line.size()) {
+            token += line[++at];
+        }
     }
+    finish();
     return words + fields;
 }
 
@@ -126,6 +174,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         checkMistake(trimmed, mistake);
     } else {
         checkCommand(command);
+    }
+    if (server::caseName(trimmed)) {
+        return 0; // its name is the line as it is
     }
     const std::string moved = withFieldsLast(trimmed);
     if (moved.size() <= server::kMostCommandBytes && trimmed.size() <= server::kMostCommandBytes) {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "server/commandparser.h"
+#include "server/commandwords.h"
 
 namespace server {
 
@@ -19,6 +20,7 @@ constexpr int kLastLinesMs = 2000;
 Application::Application(Options options, const LinkSettings& settings, const Streams& streams)
     : mOptions(std::move(options)),
       mStreams(streams),
+      mCapture(settings.capture),
       mConsole(mIo, streams.output, streams.error, mOptions.verbose),
       mMonitor(mIo, mConsole, mLog, settings),
       mRunner(mIo, mConsole, mMonitor, mLog),
@@ -28,7 +30,7 @@ Application::Application(Options options, const LinkSettings& settings, const St
 {
     mConsole.output().onDrained = [this] { mMonitor.resumeReading(); };
     mConsole.output().onBroken = [this](const std::string& reason) {
-        mConsole.report("Standard output cannot be written: " + reason + ".");
+        failRun("Standard output cannot be written: " + reason + ".");
         finish(1);
     };
     mMonitor.onChange = [this] {
@@ -37,15 +39,28 @@ Application::Application(Options options, const LinkSettings& settings, const St
         }
         mRunner.monitorChanged();
         if (mOptions.count && mMonitor.messages() >= *mOptions.count) {
-            finish(0);
+            finish(mRunner.exitStatusCutOff());
         }
     };
     mRunner.onEnd = [this] { finish(mRunner.exitStatus()); };
+    if (mCapture) {
+        mCapture->setReport([this](const std::string& sentence) { mConsole.report(sentence); });
+    }
     mAcceptor.onPeer = [this](asio::ip::tcp::socket socket) { mMonitor.add(std::move(socket)); };
     mAcceptor.onTrouble = [this](const std::string& sentence) { mConsole.report(sentence); };
+    if (mOptions.junit) {
+        watchCommands();
+    }
 }
 
-Application::~Application() { mConsole.setTypedLine(nullptr); }
+Application::~Application()
+{
+    mConsole.setTypedLine(nullptr);
+    if (mCapture) {
+        // Connections that go last are recorded when there is no console any more.
+        mCapture->setReport(nullptr);
+    }
+}
 
 void Application::endOnSignals()
 {
@@ -53,33 +68,81 @@ void Application::endOnSignals()
     mSignals.add(SIGINT);
     mSignals.async_wait([this](const asio::error_code& error, int) {
         if (!error) {
-            finish(0);
+            finish(mRunner.exitStatusCutOff());
         }
     });
 }
 
 int Application::run()
 {
-    if (!listen()) {
+    if (!openReport()) {
         return 1;
     }
-    startTimer();
-    takeCommands();
-    mAcceptor.start();
-    mIo.run();
+    if (listen()) {
+        startTimer();
+        takeCommands();
+        mAcceptor.start();
+        mIo.run();
+    } else {
+        submitGivenCommands(); // for the report
+    }
+    writeReport();
     return mStatus;
+}
+
+void Application::watchCommands()
+{
+    mRunner.setWatcher(&mReport);
+    mConsole.onLine = [this](const std::string& line) { mReport.addLine(line); };
+}
+
+bool Application::openReport()
+{
+    const std::string problem = mOptions.junit ? mReportFile.open(*mOptions.junit) : std::string();
+    if (!problem.empty()) {
+        mConsole.report("The report " + quoted(*mOptions.junit) + " cannot be written: " + problem + ".");
+    }
+    return problem.empty();
+}
+
+void Application::writeReport()
+{
+    if (!mOptions.junit) {
+        return;
+    }
+    if (mRunner.isRunning()) {
+        mReport.cutOff();
+    }
+    for (const std::string& command : mRunner.waiting()) {
+        mReport.neverBegun(command);
+    }
+    if (!mRunFailure.empty()) {
+        mReport.runFailed(mRunFailure);
+    }
+    const std::string problem = mReportFile.write(mReport.xml());
+    if (!problem.empty()) {
+        mConsole.report("The report " + quoted(*mOptions.junit) + " cannot be written: " + problem + ".");
+        mStatus = 1;
+    }
+}
+
+void Application::failRun(const std::string& sentence)
+{
+    mConsole.report(sentence);
+    mRunFailure = sentence;
 }
 
 void Application::stop()
 {
-    asio::post(mIo, [this] { finish(0); });
+    asio::post(mIo, [this] { finish(mRunner.exitStatusCutOff()); });
 }
 
 bool Application::listen()
 {
     const std::string problem = mAcceptor.open(mOptions.listen, mOptions.port);
     if (!problem.empty()) {
-        mConsole.report(problem + ".");
+        failRun(problem + ".");
+        mStatus = 1;
         return false;
     }
     const asio::ip::tcp::endpoint endpoint = mAcceptor.endpoint();
@@ -100,23 +163,29 @@ void Application::startTimer()
     mTimer.expires_after(std::chrono::duration_cast<std::chrono::steady_clock::duration>(time));
     mTimer.async_wait([this](const asio::error_code& error) {
         if (!error) {
-            mRunner.runTimedOut();
+            if (!mRunner.runTimedOut()) {
+                mRunFailure = "The time of the whole run is over.";
+            }
             finish(mRunner.exitStatus());
         }
     });
 }
 
+void Application::submitGivenCommands()
+{
+    for (const std::string& command : mOptions.commands) {
+        mRunner.submit(command);
+    }
+}
+
 void Application::takeCommands()
 {
-    const auto submit = [this](const std::string& line) { mRunner.submit(line); };
     if (mOptions.commandsGiven) {
-        for (const std::string& command : mOptions.commands) {
-            submit(command);
-        }
+        submitGivenCommands();
         mRunner.endOfCommands();
     } else if (Prompt::possibleAt(mStreams.input)) {
         mPrompt = std::make_unique<Prompt>(mIo, mStreams.input);
-        mPrompt->onLine = submit;
+        mPrompt->onLine = [this](const std::string& line) { mRunner.submit(line); };
         mPrompt->start();
         mConsole.setTypedLine(mPrompt.get());
     } else {

@@ -9,6 +9,7 @@
 
 #include "server/commandrunner.h"
 #include "server/console.h"
+#include "server/junitreport.h"
 #include "server/lineinput.h"
 #include "server/linksettings.h"
 #include "server/messagelog.h"
@@ -16,6 +17,7 @@
 #include "server/options.h"
 #include "server/peeracceptor.h"
 #include "server/prompt.h"
+#include "server/replacedfile.h"
 
 namespace server {
 
@@ -34,29 +36,38 @@ public:
     Application(Options options, const LinkSettings& settings, const Streams& streams);
     ~Application();
 
-    /// Ends with status 0 when the process gets SIGTERM or SIGINT.
+    /// Ends when the process gets SIGTERM or SIGINT, with status 0, or 4 after a failed expectation.
     void endOnSignals();
 
     /// Serves until the end and returns the exit status. Once only.
     int run();
 
-    /// Ends run() with status 0; any thread may call.
+    /// Ends run() as a signal does; any thread may call.
     void stop();
 
 private:
+    void watchCommands();
+    bool openReport();
+    void writeReport();
+    void failRun(const std::string& sentence);
     bool listen();
     void takeCommands();
+    void submitGivenCommands();
     void startTimer();
     void finish(int status);
 
     const Options mOptions;
     const Streams mStreams;
+    const std::shared_ptr<cCaptureFile> mCapture; ///< may be null
     asio::io_context mIo;
     Console mConsole;
     MessageLog mLog;
     Monitor mMonitor;
     CommandRunner mRunner;
     PeerAcceptor mAcceptor;
+    JunitReport mReport;
+    ReplacedFile mReportFile;
+    std::string mRunFailure; ///< that is no command's
     asio::signal_set mSignals;
     asio::steady_timer mTimer;
     std::unique_ptr<LineInput> mLineInput;

@@ -1,7 +1,11 @@
 #include "server/commandparser.h"
 
+#include <algorithm>
+
 #include "server/commandobjects.h"
 #include "server/commandwords.h"
+#include "server/expectation.h"
+#include "server/jsonline.h"
 #include "server/numbers.h"
 #include "zulobj/objectlist.h"
 
@@ -21,16 +25,21 @@ void readDevice(CommandWords* words, Command* command)
     }
 }
 
-void readTimeout(CommandWords* words, Command* command, double usual)
+void readTime(CommandWords* words, const std::string& name, Command* command, double usual)
 {
     command->seconds = usual;
     std::string text;
-    if (!words->field("timeout", &text)) {
+    if (!words->field(name, &text)) {
         return;
     }
     if (!parseSeconds(text, &command->seconds) || command->seconds == 0.0) {
-        words->fail("timeout is not a number of seconds above 0 and up to 86400: " + quoted(text) + ".");
+        words->fail(name + " is not a number of seconds above 0 and up to 86400: " + quoted(text) + ".");
     }
+}
+
+void readTimeout(CommandWords* words, Command* command, double usual)
+{
+    readTime(words, "timeout", command, usual);
 }
 
 void readExchange(CommandWords* words, Command* command)
@@ -83,6 +92,97 @@ void readWait(CommandWords* words, Command* command)
     }
 }
 
+struct FieldToRead
+{
+    const zuldict::TagEntry* entry;
+    FieldValue value;
+};
+
+/// Every field that the dictionary knows.
+std::vector<FieldToRead> takeDictionaryFields(CommandWords* words)
+{
+    std::vector<FieldToRead> fields;
+    FieldValue value;
+    for (const zuldict::TagEntry& entry : zuldict::tags()) {
+        if (words->field(entry.name, &value)) {
+            fields.push_back({&entry, value});
+        }
+    }
+    return fields;
+}
+
+bool hasField(uint32_t objectType, const char* name)
+{
+    const std::unique_ptr<cObject> record = cObject::create(static_cast<eObjectTypes>(objectType));
+    const JsonPtr json(record->getJSONObj());
+    return json_object_get(json.get(), name) != nullptr;
+}
+
+void readConditions(CommandWords* words, const std::vector<FieldToRead>& fields, Command* command)
+{
+    if (!command->objectType && !fields.empty()) {
+        words->fail("The field " + quoted(fields.front().entry->name) + " needs the type of its object.");
+        return;
+    }
+    for (const FieldToRead& field : fields) {
+        if (!hasField(*command->objectType, field.entry->name)) {
+            words->fail(typeText(*command->objectType) + " has no field " + quoted(field.entry->name) + ".");
+            return;
+        }
+        Condition condition;
+        const std::string mistake = Condition::read(*field.entry, field.value, &condition);
+        if (!mistake.empty()) {
+            words->fail(mistake);
+        }
+        command->conditions.push_back(condition);
+    }
+}
+
+void readExpectedEvent(CommandWords* words, std::string word, Command* command)
+{
+    command->kind = Command::Kind::EXPECT_EVENT;
+    if (word == "no") {
+        command->kind = Command::Kind::EXPECT_NO_EVENT;
+        word = words->word();
+    }
+    if (word == "event") {
+        readObjectType(words, command);
+    } else {
+        words->fail("The command expects \"event\", \"no event\" or \"get\".");
+    }
+}
+
+void readExpectedAnswer(CommandWords* words, Command* command)
+{
+    command->kind = Command::Kind::EXPECT_ANSWER;
+    command->msgType = cObjectList::kRequest;
+    command->object = readObjectToGet(words);
+    if (command->object) {
+        command->objectType = command->object->getType();
+    }
+}
+
+void readExpect(CommandWords* words, Command* command)
+{
+    readDevice(words, command);
+    readTime(words, "within", command, kWaitSeconds);
+    std::string ignored;
+    if (words->field("timeout", &ignored)) {
+        words->fail("The command takes within=S, not timeout=S.");
+    }
+    // Before the fields of get: portType is one of them, and is a condition here.
+    const std::vector<FieldToRead> fields = takeDictionaryFields(words);
+    const std::string word = words->word();
+    if (word == "get") {
+        readExpectedAnswer(words, command);
+    } else {
+        readExpectedEvent(words, word, command);
+    }
+    if (!words->failed()) {
+        readConditions(words, fields, command);
+    }
+}
+
 void readSend(CommandWords* words, Command* command)
 {
     command->kind = Command::Kind::SEND;
@@ -116,17 +216,26 @@ constexpr Verb kVerbs[] = {
     {"get", readGet},
     {"set", readSet},
     {"wait", readWait},
+    {"expect", readExpect},
+    {"forget", [](CommandWords*, Command* command) { command->kind = Command::Kind::FORGET; }},
     {"send", readSend},
     {"sleep", readSleep},
     {"help", [](CommandWords*, Command* command) { command->kind = Command::Kind::HELP; }},
     {"quit", [](CommandWords*, Command* command) { command->kind = Command::Kind::QUIT; }},
 };
 
+std::string readCase(const std::string& name, Command* command)
+{
+    command->kind = Command::Kind::CASE;
+    return name.empty() ? "The command needs a NAME." : "";
+}
+
+constexpr const char* kBlanks = " \t\r\n\v\f";
+
 } // namespace
 
 std::string trimmed(const std::string& text)
 {
-    constexpr const char* kBlanks = " \t\r\n\v\f";
     const size_t begin = text.find_first_not_of(kBlanks);
     return begin == std::string::npos ? std::string()
                                       : text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
@@ -134,14 +243,25 @@ std::string trimmed(const std::string& text)
 
 bool isSkipped(const std::string& trimmedLine) { return trimmedLine.empty() || trimmedLine[0] == '#'; }
 
+std::optional<std::string> caseName(const std::string& trimmedLine)
+{
+    constexpr const char* kWord = "case";
+    const size_t end = std::min(trimmedLine.find_first_of(kBlanks), trimmedLine.size());
+    return trimmedLine.substr(0, end) == kWord ? std::make_optional(trimmed(trimmedLine.substr(end)))
+                                               : std::nullopt;
+}
+
 std::string parseCommand(const std::string& line, Command* command)
 {
     if (line.size() > kMostCommandBytes) {
         return "The command is longer than " + std::to_string(kMostCommandBytes) + " bytes.";
     }
+    *command = Command();
+    if (const std::optional<std::string> name = caseName(trimmed(line))) {
+        return readCase(*name, command);
+    }
     CommandWords words(line);
     const std::string first = words.word();
-    *command = Command();
     for (const Verb& verb : kVerbs) {
         if (first == verb.word) {
             verb.read(&words, command);
@@ -165,12 +285,19 @@ const char* commandHelp()
            "set object=N\n"
            "wait event [OBJECT-TYPE]\n"
            "wait device\n"
+           "expect event [OBJECT-TYPE [NAME=VALUE]...]\n"
+           "expect no event [OBJECT-TYPE [NAME=VALUE]...]\n"
+           "expect get ... [NAME=VALUE]...\n"
+           "forget\n"
+           "case NAME\n"
            "send type=N\n"
            "sleep S\n"
            "help\n"
            "quit\n"
            "get and set wait 5 seconds for the answer, wait waits 10; timeout=S changes that.\n"
-           "device=SERIAL picks one of several devices in get, set, wait and send.\n";
+           "expect looks for 10 seconds; within=S changes that. NAME=VALUE is a field as the lines print "
+           "it.\n"
+           "device=SERIAL picks one of several devices in get, set, wait, expect and send.\n";
 }
 
 } // namespace server

@@ -1,6 +1,7 @@
 #ifndef SERVER_COMMANDPARSER_H
 #define SERVER_COMMANDPARSER_H
 
+#include <optional>
 #include <string>
 
 #include "server/command.h"
@@ -15,6 +16,9 @@ std::string trimmed(const std::string& text);
 
 /// True for a line that is no command: a blank one, or one that begins with '#'.
 bool isSkipped(const std::string& trimmedLine);
+
+/// The name in the command "case NAME", without blanks at its ends; nothing for any other line.
+std::optional<std::string> caseName(const std::string& trimmedLine);
 
 /// Reads one command. Returns one sentence that says what is wrong with it, or an empty text when
 /// @p *command has been filled.

@@ -1,10 +1,10 @@
 #include "server/commandrunner.h"
 
 #include <asio/post.hpp>
-#include <sstream>
 #include <utility>
 
 #include "server/commandparser.h"
+#include "server/expectation.h"
 #include "zulobj/objectlist.h"
 
 namespace server {
@@ -13,25 +13,13 @@ namespace {
 
 const char* const kTooManyUnanswered = "The device has left 255 requests unanswered.";
 
-std::string secondsText(double seconds)
-{
-    std::ostringstream text;
-    text << seconds << (seconds == 1.0 ? " second" : " seconds");
-    return text.str();
-}
-
-Reply replyWith(const cObjectList& list)
-{
-    Reply reply;
-    reply.msgType = list.getMsgType();
-    reply.objects = objectsOf(list);
-    return reply;
-}
+/// Between an answer that is not as expected and the next question.
+constexpr std::chrono::milliseconds kAskAgain(100);
 
 } // namespace
 
 CommandRunner::CommandRunner(asio::io_context& io, Console& console, Monitor& monitor, MessageLog& log)
-    : mIo(io), mConsole(console), mMonitor(monitor), mLog(log), mTimer(io)
+    : mIo(io), mConsole(console), mMonitor(monitor), mLog(log), mTimer(io), mAskTimer(io)
 {}
 
 void CommandRunner::submit(const std::string& line)
@@ -81,13 +69,20 @@ void CommandRunner::begin()
     if (wasFull && !full()) {
         onRoom();
     }
+    if (mWatcher != nullptr) {
+        mWatcher->commandBegun(mRun->text);
+    }
     const std::string mistake = parseCommand(mRun->text, &mRun->command);
     if (!mistake.empty()) {
         endWithError(mistake);
         return;
     }
-    switch (mRun->command.kind) {
+    const Command& command = mRun->command;
+    mRun->filter = {command.device, command.objectType, command.conditions};
+    switch (command.kind) {
     case Command::Kind::EXCHANGE:
+    case Command::Kind::EXPECT_ANSWER:
+        armTimer();
         exchange();
         break;
     case Command::Kind::SEND:
@@ -95,6 +90,8 @@ void CommandRunner::begin()
         break;
     case Command::Kind::WAIT_EVENT:
     case Command::Kind::WAIT_DEVICE:
+    case Command::Kind::EXPECT_EVENT:
+    case Command::Kind::EXPECT_NO_EVENT:
         armTimer();
         monitorChanged();
         break;
@@ -103,6 +100,13 @@ void CommandRunner::begin()
         break;
     case Command::Kind::HELP:
         mConsole.text(commandHelp());
+        end(Reply());
+        break;
+    case Command::Kind::FORGET:
+        mLog.clear();
+        end(Reply());
+        break;
+    case Command::Kind::CASE:
         end(Reply());
         break;
     case Command::Kind::QUIT:
@@ -135,7 +139,6 @@ void CommandRunner::exchange()
     }
     mRun->session = session;
     mRun->seq = *seq;
-    armTimer();
 }
 
 void CommandRunner::answered(const WMsg* answer)
@@ -144,13 +147,25 @@ void CommandRunner::answered(const WMsg* answer)
         endWithError("The device disconnected before it answered.");
         return;
     }
-    cObjectList list;
-    const WStatus status = list.decode(*answer);
-    if (!status.isOk()) {
+    mRun->session.reset();
+    auto list = std::make_shared<cObjectList>();
+    const WStatus status = list->decode(*answer);
+    if (status.isOk()) {
+        takeAnswer(std::move(list));
+    } else {
         endWithError("The answer was not understood: " + status.text() + ".");
+    }
+}
+
+void CommandRunner::takeAnswer(std::shared_ptr<cObjectList> answer)
+{
+    if (mRun->command.kind == Command::Kind::EXCHANGE || hasWanted(*answer, mRun->filter)) {
+        end(replyWith(*answer));
         return;
     }
-    end(replyWith(list));
+    mRun->lastAnswer = std::move(answer);
+    ++mRun->answers;
+    wakeUp(&mAskTimer, kAskAgain, &CommandRunner::exchange);
 }
 
 void CommandRunner::send()
@@ -192,18 +207,26 @@ void CommandRunner::monitorChanged()
     if (!mRun) {
         return;
     }
-    if (mRun->command.kind == Command::Kind::WAIT_EVENT) {
+    switch (mRun->command.kind) {
+    case Command::Kind::WAIT_EVENT:
+    case Command::Kind::EXPECT_EVENT:
         lookForEvent();
-    } else if (mRun->command.kind == Command::Kind::WAIT_DEVICE) {
+        break;
+    case Command::Kind::EXPECT_NO_EVENT:
+        lookForUnwantedEvent();
+        break;
+    case Command::Kind::WAIT_DEVICE:
         lookForDevice();
+        break;
+    default:
+        break;
     }
 }
 
 void CommandRunner::lookForEvent()
 {
     WMsg message;
-    const MessageLog::Filter filter{mRun->command.device, mRun->command.objectType};
-    if (!mLog.take(filter, mRun->looked, &message)) {
+    if (!mLog.take(mRun->filter, mRun->looked, &message)) {
         mRun->looked = mLog.added();
         return;
     }
@@ -213,6 +236,16 @@ void CommandRunner::lookForEvent()
         end(replyWith(list));
     } else {
         endWithError("The message was not understood: " + status.text() + ".");
+    }
+}
+
+void CommandRunner::lookForUnwantedEvent()
+{
+    const WMsg* message = mLog.find(mRun->filter, mRun->looked);
+    mRun->looked = mLog.added();
+    cObjectList list;
+    if (message != nullptr && list.decode(*message).isOk()) {
+        end(unwantedEvent(mRun->filter, &list));
     }
 }
 
@@ -235,22 +268,36 @@ void CommandRunner::quit()
 
 void CommandRunner::armTimer()
 {
-    const std::chrono::duration<double> time(mRun->command.seconds);
-    mTimer.expires_after(std::chrono::duration_cast<Clock::duration>(time));
-    mTimer.async_wait([this, id = mRun->id](const asio::error_code& error) {
+    wakeUp(&mTimer, std::chrono::duration<double>(mRun->command.seconds), &CommandRunner::timeUp);
+}
+
+/// Calls @p then for the running command, unless that ends before.
+void CommandRunner::wakeUp(asio::steady_timer* timer, std::chrono::duration<double> after,
+                           void (CommandRunner::*then)())
+{
+    timer->expires_after(std::chrono::duration_cast<Clock::duration>(after));
+    timer->async_wait([this, id = mRun->id, then](const asio::error_code& error) {
         // A cancelled wait may have been on its way already.
         if (!error && mRun && mRun->id == id) {
-            timeUp();
+            (this->*then)();
         }
     });
 }
 
 void CommandRunner::timeUp()
 {
-    const std::string within = " within " + secondsText(mRun->command.seconds) + ".";
+    const double seconds = mRun->command.seconds;
+    const std::string within = " within " + secondsText(seconds) + ".";
     switch (mRun->command.kind) {
     case Command::Kind::SLEEP:
+    case Command::Kind::EXPECT_NO_EVENT:
         end(Reply());
+        break;
+    case Command::Kind::EXPECT_EVENT:
+        end(missedEvent(mRun->filter, seconds, mLog));
+        break;
+    case Command::Kind::EXPECT_ANSWER:
+        end(missedAnswer(mRun->filter, seconds, mRun->answers, mRun->lastAnswer.get()));
         break;
     case Command::Kind::WAIT_EVENT:
         endWithTimeout("No such event came" + within);
@@ -263,22 +310,34 @@ void CommandRunner::timeUp()
     }
 }
 
-void CommandRunner::runTimedOut()
+bool CommandRunner::runTimedOut()
 {
+    const bool running = isRunning();
     mTimedOut = true;
-    if (mRun) {
+    mEnded = true;
+    if (running) {
         endWithTimeout("The time of the whole run is over.");
     }
-    mEnded = true;
+    return running;
 }
 
 void CommandRunner::end(Reply reply)
 {
     mTimer.cancel();
-    mTimedOut = mTimedOut || reply.status == Reply::Status::TIMEOUT;
-    mFailed = mFailed || reply.status == Reply::Status::ERROR;
+    mAskTimer.cancel();
+    if (const std::shared_ptr<DeviceSession> session = mRun->session.lock()) {
+        session->giveUp(mRun->seq);
+    }
+    const Reply::Status status = reply.status;
+    mTimedOut = mTimedOut || status == Reply::Status::TIMEOUT;
+    mFailed = mFailed || status == Reply::Status::ERROR;
+    mUnmet = mUnmet || status == Reply::Status::FAILED;
+    const std::string error = reply.error;
     const std::chrono::duration<double> time = Clock::now() - mRun->begun;
     mConsole.line(replyLine(mRun->text, time.count(), std::move(reply)));
+    if (mWatcher != nullptr) {
+        mWatcher->commandDone(status, error, time.count());
+    }
     mRun.reset();
     startNext();
 }
@@ -293,9 +352,6 @@ void CommandRunner::endWithError(const std::string& sentence)
 
 void CommandRunner::endWithTimeout(const std::string& sentence)
 {
-    if (const std::shared_ptr<DeviceSession> session = mRun->session.lock()) {
-        session->giveUp(mRun->seq);
-    }
     Reply reply;
     reply.status = Reply::Status::TIMEOUT;
     reply.error = sentence;

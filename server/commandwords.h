@@ -8,6 +8,14 @@
 
 namespace server {
 
+/// What stands behind the "=" of a field.
+struct FieldValue
+{
+    std::string text;
+    std::string written;  ///< the same as the line has it
+    bool inMarks = false; ///< written in quotation marks, as JSON has a text
+};
+
 /// Hands out the words and fields (NAME=VALUE) of one command line and keeps the first mistake in them.
 ///
 /// Every function is harmless after a mistake, so a caller reads all it wants and asks once at the end.
@@ -21,6 +29,7 @@ public:
 
     /// Takes a field's value into @p *value; false where the line has no such field.
     bool field(const std::string& name, std::string* value);
+    bool field(const std::string& name, FieldValue* value);
 
     /// Takes a number from @p least to @p most; false where the field is absent or wrong.
     bool number(const std::string& name, uint32_t least, uint32_t most, uint32_t* value);
@@ -40,10 +49,11 @@ public:
 
 private:
     void addField(const std::string& token, size_t equals);
+    bool readMarked(FieldValue* value);
 
     std::vector<std::string> mWords;
     size_t mNext = 0;
-    std::map<std::string, std::string> mFields;
+    std::map<std::string, FieldValue> mFields;
     std::string mMistake;
 };
 

@@ -29,6 +29,7 @@ Connection::Connection(asio::ip::tcp::socket socket, const LinkSettings& setting
     : mSettings(settings),
       mOwner(owner),
       mSocket(std::move(socket)),
+      mRecord(cCapturedLink::of(settings.capture, mSocket.native_handle(), cCapturedLink::ACCEPTED)),
       mTimer(mSocket.get_executor()),
       mPeer(peerOf(mSocket))
 {}
@@ -37,6 +38,7 @@ void Connection::start()
 {
     asio::error_code ignored;
     mSocket.set_option(asio::ip::tcp::no_delay(true), ignored);
+    mSocket.non_blocking(true, ignored);
     mHeardMs = linkNowMs();
     armTimer();
     read();
@@ -103,10 +105,14 @@ void Connection::read()
 
 void Connection::received(const asio::error_code& error, size_t size)
 {
+    if (mRecord && size > 0) {
+        mRecord->received(mReceived.data(), size);
+    }
     if (mClosed) {
         return;
     }
     if (error) {
+        recordEnd(error);
         close(error == asio::error::eof ? "the peer closed the connection" : error.message());
         return;
     }
@@ -164,10 +170,31 @@ void Connection::writeMore()
     }
     mBusy = true;
     mProgressMs = linkNowMs();
-    mSocket.async_write_some(asio::buffer(mWriting.data() + mWritten, mWriting.size() - mWritten),
-                             [self = shared_from_this()](const asio::error_code& error, size_t size) {
-                                 self->written(error, size);
-                             });
+    writeSome();
+}
+
+/// Writes at once, so that what was sent is recorded also where the program ends before a handler runs.
+void Connection::writeSome()
+{
+    asio::error_code error;
+    const auto rest = asio::buffer(mWriting.data() + mWritten, mWriting.size() - mWritten);
+    const size_t size = mSocket.write_some(rest, error);
+    if (mRecord && size > 0) {
+        mRecord->sending(mWriting.data() + mWritten, [size] { return static_cast<ssize_t>(size); });
+    }
+    if (error == asio::error::would_block || error == asio::error::interrupted) {
+        mSocket.async_wait(asio::ip::tcp::socket::wait_write,
+                           [self = shared_from_this()](const asio::error_code& failed) {
+                               if (failed || self->mClosed) {
+                                   self->written(failed, 0);
+                               } else {
+                                   self->writeSome();
+                               }
+                           });
+        return;
+    }
+    asio::post(mSocket.get_executor(),
+               [self = shared_from_this(), error, size] { self->written(error, size); });
 }
 
 void Connection::written(const asio::error_code& error, size_t size)
@@ -177,11 +204,20 @@ void Connection::written(const asio::error_code& error, size_t size)
         return;
     }
     if (error) {
+        recordEnd(error);
         close(error.message());
         return;
     }
     mWritten += size;
     writeMore();
+}
+
+/// The peer has closed the connection, or it is broken.
+void Connection::recordEnd(const asio::error_code& error)
+{
+    if (mRecord) {
+        error == asio::error::eof ? mRecord->peerClosed() : mRecord->peerReset();
+    }
 }
 
 void Connection::armTimer()

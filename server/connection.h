@@ -10,6 +10,7 @@
 
 #include "server/linksettings.h"
 #include "server/linktimer.h"
+#include "wcapture/capturedlink.h"
 #include "wmsg/wmsg.h"
 #include "wmsg/wmsgreader.h"
 
@@ -59,7 +60,9 @@ private:
     bool handleBytes(const uint8_t* data, size_t size);
     bool handleMessage(WMsg&& message);
     void writeMore();
+    void writeSome();
     void written(const asio::error_code& error, size_t size);
+    void recordEnd(const asio::error_code& error);
     void armTimer();
     void checkTimes();
     std::string lateReason(int64_t nowMs) const;
@@ -67,6 +70,7 @@ private:
     const LinkSettings mSettings;
     Owner* mOwner;
     asio::ip::tcp::socket mSocket;
+    const std::unique_ptr<cCapturedLink> mRecord; ///< null where nothing is recorded
     LinkTimer mTimer;
     std::string mPeer;
     bool mClosed = false;

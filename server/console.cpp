@@ -55,7 +55,9 @@ Console::Console(asio::io_context& io, int outputFd, int errorFd, bool verbose)
 void Console::line(const JsonPtr& json)
 {
     const Aside aside(mTypedLine);
-    mOutput.writeLine(dumped(json));
+    const std::string text = dumped(json);
+    onLine(text);
+    mOutput.writeLine(text);
 }
 
 void Console::report(const std::string& sentence) { text("zulserver: " + sentence + "\n"); }

@@ -1,6 +1,7 @@
 #ifndef SERVER_CONSOLE_H
 #define SERVER_CONSOLE_H
 
+#include <functional>
 #include <string>
 
 #include "server/jsonline.h"
@@ -28,6 +29,9 @@ public:
 
     /// @p typedLine, borrowed, steps aside for every line; null for none.
     void setTypedLine(TypedLine* typedLine) { mTypedLine = typedLine; }
+
+    /// Called with each line, before it is written.
+    std::function<void(const std::string&)> onLine = [](const std::string&) {};
 
     void line(const JsonPtr& json);
 

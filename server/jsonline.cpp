@@ -24,19 +24,6 @@ json_t* textOf(const std::string& text)
     return zulobj::textToJSON(mended);
 }
 
-const char* nameOf(Reply::Status status)
-{
-    switch (status) {
-    case Reply::Status::OK:
-        return "ok";
-    case Reply::Status::TIMEOUT:
-        return "timeout";
-    case Reply::Status::ERROR:
-        break;
-    }
-    return "error";
-}
-
 } // namespace
 
 JsonPtr listeningLine(const std::string& address, uint16_t port)
@@ -87,12 +74,15 @@ JsonPtr replyLine(const std::string& command, double seconds, Reply reply)
 {
     JsonPtr line = lineOf("reply");
     json_object_set_new(line.get(), "command", textOf(command));
-    json_object_set_new(line.get(), "status", json_string(nameOf(reply.status)));
+    json_object_set_new(line.get(), "status", json_string(statusWord(reply.status)));
     json_object_set_new(line.get(), "msgType", reply.msgType ? json_integer(*reply.msgType) : json_null());
     json_object_set_new(line.get(), "objects", reply.objects ? reply.objects.release() : json_array());
     json_object_set_new(line.get(), "seconds", json_real(std::round(seconds * 1e6) / 1e6));
     if (!reply.error.empty()) {
         json_object_set_new(line.get(), "error", textOf(reply.error));
+    }
+    if (reply.came) {
+        json_object_set_new(line.get(), "came", reply.came.release());
     }
     return line;
 }
@@ -101,6 +91,27 @@ JsonPtr objectsOf(const cObjectList& list)
 {
     const JsonPtr json(list.getJSONObj());
     return JsonPtr(json_incref(json_object_get(json.get(), "objects")));
+}
+
+const char* statusWord(Reply::Status status)
+{
+    switch (status) {
+    case Reply::Status::OK:
+        return "ok";
+    case Reply::Status::TIMEOUT:
+        return "timeout";
+    case Reply::Status::FAILED:
+        return "failed";
+    case Reply::Status::ERROR:
+        break;
+    }
+    return "error";
+}
+
+std::string inUTF8(const std::string& text)
+{
+    const JsonPtr json(textOf(text));
+    return json_string_value(json.get());
 }
 
 std::string dumped(const JsonPtr& line)

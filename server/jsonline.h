@@ -29,13 +29,15 @@ struct Reply
     {
         OK,
         TIMEOUT,
-        ERROR
+        ERROR,
+        FAILED ///< an expectation was not met
     };
 
     Status status = Status::OK;
     std::optional<uint8_t> msgType; ///< that of the answer, or of the event waited for
     JsonPtr objects;                ///< an array; null stands for an empty one
     std::string error;              ///< one sentence, or empty
+    JsonPtr came;                   ///< messages that came instead of the one expected, an array, or null
 };
 
 JsonPtr listeningLine(const std::string& address, uint16_t port);
@@ -48,6 +50,12 @@ JsonPtr replyLine(const std::string& command, double seconds, Reply reply);
 
 /// The records of @p list as an array.
 JsonPtr objectsOf(const cObjectList& list);
+
+/// The word that stands for @p status.
+const char* statusWord(Reply::Status status);
+
+/// @p text, up to a NUL, with U+FFFD for bytes that are not UTF-8.
+std::string inUTF8(const std::string& text);
 
 /// The text of @p line without a line end.
 std::string dumped(const JsonPtr& line);

@@ -2,10 +2,13 @@
 #define SERVER_LINKSETTINGS_H
 
 #include <cstddef>
+#include <memory>
+
+#include "wcapture/capturefile.h"
 
 namespace server {
 
-/// How the connection to a device is kept, in milliseconds and bytes.
+/// How the connection to a device is kept, in milliseconds and bytes, and where it is recorded.
 struct LinkSettings
 {
     int pingAfterMs = 10000;   ///< nothing received for so long: ask
@@ -16,6 +19,8 @@ struct LinkSettings
     size_t queueBytes = 4 * 1024 * 1024; ///< what the peer may leave unread
     size_t heldBytes = 16 * 1024 * 1024; ///< messages that wait for the device record
     size_t heldMessageOverhead = 128;    ///< what each of those counts beside its payload
+
+    std::shared_ptr<cCaptureFile> capture; ///< null where nothing is recorded
 };
 
 } // namespace server

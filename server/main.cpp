@@ -37,8 +37,18 @@ std::string version()
 /// The exit status.
 int serve(const server::Options& options)
 {
+    server::LinkSettings settings;
+    if (options.capture) {
+        std::string problem;
+        settings.capture = cCaptureFile::create(*options.capture,
+                                                std::string("zulserver ") + zulversion::version(), &problem);
+        if (!settings.capture) {
+            std::fprintf(stderr, "zulserver: %s.\n", problem.c_str());
+            return 1;
+        }
+    }
     try {
-        server::Application application(options, server::LinkSettings(), server::Application::Streams());
+        server::Application application(options, settings, server::Application::Streams());
         application.endOnSignals();
         return application.run();
     } catch (const std::system_error& error) {

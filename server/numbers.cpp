@@ -39,6 +39,8 @@ bool parseNumber(std::string_view text, uint32_t least, uint32_t most, uint32_t*
 
 bool parseFloat(std::string_view text, float* value) { return parseReal(text, value); }
 
+bool parseDouble(std::string_view text, double* value) { return parseReal(text, value); }
+
 bool parseSeconds(std::string_view text, double* value)
 {
     double seconds = 0.0;

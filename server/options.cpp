@@ -19,7 +19,7 @@ constexpr const char* kFooter =
     "unless --command or --commands gives them; the command \"help\" lists them.\n"
     "Exit status: 0 done; 1 wrong usage or cannot listen; 2 a command ended in error; 3 a command or the "
     "run\n"
-    "timed out.";
+    "timed out; 4 an expectation was not met.";
 
 /// The options as they are written, before anything is checked.
 struct RawOptions
@@ -45,7 +45,13 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
     app->add_option("--commands", raw->commandsFile, "Then run the commands of this file, one per line")
         ->type_name("FILE");
     app->add_option("--count", raw->count, "End after so many messages")->type_name("N");
-    app->add_option("--timeout", raw->timeout, "End after so many seconds, with status 3")->type_name("S");
+    app->add_option("--timeout", raw->timeout, "End after so many seconds: the run has timed out")
+        ->type_name("S");
+    app->add_option("--junit", options->junit, "Write a report of the run to this file, as JUnit XML")
+        ->type_name("FILE");
+    app->add_option("--capture", options->capture,
+                    "Record what devices and server exchange in this file (pcapng)")
+        ->type_name("FILE");
     app->add_flag("--verbose", options->verbose, "Say more on standard error");
 }
 

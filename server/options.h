@@ -19,8 +19,10 @@ struct Options
     bool commandsGiven = false;
 
     std::optional<uint32_t> count;
-    std::optional<double> timeout; ///< seconds
+    std::optional<double> timeout;      ///< seconds
+    std::optional<std::string> capture; ///< the file that records what crosses the links
     bool verbose = false;
+    std::optional<std::string> junit; ///< the file of the report
 };
 
 /// What came of reading the command line.

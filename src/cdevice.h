@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <pthread.h>
+#include <utility>
 #include <vector>
 
 #include "cguidoor.h"
@@ -48,6 +49,9 @@ public:
 
     /// Turns other threads away, then ends the link and the sampling, and joins their threads.
     ~cDevice() override;
+
+    /// Records every connection that comes from now on in @p file, or none where it is null.
+    void recordTo(std::shared_ptr<cCaptureFile> file) { mObjectClient->recordTo(std::move(file)); }
 
     /// Connects to the server that @p config names and starts a sampling thread, whether the connection
     /// comes about or not. Waits up to 3 seconds for it. Called again it registers the device a second

@@ -4,6 +4,7 @@
 #include "options.h"
 #include "signalwatcher.h"
 #include "tracelog.h"
+#include "wcapture/capturefile.h"
 #include "wlog/wlog.h"
 #include "zulversion/zulversion.h"
 
@@ -24,11 +25,13 @@ std::string version()
     return zulversion::describe("zulbench", {{"Qt", qVersion()}, {"CLI11", CLI11_VERSION}});
 }
 
-int fail(const QString& reason)
+int fail(const std::string& reason)
 {
-    std::cerr << "zulbench: " << reason.toLocal8Bit().constData() << std::endl;
+    std::cerr << "zulbench: " << reason << std::endl;
     return 1;
 }
+
+int fail(const QString& reason) { return fail(std::string(reason.toLocal8Bit().constData())); }
 
 QString unreadable(const char* kind, const std::string& path)
 {
@@ -79,13 +82,29 @@ void fitToScreen(QWidget& window)
     window.resize(window.size().boundedTo(window.screen()->availableSize() - kFrame));
 }
 
-int run(QApplication& application, const cOptions& options)
+/// Where the link is recorded. False, and one sentence in @p *problem, where the file can't be written.
+bool createCapture(const cOptions& options, std::shared_ptr<cCaptureFile>* capture, std::string* problem)
+{
+    if (!options.captureFile) {
+        return true;
+    }
+    *capture =
+        cCaptureFile::create(*options.captureFile, std::string("zulbench ") + zulversion::version(), problem);
+    if (!*capture) {
+        return false;
+    }
+    (*capture)->setReport([](const std::string& sentence) { cWlog("zulbench").error(sentence.c_str()); });
+    return true;
+}
+
+int run(QApplication& application, const cOptions& options, std::shared_ptr<cCaptureFile> capture)
 {
     const cLanguage language(cLanguage::wantedByUser());
     tracelog::traceStart(version(), language.code());
     const cSignalWatcher signalWatcher;
     QObject::connect(&signalWatcher, &cSignalWatcher::arrived, &application, &QApplication::quit);
     MainWindow window;
+    window.recordTo(std::move(capture));
     QString problem = configureLog(options);
     if (problem.isEmpty()) {
         problem = carryOut(options, window);
@@ -115,11 +134,16 @@ int main(int argc, char** argv)
     if (!displayplatform::prepare(parsed.options)) {
         return fail(QStringLiteral("there is no display; use --headless to run without one"));
     }
+    std::shared_ptr<cCaptureFile> capture;
+    std::string problem;
+    if (!createCapture(parsed.options, &capture, &problem)) {
+        return fail(problem);
+    }
     cSignalWatcher::block();
     // Whoever read the trace may go away; the device stays.
     std::signal(SIGPIPE, SIG_IGN);
     QApplication application(argc, argv);
     // Qt has set the user's locale; numbers in files, in the log and in scripts keep their point.
     std::setlocale(LC_NUMERIC, "C");
-    return run(application, parsed.options);
+    return run(application, parsed.options, std::move(capture));
 }

@@ -229,6 +229,7 @@ std::optional<MainWindow::cRefusal> MainWindow::connectToServer()
         return cRefusal{tr("No Connection Configure"),
                         tr("You need to configure the connection parameters first")};
     }
+    mDevice->recordTo(mCapture);
     mDevice->start(mConfig);
     connected = true;
     ui->menuEdit->setEnabled(false);

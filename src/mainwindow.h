@@ -9,7 +9,9 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <QString>
+#include <memory>
 #include <optional>
+#include <utility>
 
 class QDialog;
 class cConfig;
@@ -46,6 +48,9 @@ public:
     /// Starts the device toward the configured server, which locks the File and Edit menus. Answers why
     /// nothing was started; whether the server was reached does not count.
     std::optional<cRefusal> connectToServer();
+
+    /// Records in @p file, or nowhere where it is null, what the link that is started next carries.
+    void recordTo(std::shared_ptr<cCaptureFile> file) { mCapture = std::move(file); }
 
     /// Runs the JavaScript file at @p path against the loaded device, on a thread of its own; false, and no
     /// thread, if it cannot be opened.
@@ -126,6 +131,7 @@ private:
     bool connected;
     QList<QPointer<QDialog>> mDialogs;
     cScripts mScripts;
+    std::shared_ptr<cCaptureFile> mCapture; ///< null where nothing is recorded
 };
 
 #endif

@@ -87,6 +87,8 @@ void describe(CLI::App& app, const std::string& version, cOptions& options)
         ->needs(device);
     app.add_option("--log-config", options.logConfig, "Log as this log4cpp property file says")
         ->type_name("FILE");
+    app.add_option("--capture", options.captureFile, "Record what crosses the link in this file (pcapng)")
+        ->type_name("FILE");
     app.add_flag("--headless", options.headless, "Run without a display");
     app.footer("The device is loaded first, then the connection file, then the device connects, and\n"
                "the scripts start last.\n"

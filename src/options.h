@@ -14,8 +14,9 @@ struct cOptions
     std::optional<std::string> deviceFile;
     std::optional<std::string> connectionFile;
     bool connect = false;
-    std::vector<std::string> scripts; ///< in the order typed; never without a device file
-    std::optional<std::string> logConfig; ///< a log4cpp property file
+    std::vector<std::string> scripts;       ///< in the order typed; never without a device file
+    std::optional<std::string> logConfig;   ///< a log4cpp property file
+    std::optional<std::string> captureFile; ///< records what crosses the link
     bool headless = false;
     bool platformNamed = false; ///< Qt's own -platform was given
 };

@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#include <utility>
 
 #include "zulobj/linkclock.h"
 
@@ -95,6 +96,11 @@ std::shared_ptr<cLinkSocket> cLinkSocket::connectToAny(const std::vector<sLinkAd
 
 cLinkSocket::~cLinkSocket() { close(mFd); }
 
+void cLinkSocket::recordTo(std::shared_ptr<cCaptureFile> file)
+{
+    mRecord = cCapturedLink::of(std::move(file), mFd, cCapturedLink::CONNECTED);
+}
+
 cLinkSocket::eOutcome cLinkSocket::receive(uint8_t* buffer, size_t size, int timeoutMs, int wakeFd,
                                            size_t* received)
 {
@@ -105,15 +111,34 @@ cLinkSocket::eOutcome cLinkSocket::receive(uint8_t* buffer, size_t size, int tim
     const ssize_t count = recv(mFd, buffer, size, 0);
     if (count > 0) {
         *received = static_cast<size_t>(count);
+        if (mRecord) {
+            mRecord->received(buffer, *received);
+        }
         return DONE;
     }
-    return count < 0 && isTransient(errno) ? NOTHING : CLOSED;
+    if (count < 0 && isTransient(errno)) {
+        return NOTHING;
+    }
+    recordEnd(count == 0);
+    return CLOSED;
+}
+
+void cLinkSocket::recordEnd(bool orderly)
+{
+    if (mRecord) {
+        orderly ? mRecord->peerClosed() : mRecord->peerReset();
+    }
+}
+
+ssize_t cLinkSocket::sendRecorded(const uint8_t* bytes, size_t size)
+{
+    return mRecord->sending(bytes, [this, bytes, size] { return ::send(mFd, bytes, size, MSG_NOSIGNAL); });
 }
 
 cLinkSocket::eOutcome cLinkSocket::sendAll(const uint8_t* bytes, size_t size, int stallMs)
 {
     while (size > 0) {
-        const ssize_t count = ::send(mFd, bytes, size, MSG_NOSIGNAL);
+        const ssize_t count = mRecord ? sendRecorded(bytes, size) : ::send(mFd, bytes, size, MSG_NOSIGNAL);
         if (count > 0) {
             bytes += count;
             size -= static_cast<size_t>(count);
@@ -137,7 +162,13 @@ cLinkSocket::eOutcome cLinkSocket::sendAll(const uint8_t* bytes, size_t size, in
     return DONE;
 }
 
-void cLinkSocket::shutDown() { ::shutdown(mFd, SHUT_RDWR); }
+void cLinkSocket::shutDown()
+{
+    ::shutdown(mFd, SHUT_RDWR);
+    if (mRecord) {
+        mRecord->closed();
+    }
+}
 
 bool cLinkSocket::talksToItself() const
 {

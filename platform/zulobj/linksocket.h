@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
+#include "wcapture/capturedlink.h"
 #include "zulobj/resolver.h"
 
 /// One non-blocking TCP connection, closed when it is destroyed.
@@ -31,6 +33,10 @@ public:
     cLinkSocket(const cLinkSocket&) = delete;
     cLinkSocket& operator=(const cLinkSocket&) = delete;
 
+    /// Records in @p file, which may be null, what crosses the connection that this side has opened. Before a
+    /// second thread knows the socket.
+    void recordTo(std::shared_ptr<cCaptureFile> file);
+
     enum eOutcome
     {
         DONE,
@@ -52,7 +58,11 @@ public:
     bool talksToItself() const;
 
 private:
+    ssize_t sendRecorded(const uint8_t* bytes, size_t size);
+    void recordEnd(bool orderly);
+
     int mFd;
+    std::unique_ptr<cCapturedLink> mRecord; ///< null while nothing is recorded
 };
 
 #endif

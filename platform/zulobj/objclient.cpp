@@ -18,6 +18,12 @@ cObjectClient::~cObjectClient() { stop(); }
 
 void cObjectClient::addListener(cObjectListener* listener) { mEventPump.addListener(listener); }
 
+void cObjectClient::recordTo(std::shared_ptr<cCaptureFile> file)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mCapture = std::move(file);
+}
+
 bool cObjectClient::start(const char* address, int port)
 {
     if (address == nullptr || *address == '\0' || port < 0 || port > 0xFFFF) {
@@ -161,6 +167,12 @@ cObjectClient::eMsgStatus cObjectClient::request(uint8_t type, cObjectList* list
     return waiting.status == MSG_WAITING ? MSG_ERROR : waiting.status;
 }
 
+std::shared_ptr<cCaptureFile> cObjectClient::capture() const
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mCapture;
+}
+
 bool cObjectClient::stopping() const
 {
     const std::lock_guard<std::mutex> lock(mMutex);
@@ -245,7 +257,11 @@ cObjectClient::SocketPtr cObjectClient::openConnection(std::string* problem)
         resolveAddress(mAddress, mPort, mSettings.connectMs, mWakeup.fd());
     *problem = "the name has no address";
     const int left = static_cast<int>(std::max<int64_t>(deadline - linkNowMs(), 1));
-    return cLinkSocket::connectToAny(addresses, left, mWakeup.fd(), problem);
+    SocketPtr socket = cLinkSocket::connectToAny(addresses, left, mWakeup.fd(), problem);
+    if (socket) {
+        socket->recordTo(capture());
+    }
+    return socket;
 }
 
 void cObjectClient::connectionUp(const SocketPtr& socket)

@@ -56,6 +56,9 @@ public:
     /// or its stop().
     void addListener(cObjectListener* listener);
 
+    /// Records every connection that comes from now on in @p file, or none where it is null.
+    void recordTo(std::shared_ptr<cCaptureFile> file);
+
     /// Starts the threads and the first attempt to connect to @p address, a name or a number, and @p port,
     /// 0 to 65535. True when the connection stands within 3 seconds. False does not mean the end: the
     /// client goes on trying, unless the address is null or empty or the port out of range, which starts
@@ -106,6 +109,7 @@ private:
     void giveNumber(cOutQueue::Entry* entry);
 
     void stopLink();
+    std::shared_ptr<cCaptureFile> capture() const;
     bool stopping() const;
     void reportFirstAttempt(bool connected);
     void queue(cOutQueue::Entry entry);
@@ -140,6 +144,7 @@ private:
         CONNECTED,
         FAILED
     } mFirstAttempt = eAttempt::PENDING;
+    std::shared_ptr<cCaptureFile> mCapture; ///< null while nothing is recorded
     SocketPtr mSocket;
     bool mBroken = false;     ///< sending on mSocket failed; the receiving thread is about to drop it
     uint64_t mConnection = 0; ///< counts connections from 1; 0 before the first

@@ -1,12 +1,15 @@
 #include "zulobj/objclient.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
+#include <cstdlib>
 #include <future>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
 
+#include "capturereader.h"
 #include "hexbytes.h"
 #include "linkpeer.h"
 #include "listeners.h"
@@ -110,6 +113,57 @@ TEST_F(ObjClientTest, StartSaysThatTheConnectionStands)
     cObjectClient client(quickSettings());
     EXPECT_TRUE(startClient(&client));
     EXPECT_TRUE(mPeer.accept().isOpen());
+}
+
+/// What crossed, inbound and outbound, and how often a connection was opened.
+struct Recorded
+{
+    explicit Recorded(const char* path)
+    {
+        for (const RecordedPacket& packet : packetsIn(fileBytes(path), &isWhole)) {
+            Bytes& lane = bytes[packet.direction];
+            const Bytes payload = packet.payload();
+            lane.insert(lane.end(), payload.begin(), payload.end());
+            opened += packet.tcpFlags() == sTcpFields::kSyn ? 1 : 0;
+        }
+    }
+
+    std::array<Bytes, 3> bytes;
+    int opened = 0;
+    bool isWhole = false;
+};
+
+TEST_F(ObjClientTest, RecordsWhatItSendsAndReceivesAlsoWhenStartedAgain)
+{
+    char path[] = "/tmp/objclient-test-XXXXXX";
+    ::close(::mkstemp(path));
+    std::string problem;
+    const auto file = cCaptureFile::create(path, "test 1", &problem);
+    Bytes received;
+    {
+        cObjectClient client(quickSettings());
+        for (int round = 0; round < 2; ++round) {
+            client.recordTo(file);
+            EXPECT_TRUE(startClient(&client));
+            PeerConnection peer = mPeer.accept();
+            peer.send(WMsg::ping(false));
+            WMsg message;
+            ASSERT_TRUE(peer.receiveAny(&message));
+            message.appendFrames(received);
+            sendEvent(&client, 7);
+            ASSERT_TRUE(peer.receiveAny(&message));
+            message.appendFrames(received);
+        }
+    }
+    const Recorded recorded(path);
+    std::remove(path);
+    EXPECT_TRUE(recorded.isWhole);
+    EXPECT_EQ(recorded.opened, 2);
+    Bytes pings;
+    WMsg::ping(false).appendFrames(pings);
+    WMsg::ping(false).appendFrames(pings);
+    EXPECT_EQ(recorded.bytes[1], pings);
+    EXPECT_EQ(recorded.bytes[2], received);
 }
 
 TEST_F(ObjClientTest, StartByNameConnects)

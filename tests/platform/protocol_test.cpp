@@ -1,46 +1,16 @@
 // Holds docs/protocol.md to what the libraries do.
 
-#include <fstream>
 #include <gtest/gtest.h>
-#include <map>
 #include <sstream>
 #include <string>
 
+#include "documentmessages.h"
 #include "hexbytes.h"
 #include "samplerecords.h"
 #include "wmsg/wmsgreader.h"
 #include "zulobj/objectlist.h"
 
 namespace {
-
-std::string documentText()
-{
-    std::ifstream file(PROTOCOL_DOCUMENT);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-/// The document's messages by name.
-std::map<std::string, std::vector<uint8_t>> documentMessages()
-{
-    std::map<std::string, std::vector<uint8_t>> messages;
-    std::istringstream lines(documentText());
-    std::string name;
-    std::string block;
-    for (std::string line; std::getline(lines, line);) {
-        if (line.rfind("```hex ", 0) == 0) {
-            name = line.substr(7);
-            block.clear();
-        } else if (line == "```" && !name.empty()) {
-            messages[name] = hexBytes(block);
-            name.clear();
-        } else if (!name.empty()) {
-            block += line + "\n";
-        }
-    }
-    return messages;
-}
 
 bool contains(const std::string& text, const std::string& part)
 {

@@ -222,8 +222,8 @@ INSTANTIATE_TEST_SUITE_P(
                                  "log4cpp.appender.out=FileAppender\n"
                                  "log4cpp.appender.out.layout=BasicLayout\n",
                                  "appender.out.fileName is missing"},
-                    SilentConfig{"UnknownAppender", "log4cpp.rootCategory=DEBUG, out\n",
-                                 "Appender 'out' not found for category 'rootCategory'"},
+                    SilentConfig{"UnknownAppender", "log4cpp.rootCategory=DEBUG, nowhere\n",
+                                 "Appender 'nowhere' not found for category 'rootCategory'"},
                     SilentConfig{"UnknownAppenderType",
                                  "log4cpp.rootCategory=DEBUG, out\n"
                                  "log4cpp.appender.out=Toaster\n",

@@ -112,16 +112,25 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     others, GoodCommandTest,
-    testing::Values(Good{"waitEvent", "wait event", kEvent, 0, 10, nullptr},
-                    Good{"waitDin", "wait event OBJ_PORT_DIN timeout=1", kEvent, 0, 1, nullptr},
-                    Good{"waitNumber", "wait event 200", kEvent, 0, 10, nullptr},
-                    Good{"waitDevice", "wait device timeout=60", Command::Kind::WAIT_DEVICE, 0, 60, nullptr},
-                    Good{"send", "send type=0", kSend, 0, 0, nullptr},
-                    Good{"sendLast", "send type=0xFF device=3", kSend, 255, 0, nullptr},
-                    Good{"sleep", "sleep 0.25", kSleep, 0, 0.25, nullptr},
-                    Good{"sleepNot", "sleep 0", kSleep, 0, 0, nullptr},
-                    Good{"help", "help", Command::Kind::HELP, 0, 0, nullptr},
-                    Good{"quit", "quit", Command::Kind::QUIT, 0, 0, nullptr}),
+    testing::Values(
+        Good{"waitEvent", "wait event", kEvent, 0, 10, nullptr},
+        Good{"waitDin", "wait event OBJ_PORT_DIN timeout=1", kEvent, 0, 1, nullptr},
+        Good{"waitNumber", "wait event 200", kEvent, 0, 10, nullptr},
+        Good{"waitDevice", "wait device timeout=60", Command::Kind::WAIT_DEVICE, 0, 60, nullptr},
+        Good{"expectEvent", "expect event", Command::Kind::EXPECT_EVENT, 0, 10, nullptr},
+        Good{"expectNoEvent", "expect no event within=0.5", Command::Kind::EXPECT_NO_EVENT, 0, 0.5, nullptr},
+        Good{"expectGet", "expect get din 3 inputState=1 serial=7 within=2", Command::Kind::EXPECT_ANSWER, 1,
+             2, R"({"type":"OBJ_PORT_DIN","deviceSerial":7,"portId":3})"},
+        Good{"expectGetByCode", "expect get object=99", Command::Kind::EXPECT_ANSWER, 1, 10,
+             R"({"type":99})"},
+        Good{"forget", "forget", Command::Kind::FORGET, 0, 0, nullptr},
+        Good{"case", "case a \"b=", Command::Kind::CASE, 0, 0, nullptr},
+        Good{"send", "send type=0", kSend, 0, 0, nullptr},
+        Good{"sendLast", "send type=0xFF device=3", kSend, 255, 0, nullptr},
+        Good{"sleep", "sleep 0.25", kSleep, 0, 0.25, nullptr},
+        Good{"sleepNot", "sleep 0", kSleep, 0, 0, nullptr},
+        Good{"help", "help", Command::Kind::HELP, 0, 0, nullptr},
+        Good{"quit", "quit", Command::Kind::QUIT, 0, 0, nullptr}),
     nameOf);
 
 TEST(CommandParserTest, anObjectByItsCodeHasNoFields)
@@ -141,6 +150,53 @@ TEST(CommandParserTest, devicesAndTypesAreTaken)
     ASSERT_EQ(parseCommand("wait event", &command), "");
     EXPECT_FALSE(command.device);
     EXPECT_FALSE(command.objectType);
+}
+
+TEST(CommandParserTest, conditionsAreTakenFromAnywhere)
+{
+    Command command;
+    ASSERT_EQ(parseCommand("expect portId=2 event portLabel=\"INPUT 2\" OBJ_PORT_DIN device=3", &command),
+              "");
+    EXPECT_EQ(command.objectType, uint32_t(OBJ_PORT_DIN));
+    EXPECT_EQ(command.device, 3U);
+    ASSERT_EQ(command.conditions.size(), 2U);
+    EXPECT_EQ(command.conditions[0].text(), "portId=2");
+    EXPECT_EQ(command.conditions[1].text(), "portLabel=\"INPUT 2\"");
+}
+
+TEST(CommandParserTest, thePortTypeOfAnExpectedAnswerIsACondition)
+{
+    Command command;
+    ASSERT_EQ(parseCommand("expect get ain 1 portType=OBJ_PORT", &command), "");
+    ASSERT_EQ(command.conditions.size(), 1U);
+    EXPECT_EQ(command.conditions[0].text(), "portType=OBJ_PORT");
+    const JsonPtr asked(command.object->getJSONObj());
+    EXPECT_STREQ(json_string_value(json_object_get(asked.get(), "portType")), "OBJ_PORT_AIN");
+}
+
+TEST(CommandParserTest, everyFieldOfEveryObjectMayBeExpected)
+{
+    size_t fields = 0;
+    for (const zuldict::Enumerator& type : zuldict::objectTypes()) {
+        const JsonPtr object(cObject::create(static_cast<eObjectTypes>(type.value))->getJSONObj());
+        for (const zuldict::TagEntry& entry : zuldict::tags()) {
+            Command command;
+            const std::string mistake =
+                parseCommand(std::string("expect event ") + type.name + " " + entry.name + "=1", &command);
+            const bool has = json_object_get(object.get(), entry.name) != nullptr;
+            EXPECT_EQ(mistake, has ? "" : type.name + (" has no field \"" + std::string(entry.name)) + "\".");
+            fields += has ? 1 : 0;
+        }
+    }
+    EXPECT_GT(fields, 50U);
+}
+
+TEST(CommandParserTest, aCaseHasTheRestOfItsLineAsItsName)
+{
+    EXPECT_EQ(caseName("case  The door = \"open\" "), "The door = \"open\"");
+    EXPECT_EQ(caseName("case"), "");
+    EXPECT_FALSE(caseName("cases of"));
+    EXPECT_FALSE(caseName("sleep 1"));
 }
 
 TEST(CommandParserTest, unsetNumbersAreNaNBitForBit)
@@ -248,6 +304,42 @@ INSTANTIATE_TEST_SUITE_P(
                   "timeout is not a number of seconds above 0 and up to 86400: \"1e9\"."),
         std::pair("wait event timeout=1s",
                   "timeout is not a number of seconds above 0 and up to 86400: \"1s\"."),
+        std::pair("expect", "The command expects \"event\", \"no event\" or \"get\"."),
+        std::pair("expect device", "The command expects \"event\", \"no event\" or \"get\"."),
+        std::pair("expect no", "The command expects \"event\", \"no event\" or \"get\"."),
+        std::pair("expect event OBJ_FOO", "\"OBJ_FOO\" is no type of an object."),
+        std::pair("expect event portId=1", "The field \"portId\" needs the type of its object."),
+        std::pair("expect event OBJ_PORT_DIN colour=red", "The command does not take the field \"colour\"."),
+        std::pair("expect event OBJ_PORT_DIN scanCode=x", "OBJ_PORT_DIN has no field \"scanCode\"."),
+        std::pair("expect event 77 portId=1", "object 77 has no field \"portId\"."),
+        std::pair("expect event OBJ_PORT_DIN portId=x", NUMBER("portId", "0", "4294967295", "x")),
+        std::pair("expect event OBJ_PORT_DIN portId=null", NUMBER("portId", "0", "4294967295", "null")),
+        std::pair("expect event OBJ_PORT_DIN portId=1 portId=2", "The field \"portId\" is given twice."),
+        std::pair("expect event OBJ_PORT_DIN inputState=high",
+                  "inputState is neither a whole number nor one of OBJ_IO_STATE_UNKNOWN, OBJ_IO_STATE_SET, "
+                  "OBJ_IO_STATE_CLEAR: \"high\"."),
+        std::pair("expect event OBJ_ANALOG_SAMPLE sample=warm",
+                  "sample is neither a decimal number that a float can hold, nor N~T, nor null: \"warm\"."),
+        std::pair("expect event OBJ_ANALOG_SAMPLE sample=1~-1",
+                  "sample is neither a decimal number that a float can hold, nor N~T, nor null: \"1~-1\"."),
+        std::pair("expect event OBJ_ANALOG_SAMPLE sample=1e39",
+                  "sample is neither a decimal number that a float can hold, nor N~T, nor null: \"1e39\"."),
+        std::pair("expect event OBJ_ACCESS label=\"a b",
+                  "The field \"label\" is no text in quotation marks, as JSON has it: \"a b."),
+        std::pair("expect event OBJ_ACCESS label=\"a\"b",
+                  "The field \"label\" is no text in quotation marks, as JSON has it: \"a\"b."),
+        std::pair("expect event OBJ_ACCESS label=\"a\\",
+                  "The field \"label\" is no text in quotation marks, as JSON has it: \"a\\."),
+        std::pair("expect event timeout=1", "The command takes within=S, not timeout=S."),
+        std::pair("expect event within=0",
+                  "within is not a number of seconds above 0 and up to 86400: \"0\"."),
+        std::pair("expect get", "The command does not say what to get."),
+        std::pair("expect get sample 1", "The command needs SEQ."),
+        std::pair("expect get din 1 outputState=1", "OBJ_PORT_DIN has no field \"outputState\"."),
+        std::pair("expect event OBJ_ACCESS serial=1", "The command does not take the field \"serial\"."),
+        std::pair("wait event OBJ_PORT_DIN portId=1", "The command does not take the field \"portId\"."),
+        std::pair("forget 1", "The command does not take \"1\"."),
+        std::pair("case", "The command needs a NAME."),
         std::pair("send", "The command needs the field \"type\"."),
         std::pair("send type=256", NUMBER("type", "0", "255", "256")),
         std::pair("send type=1 timeout=1", "The command does not take the field \"timeout\"."),

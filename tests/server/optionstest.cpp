@@ -29,12 +29,14 @@ TEST(OptionsTest, defaults)
     EXPECT_FALSE(parsed.options->commandsGiven);
     EXPECT_FALSE(parsed.options->count);
     EXPECT_FALSE(parsed.options->timeout);
+    EXPECT_FALSE(parsed.options->capture);
 }
 
 TEST(OptionsTest, allOfThem)
 {
-    const ParsedOptions parsed = parse({"--listen", "::1", "--port=0", "--count", "3", "--timeout", "0.5",
-                                        "--command", "wait device", "--command", "quit", "--verbose"});
+    const ParsedOptions parsed =
+        parse({"--listen", "::1", "--port=0", "--count", "3", "--timeout", "0.5", "--command", "wait device",
+               "--command", "quit", "--capture", "link.pcapng", "--verbose"});
     ASSERT_TRUE(parsed.options) << parsed.error;
     EXPECT_EQ(parsed.options->listen, "::1");
     EXPECT_EQ(parsed.options->port, 0);
@@ -42,6 +44,7 @@ TEST(OptionsTest, allOfThem)
     EXPECT_EQ(parsed.options->timeout, 0.5);
     EXPECT_TRUE(parsed.options->commandsGiven);
     EXPECT_EQ(parsed.options->commands, (std::vector<std::string>{"wait device", "quit"}));
+    EXPECT_EQ(parsed.options->capture, "link.pcapng");
     EXPECT_TRUE(parsed.options->verbose);
 }
 
@@ -100,5 +103,5 @@ INSTANTIATE_TEST_SUITE_P(all, WrongOptionsTest,
                                          Arguments{"--timeout", "0"}, Arguments{"--timeout", "-1"},
                                          Arguments{"--timeout", "nan"}, Arguments{"--timeout", "1,5"},
                                          Arguments{"--listen", ""}, Arguments{"--command"},
-                                         Arguments{"--commands", "/nonexistent/file"},
+                                         Arguments{"--capture"}, Arguments{"--commands", "/nonexistent/file"},
                                          Arguments{"--commands", "/"}, Arguments{"--commands", "/dev/zero"}));

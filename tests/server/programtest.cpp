@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
@@ -14,6 +15,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "junitfile.h"
 #include "linecatcher.h"
 #include "rawdevice.h"
 
@@ -147,6 +149,132 @@ TEST(ProgramTest, aSignalEndsItInTheMiddleOfACommandToo)
     EXPECT_EQ(program.wait(), 0);
 }
 
+TEST(ProgramTest, aFailedExpectationOutlivesASignalAndTheCount)
+{
+    Program program(
+        withFreePort({"--command", "expect event within=0.01", "--command", "wait device timeout=1000"}));
+    program.lines().next("reply");
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait(), 4);
+
+    Program counting(withFreePort({"--count", "1"}));
+    RawDevice device(counting.port());
+    counting.type("expect event within=0.01\n");
+    counting.lines().next("reply");
+    device.identify(1);
+    device.send(inputEvent(1));
+    EXPECT_EQ(counting.wait(), 4);
+}
+
+TEST(ProgramTest, theReportIsWrittenWhenTheCommandsAreDone)
+{
+    const JunitFile file;
+    Program program(withFreePort({"--junit", file.path(), "--command", "case one", "--command", "sleep 0",
+                                  "--command", "case two", "--command", "expect event within=0.01"}));
+    EXPECT_EQ(program.wait(), 4);
+    EXPECT_EQ(file.mistakes(), "");
+    EXPECT_EQ(file.number("count(//testcase)"), 2);
+    EXPECT_EQ(file.message("two", "failure"), "No event came within 0.01 seconds; nothing else came.");
+    EXPECT_NE(file.text("string(//testcase[1]/system-out)").find("\"command\":\"sleep 0\""),
+              std::string::npos);
+}
+
+TEST(ProgramTest, theReportIsWrittenAfterASignal)
+{
+    const JunitFile file;
+    Program program(withFreePort({"--junit", file.path(), "--command", "sleep 0", "--command",
+                                  "wait device timeout=1000", "--command", "get din"}));
+    program.lines().next("reply");
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait(), 0);
+    EXPECT_EQ(file.mistakes(), "");
+    EXPECT_EQ(file.message("wait device timeout=1000", "skipped"),
+              "The run ended before this command was done.");
+    EXPECT_EQ(file.message("get din", "skipped"), "The run ended before this command began.");
+}
+
+TEST(ProgramTest, theReportIsWrittenWhenTheTimeIsOver)
+{
+    const JunitFile file;
+    Program inCommand(withFreePort(
+        {"--junit", file.path(), "--timeout", "0.05", "--command", "sleep 1000", "--command", "help"}));
+    EXPECT_EQ(inCommand.wait(), 3);
+    EXPECT_EQ(file.mistakes(), "");
+    EXPECT_EQ(file.message("sleep 1000", "error"), "The time of the whole run is over.");
+    EXPECT_EQ(file.message("help", "skipped"), "The run ended before this command began.");
+    EXPECT_EQ(file.number("count(//testcase)"), 2);
+
+    Program idle(withFreePort({"--junit", file.path(), "--timeout", "0.05"}));
+    EXPECT_EQ(idle.wait(), 3);
+    EXPECT_EQ(file.mistakes(), "");
+    EXPECT_EQ(file.message("the run", "error"), "The time of the whole run is over.");
+}
+
+TEST(ProgramTest, theReportIsWrittenAfterSoManyMessagesAndAfterQuit)
+{
+    const JunitFile file;
+    Program counting(withFreePort({"--junit", file.path(), "--count", "1"}));
+    RawDevice device(counting.port());
+    device.identify(1);
+    device.send(inputEvent(7));
+    EXPECT_EQ(counting.wait(), 0);
+    EXPECT_EQ(file.mistakes(), "");
+    EXPECT_EQ(file.number("count(//testcase)"), 0);
+    EXPECT_NE(file.text("string(//testsuite/system-out)").find("\"portId\":7"), std::string::npos);
+
+    Program quitting(withFreePort({"--junit", file.path(), "--command", "quit", "--command", "help"}));
+    EXPECT_EQ(quitting.wait(), 0);
+    EXPECT_EQ(file.mistakes(), "");
+    EXPECT_EQ(file.number("count(//testcase[@name=\"quit\"]/skipped)"), 0);
+    EXPECT_EQ(file.number("count(//testcase[@name=\"help\"]/skipped)"), 1);
+}
+
+TEST(ProgramTest, theReportIsWrittenWhenTheServerFails)
+{
+    const JunitFile file;
+    Program first(withFreePort({}));
+    Program second({"--junit", file.path(), "--command", "sleep 0", "--port", std::to_string(first.port())});
+    EXPECT_EQ(second.wait(), 1);
+    EXPECT_EQ(file.mistakes(), "");
+    EXPECT_NE(file.message("the run", "error").find("Address already in use"), std::string::npos);
+    EXPECT_EQ(file.number("count(//testcase[@name=\"sleep 0\"]/skipped)"), 1);
+
+    Program unread(withFreePort({"--junit", file.path()}));
+    unread.port();
+    unread.lines().close();
+    unread.type("sleep 0\n");
+    EXPECT_EQ(unread.wait(), 1);
+    EXPECT_EQ(file.mistakes(), "");
+    EXPECT_EQ(file.message("the run", "error"), "Standard output cannot be written: Broken pipe.");
+}
+
+TEST(ProgramTest, aReportThatCannotBeWrittenIsOneSentenceBeforeAnythingElse)
+{
+    for (const std::string path : {"/nonexistent/report.xml", "/tmp", "/dev/null"}) {
+        Program program(withFreePort({"--junit", path, "--command", "sleep 1000"}));
+        std::string line;
+        ASSERT_TRUE(program.errors().nextText(&line));
+        EXPECT_EQ(line.rfind("zulserver: The report \"" + path + "\" cannot be written: ", 0), 0U) << line;
+        EXPECT_FALSE(program.errors().nextText(&line)) << line;
+        EXPECT_FALSE(program.lines().nextText(&line)) << line;
+        EXPECT_EQ(program.wait(), 1);
+    }
+}
+
+TEST(ProgramTest, aReportThatCannotBeWrittenAtTheEndIsToldToo)
+{
+    const JunitFile file;
+    Program program(withFreePort({"--junit", file.path()}));
+    program.port();
+    std::filesystem::remove_all(std::filesystem::path(file.path()).parent_path());
+    program.signal(SIGTERM);
+    std::string line;
+    ASSERT_TRUE(program.errors().nextText(&line));
+    EXPECT_EQ(line,
+              "zulserver: The report \"" + file.path() + "\" cannot be written: No such file or directory.");
+    EXPECT_EQ(program.wait(), 1);
+}
+
 TEST(ProgramTest, theEndOfTheInputEndsNothing)
 {
     Program program(withFreePort({}));
@@ -192,8 +320,20 @@ INSTANTIATE_TEST_SUITE_P(
         StatusRow{
             "timeoutWinsOverError", {"--command", "wait event timeout=0.01", "--command", "get device"}, 3},
         StatusRow{"quit", {"--command", "foo", "--command", "quit", "--command", "wait device"}, 2},
+        StatusRow{"failed", {"--command", "expect event within=0.01"}, 4},
+        StatusRow{"failedWinsOverAll",
+                  {"--command", "expect event within=0.01", "--command", "wait event timeout=0.01",
+                   "--command", "foo"},
+                  4},
+        StatusRow{"failedAndTheWholeRun",
+                  {"--timeout", "0.2", "--command", "expect event within=0.01", "--command", "sleep 1000"},
+                  4},
+        StatusRow{"noEventIsFine", {"--command", "expect no event within=0.01"}, 0},
+        StatusRow{"noSuchReport", {"--junit", "/nonexistent/x", "--command", "sleep 0"}, 1},
         StatusRow{"wholeRun", {"--timeout", "0.05"}, 3},
         StatusRow{"wholeRunInACommand", {"--timeout", "0.05", "--command", "wait device timeout=1000"}, 3},
+        StatusRow{
+            "wholeRunInAnExpectation", {"--timeout", "0.05", "--command", "expect event within=1000"}, 3},
         StatusRow{"help", {"--help"}, 0}, StatusRow{"version", {"--version"}, 0}),
     [](const testing::TestParamInfo<StatusRow>& row) { return row.param.name; });
 

@@ -35,7 +35,7 @@ Parsed parse(const QString& line)
     return parsed;
 }
 
-/// What was asked for, in words: device=... connection=... connect headless platform.
+/// What was asked for, in words: device=... connection=... capture=... connect headless platform.
 QString summary(const cOptions& options)
 {
     QStringList words;
@@ -44,6 +44,9 @@ QString summary(const cOptions& options)
     }
     if (options.connectionFile) {
         words.append("connection=" + QString::fromStdString(*options.connectionFile));
+    }
+    if (options.captureFile) {
+        words.append("capture=" + QString::fromStdString(*options.captureFile));
     }
     if (options.connect) {
         words.append("connect");
@@ -89,6 +92,8 @@ void TestOptions::goodLinesAreTaken_data()
                                    << "device=a.dev";
     QTest::newRow("connection") << "--connection a.con"
                                 << "connection=a.con";
+    QTest::newRow("capture") << "--capture link.pcapng"
+                             << "capture=link.pcapng";
     QTest::newRow("connect") << "--connect"
                              << "connect";
     QTest::newRow("headless") << "--headless"
@@ -153,6 +158,8 @@ void TestOptions::wrongUsageIsOneLineOfError_data()
                                                 << "a.dev";
     QTest::newRow("device without a file") << "--device"
                                            << "--device";
+    QTest::newRow("capture without a file") << "--capture"
+                                            << "--capture";
     QTest::newRow("two devices") << "--device a.dev --device b.dev"
                                  << "--device";
     QTest::newRow("connect with a value") << "--connect=host"
@@ -184,7 +191,7 @@ void TestOptions::helpNamesEveryOption()
     QCOMPARE(*parsed.outcome.exitStatus, 0);
     QCOMPARE(parsed.error, QString());
     for (const char* option : {"--device FILE", "--connection FILE", "--connect ", "--log-config FILE",
-                               "--headless", "--help", "--version"}) {
+                               "--capture FILE", "--headless", "--help", "--version"}) {
         QVERIFY2(parsed.out.contains(option), option);
     }
 }

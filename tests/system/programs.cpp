@@ -177,10 +177,12 @@ QByteArray connectionFile(int port)
            QByteArray::number(port) + "\n";
 }
 
-void startSimulator(Program* simulator, const QByteArray& device, int port)
+void startSimulator(Program* simulator, const QByteArray& device, int port,
+                    const QStringList& furtherArguments)
 {
     const QString deviceName = simulator->write("test.dev", device);
     const QString connectionName = simulator->write("test.con", connectionFile(port));
-    simulator->start(ZULBENCH_PROGRAM,
-                     {"--headless", "--device", deviceName, "--connection", connectionName, "--connect"});
+    QStringList arguments{"--headless", "--device", deviceName, "--connection", connectionName, "--connect"};
+    arguments += furtherArguments;
+    simulator->start(ZULBENCH_PROGRAM, arguments);
 }

@@ -96,6 +96,7 @@ QByteArray deviceFile(int dins, int douts, int ains, int aouts, int scanners,
 QByteArray connectionFile(int port);
 
 /// Starts the simulator without a display, with these files, connected.
-void startSimulator(Program* simulator, const QByteArray& device, int port);
+void startSimulator(Program* simulator, const QByteArray& device, int port,
+                    const QStringList& furtherArguments = {});
 
 #endif

@@ -1,0 +1,47 @@
+#ifndef WCAPTURE_PCAPNG_H
+#define WCAPTURE_PCAPNG_H
+
+// Blocks of a capture file, as the IETF draft "PCAP Next Generation (pcapng) Capture File Format"
+// (draft-ietf-opsawg-pcapng) lays them out. A file is one section header, one interface and then packets:
+//
+//   block    4  block type
+//            4  length of the whole block, a multiple of 4
+//            n  body, then options: 2 code, 2 length, value padded to a multiple of 4; 0 and 0 end them
+//            4  length of the whole block again
+//
+// The section header tells the byte order, which here is little-endian on every machine.
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace pcapng {
+
+/// Which way a packet went, as the lowest two bits of the option epb_flags say it.
+enum class eDirection : uint32_t
+{
+    INBOUND = 1,
+    OUTBOUND = 2
+};
+
+/// Who wrote the file; an empty text is left out.
+struct sWriter
+{
+    std::string hardware;
+    std::string system;
+    std::string program;
+};
+
+void appendSectionHeader(std::vector<uint8_t>* file, const sWriter& writer);
+
+/// An interface whose packets begin with their IPv4 or IPv6 header and whose times are in nanoseconds.
+void appendInterface(std::vector<uint8_t>* file, const std::string& name);
+
+/// @p timeNs counts from 1970.
+void appendPacket(std::vector<uint8_t>* file, uint64_t timeNs, eDirection direction, const uint8_t* packet,
+                  size_t size);
+
+} // namespace pcapng
+
+#endif

@@ -1,0 +1,46 @@
+#ifndef WCAPTURE_TCPPACKET_H
+#define WCAPTURE_TCPPACKET_H
+
+// Packets as they stand on a wire: an IPv4 (RFC 791) or IPv6 (RFC 8200) header, a TCP header (RFC 9293)
+// and bytes of the connection, with the checksums that belong there.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <sys/socket.h>
+#include <vector>
+
+/// One end of a TCP connection.
+struct sEndpoint
+{
+    bool isV6 = false;
+    std::array<uint8_t, 16> address{}; ///< the first 4 bytes of it for IPv4
+    uint16_t port = 0;
+
+    /// False for what is neither IPv4 nor IPv6. An IPv4 address inside an IPv6 one becomes plain IPv4.
+    static bool from(const sockaddr_storage& storage, sEndpoint* endpoint);
+};
+
+/// What of the TCP header differs from packet to packet.
+struct sTcpFields
+{
+    static constexpr uint8_t kFin = 0x01;
+    static constexpr uint8_t kSyn = 0x02;
+    static constexpr uint8_t kReset = 0x04;
+    static constexpr uint8_t kPush = 0x08;
+    static constexpr uint8_t kAck = 0x10;
+
+    uint8_t flags = 0;
+    uint32_t sequence = 0;
+    uint32_t acknowledged = 0;
+};
+
+/// The most bytes that one packet carries beside its headers; both kinds of header leave room for it.
+constexpr size_t kMaxTcpPayload = 65000;
+
+/// Appends one packet from @p from to @p to, both of one kind. One with the SYN flag says how much a
+/// packet carries at most and that windows are counted in units of 16 KiB.
+void appendTcpPacket(std::vector<uint8_t>* bytes, const sEndpoint& from, const sEndpoint& to,
+                     const sTcpFields& fields, const uint8_t* payload, size_t size);
+
+#endif

@@ -1,0 +1,24 @@
+#ifndef SERVER_REPLACEDFILE_H
+#define SERVER_REPLACEDFILE_H
+
+#include <string>
+
+namespace server {
+
+/// A file whose content is replaced as a whole: whoever reads it finds the old content or the new one.
+class ReplacedFile
+{
+public:
+    /// Looks whether the file at @p path can be replaced, or made. Returns why not, or an empty text.
+    std::string open(const std::string& path);
+
+    /// Gives the file this content. Returns why that is not possible, or an empty text.
+    std::string write(const std::string& content) const;
+
+private:
+    std::string mPath; ///< behind all symbolic links
+};
+
+} // namespace server
+
+#endif

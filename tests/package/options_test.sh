@@ -1,0 +1,90 @@
+#!/bin/bash
+# --help, the manual pages and the completion name the same options, and the server's commands likewise.
+# The completion offers files by what they are.
+# usage: options_test.sh ZULBENCH ZULSERVER MANUALS
+set -euo pipefail
+
+# shellcheck source=tests/support/checks.sh
+source "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../support/checks.sh"
+
+zulbench=$1
+zulserver=$2
+manuals=$3
+completions=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../../packaging/program/completions")
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export LC_ALL=C
+
+# One word a line, sorted.
+words() {
+    tr -s ', \t' '\n' | sed '/^$/d' | sort -u
+}
+
+options_of_help() {
+    "$1" --help | sed -n 's/^  \(-[^ ]*\).*/\1/p' | words
+}
+
+# The lines of one section of a page; a paragraph is one line.
+section() {
+    MANWIDTH=2000 man -l "$manuals/$1.1" | awk -v name="$2" '/^[A-Z]/ { inside = $0 == name; next } inside'
+}
+
+options_of_page() {
+    section "$1" OPTIONS | sed -n 's/^       \(-.*\)/\1/p' | grep -oE '(^|[ ,])--?[a-z-]+' | words
+}
+
+# What the words "$@" are completed to, the last one being begun.
+completed() {
+    (
+        # shellcheck disable=SC1090,SC1091 # the system's own, and the one under test
+        set +eu && source /usr/share/bash-completion/bash_completion && source "$completions/$1" || exit 1
+        COMP_WORDS=("$@")
+        COMP_CWORD=$(($# - 1))
+        COMP_LINE="$*"
+        COMP_POINT=${#COMP_LINE}
+        COMPREPLY=()
+        "_$1"
+        printf '%s\n' "${COMPREPLY[@]}"
+    )
+}
+
+same() { # WHAT EXPECTED ACTUAL
+    [[ -n $2 ]] || fail "$1: nothing to compare with"
+    [[ $2 == "$3" ]] || fail "$1: $(diff <(echo "$2") <(echo "$3"))"
+}
+
+options_agree() {
+    local name program
+    for program in "$zulbench" "$zulserver"; do
+        name=$(basename "$program")
+        same "$name(1)" "$(options_of_help "$program")" "$(options_of_page "$name")"
+        same "completion of $name" "$(options_of_help "$program")" "$(completed "$name" - | words)"
+        same "$name --vers" --version "$(completed "$name" --vers)"
+    done
+}
+
+commands_agree() {
+    local commands
+    # Its sentences end in a full stop.
+    commands=$("$zulserver" --port 0 --command help 2>&1 >/dev/null | sed -n '/\.$/d; s/^\([a-z]*\).*/\1/p' | sort -u)
+    same "commands of zulserver(1)" "$commands" \
+        "$(section zulserver COMMANDS | sed -n 's/^       \([a-z][a-z]*\).*/\1/p' | sort -u)"
+    same "completed commands" "$commands" "$(completed zulserver --command "" | words)"
+    same "a command in quotes" wait "$(completed zulserver --command '"w')"
+}
+
+files_are_offered_by_their_kind() {
+    mkdir "$work/folder"
+    touch "$work"/one.{dev,con,js,txt}
+    cd "$work"
+    same "devices" $'folder\none.dev' "$(completed zulbench --device "" | words)"
+    same "connections" $'folder\none.con' "$(completed zulbench --connection "" | words)"
+    same "scripts" $'folder\none.js' "$(completed zulbench --device a.dev --script "" | words)"
+    same "files of commands" "one.txt" "$(completed zulserver --commands one.t | words)"
+    [[ -z $(completed zulserver --port 5 | words) ]] || fail "something is offered for a port"
+}
+
+options_agree
+commands_agree
+files_are_offered_by_their_kind
+exit "$failed"
