@@ -23,6 +23,7 @@ Bytes encoded(const cObject& record)
     Bytes payload;
     WPayloadWriter writer(&payload);
     record.encode(&writer);
+    writer.finish();
     return payload;
 }
 

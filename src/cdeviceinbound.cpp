@@ -51,7 +51,8 @@ void answerPorts(cObject* object, uint32_t serial, const std::vector<Port*>& por
         if (trace != nullptr) {
             std::cout << trace << port->getPortId() << '\n';
         }
-        port->populateMsg(reply, request);
+        // As good as a clone: the reply is encoded before anybody can change the port.
+        reply->addBorrowed(port);
     });
 }
 

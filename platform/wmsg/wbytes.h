@@ -4,27 +4,45 @@
 // Integers in network byte order (RFC 1700, big-endian). Callers have checked that the bytes are there.
 
 #include <cstdint>
+#include <cstring>
 
 namespace wmsg {
 
-inline void put16(uint8_t* to, uint16_t value)
+inline uint16_t swap(uint16_t value) { return __builtin_bswap16(value); }
+inline uint32_t swap(uint32_t value) { return __builtin_bswap32(value); }
+inline uint64_t swap(uint64_t value) { return __builtin_bswap64(value); }
+
+/// The integer whose bytes in memory are those of @p value in network byte order; and back again.
+template <class Integer>
+Integer bigEndian(Integer value)
 {
-    to[0] = static_cast<uint8_t>(value >> 8);
-    to[1] = static_cast<uint8_t>(value);
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    return swap(value);
+#else
+    return value;
+#endif
 }
 
-inline uint16_t get16(const uint8_t* from) { return static_cast<uint16_t>((from[0] << 8) | from[1]); }
-
-inline void put32(uint8_t* to, uint32_t value)
+template <class Integer>
+void putBigEndian(uint8_t* to, Integer value)
 {
-    put16(to, static_cast<uint16_t>(value >> 16));
-    put16(to + 2, static_cast<uint16_t>(value));
+    value = bigEndian(value);
+    std::memcpy(to, &value, sizeof value);
 }
 
-inline uint32_t get32(const uint8_t* from)
+template <class Integer>
+Integer getBigEndian(const uint8_t* from)
 {
-    return (static_cast<uint32_t>(get16(from)) << 16) | get16(from + 2);
+    Integer value = 0;
+    std::memcpy(&value, from, sizeof value);
+    return bigEndian(value);
 }
+
+inline void put16(uint8_t* to, uint16_t value) { putBigEndian(to, value); }
+inline void put32(uint8_t* to, uint32_t value) { putBigEndian(to, value); }
+inline uint16_t get16(const uint8_t* from) { return getBigEndian<uint16_t>(from); }
+inline uint32_t get32(const uint8_t* from) { return getBigEndian<uint32_t>(from); }
+inline uint64_t get64(const uint8_t* from) { return getBigEndian<uint64_t>(from); }
 
 } // namespace wmsg
 

@@ -5,20 +5,35 @@
 
 #include "wmsg/wbytes.h"
 
+namespace {
+
+/// The ones' complement sum: what goes out at the top comes in at the bottom.
+uint64_t addWithCarry(uint64_t sum, uint64_t word)
+{
+    sum += word;
+    return sum + (sum < word ? 1 : 0);
+}
+
+} // namespace
+
 namespace wmsg {
 
 uint64_t checksumAdd(uint64_t sum, const uint8_t* data, size_t size)
 {
-    // 64 bits hold the carries of 2^32 words; they are folded in at the end.
-    while (size >= 4) {
-        sum += get32(data);
-        data += 4;
-        size -= 4;
+    // The sum may be taken in words twice as wide and be folded at the end (RFC 1071, section 2).
+    for (; size >= 32; size -= 32, data += 32) {
+        sum = addWithCarry(sum, get64(data));
+        sum = addWithCarry(sum, get64(data + 8));
+        sum = addWithCarry(sum, get64(data + 16));
+        sum = addWithCarry(sum, get64(data + 24));
+    }
+    for (; size >= 4; size -= 4, data += 4) {
+        sum = addWithCarry(sum, get32(data));
     }
     if (size > 0) {
         uint8_t padded[4] = {0, 0, 0, 0};
         std::memcpy(padded, data, size);
-        sum += get32(padded);
+        sum = addWithCarry(sum, get32(padded));
     }
     return sum;
 }

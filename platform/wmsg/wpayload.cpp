@@ -1,90 +1,58 @@
 #include "wmsg/wpayload.h"
 
-#include <cstring>
-
-#include "wmsg/wbytes.h"
-
-namespace {
-
-/// The length of @p text, cut to what a tag carries. A UTF-8 character is never cut in two: bytes
-/// 10xxxxxx continue one (RFC 3629).
-size_t tagTextSize(const char* text, size_t size)
-{
-    if (size <= wmsg::kMaxTextBytes) {
-        return size;
-    }
-    size = wmsg::kMaxTextBytes;
-    size_t cut = size;
-    while (cut > size - 4 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) {
-        --cut;
-    }
-    return (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80 ? size : cut;
-}
-
-} // namespace
+#include <algorithm>
 
 namespace wmsg {
 
-uint32_t numberValue(const uint8_t* value) { return get32(value); }
-
-float floatValue(const uint8_t* value)
+size_t cutTextSize(const char* text)
 {
-    const uint32_t bits = get32(value);
-    float number = 0;
-    std::memcpy(&number, &bits, sizeof number);
-    return number;
+    // A character is never cut in two: bytes 10xxxxxx continue one (RFC 3629).
+    size_t cut = kMaxTextBytes;
+    while (cut > kMaxTextBytes - 4 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80) {
+        --cut;
+    }
+    return (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80 ? kMaxTextBytes : cut;
 }
 
 } // namespace wmsg
 
-uint8_t* WPayloadWriter::grow(size_t size)
+void WPayloadWriter::grow(size_t size)
 {
-    const size_t end = mPayload->size();
-    mPayload->resize(end + size);
-    return mPayload->data() + end;
+    // Doubling keeps the work linear in what is written; a page is most messages.
+    constexpr size_t kLeast = 4096;
+    mPayload->resize(std::max({mSize + size, 2 * mPayload->size(), kLeast}));
 }
 
 void WPayloadWriter::beginObject(uint32_t type)
 {
-    mObjectStart = mPayload->size();
-    wmsg::put32(grow(wmsg::kObjectHeaderSize), type);
+    mObjectStart = mSize;
+    wmsg::putObjectHeader(room(wmsg::kObjectHeaderSize), type, 0);
+    wrote(wmsg::kObjectHeaderSize);
 }
 
 void WPayloadWriter::endObject()
 {
-    const size_t tags = mPayload->size() - mObjectStart - wmsg::kObjectHeaderSize;
+    const size_t tags = mSize - mObjectStart - wmsg::kObjectHeaderSize;
     wmsg::put32(mPayload->data() + mObjectStart + 4, static_cast<uint32_t>(tags));
 }
 
 void WPayloadWriter::putNumber(uint16_t tag, uint32_t value)
 {
-    uint8_t* to = grow(wmsg::kTagHeaderSize + 4);
-    wmsg::put16(to, tag);
-    wmsg::put16(to + 2, 4);
-    wmsg::put32(to + 4, value);
+    wmsg::putNumberTag(room(wmsg::kNumberTagSize), tag, value);
+    wrote(wmsg::kNumberTagSize);
 }
 
-void WPayloadWriter::putFloat(uint16_t tag, float value)
-{
-    uint32_t bits = 0;
-    static_assert(sizeof bits == sizeof value, "a float is its IEEE 754 pattern of 32 bits");
-    std::memcpy(&bits, &value, sizeof bits);
-    putNumber(tag, bits);
-}
+void WPayloadWriter::putFloat(uint16_t tag, float value) { putNumber(tag, wmsg::floatBits(value)); }
 
 void WPayloadWriter::putText(uint16_t tag, const char* text, size_t size)
 {
-    putBytes(tag, reinterpret_cast<const uint8_t*>(text), tagTextSize(text, size));
+    putBytes(tag, reinterpret_cast<const uint8_t*>(text), wmsg::tagTextSize(text, size));
 }
 
 void WPayloadWriter::putBytes(uint16_t tag, const uint8_t* value, size_t size)
 {
-    uint8_t* to = grow(wmsg::kTagHeaderSize + size);
-    wmsg::put16(to, tag);
-    wmsg::put16(to + 2, static_cast<uint16_t>(size));
-    if (size > 0) {
-        std::memcpy(to + wmsg::kTagHeaderSize, value, size);
-    }
+    wmsg::putBytesTag(room(wmsg::kTagHeaderSize + size), tag, value, size);
+    wrote(wmsg::kTagHeaderSize + size);
 }
 
 bool WObjectReader::next(WendleObject* object)

@@ -22,7 +22,7 @@ public:
     void setScanCode(const char* scanCode) { mScanCode.set(scanCode); }
     const char* getScanCode() const { return mScanCode.get(); }
 
-    static cFieldTable<cObjectAccess> fields();
+    static constexpr std::array<cField<cObjectAccess>, 4> table();
 
 private:
     uint32_t mDeviceSerial = 0;

@@ -2,15 +2,14 @@
 
 #include "zulobj/record_impl.h"
 
-template class cRecord<cObjectAdhocEvent, cObject, OBJ_ADHOC_EVENT>;
-
-cFieldTable<cObjectAdhocEvent> cObjectAdhocEvent::fields()
+constexpr std::array<cField<cObjectAdhocEvent>, 4> cObjectAdhocEvent::table()
 {
-    static constexpr std::array<cField<cObjectAdhocEvent>, 4> kFields = {{
+    return {{
         {TAG_DEVICE_SERIAL, &cObjectAdhocEvent::mDeviceSerial, true},
         {TAG_PORT_ID, &cObjectAdhocEvent::mPortId, true},
         {TAG_EVENT_LABEL, &cObjectAdhocEvent::mEventLabel},
         {TAG_EVENT_VALUE, &cObjectAdhocEvent::mEventValue},
     }};
-    return {kFields.data(), kFields.size()};
 }
+
+template class cRecord<cObjectAdhocEvent, cObject, OBJ_ADHOC_EVENT>;

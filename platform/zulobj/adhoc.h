@@ -22,7 +22,7 @@ public:
     void setEventValue(const char* eventValue) { mEventValue.set(eventValue); }
     const char* getEventValue() const { return mEventValue.get(); }
 
-    static cFieldTable<cObjectAdhocEvent> fields();
+    static constexpr std::array<cField<cObjectAdhocEvent>, 4> table();
 
 private:
     uint32_t mDeviceSerial = 0;

@@ -2,11 +2,9 @@
 
 #include "zulobj/record_impl.h"
 
-template class cRecord<cObjectAInput, cObjectPort, OBJ_PORT_AIN>;
-
-cFieldTable<cObjectAInput> cObjectAInput::fields()
+constexpr std::array<cField<cObjectAInput>, 11> cObjectAInput::table()
 {
-    static constexpr std::array<cField<cObjectAInput>, 6> kOwn = {{
+    constexpr std::array<cField<cObjectAInput>, 6> own = {{
         {TAG_GAIN, &cObjectAInput::mGain},
         {TAG_OFFSET, &cObjectAInput::mOffset},
         {TAG_SAMPLE_RATE, &cObjectAInput::mSampleRate},
@@ -14,6 +12,7 @@ cFieldTable<cObjectAInput> cObjectAInput::fields()
         {TAG_SAMPLED_VALUE, &cObjectAInput::mSampledValue},
         {TAG_LAST_SAMPLE_SEQ, &cObjectAInput::mLastSampleSeq},
     }};
-    static constexpr auto kFields = joinFields(portFields<cObjectAInput>(), kOwn);
-    return {kFields.data(), kFields.size()};
+    return joinFields(portFields<cObjectAInput>(), own);
 }
+
+template class cRecord<cObjectAInput, cObjectPort, OBJ_PORT_AIN>;

@@ -35,7 +35,7 @@ public:
     void setLastSampleSeq(uint32_t lastSampleSeq) { mLastSampleSeq = lastSampleSeq; }
     uint32_t getLastSampleSeq() const { return mLastSampleSeq; }
 
-    static cFieldTable<cObjectAInput> fields();
+    static constexpr std::array<cField<cObjectAInput>, 11> table();
 
 private:
     float mGain = NAN;

@@ -2,11 +2,9 @@
 
 #include "zulobj/record_impl.h"
 
-template class cRecord<cObjectAOutput, cObjectPort, OBJ_PORT_AOUT>;
-
-cFieldTable<cObjectAOutput> cObjectAOutput::fields()
+constexpr std::array<cField<cObjectAOutput>, 11> cObjectAOutput::table()
 {
-    static constexpr std::array<cField<cObjectAOutput>, 6> kOwn = {{
+    constexpr std::array<cField<cObjectAOutput>, 6> own = {{
         {TAG_GAIN, &cObjectAOutput::mGain},
         {TAG_OFFSET, &cObjectAOutput::mOffset},
         {TAG_MINIMUM_VALUE, &cObjectAOutput::mMinimumValue},
@@ -14,6 +12,7 @@ cFieldTable<cObjectAOutput> cObjectAOutput::fields()
         {TAG_DISPLAY_UNIT, &cObjectAOutput::mDisplayUnit},
         {TAG_SAMPLED_VALUE, &cObjectAOutput::mSampledValue},
     }};
-    static constexpr auto kFields = joinFields(portFields<cObjectAOutput>(), kOwn);
-    return {kFields.data(), kFields.size()};
+    return joinFields(portFields<cObjectAOutput>(), own);
 }
+
+template class cRecord<cObjectAOutput, cObjectPort, OBJ_PORT_AOUT>;

@@ -32,7 +32,7 @@ public:
     void setSampledValue(float sampledValue) { mSampledValue = sampledValue; }
     float getSampledValue() const { return mSampledValue; }
 
-    static cFieldTable<cObjectAOutput> fields();
+    static constexpr std::array<cField<cObjectAOutput>, 11> table();
 
 private:
     float mGain = NAN;

@@ -2,15 +2,14 @@
 
 #include "zulobj/record_impl.h"
 
-template class cRecord<cObjectAnalogSample, cObject, OBJ_ANALOG_SAMPLE>;
-
-cFieldTable<cObjectAnalogSample> cObjectAnalogSample::fields()
+constexpr std::array<cField<cObjectAnalogSample>, 4> cObjectAnalogSample::table()
 {
-    static constexpr std::array<cField<cObjectAnalogSample>, 4> kFields = {{
+    return {{
         {TAG_DEVICE_SERIAL, &cObjectAnalogSample::mDeviceSerial, true},
         {TAG_PORT_NUM, &cObjectAnalogSample::mPortNum, true},
         {TAG_SAMPLE, &cObjectAnalogSample::mSample},
         {TAG_SEQ_NUM, &cObjectAnalogSample::mSeqNum, true},
     }};
-    return {kFields.data(), kFields.size()};
 }
+
+template class cRecord<cObjectAnalogSample, cObject, OBJ_ANALOG_SAMPLE>;

@@ -21,7 +21,7 @@ public:
     void setSeqNum(uint32_t seqNum) { mSeqNum = seqNum; }
     uint32_t getSeqNum() const { return mSeqNum; }
 
-    static cFieldTable<cObjectAnalogSample> fields();
+    static constexpr std::array<cField<cObjectAnalogSample>, 4> table();
 
 private:
     uint32_t mDeviceSerial = 0;

@@ -21,7 +21,7 @@ public:
     void setValue(const char* value) { mValue.set(value); }
     const char* getValue() const { return mValue.get(); }
 
-    static cFieldTable<cObjectCapability> fields();
+    static constexpr std::array<cField<cObjectCapability>, 4> table();
 
 private:
     uint32_t mDeviceSerial = 0;

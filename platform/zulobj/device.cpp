@@ -2,11 +2,9 @@
 
 #include "zulobj/record_impl.h"
 
-template class cRecord<cObjectDevice, cObject, OBJ_DEVICE>;
-
-cFieldTable<cObjectDevice> cObjectDevice::fields()
+constexpr std::array<cField<cObjectDevice>, 8> cObjectDevice::table()
 {
-    static constexpr std::array<cField<cObjectDevice>, 8> kFields = {{
+    return {{
         {TAG_DEVICE_SERIAL, &cObjectDevice::mDeviceSerial, true},
         {TAG_DEVICE_LABEL, &cObjectDevice::mDeviceLabel},
         {TAG_DEVICE_TYPE, &cObjectDevice::mDeviceType},
@@ -16,5 +14,6 @@ cFieldTable<cObjectDevice> cObjectDevice::fields()
         {TAG_ANALOG_IN_COUNT, &cObjectDevice::mAnalogInCount},
         {TAG_ANALOG_OUT_COUNT, &cObjectDevice::mAnalogOutCount},
     }};
-    return {kFields.data(), kFields.size()};
 }
+
+template class cRecord<cObjectDevice, cObject, OBJ_DEVICE>;

@@ -48,7 +48,7 @@ public:
     void setAnalogOutCount(uint32_t analogOutCount) { mAnalogOutCount = analogOutCount; }
     uint32_t getAnalogOutCount() const { return mAnalogOutCount; }
 
-    static cFieldTable<cObjectDevice> fields();
+    static constexpr std::array<cField<cObjectDevice>, 8> table();
 
 private:
     uint32_t mDeviceSerial = 0;

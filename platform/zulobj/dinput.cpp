@@ -2,14 +2,13 @@
 
 #include "zulobj/record_impl.h"
 
-template class cRecord<cObjectDInput, cObjectPort, OBJ_PORT_DIN>;
-
-cFieldTable<cObjectDInput> cObjectDInput::fields()
+constexpr std::array<cField<cObjectDInput>, 7> cObjectDInput::table()
 {
-    static constexpr std::array<cField<cObjectDInput>, 2> kOwn = {{
+    constexpr std::array<cField<cObjectDInput>, 2> own = {{
         {TAG_INPUT_STATE, &cObjectDInput::mInputState},
         {TAG_DEFAULT_STATE, &cObjectDInput::mDefaultState},
     }};
-    static constexpr auto kFields = joinFields(portFields<cObjectDInput>(), kOwn);
-    return {kFields.data(), kFields.size()};
+    return joinFields(portFields<cObjectDInput>(), own);
 }
+
+template class cRecord<cObjectDInput, cObjectPort, OBJ_PORT_DIN>;

@@ -16,7 +16,7 @@ public:
     void setDefaultState(eObjectIOState defaultState) { mDefaultState = defaultState; }
     eObjectIOState getDefaultState() const { return static_cast<eObjectIOState>(mDefaultState); }
 
-    static cFieldTable<cObjectDInput> fields();
+    static constexpr std::array<cField<cObjectDInput>, 7> table();
 
 private:
     uint32_t mInputState = OBJ_IO_STATE_UNKNOWN;

@@ -2,14 +2,13 @@
 
 #include "zulobj/record_impl.h"
 
-template class cRecord<cObjectDOutput, cObjectPort, OBJ_PORT_DOUT>;
-
-cFieldTable<cObjectDOutput> cObjectDOutput::fields()
+constexpr std::array<cField<cObjectDOutput>, 7> cObjectDOutput::table()
 {
-    static constexpr std::array<cField<cObjectDOutput>, 2> kOwn = {{
+    constexpr std::array<cField<cObjectDOutput>, 2> own = {{
         {TAG_OUTPUT_STATE, &cObjectDOutput::mOutputState},
         {TAG_DEFAULT_STATE, &cObjectDOutput::mDefaultState},
     }};
-    static constexpr auto kFields = joinFields(portFields<cObjectDOutput>(), kOwn);
-    return {kFields.data(), kFields.size()};
+    return joinFields(portFields<cObjectDOutput>(), own);
 }
+
+template class cRecord<cObjectDOutput, cObjectPort, OBJ_PORT_DOUT>;

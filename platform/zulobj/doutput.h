@@ -17,7 +17,7 @@ public:
     void setDefaultState(eObjectIOState defaultState) { mDefaultState = defaultState; }
     eObjectIOState getDefaultState() const { return static_cast<eObjectIOState>(mDefaultState); }
 
-    static cFieldTable<cObjectDOutput> fields();
+    static constexpr std::array<cField<cObjectDOutput>, 7> table();
 
 private:
     uint32_t mOutputState = OBJ_IO_STATE_UNKNOWN;

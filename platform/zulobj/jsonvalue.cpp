@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string_view>
 
 namespace zulobj {
 
 namespace {
 
 /// The length of the UTF-8 character (RFC 3629) at @p text, or 0 where there is none.
-size_t characterSize(const std::string& text, size_t at)
+size_t characterSize(std::string_view text, size_t at)
 {
     // jansson knows UTF-8 by the book: overlong forms and surrogates are refused, NUL can't occur.
     for (size_t size = 1; size <= 4 && at + size <= text.size(); ++size) {
@@ -22,7 +23,7 @@ size_t characterSize(const std::string& text, size_t at)
     return 0;
 }
 
-std::string mendUTF8(const std::string& text)
+std::string mendUTF8(std::string_view text)
 {
     std::string mended;
     for (size_t at = 0; at < text.size();) {

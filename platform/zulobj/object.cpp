@@ -67,6 +67,27 @@ void cObject::encode(WPayloadWriter* writer) const
     writer->endObject();
 }
 
+void cObject::encodeRun(WPayloadWriter* writer, cRun* run) const
+{
+    for (; run->count > 0; --run->count, ++run->at) {
+        (*run->at)->encode(writer);
+    }
+}
+
+WStatus cObject::parseRun(WObjectReader* reader, cRun* run)
+{
+    WendleObject object;
+    if (!reader->next(&object)) {
+        return reader->status();
+    }
+    const WStatus status = parse(&object, nullptr);
+    if (status.isOk()) {
+        ++run->at;
+        --run->count;
+    }
+    return status;
+}
+
 std::unique_ptr<cObject> cObject::create(eObjectTypes type)
 {
     switch (type) {

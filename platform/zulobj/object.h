@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <jansson.h>
+#include <list>
 #include <memory>
 #include <vector>
 
@@ -75,6 +76,22 @@ public:
 
     /// Appends the record to a message.
     virtual void encode(WPayloadWriter* writer) const;
+
+    /// Records of one class that stand one after the other in a list.
+    struct cRun
+    {
+        std::list<cObject*>::const_iterator at;
+        size_t count;
+    };
+
+    /// Appends the records of @p *run, of which this one is the first, and takes them out of it.
+    virtual void encodeRun(WPayloadWriter* writer, cRun* run) const;
+
+    /// Fills the records of @p *run, of which this one is the first and which create() made, with the objects
+    /// of @p *reader, as long as those are of the records' type; the first one is. Nothing of a record's
+    /// former content stays. @p *run then holds the records that have not been filled: after an error the one
+    /// at fault and those behind it.
+    virtual WStatus parseRun(WObjectReader* reader, cRun* run);
 
     eObjectTypes getType() const { return mType; }
 

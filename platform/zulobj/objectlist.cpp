@@ -1,6 +1,6 @@
 #include "zulobj/objectlist.h"
 
-#include <memory>
+#include <typeinfo>
 
 #include "zulobj/jsonvalue.h"
 
@@ -23,11 +23,18 @@ cObjectList::~cObjectList() { deleteObjects(); }
 
 void cObjectList::add(cObject* object)
 {
+    mDecoded = false;
+    noteAdded(object);
     mObjects.push_back(object);
     mOwned.push_back(object);
 }
 
-void cObjectList::addBorrowed(cObject* object) { mObjects.push_back(object); }
+void cObjectList::addBorrowed(cObject* object)
+{
+    mDecoded = false;
+    noteAdded(object);
+    mObjects.push_back(object);
+}
 
 cObject* cObjectList::first()
 {
@@ -44,6 +51,7 @@ void cObjectList::deleteObjects()
     }
     mOwned.clear();
     mObjects.clear();
+    mRuns.clear();
     mNext = mObjects.end();
 }
 
@@ -51,14 +59,15 @@ WStatus cObjectList::encode(WMsg* message) const
 {
     message->type = mMsgType;
     message->event = mMsgType == kEvent;
-    message->payload.clear();
-    WPayloadWriter writer(&message->payload);
-    for (const cObject* object : mObjects) {
-        if (object == nullptr) {
-            continue;
+    WPayloadWriter writer(&message->payload, WPayloadWriter::REPLACE);
+    auto at = mObjects.begin();
+    for (const cClassRun& stretch : mRuns) {
+        cObject::cRun run{at, stretch.count};
+        if (stretch.type != nullptr) {
+            (*at)->encodeRun(&writer, &run);
         }
-        object->encode(&writer);
-        if (message->payload.size() > wmsg::kMaxMessageBytes) {
+        at = std::next(run.at, static_cast<std::ptrdiff_t>(run.count)); // nulls are left
+        if (writer.size() > wmsg::kMaxMessageBytes) {
             return WStatus::error("message", "is larger than permitted");
         }
     }
@@ -67,21 +76,76 @@ WStatus cObjectList::encode(WMsg* message) const
 
 WStatus cObjectList::decode(const WMsg& message)
 {
-    deleteObjects();
+    if (!mDecoded) {
+        deleteObjects();
+    }
     mMsgType = message.type;
     mMsgSeq = message.seq;
     mEvent = message.event;
+    mNext = mObjects.end();
     WObjectReader reader(message.payload.data(), message.payload.size());
-    WendleObject received;
-    while (reader.next(&received)) {
-        std::unique_ptr<cObject> object = cObject::create(static_cast<eObjectTypes>(received.type));
-        const WStatus status = object->parse(&received, nullptr);
-        if (!status.isOk()) {
-            return status;
-        }
-        add(object.release());
+    const WStatus status = decode(&reader);
+    mDecoded = true;
+    if (!status.isOk()) {
+        return status;
     }
+    // Fewer bytes than a header, if any, are left.
+    WendleObject rest;
+    reader.next(&rest);
     return reader.status();
+}
+
+WStatus cObjectList::decode(WObjectReader* reader)
+{
+    WStatus status = WStatus::ok();
+    auto at = mObjects.cbegin();
+    size_t stretch = 0; // begins at the record there
+    uint32_t type = 0;
+    while (status.isOk() && reader->peekType(&type)) {
+        if (stretch < mRuns.size() && (*at)->getType() == type) {
+            cObject::cRun run{at, mRuns[stretch].count};
+            status = (*at)->parseRun(reader, &run);
+            at = run.count == 0 ? run.at : truncate(run.at);
+            ++stretch;
+            continue;
+        }
+        truncate(at);
+        cObject::cRun run{append(cObject::create(static_cast<eObjectTypes>(type))), 1};
+        status = (*run.at)->parseRun(reader, &run);
+        at = truncate(run.at);
+        stretch = mRuns.size();
+    }
+    truncate(at);
+    return status;
+}
+
+void cObjectList::noteAdded(const cObject* object)
+{
+    const std::type_info* type = object == nullptr ? nullptr : &typeid(*object);
+    if (mRuns.empty() || mRuns.back().type != type) {
+        mRuns.push_back({type, 0});
+    }
+    ++mRuns.back().count;
+}
+
+std::list<cObject*>::const_iterator cObjectList::append(std::unique_ptr<cObject> object)
+{
+    noteAdded(object.get());
+    mOwned.push_back(object.get());
+    return mObjects.insert(mObjects.end(), object.release());
+}
+
+std::list<cObject*>::const_iterator cObjectList::truncate(std::list<cObject*>::const_iterator from)
+{
+    for (auto count = std::distance(from, mObjects.cend()); count > 0; --count) {
+        delete mObjects.back();
+        mObjects.pop_back();
+        mOwned.pop_back();
+        if (--mRuns.back().count == 0) {
+            mRuns.pop_back();
+        }
+    }
+    return mObjects.cend();
 }
 
 json_t* cObjectList::getJSONObj() const

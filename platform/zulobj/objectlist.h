@@ -2,6 +2,8 @@
 #define ZULOBJ_OBJECTLIST_H
 
 #include <list>
+#include <memory>
+#include <typeinfo>
 #include <vector>
 
 #include "wlog/wlog.h"
@@ -54,7 +56,8 @@ public:
     WStatus encode(WMsg* message) const;
 
     /// Replaces the content by that of a received message. After an error the list holds the records
-    /// before the one at fault.
+    /// before the one at fault. Records that an earlier decode() made are used again where type and place
+    /// fit, so pointers to them see the new content.
     WStatus decode(const WMsg& message);
 
     /// A new reference: {"msgType", "msgSeq", "objects"}, nulls left out.
@@ -64,12 +67,28 @@ public:
     WStatus parse(json_t* json);
 
 private:
+    /// Records of one class that stand one after the other; nulls have no class.
+    struct cClassRun
+    {
+        const std::type_info* type;
+        size_t count;
+    };
+
+    WStatus decode(WObjectReader* reader);
+    void noteAdded(const cObject* object);
+    std::list<cObject*>::const_iterator append(std::unique_ptr<cObject> object);
+
+    /// Frees the records from @p from on, where all are the list's own and in order. Returns the end.
+    std::list<cObject*>::const_iterator truncate(std::list<cObject*>::const_iterator from);
+
     std::list<cObject*> mObjects;
     uint8_t mMsgType = kSet;
     uint8_t mMsgSeq = 0;
     bool mEvent = false;
     std::list<cObject*>::iterator mNext;
     std::vector<cObject*> mOwned;
+    std::vector<cClassRun> mRuns; ///< all records, in order
+    bool mDecoded = false;        ///< the records are those that decode() made, all of them and in order
 };
 
 #endif

@@ -2,10 +2,6 @@
 
 #include "zulobj/record_impl.h"
 
-template class cRecord<cObjectPort, cObject, OBJ_PORT>;
+constexpr std::array<cField<cObjectPort>, 5> cObjectPort::table() { return portFields<cObjectPort>(); }
 
-cFieldTable<cObjectPort> cObjectPort::fields()
-{
-    static constexpr auto kFields = portFields<cObjectPort>();
-    return {kFields.data(), kFields.size()};
-}
+template class cRecord<cObjectPort, cObject, OBJ_PORT>;

@@ -32,7 +32,7 @@ public:
     void setPortType(uint32_t portType) { mPortType = portType; }
     uint32_t getPortType() const { return mPortType; }
 
-    static cFieldTable<cObjectPort> fields();
+    static constexpr std::array<cField<cObjectPort>, 5> table();
 
 protected:
     explicit cObjectPort(eObjectTypes type) : cRecord(type), mPortType(type) {}

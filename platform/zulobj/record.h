@@ -1,6 +1,8 @@
 #ifndef ZULOBJ_RECORD_H
 #define ZULOBJ_RECORD_H
 
+#include <array>
+
 #include "zulobj/object.h"
 #include "zulobj/text.h"
 
@@ -34,10 +36,11 @@ struct cFieldTable
     const cField<Record>* end() const { return first + count; }
 };
 
-/// Implements every operation of a record by walking the table that Record::fields() returns.
+/// Implements every operation of a record by walking the table that Record::table() returns.
 ///
 /// A record class derives from cRecord<itself, its base, its type> and writes its table; record_impl.h has
-/// the walks, which the record's source file instantiates.
+/// the walks, which the record's source file instantiates below the table. The compiler knows the table then:
+/// encoding and decoding become straight code.
 template <class Record, class Base, eObjectTypes Type>
 class cRecord : public Base
 {
@@ -52,6 +55,10 @@ public:
     cObject* clone() const override;
     cObject* cloneKey() const override;
     void encode(WPayloadWriter* writer) const override;
+    void encodeRun(WPayloadWriter* writer, cObject::cRun* run) const override;
+    WStatus parseRun(WObjectReader* reader, cObject::cRun* run) override;
+
+    static cFieldTable<Record> fields();
 
 protected:
     cRecord() : Base(Type) {}

@@ -70,6 +70,186 @@ WStatus setField(Record* record, const cField<Record>& field, const uint8_t* val
     return WStatus::ok();
 }
 
+/// What encoding and decoding know of a record's table at compile time.
+template <class Record>
+struct cCodec
+{
+    static constexpr auto kTable = Record::table();
+    using Indexes = std::make_index_sequence<kTable.size()>;
+
+    static constexpr size_t numberTags()
+    {
+        size_t count = 0;
+        for (const cField<Record>& field : kTable) {
+            count += field.text == nullptr ? 1 : 0;
+        }
+        return count;
+    }
+
+    /// The tags of a record without a text, in bytes.
+    static constexpr size_t kNumberBytes = numberTags() * wmsg::kNumberTagSize;
+    static constexpr size_t kNumberObject = wmsg::kObjectHeaderSize + kNumberBytes;
+
+    /// What a text adds to that.
+    static size_t textBytes(const cText& text)
+    {
+        if (!text.isSet()) {
+            return 0;
+        }
+        return wmsg::kTagHeaderSize + wmsg::tagTextSize(text.bytes().data(), text.bytes().size());
+    }
+
+    template <size_t I>
+    static size_t textBytesOf(const Record& record)
+    {
+        constexpr cField<Record> field = kTable[I];
+        if constexpr (field.text != nullptr) {
+            return textBytes(record.*field.text);
+        } else {
+            return 0;
+        }
+    }
+
+    template <size_t... I>
+    static size_t tagBytes(const Record& record, std::index_sequence<I...>)
+    {
+        return kNumberBytes + (textBytesOf<I>(record) + ... + 0);
+    }
+
+    template <size_t I>
+    static uint8_t* put(const Record& record, uint8_t* to)
+    {
+        constexpr cField<Record> field = kTable[I];
+        if constexpr (field.number != nullptr) {
+            return wmsg::putNumberTag(to, field.tag, record.*field.number);
+        } else if constexpr (field.real != nullptr) {
+            return wmsg::putNumberTag(to, field.tag, wmsg::floatBits(record.*field.real));
+        } else if ((record.*field.text).isSet()) {
+            const std::string_view text = (record.*field.text).bytes();
+            return wmsg::putBytesTag(to, field.tag, text.data(), wmsg::tagTextSize(text.data(), text.size()));
+        } else {
+            return to;
+        }
+    }
+
+    template <size_t... I>
+    static void putAll(const Record& record, uint8_t* to, std::index_sequence<I...>)
+    {
+        ((to = put<I>(record, to)), ...);
+    }
+
+    template <size_t I>
+    static bool lacksText(const Record& record)
+    {
+        constexpr cField<Record> field = kTable[I];
+        if constexpr (field.text != nullptr) {
+            return !(record.*field.text).isSet();
+        } else {
+            return true;
+        }
+    }
+
+    template <size_t... I>
+    static bool lacksTexts(const Record& record, std::index_sequence<I...>)
+    {
+        return (lacksText<I>(record) && ...);
+    }
+
+    template <size_t I>
+    static uint8_t* putNumber(const Record& record, uint8_t* to)
+    {
+        if constexpr (kTable[I].text != nullptr) {
+            return to;
+        } else {
+            return put<I>(record, to);
+        }
+    }
+
+    /// Writes the object of a record that lacks its texts; it takes kNumberObject bytes.
+    template <size_t... I>
+    static uint8_t* putNumbers(const Record& record, uint32_t type, uint8_t* to, std::index_sequence<I...>)
+    {
+        to = wmsg::putObjectHeader(to, type, kNumberBytes);
+        ((to = putNumber<I>(record, to)), ...);
+        return to;
+    }
+
+    static void encode(const Record& record, uint32_t type, WPayloadWriter* writer)
+    {
+        const size_t tags = tagBytes(record, Indexes());
+        uint8_t* to = writer->room(wmsg::kObjectHeaderSize + tags);
+        putAll(record, wmsg::putObjectHeader(to, type, tags), Indexes());
+        writer->wrote(wmsg::kObjectHeaderSize + tags);
+    }
+
+    /// Takes field I of an object whose tags are all the numbers of the table in order, and nothing else.
+    template <size_t I>
+    static bool takeNumber(Record* record, const uint8_t** at)
+    {
+        constexpr cField<Record> field = kTable[I];
+        if constexpr (field.text != nullptr) {
+            (record->*field.text).clear();
+            return true;
+        } else {
+            if (wmsg::get32(*at) != wmsg::numberTagHeader(field.tag)) {
+                return false;
+            }
+            if constexpr (field.number != nullptr) {
+                record->*field.number = wmsg::numberValue(*at + wmsg::kTagHeaderSize);
+            } else {
+                record->*field.real = wmsg::floatValue(*at + wmsg::kTagHeaderSize);
+            }
+            *at += wmsg::kNumberTagSize;
+            return true;
+        }
+    }
+
+    /// False, with some of the fields taken, where the tags at @p at, kNumberBytes of them, are others.
+    template <size_t... I>
+    static bool takeNumbers(Record* record, const uint8_t* at, std::index_sequence<I...>)
+    {
+        return (takeNumber<I>(record, &at) && ...);
+    }
+
+    /// Takes field I of an object whose tags stand in the table's order; a text may be absent.
+    template <size_t I>
+    static bool takeNext(Record* record, const uint8_t** at, const uint8_t* end)
+    {
+        constexpr cField<Record> field = kTable[I];
+        const size_t left = static_cast<size_t>(end - *at);
+        if constexpr (field.text != nullptr) {
+            if (left < wmsg::kTagHeaderSize || wmsg::get16(*at) != field.tag) {
+                (record->*field.text).clear();
+                return true;
+            }
+            const size_t size = wmsg::get16(*at + 2);
+            if (size > left - wmsg::kTagHeaderSize) {
+                return false;
+            }
+            (record->*field.text).set(reinterpret_cast<const char*>(*at + wmsg::kTagHeaderSize), size);
+            *at += wmsg::kTagHeaderSize + size;
+            return true;
+        } else {
+            return left >= wmsg::kNumberTagSize && takeNumber<I>(record, at);
+        }
+    }
+
+    /// False, with some of the fields taken, where the tags don't stand in the table's order.
+    template <size_t... I>
+    static bool takeAll(Record* record, const WendleObject& object, std::index_sequence<I...>)
+    {
+        const uint8_t* at = object.tags;
+        const uint8_t* end = object.tags + object.size;
+        return (takeNext<I>(record, &at, end) && ...) && at == end;
+    }
+};
+
+template <class Record, class Base, eObjectTypes Type>
+cFieldTable<Record> cRecord<Record, Base, Type>::fields()
+{
+    return {cCodec<Record>::kTable.data(), cCodec<Record>::kTable.size()};
+}
+
 template <class Record, class Base, eObjectTypes Type>
 cTagList cRecord<Record, Base, Type>::getTags() const
 {
@@ -220,18 +400,76 @@ cObject* cRecord<Record, Base, Type>::cloneKey() const
 template <class Record, class Base, eObjectTypes Type>
 void cRecord<Record, Base, Type>::encode(WPayloadWriter* writer) const
 {
-    writer->beginObject(this->getType());
-    for (const cField<Record>& field : Record::fields()) {
-        if (field.number != nullptr) {
-            writer->putNumber(field.tag, self().*field.number);
-        } else if (field.real != nullptr) {
-            writer->putFloat(field.tag, self().*field.real);
-        } else if ((self().*field.text).isSet()) {
-            const std::string& text = (self().*field.text).bytes();
-            writer->putText(field.tag, text.data(), text.size());
+    cCodec<Record>::encode(self(), Type, writer);
+}
+
+template <class Record, class Base, eObjectTypes Type>
+void cRecord<Record, Base, Type>::encodeRun(WPayloadWriter* writer, cObject::cRun* run) const
+{
+    using Codec = cCodec<Record>;
+    // What lies in the writer would be read again after every byte that is written.
+    uint8_t* to = writer->room(Codec::kNumberObject);
+    const uint8_t* last = writer->roomEnd() - Codec::kNumberObject;
+    cObject::cRun left = *run;
+    for (; left.count > 0; --left.count, ++left.at) {
+        const auto& record = static_cast<const Record&>(**left.at);
+        if (to <= last && Codec::lacksTexts(record, typename Codec::Indexes())) {
+            to = Codec::putNumbers(record, Type, to, typename Codec::Indexes());
+        } else {
+            writer->wroteTo(to);
+            Codec::encode(record, Type, writer);
+            to = writer->room(Codec::kNumberObject);
+            last = writer->roomEnd() - Codec::kNumberObject;
         }
     }
-    writer->endObject();
+    writer->wroteTo(to);
+    *run = left;
+}
+
+/// Fills the record with an object of its type whose tags are not all its numbers in order: the next one of
+/// @p objects, or where @p numbers is not null the tags there, which are as long.
+template <class Record>
+WStatus parseOther(const uint8_t* numbers, WObjectReader* objects, Record* record)
+{
+    WendleObject object{record->getType(), numbers, cCodec<Record>::kNumberBytes};
+    if (numbers == nullptr && !objects->next(&object)) {
+        return objects->status();
+    }
+    if (cCodec<Record>::takeAll(record, object, typename cCodec<Record>::Indexes())) {
+        return WStatus::ok();
+    }
+    // Tags in another order, unknown ones among them, or a fault.
+    *record = Record();
+    return record->parse(&object, nullptr);
+}
+
+template <class Record, class Base, eObjectTypes Type>
+WStatus cRecord<Record, Base, Type>::parseRun(WObjectReader* reader, cObject::cRun* run)
+{
+    using Codec = cCodec<Record>;
+    WObjectReader objects = *reader;
+    cObject::cRun left = *run;
+    WStatus status = WStatus::ok();
+    for (; left.count > 0; --left.count, ++left.at) {
+        auto& record = static_cast<Record&>(**left.at);
+        const uint8_t* numbers = objects.nextIf(Type, Codec::kNumberBytes);
+        if (numbers != nullptr && Codec::takeNumbers(&record, numbers, typename Codec::Indexes())) {
+            continue;
+        }
+        if (numbers == nullptr && !objects.nextIs(Type)) {
+            break;
+        }
+        // Nobody else knows the copy, so that it stays in registers.
+        *reader = objects;
+        status = parseOther(numbers, reader, &record);
+        objects = *reader;
+        if (!status.isOk()) {
+            break;
+        }
+    }
+    *reader = objects;
+    *run = left;
+    return status;
 }
 
 #endif

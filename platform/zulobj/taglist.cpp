@@ -18,7 +18,7 @@ void cTagList::addFloat(uint16_t tag, float value)
     addNumber(tag, bits);
 }
 
-void cTagList::addText(uint16_t tag, const std::string& text)
+void cTagList::addText(uint16_t tag, std::string_view text)
 {
     const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
     mTags.push_back(std::make_unique<WTag>(tag, bytes, text.size()));

@@ -3,6 +3,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "wmsg/wtag.h"
@@ -13,7 +14,7 @@ class cTagList
 public:
     void addNumber(uint16_t tag, uint32_t value);
     void addFloat(uint16_t tag, float value);
-    void addText(uint16_t tag, const std::string& text);
+    void addText(uint16_t tag, std::string_view text);
 
     size_t size() const { return mTags.size(); }
     const WTag& at(size_t index) const { return *mTags.at(index); }

@@ -14,11 +14,10 @@ void cText::set(const char* text)
 void cText::set(const char* text, size_t size)
 {
     // No bytes may come as a null pointer, which strnlen() must not see.
-    mText = size == 0 ? std::string() : std::string(text, strnlen(text, size));
-}
-
-const std::string& cText::bytes() const
-{
-    static const std::string none;
-    return mText ? *mText : none;
+    const size_t length = size == 0 ? 0 : strnlen(text, size);
+    if (mText) {
+        mText->assign(length == 0 ? "" : text, length);
+    } else {
+        mText.emplace(length == 0 ? "" : text, length);
+    }
 }

@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 /// A text field of a record: it tells a text never set (null) from an empty one.
 class cText
@@ -17,10 +18,13 @@ public:
     /// Copies the first @p size bytes at @p text, or those before a NUL among them.
     void set(const char* text, size_t size);
 
+    /// Makes the field a text never set again.
+    void clear() { mText.reset(); }
+
     bool isSet() const { return mText.has_value(); }
 
     /// The text's bytes, or none where it was never set.
-    const std::string& bytes() const;
+    std::string_view bytes() const { return mText ? std::string_view(*mText) : std::string_view(); }
 
     bool operator==(const cText& other) const { return mText == other.mText; }
     bool operator<(const cText& other) const { return mText < other.mText; }

@@ -1,6 +1,7 @@
 #include "zulobj/objectlist.h"
 
 #include <gtest/gtest.h>
+#include <random>
 #include <string>
 
 #include "hexbytes.h"
@@ -126,6 +127,142 @@ TEST(ObjectListTest, DecodingReplacesTheContent)
          left = sent.next(), right = received.next()) {
         EXPECT_EQ(encoded(*left), encoded(*right));
     }
+}
+
+WMsg messageOf(const cObjectList& list)
+{
+    WMsg message;
+    EXPECT_TRUE(list.encode(&message).isOk());
+    return message;
+}
+
+/// A message of each of: all sample records, fresh ones of the same types, both in turn, and one kind thrice.
+std::vector<WMsg> differentMessages()
+{
+    cObjectList full;
+    cObjectList fresh;
+    cObjectList mixed;
+    for (auto& record : sampleRecords()) {
+        fresh.add(cObject::create(record->getType()).release());
+        mixed.add(record->clone());
+        mixed.add(cObject::create(record->getType()).release());
+        full.add(record.release());
+    }
+    cObjectList thrice;
+    for (uint32_t port = 1; port <= 3; ++port) {
+        auto* input = new cObjectDInput;
+        input->setPortId(port);
+        input->setPortLabel(port == 2 ? "the second one" : nullptr);
+        thrice.add(input);
+    }
+    return {messageOf(full), messageOf(fresh), messageOf(mixed), messageOf(thrice), WMsg()};
+}
+
+TEST(ObjectListTest, DecodingAgainLeavesNothingOfTheFormerContent)
+{
+    const std::vector<WMsg> messages = differentMessages();
+    for (const WMsg& before : messages) {
+        for (const WMsg& after : messages) {
+            cObjectList list;
+            ASSERT_TRUE(list.decode(before).isOk());
+            ASSERT_TRUE(list.decode(after).isOk());
+            EXPECT_EQ(messageOf(list).payload, after.payload);
+        }
+    }
+}
+
+TEST(ObjectListTest, DecodingAgainUsesTheRecordsAgain)
+{
+    const WMsg message = differentMessages()[3];
+    cObjectList list;
+    ASSERT_TRUE(list.decode(message).isOk());
+    const cObject* first = list.first();
+    ASSERT_TRUE(list.decode(message).isOk());
+    EXPECT_EQ(list.first(), first);
+    EXPECT_EQ(list.size(), 3U);
+}
+
+TEST(ObjectListTest, RecordsThatWereAddedAreNotUsedAgain)
+{
+    int freed = 0;
+    cObjectList list;
+    ASSERT_TRUE(list.decode(differentMessages()[3]).isOk());
+    list.add(new CountedRecord(&freed));
+    ASSERT_TRUE(list.decode(differentMessages()[0]).isOk());
+    EXPECT_EQ(freed, 1);
+    EXPECT_EQ(messageOf(list).payload, differentMessages()[0].payload);
+}
+
+/// What a list says of a message, whether it could be read or not.
+std::string readInto(cObjectList* list, const WMsg& message)
+{
+    const WStatus status = list->decode(message);
+    json_t* json = list->getJSONObj();
+    char* text = json_dumps(json, 0);
+    const std::string said = status.text() + ' ' + (text != nullptr ? text : "");
+    free(text);
+    json_decref(json);
+    return said;
+}
+
+TEST(ObjectListTest, DamagedMessagesAreReadAlikeByUsedAndFreshLists)
+{
+    const std::vector<WMsg> messages = differentMessages();
+    std::mt19937 random(20261121); // the same at every run
+    cObjectList used;
+    for (int round = 0; round < 20000; ++round) {
+        WMsg message = messages[random() % messages.size()];
+        for (size_t changes = random() % 4; changes > 0 && !message.payload.empty(); --changes) {
+            message.payload[random() % message.payload.size()] = static_cast<uint8_t>(random());
+        }
+        if (random() % 8 == 0 && !message.payload.empty()) {
+            message.payload.resize(random() % message.payload.size());
+        }
+        cObjectList fresh;
+        ASSERT_EQ(readInto(&used, message), readInto(&fresh, message)) << "round " << round;
+    }
+}
+
+TEST(ObjectListTest, TagsInAnotherOrderAreReadAsWell)
+{
+    const WMsg reversed = messageOf("00 00 00 02  00 00 00 18\n"
+                                    "  00 08 00 04  00 00 00 02     ; default state\n"
+                                    "  00 02 00 04  00 00 00 07     ; port id\n"
+                                    "  00 01 00 04  00 00 03 e9     ; device serial\n");
+    cObjectList list;
+    ASSERT_TRUE(list.decode(differentMessages()[3]).isOk());
+    ASSERT_TRUE(list.decode(reversed).isOk());
+    ASSERT_EQ(list.size(), 1U);
+    const auto* input = dynamic_cast<const cObjectDInput*>(list.first());
+    ASSERT_NE(input, nullptr);
+    EXPECT_EQ(input->getDeviceSerial(), 1001U);
+    EXPECT_EQ(input->getPortId(), 7U);
+    EXPECT_EQ(input->getDefaultState(), cObject::OBJ_IO_STATE_CLEAR);
+    EXPECT_EQ(input->getInputState(), cObject::OBJ_IO_STATE_UNKNOWN);
+    EXPECT_EQ(input->getPortType(), static_cast<uint32_t>(OBJ_PORT_DIN)) << "absent, so its default";
+}
+
+TEST(ObjectListTest, AListIsItsRecordsOneAfterTheOther)
+{
+    cObjectList list;
+    std::vector<uint8_t> expected;
+    for (int round = 0; round < 3; ++round) {
+        for (auto& record : sampleRecords()) {
+            for (int again = 0; again <= round; ++again) {
+                const std::vector<uint8_t> bytes = encoded(*record);
+                expected.insert(expected.end(), bytes.begin(), bytes.end());
+                list.add(record->clone());
+                list.add(round == 2 ? nullptr : record->clone());
+                if (round != 2) {
+                    expected.insert(expected.end(), bytes.begin(), bytes.end());
+                }
+            }
+        }
+    }
+    WMsg message;
+    message.payload.assign(7, 0xEE); // is overwritten
+    ASSERT_TRUE(list.encode(&message).isOk());
+    EXPECT_EQ(message.payload, expected);
 }
 
 TEST(ObjectListTest, UnknownTypeArrivesAsPlainRecordWithItsCode)
