@@ -23,7 +23,6 @@ Bytes encoded(const cObject& record)
     Bytes payload;
     WPayloadWriter writer(&payload);
     record.encode(&writer);
-    writer.finish();
     return payload;
 }
 

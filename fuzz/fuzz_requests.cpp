@@ -396,7 +396,6 @@ private:
             writer.putText(1, "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx", input->number8() % 40);
             writer.endObject();
         }
-        writer.finish();
         mLog.add(entry.serial, entry.message);
         mExpected.push_back(std::move(entry));
         while (mExpected.size() > kLimits.messages || bytes() > kLimits.payloadBytes) {

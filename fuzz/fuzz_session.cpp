@@ -47,7 +47,6 @@ std::vector<uint8_t> deviceRecord()
     std::vector<uint8_t> payload;
     WPayloadWriter writer(&payload);
     device.encode(&writer);
-    writer.finish();
     return payload;
 }
 

@@ -20,7 +20,6 @@ std::string sent(const std::string& text)
     writer.beginObject(OBJ_ACCESS);
     writer.putText(TAG_LABEL, text.data(), text.size());
     writer.endObject();
-    writer.finish();
 
     WObjectReader objects(payload.data(), payload.size());
     WendleObject object;

@@ -18,9 +18,11 @@ size_t cutTextSize(const char* text)
 
 void WPayloadWriter::grow(size_t size)
 {
-    // Doubling keeps the work linear in what is written; a page is most messages.
+    // What is filled with zeros once is never filled again when the payload is overwritten: a page is most
+    // messages.
     constexpr size_t kLeast = 4096;
-    mPayload->resize(std::max({mSize + size, 2 * mPayload->size(), kLeast}));
+    const size_t needed = mSize + size;
+    mPayload->resize(mMode == APPEND ? needed : std::max({needed, 2 * mPayload->size(), kLeast}));
 }
 
 void WPayloadWriter::beginObject(uint32_t type)

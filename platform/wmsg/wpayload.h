@@ -91,22 +91,25 @@ inline uint8_t* putObjectHeader(uint8_t* to, uint32_t type, size_t tags)
 } // namespace wmsg
 
 /// Writes objects and their tags straight into a message's payload.
-///
-/// The payload has its size when the writer is finished or gone, and may be longer before.
 class WPayloadWriter
 {
 public:
     enum eMode
     {
         APPEND,
-        REPLACE ///< what is there is overwritten, which saves filling the room with zeros first
+        REPLACE ///< overwrites what is there; the payload has its size when the writer is finished or gone
     };
 
     /// @p payload outlives the writer.
     explicit WPayloadWriter(std::vector<uint8_t>* payload, eMode mode = APPEND)
-        : mPayload(payload), mSize(mode == APPEND ? payload->size() : 0)
+        : mPayload(payload), mMode(mode), mSize(mode == APPEND ? payload->size() : 0)
     {}
-    ~WPayloadWriter() { finish(); }
+    ~WPayloadWriter()
+    {
+        if (mMode == REPLACE) {
+            finish();
+        }
+    }
     WPayloadWriter(const WPayloadWriter&) = delete;
     WPayloadWriter& operator=(const WPayloadWriter&) = delete;
 
@@ -144,6 +147,7 @@ private:
     void grow(size_t size);
 
     std::vector<uint8_t>* mPayload;
+    const eMode mMode;
     size_t mSize;
     size_t mObjectStart = 0;
 };

@@ -236,7 +236,6 @@ TEST(RecordTest, TagsAreThoseOfTheEncoding)
             writer.putBytes(tags.at(i).number(), tags.at(i).value(), tags.at(i).size());
         }
         writer.endObject();
-        writer.finish();
         EXPECT_EQ(payload, encoded(*record));
     }
 }

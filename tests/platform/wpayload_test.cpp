@@ -16,7 +16,6 @@ std::vector<uint8_t> payloadWithText(const std::string& text)
     writer.beginObject(1);
     writer.putText(3, text.data(), text.size());
     writer.endObject();
-    writer.finish();
     return payload;
 }
 
@@ -54,7 +53,6 @@ TEST(WPayloadTest, ObjectsAndTagsStandOneAfterTheOther)
     writer.beginObject(9);
     writer.putFloat(29, -0.5F);
     writer.endObject();
-    writer.finish();
     EXPECT_EQ(payload, hexBytes("00 00 00 02  00 00 00 14       ; object type 2, 20 bytes of tags\n"
                                 "  00 01 00 04  00 00 03 e9     ; tag 1, a number\n"
                                 "  00 03 00 04  44 6f 6f 72     ; tag 3, a text\n"

@@ -113,7 +113,6 @@ inline std::vector<uint8_t> encoded(const cObject& record)
     std::vector<uint8_t> payload;
     WPayloadWriter writer(&payload);
     record.encode(&writer);
-    writer.finish();
     return payload;
 }
 
