@@ -10,7 +10,7 @@
 
 namespace {
 
-bool isUTF8(const std::string& text) { return JsonRef(json_stringn(text.data(), text.size())) != nullptr; }
+bool isUTF8(std::string_view text) { return JsonRef(json_stringn(text.data(), text.size())) != nullptr; }
 
 /// What a tag carries of @p text.
 std::string sent(const std::string& text)

@@ -27,11 +27,11 @@ namespace {
 
 void traceDevice(const QString& path, const cDeviceFile& values)
 {
-    qCDebug(tracelog::files).nospace()
-        << "device " << path << ": serial " << values.serialNumber() << ", digital inputs "
-        << values.digitalInputs << ", digital outputs " << values.digitalOutputs << ", analog inputs "
-        << values.analogInputs << ", analog outputs " << values.analogOutputs << ", scanners "
-        << values.scanners;
+    qCDebug(tracelog::files,
+            "device \"%s\": serial %u, digital inputs %u, digital outputs %u, analog inputs %u, "
+            "analog outputs %u, scanners %u",
+            qPrintable(path), values.serialNumber(), values.digitalInputs, values.digitalOutputs,
+            values.analogInputs, values.analogOutputs, values.scanners);
 }
 
 } // namespace
@@ -197,8 +197,8 @@ bool MainWindow::openConnectionFile(const QString& path)
         ui->actionEdit_Connection_Configuration->setEnabled(true);
     }
     connection.fill(*mConfig, path);
-    qCDebug(tracelog::files).nospace()
-        << "connection " << path << ": address " << connection.address << ", port " << connection.port;
+    qCDebug(tracelog::files, "connection \"%s\": address \"%s\", port \"%s\"", qPrintable(path),
+            qPrintable(connection.address), qPrintable(connection.port));
     return true;
 }
 

@@ -97,7 +97,7 @@ void scriptWorker::evaluate(const QString& program)
     });
     lookUp.start(kLookUpInterval);
     engine.setProcessEventsInterval(kEventInterval);
-    qCDebug(tracelog::scripts) << "begin" << fileName;
+    qCDebug(tracelog::scripts, "begin \"%s\"", qPrintable(fileName));
     engine.evaluate(program, fileName, 1);
     traceEnd(engine);
     mReceiver = nullptr;
@@ -106,11 +106,10 @@ void scriptWorker::evaluate(const QString& program)
 void scriptWorker::traceEnd(const QScriptEngine& engine) const
 {
     if (engine.hasUncaughtException()) {
-        qCDebug(tracelog::scripts).noquote().nospace()
-            << "failed " << fileName << ", line " << engine.uncaughtExceptionLineNumber() << ": "
-            << engine.uncaughtException().toString();
+        qCDebug(tracelog::scripts, "failed %s, line %d: %s", qPrintable(fileName),
+                engine.uncaughtExceptionLineNumber(), qPrintable(engine.uncaughtException().toString()));
     }
-    qCDebug(tracelog::scripts) << "end" << fileName;
+    qCDebug(tracelog::scripts, "end \"%s\"", qPrintable(fileName));
 }
 
 void scriptWorker::sleep(const QScriptValue& milliseconds)
