@@ -155,6 +155,22 @@ void checkTooLarge(cObject* record)
     require(!list.encode(&message).isOk(), "a message may not be larger than permitted");
 }
 
+/// A list that has been read before, from the half of the message and from all of it, reads it like @p fresh.
+void checkUsed(const WMsg& message, const cObjectList& fresh, bool readable)
+{
+    WMsg half = message;
+    half.payload.resize(half.payload.size() / 2);
+    cObjectList used;
+    const JsonRef expected(fresh.getJSONObj());
+    // What comes of the half does not count.
+    static_cast<void>(used.decode(half));
+    for (int round = 0; round < 2; ++round) {
+        require(used.decode(message).isOk() == readable, "a used list reads what a fresh one reads");
+    }
+    const JsonRef json(used.getJSONObj());
+    require(json_equal(json.get(), expected.get()) == 1, "a used list holds what a fresh one holds");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -172,6 +188,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const model::Payload expected(message.payload);
     require(status.isOk() == expected.readable(), "a message is readable by the rules alone");
     require(list.size() == expected.objects().size(), "a list holds the objects before a fault");
+    checkUsed(message, list, status.isOk());
     require(list.getMsgType() == message.type && list.getMsgSeq() == message.seq &&
                 list.getEvent() == message.event,
             "type, number and event flag are the message's");
