@@ -51,8 +51,7 @@ void answerPorts(cObject* object, uint32_t serial, const std::vector<Port*>& por
         if (trace != nullptr) {
             std::cout << trace << port->getPortId() << '\n';
         }
-        // As good as a clone: the reply is encoded before anybody can change the port.
-        reply->addBorrowed(port);
+        port->populateMsg(reply, request);
     });
 }
 
