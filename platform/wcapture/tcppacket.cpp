@@ -60,7 +60,10 @@ uint64_t pseudoHeaderSum(const sEndpoint& from, const sEndpoint& to, size_t tcpS
     const size_t size = from.isV6 ? 16 : 4;
     uint64_t sum = wmsg::checksumAdd(0, from.address.data(), size);
     sum = wmsg::checksumAdd(sum, to.address.data(), size);
-    return sum + IPPROTO_TCP + tcpSize;
+    std::array<uint8_t, 8> rest{};
+    wmsg::put32(rest.data(), static_cast<uint32_t>(tcpSize));
+    wmsg::put32(rest.data() + 4, IPPROTO_TCP);
+    return wmsg::checksumAdd(sum, rest.data(), rest.size());
 }
 
 } // namespace
