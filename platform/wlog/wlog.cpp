@@ -82,7 +82,8 @@ std::string overlooked(const Properties& properties)
         if (!isKnown(name)) {
             return "nothing is known by the name '" + name + "'";
         }
-        if (isFileAppender(name, value) && properties.count(name + ".fileName") == 0) {
+        const auto fileName = properties.find(name + ".fileName");
+        if (isFileAppender(name, value) && (fileName == properties.end() || fileName->second.empty())) {
             return name + ".fileName is missing";
         }
     }

@@ -222,6 +222,12 @@ INSTANTIATE_TEST_SUITE_P(
                                  "log4cpp.appender.out=FileAppender\n"
                                  "log4cpp.appender.out.layout=BasicLayout\n",
                                  "appender.out.fileName is missing"},
+                    SilentConfig{"EmptyFileName",
+                                 "log4cpp.rootCategory=DEBUG, out\n"
+                                 "log4cpp.appender.out=FileAppender\n"
+                                 "log4cpp.appender.out.fileName=\n"
+                                 "log4cpp.appender.out.layout=BasicLayout\n",
+                                 "appender.out.fileName is missing"},
                     SilentConfig{"UnknownAppender", "log4cpp.rootCategory=DEBUG, nowhere\n",
                                  "Appender 'nowhere' not found for category 'rootCategory'"},
                     SilentConfig{"UnknownAppenderType",
