@@ -168,6 +168,20 @@ Case protobufDecode()
             [state] { return state->message.inputs_size() == kRecords; }};
 }
 
+void fill(peers::capnproto::Inputs::Builder message, const std::vector<handwritten::Input>& from)
+{
+    auto list = message.initInputs(kRecords);
+    for (uint32_t i = 0; i < kRecords; ++i) {
+        auto to = list[i];
+        to.setDeviceSerial(from[i].deviceSerial);
+        to.setPortId(from[i].portId);
+        to.setPortStatus(from[i].portStatus);
+        to.setPortType(from[i].portType);
+        to.setInputState(from[i].inputState);
+        to.setDefaultState(from[i].defaultState);
+    }
+}
+
 Case capnpEncode()
 {
     struct State
@@ -182,17 +196,7 @@ Case capnpEncode()
                 std::memset(state->scratch.data(), 0, state->size);
                 capnp::MallocMessageBuilder builder(
                     kj::ArrayPtr<capnp::word>(state->scratch.data(), state->scratch.size()));
-                auto list = builder.initRoot<peers::capnproto::Inputs>().initInputs(kRecords);
-                for (uint32_t i = 0; i < kRecords; ++i) {
-                    auto to = list[i];
-                    const handwritten::Input& input = state->list[i];
-                    to.setDeviceSerial(input.deviceSerial);
-                    to.setPortId(input.portId);
-                    to.setPortStatus(input.portStatus);
-                    to.setPortType(input.portType);
-                    to.setInputState(input.inputState);
-                    to.setDefaultState(input.defaultState);
-                }
+                fill(builder.initRoot<peers::capnproto::Inputs>(), state->list);
                 state->words = capnp::messageToFlatArray(builder);
                 state->size = state->words.size() * sizeof(capnp::word);
             },
@@ -208,16 +212,7 @@ Case capnpDecode()
     };
     auto state = std::make_shared<State>();
     capnp::MallocMessageBuilder builder;
-    auto list = builder.initRoot<peers::capnproto::Inputs>().initInputs(kRecords);
-    const auto from = inputs();
-    for (uint32_t i = 0; i < kRecords; ++i) {
-        list[i].setDeviceSerial(from[i].deviceSerial);
-        list[i].setPortId(from[i].portId);
-        list[i].setPortStatus(from[i].portStatus);
-        list[i].setPortType(from[i].portType);
-        list[i].setInputState(from[i].inputState);
-        list[i].setDefaultState(from[i].defaultState);
-    }
+    fill(builder.initRoot<peers::capnproto::Inputs>(), inputs());
     state->words = capnp::messageToFlatArray(builder);
     return {[state] {
                 capnp::FlatArrayMessageReader reader(state->words);
