@@ -13,6 +13,7 @@ struct Run
     QJsonArray objects; ///< of the device's answers
     QByteArray trace;   ///< on the device's standard output
     QByteArray log;     ///< on its standard error
+    int status = -1;    ///< the device's
 };
 
 void setLocale(Program* program, const QString& locale, const QString& directory)
@@ -45,7 +46,7 @@ Run play(const QString& locale, const QString& directory)
     server.program().stop(SIGTERM);
     Program::waitFor([&] { return simulator.errors().contains("next attempt in"); });
     Program::waitFor([&] { return simulator.errors().contains("script "); });
-    simulator.stop(SIGTERM);
+    run.status = simulator.stop(SIGTERM);
     run.trace = simulator.output();
     run.log = simulator.errors();
     return run;
@@ -96,6 +97,8 @@ void tst_Locale::numbersAreWrittenTheSameInEveryLocale()
     QCOMPARE(plain.objects.at(1).toObject()["gain"].toDouble(), 1.5);
     QCOMPARE(plain.objects.at(2).toObject()["sampledValue"].toDouble(), 20.5);
     QCOMPARE(mGerman.trace, plain.trace);
+    QCOMPARE(mGerman.status, 0);
+    QCOMPARE(plain.status, 0);
     for (const QByteArray& log : {mGerman.log, plain.log}) {
         QVERIFY2(QRegularExpression("next attempt in [0-9]+\\.[0-9] s").match(log).hasMatch(),
                  log.constData());
