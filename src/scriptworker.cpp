@@ -38,6 +38,14 @@ constexpr int kLookUpInterval = 20;
 /// As long as any sleep may take, in milliseconds: the clock's range is finite.
 constexpr double kLongestSleep = 1e12;
 
+/// Runs one empty script. The first engine of a process makes, without a lock, what all engines share: two first
+/// ones at a time would take each other's away.
+bool prepareEngines()
+{
+    QScriptEngine().evaluate(QString());
+    return true;
+}
+
 /// What a script takes for a number of a list; 0, which is none, for anything that is not whole.
 int wholeNumber(double number)
 {
@@ -84,6 +92,7 @@ QString scriptWorker::textOf(const QByteArray& file) { return QTextStream(file).
 
 void scriptWorker::evaluate(const QString& program)
 {
+    [[maybe_unused]] static const bool prepared = prepareEngines();
     QScriptEngine engine;
     cScriptReceiver receiver(mDevice, mDoor, mStopRequest);
     mReceiver = &receiver;
