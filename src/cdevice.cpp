@@ -10,8 +10,9 @@
 #include "cdoutput.h"
 #include "checkedindex.h"
 
-cDevice::cDevice() : mObjectClient(new cObjectClient)
+cDevice::cDevice() : mObjectClient(new cObjectClient), mLinkWatch(mObjectClient)
 {
+    mObjectClient->lendTo(&mLinkWatch);
     // A page that stands on no tab would be shown in the panel's corner.
     for (QWidget* page : {&dinTab, &doutTab, static_cast<QWidget*>(&ainTab), &aoutTab, &accessTab, &adHocTab,
                           &dInputOutputTab, &aInputOutputTab}) {
@@ -40,6 +41,7 @@ cDevice::~cDevice()
     // Threads that wait at the door must be gone before anybody waits for them.
     mDoor->close();
     stopSampling();
+    mLinkWatch.stop();
     delete mObjectClient;
     for (cObjectCapability* capability : mCapabilityList) {
         delete capability;

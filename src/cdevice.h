@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "cguidoor.h"
+#include "clinkwatch.h"
 #include "zulobj/asample.h"
 #include "zulobj/capability.h"
 #include "zulobj/device.h"
@@ -58,8 +59,8 @@ public:
     /// time, starts the link anew and adds a sampling thread.
     void start(cConfig* config);
 
-    /// Receives one message of the server; any thread. Returns when the message has been handled, or at
-    /// once when the device is going away.
+    /// Receives one message of the server; any thread, mostly the GUI thread, where the client delivers.
+    /// Returns when the message has been handled, or at once when the device is going away.
     void handleObjectAction(cObjectList* msg) override;
 
     /// The port widget at 0-based @p index; a wrong one ends the program.
@@ -181,6 +182,7 @@ private:
     void samplePass();
 
     cObjectClient* mObjectClient;
+    cLinkWatch mLinkWatch;
     std::vector<cDInput*> mDigitalInputList;
     std::vector<cDOutput*> mDigitalOutputList;
     std::vector<cAInput*> mAnalogInputList;

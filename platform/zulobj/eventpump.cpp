@@ -41,11 +41,33 @@ bool cEventPump::push(std::unique_ptr<cObjectList> list, size_t bytes, uint64_t 
     if (mRefused || mStopping) {
         return false;
     }
-    mQueue.push_back({std::move(list), bytes, connection});
-    mQueuedBytes += bytes;
+    enqueue({std::move(list), bytes, connection});
     lock.unlock();
     mChanged.notify_all();
     return true;
+}
+
+void cEventPump::add(std::unique_ptr<cObjectList> list, size_t bytes, uint64_t connection)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    enqueue({std::move(list), bytes, connection});
+}
+
+bool cEventPump::hasRoom() const
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mQueuedBytes <= kMaxQueuedBytes;
+}
+
+std::unique_ptr<cObjectList> cEventPump::spareList()
+{
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        if (mSpare) {
+            return std::move(mSpare);
+        }
+    }
+    return std::make_unique<cObjectList>();
 }
 
 void cEventPump::refuse(bool refused)
@@ -81,31 +103,68 @@ bool cEventPump::delivering(uint8_t type, Delivery* delivery) const
 
 void cEventPump::run()
 {
-    Item item{};
-    std::vector<cObjectListener*> listeners;
-    while (takeNext(&item, &listeners)) {
-        // No lock is held: a listener may wait for the thread that adds one.
-        for (cObjectListener* listener : listeners) {
-            listener->handleObjectAction(item.list.get());
+    std::unique_lock<std::mutex> lock(mMutex);
+    for (;;) {
+        mChanged.wait(lock, [this] { return mStopping || mayDeliver(); });
+        if (mStopping) {
+            return;
         }
+        take();
+        lock.unlock();
+        // Whoever waits for room.
+        mChanged.notify_all();
+        deliver();
+        lock.lock();
+        finish();
     }
 }
 
-bool cEventPump::takeNext(Item* item, std::vector<cObjectListener*>* listeners)
+void cEventPump::deliverQueued()
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    mDelivering = false;
-    mChanged.wait(lock, [this] { return mStopping || (!mHeld && !mQueue.empty()); });
-    if (mStopping) {
-        return false;
+    while (!mDelivering && mayDeliver()) {
+        take();
+        lock.unlock();
+        deliver();
+        lock.lock();
+        finish();
     }
-    *item = std::move(mQueue.front());
+}
+
+/// No lock is held: a listener may wait for the thread that adds one.
+void cEventPump::deliver()
+{
+    for (cObjectListener* listener : mCalled) {
+        listener->handleObjectAction(mItem.list.get());
+    }
+    if (mItem.bytes > kMostSpareBytes || mItem.list->size() > kMostSpareRecords) {
+        mItem.list.reset();
+    }
+}
+
+/// The caller holds mMutex.
+void cEventPump::enqueue(Item item)
+{
+    mQueuedBytes += item.bytes;
+    mQueue.push_back(std::move(item));
+}
+
+/// The caller holds mMutex.
+void cEventPump::take()
+{
+    mItem = std::move(mQueue.front());
     mQueue.pop_front();
-    mQueuedBytes -= item->bytes;
-    mDelivery = {item->list->getMsgType(), item->list->getMsgSeq(), item->connection};
+    mQueuedBytes -= mItem.bytes;
+    mDelivery = {mItem.list->getMsgType(), mItem.list->getMsgSeq(), mItem.connection};
     mDelivering = true;
-    *listeners = mListeners;
-    lock.unlock();
-    mChanged.notify_all();
-    return true;
+    mCalled = mListeners;
+}
+
+/// The caller holds mMutex.
+void cEventPump::finish()
+{
+    mDelivering = false;
+    if (mItem.list) {
+        mSpare = std::move(mItem.list);
+    }
 }

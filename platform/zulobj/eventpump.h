@@ -12,7 +12,8 @@
 #include "zulobj/objectlist.h"
 #include "zulobj/objlistener.h"
 
-/// Delivers received lists to the listeners, one at a time and in order, on a thread of its own.
+/// Delivers received lists to the listeners, one at a time and in order: on a thread of its own, or, where it
+/// was not started, on the thread that calls deliverQueued().
 class cEventPump
 {
 public:
@@ -43,6 +44,21 @@ public:
     /// the list is dropped, while refuse(true) holds.
     bool push(std::unique_ptr<cObjectList> list, size_t bytes, uint64_t connection);
 
+    /// Queues like push() without waiting: the caller looks for room first, and what it then receives at once
+    /// may exceed the bound.
+    void add(std::unique_ptr<cObjectList> list, size_t bytes, uint64_t connection);
+
+    /// True while no more than kMaxQueuedBytes wait to be delivered.
+    bool hasRoom() const;
+
+    /// Delivers what is queued, or as much of it as hold() lets through, on the calling thread; one at a
+    /// time. A listener that calls it has no effect.
+    void deliverQueued();
+
+    /// A list for push() or add(): one that has been delivered, where there is one, whose records decode()
+    /// then uses again.
+    std::unique_ptr<cObjectList> spareList();
+
     /// Turns push() away, also one that waits.
     void refuse(bool refused);
 
@@ -60,8 +76,16 @@ private:
         uint64_t connection;
     };
 
+    /// A list that is larger is not kept to be used again.
+    static constexpr size_t kMostSpareRecords = 64;
+    static constexpr size_t kMostSpareBytes = 64 * 1024;
+
     void run();
-    bool takeNext(Item* item, std::vector<cObjectListener*>* listeners);
+    void deliver();
+    void enqueue(Item item);
+    void take();
+    void finish();
+    bool mayDeliver() const { return !mHeld && !mQueue.empty(); }
 
     mutable std::mutex mMutex;
     std::condition_variable mChanged;
@@ -72,9 +96,14 @@ private:
     std::vector<cObjectListener*> mListeners;
     Delivery mDelivery;
     bool mDelivering = false;
+    std::unique_ptr<cObjectList> mSpare;
     bool mRefused = false;
     bool mHeld = false;
     bool mStopping = false;
+
+    // The delivering thread's own.
+    Item mItem{};
+    std::vector<cObjectListener*> mCalled;
 
     // The owner's thread only.
     std::thread mThread;

@@ -108,6 +108,11 @@ cLinkSocket::eOutcome cLinkSocket::receive(uint8_t* buffer, size_t size, int tim
     if (poll(waits, 2, timeoutMs) <= 0 || waits[0].revents == 0) {
         return NOTHING;
     }
+    return receive(buffer, size, received);
+}
+
+cLinkSocket::eOutcome cLinkSocket::receive(uint8_t* buffer, size_t size, size_t* received)
+{
     const ssize_t count = recv(mFd, buffer, size, 0);
     if (count > 0) {
         *received = static_cast<size_t>(count);
@@ -135,19 +140,31 @@ ssize_t cLinkSocket::sendRecorded(const uint8_t* bytes, size_t size)
     return mRecord->sending(bytes, [this, bytes, size] { return ::send(mFd, bytes, size, MSG_NOSIGNAL); });
 }
 
+cLinkSocket::eOutcome cLinkSocket::sendSome(const uint8_t* bytes, size_t size, size_t* sent)
+{
+    for (;;) {
+        const ssize_t count = mRecord ? sendRecorded(bytes, size) : ::send(mFd, bytes, size, MSG_NOSIGNAL);
+        if (count > 0) {
+            *sent = static_cast<size_t>(count);
+            return DONE;
+        }
+        if (errno != EINTR) {
+            return isTransient(errno) ? NOTHING : CLOSED;
+        }
+    }
+}
+
 cLinkSocket::eOutcome cLinkSocket::sendAll(const uint8_t* bytes, size_t size, int stallMs)
 {
     while (size > 0) {
-        const ssize_t count = mRecord ? sendRecorded(bytes, size) : ::send(mFd, bytes, size, MSG_NOSIGNAL);
-        if (count > 0) {
-            bytes += count;
-            size -= static_cast<size_t>(count);
-            continue;
-        }
-        if (!isTransient(errno)) {
+        size_t sent = 0;
+        const eOutcome outcome = sendSome(bytes, size, &sent);
+        if (outcome == CLOSED) {
             return CLOSED;
         }
-        if (errno == EINTR) {
+        if (outcome == DONE) {
+            bytes += sent;
+            size -= sent;
             continue;
         }
         pollfd wait{mFd, POLLOUT, 0};

@@ -44,9 +44,17 @@ public:
         CLOSED   ///< by the peer, by shutDown() or by an error
     };
 
-    /// Waits for bytes at most @p timeoutMs, and no longer than until @p wakeFd is readable, then reads what
-    /// is there, up to @p size. @p *received is the number of bytes read when DONE.
+    /// Readable when there is something to receive; good for poll(2) only.
+    int fd() const { return mFd; }
+
+    /// Reads what is there, up to @p size, without waiting. @p *received is the number of bytes when DONE.
+    eOutcome receive(uint8_t* buffer, size_t size, size_t* received);
+
+    /// Waits for bytes at most @p timeoutMs, and no longer than until @p wakeFd is readable, then reads.
     eOutcome receive(uint8_t* buffer, size_t size, int timeoutMs, int wakeFd, size_t* received);
+
+    /// Sends what fits without waiting; @p *sent is the number of bytes when DONE.
+    eOutcome sendSome(const uint8_t* bytes, size_t size, size_t* sent);
 
     /// Sends all of it. NOTHING after @p stallMs without any progress; part of it may then have been sent.
     eOutcome sendAll(const uint8_t* bytes, size_t size, int stallMs);

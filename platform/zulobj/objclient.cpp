@@ -7,6 +7,15 @@
 
 #include "zulobj/linkclock.h"
 
+namespace {
+
+/// What is longer waits for the sending thread: sending it at once would need as much room again.
+constexpr size_t kMostAtOnce = 128 * 1024;
+
+constexpr char kClosed[] = "the connection was closed";
+
+} // namespace
+
 cObjectClient::cObjectClient(const Settings& settings)
     : cWlog("zulobj.client"),
       mSettings(settings),
@@ -35,7 +44,9 @@ bool cObjectClient::start(const char* address, int port)
     mPause.reset();
     mWakeup.reset();
     mEventPump.refuse(false);
-    mEventPump.start();
+    if (mHost == nullptr) {
+        mEventPump.start();
+    }
 
     std::unique_lock<std::mutex> lock(mMutex);
     mStarted = true;
@@ -52,6 +63,7 @@ void cObjectClient::stop()
 {
     stopLink();
     mEventPump.stop();
+    mServed.reset();
     const std::lock_guard<std::mutex> lock(mMutex);
     mStarted = false;
     cOutQueue::Entry dropped;
@@ -89,6 +101,11 @@ void cObjectClient::stopLink()
 void cObjectClient::send(cObjectList* list)
 {
     cOutQueue::Entry entry;
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        entry.message = std::exchange(mSpare, WMsg());
+    }
+    entry.message.answer = false;
     const WStatus status = list->encode(&entry.message);
     if (!status.isOk()) {
         error(("Not sent: " + status.text()).c_str());
@@ -103,7 +120,11 @@ void cObjectClient::send(cObjectList* list)
         entry.connection = delivery.connection;
         entry.numbered = true;
     }
-    queue(std::move(entry));
+    const std::lock_guard<std::mutex> lock(mMutex);
+    submit(&entry);
+    if (entry.message.payload.capacity() <= kMostAtOnce) {
+        mSpare = std::move(entry.message);
+    }
 }
 
 cObjectClient::eMsgStatus cObjectClient::get(cObjectList* request, cObjectList* answer, int timeoutMs)
@@ -157,8 +178,7 @@ cObjectClient::eMsgStatus cObjectClient::request(uint8_t type, cObjectList* list
     cMsgReg waiting;
     waiting.answer = answer;
     entry.request = &waiting;
-    mOutQueue.push(std::move(entry));
-    mTransmitChanged.notify_all();
+    submit(&entry);
     mReceiveChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs),
                              [&] { return waiting.complete || mStopping; });
     mRegistry.giveUp(&waiting);
@@ -188,31 +208,90 @@ void cObjectClient::reportFirstAttempt(bool connected)
     }
 }
 
-void cObjectClient::queue(cOutQueue::Entry entry)
+/// Sends @p *entry at once or queues it, or drops it where its connection is gone. The caller holds mMutex.
+void cObjectClient::submit(cOutQueue::Entry* entry)
 {
-    const std::lock_guard<std::mutex> lock(mMutex);
-    const bool dead = entry.connection != cOutQueue::kAnyConnection &&
-                      (entry.connection != mConnection || mSocket == nullptr || mBroken);
+    const bool dead = entry->connection != cOutQueue::kAnyConnection &&
+                      (entry->connection != mConnection || mSocket == nullptr || isBroken());
     if (!mStarted || dead) {
         return;
     }
-    mOutQueue.push(std::move(entry));
+    if (sendsAtOnce(*entry)) {
+        sendAtOnce(entry);
+        return;
+    }
+    // What was encoded into has room for more; the queue counts what is filled.
+    entry->message.payload.shrink_to_fit();
+    mOutQueue.push(std::move(*entry));
     adjustPump();
     mTransmitChanged.notify_one();
 }
 
-void cObjectClient::queuePing()
+/// True where nothing is to go before it. The caller holds mMutex.
+bool cObjectClient::sendsAtOnce(const cOutQueue::Entry& entry) const
+{
+    return mSocket && !isBroken() && !mStopping && !mTransmitting && !mBegun && mPingsUnanswered == 0 &&
+           mOutQueue.empty() && entry.message.payload.size() <= kMostAtOnce;
+}
+
+/// What the connection does not take now is left to the sending thread. The caller holds mMutex.
+void cObjectClient::sendAtOnce(cOutQueue::Entry* entry)
+{
+    giveNumber(entry);
+    mFrames.clear();
+    entry->message.appendFrames(mFrames);
+    const cLinkSocket::eOutcome outcome =
+        mSocket->sendSome(mFrames.data(), mFrames.size(), &entry->sentBytes);
+    if (outcome == cLinkSocket::CLOSED) {
+        linkBroken(entry);
+    } else if (entry->sentBytes < mFrames.size()) {
+        mBegun = std::move(*entry);
+        mTransmitChanged.notify_one();
+    }
+}
+
+/// Sending @p *unsent has broken the connection. The caller holds mMutex.
+void cObjectClient::linkBroken(cOutQueue::Entry* unsent)
+{
+    mSocket->shutDown();
+    mProblem = kClosed;
+    mReceiveChanged.notify_all();
+    giveBack(unsent);
+    mOutQueue.dropOthers(cOutQueue::kAnyConnection);
+    adjustPump();
+}
+
+/// Queues what a dead connection has not got, if another one may have it. The caller holds mMutex.
+void cObjectClient::giveBack(cOutQueue::Entry* unsent)
+{
+    if (unsent->connection == cOutQueue::kAnyConnection && unsent->request == nullptr) {
+        // Only whole messages count for the peer, so what was cut off goes out again in full.
+        unsent->sentBytes = 0;
+        mOutQueue.pushFront(std::move(*unsent));
+    }
+}
+
+void cObjectClient::sendPing()
 {
     cOutQueue::Entry entry;
     entry.message = WMsg::ping(false);
-    entry.connection = mConnection;
     entry.numbered = true;
-    queue(std::move(entry));
+    const std::lock_guard<std::mutex> lock(mMutex);
+    entry.connection = mConnection;
+    submit(&entry);
 }
 
 void cObjectClient::answerPing()
 {
+    cOutQueue::Entry entry;
+    entry.message = WMsg::ping(true);
+    entry.numbered = true;
     const std::lock_guard<std::mutex> lock(mMutex);
+    entry.connection = mConnection;
+    if (sendsAtOnce(entry)) {
+        sendAtOnce(&entry);
+        return;
+    }
     ++mPingsUnanswered;
     mTransmitChanged.notify_one();
 }
@@ -239,7 +318,7 @@ void cObjectClient::receiveLoop()
             info(logText("Connected to %s port %u", mAddress.c_str(), mPort));
             connectionUp(socket);
             warnOfDropped();
-            problem = runConnection(*socket);
+            problem = mHost == nullptr ? runConnection(*socket) : watchConnection();
             connectionDown();
         } else {
             reportFirstAttempt(false);
@@ -267,9 +346,12 @@ cObjectClient::SocketPtr cObjectClient::openConnection(std::string* problem)
 void cObjectClient::connectionUp(const SocketPtr& socket)
 {
     {
+        const std::lock_guard<std::mutex> reading(mReading);
+        mReader = WMsgReader();
+        mHeardAt = linkNowMs();
         const std::lock_guard<std::mutex> lock(mMutex);
         mSocket = socket;
-        mBroken = false;
+        mProblem.clear();
         ++mConnection;
         if (mStopping) {
             // stop() came between the attempt and now, and had no connection to shut down.
@@ -278,6 +360,7 @@ void cObjectClient::connectionUp(const SocketPtr& socket)
     }
     reportFirstAttempt(true);
     mTransmitChanged.notify_all();
+    callHost();
 }
 
 void cObjectClient::connectionDown()
@@ -285,6 +368,10 @@ void cObjectClient::connectionDown()
     const std::lock_guard<std::mutex> lock(mMutex);
     mSocket->shutDown();
     mSocket.reset();
+    if (mBegun) {
+        giveBack(&*mBegun);
+        mBegun.reset();
+    }
     mPingsUnanswered = 0;
     mOutQueue.dropOthers(cOutQueue::kAnyConnection);
     adjustPump();
@@ -292,54 +379,168 @@ void cObjectClient::connectionDown()
     mReceiveChanged.notify_all();
 }
 
+/// Reads until the connection can't go on. Returns why.
 std::string cObjectClient::runConnection(cLinkSocket& socket)
 {
-    WMsgReader reader;
-    int64_t heardAt = linkNowMs();
+    const std::lock_guard<std::mutex> reading(mReading);
     bool pinged = false;
-    while (waitForReader(&heardAt)) {
+    while (waitForReader()) {
         // A listener may have taken its time: what has come meanwhile is read before silence is judged.
-        const int patienceMs = pinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs;
-        const int64_t wait = std::max<int64_t>(heardAt + patienceMs - linkNowMs(), 0);
+        const int64_t heardAt = mHeardAt;
+        const int64_t wait = std::max<int64_t>(heardAt + patienceMs(pinged) - linkNowMs(), 0);
         size_t received = 0;
         const cLinkSocket::eOutcome outcome = socket.receive(mReceiveBuffer.data(), mReceiveBuffer.size(),
                                                              static_cast<int>(wait), mWakeup.fd(), &received);
         if (outcome == cLinkSocket::CLOSED) {
-            return "the connection was closed";
+            return kClosed;
         }
-        if (outcome == cLinkSocket::NOTHING) {
-            const int64_t nowMs = linkNowMs();
-            if (reader.overdue(nowMs)) {
-                return "a message takes too long to arrive";
-            }
-            if (pinged && nowMs - heardAt >= mSettings.giveUpAfterMs) {
-                return "the server is silent";
-            }
-            if (!pinged && nowMs - heardAt >= mSettings.pingAfterMs) {
-                queuePing();
-                pinged = true;
-            }
-            continue;
-        }
-        std::string problem = handleBytes(mReceiveBuffer.data(), received, &reader);
+        std::string problem = outcome == cLinkSocket::DONE ? handleBytes(mReceiveBuffer.data(), received)
+                                                           : judgeSilence(heardAt, &pinged);
         if (!problem.empty()) {
             return problem;
         }
-        heardAt = linkNowMs();
-        pinged = false;
+        if (outcome == cLinkSocket::DONE) {
+            mHeardAt = linkNowMs();
+            pinged = false;
+        }
     }
     return "stopped";
 }
 
+/// Leaves reading to the host, and looks after it when nothing was heard for some time. Returns why the
+/// connection can't go on.
+std::string cObjectClient::watchConnection()
+{
+    bool pinged = false;
+    for (;;) {
+        const int64_t heardAt = mHeardAt;
+        const int64_t left = heardAt + patienceMs(pinged) - linkNowMs();
+        // A peer that has answered the ping is idle again: that is looked at in time for the next one.
+        const int64_t wait = std::clamp<int64_t>(left, 0, mSettings.pingAfterMs);
+        {
+            std::unique_lock<std::mutex> lock(mMutex);
+            const auto over = [this] { return mStopping || !mProblem.empty(); };
+            if (mReceiveChanged.wait_for(lock, std::chrono::milliseconds(wait), over)) {
+                return mStopping ? "stopped" : mProblem;
+            }
+            if (answersPileUp()) {
+                // Whoever is not listened to is not silent.
+                mHeardAt = linkNowMs();
+                continue;
+            }
+        }
+        readForHost();
+        const std::lock_guard<std::mutex> reading(mReading);
+        if (mHeardAt != heardAt) {
+            pinged = false;
+            continue;
+        }
+        std::string problem = judgeSilence(heardAt, &pinged);
+        if (!problem.empty()) {
+            return problem;
+        }
+    }
+}
+
+/// How long the peer may be silent before something is done about it.
+int cObjectClient::patienceMs(bool pinged) const
+{
+    return pinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs;
+}
+
+/// Nothing has come since @p heardAt: pings the peer once. Returns why the connection can't go on, or an
+/// empty text. The caller holds mReading.
+std::string cObjectClient::judgeSilence(int64_t heardAt, bool* pinged)
+{
+    const int64_t nowMs = linkNowMs();
+    if (mReader.overdue(nowMs)) {
+        return "a message takes too long to arrive";
+    }
+    if (*pinged && nowMs - heardAt >= mSettings.giveUpAfterMs) {
+        return "the server is silent";
+    }
+    if (!*pinged && nowMs - heardAt >= mSettings.pingAfterMs) {
+        sendPing();
+        *pinged = true;
+    }
+    return {};
+}
+
+int cObjectClient::serve()
+{
+    // A listener that comes back here has its message delivered first.
+    if (!mServing) {
+        mServing = true;
+        mEventPump.deliverQueued();
+        static_cast<void>(readSome(&mServed));
+        mEventPump.deliverQueued();
+        mServing = false;
+    }
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mServed && mServed == mSocket && isReadable() ? mServed->fd() : -1;
+}
+
+/// Whether mSocket shall be read. The caller holds mMutex.
+bool cObjectClient::isReadable() const { return mSocket && !isBroken() && !answersPileUp(); }
+
+/// Whether mSocket can't go on and the receiving thread is about to drop it. The caller holds mMutex.
+bool cObjectClient::isBroken() const { return !mProblem.empty(); }
+
+/// Reads once what has come, without waiting, where there is a connection to be read: then *@p socket is
+/// that. True when something has come.
+bool cObjectClient::readSome(SocketPtr* socket)
+{
+    const std::lock_guard<std::mutex> reading(mReading);
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        *socket = isReadable() ? mSocket : nullptr;
+    }
+    if (!*socket || !mEventPump.hasRoom()) {
+        return false;
+    }
+    size_t received = 0;
+    const cLinkSocket::eOutcome outcome =
+        (*socket)->receive(mReceiveBuffer.data(), mReceiveBuffer.size(), &received);
+    std::string problem;
+    if (outcome == cLinkSocket::DONE) {
+        problem = handleBytes(mReceiveBuffer.data(), received);
+        mHeardAt = linkNowMs();
+    } else if (outcome == cLinkSocket::CLOSED) {
+        problem = kClosed;
+    }
+    if (!problem.empty()) {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mProblem = std::move(problem);
+        mReceiveChanged.notify_all();
+    }
+    return outcome == cLinkSocket::DONE;
+}
+
+/// Reads what the host leaves unread, as far as there is room for it.
+void cObjectClient::readForHost()
+{
+    SocketPtr socket;
+    while (readSome(&socket)) {
+    }
+    callHost();
+}
+
+void cObjectClient::callHost()
+{
+    if (mHost != nullptr) {
+        mHost->callServe();
+    }
+}
+
 /// Waits while the peer leaves too many answers unread; a connection that breaks has none left. False when
 /// the client stops.
-bool cObjectClient::waitForReader(int64_t* heardAt)
+bool cObjectClient::waitForReader()
 {
     std::unique_lock<std::mutex> lock(mMutex);
     if (answersPileUp()) {
         mReceiveChanged.wait(lock, [this] { return mStopping || !answersPileUp(); });
         // Whoever was not listened to has not been silent.
-        *heardAt = linkNowMs();
+        mHeardAt = linkNowMs();
     }
     return !mStopping;
 }
@@ -348,30 +549,35 @@ bool cObjectClient::waitForReader(int64_t* heardAt)
 bool cObjectClient::answersPileUp() const { return mOutQueue.connectionBytes() > mSettings.answerBytes; }
 
 /// Lets no further message be answered while answers pile up. The caller holds mMutex.
-void cObjectClient::adjustPump() { mEventPump.hold(answersPileUp()); }
-
-/// Returns why the connection can't go on, or an empty text.
-std::string cObjectClient::handleBytes(const uint8_t* data, size_t size, WMsgReader* reader)
+void cObjectClient::adjustPump()
 {
-    WMsg message;
+    const bool hold = answersPileUp();
+    mEventPump.hold(hold);
+    if (std::exchange(mHolding, hold) && !hold) {
+        callHost();
+    }
+}
+
+/// Returns why the connection can't go on, or an empty text. The caller holds mReading.
+std::string cObjectClient::handleBytes(const uint8_t* data, size_t size)
+{
     for (;;) {
-        const WMsgReader::eResult result = reader->read(&data, &size, linkNowMs(), &message);
+        const WMsgReader::eResult result = mReader.read(&data, &size, linkNowMs(), &mReceived);
         if (result == WMsgReader::BROKEN) {
-            return "received bytes make no sense: " + reader->status().text();
+            return "received bytes make no sense: " + mReader.status().text();
         }
         if (result == WMsgReader::MORE) {
             return {};
         }
         mPause.reset();
-        const size_t bytes = message.payload.size() + wmsg::kHeaderSize;
-        if (!handleMessage(std::move(message), bytes)) {
+        if (!handleMessage(mReceived)) {
             return "stopped";
         }
     }
 }
 
-/// False when the client stops.
-bool cObjectClient::handleMessage(WMsg&& message, size_t bytes)
+/// False when the client stops. The caller holds mReading.
+bool cObjectClient::handleMessage(const WMsg& message)
 {
     if (message.control) {
         if (!message.answer && message.type == wmsg::kControlPing) {
@@ -383,14 +589,22 @@ bool cObjectClient::handleMessage(WMsg&& message, size_t bytes)
         handleAnswer(message);
         return true;
     }
-    auto list = std::make_unique<cObjectList>();
+    std::unique_ptr<cObjectList> list = mEventPump.spareList();
     const WStatus status = list->decode(message);
     if (!status.isOk()) {
         warn(logText("A message of type %u was not understood: %s", message.type, status.text().c_str()));
         return true;
     }
-    message = WMsg();
-    return mEventPump.push(std::move(list), bytes, mConnection);
+    const size_t bytes = message.payload.size() + wmsg::kHeaderSize;
+    if (bytes > WMsgReader::kMostDoubled) {
+        // A large message need not exist twice.
+        mReceived = WMsg();
+    }
+    if (mHost == nullptr) {
+        return mEventPump.push(std::move(list), bytes, mConnection);
+    }
+    mEventPump.add(std::move(list), bytes, mConnection);
+    return true;
 }
 
 void cObjectClient::handleAnswer(const WMsg& message)
@@ -406,9 +620,15 @@ void cObjectClient::handleAnswer(const WMsg& message)
     mReceiveChanged.notify_all();
 }
 
+int cObjectClient::nextPause()
+{
+    const std::lock_guard<std::mutex> reading(mReading);
+    return mPause.next();
+}
+
 void cObjectClient::pause(const std::string& problem)
 {
-    const int pauseMs = mPause.next();
+    const int pauseMs = nextPause();
     warn(logText("No link to %s port %u: %s; next attempt in %.1f s", mAddress.c_str(), mPort,
                  problem.c_str(), pauseMs / 1000.0));
     std::unique_lock<std::mutex> lock(mMutex);
@@ -420,18 +640,15 @@ void cObjectClient::sendLoop()
     cOutQueue::Entry entry;
     SocketPtr socket;
     while (takeNext(&entry, &socket)) {
-        const bool sent = transmit(entry.message, *socket);
+        const bool sent = transmit(entry, *socket);
         const std::lock_guard<std::mutex> lock(mMutex);
+        mTransmitting = false;
         if (!sent) {
             socket->shutDown();
-            // Only whole messages count for the peer, so what was cut off goes out again in full.
-            if (entry.connection == cOutQueue::kAnyConnection && entry.request == nullptr) {
-                mOutQueue.pushFront(std::move(entry));
-            }
             if (mSocket == socket) {
-                mBroken = true;
-                mOutQueue.dropOthers(cOutQueue::kAnyConnection);
-                adjustPump();
+                linkBroken(&entry);
+            } else {
+                giveBack(&entry);
             }
         }
         mReceiveChanged.notify_all();
@@ -444,12 +661,19 @@ bool cObjectClient::takeNext(cOutQueue::Entry* entry, SocketPtr* socket)
 {
     std::unique_lock<std::mutex> lock(mMutex);
     mTransmitChanged.wait(lock, [this] {
-        return mStopping || (mSocket && !mBroken && (mPingsUnanswered > 0 || !mOutQueue.empty()));
+        return mStopping ||
+               (mSocket && !isBroken() && (mBegun || mPingsUnanswered > 0 || !mOutQueue.empty()));
     });
     if (mStopping) {
         return false;
     }
     *socket = mSocket;
+    mTransmitting = true;
+    if (mBegun) {
+        *entry = std::move(*mBegun);
+        mBegun.reset();
+        return true;
+    }
     if (mPingsUnanswered > 0) {
         --mPingsUnanswered;
         *entry = cOutQueue::Entry();
@@ -479,14 +703,18 @@ void cObjectClient::giveNumber(cOutQueue::Entry* entry)
     }
 }
 
-bool cObjectClient::transmit(const WMsg& message, cLinkSocket& socket)
+bool cObjectClient::transmit(const cOutQueue::Entry& entry, cLinkSocket& socket)
 {
-    const size_t segments = message.segmentCount();
-    for (size_t segment = 0; segment < segments; ++segment) {
-        const size_t size = message.segmentMessage(segment, mTransmitBuffer.data());
-        if (socket.sendAll(mTransmitBuffer.data(), size, mSettings.giveUpAfterMs) != cLinkSocket::DONE) {
+    // Every segment but the last one is full.
+    size_t done = entry.sentBytes % wmsg::kMaxSegmentSize;
+    const size_t segments = entry.message.segmentCount();
+    for (size_t segment = entry.sentBytes / wmsg::kMaxSegmentSize; segment < segments; ++segment) {
+        const size_t size = entry.message.segmentMessage(segment, mTransmitBuffer.data());
+        if (socket.sendAll(mTransmitBuffer.data() + done, size - done, mSettings.giveUpAfterMs) !=
+            cLinkSocket::DONE) {
             return false;
         }
+        done = 0;
     }
     return true;
 }

@@ -2,17 +2,21 @@
 #define ZULOBJ_OBJCLIENT_H
 
 #include <array>
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "wlog/wlog.h"
 #include "wmsg/wmsg.h"
 #include "wmsg/wmsgreader.h"
 #include "zulobj/eventpump.h"
+#include "zulobj/linkhost.h"
 #include "zulobj/linksocket.h"
 #include "zulobj/msgreg.h"
 #include "zulobj/objectlist.h"
@@ -23,7 +27,9 @@
 /// Keeps a device's connection to the monitoring server.
 ///
 /// Once started it connects, connects again after every loss, pings an idle peer and gives up on a silent
-/// one. docs/protocol.md describes the life of a connection.
+/// one. docs/protocol.md describes the life of a connection. By itself it reads on one thread and calls its
+/// listeners on another; with a host both happen on the host's thread, and while that one is busy for long
+/// the client's own reads on, so that the peer's pings are answered.
 class cObjectClient : public cWlog
 {
 public:
@@ -59,6 +65,15 @@ public:
     /// Records every connection that comes from now on in @p file, or none where it is null.
     void recordTo(std::shared_ptr<cCaptureFile> file);
 
+    /// Has @p host read the connection and call the listeners; it outlives the client. Once, before start();
+    /// start(), stop() and serve() are then for the host's thread only.
+    void lendTo(cLinkHost* host) { mHost = host; }
+
+    /// Reads what has come and delivers it to the listeners, without waiting. To be called when the host is
+    /// told so, and when the descriptor that it returned last is readable; -1 means to wait for callServe().
+    /// The descriptor stays open until the next call, or stop().
+    int serve();
+
     /// Starts the threads and the first attempt to connect to @p address, a name or a number, and @p port,
     /// 0 to 65535. True when the connection stands within 3 seconds. False does not mean the end: the
     /// client goes on trying, unless the address is null or empty or the port out of range, which starts
@@ -69,9 +84,10 @@ public:
     /// Ends the connection and joins every thread. What waits to be sent is dropped.
     void stop();
 
-    /// Copies what it needs from @p list and queues it; any thread may call. A list of type 0 or 1 that is
-    /// sent while a message of the same type is being delivered is the answer to that message. Events wait
-    /// for the link, oldest dropped first when too many do. A client that was never started drops all.
+    /// Copies what it needs from @p list and sends it, as far as the connection takes it without waiting, or
+    /// queues it; any thread may call. A list of type 0 or 1 that is sent while a message of the same type is
+    /// being delivered is the answer to that message. Events wait for the link, oldest dropped first when too
+    /// many do. A client that was never started drops all.
     void send(cObjectList* list);
 
     /// Send @p request as a request or a set and wait for the answer, which replaces the content of
@@ -92,28 +108,45 @@ private:
     void receiveLoop();
     SocketPtr openConnection(std::string* problem);
     std::string runConnection(cLinkSocket& socket);
-    std::string handleBytes(const uint8_t* data, size_t size, WMsgReader* reader);
-    bool handleMessage(WMsg&& message, size_t bytes);
+    std::string watchConnection();
+    std::string judgeSilence(int64_t heardAt, bool* pinged);
+    int patienceMs(bool pinged) const;
+    std::string handleBytes(const uint8_t* data, size_t size);
+    bool handleMessage(const WMsg& message);
     void handleAnswer(const WMsg& message);
     void connectionUp(const SocketPtr& socket);
     void connectionDown();
     void pause(const std::string& problem);
-    bool waitForReader(int64_t* heardAt);
+    int nextPause();
+    void callHost();
+    bool waitForReader();
     bool answersPileUp() const;
     void adjustPump();
+
+    // The host's thread, and the receiving one where the host is busy.
+    bool isReadable() const;
+    bool isBroken() const;
+    bool readSome(SocketPtr* socket);
+    void readForHost();
 
     // The sending thread.
     void sendLoop();
     bool takeNext(cOutQueue::Entry* entry, SocketPtr* socket);
-    bool transmit(const WMsg& message, cLinkSocket& socket);
+    bool transmit(const cOutQueue::Entry& entry, cLinkSocket& socket);
+
+    // Any thread that sends.
+    void submit(cOutQueue::Entry* entry);
+    bool sendsAtOnce(const cOutQueue::Entry& entry) const;
+    void sendAtOnce(cOutQueue::Entry* entry);
+    void linkBroken(cOutQueue::Entry* unsent);
+    void giveBack(cOutQueue::Entry* unsent);
     void giveNumber(cOutQueue::Entry* entry);
 
     void stopLink();
     std::shared_ptr<cCaptureFile> capture() const;
     bool stopping() const;
     void reportFirstAttempt(bool connected);
-    void queue(cOutQueue::Entry entry);
-    void queuePing();
+    void sendPing();
     void answerPing();
     void warnOfDropped();
     eMsgStatus request(uint8_t type, cObjectList* list, cObjectList* answer, int timeoutMs);
@@ -121,12 +154,25 @@ private:
     const Settings mSettings;
     cEventPump mEventPump;
     cWakeup mWakeup;
+    cLinkHost* mHost = nullptr; ///< set before the threads start
 
-    // The receiving thread's own; start() sets the first three before that thread runs.
+    // The receiving thread's own; start() sets them before that thread runs.
     std::string mAddress;
     uint16_t mPort = 0;
-    cReconnectPause mPause;
+
+    std::mutex mReading; ///< taken before mMutex
+
+    // Guarded by mReading. mConnection changes under both, so that either is enough to look at it.
+    WMsgReader mReader;
+    WMsg mReceived;
     std::array<uint8_t, 2048> mReceiveBuffer{};
+    cReconnectPause mPause;
+
+    std::atomic<int64_t> mHeardAt{0}; ///< when the peer was heard last, by linkNowMs()
+
+    // The host's thread's own.
+    SocketPtr mServed; ///< kept open as long as the host may be watching it
+    bool mServing = false;
 
     // The sending thread's own.
     std::array<uint8_t, wmsg::kMaxSegmentSize> mTransmitBuffer{};
@@ -146,10 +192,15 @@ private:
     } mFirstAttempt = eAttempt::PENDING;
     std::shared_ptr<cCaptureFile> mCapture; ///< null while nothing is recorded
     SocketPtr mSocket;
-    bool mBroken = false;     ///< sending on mSocket failed; the receiving thread is about to drop it
+    std::string mProblem;     ///< why mSocket can't go on, or empty
     uint64_t mConnection = 0; ///< counts connections from 1; 0 before the first
     cOutQueue mOutQueue;
-    uint64_t mPingsUnanswered = 0; ///< answered as far as the peer reads; a number needs no room
+    std::optional<cOutQueue::Entry> mBegun; ///< mSocket has got a part of it
+    bool mTransmitting = false;             ///< the sending thread is in the middle of a message
+    bool mHolding = false;                  ///< answers piled up when that was last looked at
+    uint64_t mPingsUnanswered = 0;          ///< answered as far as the peer reads; a number needs no room
+    WMsg mSpare;                            ///< what the next list is encoded into
+    std::vector<uint8_t> mFrames;           ///< what is being sent at once
     cMsgRegistry mRegistry;
     size_t mOutstanding = 0; ///< requests that somebody waits for, queued or sent
     uint8_t mCurrMsgSeq = 0;

@@ -24,6 +24,7 @@ public:
         uint64_t connection = kAnyConnection;
         bool numbered = false;      ///< the sequence number has been given
         cMsgReg* request = nullptr; ///< the outstanding request that this message is; borrowed
+        size_t sentBytes = 0;       ///< how much of its segments its connection has got
     };
 
     explicit cOutQueue(size_t maxBytes) : mMaxBytes(maxBytes) {}

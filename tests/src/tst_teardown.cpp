@@ -5,11 +5,12 @@
 #include "testdevice.h"
 
 #include <atomic>
+#include <future>
 #include <thread>
 
 namespace {
 
-/// A device that tells when the link's thread has come to it with a message.
+/// A device that tells when a thread has come to it with a message.
 class WatchedDevice : public cDevice
 {
 public:
@@ -62,9 +63,10 @@ private slots:
     void aConnectedDeviceEndsItsConnection();
     void aDeviceThatCouldNotConnect();
     void underRequestsAsFastAsTheyCome();
-    void whileTheLinkWaitsAtTheDoor();
+    void whileAMessageWaitsToBeRead();
+    void whileAnotherThreadWaitsAtTheDoor();
     void whileASamplingThreadWaitsAtTheDoor();
-    void startingAgainWhileTheLinkWaitsAtTheDoor();
+    void startingAgainWhileAMessageWaitsToBeRead();
     void eventsThatWaitForTheLink();
     void oneDeviceAfterAnother();
 };
@@ -113,19 +115,36 @@ void TestTeardown::underRequestsAsFastAsTheyCome()
     QTRY_VERIFY_WITH_TIMEOUT(!server.hasClient(), 30000);
 }
 
-void TestTeardown::whileTheLinkWaitsAtTheDoor()
+void TestTeardown::whileAMessageWaitsToBeRead()
 {
     const ConsoleCapture console;
-    std::atomic<int> arrivals{0};
     TestServer server;
-    auto device = makeWatched(&arrivals);
+    auto device = makeDevice({1, 1, 1, 1, 1});
     QVERIFY(connectTo(*device, server));
     cObjectDevice request = wildcardRequest();
     server.send(cObjectList::kRequest, 1, {&request});
-    QVERIFY(waitOutside(arrivals));
     device.reset();
     QCOMPARE(console.text(), QByteArray());
     QTRY_VERIFY_WITH_TIMEOUT(!server.hasClient(), 30000);
+}
+
+void TestTeardown::whileAnotherThreadWaitsAtTheDoor()
+{
+    const ConsoleCapture console;
+    std::atomic<int> arrivals{0};
+    auto device = makeWatched(&arrivals);
+    auto caller = std::async(std::launch::async, [&device] {
+        cObjectDevice request = wildcardRequest();
+        cObjectList list;
+        list.setMsgType(cObjectList::kRequest);
+        list.addBorrowed(&request);
+        device->handleObjectAction(&list);
+    });
+    QVERIFY(waitOutside(arrivals));
+    device->door()->close();
+    caller.get();
+    device.reset();
+    QCOMPARE(console.text(), QByteArray());
 }
 
 void TestTeardown::whileASamplingThreadWaitsAtTheDoor()
@@ -143,16 +162,14 @@ void TestTeardown::whileASamplingThreadWaitsAtTheDoor()
     QCOMPARE(console.text(), QByteArray());
 }
 
-void TestTeardown::startingAgainWhileTheLinkWaitsAtTheDoor()
+void TestTeardown::startingAgainWhileAMessageWaitsToBeRead()
 {
     const ConsoleCapture console;
-    std::atomic<int> arrivals{0};
     TestServer server;
-    const auto device = makeWatched(&arrivals);
+    const auto device = makeDevice({1, 1, 1, 1, 1});
     QVERIFY(connectTo(*device, server));
     cObjectDevice request = wildcardRequest();
     server.send(cObjectList::kRequest, 1, {&request});
-    QVERIFY(waitOutside(arrivals));
     QVERIFY(connectTo(*device, server));
 
     server.send(cObjectList::kRequest, 2, {&request});

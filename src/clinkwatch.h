@@ -1,0 +1,40 @@
+#ifndef CLINKWATCH_H
+#define CLINKWATCH_H
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <memory>
+
+#include "zulobj/linkhost.h"
+#include "zulobj/wakeup.h"
+
+class cObjectClient;
+
+/// Has the GUI thread read a client's connection and deliver what came, whenever there is something.
+///
+/// GUI thread only, but for callServe(). It outlives the client.
+class cLinkWatch : public QObject, public cLinkHost
+{
+public:
+    explicit cLinkWatch(cObjectClient* client);
+
+    void callServe() override { mBell.wake(); }
+
+    /// Leaves the client alone from now on: it is about to go.
+    void stop();
+
+private:
+    void answerBell();
+    void serve();
+    void watch(int fd);
+
+    cObjectClient* mClient;
+
+    // A descriptor wakes the GUI thread: what passes through Qt's own queue of events is invisible to the race
+    // checker.
+    cWakeup mBell;
+    QSocketNotifier mBellRings;
+    std::unique_ptr<QSocketNotifier> mReadable; ///< of the connection; null while it is not to be watched
+};
+
+#endif
