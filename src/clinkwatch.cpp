@@ -1,12 +1,19 @@
 #include "clinkwatch.h"
 
+#include <QEvent>
+
 #include "zulobj/objclient.h"
 
-cLinkWatch::cLinkWatch(cObjectClient* client)
-    : mClient(client), mBellRings(mBell.fd(), QSocketNotifier::Read)
+bool cLinkWatch::cReadable::event(QEvent* event)
 {
-    connect(&mBellRings, &QSocketNotifier::activated, this, &cLinkWatch::answerBell);
+    if (event->type() != QEvent::SockAct) {
+        return QSocketNotifier::event(event);
+    }
+    mWatch->serve(*this);
+    return true;
 }
+
+cLinkWatch::cLinkWatch(cObjectClient* client) : mClient(client), mBellRings(mBell.fd(), this) {}
 
 void cLinkWatch::stop()
 {
@@ -14,14 +21,11 @@ void cLinkWatch::stop()
     watch(-1);
 }
 
-void cLinkWatch::answerBell()
+void cLinkWatch::serve(const QSocketNotifier& reason)
 {
-    mBell.reset();
-    serve();
-}
-
-void cLinkWatch::serve()
-{
+    if (&reason == &mBellRings) {
+        mBell.reset();
+    }
     const int fd = mClient->serve();
     if (fd != (mReadable ? mReadable->socket() : -1)) {
         watch(fd);
@@ -36,7 +40,6 @@ void cLinkWatch::watch(int fd)
         mReadable.release()->deleteLater();
     }
     if (fd >= 0) {
-        mReadable = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
-        connect(mReadable.get(), &QSocketNotifier::activated, this, &cLinkWatch::serve);
+        mReadable = std::make_unique<cReadable>(fd, this);
     }
 }

@@ -1,7 +1,6 @@
 #ifndef CLINKWATCH_H
 #define CLINKWATCH_H
 
-#include <QObject>
 #include <QSocketNotifier>
 #include <memory>
 
@@ -13,7 +12,7 @@ class cObjectClient;
 /// Has the GUI thread read a client's connection and deliver what came, whenever there is something.
 ///
 /// GUI thread only, but for callServe(). It outlives the client.
-class cLinkWatch : public QObject, public cLinkHost
+class cLinkWatch : public cLinkHost
 {
 public:
     explicit cLinkWatch(cObjectClient* client);
@@ -24,17 +23,29 @@ public:
     void stop();
 
 private:
-    void answerBell();
-    void serve();
+    /// Tells the watch by a plain call: this happens for each message, and signals cost more than an answer.
+    class cReadable : public QSocketNotifier
+    {
+    public:
+        cReadable(int fd, cLinkWatch* watch) : QSocketNotifier(fd, Read), mWatch(watch) {}
+
+    protected:
+        bool event(QEvent* event) override;
+
+    private:
+        cLinkWatch* mWatch;
+    };
+
+    void serve(const QSocketNotifier& reason);
     void watch(int fd);
 
     cObjectClient* mClient;
 
-    // A descriptor wakes the GUI thread: what passes through Qt's own queue of events is invisible to the race
-    // checker.
+    // A descriptor wakes the GUI thread: what passes through Qt's own queue of events is invisible to the
+    // race checker.
     cWakeup mBell;
-    QSocketNotifier mBellRings;
-    std::unique_ptr<QSocketNotifier> mReadable; ///< of the connection; null while it is not to be watched
+    cReadable mBellRings;
+    std::unique_ptr<cReadable> mReadable; ///< of the connection; null while it is not to be watched
 };
 
 #endif

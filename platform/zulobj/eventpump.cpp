@@ -2,6 +2,12 @@
 
 #include <utility>
 
+cEventPump::~cEventPump()
+{
+    stop();
+    delete mSpare.load();
+}
+
 void cEventPump::addListener(cObjectListener* listener)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
@@ -53,21 +59,10 @@ void cEventPump::add(std::unique_ptr<cObjectList> list, size_t bytes, uint64_t c
     enqueue({std::move(list), bytes, connection});
 }
 
-bool cEventPump::hasRoom() const
-{
-    const std::lock_guard<std::mutex> lock(mMutex);
-    return mQueuedBytes <= kMaxQueuedBytes;
-}
-
 std::unique_ptr<cObjectList> cEventPump::spareList()
 {
-    {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        if (mSpare) {
-            return std::move(mSpare);
-        }
-    }
-    return std::make_unique<cObjectList>();
+    std::unique_ptr<cObjectList> spare(mSpare.exchange(nullptr));
+    return spare ? std::move(spare) : std::make_unique<cObjectList>();
 }
 
 void cEventPump::refuse(bool refused)
@@ -115,7 +110,7 @@ void cEventPump::run()
         mChanged.notify_all();
         deliver();
         lock.lock();
-        finish();
+        mDelivering = false;
     }
 }
 
@@ -127,7 +122,7 @@ void cEventPump::deliverQueued()
         lock.unlock();
         deliver();
         lock.lock();
-        finish();
+        mDelivering = false;
     }
 }
 
@@ -137,9 +132,10 @@ void cEventPump::deliver()
     for (cObjectListener* listener : mCalled) {
         listener->handleObjectAction(mItem.list.get());
     }
-    if (mItem.bytes > kMostSpareBytes || mItem.list->size() > kMostSpareRecords) {
-        mItem.list.reset();
+    if (mItem.bytes <= kMostSpareBytes && mItem.list->size() <= kMostSpareRecords) {
+        delete mSpare.exchange(mItem.list.release());
     }
+    mItem.list.reset();
 }
 
 /// The caller holds mMutex.
@@ -158,13 +154,4 @@ void cEventPump::take()
     mDelivery = {mItem.list->getMsgType(), mItem.list->getMsgSeq(), mItem.connection};
     mDelivering = true;
     mCalled = mListeners;
-}
-
-/// The caller holds mMutex.
-void cEventPump::finish()
-{
-    mDelivering = false;
-    if (mItem.list) {
-        mSpare = std::move(mItem.list);
-    }
 }

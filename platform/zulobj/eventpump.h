@@ -1,6 +1,7 @@
 #ifndef ZULOBJ_EVENTPUMP_H
 #define ZULOBJ_EVENTPUMP_H
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -29,7 +30,7 @@ public:
     static constexpr size_t kMaxQueuedBytes = 256 * 1024;
 
     cEventPump() = default;
-    ~cEventPump() { stop(); }
+    ~cEventPump();
 
     /// @p listener is called until the pump stops, as often as it was added, and outlives it.
     void addListener(cObjectListener* listener);
@@ -49,7 +50,7 @@ public:
     void add(std::unique_ptr<cObjectList> list, size_t bytes, uint64_t connection);
 
     /// True while no more than kMaxQueuedBytes wait to be delivered.
-    bool hasRoom() const;
+    bool hasRoom() const { return mQueuedBytes <= kMaxQueuedBytes; }
 
     /// Delivers what is queued, or as much of it as hold() lets through, on the calling thread; one at a
     /// time. A listener that calls it has no effect.
@@ -84,7 +85,6 @@ private:
     void deliver();
     void enqueue(Item item);
     void take();
-    void finish();
     bool mayDeliver() const { return !mHeld && !mQueue.empty(); }
 
     mutable std::mutex mMutex;
@@ -92,14 +92,15 @@ private:
 
     // Guarded by mMutex.
     std::deque<Item> mQueue;
-    size_t mQueuedBytes = 0;
+    std::atomic<size_t> mQueuedBytes{0}; ///< may be looked at without the lock
     std::vector<cObjectListener*> mListeners;
     Delivery mDelivery;
     bool mDelivering = false;
-    std::unique_ptr<cObjectList> mSpare;
     bool mRefused = false;
     bool mHeld = false;
     bool mStopping = false;
+
+    std::atomic<cObjectList*> mSpare{nullptr}; ///< owned
 
     // The delivering thread's own.
     Item mItem{};

@@ -100,16 +100,21 @@ void cObjectClient::stopLink()
 
 void cObjectClient::send(cObjectList* list)
 {
-    cOutQueue::Entry entry;
-    {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        entry.message = std::exchange(mSpare, WMsg());
+    const WStatus status = encodeAndSubmit(list);
+    if (!status.isOk()) {
+        error(("Not sent: " + status.text()).c_str());
     }
+}
+
+WStatus cObjectClient::encodeAndSubmit(const cObjectList* list)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    cOutQueue::Entry entry;
+    entry.message = std::exchange(mSpare, WMsg());
     entry.message.answer = false;
     const WStatus status = list->encode(&entry.message);
     if (!status.isOk()) {
-        error(("Not sent: " + status.text()).c_str());
-        return;
+        return status;
     }
     cEventPump::Delivery delivery;
     const uint8_t type = list->getMsgType();
@@ -120,11 +125,11 @@ void cObjectClient::send(cObjectList* list)
         entry.connection = delivery.connection;
         entry.numbered = true;
     }
-    const std::lock_guard<std::mutex> lock(mMutex);
     submit(&entry);
     if (entry.message.payload.capacity() <= kMostAtOnce) {
         mSpare = std::move(entry.message);
     }
+    return status;
 }
 
 cObjectClient::eMsgStatus cObjectClient::get(cObjectList* request, cObjectList* answer, int timeoutMs)
@@ -471,7 +476,6 @@ int cObjectClient::serve()
     // A listener that comes back here has its message delivered first.
     if (!mServing) {
         mServing = true;
-        mEventPump.deliverQueued();
         static_cast<void>(readSome(&mServed));
         mEventPump.deliverQueued();
         mServing = false;

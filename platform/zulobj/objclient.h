@@ -135,6 +135,7 @@ private:
     bool transmit(const cOutQueue::Entry& entry, cLinkSocket& socket);
 
     // Any thread that sends.
+    WStatus encodeAndSubmit(const cObjectList* list);
     void submit(cOutQueue::Entry* entry);
     bool sendsAtOnce(const cOutQueue::Entry& entry) const;
     void sendAtOnce(cOutQueue::Entry* entry);

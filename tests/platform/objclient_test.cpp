@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "capturereader.h"
+#include "clientmessages.h"
 #include "hexbytes.h"
 #include "linkpeer.h"
 #include "listeners.h"
@@ -21,73 +22,6 @@ using Bytes = std::vector<uint8_t>;
 
 /// A request that is given up after this has gone out before.
 constexpr int kLongEnoughToBeSentMs = 1000;
-
-/// Pauses that a test need not wait for; nothing is given up by itself.
-cObjectClient::Settings quickSettings()
-{
-    cObjectClient::Settings settings;
-    settings.startMs = 20000;
-    settings.firstPauseMs = 1;
-    settings.longestPauseMs = 20;
-    return settings;
-}
-
-WMsg messageOf(uint8_t type, uint8_t seq, Bytes payload = {})
-{
-    WMsg message;
-    message.type = type;
-    message.seq = seq;
-    message.event = type == cObjectList::kEvent;
-    message.payload = std::move(payload);
-    return message;
-}
-
-/// An event whose record bears @p id, so that a test can tell it from others.
-void sendEvent(cObjectClient* client, uint32_t id, const char* text = nullptr)
-{
-    cObjectAdhocEvent record;
-    record.setPortId(id);
-    record.setEventValue(text);
-    cObjectList list;
-    list.setMsgType(cObjectList::kEvent);
-    list.addBorrowed(&record);
-    client->send(&list);
-}
-
-void sendEmpty(cObjectClient* client, uint8_t type)
-{
-    cObjectList list;
-    list.setMsgType(type);
-    client->send(&list);
-}
-
-uint32_t idOf(const WMsg& message)
-{
-    cObjectList list;
-    EXPECT_TRUE(list.decode(message).isOk());
-    const auto* record = dynamic_cast<const cObjectAdhocEvent*>(list.first());
-    return record == nullptr ? 0 : record->getPortId();
-}
-
-/// The ids of the next @p count events on @p peer.
-std::vector<uint32_t> receiveIds(PeerConnection* peer, size_t count)
-{
-    std::vector<uint32_t> ids;
-    WMsg message;
-    while (ids.size() < count && peer->receive(&message)) {
-        ids.push_back(idOf(message));
-    }
-    return ids;
-}
-
-std::vector<uint32_t> numbers(uint32_t first, uint32_t last)
-{
-    std::vector<uint32_t> all;
-    for (uint32_t number = first; number <= last; ++number) {
-        all.push_back(number);
-    }
-    return all;
-}
 
 Bytes announceFourGigabytes() { return hexBytes("5a 57 01 08 01 01 00 00 ff ff ff ff 00 00 00 00"); }
 
