@@ -524,9 +524,13 @@ bool cObjectClient::readSome(SocketPtr* socket)
 void cObjectClient::readForHost()
 {
     SocketPtr socket;
+    bool read = false;
     while (readSome(&socket)) {
+        read = true;
     }
-    callHost();
+    if (read) {
+        callHost();
+    }
 }
 
 void cObjectClient::callHost()

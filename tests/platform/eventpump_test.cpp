@@ -32,6 +32,34 @@ TEST(EventPumpTest, DeliversInTheOrderOfArrival)
     }
 }
 
+TEST(EventPumpTest, DeliversOnTheCallingThreadWhereItWasNotStarted)
+{
+    std::vector<int> types;
+    FunctionListener listener([&](cObjectList* list) { types.push_back(list->getMsgType()); });
+    cEventPump pump;
+    pump.addListener(&listener);
+    pump.add(listOf(7), 10, 1);
+    pump.add(listOf(8), 10, 1);
+    EXPECT_TRUE(types.empty());
+    pump.hold(true);
+    pump.deliverQueued();
+    EXPECT_TRUE(types.empty());
+    pump.hold(false);
+    pump.deliverQueued();
+    EXPECT_EQ(types, (std::vector<int>{7, 8}));
+}
+
+TEST(EventPumpTest, RoomEndsWithTheBoundAndComesWithADelivery)
+{
+    cEventPump pump;
+    pump.add(listOf(7), cEventPump::kMaxQueuedBytes, 1);
+    EXPECT_TRUE(pump.hasRoom());
+    pump.add(listOf(8), 1, 1);
+    EXPECT_FALSE(pump.hasRoom());
+    pump.deliverQueued();
+    EXPECT_TRUE(pump.hasRoom());
+}
+
 TEST(EventPumpTest, ListenerAddedTwiceIsCalledTwice)
 {
     RecordingListener listener;
