@@ -417,34 +417,35 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
 std::string cObjectClient::watchConnection()
 {
     bool pinged = false;
-    for (;;) {
-        const int64_t heardAt = mHeardAt;
-        const int64_t left = heardAt + patienceMs(pinged) - linkNowMs();
+    int64_t heardAt = mHeardAt;
+    std::string problem;
+    while (problem.empty()) {
+        // The host may have heard the peer at any moment since.
+        const int64_t before = std::exchange(heardAt, mHeardAt.load());
+        pinged = pinged && heardAt == before;
         // A peer that has answered the ping is idle again: that is looked at in time for the next one.
-        const int64_t wait = std::clamp<int64_t>(left, 0, mSettings.pingAfterMs);
-        {
-            std::unique_lock<std::mutex> lock(mMutex);
-            const auto over = [this] { return mStopping || !mProblem.empty(); };
-            if (mReceiveChanged.wait_for(lock, std::chrono::milliseconds(wait), over)) {
-                return mStopping ? "stopped" : mProblem;
-            }
-            if (answersPileUp()) {
-                // Whoever is not listened to is not silent.
-                mHeardAt = linkNowMs();
-                continue;
-            }
-        }
-        readForHost();
-        const std::lock_guard<std::mutex> reading(mReading);
-        if (mHeardAt != heardAt) {
-            pinged = false;
-            continue;
-        }
-        std::string problem = judgeSilence(heardAt, &pinged);
-        if (!problem.empty()) {
-            return problem;
+        const int64_t left = heardAt + patienceMs(pinged) - linkNowMs();
+        problem = waitForProblem(static_cast<int>(std::clamp<int64_t>(left, 0, mSettings.pingAfterMs)));
+        if (problem.empty()) {
+            readForHost();
+            const std::lock_guard<std::mutex> reading(mReading);
+            problem = mHeardAt == heardAt ? judgeSilence(heardAt, &pinged) : std::string();
         }
     }
+    return problem;
+}
+
+/// Waits so long for the connection to break. Returns why it can't go on, or an empty text.
+std::string cObjectClient::waitForProblem(int timeoutMs)
+{
+    std::unique_lock<std::mutex> lock(mMutex);
+    mReceiveChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs),
+                             [this] { return mStopping || isBroken(); });
+    if (answersPileUp()) {
+        // Whoever is not listened to is not silent.
+        mHeardAt = linkNowMs();
+    }
+    return mStopping ? "stopped" : mProblem;
 }
 
 /// How long the peer may be silent before something is done about it.

@@ -109,6 +109,7 @@ private:
     SocketPtr openConnection(std::string* problem);
     std::string runConnection(cLinkSocket& socket);
     std::string watchConnection();
+    std::string waitForProblem(int timeoutMs);
     std::string judgeSilence(int64_t heardAt, bool* pinged);
     int patienceMs(bool pinged) const;
     std::string handleBytes(const uint8_t* data, size_t size);
