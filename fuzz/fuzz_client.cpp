@@ -1,5 +1,5 @@
-// A device's client against a server that does anything, over the loopback address. The input is a list of
-// steps; see step() for their codes.
+// A device's client against a server that does anything, over the loopback address: once with the threads of
+// its own, once lent to a host. The input is a list of steps; see step() for their codes.
 
 #include <arpa/inet.h>
 #include <cerrno>
@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "fuzzinput.h"
+#include "hostedclient.h"
 #include "property.h"
 #include "reassemblymodel.h"
 #include "recordmodel.h"
@@ -125,16 +126,19 @@ cObjectClient::Settings hastySettings()
 class Link
 {
 public:
-    explicit Link(const Listening& listening) : mListening(listening)
+    Link(const Listening& listening, bool hosted)
+        : mListening(listening), mHosted(hosted ? std::make_unique<HostedClient>(hastySettings()) : nullptr)
     {
-        mClient.addListener(&mDevice);
-        require(mClient.start("127.0.0.1", listening.port()), "a client connects");
+        client()->addListener(&mDevice);
+        const bool connects =
+            mHosted ? mHosted->start(listening.port()) : mOwn.start("127.0.0.1", listening.port());
+        require(connects, "a client connects");
         connected();
     }
 
     ~Link()
     {
-        mClient.stop();
+        mHosted ? mHosted->stop() : mOwn.stop();
         ::close(mFd);
     }
 
@@ -185,6 +189,8 @@ public:
     }
 
 private:
+    cObjectClient* client() { return mHosted ? mHosted->client() : &mOwn; }
+
     static WMsg message(FuzzInput* input)
     {
         WMsg message;
@@ -238,7 +244,7 @@ private:
         cObjectList list;
         list.setMsgType(cObjectList::kEvent);
         list.addBorrowed(&event);
-        mClient.send(&list);
+        client()->send(&list);
         ++mEventsSent;
     }
 
@@ -305,8 +311,9 @@ private:
     }
 
     const Listening& mListening;
-    cObjectClient mClient{hastySettings()};
-    Device mDevice{&mClient};
+    std::unique_ptr<HostedClient> mHosted; ///< null where mOwn is the client
+    cObjectClient mOwn{hastySettings()};
+    Device mDevice{client()};
     int mFd = -1;
     int mConnections = 0;
     size_t mPiece = 0;
@@ -328,11 +335,13 @@ private:
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static const Listening listening;
-    FuzzInput input(data, size);
-    Link link(listening);
-    for (size_t steps = 0; !input.empty() && steps < kMostSteps; ++steps) {
-        link.step(&input);
+    for (const bool hosted : {false, true}) {
+        FuzzInput input(data, size);
+        Link link(listening, hosted);
+        for (size_t steps = 0; !input.empty() && steps < kMostSteps; ++steps) {
+            link.step(&input);
+        }
+        link.finish();
     }
-    link.finish();
     return 0;
 }
