@@ -1,6 +1,7 @@
 #include "server/connection.h"
 
 #include <algorithm>
+#include <array>
 #include <asio/post.hpp>
 #include <sstream>
 #include <utility>
@@ -97,19 +98,30 @@ void Connection::read()
         mHeldSinceMs = linkNowMs();
         return;
     }
-    mSocket.async_read_some(asio::buffer(mReceived),
-                            [self = shared_from_this()](const asio::error_code& error, size_t size) {
-                                self->received(error, size);
-                            });
+    mSocket.async_wait(asio::ip::tcp::socket::wait_read,
+                       [self = shared_from_this()](const asio::error_code& failed) {
+                           if (!self->mClosed) {
+                               self->readSome(failed);
+                           }
+                       });
 }
 
-void Connection::received(const asio::error_code& error, size_t size)
+void Connection::readSome(asio::error_code error)
+{
+    // Of the connection's own it would be most of what an idle one takes.
+    std::array<uint8_t, 16384> bytes;
+    const size_t size = error ? 0 : mSocket.read_some(asio::buffer(bytes), error);
+    if (error == asio::error::would_block || error == asio::error::interrupted) {
+        read();
+    } else {
+        received(bytes.data(), size, error);
+    }
+}
+
+void Connection::received(const uint8_t* bytes, size_t size, const asio::error_code& error)
 {
     if (mRecord && size > 0) {
-        mRecord->received(mReceived.data(), size);
-    }
-    if (mClosed) {
-        return;
+        mRecord->received(bytes, size);
     }
     if (error) {
         recordEnd(error);
@@ -118,7 +130,7 @@ void Connection::received(const asio::error_code& error, size_t size)
     }
     mHeardMs = linkNowMs();
     mPinged = false;
-    if (handleBytes(mReceived.data(), size)) {
+    if (handleBytes(bytes, size)) {
         read();
     }
 }

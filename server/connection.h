@@ -1,7 +1,6 @@
 #ifndef SERVER_CONNECTION_H
 #define SERVER_CONNECTION_H
 
-#include <array>
 #include <asio/ip/tcp.hpp>
 #include <cstdint>
 #include <memory>
@@ -56,7 +55,8 @@ public:
 
 private:
     void read();
-    void received(const asio::error_code& error, size_t size);
+    void readSome(asio::error_code error);
+    void received(const uint8_t* bytes, size_t size, const asio::error_code& error);
     bool handleBytes(const uint8_t* data, size_t size);
     bool handleMessage(WMsg&& message);
     void writeMore();
@@ -76,7 +76,6 @@ private:
     bool mClosed = false;
 
     WMsgReader mReader;
-    std::array<uint8_t, 16384> mReceived{};
     bool mHeld = false;
     int64_t mHeldSinceMs = 0; ///< while mHeld
     int64_t mHeldMs = 0;      ///< how long reading was held before: the reader's clock stood still
