@@ -2,6 +2,7 @@
 
 #include "additemsdialog.h"
 #include "cconfig.h"
+#include "cframepace.h"
 #include "configpropertiesdialog.h"
 #include "connectiondialog.h"
 #include "connectionfile.h"
@@ -40,6 +41,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui::MainWi
 {
     createConfigurationDirectory();
     ui->setupUi(this);
+    new cFramePace(this);
     cWlog::init(cWlog::INFO);
     ui->menuBar->setNativeMenuBar(false);
     ui->mainToolBar->widgetForAction(ui->actionConnect)->setFocusPolicy(Qt::TabFocus);

@@ -1,0 +1,37 @@
+#ifndef CFRAMEPACE_H
+#define CFRAMEPACE_H
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+
+class QWidget;
+
+/// Keeps a window from painting more often than a screen shows.
+///
+/// The first change after a pause is painted at once; those that follow within the rest are painted together,
+/// as they stand by then. What the window system asks for is not held back: a window that is shown, uncovered
+/// or resized paints at once.
+class cFramePace : public QObject
+{
+public:
+    /// The rest from the end of one frame to the next, in milliseconds.
+    static constexpr int kRest = 16;
+
+    /// @p window is paced from now on and owns the pace.
+    explicit cFramePace(QWidget* window, int rest = kRest);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void paint();
+
+    QWidget* mWindow;
+    int mRest;
+    QTimer mNextFrame;        // runs only while changes wait
+    QElapsedTimer mLastFrame; // invalid before the first one
+    bool mPainting = false;
+};
+
+#endif
