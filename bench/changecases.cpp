@@ -1,5 +1,5 @@
 // Has one port change its state so many times, while its page is shown: what a tool that counts instructions
-// runs. Nothing is painted meanwhile and no server is there.
+// runs. What a change posts is handled, but nothing is painted meanwhile; no server is there.
 
 #include <QApplication>
 #include <cstdio>
@@ -23,6 +23,7 @@ void change(cDevice* device, const char* kind, long times)
         } else {
             device->setDigitalInput_Slot(1, 1 - turn);
         }
+        QApplication::sendPostedEvents();
     }
 }
 

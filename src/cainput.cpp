@@ -1,15 +1,15 @@
 #include "cainput.h"
 
-#include <QHBoxLayout>
 #include <cmath>
 #include <iostream>
 
 #include "analogrow.h"
+#include "csteadyrow.h"
 #include "cwheelguard.h"
 
 cAInput::cAInput() : mLastSampleTime(time(nullptr))
 {
-    auto* box = new QHBoxLayout;
+    auto* box = new cSteadyRow;
     beginAnalogRow(box, &mQLabel, tr("PortName"), &mQGain, &mQOffset);
     mQSampleRate.setNum(10);
     mQSampleRate.setFixedWidth(60);
@@ -26,7 +26,8 @@ cAInput::cAInput() : mLastSampleTime(time(nullptr))
     value->setNum(0);
     // Room for the largest value, so that the row does not shift while the slider moves.
     value->setMinimumWidth(value->fontMetrics().horizontalAdvance("100"));
-    connect(mQSampleValue, SIGNAL(valueChanged(int)), value, SLOT(setNum(int)));
+    connect(mQSampleValue, &QSlider::valueChanged, value,
+            [box, value](int number) { box->setText(value, QString::number(number)); });
     box->addWidget(value);
     mQUnit.setText(tr("fT %"));
     box->addWidget(&mQUnit);

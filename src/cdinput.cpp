@@ -1,26 +1,23 @@
 #include "cdinput.h"
 
-#include <QHBoxLayout>
-
 #include "cwheelguard.h"
 #include "statuscolour.h"
 
-cDInput::cDInput()
+cDInput::cDInput() : mRow(new cSteadyRow)
 {
-    auto* box = new QHBoxLayout;
     mQLabel = new QLabel("PortName");
-    box->addWidget(mQLabel, 1);
+    mRow->addWidget(mQLabel, 1);
     mQDefaultState = new QLabel("LOW");
-    box->addWidget(mQDefaultState, 1);
+    mRow->addWidget(mQDefaultState, 1);
     setDefaultState(OBJ_IO_STATE_CLEAR);
     mQCurrentState = new QComboBox;
     mQCurrentState->addItem("LOW");
     mQCurrentState->addItem("HIGH");
     new cWheelGuard(mQCurrentState);
     mQLabel->setBuddy(mQCurrentState);
-    box->addWidget(mQCurrentState, 1);
+    mRow->addWidget(mQCurrentState, 1);
     connect(mQCurrentState, SIGNAL(currentIndexChanged(int)), this, SLOT(combo_select(int)));
-    setLayout(box);
+    setLayout(mRow);
 }
 
 void cDInput::setPortName(QString& name)
@@ -31,7 +28,7 @@ void cDInput::setPortName(QString& name)
 
 void cDInput::setDefaultState(eObjectIOState state)
 {
-    mQDefaultState->setText(state == OBJ_IO_STATE_SET ? tr("HIGH") : tr("LOW"));
+    mRow->setText(mQDefaultState, state == OBJ_IO_STATE_SET ? tr("HIGH") : tr("LOW"));
     cObjectDInput::setDefaultState(state);
     updateStatus();
 }

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include "coutputlist.h"
+#include "csteadyrow.h"
 #include "zulobj/dinput.h"
 #include "zulobj/objectlist.h"
 
@@ -57,6 +58,7 @@ public slots:
     void scriptInputChange(int index);
 
 private:
+    cSteadyRow* mRow;
     QLabel* mQLabel;
     QLabel* mQDefaultState;
     QComboBox* mQCurrentState;

@@ -1,20 +1,17 @@
 #include "cdoutput.h"
 
-#include <QHBoxLayout>
-
 #include "statuscolour.h"
 
-cDOutput::cDOutput()
+cDOutput::cDOutput() : mRow(new cSteadyRow)
 {
-    auto* box = new QHBoxLayout;
     mQLabel = new QLabel(tr("PortName"));
     setPortLabel("PortName");
-    box->addWidget(mQLabel, 1);
+    mRow->addWidget(mQLabel, 1);
     mQDefaultState = new QLabel("HIGH");
-    box->addWidget(mQDefaultState, 1);
+    mRow->addWidget(mQDefaultState, 1);
     mQCurrentState = new QLabel("HIGH");
-    box->addWidget(mQCurrentState, 1);
-    setLayout(box);
+    mRow->addWidget(mQCurrentState, 1);
+    setLayout(mRow);
     updateStatus();
 }
 
@@ -22,13 +19,13 @@ void cDOutput::setPortName(QString& name) { mQLabel->setText(name); }
 
 void cDOutput::setDefaultState(eObjectIOState state)
 {
-    mQDefaultState->setText(state == OBJ_IO_STATE_SET ? tr("HIGH") : tr("LOW"));
+    mRow->setText(mQDefaultState, state == OBJ_IO_STATE_SET ? tr("HIGH") : tr("LOW"));
     cObjectDOutput::setDefaultState(state);
 }
 
 void cDOutput::setOutputState(eObjectIOState state)
 {
-    mQCurrentState->setText(state == OBJ_IO_STATE_SET ? tr("HIGH") : tr("LOW"));
+    mRow->setText(mQCurrentState, state == OBJ_IO_STATE_SET ? tr("HIGH") : tr("LOW"));
     cObjectDOutput::setOutputState(state);
 }
 

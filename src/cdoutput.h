@@ -4,6 +4,7 @@
 #include <QLabel>
 #include <QWidget>
 
+#include "csteadyrow.h"
 #include "zulobj/doutput.h"
 #include "zulobj/objectlist.h"
 
@@ -49,6 +50,7 @@ public slots:
     void updateOutput(eObjectIOState state);
 
 private:
+    cSteadyRow* mRow;
     QLabel* mQLabel;
     QLabel* mQDefaultState;
     QLabel* mQCurrentState;

@@ -2,6 +2,7 @@
 #include "caoutput.h"
 #include "panelview.h"
 #include "qttestmain.h"
+#include "shownrow.h"
 
 #include <QHBoxLayout>
 #include <cmath>
@@ -84,6 +85,8 @@ private slots:
 
     void movingTheSliderReportsOneSample();
     void theNumberBesideTheSliderFollowsIt();
+    void theNumberBesideTheSliderMovesNoCell_data();
+    void theNumberBesideTheSliderMovesNoCell();
     void aSliderSampleBearsNeitherSerialNorSequence();
     void aScriptRepeatsAValueAndIsHeard();
     void aScriptsNewValueIsHeardOnce();
@@ -239,6 +242,27 @@ void TestAnalogPorts::theNumberBesideTheSliderFollowsIt()
     QCOMPARE(panelview::cells(input.get()).at(5), QString("42"));
     QCOMPARE(input->getCurrentSample(), 42);
     QCOMPARE(input->getSampledValue(), 42.0F);
+}
+
+void TestAnalogPorts::theNumberBesideTheSliderMovesNoCell_data()
+{
+    QTest::addColumn<int>("value");
+    for (const int value : {1, 9, 10, 99, 100}) {
+        QTest::addRow("%d", value) << value;
+    }
+}
+
+void TestAnalogPorts::theNumberBesideTheSliderMovesNoCell()
+{
+    QFETCH(int, value);
+    const auto input = panelInput();
+    const Samples samples(input.get());
+    ShownRow shown(input.get());
+    const QList<QRect> places = shown.places();
+    slider(*input)->setValue(value);
+    QCOMPARE(shown.layouts(), 0);
+    QCOMPARE(shown.placesLaidOutAnew(), places);
+    QVERIFY(shown.layouts() > 0);
 }
 
 void TestAnalogPorts::aSliderSampleBearsNeitherSerialNorSequence()

@@ -2,6 +2,7 @@
 #include "cdoutput.h"
 #include "panelview.h"
 #include "qttestmain.h"
+#include "shownrow.h"
 
 #include <QHBoxLayout>
 #include <QSignalSpy>
@@ -109,6 +110,8 @@ private slots:
     void aSetOfAnOutput();
     void aSetOfAnOutputWithBothStatesUnknownRecomputesItsStatus();
     void aWiredOutputFollowsAndIsConnected();
+    void aChangedStateMovesNoCell_data();
+    void aChangedStateMovesNoCell();
 
     void anInputIsAnsweredWithItsRecord();
     void anOutputIsAnsweredWithItsRecord();
@@ -432,6 +435,27 @@ void TestDigitalPorts::aWiredOutputFollowsAndIsConnected()
     output->updateOutput(kClear);
     QVERIFY(output->getConnectedStatus());
     expectClear(*output);
+}
+
+void TestDigitalPorts::aChangedStateMovesNoCell_data()
+{
+    QTest::addColumn<eState>("state");
+    QTest::newRow("set") << kSet;
+    QTest::newRow("clear") << kClear;
+}
+
+void TestDigitalPorts::aChangedStateMovesNoCell()
+{
+    QFETCH(eState, state);
+    const auto output = clearOutput();
+    output->updateOutput(state == kSet ? kClear : kSet);
+    ShownRow shown(output.get());
+    const QList<QRect> places = shown.places();
+    output->updateOutput(state);
+    output->setDefaultState(state);
+    QCOMPARE(shown.layouts(), 0);
+    QCOMPARE(shown.placesLaidOutAnew(), places);
+    QVERIFY(shown.layouts() > 0);
 }
 
 void TestDigitalPorts::anInputIsAnsweredWithItsRecord()
