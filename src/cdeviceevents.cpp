@@ -30,9 +30,10 @@ void cDevice::driveOutputs(const cDInput& input)
     for (int k = 0; k < input.getOutputCount(); ++k) {
         const cDOutput* output =
             checkedAt(mDigitalOutputList, qint64{input.getOutputPort(k)} - 1, "mDigitalOutputList");
-        connect(this, "2digitalOutputUpdated(eObjectIOState)", output, "1updateOutput(eObjectIOState)");
+        const QMetaObject::Connection wire =
+            connect(this, &cDevice::digitalOutputUpdated, output, &cDOutput::updateOutput);
         emit digitalOutputUpdated(input.getInputState());
-        disconnect(this, "2digitalOutputUpdated(eObjectIOState)", output, "1updateOutput(eObjectIOState)");
+        disconnect(wire);
     }
 }
 
@@ -59,10 +60,10 @@ void cDevice::driveOutputs(const cAInput& input, cObjectAOutput* value)
     for (int k = 0; k < input.getOutputCount(); ++k) {
         const cAOutput* output =
             checkedAt(mAnalogOutputList, qint64{input.getOutputPort(k)} - 1, "mAnalogOutputList");
-        connect(this, "2analogOutputUpdated( cObjectAOutput* )", output, "1updateObject( cObjectAOutput* )");
+        const QMetaObject::Connection wire =
+            connect(this, &cDevice::analogOutputUpdated, output, &cAOutput::updateObject);
         emit analogOutputUpdated(value);
-        disconnect(this, "2analogOutputUpdated( cObjectAOutput* )", output,
-                   "1updateObject( cObjectAOutput* )");
+        disconnect(wire);
     }
 }
 

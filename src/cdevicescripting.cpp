@@ -14,9 +14,10 @@ void cDevice::setDigitalInput_Slot(int port, int value)
     qDebug() << "Digital slot";
     qDebug().nospace() << "Port: " << port << " Value: " << value;
     const cDInput* input = checkedAt(mDigitalInputList, qint64{port} - 1, "mDigitalInputList");
-    connect(this, "2setDigitalInput_Signal(int)", input, "1scriptInputChange(int)");
+    const QMetaObject::Connection wire =
+        connect(this, &cDevice::setDigitalInput_Signal, input, &cDInput::scriptInputChange);
     emit setDigitalInput_Signal(value);
-    disconnect(this, "2setDigitalInput_Signal(int)", input, "1scriptInputChange(int)");
+    disconnect(wire);
 }
 
 void cDevice::setAnalogInput_Slot(int port, int value)
@@ -24,9 +25,10 @@ void cDevice::setAnalogInput_Slot(int port, int value)
     qDebug() << "Analog slot";
     qDebug().nospace() << "Port: " << port << " Value: " << value;
     const cAInput* input = checkedAt(mAnalogInputList, qint64{port} - 1, "mAnalogInputList");
-    connect(this, "2setAnalogInput_Signal(int)", input, "1scriptInputChange(int)");
+    const QMetaObject::Connection wire =
+        connect(this, &cDevice::setAnalogInput_Signal, input, &cAInput::scriptInputChange);
     emit setAnalogInput_Signal(value);
-    disconnect(this, "2setAnalogInput_Signal(int)", input, "1scriptInputChange(int)");
+    disconnect(wire);
 }
 
 bool cDevice::scan(int scanner, const QString& code)
