@@ -1,6 +1,8 @@
 #include "cguidoor.h"
 
+#include <QElapsedTimer>
 #include <QThread>
+#include <utility>
 
 cGuiDoor::cGuiDoor() : mBellRings(mBell.fd(), QSocketNotifier::Read)
 {
@@ -18,11 +20,25 @@ bool cGuiDoor::run(const std::function<void()>& call)
         call();
         return true;
     }
-    Visitor visitor{&call};
-    mVisitors.push_back(&visitor);
-    mBell.wake();
-    mChanged.wait(lock, [&visitor] { return visitor.state != eState::WAITING; });
-    return visitor.state == eState::DONE;
+    eState state = eState::WAITING;
+    enter({std::cref(call), &state});
+    mDone.wait(lock, [&state] { return state != eState::WAITING; });
+    return state == eState::DONE;
+}
+
+bool cGuiDoor::post(std::function<void()> call)
+{
+    if (QThread::currentThread() == thread()) {
+        return run(call);
+    }
+    std::unique_lock<std::mutex> lock(mMutex);
+    mRoom.wait(lock, [this] { return !mFull || mClosed; });
+    if (mClosed) {
+        return false;
+    }
+    mFull = ++mLeft == kMostLeft;
+    enter({std::move(call), nullptr});
+    return true;
 }
 
 void cGuiDoor::close()
@@ -31,25 +47,64 @@ void cGuiDoor::close()
     mBellRings.setEnabled(false);
     const std::lock_guard<std::mutex> lock(mMutex);
     mClosed = true;
-    for (Visitor* visitor : mVisitors) {
-        visitor->state = eState::TURNED_AWAY;
+    for (const Visit& visit : mVisits) {
+        if (visit.state != nullptr) {
+            *visit.state = eState::TURNED_AWAY;
+        }
     }
-    mVisitors.clear();
-    mChanged.notify_all();
+    mVisits.clear();
+    mDone.notify_all();
+    mRoom.notify_all();
 }
 
 void cGuiDoor::admit()
 {
+    QElapsedTimer turn;
+    turn.start();
     std::unique_lock<std::mutex> lock(mMutex);
     mBell.reset();
-    // Those who come meanwhile wait for the next turn, so that the window gets its own turns between.
-    for (size_t present = mVisitors.size(); present > 0 && !mVisitors.empty(); --present) {
-        Visitor* visitor = mVisitors.front();
-        mVisitors.pop_front();
+    mRung = false;
+    while (!mVisits.empty()) {
+        if (turn.hasExpired(kTurn)) {
+            ring();
+            return;
+        }
+        const Visit visit = takeFirst();
         lock.unlock();
-        (*visitor->call)();
+        visit.call();
         lock.lock();
-        visitor->state = eState::DONE;
-        mChanged.notify_all();
+        if (visit.state != nullptr) {
+            *visit.state = eState::DONE;
+            mDone.notify_all();
+        }
+    }
+}
+
+void cGuiDoor::enter(Visit visit)
+{
+    mVisits.push_back(std::move(visit));
+    ring();
+}
+
+cGuiDoor::Visit cGuiDoor::takeFirst()
+{
+    Visit visit = std::move(mVisits.front());
+    mVisits.pop_front();
+    mLeft -= visit.state == nullptr ? 1 : 0;
+    // Those who wait for room go on all together: a thread switch for every call would cost more than the
+    // calls.
+    if (mFull && mLeft <= kMostLeft / 2) {
+        mFull = false;
+        mRoom.notify_all();
+    }
+    return visit;
+}
+
+/// Wakes the GUI thread once for all that come before its turn begins.
+void cGuiDoor::ring()
+{
+    if (!mRung) {
+        mRung = true;
+        mBell.wake();
     }
 }

@@ -24,8 +24,20 @@ public:
     /// closed: then @p call has not run and never will.
     bool run(const std::function<void()>& call);
 
+    /// Leaves @p call behind for the GUI thread, where it runs in its place among all that came to the door,
+    /// and returns without waiting for that, unless kMostLeft calls lie there: then it waits until half of
+    /// them have run. On the GUI thread it runs at once. False when the door is closed: then @p call never
+    /// runs, nor does one that is left when the door is closed later.
+    bool post(std::function<void()> call);
+
     /// Turns every later caller away and releases those who wait. GUI thread only.
     void close();
+
+    /// How many calls may lie at the door while nobody waits for them.
+    static constexpr size_t kMostLeft = 256;
+
+    /// After so long the window gets its turn, in milliseconds.
+    static constexpr int kTurn = 5;
 
 private:
     void admit();
@@ -37,11 +49,15 @@ private:
         TURNED_AWAY
     };
 
-    struct Visitor
+    struct Visit
     {
-        const std::function<void()>* call;
-        eState state = eState::WAITING;
+        std::function<void()> call;
+        eState* state; // on the stack of the thread that waits; null where none does
     };
+
+    void enter(Visit visit);
+    Visit takeFirst();
+    void ring();
 
     // A descriptor wakes the GUI thread: Qt's own queue of events would do, but what passes through it is
     // invisible to the race checker.
@@ -49,10 +65,14 @@ private:
     QSocketNotifier mBellRings;
 
     std::mutex mMutex;
-    std::condition_variable mChanged;
+    std::condition_variable mDone;
+    std::condition_variable mRoom;
 
-    // Guarded by mMutex. The visitors live on the stacks of the threads that wait.
-    std::deque<Visitor*> mVisitors;
+    // Guarded by mMutex.
+    std::deque<Visit> mVisits;
+    size_t mLeft = 0; // of the visits, those for which nobody waits
+    bool mFull = false;
+    bool mRung = false;
     bool mClosed = false;
 };
 

@@ -26,6 +26,15 @@ bool cScriptReceiver::withDevice(const QScriptable& caller, const std::function<
     return done;
 }
 
+void cScriptReceiver::tell(const std::function<void(cDevice&)>& call)
+{
+    if (mStopRequest->made()) {
+        engine()->abortEvaluation();
+    } else if (mDevice == nullptr || !mDoor->post([device = mDevice, call] { call(*device); })) {
+        context()->throwError("the device is gone");
+    }
+}
+
 int cScriptReceiver::ask(const std::function<int(cDevice&)>& question)
 {
     int result = 0;
@@ -60,20 +69,20 @@ int cScriptReceiver::getAnalogOutputValue(int port)
 
 void cScriptReceiver::setDigitalInput_Slot(int port, int value)
 {
-    withDevice(*this, [=](cDevice& device) { device.setDigitalInput_Slot(port, value); });
+    tell([=](cDevice& device) { device.setDigitalInput_Slot(port, value); });
 }
 
 void cScriptReceiver::setAnalogInput_Slot(int port, int value)
 {
-    withDevice(*this, [=](cDevice& device) { device.setAnalogInput_Slot(port, value); });
+    tell([=](cDevice& device) { device.setAnalogInput_Slot(port, value); });
 }
 
 void cScriptReceiver::connectDigitalInput_Slot(int input, int output, bool connect)
 {
-    withDevice(*this, [=](cDevice& device) { device.connectDigitalInput_Slot(input, output, connect); });
+    tell([=](cDevice& device) { device.connectDigitalInput_Slot(input, output, connect); });
 }
 
 void cScriptReceiver::connectAnalogInput_Slot(int input, int output, bool connect)
 {
-    withDevice(*this, [=](cDevice& device) { device.connectAnalogInput_Slot(input, output, connect); });
+    tell([=](cDevice& device) { device.connectAnalogInput_Slot(input, output, connect); });
 }

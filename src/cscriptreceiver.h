@@ -45,7 +45,8 @@ public:
     Q_INVOKABLE int getAnalogOutputValue(int port);
 
 public slots:
-    // What the slots of cDevice of these names do.
+    // What the slots of cDevice of these names do, after all that the script told and asked before. They
+    // return before it is done.
     void setDigitalInput_Slot(int port, int value);
     void setAnalogInput_Slot(int port, int value);
     void connectDigitalInput_Slot(int input, int output, bool connect);
@@ -53,6 +54,7 @@ public slots:
 
 private:
     int ask(const std::function<int(cDevice&)>& question);
+    void tell(const std::function<void(cDevice&)>& call);
 
     cDevice* mDevice;
     std::shared_ptr<cGuiDoor> mDoor;

@@ -68,6 +68,7 @@ public:
     /// The value of the script's last analog signal, 0 before that.
     int said() const { return mSaid; }
 
+    cDevice& device() { return *mDevice; }
     void deleteDevice() { mDevice.reset(); }
     bool stop() { return mScripts.stop(); }
 
@@ -92,6 +93,9 @@ private slots:
     void reloadingTheDeviceLeavesAScriptAlone();
     void aScriptEndsBeforeItBegins();
     void aScriptThatWaitsAtTheDoorEnds();
+    void anEmissionDoesNotWaitForTheWindow();
+    void aScriptThatWaitsForRoomAtTheDoorEnds();
+    void whatAScriptLeftIsDoneAfterItsEnd();
     void manyScriptsEndTogether();
     void aTightLoopDoesNotStarveTheWindow();
     void closingTheWindowLeavesItsScriptsToItsEnd();
@@ -156,6 +160,49 @@ void TestScriptLifetime::aScriptThatWaitsAtTheDoorEnds()
     run.deleteDevice();
     QVERIFY(run.stop());
     QCOMPARE(run.said(), 7);
+}
+
+void TestScriptLifetime::anEmissionDoesNotWaitForTheWindow()
+{
+    ScriptRun run;
+    // This thread handles no events until the script has said something.
+    run.start("sender.setDigitalInput_Signal.connect(receiver.setDigitalInput_Slot);"
+              "sender.setDigitalInput_Signal(1, 1); sender.setDigitalInput_Signal(2, 1);"
+              "sender.setAnalogInput_Signal(1, 7);");
+    while (run.said() != 7) {
+        std::this_thread::yield();
+    }
+    QCOMPARE(run.device().getDigitalInputValue(1), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(run.device().getDigitalInputValue(2), 1, 30000);
+    QCOMPARE(run.device().getDigitalInputValue(1), 1);
+}
+
+void TestScriptLifetime::aScriptThatWaitsForRoomAtTheDoorEnds()
+{
+    const auto most = static_cast<int>(cGuiDoor::kMostLeft);
+    ScriptRun run;
+    // Nobody opens: this thread handles no events from here on.
+    run.start("sender.setAnalogInput_Signal.connect(receiver.setAnalogInput_Slot);"
+              "for (var i = 1; true; ++i) sender.setAnalogInput_Signal(1, i);");
+    while (run.said() != most + 1) {
+        std::this_thread::yield();
+    }
+    run.deleteDevice();
+    QVERIFY(run.stop());
+    QCOMPARE(run.said(), most + 1);
+}
+
+void TestScriptLifetime::whatAScriptLeftIsDoneAfterItsEnd()
+{
+    ScriptRun run;
+    run.start("for (var i = 1; i <= 100; ++i) receiver.setAnalogInput_Slot(1, i);"
+              "sender.setAnalogInput_Signal(1, 7);");
+    while (run.said() != 7) {
+        std::this_thread::yield();
+    }
+    QVERIFY(run.stop());
+    QCOMPARE(run.device().getAnalogInputValue(1), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(run.device().getAnalogInputValue(1), 100, 30000);
 }
 
 void TestScriptLifetime::manyScriptsEndTogether()
