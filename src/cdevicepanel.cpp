@@ -67,10 +67,18 @@ void namePort(Port* port, const QString& pattern, uint32_t number, uint32_t devi
     port->setPortId(number);
 }
 
+/// A frame that wishes for as much room as Qt gives to any: to know a page's own wish would mean to measure
+/// each of its rows before the page is ever shown.
+class cPageFrame : public QScrollArea
+{
+public:
+    QSize sizeHint() const override { return fontMetrics().height() * QSize(36, 24); }
+};
+
 /// A page in a frame that scrolls once the page's rows do not fit.
 QScrollArea* scrolling(QWidget* page)
 {
-    auto* area = new QScrollArea;
+    auto* area = new cPageFrame;
     area->setFrameShape(QFrame::NoFrame);
     area->setWidgetResizable(true);
     area->setWidget(page);
