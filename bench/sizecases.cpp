@@ -20,6 +20,8 @@
 #include <cstdlib>
 #include <malloc.h>
 
+#include "benchserver.h"
+#include "cconfig.h"
 #include "cdevice.h"
 #include "devicefile.h"
 #include "mainwindow.h"
@@ -183,6 +185,21 @@ void printHeap()
     }
 }
 
+/// What a device that is connected and idle holds more than one that is not.
+void printConnection()
+{
+    BenchServer server;
+    char label[] = "Bench";
+    cDevice device(0, 0, 0, 0, 0, label, QString(), 1, 1001);
+    cConfig config;
+    config.setZULIP("127.0.0.1");
+    config.setZULPort(QString::number(server.port()));
+    const size_t before = heap();
+    device.start(&config);
+    server.accept();
+    std::printf("%-24s%12zu\n", "an idle connection", heap() - before);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -193,8 +210,9 @@ int main(int argc, char** argv)
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     const QTemporaryDir home;
     qputenv("HOME", home.path().toLocal8Bit());
-    QApplication application(argc, argv);
-    if (argc < 2) printTimes();
+    const QApplication application(argc, argv);
+    printTimes();
     printHeap();
+    printConnection();
     return 0;
 }
