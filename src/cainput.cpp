@@ -115,7 +115,7 @@ const cObjectAnalogSample* cAInput::findSample(uint32_t seq) const
     return nullptr;
 }
 
-void cAInput::populateMsg(cObjectList* msg, cObjectPort*) { msg->add(clone()); }
+void cAInput::populateMsg(cObjectList* msg, cObjectPort*) { msg->addClone(*this); }
 
 void cAInput::populateMsg(cObjectList* msg, cObjectAnalogSample* sample) { msg->add(sample); }
 

@@ -18,6 +18,7 @@
 #include "zulobj/capability.h"
 #include "zulobj/device.h"
 #include "zulobj/objclient.h"
+#include "zulobj/objectlist.h"
 #include "zulobj/objlistener.h"
 
 class QVBoxLayout;
@@ -181,6 +182,7 @@ private:
     void samplePass();
 
     cObjectClient* mObjectClient;
+    cObjectList mReply; ///< empty but while a request is answered; its records are used again
     std::vector<cDInput*> mDigitalInputList;
     std::vector<cDOutput*> mDigitalOutputList;
     std::vector<cAInput*> mAnalogInputList;

@@ -45,7 +45,7 @@ void cDInput::updateStatus()
     setStatusColour(this, alarm);
 }
 
-void cDInput::populateMsg(cObjectList* msg, cObjectPort*) { msg->add(clone()); }
+void cDInput::populateMsg(cObjectList* msg, cObjectPort*) { msg->addClone(*this); }
 
 void cDInput::updateObject(cObjectDInput* request)
 {

@@ -41,7 +41,7 @@ void cDOutput::updateStatus()
     setStatusColour(this, alarm);
 }
 
-void cDOutput::populateMsg(cObjectList* msg, cObjectPort*) { msg->add(clone()); }
+void cDOutput::populateMsg(cObjectList* msg, cObjectPort*) { msg->addClone(*this); }
 
 void cDOutput::updateObject(cObjectDOutput* request)
 {

@@ -15,44 +15,140 @@ WStatus byteFromJSON(json_t* json, const char* key, uint8_t* value)
     return WStatus::ok();
 }
 
+void freeAll(std::list<cObject*>* records)
+{
+    for (const cObject* record : *records) {
+        delete record;
+    }
+    records->clear();
+}
+
 } // namespace
 
-cObjectList::cObjectList() : cWlog("zulobj.list"), mNext(mObjects.end()) {}
+cObjectList::cObjectList() : cWlog("zulobj.list"), mNext(mObjects.end()), mSpares(mObjects.end()) {}
 
 cObjectList::~cObjectList() { deleteObjects(); }
 
 void cObjectList::add(cObject* object)
 {
     mDecoded = false;
-    noteAdded(object);
-    mObjects.push_back(object);
-    mOwned.push_back(object);
+    append(object, true);
 }
 
 void cObjectList::addBorrowed(cObject* object)
 {
     mDecoded = false;
-    noteAdded(object);
-    mObjects.push_back(object);
+    append(object, false);
+}
+
+void cObjectList::append(cObject* object, bool owned)
+{
+    mObjects.insert(mSpares, object);
+    noteAdded(object, owned);
 }
 
 cObject* cObjectList::first()
 {
-    mNext = mObjects.begin();
+    mNext = mSize == 0 ? mObjects.end() : mObjects.begin();
     return next();
 }
 
-cObject* cObjectList::next() { return mNext == mObjects.end() ? nullptr : *mNext++; }
+cObject* cObjectList::next()
+{
+    if (mNext == mObjects.end()) {
+        return nullptr;
+    }
+    cObject* object = *mNext++;
+    if (mNext == mSpares) {
+        mNext = mObjects.end();
+    }
+    return object;
+}
 
 void cObjectList::deleteObjects()
 {
-    for (cObject* object : mOwned) {
-        delete object;
+    for (const cClassRun& run : mRuns) {
+        dropFirst(run);
     }
-    mOwned.clear();
-    mObjects.clear();
+    freeAll(&mObjects); // spare ones
+    if (mStore) {
+        for (Records& spares : *mStore) {
+            freeAll(&spares);
+        }
+    }
+    forgetObjects();
+}
+
+void cObjectList::reuse(size_t most)
+{
+    if (!mStore) {
+        mStore = std::make_unique<Store>();
+    }
+    for (const cClassRun& run : mRuns) {
+        const bool kept = run.owned && run.type != nullptr && mObjects.front()->getType() < mStore->size();
+        if (kept) {
+            storeFirst(mObjects.front()->getType(), run.count);
+        } else {
+            dropFirst(run);
+        }
+    }
+    storeFirst(mSpareType, mObjects.size());
+    for (Records& spares : *mStore) {
+        for (; spares.size() > most; spares.pop_back()) {
+            delete spares.back();
+        }
+    }
+    forgetObjects();
+}
+
+/// Begins anew with no entries.
+void cObjectList::forgetObjects()
+{
+    constexpr size_t kMostRunsKept = 64;
     mRuns.clear();
+    if (mRuns.capacity() > kMostRunsKept) {
+        mRuns.shrink_to_fit();
+    }
+    mSize = 0;
+    mDecoded = false;
     mNext = mObjects.end();
+    mSpares = mObjects.end();
+}
+
+/// Takes the entries of @p run, which are the first ones, away.
+void cObjectList::dropFirst(const cClassRun& run)
+{
+    for (size_t i = 0; i < run.count; ++i) {
+        if (run.owned) {
+            delete mObjects.front();
+        }
+        mObjects.pop_front();
+    }
+}
+
+/// Moves the first @p count records, which are of @p type, to the store.
+void cObjectList::storeFirst(uint32_t type, size_t count)
+{
+    Records& place = (*mStore)[type];
+    if (count == mObjects.size()) {
+        place.splice(place.end(), mObjects); // unlike a part, all are moved without a walk
+    } else {
+        place.splice(place.end(), mObjects, mObjects.begin(),
+                     std::next(mObjects.begin(), static_cast<std::ptrdiff_t>(count)));
+    }
+}
+
+bool cObjectList::bringSpares(uint32_t type)
+{
+    if (!mStore || type >= mStore->size() || (*mStore)[type].empty()) {
+        return false;
+    }
+    Records& others = (*mStore)[mSpareType];
+    others.splice(others.end(), mObjects, mSpares, mObjects.end());
+    mSpareType = type;
+    mSpares = (*mStore)[type].begin();
+    mObjects.splice(mObjects.end(), (*mStore)[type]);
+    return true;
 }
 
 WStatus cObjectList::encode(WMsg* message) const
@@ -110,7 +206,8 @@ WStatus cObjectList::decode(WObjectReader* reader)
             continue;
         }
         truncate(at);
-        cObject::cRun run{append(cObject::create(static_cast<eObjectTypes>(type))), 1};
+        append(cObject::create(static_cast<eObjectTypes>(type)).release(), true);
+        cObject::cRun run{std::prev(mObjects.cend()), 1};
         status = (*run.at)->parseRun(reader, &run);
         at = truncate(run.at);
         stretch = mRuns.size();
@@ -119,28 +216,12 @@ WStatus cObjectList::decode(WObjectReader* reader)
     return status;
 }
 
-void cObjectList::noteAdded(const cObject* object)
-{
-    const std::type_info* type = object == nullptr ? nullptr : &typeid(*object);
-    if (mRuns.empty() || mRuns.back().type != type) {
-        mRuns.push_back({type, 0});
-    }
-    ++mRuns.back().count;
-}
-
-std::list<cObject*>::const_iterator cObjectList::append(std::unique_ptr<cObject> object)
-{
-    noteAdded(object.get());
-    mOwned.push_back(object.get());
-    return mObjects.insert(mObjects.end(), object.release());
-}
-
-std::list<cObject*>::const_iterator cObjectList::truncate(std::list<cObject*>::const_iterator from)
+cObjectList::Records::const_iterator cObjectList::truncate(Records::const_iterator from)
 {
     for (auto count = std::distance(from, mObjects.cend()); count > 0; --count) {
         delete mObjects.back();
         mObjects.pop_back();
-        mOwned.pop_back();
+        --mSize;
         if (--mRuns.back().count == 0) {
             mRuns.pop_back();
         }
@@ -151,9 +232,9 @@ std::list<cObject*>::const_iterator cObjectList::truncate(std::list<cObject*>::c
 json_t* cObjectList::getJSONObj() const
 {
     json_t* objects = json_array();
-    for (const cObject* object : mObjects) {
-        if (object != nullptr) {
-            json_array_append_new(objects, object->getJSONObj());
+    for (auto at = mObjects.begin(); at != mSpares; ++at) {
+        if (*at != nullptr) {
+            json_array_append_new(objects, (*at)->getJSONObj());
         }
     }
     json_t* json = json_object();

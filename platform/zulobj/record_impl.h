@@ -5,6 +5,7 @@
 
 #include <array>
 #include <sstream>
+#include <typeinfo>
 #include <utility>
 
 #include "zulobj/jsonvalue.h"
@@ -171,6 +172,52 @@ struct cCodec
     {
         to = wmsg::putObjectHeader(to, type, kNumberBytes);
         ((to = putNumber<I>(record, to)), ...);
+        return to;
+    }
+
+    static constexpr size_t kTexts = kTable.size() - numberTags();
+
+    /// The most that a record with short texts alone takes, and what is written beyond it.
+    static constexpr size_t kShortObject =
+        wmsg::kObjectHeaderSize + kNumberBytes + kTexts * (wmsg::kTagHeaderSize + cText::kShortRoom);
+
+    template <size_t I>
+    static bool isShort(const Record& record)
+    {
+        constexpr cField<Record> field = kTable[I];
+        if constexpr (field.text != nullptr) {
+            return (record.*field.text).isShort();
+        } else {
+            return true;
+        }
+    }
+
+    template <size_t... I>
+    static bool isShort(const Record& record, std::index_sequence<I...>)
+    {
+        return (isShort<I>(record) && ...);
+    }
+
+    template <size_t I>
+    static uint8_t* putShort(const Record& record, uint8_t* to)
+    {
+        constexpr cField<Record> field = kTable[I];
+        if constexpr (field.text == nullptr) {
+            return put<I>(record, to);
+        } else {
+            const cText& text = record.*field.text;
+            return text.isSet() ? wmsg::putShortTag<cText::kShortRoom>(to, field.tag, text.bytes()) : to;
+        }
+    }
+
+    /// Writes the object of a record with short texts alone where there is room for kShortObject bytes.
+    template <size_t... I>
+    static uint8_t* putShorts(const Record& record, uint32_t type, uint8_t* to, std::index_sequence<I...>)
+    {
+        uint8_t* const header = to;
+        to += wmsg::kObjectHeaderSize;
+        ((to = putShort<I>(record, to)), ...);
+        wmsg::putObjectHeader(header, type, static_cast<size_t>(to - header) - wmsg::kObjectHeaderSize);
         return to;
     }
 
@@ -386,6 +433,18 @@ cObject* cRecord<Record, Base, Type>::clone() const
 }
 
 template <class Record, class Base, eObjectTypes Type>
+bool cRecord<Record, Base, Type>::cloneInto(cObject* spare) const
+{
+    if (typeid(*spare) != typeid(Record)) {
+        return false;
+    }
+    auto& copy = static_cast<Record&>(*spare);
+    copy = self();
+    copy.setType(Type);
+    return true;
+}
+
+template <class Record, class Base, eObjectTypes Type>
 cObject* cRecord<Record, Base, Type>::cloneKey() const
 {
     auto* copy = new Record;
@@ -408,22 +467,25 @@ void cRecord<Record, Base, Type>::encodeRun(WPayloadWriter* writer, cObject::cRu
 {
     using Codec = cCodec<Record>;
     // What lies in the writer would be read again after every byte that is written.
-    uint8_t* to = writer->room(Codec::kNumberObject);
-    const uint8_t* last = writer->roomEnd() - Codec::kNumberObject;
-    cObject::cRun left = *run;
-    for (; left.count > 0; --left.count, ++left.at) {
-        const auto& record = static_cast<const Record&>(**left.at);
-        if (to <= last && Codec::lacksTexts(record, typename Codec::Indexes())) {
+    uint8_t* to = writer->room(0);
+    const uint8_t* end = writer->roomEnd();
+    cObject::cRun ahead = *run;
+    for (; ahead.count > 0; --ahead.count, ++ahead.at) {
+        const auto& record = static_cast<const Record&>(**ahead.at);
+        const auto left = static_cast<size_t>(end - to);
+        if (left >= Codec::kNumberObject && Codec::lacksTexts(record, typename Codec::Indexes())) {
             to = Codec::putNumbers(record, Type, to, typename Codec::Indexes());
+        } else if (left >= Codec::kShortObject && Codec::isShort(record, typename Codec::Indexes())) {
+            to = Codec::putShorts(record, Type, to, typename Codec::Indexes());
         } else {
             writer->wroteTo(to);
             Codec::encode(record, Type, writer);
-            to = writer->room(Codec::kNumberObject);
-            last = writer->roomEnd() - Codec::kNumberObject;
+            to = writer->room(0);
+            end = writer->roomEnd();
         }
     }
     writer->wroteTo(to);
-    *run = left;
+    *run = ahead;
 }
 
 /// Fills the record with an object of its type whose tags are not all its numbers in order: the next one of

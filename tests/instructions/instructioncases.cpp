@@ -93,14 +93,15 @@ cDevice* deviceWith(uint32_t inputs)
 Once answer(uint32_t ports)
 {
     const cDevice* device = deviceWith(ports);
-    return [device, ports, message = WMsg(), bytes = std::vector<uint8_t>()]() mutable {
-        cObjectList list;
+    return [device, ports, list = std::make_shared<cObjectList>(), message = WMsg(),
+            bytes = std::vector<uint8_t>()]() mutable {
         for (uint32_t index = 0; index < ports; ++index) {
-            device->getInput(static_cast<int>(index))->populateMsg(&list, nullptr);
+            device->getInput(static_cast<int>(index))->populateMsg(list.get(), nullptr);
         }
-        require(list.encode(&message).isOk(), "an answer is not encoded");
+        require(list->encode(&message).isOk(), "an answer is not encoded");
         bytes.clear();
         message.appendFrames(bytes);
+        list->reuse(ports);
     };
 }
 
@@ -150,7 +151,8 @@ int main(int argc, char** argv)
         return 1;
     }
     const QApplication application(argc, argv);
-    const Once once = caseOf(argv[1], argc == 4 ? static_cast<uint32_t>(std::strtoul(argv[3], nullptr, 10)) : 0);
+    const Once once =
+        caseOf(argv[1], argc == 4 ? static_cast<uint32_t>(std::strtoul(argv[3], nullptr, 10)) : 0);
     require(static_cast<bool>(once), "there is no such case");
     for (long times = std::strtol(argv[2], nullptr, 10); times > 0; --times) {
         once();
