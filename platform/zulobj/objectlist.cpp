@@ -1,5 +1,6 @@
 #include "zulobj/objectlist.h"
 
+#include <numeric>
 #include <typeinfo>
 
 #include "zulobj/jsonvalue.h"
@@ -44,12 +45,32 @@ void cObjectList::addBorrowed(cObject* object)
 void cObjectList::append(cObject* object, bool owned)
 {
     mObjects.insert(mSpares, object);
-    noteAdded(object, owned);
+    noteAdded(object == nullptr ? nullptr : &typeid(*object), owned);
+}
+
+void cObjectList::noteAdded(const std::type_info* type, bool owned)
+{
+    if (mRuns.empty() || mRuns.back().type != type || mRuns.back().owned != owned) {
+        beginRun(type, owned);
+    }
+    ++mRuns.back().count;
+}
+
+void cObjectList::beginRun(const std::type_info* type, bool owned)
+{
+    mRuns.push_back({type, owned, 0});
+    mOpenClass = owned ? type : nullptr;
+}
+
+size_t cObjectList::size() const
+{
+    return std::accumulate(mRuns.begin(), mRuns.end(), size_t{0},
+                           [](size_t sum, const cClassRun& run) { return sum + run.count; });
 }
 
 cObject* cObjectList::first()
 {
-    mNext = mSize == 0 ? mObjects.end() : mObjects.begin();
+    mNext = mRuns.empty() ? mObjects.end() : mObjects.begin();
     return next();
 }
 
@@ -109,7 +130,7 @@ void cObjectList::forgetObjects()
     if (mRuns.capacity() > kMostRunsKept) {
         mRuns.shrink_to_fit();
     }
-    mSize = 0;
+    mOpenClass = nullptr;
     mDecoded = false;
     mNext = mObjects.end();
     mSpares = mObjects.end();
@@ -138,8 +159,21 @@ void cObjectList::storeFirst(uint32_t type, size_t count)
     }
 }
 
+void cObjectList::addOtherClone(const cObject& object)
+{
+    if (bringSpares(object.getType()) && object.cloneInto(*mSpares)) {
+        takeSpare();
+    } else {
+        add(object.clone());
+    }
+}
+
+/// Has the spare records of @p type stand at mSpares. False where there are none more.
 bool cObjectList::bringSpares(uint32_t type)
 {
+    if (mSpares != mObjects.end() && mSpareType == type) {
+        return true;
+    }
     if (!mStore || type >= mStore->size() || (*mStore)[type].empty()) {
         return false;
     }
@@ -221,11 +255,11 @@ cObjectList::Records::const_iterator cObjectList::truncate(Records::const_iterat
     for (auto count = std::distance(from, mObjects.cend()); count > 0; --count) {
         delete mObjects.back();
         mObjects.pop_back();
-        --mSize;
         if (--mRuns.back().count == 0) {
             mRuns.pop_back();
         }
     }
+    mOpenClass = mRuns.empty() ? nullptr : mRuns.back().type; // all are owned
     return mObjects.cend();
 }
 

@@ -46,10 +46,10 @@ public:
     /// record of that class, that one becomes the clone.
     void addClone(const cObject& object)
     {
-        if (hasSpare(object.getType()) && object.cloneInto(*mSpares)) {
+        if (mSpares != mObjects.end() && object.cloneInto(*mSpares)) {
             takeSpare();
         } else {
-            add(object.clone());
+            addOtherClone(object);
         }
     }
 
@@ -57,7 +57,7 @@ public:
     template <class Record>
     void addCloneAs(const Record& object)
     {
-        if (hasSpare(Record::kType) && object.Record::cloneInto(*mSpares)) {
+        if (bringSpares(Record::kType) && object.Record::cloneInto(*mSpares)) {
             takeSpare();
         } else {
             add(object.Record::clone());
@@ -73,7 +73,7 @@ public:
     cObject* next();
 
     /// How many entries there are, nulls included.
-    size_t size() const { return mSize; }
+    size_t size() const;
 
     /// Frees the list's own records, those that reuse() left among them, and forgets the borrowed ones.
     void deleteObjects();
@@ -110,22 +110,10 @@ private:
 
     WStatus decode(WObjectReader* reader);
     void append(cObject* object, bool owned);
-    void noteAdded(const cObject* object, bool owned)
-    {
-        const std::type_info* type = object == nullptr ? nullptr : &typeid(*object);
-        if (mRuns.empty() || mRuns.back().type != type || mRuns.back().owned != owned) {
-            mRuns.push_back({type, owned, 0});
-        }
-        ++mRuns.back().count;
-        ++mSize;
-    }
-
-    /// Whether a spare record of @p type, if there is one, stands at mSpares now.
-    bool hasSpare(uint32_t type)
-    {
-        return (mSpareType == type && mSpares != mObjects.end()) || bringSpares(type);
-    }
+    void noteAdded(const std::type_info* type, bool owned);
+    void beginRun(const std::type_info* type, bool owned);
     bool bringSpares(uint32_t type);
+    void addOtherClone(const cObject& object);
     void storeFirst(uint32_t type, size_t count);
     void dropFirst(const cClassRun& run);
     void forgetObjects();
@@ -133,8 +121,11 @@ private:
     /// Makes the spare record at mSpares the list's last one.
     void takeSpare()
     {
-        mDecoded = false;
-        noteAdded(*mSpares, true);
+        const cObject& spare = **mSpares;
+        if (mOpenClass != &typeid(spare)) {
+            beginRun(&typeid(spare), true);
+        }
+        ++mRuns.back().count;
         ++mSpares;
     }
 
@@ -148,8 +139,9 @@ private:
     Records::iterator mNext; ///< never a spare record: the end of mObjects after the last one
     Records::iterator mSpares;
     uint32_t mSpareType = 0;
-    size_t mSize = 0;              ///< entries before mSpares
-    std::vector<cClassRun> mRuns;  ///< all records, in order
+    size_t mSize = 0;                           ///< entries before mSpares
+    std::vector<cClassRun> mRuns;               ///< all records, in order
+    const std::type_info* mOpenClass = nullptr; ///< that of the last run where it is owned, else null
     bool mDecoded = false;         ///< the records are those that decode() made, all of them and in order
     std::unique_ptr<Store> mStore; ///< null until reuse()
 };

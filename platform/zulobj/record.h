@@ -68,6 +68,8 @@ protected:
     explicit cRecord(eObjectTypes type) : Base(type) {}
 
 private:
+    [[gnu::noinline]] bool copyLong(Record* copy) const;
+
     const Record& self() const { return static_cast<const Record&>(*this); }
     Record& self() { return static_cast<Record&>(*this); }
 };

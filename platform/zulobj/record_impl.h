@@ -206,7 +206,7 @@ struct cCodec
             return put<I>(record, to);
         } else {
             const cText& text = record.*field.text;
-            return text.isSet() ? wmsg::putShortTag<cText::kShortRoom>(to, field.tag, text.bytes()) : to;
+            return text.isSet() ? wmsg::putShortTag<cText::kShortRoom>(to, field.tag, text.shortBytes()) : to;
         }
     }
 
@@ -435,12 +435,27 @@ cObject* cRecord<Record, Base, Type>::clone() const
 template <class Record, class Base, eObjectTypes Type>
 bool cRecord<Record, Base, Type>::cloneInto(cObject* spare) const
 {
-    if (typeid(*spare) != typeid(Record)) {
+    using Codec = cCodec<Record>;
+    const cObject& other = *spare;
+    if (&typeid(other) != &typeid(Record)) {
         return false;
     }
     auto& copy = static_cast<Record&>(*spare);
+    if (!Codec::isShort(self(), typename Codec::Indexes()) ||
+        !Codec::isShort(copy, typename Codec::Indexes())) {
+        return copyLong(&copy);
+    }
     copy = self();
     copy.setType(Type);
+    return true;
+}
+
+/// Does the same with texts that take memory, out of the way of those that don't. Returns true.
+template <class Record, class Base, eObjectTypes Type>
+bool cRecord<Record, Base, Type>::copyLong(Record* copy) const
+{
+    *copy = self();
+    copy->setType(Type);
     return true;
 }
 

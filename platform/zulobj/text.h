@@ -53,9 +53,11 @@ public:
     /// The text's bytes, or none where it was never set.
     std::string_view bytes() const { return isSet() ? std::string_view(data(), mSize) : std::string_view(); }
 
-    /// True for a text of less than kShortRoom bytes and for one never set: kShortRoom bytes may be read then
-    /// where bytes() begins.
+    /// True for a text of less than kShortRoom bytes and for one never set.
     bool isShort() const { return mLong == nullptr; }
+
+    /// bytes() of a short text that is set; kShortRoom bytes may be read there.
+    std::string_view shortBytes() const { return {mShort, mSize}; }
 
     bool operator==(const cText& other) const { return isSet() == other.isSet() && bytes() == other.bytes(); }
     bool operator<(const cText& other) const
