@@ -27,8 +27,9 @@ Record* recordFor(cObject* object, uint32_t serial)
 template <class Port, class Action>
 void forMatching(const std::vector<Port*>& ports, const cObjectPort& record, Action action)
 {
+    const uint32_t portId = record.getPortId();
     for (Port* port : ports) {
-        if (port != nullptr && matches(record.getPortId(), port->getPortId())) {
+        if (port != nullptr && matches(portId, port->getPortId())) {
             action(port);
         }
     }
@@ -44,8 +45,9 @@ void answerPorts(cObject* object, uint32_t serial, const std::vector<Port*>& por
     if (request == nullptr) {
         return;
     }
-    forMatching(ports, *request, [&](Port* port) {
-        if (request->getPortType() != port->getPortType()) {
+    const uint32_t portType = request->getPortType();
+    forMatching(ports, *request, [=](Port* port) {
+        if (portType != port->getPortType()) {
             reply->addCloneAs<cObjectPort>(*port);
             return;
         }

@@ -45,8 +45,6 @@ void cDInput::updateStatus()
     setStatusColour(this, alarm);
 }
 
-void cDInput::populateMsg(cObjectList* msg, cObjectPort*) { msg->addClone(*this); }
-
 void cDInput::updateObject(cObjectDInput* request)
 {
     if (request->getDefaultState() != OBJ_IO_STATE_UNKNOWN) {

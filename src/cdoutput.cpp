@@ -41,8 +41,6 @@ void cDOutput::updateStatus()
     setStatusColour(this, alarm);
 }
 
-void cDOutput::populateMsg(cObjectList* msg, cObjectPort*) { msg->addClone(*this); }
-
 void cDOutput::updateObject(cObjectDOutput* request)
 {
     if (request->getDefaultState() != OBJ_IO_STATE_UNKNOWN) {

@@ -206,11 +206,14 @@ struct cCodec
             return put<I>(record, to);
         } else {
             const cText& text = record.*field.text;
-            return text.isSet() ? wmsg::putShortTag<cText::kShortRoom>(to, field.tag, text.shortBytes()) : to;
+            // Whoever lacks the only text has not come here.
+            const bool set = kTexts == 1 || text.isSet();
+            return set ? wmsg::putShortTag<cText::kShortRoom>(to, field.tag, text.shortBytes()) : to;
         }
     }
 
-    /// Writes the object of a record with short texts alone where there is room for kShortObject bytes.
+    /// Writes the object of a record with short texts, one of them at least, where there is room for
+    /// kShortObject bytes.
     template <size_t... I>
     static uint8_t* putShorts(const Record& record, uint32_t type, uint8_t* to, std::index_sequence<I...>)
     {
@@ -219,6 +222,23 @@ struct cCodec
         ((to = putShort<I>(record, to)), ...);
         wmsg::putObjectHeader(header, type, static_cast<size_t>(to - header) - wmsg::kObjectHeaderSize);
         return to;
+    }
+
+    /// The place from which on there may be too little room for another kShortObject bytes.
+    static const uint8_t* lastPlace(const uint8_t* to, const uint8_t* end)
+    {
+        return static_cast<size_t>(end - to) < kShortObject ? to : end - kShortObject;
+    }
+
+    /// Writes the object of any record, with as much room as it takes.
+    [[gnu::noinline]] static void encodeAny(const Record& record, uint32_t type, WPayloadWriter* writer)
+    {
+        uint8_t* to = writer->room(0);
+        if (lacksTexts(record, Indexes()) && static_cast<size_t>(writer->roomEnd() - to) >= kNumberObject) {
+            writer->wroteTo(putNumbers(record, type, to, Indexes()));
+        } else {
+            encode(record, type, writer);
+        }
     }
 
     static void encode(const Record& record, uint32_t type, WPayloadWriter* writer)
@@ -483,24 +503,23 @@ void cRecord<Record, Base, Type>::encodeRun(WPayloadWriter* writer, cObject::cRu
     using Codec = cCodec<Record>;
     // What lies in the writer would be read again after every byte that is written.
     uint8_t* to = writer->room(0);
-    const uint8_t* end = writer->roomEnd();
-    cObject::cRun ahead = *run;
-    for (; ahead.count > 0; --ahead.count, ++ahead.at) {
-        const auto& record = static_cast<const Record&>(**ahead.at);
-        const auto left = static_cast<size_t>(end - to);
-        if (left >= Codec::kNumberObject && Codec::lacksTexts(record, typename Codec::Indexes())) {
+    const uint8_t* last = Codec::lastPlace(to, writer->roomEnd());
+    cObject::cRun left = *run;
+    for (; left.count > 0; --left.count, ++left.at) {
+        const auto& record = static_cast<const Record&>(**left.at);
+        if (to < last && Codec::lacksTexts(record, typename Codec::Indexes())) {
             to = Codec::putNumbers(record, Type, to, typename Codec::Indexes());
-        } else if (left >= Codec::kShortObject && Codec::isShort(record, typename Codec::Indexes())) {
+        } else if (to < last && Codec::isShort(record, typename Codec::Indexes())) {
             to = Codec::putShorts(record, Type, to, typename Codec::Indexes());
         } else {
             writer->wroteTo(to);
-            Codec::encode(record, Type, writer);
+            Codec::encodeAny(record, Type, writer);
             to = writer->room(0);
-            end = writer->roomEnd();
+            last = Codec::lastPlace(to, writer->roomEnd());
         }
     }
     writer->wroteTo(to);
-    *run = ahead;
+    *run = left;
 }
 
 /// Fills the record with an object of its type whose tags are not all its numbers in order: the next one of
