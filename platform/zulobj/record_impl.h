@@ -168,7 +168,8 @@ struct cCodec
 
     /// Writes the object of a record that lacks its texts; it takes kNumberObject bytes.
     template <size_t... I>
-    static uint8_t* putNumbers(const Record& record, uint32_t type, uint8_t* to, std::index_sequence<I...>)
+    [[gnu::always_inline]] static inline uint8_t* putNumbers(const Record& record, uint32_t type, uint8_t* to,
+                                                             std::index_sequence<I...>)
     {
         to = wmsg::putObjectHeader(to, type, kNumberBytes);
         ((to = putNumber<I>(record, to)), ...);
