@@ -116,8 +116,6 @@ const cObjectAnalogSample* cAInput::findSample(uint32_t seq) const
     return nullptr;
 }
 
-void cAInput::populateMsg(cObjectList* msg, cObjectPort*) { msg->add(clone()); }
-
 void cAInput::populateMsg(cObjectList* msg, cObjectAnalogSample* sample) { msg->add(sample); }
 
 void cAInput::updateObject(cObjectAInput* request)

@@ -46,8 +46,8 @@ public:
     /// The kept periodic sample with sequence number @p seq, or null.
     const cObjectAnalogSample* findSample(uint32_t seq) const;
 
-    /// Appends a clone of the record to @p msg, which owns it. The caller has matched @p request.
-    void populateMsg(cObjectList* msg, cObjectPort* request);
+    /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
+    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->addClone(*this); }
 
     /// Appends @p sample to @p msg, which owns it.
     void populateMsg(cObjectList* msg, cObjectAnalogSample* sample);

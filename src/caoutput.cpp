@@ -43,8 +43,6 @@ void cAOutput::setSampledValue(float value)
 
 int cAOutput::getCurrentSample() const { return mQSampleValue.value(); }
 
-void cAOutput::populateMsg(cObjectList* msg, cObjectPort*) { msg->add(clone()); }
-
 void cAOutput::updateObject(cObjectAOutput* object)
 {
     connectedStatus = true;

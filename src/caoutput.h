@@ -28,8 +28,8 @@ public:
     /// The bar's value, 0 to 100.
     int getCurrentSample() const;
 
-    /// Appends a clone of the record to @p msg, which owns it. The caller has matched @p request.
-    void populateMsg(cObjectList* msg, cObjectPort* request);
+    /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
+    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->addClone(*this); }
 
     void setConnectedStatus(bool connected) { connectedStatus = connected; }
     bool getConnectedStatus() const { return connectedStatus; }

@@ -19,6 +19,7 @@
 #include "zulobj/capability.h"
 #include "zulobj/device.h"
 #include "zulobj/objclient.h"
+#include "zulobj/objectlist.h"
 #include "zulobj/objlistener.h"
 
 class QVBoxLayout;
@@ -183,6 +184,7 @@ private:
 
     cObjectClient* mObjectClient;
     cLinkWatch mLinkWatch;
+    cObjectList mReply; ///< empty but while a request is answered; its records are used again
     std::vector<cDInput*> mDigitalInputList;
     std::vector<cDOutput*> mDigitalOutputList;
     std::vector<cAInput*> mAnalogInputList;

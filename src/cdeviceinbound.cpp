@@ -1,6 +1,7 @@
 // What the device does with the messages of the server.
 
 #include <QDebug>
+#include <algorithm>
 #include <iostream>
 
 #include "cainput.h"
@@ -26,8 +27,9 @@ Record* recordFor(cObject* object, uint32_t serial)
 template <class Port, class Action>
 void forMatching(const std::vector<Port*>& ports, const cObjectPort& record, Action action)
 {
+    const uint32_t portId = record.getPortId();
     for (Port* port : ports) {
-        if (port != nullptr && matches(record.getPortId(), port->getPortId())) {
+        if (port != nullptr && matches(portId, port->getPortId())) {
             action(port);
         }
     }
@@ -43,9 +45,10 @@ void answerPorts(cObject* object, uint32_t serial, const std::vector<Port*>& por
     if (request == nullptr) {
         return;
     }
-    forMatching(ports, *request, [&](Port* port) {
-        if (request->getPortType() != port->getPortType()) {
-            reply->add(port->cObjectPort::clone());
+    const uint32_t portType = request->getPortType();
+    forMatching(ports, *request, [=](Port* port) {
+        if (portType != port->getPortType()) {
+            reply->addCloneAs<cObjectPort>(*port);
             return;
         }
         if (trace != nullptr) {
@@ -92,13 +95,15 @@ bool cDevice::isMe(uint32_t deviceSerial) const { return matches(deviceSerial, g
 
 void cDevice::handleRequest(cObjectList* msg)
 {
-    cObjectList reply;
-    reply.setMsgType(msg->getMsgType());
+    mReply.setMsgType(msg->getMsgType());
     for (cObject* object = msg->first(); object != nullptr; object = msg->next()) {
-        answer(object, &reply);
+        answer(object, &mReply);
     }
     std::cout.flush();
-    mObjectClient->send(&reply);
+    mObjectClient->send(&mReply);
+    // What one object can ask for at most: so the device keeps no more than it has ports.
+    mReply.reuse(std::max({mDigitalInputList.size(), mDigitalOutputList.size(), mAnalogInputList.size(),
+                           mAnalogOutputList.size(), mCapabilityList.size()}));
 }
 
 void cDevice::answer(cObject* object, cObjectList* reply)
@@ -145,7 +150,7 @@ void cDevice::answer(cObject* object, cObjectList* reply)
 void cDevice::answerDevice(cObject* object, cObjectList* reply)
 {
     if (recordFor<cObjectDevice>(object, getDeviceSerial()) != nullptr) {
-        reply->add(clone());
+        reply->addClone(*this);
     }
 }
 
@@ -162,7 +167,7 @@ void cDevice::answerSample(cObject* object, cObjectList* reply)
         }
         const cObjectAnalogSample* sample = input->findSample(request->getSeqNum());
         if (sample != nullptr) {
-            reply->add(sample->clone());
+            reply->addClone(*sample);
         }
     }
 }
@@ -174,7 +179,7 @@ void cDevice::answerCapabilities(cObject* object, cObjectList* reply)
     }
     for (const cObjectCapability* capability : mCapabilityList) {
         if (capability != nullptr) {
-            reply->add(capability->clone());
+            reply->addClone(*capability);
         }
     }
 }

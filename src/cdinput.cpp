@@ -42,8 +42,6 @@ void cDInput::updateStatus()
     setStatusColour(this, alarm);
 }
 
-void cDInput::populateMsg(cObjectList* msg, cObjectPort*) { msg->add(clone()); }
-
 void cDInput::updateObject(cObjectDInput* request)
 {
     if (request->getDefaultState() != OBJ_IO_STATE_UNKNOWN) {

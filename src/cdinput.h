@@ -32,8 +32,8 @@ public:
     /// Recomputes the alarm status from current and default state, and the row's colour from that.
     void updateStatus();
 
-    /// Appends a clone of the record to @p msg, which owns it. The caller has matched @p request.
-    void populateMsg(cObjectList* msg, cObjectPort* request);
+    /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
+    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->addClone(*this); }
 
     /// Applies the set of a server: a known default state is taken over, the input state never.
     void updateObject(cObjectDInput* request);

@@ -38,8 +38,6 @@ void cDOutput::updateStatus()
     setStatusColour(this, alarm);
 }
 
-void cDOutput::populateMsg(cObjectList* msg, cObjectPort*) { msg->add(clone()); }
-
 void cDOutput::updateObject(cObjectDOutput* request)
 {
     if (request->getDefaultState() != OBJ_IO_STATE_UNKNOWN) {

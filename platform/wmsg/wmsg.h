@@ -73,6 +73,10 @@ struct WMsg
 
     /// Appends all segments to @p bytes.
     void appendFrames(std::vector<uint8_t>& bytes) const;
+
+private:
+    /// Writes the header of segment number @p segment and returns the length of the payload behind it.
+    size_t putHeader(size_t segment, uint8_t* header) const;
 };
 
 #endif

@@ -142,7 +142,7 @@ bool WMsgReader::finishSegment(WMsg* message)
 {
     mHeaderUsed = 0;
     if (isControl()) {
-        *message = WMsg();
+        message->payload.clear();
         message->type = mHeader[4];
         message->seq = mHeader[5];
         message->control = true;
@@ -152,15 +152,20 @@ bool WMsgReader::finishSegment(WMsg* message)
     }
     mMessage.type = mHeader[4];
     mMessage.seq = mHeader[5];
+    mMessage.control = false;
     mMessage.answer = (flags() & wmsg::kFlagAnswer) != 0;
     mMessage.event = (flags() & wmsg::kFlagEvent) != 0;
     ++mSegmentsUsed;
     if ((flags() & wmsg::kFlagLastSegment) == 0) {
         return false;
     }
-    *message = std::move(mMessage);
-    mMessage = WMsg();
     mSegmentsUsed = 0;
+    std::swap(*message, mMessage);
+    // Goes on with the memory of the message that has been replaced, unless that is much to keep.
+    if (mMessage.payload.capacity() > kMostDoubled) {
+        mMessage = WMsg();
+    }
+    mMessage.payload.clear();
     return true;
 }
 

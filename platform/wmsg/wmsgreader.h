@@ -37,7 +37,8 @@ public:
     explicit WMsgReader(const Limits& limits) : mLimits(limits) {}
 
     /// Reads from @p *data, which holds @p *size bytes, and moves both on past what it used.
-    /// @p nowMs is the time by any clock that never goes back. On MESSAGE, @p *message has been replaced.
+    /// @p nowMs is the time by any clock that never goes back. On MESSAGE, @p *message has been replaced; the
+    /// reader may use its former memory, so one message that is handed in again and again saves taking any.
     eResult read(const uint8_t** data, size_t* size, int64_t nowMs, WMsg* message);
 
     /// True when a message has been begun and is older than permitted at @p nowMs.

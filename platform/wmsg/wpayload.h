@@ -15,6 +15,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 #include "wmsg/wbytes.h"
@@ -79,6 +80,16 @@ inline uint8_t* putBytesTag(uint8_t* to, uint16_t tag, const void* value, size_t
         std::memcpy(to + kTagHeaderSize, value, size);
     }
     return to + kTagHeaderSize + size;
+}
+
+/// The same for a value of at most @p Room bytes in a place of so many: all are written, which is cheaper
+/// than to write some, so there is room for them too.
+template <size_t Room>
+uint8_t* putShortTag(uint8_t* to, uint16_t tag, std::string_view value)
+{
+    put32(to, uint32_t{tag} << 16 | static_cast<uint32_t>(value.size()));
+    std::memcpy(to + kTagHeaderSize, value.data(), Room);
+    return to + kTagHeaderSize + value.size();
 }
 
 inline uint8_t* putObjectHeader(uint8_t* to, uint32_t type, size_t tags)

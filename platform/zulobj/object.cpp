@@ -1,6 +1,7 @@
 #include "zulobj/object.h"
 
 #include <string>
+#include <typeinfo>
 
 #include "wlog/wlog.h"
 #include "zulobj/access.h"
@@ -58,6 +59,15 @@ bool cObject::operator<(cObject& other) const { return mType < other.mType; }
 void cObject::printKey() const { logKey({}); }
 
 cObject* cObject::clone() const { return new cObject(*this); }
+
+bool cObject::cloneInto(cObject* spare) const
+{
+    if (typeid(*spare) != typeid(cObject)) {
+        return false;
+    }
+    *spare = *this;
+    return true;
+}
 
 cObject* cObject::cloneKey() const { return clone(); }
 

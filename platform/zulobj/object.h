@@ -71,6 +71,9 @@ public:
     /// A new record of the record's own class, also for a widget; the caller owns it.
     virtual cObject* clone() const;
 
+    /// Makes @p *spare what clone() would return. False, and nothing happens, where it is of another class.
+    virtual bool cloneInto(cObject* spare) const;
+
     /// A new record of the record's own class with its key fields alone; the caller owns it.
     virtual cObject* cloneKey() const;
 

@@ -1,5 +1,6 @@
 #include "zulobj/objectlist.h"
 
+#include <numeric>
 #include <typeinfo>
 
 #include "zulobj/jsonvalue.h"
@@ -15,44 +16,173 @@ WStatus byteFromJSON(json_t* json, const char* key, uint8_t* value)
     return WStatus::ok();
 }
 
+void freeAll(std::list<cObject*>* records)
+{
+    for (const cObject* record : *records) {
+        delete record;
+    }
+    records->clear();
+}
+
 } // namespace
 
-cObjectList::cObjectList() : cWlog("zulobj.list"), mNext(mObjects.end()) {}
+cObjectList::cObjectList() : cWlog("zulobj.list"), mNext(mObjects.end()), mSpares(mObjects.end()) {}
 
 cObjectList::~cObjectList() { deleteObjects(); }
 
 void cObjectList::add(cObject* object)
 {
     mDecoded = false;
-    noteAdded(object);
-    mObjects.push_back(object);
-    mOwned.push_back(object);
+    append(object, true);
 }
 
 void cObjectList::addBorrowed(cObject* object)
 {
     mDecoded = false;
-    noteAdded(object);
-    mObjects.push_back(object);
+    append(object, false);
+}
+
+void cObjectList::append(cObject* object, bool owned)
+{
+    mObjects.insert(mSpares, object);
+    noteAdded(object == nullptr ? nullptr : &typeid(*object), owned);
+}
+
+void cObjectList::noteAdded(const std::type_info* type, bool owned)
+{
+    if (mRuns.empty() || mRuns.back().type != type || mRuns.back().owned != owned) {
+        beginRun(type, owned);
+    }
+    ++mRuns.back().count;
+}
+
+void cObjectList::beginRun(const std::type_info* type, bool owned)
+{
+    mRuns.push_back({type, owned, 0});
+    mOpenClass = owned ? type : nullptr;
+}
+
+size_t cObjectList::size() const
+{
+    return std::accumulate(mRuns.begin(), mRuns.end(), size_t{0},
+                           [](size_t sum, const cClassRun& run) { return sum + run.count; });
 }
 
 cObject* cObjectList::first()
 {
-    mNext = mObjects.begin();
+    mNext = mRuns.empty() ? mObjects.end() : mObjects.begin();
     return next();
 }
 
-cObject* cObjectList::next() { return mNext == mObjects.end() ? nullptr : *mNext++; }
+cObject* cObjectList::next()
+{
+    if (mNext == mObjects.end()) {
+        return nullptr;
+    }
+    cObject* object = *mNext++;
+    if (mNext == mSpares) {
+        mNext = mObjects.end();
+    }
+    return object;
+}
 
 void cObjectList::deleteObjects()
 {
-    for (cObject* object : mOwned) {
-        delete object;
+    for (const cClassRun& run : mRuns) {
+        dropFirst(run);
     }
-    mOwned.clear();
-    mObjects.clear();
+    freeAll(&mObjects); // spare ones
+    if (mStore) {
+        for (Records& spares : *mStore) {
+            freeAll(&spares);
+        }
+    }
+    forgetObjects();
+}
+
+void cObjectList::reuse(size_t most)
+{
+    if (!mStore) {
+        mStore = std::make_unique<Store>();
+    }
+    for (const cClassRun& run : mRuns) {
+        const bool kept = run.owned && run.type != nullptr && mObjects.front()->getType() < mStore->size();
+        if (kept) {
+            storeFirst(mObjects.front()->getType(), run.count);
+        } else {
+            dropFirst(run);
+        }
+    }
+    storeFirst(mSpareType, mObjects.size());
+    for (Records& spares : *mStore) {
+        for (; spares.size() > most; spares.pop_back()) {
+            delete spares.back();
+        }
+    }
+    forgetObjects();
+}
+
+/// Begins anew with no entries.
+void cObjectList::forgetObjects()
+{
+    constexpr size_t kMostRunsKept = 64;
     mRuns.clear();
+    if (mRuns.capacity() > kMostRunsKept) {
+        mRuns.shrink_to_fit();
+    }
+    mOpenClass = nullptr;
+    mDecoded = false;
     mNext = mObjects.end();
+    mSpares = mObjects.end();
+}
+
+/// Takes the entries of @p run, which are the first ones, away.
+void cObjectList::dropFirst(const cClassRun& run)
+{
+    for (size_t i = 0; i < run.count; ++i) {
+        if (run.owned) {
+            delete mObjects.front();
+        }
+        mObjects.pop_front();
+    }
+}
+
+/// Moves the first @p count records, which are of @p type, to the store.
+void cObjectList::storeFirst(uint32_t type, size_t count)
+{
+    Records& place = (*mStore)[type];
+    if (count == mObjects.size()) {
+        place.splice(place.end(), mObjects); // unlike a part, all are moved without a walk
+    } else {
+        place.splice(place.end(), mObjects, mObjects.begin(),
+                     std::next(mObjects.begin(), static_cast<std::ptrdiff_t>(count)));
+    }
+}
+
+void cObjectList::addOtherClone(const cObject& object)
+{
+    if (bringSpares(object.getType()) && object.cloneInto(*mSpares)) {
+        takeSpare();
+    } else {
+        add(object.clone());
+    }
+}
+
+/// Has the spare records of @p type stand at mSpares. False where there are none more.
+bool cObjectList::bringSpares(uint32_t type)
+{
+    if (mSpares != mObjects.end() && mSpareType == type) {
+        return true;
+    }
+    if (!mStore || type >= mStore->size() || (*mStore)[type].empty()) {
+        return false;
+    }
+    Records& others = (*mStore)[mSpareType];
+    others.splice(others.end(), mObjects, mSpares, mObjects.end());
+    mSpareType = type;
+    mSpares = (*mStore)[type].begin();
+    mObjects.splice(mObjects.end(), (*mStore)[type]);
+    return true;
 }
 
 WStatus cObjectList::encode(WMsg* message) const
@@ -110,7 +240,8 @@ WStatus cObjectList::decode(WObjectReader* reader)
             continue;
         }
         truncate(at);
-        cObject::cRun run{append(cObject::create(static_cast<eObjectTypes>(type))), 1};
+        append(cObject::create(static_cast<eObjectTypes>(type)).release(), true);
+        cObject::cRun run{std::prev(mObjects.cend()), 1};
         status = (*run.at)->parseRun(reader, &run);
         at = truncate(run.at);
         stretch = mRuns.size();
@@ -119,41 +250,25 @@ WStatus cObjectList::decode(WObjectReader* reader)
     return status;
 }
 
-void cObjectList::noteAdded(const cObject* object)
-{
-    const std::type_info* type = object == nullptr ? nullptr : &typeid(*object);
-    if (mRuns.empty() || mRuns.back().type != type) {
-        mRuns.push_back({type, 0});
-    }
-    ++mRuns.back().count;
-}
-
-std::list<cObject*>::const_iterator cObjectList::append(std::unique_ptr<cObject> object)
-{
-    noteAdded(object.get());
-    mOwned.push_back(object.get());
-    return mObjects.insert(mObjects.end(), object.release());
-}
-
-std::list<cObject*>::const_iterator cObjectList::truncate(std::list<cObject*>::const_iterator from)
+cObjectList::Records::const_iterator cObjectList::truncate(Records::const_iterator from)
 {
     for (auto count = std::distance(from, mObjects.cend()); count > 0; --count) {
         delete mObjects.back();
         mObjects.pop_back();
-        mOwned.pop_back();
         if (--mRuns.back().count == 0) {
             mRuns.pop_back();
         }
     }
+    mOpenClass = mRuns.empty() ? nullptr : mRuns.back().type; // all are owned
     return mObjects.cend();
 }
 
 json_t* cObjectList::getJSONObj() const
 {
     json_t* objects = json_array();
-    for (const cObject* object : mObjects) {
-        if (object != nullptr) {
-            json_array_append_new(objects, object->getJSONObj());
+    for (auto at = mObjects.begin(); at != mSpares; ++at) {
+        if (*at != nullptr) {
+            json_array_append_new(objects, (*at)->getJSONObj());
         }
     }
     json_t* json = json_object();

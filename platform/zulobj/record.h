@@ -45,6 +45,8 @@ template <class Record, class Base, eObjectTypes Type>
 class cRecord : public Base
 {
 public:
+    static constexpr eObjectTypes kType = Type;
+
     cTagList getTags() const override;
     json_t* getJSONObj() const override;
     WStatus parse(WendleObject* object, std::vector<WTag*>* tags) override;
@@ -53,6 +55,7 @@ public:
     bool operator<(cObject& other) const override;
     void printKey() const override;
     cObject* clone() const override;
+    bool cloneInto(cObject* spare) const override;
     cObject* cloneKey() const override;
     void encode(WPayloadWriter* writer) const override;
     void encodeRun(WPayloadWriter* writer, cObject::cRun* run) const override;
@@ -65,6 +68,8 @@ protected:
     explicit cRecord(eObjectTypes type) : Base(type) {}
 
 private:
+    [[gnu::noinline]] bool copyLong(Record* copy) const;
+
     const Record& self() const { return static_cast<const Record&>(*this); }
     Record& self() { return static_cast<Record&>(*this); }
 };

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <sstream>
+#include <typeinfo>
 #include <utility>
 
 #include "zulobj/jsonvalue.h"
@@ -167,11 +168,78 @@ struct cCodec
 
     /// Writes the object of a record that lacks its texts; it takes kNumberObject bytes.
     template <size_t... I>
-    static uint8_t* putNumbers(const Record& record, uint32_t type, uint8_t* to, std::index_sequence<I...>)
+    [[gnu::always_inline]] static inline uint8_t* putNumbers(const Record& record, uint32_t type, uint8_t* to,
+                                                             std::index_sequence<I...>)
     {
         to = wmsg::putObjectHeader(to, type, kNumberBytes);
         ((to = putNumber<I>(record, to)), ...);
         return to;
+    }
+
+    static constexpr size_t kTexts = kTable.size() - numberTags();
+
+    /// The most that a record with short texts alone takes, and what is written beyond it.
+    static constexpr size_t kShortObject =
+        wmsg::kObjectHeaderSize + kNumberBytes + kTexts * (wmsg::kTagHeaderSize + cText::kShortRoom);
+
+    template <size_t I>
+    static bool isShort(const Record& record)
+    {
+        constexpr cField<Record> field = kTable[I];
+        if constexpr (field.text != nullptr) {
+            return (record.*field.text).isShort();
+        } else {
+            return true;
+        }
+    }
+
+    template <size_t... I>
+    static bool isShort(const Record& record, std::index_sequence<I...>)
+    {
+        return (isShort<I>(record) && ...);
+    }
+
+    template <size_t I>
+    static uint8_t* putShort(const Record& record, uint8_t* to)
+    {
+        constexpr cField<Record> field = kTable[I];
+        if constexpr (field.text == nullptr) {
+            return put<I>(record, to);
+        } else {
+            const cText& text = record.*field.text;
+            // Whoever lacks the only text has not come here.
+            const bool set = kTexts == 1 || text.isSet();
+            return set ? wmsg::putShortTag<cText::kShortRoom>(to, field.tag, text.shortBytes()) : to;
+        }
+    }
+
+    /// Writes the object of a record with short texts, one of them at least, where there is room for
+    /// kShortObject bytes.
+    template <size_t... I>
+    static uint8_t* putShorts(const Record& record, uint32_t type, uint8_t* to, std::index_sequence<I...>)
+    {
+        uint8_t* const header = to;
+        to += wmsg::kObjectHeaderSize;
+        ((to = putShort<I>(record, to)), ...);
+        wmsg::putObjectHeader(header, type, static_cast<size_t>(to - header) - wmsg::kObjectHeaderSize);
+        return to;
+    }
+
+    /// The place from which on there may be too little room for another kShortObject bytes.
+    static const uint8_t* lastPlace(const uint8_t* to, const uint8_t* end)
+    {
+        return static_cast<size_t>(end - to) < kShortObject ? to : end - kShortObject;
+    }
+
+    /// Writes the object of any record, with as much room as it takes.
+    [[gnu::noinline]] static void encodeAny(const Record& record, uint32_t type, WPayloadWriter* writer)
+    {
+        uint8_t* to = writer->room(0);
+        if (lacksTexts(record, Indexes()) && static_cast<size_t>(writer->roomEnd() - to) >= kNumberObject) {
+            writer->wroteTo(putNumbers(record, type, to, Indexes()));
+        } else {
+            encode(record, type, writer);
+        }
     }
 
     static void encode(const Record& record, uint32_t type, WPayloadWriter* writer)
@@ -386,6 +454,33 @@ cObject* cRecord<Record, Base, Type>::clone() const
 }
 
 template <class Record, class Base, eObjectTypes Type>
+bool cRecord<Record, Base, Type>::cloneInto(cObject* spare) const
+{
+    using Codec = cCodec<Record>;
+    const cObject& other = *spare;
+    if (&typeid(other) != &typeid(Record)) {
+        return false;
+    }
+    auto& copy = static_cast<Record&>(*spare);
+    if (!Codec::isShort(self(), typename Codec::Indexes()) ||
+        !Codec::isShort(copy, typename Codec::Indexes())) {
+        return copyLong(&copy);
+    }
+    copy = self();
+    copy.setType(Type);
+    return true;
+}
+
+/// Does the same with texts that take memory, out of the way of those that don't. Returns true.
+template <class Record, class Base, eObjectTypes Type>
+bool cRecord<Record, Base, Type>::copyLong(Record* copy) const
+{
+    *copy = self();
+    copy->setType(Type);
+    return true;
+}
+
+template <class Record, class Base, eObjectTypes Type>
 cObject* cRecord<Record, Base, Type>::cloneKey() const
 {
     auto* copy = new Record;
@@ -408,18 +503,20 @@ void cRecord<Record, Base, Type>::encodeRun(WPayloadWriter* writer, cObject::cRu
 {
     using Codec = cCodec<Record>;
     // What lies in the writer would be read again after every byte that is written.
-    uint8_t* to = writer->room(Codec::kNumberObject);
-    const uint8_t* last = writer->roomEnd() - Codec::kNumberObject;
+    uint8_t* to = writer->room(0);
+    const uint8_t* last = Codec::lastPlace(to, writer->roomEnd());
     cObject::cRun left = *run;
     for (; left.count > 0; --left.count, ++left.at) {
         const auto& record = static_cast<const Record&>(**left.at);
-        if (to <= last && Codec::lacksTexts(record, typename Codec::Indexes())) {
+        if (to < last && Codec::lacksTexts(record, typename Codec::Indexes())) {
             to = Codec::putNumbers(record, Type, to, typename Codec::Indexes());
+        } else if (to < last && Codec::isShort(record, typename Codec::Indexes())) {
+            to = Codec::putShorts(record, Type, to, typename Codec::Indexes());
         } else {
             writer->wroteTo(to);
-            Codec::encode(record, Type, writer);
-            to = writer->room(Codec::kNumberObject);
-            last = writer->roomEnd() - Codec::kNumberObject;
+            Codec::encodeAny(record, Type, writer);
+            to = writer->room(0);
+            last = Codec::lastPlace(to, writer->roomEnd());
         }
     }
     writer->wroteTo(to);

@@ -19,8 +19,15 @@ std::atomic<size_t>& most()
     return bytes;
 }
 
+std::atomic<size_t>& calls()
+{
+    static std::atomic<size_t> count{0};
+    return count;
+}
+
 void* take(size_t size)
 {
+    ++calls();
     void* const memory = std::malloc(size > 0 ? size : 1);
     if (memory == nullptr) {
         throw std::bad_alloc();
@@ -42,9 +49,11 @@ void giveBack(void* memory)
 
 } // namespace
 
-HeapMeter::HeapMeter() : mBefore(live()) { most() = mBefore; }
+HeapMeter::HeapMeter() : mBefore(live()), mTakenBefore(calls()) { most() = mBefore; }
 size_t HeapMeter::peak() const { return most() - mBefore; }
 size_t HeapMeter::now() const { return live() > mBefore ? live() - mBefore : 0; }
+
+size_t HeapMeter::taken() const { return calls() - mTakenBefore; }
 
 void* operator new(size_t size) { return take(size); }
 void* operator new[](size_t size) { return take(size); }

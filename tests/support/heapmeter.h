@@ -16,8 +16,12 @@ public:
     /// The bytes there are now, beyond what was there.
     size_t now() const;
 
+    /// How many times memory was taken since.
+    size_t taken() const;
+
 private:
     const size_t mBefore;
+    const size_t mTakenBefore;
 };
 
 #endif
