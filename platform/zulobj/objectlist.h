@@ -139,7 +139,6 @@ private:
     Records::iterator mNext; ///< never a spare record: the end of mObjects after the last one
     Records::iterator mSpares;
     uint32_t mSpareType = 0;
-    size_t mSize = 0;                           ///< entries before mSpares
     std::vector<cClassRun> mRuns;               ///< all records, in order
     const std::type_info* mOpenClass = nullptr; ///< that of the last run where it is owned, else null
     bool mDecoded = false;         ///< the records are those that decode() made, all of them and in order

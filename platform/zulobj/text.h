@@ -18,7 +18,8 @@ public:
 
     cText() = default;
     cText(const cText& other) { *this = other; }
-    cText& operator=(const cText& other)
+    // A text that becomes itself is copied to where it is.
+    cText& operator=(const cText& other) // NOLINT(bugprone-unhandled-self-assignment)
     {
         if (mLong != nullptr || other.mLong != nullptr) {
             assign(other);

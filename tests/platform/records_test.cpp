@@ -183,6 +183,40 @@ TEST(RecordTest, TextIsCopied)
     EXPECT_EQ(access.getLabel(), nullptr);
 }
 
+TEST(RecordTest, ATextMayBecomeItselfOrAPartOfItself)
+{
+    const std::string longer(200, 'x');
+    for (const std::string& text : {std::string("short"), longer, longer + longer}) {
+        cText field;
+        field.set(text.c_str());
+        const cText& same = field;
+        field = same;
+        EXPECT_EQ(field.bytes(), text);
+        field.set(field.get());
+        EXPECT_EQ(field.bytes(), text);
+        field.set(field.get() + 2);
+        EXPECT_EQ(field.bytes(), text.substr(2));
+    }
+}
+
+TEST(RecordTest, TextsOfEveryLengthAreCopied)
+{
+    cText copy;
+    for (size_t size = 0; size < 300; ++size) {
+        const std::string text(size, 'x');
+        cText field;
+        field.set(text.c_str());
+        copy = field;
+        EXPECT_TRUE(copy == field);
+        EXPECT_STREQ(copy.get(), text.c_str());
+        EXPECT_EQ(cText(copy).bytes(), text);
+        if (size % 7 == 0) {
+            copy = cText();
+            EXPECT_EQ(copy.get(), nullptr);
+        }
+    }
+}
+
 TEST(RecordTest, EveryClassIsMadeFromItsTypeCode)
 {
     for (const auto& record : sampleRecords()) {
