@@ -25,9 +25,6 @@ cDevice::cDevice(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, u
     : cDevice()
 {
     describe(dins, douts, ains, aouts, label, version, serial);
-    // Empty as yet: a page that has its rows would be measured, row by row, when it gets its frame, shown or
-    // not.
-    addPages();
     buildDigitalInputs();
     buildDigitalOutputs();
     buildAnalogInputs();

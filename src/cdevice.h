@@ -148,7 +148,7 @@ private:
     void buildWiringPages();
     void buildAccess(uint32_t scanners);
     void buildAdHoc();
-    void addPages();
+    void addPage(QWidget* page, const QString& title);
     void addCapabilities();
     void addCapability(uint32_t id, const char* label, const char* value);
     QGroupBox* createDigitalInputGroup();

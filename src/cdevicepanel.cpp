@@ -87,8 +87,13 @@ QScrollArea* scrolling(QWidget* page)
 
 } // namespace
 
+/// Gives @p page its tab. It has no rows yet: with them it would be measured, row by row, though nobody sees
+/// it.
+void cDevice::addPage(QWidget* page, const QString& title) { addTab(scrolling(page), title); }
+
 void cDevice::buildDigitalInputs()
 {
+    addPage(&dinTab, tr("Digital Inputs"));
     QVBoxLayout* layout = pageLayout(
         headerRow(dinTab, {{tr("Port Label"), 0}, {tr("Default State"), 0}, {tr("Current State"), 0}}));
     for (uint32_t number = 1; number <= getDiscreteInCount(); ++number) {
@@ -106,6 +111,7 @@ void cDevice::buildDigitalInputs()
 
 void cDevice::buildDigitalOutputs()
 {
+    addPage(&doutTab, tr("Digital Outputs"));
     QVBoxLayout* layout = pageLayout(
         headerRow(doutTab, {{tr("Port Label"), 0}, {tr("Default State"), 0}, {tr("Current State"), 0}}));
     for (uint32_t number = 1; number <= getDiscreteOutCount(); ++number) {
@@ -122,6 +128,7 @@ void cDevice::buildDigitalOutputs()
 
 void cDevice::buildAnalogInputs()
 {
+    addPage(&ainTab, tr("Analog Inputs"));
     QVBoxLayout* layout = pageLayout(headerRow(ainTab, {{tr("Port Label"), 100},
                                                         {tr("Gain"), 60},
                                                         {tr("Offset"), 60},
@@ -148,6 +155,7 @@ void cDevice::buildAnalogInputs()
 
 void cDevice::buildAnalogOutputs()
 {
+    addPage(&aoutTab, tr("Analog Outputs"));
     QVBoxLayout* layout = pageLayout(headerRow(
         aoutTab, {{tr("Port Label"), 100}, {tr("Gain"), 60}, {tr("Offset"), 60}, {tr("Current Value"), 0}}));
     const QByteArray unit = cAInput::tr("fT %").toLocal8Bit();
@@ -166,11 +174,13 @@ void cDevice::buildAnalogOutputs()
 
 void cDevice::buildWiringPages()
 {
+    addPage(&dInputOutputTab, tr("Digital Input and Output Connections"));
     auto* digital = new QGridLayout;
     digital->addWidget(createDigitalInputGroup(), 0, 0);
     digital->addWidget(createDigitalOutputGroup(), 0, 1);
     dInputOutputTab.setLayout(digital);
 
+    addPage(&aInputOutputTab, tr("Analog Input and Output Connections"));
     auto* analog = new QGridLayout;
     analog->addWidget(createAnalogInputGroup(), 0, 0);
     analog->addWidget(createAnalogOutputGroup(), 0, 1);
@@ -179,6 +189,7 @@ void cDevice::buildWiringPages()
 
 void cDevice::buildAccess(uint32_t scanners)
 {
+    addPage(&accessTab, tr("Access Events"));
     QHBoxLayout* header = headerRow(accessTab, {{tr("Scanner Label"), 0}, {tr("Scan Code"), 0}});
     // The second title stands above the fields, which leave the rest of the row to names and buttons alike.
     header->itemAt(1)->widget()->setMinimumWidth(cAccess::kCodeWidth);
@@ -201,24 +212,13 @@ void cDevice::buildAccess(uint32_t scanners)
 
 void cDevice::buildAdHoc()
 {
+    addPage(&adHocTab, tr("Adhoc Events"));
     mAdHocEvent = new cAdHocEvent;
     mAdHocEvent->setDeviceSerial(getDeviceSerial());
     connect(mAdHocEvent, SIGNAL(send_adhoc_evnt(int)), this, SLOT(adHocEvnt(int)));
     auto* layout = new QVBoxLayout;
     layout->addWidget(mAdHocEvent);
     finishPage(&adHocTab, layout);
-}
-
-void cDevice::addPages()
-{
-    addTab(scrolling(&dinTab), tr("Digital Inputs"));
-    addTab(scrolling(&doutTab), tr("Digital Outputs"));
-    addTab(scrolling(&ainTab), tr("Analog Inputs"));
-    addTab(scrolling(&aoutTab), tr("Analog Outputs"));
-    addTab(scrolling(&dInputOutputTab), tr("Digital Input and Output Connections"));
-    addTab(scrolling(&aInputOutputTab), tr("Analog Input and Output Connections"));
-    addTab(scrolling(&accessTab), tr("Access Events"));
-    addTab(scrolling(&adHocTab), tr("Adhoc Events"));
 }
 
 void cDevice::addCapabilities()
