@@ -2,6 +2,7 @@
 // wake. A tool that counts instructions finds the device's id in what this prints.
 
 #include <poll.h>
+#include <valgrind/callgrind.h>
 
 #include "deviceprocess.h"
 #include "figures.h"
@@ -41,10 +42,12 @@ int main(int argc, char** argv)
     }
     constexpr double kSettleSeconds = 2;
     BenchServer server;
-    DeviceProcess device(static_cast<uint32_t>(ports), &server);
+    DeviceProcess device(static_cast<uint32_t>(ports), &server,
+                         [](ShownDevice*) { return [](char) { CALLGRIND_ZERO_STATS; }; });
     if (!answerPings(&server, kSettleSeconds)) {
         fail("the link broke");
     }
+    device.order('z');
     const std::map<pid_t, ThreadWork> before = threadsOf(device.id());
     if (!answerPings(&server, seconds)) {
         fail("the link broke");

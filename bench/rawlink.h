@@ -3,15 +3,34 @@
 
 #include <cstdint>
 #include <cstring>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <vector>
 
+#include "processes.h"
 #include "wmsg/wbytes.h"
 #include "wmsg/wmsg.h"
 #include "zulobj/dinput.h"
 #include "zulobj/objectlist.h"
 
 using Bytes = std::vector<uint8_t>;
+
+/// A connection to a server on this machine.
+inline int connectTo(uint16_t port)
+{
+    const int link = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_port = htons(port);
+    const int on = 1;
+    if (::connect(link, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
+        ::setsockopt(link, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) != 0) {
+        fail("the server takes no connection");
+    }
+    return link;
+}
 
 /// A message of one record, as it goes on the line. Takes @p record over.
 inline Bytes messageOf(uint8_t type, cObject* record)

@@ -20,7 +20,7 @@ constexpr int kCoils = 64;
 class Peer
 {
 public:
-    explicit Peer(const std::function<void(int)>& serve) : mProcess([&] { serve(connected(mServer.port())); })
+    explicit Peer(const std::function<void(int)>& serve) : mProcess([&] { serve(connectTo(mServer.port())); })
     {
         mServer.accept();
     }
@@ -28,21 +28,6 @@ public:
     int descriptor() const { return mServer.descriptor(); }
 
 private:
-    static int connected(uint16_t port)
-    {
-        const int link = ::socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(port);
-        const int on = 1;
-        if (::connect(link, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-            ::setsockopt(link, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) != 0) {
-            fail("a peer could not connect");
-        }
-        return link;
-    }
-
     BenchServer mServer;
     ChildProcess mProcess;
 };
