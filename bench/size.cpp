@@ -1,18 +1,13 @@
-// What the number of ports costs before anything happens, in time and memory, and what a connection costs the
-// server.
+// How long the program takes to start with so many ports, and what a connection costs the server.
 
-#include <QMainWindow>
 #include <QTemporaryDir>
 #include <dirent.h>
 #include <fcntl.h>
 #include <fstream>
-#include <malloc.h>
 #include <sys/resource.h>
 
 #include "benchserver.h"
-#include "cdevice.h"
 #include "figures.h"
-#include "paintcounter.h"
 #include "processes.h"
 #include "rawlink.h"
 
@@ -92,62 +87,14 @@ double timeToAnswer(const Ports& ports)
     return (figures::now() - begin) / 1e3;
 }
 
-/// What a window with a device took.
-struct Window
-{
-    std::atomic<uint32_t> paints{0};
-    double ms = 0;      ///< from the numbers of ports to the end of the first painting
-    double heapKiB = 0; ///< more than before
-};
-
-double heapKiB()
-{
-    const struct mallinfo2 heap = ::mallinfo2();
-    return static_cast<double>(heap.uordblks + heap.hblkhd) / 1024;
-}
-
-void openWindow(const Ports& ports, Window* result)
-{
-    silence();
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    char name[] = "size";
-    char* arguments[] = {name, nullptr};
-    int count = 1;
-    const QApplication application(count, arguments);
-    const PaintCounter counter(&result->paints);
-    const double heap = heapKiB();
-    const double begin = figures::now();
-    char label[] = "Bench";
-    QMainWindow window;
-    window.resize(1117, 428);
-    window.setCentralWidget(
-        new cDevice(ports.dins, ports.douts, ports.ains, ports.aouts, kScanners, label, QString(), 1, 1001));
-    window.show();
-    while (result->paints == 0) {
-        QApplication::processEvents();
-    }
-    result->ms = (figures::now() - begin) / 1e3;
-    result->heapKiB = heapKiB() - heap;
-}
-
-void printDevice(const Ports& ports, int rounds)
+void printStart(const Ports& ports, int rounds)
 {
     std::vector<double> answered;
-    std::vector<double> painted;
-    std::vector<double> heap;
+    answered.reserve(static_cast<size_t>(rounds));
     for (int i = 0; i < rounds; ++i) {
         answered.push_back(timeToAnswer(ports));
-        Shared<Window> window;
-        ChildProcess([&] { openWindow(ports, &*window); }).join();
-        if (window->ms == 0) {
-            fail("the window was not painted");
-        }
-        painted.push_back(window->ms);
-        heap.push_back(window->heapKiB);
     }
     figures::print("answered-ms", answered);
-    figures::print("painted-ms", painted);
-    figures::print("heap-kib", heap);
 }
 
 /// How many descriptors a process has open.
@@ -225,16 +172,16 @@ uint32_t numberOf(const char* text) { return static_cast<uint32_t>(std::strtoul(
 int main(int argc, char** argv)
 {
     const std::string what = argc > 1 ? argv[1] : "";
-    if (what == "device" && argc == 7) {
-        printDevice({numberOf(argv[2]), numberOf(argv[3]), numberOf(argv[4]), numberOf(argv[5])},
-                    std::atoi(argv[6]));
+    if (what == "start" && argc == 7) {
+        printStart({numberOf(argv[2]), numberOf(argv[3]), numberOf(argv[4]), numberOf(argv[5])},
+                   std::atoi(argv[6]));
         return 0;
     }
     if (what == "connections" && argc == 3) {
         printConnections(numberOf(argv[2]));
         return 0;
     }
-    std::fprintf(stderr, "usage: size device DINS DOUTS AINS AOUTS ROUNDS\n"
+    std::fprintf(stderr, "usage: size start DINS DOUTS AINS AOUTS ROUNDS\n"
                          "       size connections NUMBER\n");
     return 2;
 }

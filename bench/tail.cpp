@@ -8,7 +8,6 @@
 
 #include "deviceprocess.h"
 #include "figures.h"
-#include "paintcounter.h"
 #include "rawlink.h"
 #include "zulobj/doutput.h"
 
@@ -26,6 +25,29 @@ struct Seen
     std::atomic<uint32_t> beats{0};
     std::atomic<uint32_t> paints{0};
     std::array<double, 100000> lateUs{};
+};
+
+/// Counts how often the window is painted, as a whole or in parts.
+class PaintCounter : public QObject
+{
+public:
+    explicit PaintCounter(std::atomic<uint32_t>* paints) : mPaints(paints) { qApp->installEventFilter(this); }
+
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        // A request to update the window begins a turn, in which each dirty widget is painted.
+        if (event->type() == QEvent::UpdateRequest) {
+            mCounted = false;
+        } else if (event->type() == QEvent::Paint && !mCounted) {
+            mCounted = true;
+            ++*mPaints;
+        }
+        return false;
+    }
+
+private:
+    std::atomic<uint32_t>* mPaints;
+    bool mCounted = false;
 };
 
 /// Notes how much longer than 5 ms it is from each beat to the next.
