@@ -36,6 +36,9 @@ public:
 
     uint16_t port() const { return mPort; }
 
+    /// The connection to the device, once accepted.
+    int descriptor() const { return mPeer; }
+
     void accept()
     {
         mPeer = ::accept(mListener, nullptr, nullptr);
@@ -47,9 +50,7 @@ public:
     bool ask(WMsg* message)
     {
         message->seq = ++mSeq;
-        mBytes.clear();
-        message->appendFrames(mBytes);
-        if (send(mPeer, mBytes.data(), mBytes.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(mBytes.size())) {
+        if (!send(*message)) {
             return false;
         }
         WMsg received;
@@ -59,6 +60,14 @@ public:
             }
         } while (!received.answer || received.seq != mSeq);
         return true;
+    }
+
+    bool send(const WMsg& message)
+    {
+        mBytes.clear();
+        message.appendFrames(mBytes);
+        return ::send(mPeer, mBytes.data(), mBytes.size(), MSG_NOSIGNAL) ==
+               static_cast<ssize_t>(mBytes.size());
     }
 
     /// Reads the next message of the device. False when the link broke.

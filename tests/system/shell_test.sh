@@ -161,26 +161,28 @@ expect_status 0
 
 test="every script is sound"
 for script in run test .ci/run packages/install packaging/build cmake/build.sh fuzz/run fuzz/replay fuzz/coverage \
-    tests/system/shell_test.sh; do
+    bench/compare tests/system/shell_test.sh; do
     bash -n "$root/$script" || fail "$script"
     [[ -x $root/$script ]] || fail "$script cannot be executed"
 done
 
 test="the lists name packages only"
-for list in run test package fuzz; do
+for list in run test package fuzz bench; do
     odd=$(sed -e 's/#.*//' "$root/packages/$list.txt" | grep -vE '^([a-z0-9][a-z0-9+.-]+)?[[:space:]]*$' || true)
     [[ -z $odd ]] || fail "$list.txt: $odd"
 done
 
 test="help needs nothing"
-for script in run test packages/install packaging/build cmake/build.sh fuzz/run fuzz/replay fuzz/coverage; do
+for script in run test packages/install packaging/build cmake/build.sh fuzz/run fuzz/replay fuzz/coverage \
+    bench/compare; do
     out=$("$root/$script" --help) || fail "$script"
     expect_text "usage: " "$out"
 done
 
 test="wrong usage builds nothing"
 for arguments in "run --seconds x" "run --seconds" "run --nosuch" "test nosuch" "fuzz/run" "fuzz/run x" \
-    "fuzz/run 0 nosuch" "fuzz/coverage a b" "packaging/build a b" "packaging/build --nosuch"; do
+    "fuzz/run 0 nosuch" "fuzz/coverage a b" "packaging/build a b" "packaging/build --nosuch" \
+    "bench/compare nosuch" "bench/compare --nosuch" "bench/compare --quick --write"; do
     status=0
     # shellcheck disable=SC2086 # several arguments
     "$root"/$arguments >/dev/null 2>"$work/err" || status=$?
