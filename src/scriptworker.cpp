@@ -38,8 +38,8 @@ constexpr int kLookUpInterval = 20;
 /// As long as any sleep may take, in milliseconds: the clock's range is finite.
 constexpr double kLongestSleep = 1e12;
 
-/// Runs one empty script. The first engine of a process makes, without a lock, what all engines share: two first
-/// ones at a time would take each other's away.
+/// Runs one empty script. The first engine of a process makes, without a lock, what all engines share: two
+/// first ones at a time would take each other's away.
 bool prepareEngines()
 {
     QScriptEngine().evaluate(QString());
