@@ -14,9 +14,8 @@
 namespace {
 
 constexpr uint32_t kPorts = 4;
-constexpr double kBatchUs = 1000;
-constexpr size_t kSetsInBatch = 10;
-constexpr double kProbeUs = 1370; // no multiple of the batches' time, so that probes fall anywhere
+constexpr double kSetsPerUs = 0.01;
+constexpr double kProbeUs = 1370; // no multiple of the sets' time, so that probes fall anywhere
 constexpr int kBeatMs = 5;
 
 /// What the device's process tells. One writer; the reader looks at what stands below the counts.
@@ -89,9 +88,10 @@ class Crowd
 public:
     explicit Crowd(int link) : mLink(link) {}
 
-    /// Asks now and then for @p seconds, with or without the sets in between, and waits for all answers.
-    /// Answers the times of the requests' round trips in microseconds.
-    std::vector<double> run(double seconds, bool loaded)
+    /// Asks now and then for @p seconds, with sets in between that come @p together many at a time, or with
+    /// none where that is 0, and waits for all answers. Answers the times of the requests' round trips in
+    /// microseconds.
+    std::vector<double> run(double seconds, size_t together)
     {
         std::vector<double> taken;
         const double begin = figures::now();
@@ -103,9 +103,9 @@ public:
             if (now > end + kPatienceUs) {
                 fail("the device does not answer");
             }
-            if (loaded && now >= batchDue && now < end) {
-                batchDue += kBatchUs;
-                queueBatch();
+            if (together > 0 && now >= batchDue && now < end) {
+                batchDue += static_cast<double>(together) / kSetsPerUs;
+                queueSets(together);
             }
             if (asked == 0 && now >= probeDue && now < end) {
                 asked = now;
@@ -118,7 +118,7 @@ public:
                 asked = 0;
             }
         }
-        mSeconds += loaded ? (figures::now() - begin) / 1e6 : 0;
+        mSeconds += together > 0 ? (figures::now() - begin) / 1e6 : 0;
         return taken;
     }
 
@@ -129,16 +129,16 @@ private:
     static constexpr double kPatienceUs = 60e6;
     static constexpr size_t kMostWaiting = 65536; ///< bytes; beyond it the device has fallen behind
 
-    void queueBatch()
+    void queueSets(size_t count)
     {
         if (mWaiting.size() > kMostWaiting) {
             return;
         }
-        for (size_t i = 0; i < kSetsInBatch; ++i) {
+        for (size_t i = 0; i < count; ++i) {
             const Bytes& set = mSets[mNext++ % mSets.size()];
             mWaiting.insert(mWaiting.end(), set.begin(), set.end());
         }
-        mSetsOpen += kSetsInBatch;
+        mSetsOpen += count;
     }
 
     void sendWaiting()
@@ -203,25 +203,31 @@ void measure(int rounds, double seconds)
     });
     pinTo(eCore::FIRST);
     Crowd crowd(server.descriptor());
-    crowd.run(0.5, false);
+    crowd.run(0.5, 0);
     std::vector<double> idleUs;
     std::vector<double> loadedUs;
+    std::vector<double> tensUs;
     std::vector<double> ratios;
+    std::vector<double> tensRatios;
     std::vector<double> lateUs;
     std::vector<double> paints;
     for (int i = 0; i < rounds; ++i) {
-        idleUs.push_back(figures::quantile(crowd.run(seconds, false), 0.99));
+        idleUs.push_back(figures::quantile(crowd.run(seconds, 0), 0.99));
         const uint32_t beat = seen->beats;
         const uint32_t paint = seen->paints;
         const double begin = figures::now();
-        loadedUs.push_back(figures::quantile(crowd.run(seconds, true), 0.99));
+        loadedUs.push_back(figures::quantile(crowd.run(seconds, 1), 0.99));
         paints.push_back((seen->paints - paint) / (figures::now() - begin) * 1e6);
         lateUs.insert(lateUs.end(), &seen->lateUs[beat], &seen->lateUs[seen->beats]);
         ratios.push_back(loadedUs.back() / idleUs.back());
+        tensUs.push_back(figures::quantile(crowd.run(seconds, 10), 0.99));
+        tensRatios.push_back(tensUs.back() / idleUs.back());
     }
     figures::print("idle-p99", idleUs);
     figures::print("loaded-p99", loadedUs);
     figures::print("ratio", ratios);
+    figures::print("tens-p99", tensUs);
+    figures::print("tens-ratio", tensRatios);
     figures::print("sets", crowd.setsPerSecond());
     figures::print("late-p99-ms", figures::quantile(lateUs, 0.99) / 1e3);
     figures::print("late-max-ms", figures::quantile(lateUs, 1) / 1e3);

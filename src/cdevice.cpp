@@ -1,7 +1,9 @@
 #include "cdevice.h"
 
 #include <QDebug>
+#include <atomic>
 #include <chrono>
+#include <memory>
 
 #include "cainput.h"
 #include "caoutput.h"
@@ -123,8 +125,15 @@ void cDevice::stopSampling()
 void* cDevice::sample_thread(void* arg)
 {
     auto* device = static_cast<cDevice*>(arg);
+    const auto passIsDue = std::make_shared<std::atomic<bool>>(false);
     do {
-        device->mDoor->run([device] { device->samplePass(); });
+        // A pass that the GUI thread has not come to yet stands for this one, too.
+        if (!passIsDue->exchange(true)) {
+            device->mDoor->post([device, passIsDue] {
+                *passIsDue = false;
+                device->samplePass();
+            });
+        }
     } while (device->waitForNextPass());
     return nullptr;
 }

@@ -58,7 +58,7 @@ void answerPorts(cObject* object, uint32_t serial, const std::vector<Port*>& por
     });
 }
 
-void traceObject(const char* kind) { std::cout << kind << std::endl; }
+void traceObject(const char* line) { std::cout << line << std::flush; }
 
 void traceUnknown(const cObject& object)
 {
@@ -111,36 +111,36 @@ void cDevice::answer(cObject* object, cObjectList* reply)
     const uint32_t serial = getDeviceSerial();
     switch (object->getType()) {
     case OBJ_DEVICE:
-        traceObject("DEVICE Object");
+        traceObject("DEVICE Object\n");
         answerDevice(object, reply);
         break;
     case OBJ_PORT_DIN:
-        traceObject("DIN Object");
+        traceObject("DIN Object\n");
         answerPorts<cObjectDInput>(object, serial, mDigitalInputList, reply, nullptr);
         break;
     case OBJ_PORT_DOUT:
-        traceObject("DOUT Object");
+        traceObject("DOUT Object\n");
         answerPorts<cObjectDOutput>(object, serial, mDigitalOutputList, reply, nullptr);
         break;
     case OBJ_PORT_AIN:
-        traceObject("AIN Object");
+        traceObject("AIN Object\n");
         answerPorts<cObjectAInput>(object, serial, mAnalogInputList, reply, "Packing Ananlog Port portId ");
         break;
     case OBJ_PORT_AOUT:
-        traceObject("AOUT Object");
+        traceObject("AOUT Object\n");
         answerPorts<cObjectAOutput>(object, serial, mAnalogOutputList, reply,
                                     "Packing Analog Output portId ");
         break;
     case OBJ_ANALOG_SAMPLE:
-        traceObject("ASAMPLE Object");
+        traceObject("ASAMPLE Object\n");
         answerSample(object, reply);
         break;
     case OBJ_CAPABILITY:
-        traceObject("CAPABILITY Object");
+        traceObject("CAPABILITY Object\n");
         answerCapabilities(object, reply);
         break;
     case OBJ_ACCESS:
-        traceObject("Access Object");
+        traceObject("Access Object\n");
         break;
     default:
         traceUnknown(*object);
@@ -199,27 +199,27 @@ void cDevice::apply(cObject* object)
 {
     switch (object->getType()) {
     case OBJ_DEVICE:
-        traceObject("DEVICE Object");
+        traceObject("DEVICE Object\n");
         applyDevice(object);
         break;
     case OBJ_PORT_DIN:
-        traceObject("DIN Object");
+        traceObject("DIN Object\n");
         applyDigitalInput(object);
         break;
     case OBJ_PORT_DOUT:
-        traceObject("DOUT Object");
+        traceObject("DOUT Object\n");
         applyDigitalOutput(object);
         break;
     case OBJ_PORT_AIN:
-        traceObject("AIN Object");
+        traceObject("AIN Object\n");
         applyAnalogInput(object);
         break;
     case OBJ_PORT_AOUT:
-        traceObject("AOUT Object");
+        traceObject("AOUT Object\n");
         applyAnalogOutput(object);
         break;
     case OBJ_ACCESS:
-        traceObject("Access Object");
+        traceObject("Access Object\n");
         break;
     default:
         traceUnknown(*object);

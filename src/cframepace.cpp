@@ -3,8 +3,10 @@
 #include <QCoreApplication>
 #include <QEvent>
 #include <QWidget>
+#include <algorithm>
 
-cFramePace::cFramePace(QWidget* window, int rest) : QObject(window), mWindow(window), mRest(rest)
+cFramePace::cFramePace(QWidget* window, int rest)
+    : QObject(window), mWindow(window), mLeastRest(rest), mRest(rest)
 {
     mNextFrame.setSingleShot(true);
     mNextFrame.setTimerType(Qt::PreciseTimer);
@@ -30,11 +32,20 @@ bool cFramePace::eventFilter(QObject*, QEvent* event)
     return true;
 }
 
+int cFramePace::restAfter(qint64 frame)
+{
+    const qint64 rest = frame * (kParts - 1) / 1000000;
+    return static_cast<int>(std::clamp<qint64>(rest, kRest, kLongestRest));
+}
+
 void cFramePace::paint()
 {
+    QElapsedTimer frame;
+    frame.start();
     mPainting = true;
     QEvent request(QEvent::UpdateRequest);
     QCoreApplication::sendEvent(mWindow, &request);
     mPainting = false;
+    mRest = std::max(mLeastRest, restAfter(frame.nsecsElapsed()));
     mLastFrame.start();
 }

@@ -11,14 +11,17 @@ cGuiDoor::cGuiDoor() : mBellRings(mBell.fd(), QSocketNotifier::Read)
 
 bool cGuiDoor::run(const std::function<void()>& call)
 {
+    if (QThread::currentThread() == thread()) {
+        // Nobody but this thread closes the door.
+        if (mClosed) {
+            return false;
+        }
+        call();
+        return true;
+    }
     std::unique_lock<std::mutex> lock(mMutex);
     if (mClosed) {
         return false;
-    }
-    if (QThread::currentThread() == thread()) {
-        lock.unlock();
-        call();
-        return true;
     }
     eState state = eState::WAITING;
     enter({std::cref(call), &state});

@@ -73,7 +73,7 @@ private:
     size_t mLeft = 0; // of the visits, those for which nobody waits
     bool mFull = false;
     bool mRung = false;
-    bool mClosed = false;
+    bool mClosed = false; ///< changed by the GUI thread only, which may look without the lock
 };
 
 #endif

@@ -77,6 +77,7 @@ private slots:
     void aHiddenWindowPaintsNothing();
     void aWindowShownAgainPaintsWhatItHeldBack();
     void theProgramsWindowIsPaced();
+    void aFrameThatTookLongIsFollowedByALongerRest();
 };
 
 void TestFramePace::theFirstChangeIsPaintedAtOnce()
@@ -110,7 +111,7 @@ void TestFramePace::aChangeAfterAPauseIsPaintedAtOnce()
     window.change(1);
     QElapsedTimer pause;
     pause.start();
-    QTRY_VERIFY(pause.elapsed() > cFramePace::kRest);
+    QTRY_VERIFY(pause.elapsed() > cFramePace::kLongestRest);
     window.change(2);
     QCOMPARE(window.mPainted, QVector<int>({1, 2}));
 }
@@ -212,6 +213,16 @@ void TestFramePace::theProgramsWindowIsPaced()
     const qint64 frames = time.elapsed() / cFramePace::kRest + 2;
     QVERIFY2(paintings.mCount <= frames, qPrintable(QString::number(paintings.mCount)));
     QTRY_COMPARE(paintings.mColour, QColor(Qt::red));
+}
+
+void TestFramePace::aFrameThatTookLongIsFollowedByALongerRest()
+{
+    constexpr qint64 kMs = 1000000;
+    QCOMPARE(cFramePace::restAfter(0), 16);
+    QCOMPARE(cFramePace::restAfter(kMs / 10), 16);
+    QCOMPARE(cFramePace::restAfter(kMs / 2), 49);
+    QCOMPARE(cFramePace::restAfter(kMs), 50);
+    QCOMPARE(cFramePace::restAfter(60000 * kMs), 50);
 }
 
 ZUL_QTEST_MAIN(TestFramePace)
