@@ -227,7 +227,7 @@ void cObjectClient::submit(cOutQueue::Entry* entry)
     }
     // What was encoded into has room for more; the queue counts what is filled.
     entry->message.payload.shrink_to_fit();
-    mOutQueue.push(std::move(*entry));
+    mOutQueue.push(std::exchange(*entry, {}));
     adjustPump();
     mTransmitChanged.notify_one();
 }
@@ -250,7 +250,7 @@ void cObjectClient::sendAtOnce(cOutQueue::Entry* entry)
     if (outcome == cLinkSocket::CLOSED) {
         linkBroken(entry);
     } else if (entry->sentBytes < mFrames.size()) {
-        mBegun = std::move(*entry);
+        mBegun = std::exchange(*entry, {});
         mTransmitChanged.notify_one();
     }
 }
@@ -272,7 +272,7 @@ void cObjectClient::giveBack(cOutQueue::Entry* unsent)
     if (unsent->connection == cOutQueue::kAnyConnection && unsent->request == nullptr) {
         // Only whole messages count for the peer, so what was cut off goes out again in full.
         unsent->sentBytes = 0;
-        mOutQueue.pushFront(std::move(*unsent));
+        mOutQueue.pushFront(std::exchange(*unsent, {}));
     }
 }
 
