@@ -10,8 +10,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "eitherclient.h"
 #include "fuzzinput.h"
-#include "hostedclient.h"
 #include "property.h"
 #include "reassemblymodel.h"
 #include "recordmodel.h"
@@ -126,19 +126,16 @@ cObjectClient::Settings hastySettings()
 class Link
 {
 public:
-    Link(const Listening& listening, bool hosted)
-        : mListening(listening), mHosted(hosted ? std::make_unique<HostedClient>(hastySettings()) : nullptr)
+    Link(const Listening& listening, bool hosted) : mListening(listening), mClient(hosted, hastySettings())
     {
-        client()->addListener(&mDevice);
-        const bool connects =
-            mHosted ? mHosted->start(listening.port()) : mOwn.start("127.0.0.1", listening.port());
-        require(connects, "a client connects");
+        mClient.get()->addListener(&mDevice);
+        require(mClient.start(listening.port()), "a client connects");
         connected();
     }
 
     ~Link()
     {
-        mHosted ? mHosted->stop() : mOwn.stop();
+        mClient.stop();
         ::close(mFd);
     }
 
@@ -189,8 +186,6 @@ public:
     }
 
 private:
-    cObjectClient* client() { return mHosted ? mHosted->client() : &mOwn; }
-
     static WMsg message(FuzzInput* input)
     {
         WMsg message;
@@ -244,7 +239,7 @@ private:
         cObjectList list;
         list.setMsgType(cObjectList::kEvent);
         list.addBorrowed(&event);
-        client()->send(&list);
+        mClient.get()->send(&list);
         ++mEventsSent;
     }
 
@@ -311,9 +306,8 @@ private:
     }
 
     const Listening& mListening;
-    std::unique_ptr<HostedClient> mHosted; ///< null where mOwn is the client
-    cObjectClient mOwn{hastySettings()};
-    Device mDevice{client()};
+    EitherClient mClient;
+    Device mDevice{mClient.get()};
     int mFd = -1;
     int mConnections = 0;
     size_t mPiece = 0;

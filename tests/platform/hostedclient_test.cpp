@@ -4,14 +4,12 @@
 
 #include <atomic>
 #include <gtest/gtest.h>
-#include <string>
 #include <thread>
 
 #include "clientmessages.h"
 #include "hexbytes.h"
 #include "linkpeer.h"
 #include "listeners.h"
-#include "zulobj/capability.h"
 
 namespace {
 
@@ -37,31 +35,6 @@ bool receivePingAnswer(PeerConnection* peer)
     }
     return false;
 }
-
-/// Answers each request with 60,000 bytes.
-class LargeAnswers : public cObjectListener
-{
-public:
-    explicit LargeAnswers(cObjectClient* client) : mClient(client) {}
-
-    void handleObjectAction(cObjectList*) override
-    {
-        cObjectCapability record;
-        record.setValue(mText.c_str());
-        cObjectList list;
-        list.setMsgType(cObjectList::kRequest);
-        list.addBorrowed(&record);
-        mClient->send(&list);
-        ++mAnswered;
-    }
-
-    int answered() const { return mAnswered; }
-
-private:
-    cObjectClient* mClient;
-    const std::string mText = std::string(60000, 'x');
-    std::atomic<int> mAnswered{0};
-};
 
 class HostedClientTest : public testing::Test
 {
@@ -247,68 +220,6 @@ TEST_F(HostedClientTest, LossWhileAListenerIsBusyIsFollowedByAConnection)
 
 // The life of the link.
 
-TEST_F(HostedClientTest, IdlePeerIsPingedAndStaysWhenItAnswers)
-{
-    HostedClient hosted(impatientSettings());
-    ASSERT_TRUE(hosted.start(mPeer.port()));
-    PeerConnection peer = mPeer.accept();
-    for (int i = 0; i < 5; ++i) {
-        WMsg message;
-        ASSERT_TRUE(peer.receiveAny(&message));
-        EXPECT_EQ(framesOf(message), framesOf(WMsg::ping(false)));
-        peer.send(WMsg::ping(true));
-    }
-}
-
-TEST_F(HostedClientTest, SilentPeerIsPingedOnceAndGivenUp)
-{
-    cObjectClient::Settings settings = impatientSettings();
-    settings.giveUpAfterMs = 200;
-    HostedClient hosted(settings);
-    ASSERT_TRUE(hosted.start(mPeer.port()));
-    PeerConnection peer = mPeer.accept();
-    WMsg message;
-    ASSERT_TRUE(peer.receiveAny(&message));
-    EXPECT_TRUE(message.control);
-    EXPECT_FALSE(peer.receiveAny(&message)) << "one ping, then the end";
-    EXPECT_TRUE(mPeer.accept().isOpen());
-}
-
-TEST_F(HostedClientTest, EveryLossIsFollowedByACleanConnection)
-{
-    struct Row
-    {
-        const char* name;
-        Bytes bytes;
-        bool closes; ///< the peer closes; otherwise the client does
-    };
-    const Row rows[] = {
-        {"closed", {}, true},
-        {"garbage", Bytes(100, 'x'), false},
-        {"half a header", hexBytes("5a 57 01 08 01"), true},
-        {"another version", hexBytes("5a 57 02 08 01 01 00 00 00 00 00 00 00 00 00 00"), false}};
-    HostedClient hosted(quickSettings());
-    RecordingListener listener;
-    hosted.client()->addListener(&listener);
-    ASSERT_TRUE(hosted.start(mPeer.port()));
-    size_t delivered = 0;
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        PeerConnection peer = mPeer.accept();
-        ASSERT_TRUE(peer.isOpen());
-        peer.send(messageOf(5, 1));
-        ASSERT_TRUE(listener.waitForCount(++delivered)) << "the connection reads from its first byte";
-        peer.send(row.bytes);
-        if (!row.closes) {
-            EXPECT_TRUE(peer.waitForEnd());
-        }
-    }
-    PeerConnection peer = mPeer.accept();
-    sendEvent(hosted.client(), 1);
-    EXPECT_EQ(receiveIds(&peer, 1), numbers(1, 1));
-    hosted.stop();
-}
-
 TEST_F(HostedClientTest, SendingNoticesALossThatNobodyReads)
 {
     HostedClient hosted(quickSettings());
@@ -336,29 +247,6 @@ TEST_F(HostedClientTest, SendingNoticesALossThatNobodyReads)
     EXPECT_LT(ids[1], 1000U) << "what came after the loss was kept";
 }
 
-TEST_F(HostedClientTest, StopsAndStartsUnderTraffic)
-{
-    HostedClient hosted(quickSettings());
-    RecordingListener listener;
-    hosted.client()->addListener(&listener);
-    std::atomic<bool> over{false};
-    std::thread sending([&] {
-        while (!over) {
-            sendEvent(hosted.client(), 1);
-        }
-    });
-    for (int round = 0; round < 20; ++round) {
-        ASSERT_TRUE(hosted.start(mPeer.port()));
-        PeerConnection peer = mPeer.accept();
-        peer.send(messageOf(5, 1));
-        WMsg message;
-        EXPECT_TRUE(peer.receive(&message));
-        hosted.stop();
-    }
-    over = true;
-    sending.join();
-}
-
 TEST_F(HostedClientTest, StartedAgainReadsTheNewConnection)
 {
     HostedClient hosted(quickSettings());
@@ -373,56 +261,6 @@ TEST_F(HostedClientTest, StartedAgainReadsTheNewConnection)
     second.send(messageOf(6, 1));
     ASSERT_TRUE(listener.waitForCount(1));
     EXPECT_EQ(listener.types(), (std::vector<int>{6}));
-    hosted.stop();
-}
-
-// A peer that does not read.
-
-TEST_F(HostedClientTest, AnswersOutrunTheirReaderByABoundedNumber)
-{
-    constexpr int kRequests = 400;
-    LinkPeer listening(64 * 1024);
-    cObjectClient::Settings settings = quickSettings();
-    settings.answerBytes = 300000;
-    HostedClient hosted(settings);
-    LargeAnswers answers(hosted.client());
-    hosted.client()->addListener(&answers);
-    ASSERT_TRUE(hosted.start(listening.port()));
-    PeerConnection peer = listening.accept();
-    for (int i = 0; i < kRequests; ++i) {
-        ASSERT_TRUE(peer.send(messageOf(1, static_cast<uint8_t>(i))));
-    }
-    // The bound is the client's, the kernel's send buffer of at most 4 MiB and what the peer's socket holds.
-    constexpr int kMayBeAhead = 120;
-    WMsg message;
-    for (int i = 0; i < kRequests; ++i) {
-        EXPECT_LE(answers.answered() - i, kMayBeAhead);
-        ASSERT_TRUE(peer.receive(&message));
-        EXPECT_EQ(message.seq, i % 256);
-    }
-    hosted.stop();
-}
-
-TEST_F(HostedClientTest, PeerThatNeverReadsIsGivenUpAndMayComeAgain)
-{
-    LinkPeer listening(64 * 1024);
-    cObjectClient::Settings settings = quickSettings();
-    settings.answerBytes = 300000;
-    settings.giveUpAfterMs = 200;
-    HostedClient hosted(settings);
-    LargeAnswers answers(hosted.client());
-    hosted.client()->addListener(&answers);
-    ASSERT_TRUE(hosted.start(listening.port()));
-    PeerConnection peer = listening.accept();
-    Bytes requests; // more than the pump holds
-    for (size_t i = 0; i < 2 * cEventPump::kMaxQueuedBytes / wmsg::kHeaderSize; ++i) {
-        messageOf(1, static_cast<uint8_t>(i)).appendFrames(requests);
-    }
-    peer.send(requests); // in part in vain once the client has given up
-    PeerConnection again = listening.accept();
-    ASSERT_TRUE(again.isOpen());
-    sendEvent(hosted.client(), 1);
-    EXPECT_EQ(receiveIds(&again, 1), numbers(1, 1));
     hosted.stop();
 }
 

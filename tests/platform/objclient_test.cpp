@@ -23,14 +23,6 @@ using Bytes = std::vector<uint8_t>;
 /// A request that is given up after this has gone out before.
 constexpr int kLongEnoughToBeSentMs = 1000;
 
-Bytes announceFourGigabytes() { return hexBytes("5a 57 01 08 01 01 00 00 ff ff ff ff 00 00 00 00"); }
-
-Bytes halfOf(Bytes bytes)
-{
-    bytes.resize(bytes.size() / 2);
-    return bytes;
-}
-
 /// A client and the peer that it is told to connect to.
 class ObjClientTest : public testing::Test
 {
@@ -613,154 +605,7 @@ TEST_F(ObjClientTest, PingIsAnswered)
     EXPECT_EQ(framesOf(message), framesOf(WMsg::ping(true)));
 }
 
-TEST_F(ObjClientTest, IdlePeerIsPingedAndStaysWhenItAnswers)
-{
-    cObjectClient::Settings settings = quickSettings();
-    settings.pingAfterMs = 20;
-    settings.giveUpAfterMs = 20000;
-    cObjectClient client(settings);
-    ASSERT_TRUE(startClient(&client));
-    PeerConnection peer = mPeer.accept();
-    for (int i = 0; i < 5; ++i) {
-        WMsg message;
-        ASSERT_TRUE(peer.receiveAny(&message));
-        EXPECT_EQ(framesOf(message), framesOf(WMsg::ping(false)));
-        peer.send(WMsg::ping(true));
-    }
-}
-
-TEST_F(ObjClientTest, SilentPeerIsPingedOnceAndGivenUp)
-{
-    cObjectClient::Settings settings = quickSettings();
-    settings.pingAfterMs = 20;
-    settings.giveUpAfterMs = 200;
-    cObjectClient client(settings);
-    ASSERT_TRUE(startClient(&client));
-    PeerConnection peer = mPeer.accept();
-    WMsg message;
-    ASSERT_TRUE(peer.receiveAny(&message));
-    EXPECT_TRUE(message.control);
-    EXPECT_FALSE(peer.receiveAny(&message)) << "one ping, then the end";
-    EXPECT_TRUE(mPeer.accept().isOpen());
-}
-
-TEST_F(ObjClientTest, EveryLossIsFollowedByACleanConnection)
-{
-    struct Row
-    {
-        const char* name;
-        Bytes bytes;
-        bool closes; ///< the peer closes; otherwise the client does
-    };
-    const Bytes longMessage = framesOf(messageOf(3, 1, Bytes(5000, 0)));
-    const Row rows[] = {
-        {"closed", {}, true},
-        {"garbage", Bytes(100, 'x'), false},
-        {"half a header", hexBytes("5a 57 01 08 01"), true},
-        {"half a message", halfOf(longMessage), true},
-        {"four gigabytes announced", announceFourGigabytes(), false},
-        {"another version", hexBytes("5a 57 02 08 01 01 00 00 00 00 00 00 00 00 00 00"), false}};
-    RecordingListener listener;
-    cObjectClient client(quickSettings());
-    client.addListener(&listener);
-    ASSERT_TRUE(startClient(&client));
-    size_t delivered = 0;
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        PeerConnection peer = mPeer.accept();
-        ASSERT_TRUE(peer.isOpen());
-        peer.send(messageOf(5, 1));
-        ASSERT_TRUE(listener.waitForCount(++delivered)) << "the connection reads from its first byte";
-        peer.send(row.bytes);
-        if (!row.closes) {
-            EXPECT_TRUE(peer.waitForEnd());
-        }
-    }
-    PeerConnection peer = mPeer.accept();
-    sendEvent(&client, 1);
-    EXPECT_EQ(receiveIds(&peer, 1), numbers(1, 1));
-}
-
-TEST_F(ObjClientTest, HalfAMessageAndSilenceIsGivenUp)
-{
-    cObjectClient::Settings settings = quickSettings();
-    settings.pingAfterMs = 20;
-    settings.giveUpAfterMs = 200;
-    cObjectClient client(settings);
-    ASSERT_TRUE(startClient(&client));
-    PeerConnection peer = mPeer.accept();
-    peer.send(halfOf(framesOf(messageOf(3, 1, Bytes(5000, 0)))));
-    EXPECT_TRUE(peer.waitForEnd());
-    EXPECT_TRUE(mPeer.accept().isOpen());
-}
-
 // A peer that does not read.
-
-TEST(ObjClientBackPressureTest, AnswersOutrunTheirReaderByABoundedNumber)
-{
-    constexpr int kRequests = 400;
-    const std::string text(60000, 'x');
-    LinkPeer listening(64 * 1024);
-    cObjectClient::Settings settings = quickSettings();
-    settings.answerBytes = 300000;
-    cObjectClient client(settings);
-    std::atomic<int> answered{0};
-    FunctionListener listener([&](cObjectList*) {
-        cObjectCapability record;
-        record.setValue(text.c_str());
-        cObjectList list;
-        list.setMsgType(cObjectList::kRequest);
-        list.addBorrowed(&record);
-        client.send(&list);
-        ++answered;
-    });
-    client.addListener(&listener);
-    ASSERT_TRUE(client.start("127.0.0.1", listening.port()));
-    PeerConnection peer = listening.accept();
-    for (int i = 0; i < kRequests; ++i) {
-        ASSERT_TRUE(peer.send(messageOf(1, static_cast<uint8_t>(i))));
-    }
-    // The bound is the client's, the kernel's send buffer of at most 4 MiB and what the peer's socket holds.
-    constexpr int kMayBeAhead = 120;
-    WMsg message;
-    for (int i = 0; i < kRequests; ++i) {
-        EXPECT_LE(answered - i, kMayBeAhead);
-        ASSERT_TRUE(peer.receive(&message));
-        EXPECT_EQ(message.seq, i % 256);
-    }
-    client.stop();
-}
-
-TEST(ObjClientBackPressureTest, PeerThatNeverReadsIsGivenUpAndMayComeAgain)
-{
-    const std::string text(60000, 'x');
-    LinkPeer listening(64 * 1024);
-    cObjectClient::Settings settings = quickSettings();
-    settings.answerBytes = 300000;
-    settings.giveUpAfterMs = 200;
-    cObjectClient client(settings);
-    FunctionListener listener([&](cObjectList*) {
-        cObjectCapability record;
-        record.setValue(text.c_str());
-        cObjectList list;
-        list.setMsgType(cObjectList::kRequest);
-        list.addBorrowed(&record);
-        client.send(&list);
-    });
-    client.addListener(&listener);
-    ASSERT_TRUE(client.start("127.0.0.1", listening.port()));
-    PeerConnection peer = listening.accept();
-    Bytes requests; // more than the pump holds
-    for (size_t i = 0; i < 2 * cEventPump::kMaxQueuedBytes / wmsg::kHeaderSize; ++i) {
-        messageOf(1, static_cast<uint8_t>(i)).appendFrames(requests);
-    }
-    peer.send(requests); // in part in vain once the client has given up
-    PeerConnection again = listening.accept();
-    ASSERT_TRUE(again.isOpen());
-    sendEvent(&client, 1);
-    EXPECT_EQ(receiveIds(&again, 1), numbers(1, 1));
-    client.stop();
-}
 
 TEST(ObjClientBackPressureTest, EventCutOffIsSentWholeOnTheNextConnection)
 {
@@ -841,29 +686,6 @@ TEST_F(ObjClientTest, StopsWhileConnected)
     PeerConnection peer = mPeer.accept();
     client.stop();
     EXPECT_TRUE(peer.waitForEnd());
-}
-
-TEST_F(ObjClientTest, StopsAndStartsUnderTraffic)
-{
-    RecordingListener listener;
-    cObjectClient client(quickSettings());
-    client.addListener(&listener);
-    std::atomic<bool> over{false};
-    std::thread sending([&] {
-        while (!over) {
-            sendEvent(&client, 1);
-        }
-    });
-    for (int round = 0; round < 20; ++round) {
-        ASSERT_TRUE(startClient(&client));
-        PeerConnection peer = mPeer.accept();
-        peer.send(messageOf(5, 1));
-        WMsg message;
-        EXPECT_TRUE(peer.receive(&message));
-        client.stop();
-    }
-    over = true;
-    sending.join();
 }
 
 TEST_F(ObjClientTest, StartedAgainTurnsToAnotherAddressWithItsEvents)

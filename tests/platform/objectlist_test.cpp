@@ -210,7 +210,7 @@ TEST(ObjectListTest, DamagedMessagesAreReadAlikeByUsedAndFreshLists)
     const std::vector<WMsg> messages = differentMessages();
     std::mt19937 random(20261121); // the same at every run
     cObjectList used;
-    for (int round = 0; round < 20000; ++round) {
+    for (int round = 0; round < 5000; ++round) {
         WMsg message = messages[random() % messages.size()];
         for (size_t changes = random() % 4; changes > 0 && !message.payload.empty(); --changes) {
             message.payload[random() % message.payload.size()] = static_cast<uint8_t>(random());
