@@ -1,6 +1,7 @@
 // Payloads to records and back. The input: message type, sequence number, a byte whose lowest bit is the
 // event flag, or 128 for a list that is too large as well, and the payload.
 
+#include <algorithm>
 #include <map>
 
 #include "accessorcopy.h"
@@ -10,6 +11,7 @@
 #include "recordmodel.h"
 #include "zulobj/jsonvalue.h"
 #include "zulobj/objectlist.h"
+#include "zulobj/port.h"
 
 namespace {
 
@@ -171,6 +173,46 @@ void checkUsed(const WMsg& message, const cObjectList& fresh, bool readable)
     require(json_equal(json.get(), expected.get()) == 1, "a used list holds what a fresh one holds");
 }
 
+/// Lets @p reply answer with @p records, as it stands after earlier answers.
+void checkAnswer(const std::vector<cObject*>& records, bool ports, cObjectList* reply)
+{
+    Bytes expected;
+    WPayloadWriter writer(&expected);
+    for (const cObject* record : records) {
+        const auto* port = dynamic_cast<const cObjectPort*>(record);
+        if (ports && port != nullptr) {
+            reply->addCloneAs<cObjectPort>(*port);
+            const std::unique_ptr<cObject> clone(port->cObjectPort::clone());
+            clone->encode(&writer);
+        } else {
+            reply->addClone(*record);
+            record->encode(&writer);
+        }
+    }
+    WMsg message;
+    const bool fits = expected.size() <= wmsg::kMaxMessageBytes;
+    require(reply->encode(&message).isOk() == fits, "only an answer that is too large cannot be sent");
+    require(!fits || message.payload == expected, "an answer holds clones of its records");
+}
+
+/// A list whose records are used again answers like a fresh one, whatever it has answered before.
+void checkReuse(cObjectList* list)
+{
+    std::vector<cObject*> records;
+    for (cObject* object = list->first(); object != nullptr; object = list->next()) {
+        records.push_back(object);
+    }
+    cObjectList reply;
+    for (size_t round = 0; round < 6; ++round) {
+        checkAnswer(records, round % 3 == 1, &reply);
+        // Other records, and fewer, than the kept ones.
+        std::rotate(records.begin(), records.begin() + static_cast<std::ptrdiff_t>(records.size() / 2),
+                    records.end());
+        reply.reuse(round == 3 ? 1 : records.size());
+        require(reply.size() == 0 && reply.first() == nullptr, "a list that is used again begins empty");
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -209,5 +251,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         checkTooLarge(compared.front());
     }
     checkList(&list, expected);
+    checkReuse(&list);
     return 0;
 }
