@@ -60,7 +60,7 @@ public:
         if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size()) {
             fail("the script cannot be written");
         }
-        auto worker = std::make_unique<scriptWorker>(device->door());
+        auto worker = std::make_unique<scriptWorker>(device->executor());
         worker->receiveScriptFileName(path, device);
         return worker;
     }

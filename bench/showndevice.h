@@ -6,7 +6,7 @@
 
 #include "cconfig.h"
 #include "cdevice.h"
-#include "cframepace.h"
+#include "crepaintthrottle.h"
 
 inline std::unique_ptr<cDevice> makeDevice(uint32_t ports)
 {
@@ -21,7 +21,7 @@ class ShownDevice
 public:
     explicit ShownDevice(uint32_t ports) : mDevice(makeDevice(ports))
     {
-        new cFramePace(&mWindow);
+        new cRepaintThrottle(&mWindow);
         mWindow.resize(1117, 428);
         mWindow.setCentralWidget(mDevice.get());
         mWindow.show();

@@ -127,11 +127,11 @@ public:
 
 private:
     static constexpr double kPatienceUs = 60e6;
-    static constexpr size_t kMostWaiting = 65536; ///< bytes; beyond it the device has fallen behind
+    static constexpr size_t kMaxWaiting = 65536; ///< bytes; beyond it the device has fallen behind
 
     void queueSets(size_t count)
     {
-        if (mWaiting.size() > kMostWaiting) {
+        if (mWaiting.size() > kMaxWaiting) {
             return;
         }
         for (size_t i = 0; i < count; ++i) {

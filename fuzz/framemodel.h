@@ -13,10 +13,10 @@
 namespace model {
 
 constexpr size_t kHeader = 16;
-constexpr size_t kMostPayload = 2032;
-constexpr size_t kMostMessageBytes = 1048576;
-constexpr size_t kMostSegments = 1024;
-constexpr int64_t kMostAgeMs = 30000;
+constexpr size_t kMaxPayload = 2032;
+constexpr size_t kMaxMessageBytes = 1048576;
+constexpr size_t kMaxSegments = 1024;
+constexpr int64_t kMaxAgeMs = 30000;
 
 inline uint32_t number(const uint8_t* bytes, size_t count)
 {
@@ -59,7 +59,7 @@ inline void putChecksums(std::vector<uint8_t>* stream)
     size_t at = 0;
     while (stream->size() - at >= kHeader) {
         const size_t length = number(stream->data() + at + 8, 4);
-        if (length > kMostPayload || length > stream->size() - at - kHeader) {
+        if (length > kMaxPayload || length > stream->size() - at - kHeader) {
             return;
         }
         putChecksum(stream->data() + at, kHeader + length);
@@ -87,7 +87,7 @@ struct Header
     /// True where no message at all may bear this header.
     bool broken() const
     {
-        return magic != 0x5A57 || version != 1 || (flags & 0xF0) != 0 || length > kMostPayload ||
+        return magic != 0x5A57 || version != 1 || (flags & 0xF0) != 0 || length > kMaxPayload ||
                (control() && (!last() || segment != 0 || length != 0));
     }
 

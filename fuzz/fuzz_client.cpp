@@ -21,7 +21,7 @@
 namespace {
 
 /// So many steps are done for one input.
-constexpr size_t kMostSteps = 60;
+constexpr size_t kMaxSteps = 60;
 
 /// A wait that takes longer has failed.
 constexpr int kPatienceMs = 20000;
@@ -332,7 +332,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     for (const bool hosted : {false, true}) {
         FuzzInput input(data, size);
         Link link(listening, hosted);
-        for (size_t steps = 0; !input.empty() && steps < kMostSteps; ++steps) {
+        for (size_t steps = 0; !input.empty() && steps < kMaxSteps; ++steps) {
             link.step(&input);
         }
         link.finish();

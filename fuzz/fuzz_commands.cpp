@@ -6,9 +6,9 @@
 #include "fuzzinput.h"
 #include "jsontext.h"
 #include "property.h"
-#include "server/commandparser.h"
-#include "server/jsonline.h"
-#include "server/numbers.h"
+#include "server/commands/commandparser.h"
+#include "server/commands/numbers.h"
+#include "server/io/jsonline.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ void checkCommand(const Command& command)
                       command.kind == Command::Kind::WAIT_DEVICE || isExpectation(command);
     require(exchange == (command.object != nullptr), "a get and a set have an object, and nothing else has");
     require(!exchange || command.msgType <= cObjectList::kRequest, "an exchange is a set or a request");
-    require(command.seconds >= 0.0 && command.seconds <= server::kMostSeconds, "no time is beyond a day");
+    require(command.seconds >= 0.0 && command.seconds <= server::kMaxSeconds, "no time is beyond a day");
     require(!(exchange || wait) || command.seconds > 0.0, "nobody waits for no time");
     require(!command.objectType || command.kind == Command::Kind::WAIT_EVENT || isExpectation(command),
             "only what is waited for has a type");
@@ -150,7 +150,7 @@ void checkNumbers(const std::string& word)
     float real = 0.0F;
     require(!server::parseFloat(word, &real) || std::isfinite(real), "a float is finite");
     double seconds = 0.0;
-    require(!server::parseSeconds(word, &seconds) || (seconds >= 0.0 && seconds <= server::kMostSeconds),
+    require(!server::parseSeconds(word, &seconds) || (seconds >= 0.0 && seconds <= server::kMaxSeconds),
             "a time is no longer than a day");
 }
 
@@ -179,11 +179,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0; // its name is the line as it is
     }
     const std::string moved = withFieldsLast(trimmed);
-    if (moved.size() <= server::kMostCommandBytes && trimmed.size() <= server::kMostCommandBytes) {
+    if (moved.size() <= server::kMaxCommandBytes && trimmed.size() <= server::kMaxCommandBytes) {
         Command other;
         require(server::parseCommand(moved, &other).empty() == mistake.empty(), "a field stands anywhere");
         require(!mistake.empty() || same(command, other), "a field means the same anywhere");
-    } else if (trimmed.size() > server::kMostCommandBytes) {
+    } else if (trimmed.size() > server::kMaxCommandBytes) {
         require(!mistake.empty(), "a line that is too long is refused");
     }
     return 0;

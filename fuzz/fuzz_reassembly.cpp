@@ -9,7 +9,7 @@
 namespace {
 
 /// So much comes at most for one input: more than a message of the largest permitted size, in segments.
-constexpr size_t kMostBytes = 1400 * 1024;
+constexpr size_t kMaxBytes = 1400 * 1024;
 
 /// The same for most inputs, that they end soon.
 constexpr size_t kFewBytes = 64 * 1024;
@@ -158,7 +158,7 @@ private:
         const size_t held = static_cast<ptrdiff_t>(mHeld) > 0 ? mHeld : 0;
         // A message that has outgrown the small room has the room of the largest one.
         require(held <= 2 * mModel.pendingBytes() + kSlack ||
-                    2 * mModel.pendingBytes() > WMsgReader::kMostDoubled,
+                    2 * mModel.pendingBytes() > WMsgReader::kMaxDoubled,
                 "memory grows with the bytes received");
         require(held <= mLimits.messageBytes + kSlack, "memory never goes beyond one message");
         require(!mModel.broken() || held <= kSlack, "a refused stream holds nothing");
@@ -187,8 +187,8 @@ WMsgReader::Limits limitsFor(uint8_t choice)
         limits.segments = 4;
         limits.ageMs = 50;
     } else {
-        require(limits.messageBytes == model::kMostMessageBytes && limits.segments == model::kMostSegments &&
-                    limits.ageMs == model::kMostAgeMs,
+        require(limits.messageBytes == model::kMaxMessageBytes && limits.segments == model::kMaxSegments &&
+                    limits.ageMs == model::kMaxAgeMs,
                 "the limits are the document's");
     }
     return limits;
@@ -200,7 +200,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzInput input(data, size);
     const uint8_t choice = input.number8();
-    Line line(limitsFor(choice), (choice & 2) != 0 ? kMostBytes : kFewBytes);
+    Line line(limitsFor(choice), (choice & 2) != 0 ? kMaxBytes : kFewBytes);
     while (!input.empty() && !line.full()) {
         line.step(&input);
     }

@@ -10,8 +10,8 @@
 #include "framemodel.h"
 #include "fuzzinput.h"
 #include "property.h"
-#include "server/messagelog.h"
-#include "server/pendingrequests.h"
+#include "server/commands/messagelog.h"
+#include "server/sessions/pendingrequests.h"
 #include "wmsg/wpayload.h"
 #include "zulobj/msgreg.h"
 #include "zulobj/outqueue.h"
@@ -19,7 +19,7 @@
 namespace {
 
 /// So many steps are done for one input.
-constexpr size_t kMostSteps = 2000;
+constexpr size_t kMaxSteps = 2000;
 
 /// The server's numbers against a list of those that are outstanding.
 class Numbers
@@ -81,7 +81,7 @@ private:
     /// Checks a number that a request was just given, or that it was given none.
     void note(std::optional<uint8_t> seq, size_t id)
     {
-        require(seq.has_value() == (mOutstanding.size() < server::PendingRequests::kMostOutstanding),
+        require(seq.has_value() == (mOutstanding.size() < server::PendingRequests::kMaxOutstanding),
                 "a request is turned away when all numbers but one are taken");
         if (seq) {
             expectNext(*seq);
@@ -175,7 +175,7 @@ public:
         }
         require(mQueue.empty() == mExpected.empty(), "a queue knows when it is empty");
         require(mQueue.connectionBytes() == bytes(false), "a queue knows what belongs to a connection");
-        require(bytes(true) <= kMostBytes || !anyEvent(), "the events stay within their bound");
+        require(bytes(true) <= kMaxBytes || !anyEvent(), "the events stay within their bound");
     }
 
     ~Queue()
@@ -188,7 +188,7 @@ public:
     }
 
 private:
-    static constexpr size_t kMostBytes = 4000;
+    static constexpr size_t kMaxBytes = 4000;
 
     cOutQueue::Entry entry(FuzzInput* input)
     {
@@ -211,7 +211,7 @@ private:
             mQueue.push(entry);
             mExpected.push_back(entry);
         }
-        while (bytes(true) > kMostBytes && anyEvent()) {
+        while (bytes(true) > kMaxBytes && anyEvent()) {
             mExpected.erase(std::find_if(mExpected.begin(), mExpected.end(), isEvent));
             ++mDropped;
         }
@@ -267,7 +267,7 @@ private:
         return sum;
     }
 
-    cOutQueue mQueue{kMostBytes};
+    cOutQueue mQueue{kMaxBytes};
     std::deque<cOutQueue::Entry> mExpected;
     std::array<cMsgReg, 5> mRequests;
     uint64_t mDropped = 0;
@@ -457,7 +457,7 @@ template <class Subject>
 void run(FuzzInput* input)
 {
     Subject subject;
-    for (size_t steps = 0; !input->empty() && steps < kMostSteps; ++steps) {
+    for (size_t steps = 0; !input->empty() && steps < kMaxSteps; ++steps) {
         subject.step(input);
     }
 }

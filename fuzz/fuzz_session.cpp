@@ -10,8 +10,8 @@
 #include "fuzzinput.h"
 #include "property.h"
 #include "reassemblymodel.h"
-#include "server/devicesession.h"
-#include "server/linktimer.h"
+#include "server/io/linktimer.h"
+#include "server/sessions/devicesession.h"
 #include "zulobj/objectlist.h"
 
 namespace {
@@ -29,10 +29,10 @@ namespace {
 constexpr int kTickMs = 2100;
 
 /// So much is done for one input, that it ends soon.
-constexpr size_t kMostSteps = 200;
-constexpr int64_t kMostMs = 150 * 1000;
+constexpr size_t kMaxSteps = 200;
+constexpr int64_t kMaxMs = 150 * 1000;
 constexpr size_t kLargestToSend = 500 * 1000;
-constexpr size_t kMostToSend = 1024 * 1024;
+constexpr size_t kMaxToSend = 1024 * 1024;
 
 /// What the session takes from the line at once.
 constexpr size_t kReadBytes = 16384;
@@ -75,7 +75,7 @@ public:
         poll();
     }
 
-    bool over() const { return mClosed || now.count() - mBegunMs > kMostMs; }
+    bool over() const { return mClosed || now.count() - mBegunMs > kMaxMs; }
 
     void step(FuzzInput* input)
     {
@@ -203,7 +203,7 @@ private:
 
     void ask(uint8_t type, size_t size, size_t times)
     {
-        if (mToldToSend > kMostToSend || std::count_if(mAsked.begin(), mAsked.end(), isOpen) >= 250) {
+        if (mToldToSend > kMaxToSend || std::count_if(mAsked.begin(), mAsked.end(), isOpen) >= 250) {
             return;
         }
         const size_t index = mAsked.size();
@@ -475,7 +475,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzInput input(data, size);
     Room room(settingsFor(input.number8()));
-    for (size_t steps = 0; !input.empty() && !room.over() && steps < kMostSteps; ++steps) {
+    for (size_t steps = 0; !input.empty() && !room.over() && steps < kMaxSteps; ++steps) {
         room.step(&input);
     }
     return 0;

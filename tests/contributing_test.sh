@@ -31,8 +31,8 @@ pkg_check_modules(jansson REQUIRED IMPORTED_TARGET jansson)
 pkg_check_modules(cares REQUIRED IMPORTED_TARGET libcares)
 set(ZUL_WERROR ON)
 add_subdirectory(platform)
-add_executable(changed_test tests/platform/zuldict_test.cpp tests/platform/records_test.cpp
-                            tests/platform/json_test.cpp tests/platform/protocol_test.cpp)
+add_executable(changed_test tests/platform/zuldict/zuldict_test.cpp tests/platform/zulobj/records_test.cpp
+                            tests/platform/zulobj/json_test.cpp tests/platform/zulobj/protocol_test.cpp)
 zul_target(changed_test)
 target_include_directories(changed_test PRIVATE tests/support)
 target_compile_definitions(changed_test PRIVATE PROTOCOL_DOCUMENT="${PROJECT_SOURCE_DIR}/docs/protocol.md")

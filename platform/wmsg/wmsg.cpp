@@ -20,13 +20,13 @@ using Pairs = uint16_t __attribute__((vector_size(16)));
 constexpr size_t kBlock = sizeof(Pairs);
 
 /// As many bytes of 255 add up to no more than a lane holds.
-constexpr size_t kMostBlocks = 257;
+constexpr size_t kMaxBlocks = 257;
 
 /// The bytes of each place in their words, added up by themselves: no carry, and no byte order.
 class PlaceSums
 {
 public:
-    /// Takes the block at @p data; kMostBlocks at most.
+    /// Takes the block at @p data; kMaxBlocks at most.
     void add(const uint8_t* data)
     {
         Pairs block;
@@ -81,7 +81,7 @@ namespace wmsg {
 uint64_t checksumAdd(uint64_t sum, const uint8_t* data, size_t size)
 {
     while (size >= kBlock) {
-        const size_t blocks = std::min(size / kBlock, kMostBlocks);
+        const size_t blocks = std::min(size / kBlock, kMaxBlocks);
         sum = addWithCarry(sum, sumOfBlocks(data, blocks));
         data += blocks * kBlock;
         size -= blocks * kBlock;

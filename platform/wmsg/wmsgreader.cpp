@@ -32,7 +32,7 @@ WMsgReader::eResult WMsgReader::read(const uint8_t** data, size_t* size, int64_t
         if (mPayloadLeft > 0) {
             return MORE;
         }
-        if (!checksumFits()) {
+        if (!checksumMatches()) {
             return broken(WStatus::error("checksum", "does not fit the segment"));
         }
         if (finishSegment(message)) {
@@ -70,7 +70,7 @@ WStatus WMsgReader::checkHeader() const
     if (segmentLength() > wmsg::kMaxSegmentPayload) {
         return WStatus::error("payload length", "is more than a segment holds");
     }
-    return isControl() ? checkControl() : checkSequel();
+    return isControl() ? checkControl() : checkContinuation();
 }
 
 WStatus WMsgReader::checkControl() const
@@ -84,7 +84,7 @@ WStatus WMsgReader::checkControl() const
     return WStatus::ok();
 }
 
-WStatus WMsgReader::checkSequel() const
+WStatus WMsgReader::checkContinuation() const
 {
     if (wmsg::get16(mHeader.data() + 6) != mSegmentsUsed) {
         return WStatus::error("segment number", "is not the next one");
@@ -126,11 +126,11 @@ void WMsgReader::reserveFor(size_t size)
     std::vector<uint8_t>& payload = mMessage.payload;
     if (size > payload.capacity()) {
         const size_t room = std::min(std::max(size, payload.capacity() * 2), mLimits.messageBytes);
-        payload.reserve(room <= kMostDoubled ? room : mLimits.messageBytes);
+        payload.reserve(room <= kMaxDoubled ? room : mLimits.messageBytes);
     }
 }
 
-bool WMsgReader::checksumFits() const
+bool WMsgReader::checksumMatches() const
 {
     const size_t length = segmentLength();
     uint64_t sum = wmsg::checksumAdd(0, mHeader.data(), wmsg::kHeaderSize - 4);
@@ -162,7 +162,7 @@ bool WMsgReader::finishSegment(WMsg* message)
     mSegmentsUsed = 0;
     std::swap(*message, mMessage);
     // Goes on with the memory of the message that has been replaced, unless that is much to keep.
-    if (mMessage.payload.capacity() > kMostDoubled) {
+    if (mMessage.payload.capacity() > kMaxDoubled) {
         mMessage = WMsg();
     }
     mMessage.payload.clear();

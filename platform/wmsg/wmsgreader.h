@@ -11,13 +11,13 @@
 /// Turns the bytes of one connection into messages.
 ///
 /// It knows no socket and no clock: the caller hands it bytes and the time. Memory grows with the bytes
-/// received and never beyond kMostDoubled and one message of the largest permitted size. After a broken byte
+/// received and never beyond kMaxDoubled and one message of the largest permitted size. After a broken byte
 /// the connection can't be read on: the caller closes it and starts the next one with a fresh reader.
 class WMsgReader
 {
 public:
     /// A message that needs more room than this gets the room of the largest one.
-    static constexpr size_t kMostDoubled = 32 * 1024;
+    static constexpr size_t kMaxDoubled = 32 * 1024;
 
     struct Limits
     {
@@ -52,10 +52,10 @@ private:
     bool takeHeaderBytes(const uint8_t** data, size_t* size);
     WStatus checkHeader() const;
     WStatus checkControl() const;
-    WStatus checkSequel() const;
+    WStatus checkContinuation() const;
     void takePayloadBytes(const uint8_t** data, size_t* size);
     void reserveFor(size_t size);
-    bool checksumFits() const;
+    bool checksumMatches() const;
     bool finishSegment(WMsg* message);
     eResult broken(WStatus status);
 

@@ -132,7 +132,7 @@ void cEventPump::deliver()
     for (cObjectListener* listener : mCalled) {
         listener->handleObjectAction(mItem.list.get());
     }
-    if (mItem.bytes <= kMostSpareBytes && mItem.list->size() <= kMostSpareRecords) {
+    if (mItem.bytes <= kMaxSpareBytes && mItem.list->size() <= kMaxSpareRecords) {
         delete mSpare.exchange(mItem.list.release());
     }
     mItem.list.reset();

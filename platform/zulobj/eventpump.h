@@ -78,8 +78,8 @@ private:
     };
 
     /// A list that is larger is not kept to be used again.
-    static constexpr size_t kMostSpareRecords = 64;
-    static constexpr size_t kMostSpareBytes = 64 * 1024;
+    static constexpr size_t kMaxSpareRecords = 64;
+    static constexpr size_t kMaxSpareBytes = 64 * 1024;
 
     void run();
     void deliver();

@@ -68,7 +68,7 @@ std::shared_ptr<cLinkSocket> cLinkSocket::connectTo(const sLinkAddress& address,
             error = waitForConnect(fd, timeoutMs, wakeFd) ? connectError(fd) : ETIMEDOUT;
         }
     }
-    if (error == 0 && link->talksToItself()) {
+    if (error == 0 && link->isSelfConnected()) {
         error = ECONNREFUSED;
     }
     if (error != 0) {
@@ -187,7 +187,7 @@ void cLinkSocket::shutDown()
     }
 }
 
-bool cLinkSocket::talksToItself() const
+bool cLinkSocket::isSelfConnected() const
 {
     sockaddr_storage own{};
     sockaddr_storage peer{};

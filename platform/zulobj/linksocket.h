@@ -63,7 +63,7 @@ public:
 
     /// True when both ends are this very socket: an attempt to reach a port of this machine on which nobody
     /// listens may be given that port as its own, and then succeeds.
-    bool talksToItself() const;
+    bool isSelfConnected() const;
 
 private:
     ssize_t sendRecorded(const uint8_t* bytes, size_t size);

@@ -10,7 +10,7 @@
 namespace {
 
 /// What is longer waits for the sending thread: sending it at once would need as much room again.
-constexpr size_t kMostAtOnce = 128 * 1024;
+constexpr size_t kMaxAtOnce = 128 * 1024;
 
 constexpr char kClosed[] = "the connection was closed";
 
@@ -126,7 +126,7 @@ WStatus cObjectClient::encodeAndSubmit(const cObjectList* list)
         entry.numbered = true;
     }
     submit(&entry);
-    if (entry.message.payload.capacity() <= kMostAtOnce) {
+    if (entry.message.payload.capacity() <= kMaxAtOnce) {
         mSpare = std::move(entry.message);
     }
     return status;
@@ -236,7 +236,7 @@ void cObjectClient::submit(cOutQueue::Entry* entry)
 bool cObjectClient::sendsAtOnce(const cOutQueue::Entry& entry) const
 {
     return mSocket && !isBroken() && !mStopping && !mTransmitting && !mBegun && mPingsUnanswered == 0 &&
-           mOutQueue.empty() && entry.message.payload.size() <= kMostAtOnce;
+           mOutQueue.empty() && entry.message.payload.size() <= kMaxAtOnce;
 }
 
 /// What the connection does not take now is left to the sending thread. The caller holds mMutex.
@@ -392,7 +392,7 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
     while (waitForReader()) {
         // A listener may have taken its time: what has come meanwhile is read before silence is judged.
         const int64_t heardAt = mHeardAt;
-        const int64_t wait = std::max<int64_t>(heardAt + patienceMs(pinged) - linkNowMs(), 0);
+        const int64_t wait = std::max<int64_t>(heardAt + idleTimeoutMs(pinged) - linkNowMs(), 0);
         size_t received = 0;
         const cLinkSocket::eOutcome outcome = socket.receive(mReceiveBuffer.data(), mReceiveBuffer.size(),
                                                              static_cast<int>(wait), mWakeup.fd(), &received);
@@ -400,7 +400,7 @@ std::string cObjectClient::runConnection(cLinkSocket& socket)
             return kClosed;
         }
         std::string problem = outcome == cLinkSocket::DONE ? handleBytes(mReceiveBuffer.data(), received)
-                                                           : judgeSilence(heardAt, &pinged);
+                                                           : checkKeepalive(heardAt, &pinged);
         if (!problem.empty()) {
             return problem;
         }
@@ -424,12 +424,12 @@ std::string cObjectClient::watchConnection()
         const int64_t before = std::exchange(heardAt, mHeardAt.load());
         pinged = pinged && heardAt == before;
         // A peer that has answered the ping is idle again: that is looked at in time for the next one.
-        const int64_t left = heardAt + patienceMs(pinged) - linkNowMs();
+        const int64_t left = heardAt + idleTimeoutMs(pinged) - linkNowMs();
         problem = waitForProblem(static_cast<int>(std::clamp<int64_t>(left, 0, mSettings.pingAfterMs)));
         if (problem.empty()) {
             readForHost();
             const std::lock_guard<std::mutex> reading(mReading);
-            problem = mHeardAt == heardAt ? judgeSilence(heardAt, &pinged) : std::string();
+            problem = mHeardAt == heardAt ? checkKeepalive(heardAt, &pinged) : std::string();
         }
     }
     return problem;
@@ -441,7 +441,7 @@ std::string cObjectClient::waitForProblem(int timeoutMs)
     std::unique_lock<std::mutex> lock(mMutex);
     mReceiveChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs),
                              [this] { return mStopping || isBroken(); });
-    if (answersPileUp()) {
+    if (sendBacklogExceeded()) {
         // Whoever is not listened to is not silent.
         mHeardAt = linkNowMs();
     }
@@ -449,14 +449,14 @@ std::string cObjectClient::waitForProblem(int timeoutMs)
 }
 
 /// How long the peer may be silent before something is done about it.
-int cObjectClient::patienceMs(bool pinged) const
+int cObjectClient::idleTimeoutMs(bool pinged) const
 {
     return pinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs;
 }
 
 /// Nothing has come since @p heardAt: pings the peer once. Returns why the connection can't go on, or an
 /// empty text. The caller holds mReading.
-std::string cObjectClient::judgeSilence(int64_t heardAt, bool* pinged)
+std::string cObjectClient::checkKeepalive(int64_t heardAt, bool* pinged)
 {
     const int64_t nowMs = linkNowMs();
     if (mReader.overdue(nowMs)) {
@@ -486,7 +486,7 @@ int cObjectClient::serve()
 }
 
 /// Whether mSocket shall be read. The caller holds mMutex.
-bool cObjectClient::isReadable() const { return mSocket && !isBroken() && !answersPileUp(); }
+bool cObjectClient::isReadable() const { return mSocket && !isBroken() && !sendBacklogExceeded(); }
 
 /// Whether mSocket can't go on and the receiving thread is about to drop it. The caller holds mMutex.
 bool cObjectClient::isBroken() const { return !mProblem.empty(); }
@@ -546,8 +546,8 @@ void cObjectClient::callHost()
 bool cObjectClient::waitForReader()
 {
     std::unique_lock<std::mutex> lock(mMutex);
-    if (answersPileUp()) {
-        mReceiveChanged.wait(lock, [this] { return mStopping || !answersPileUp(); });
+    if (sendBacklogExceeded()) {
+        mReceiveChanged.wait(lock, [this] { return mStopping || !sendBacklogExceeded(); });
         // Whoever was not listened to has not been silent.
         mHeardAt = linkNowMs();
     }
@@ -555,12 +555,15 @@ bool cObjectClient::waitForReader()
 }
 
 /// The caller holds mMutex.
-bool cObjectClient::answersPileUp() const { return mOutQueue.connectionBytes() > mSettings.answerBytes; }
+bool cObjectClient::sendBacklogExceeded() const
+{
+    return mOutQueue.connectionBytes() > mSettings.answerBytes;
+}
 
 /// Lets no further message be answered while answers pile up. The caller holds mMutex.
 void cObjectClient::adjustPump()
 {
-    const bool hold = answersPileUp();
+    const bool hold = sendBacklogExceeded();
     mEventPump.hold(hold);
     if (std::exchange(mHolding, hold) && !hold) {
         callHost();
@@ -605,7 +608,7 @@ bool cObjectClient::handleMessage(const WMsg& message)
         return true;
     }
     const size_t bytes = message.payload.size() + wmsg::kHeaderSize;
-    if (bytes > WMsgReader::kMostDoubled) {
+    if (bytes > WMsgReader::kMaxDoubled) {
         // A large message need not exist twice.
         mReceived = WMsg();
     }

@@ -21,7 +21,7 @@
 #include "zulobj/msgreg.h"
 #include "zulobj/objectlist.h"
 #include "zulobj/outqueue.h"
-#include "zulobj/reconnectpause.h"
+#include "zulobj/reconnectbackoff.h"
 #include "zulobj/wakeup.h"
 
 /// Keeps a device's connection to the monitoring server.
@@ -110,8 +110,8 @@ private:
     std::string runConnection(cLinkSocket& socket);
     std::string watchConnection();
     std::string waitForProblem(int timeoutMs);
-    std::string judgeSilence(int64_t heardAt, bool* pinged);
-    int patienceMs(bool pinged) const;
+    std::string checkKeepalive(int64_t heardAt, bool* pinged);
+    int idleTimeoutMs(bool pinged) const;
     std::string handleBytes(const uint8_t* data, size_t size);
     bool handleMessage(const WMsg& message);
     void handleAnswer(const WMsg& message);
@@ -121,7 +121,7 @@ private:
     int nextPause();
     void callHost();
     bool waitForReader();
-    bool answersPileUp() const;
+    bool sendBacklogExceeded() const;
     void adjustPump();
 
     // The host's thread, and the receiving one where the host is busy.
@@ -168,7 +168,7 @@ private:
     WMsgReader mReader;
     WMsg mReceived;
     std::array<uint8_t, 2048> mReceiveBuffer{};
-    cReconnectPause mPause;
+    cReconnectBackoff mPause;
 
     std::atomic<int64_t> mHeardAt{0}; ///< when the peer was heard last, by linkNowMs()
 

@@ -125,9 +125,9 @@ void cObjectList::reuse(size_t most)
 /// Begins anew with no entries.
 void cObjectList::forgetObjects()
 {
-    constexpr size_t kMostRunsKept = 64;
+    constexpr size_t kMaxRunsKept = 64;
     mRuns.clear();
-    if (mRuns.capacity() > kMostRunsKept) {
+    if (mRuns.capacity() > kMaxRunsKept) {
         mRuns.shrink_to_fit();
     }
     mOpenClass = nullptr;

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr size_t kMostWaiting = 256 * 1024;
+constexpr size_t kMaxWaiting = 256 * 1024;
 
 std::mt19937_64 randomFor(uint64_t seed, uint64_t connection, bool towardServer)
 {
@@ -60,7 +60,7 @@ void FaultLane::received(const asio::error_code& error, size_t size)
         pass(mCutter.rest());
         return;
     }
-    mHeld = mWaiting > kMostWaiting;
+    mHeld = mWaiting > kMaxWaiting;
     if (!mHeld) {
         read();
     }
@@ -207,7 +207,7 @@ void FaultLane::finishChunk()
     mChunks.pop_front();
     if (after != eOutage::NONE) {
         mOwner.outage(after);
-    } else if (mHeld && mWaiting <= kMostWaiting / 2) {
+    } else if (mHeld && mWaiting <= kMaxWaiting / 2) {
         mHeld = false;
         read();
     }

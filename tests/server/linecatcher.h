@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "server/jsonline.h"
+#include "server/io/jsonline.h"
 
 /// Reads the JSON lines that a server prints.
 class LineCatcher

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "server/connection.h"
+#include "server/sessions/connection.h"
 
 /// A connection of the server's, its peer's bare socket and the loop that drives it, all on one thread.
 class LoopedConnection : private server::Connection::Owner

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "linecatcher.h"
-#include "server/application.h"
+#include "server/app/application.h"
 
 /// A whole server in this process, at a free port, with pipes for its standard streams.
 class TestServer

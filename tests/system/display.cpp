@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr int kHangs = 60000; // milliseconds
-constexpr int kRest = 250;    // milliseconds without a change, before a picture is kept
-constexpr int kSmallest = 0;  // the quality of a PNG that is packed best; all of them lose nothing
+constexpr int kHangs = 60000;       // milliseconds
+constexpr int kMinIntervalMs = 250; // milliseconds without a change, before a picture is kept
+constexpr int kSmallest = 0;        // the quality of a PNG that is packed best; all of them lose nothing
 
 // What the window manager draws around a window, but for the handle below some.
 constexpr QMargins kFrame{1, 20, 1, 1};
@@ -271,7 +271,7 @@ QImage ScreenWindow::restingPicture() const
             seen = now;
             timer.restart();
         }
-        return timer.hasExpired(kRest);
+        return timer.hasExpired(kMinIntervalMs);
     });
     return seen;
 }

@@ -1,0 +1,221 @@
+#include "server/app/application.h"
+
+#include <asio/post.hpp>
+#include <chrono>
+#include <csignal>
+#include <utility>
+
+#include "server/commands/commandparser.h"
+#include "server/commands/commandwords.h"
+
+namespace server {
+
+namespace {
+
+/// How long the end of the run waits for a reader that is slow.
+constexpr int kLastLinesMs = 2000;
+
+} // namespace
+
+Application::Application(Options options, const LinkSettings& settings, const Streams& streams)
+    : mOptions(std::move(options)),
+      mStreams(streams),
+      mCapture(settings.capture),
+      mConsole(mIo, streams.output, streams.error, mOptions.verbose),
+      mMonitor(mIo, mConsole, mLog, settings),
+      mRunner(mIo, mConsole, mMonitor, mLog),
+      mAcceptor(mIo),
+      mSignals(mIo),
+      mTimer(mIo)
+{
+    mConsole.output().onWritable = [this] { mMonitor.resumeReading(); };
+    mConsole.output().onWriteFailed = [this](const std::string& reason) {
+        failRun("Standard output cannot be written: " + reason + ".");
+        finish(1);
+    };
+    mMonitor.onChange = [this] {
+        if (mFinished) {
+            return;
+        }
+        mRunner.monitorChanged();
+        if (mOptions.count && mMonitor.messages() >= *mOptions.count) {
+            finish(mRunner.exitStatusCutOff());
+        }
+    };
+    mRunner.onEnd = [this] { finish(mRunner.exitStatus()); };
+    if (mCapture) {
+        mCapture->setReport([this](const std::string& sentence) { mConsole.report(sentence); });
+    }
+    mAcceptor.onPeer = [this](asio::ip::tcp::socket socket) { mMonitor.add(std::move(socket)); };
+    mAcceptor.onError = [this](const std::string& sentence) { mConsole.report(sentence); };
+    if (mOptions.junit) {
+        watchCommands();
+    }
+}
+
+Application::~Application()
+{
+    mConsole.setTypedLine(nullptr);
+    if (mCapture) {
+        // Connections that go last are recorded when there is no console any more.
+        mCapture->setReport(nullptr);
+    }
+}
+
+void Application::endOnSignals()
+{
+    mSignals.add(SIGTERM);
+    mSignals.add(SIGINT);
+    mSignals.async_wait([this](const asio::error_code& error, int) {
+        if (!error) {
+            finish(mRunner.exitStatusCutOff());
+        }
+    });
+}
+
+int Application::run()
+{
+    if (!openReport()) {
+        return 1;
+    }
+    if (listen()) {
+        startTimer();
+        takeCommands();
+        mAcceptor.start();
+        mIo.run();
+    } else {
+        submitGivenCommands(); // for the report
+    }
+    writeReport();
+    return mStatus;
+}
+
+void Application::watchCommands()
+{
+    mRunner.setWatcher(&mReport);
+    mConsole.onLine = [this](const std::string& line) { mReport.addLine(line); };
+}
+
+bool Application::openReport()
+{
+    const std::string problem = mOptions.junit ? mReportFile.open(*mOptions.junit) : std::string();
+    if (!problem.empty()) {
+        mConsole.report("The report " + quoted(*mOptions.junit) + " cannot be written: " + problem + ".");
+    }
+    return problem.empty();
+}
+
+void Application::writeReport()
+{
+    if (!mOptions.junit) {
+        return;
+    }
+    if (mRunner.isRunning()) {
+        mReport.cutOff();
+    }
+    for (const std::string& command : mRunner.waiting()) {
+        mReport.neverBegun(command);
+    }
+    if (!mRunFailure.empty()) {
+        mReport.runFailed(mRunFailure);
+    }
+    const std::string problem = mReportFile.write(mReport.xml());
+    if (!problem.empty()) {
+        mConsole.report("The report " + quoted(*mOptions.junit) + " cannot be written: " + problem + ".");
+        mStatus = 1;
+    }
+}
+
+void Application::failRun(const std::string& sentence)
+{
+    mConsole.report(sentence);
+    mRunFailure = sentence;
+}
+
+void Application::stop()
+{
+    asio::post(mIo, [this] { finish(mRunner.exitStatusCutOff()); });
+}
+
+bool Application::listen()
+{
+    const std::string problem = mAcceptor.open(mOptions.listen, mOptions.port);
+    if (!problem.empty()) {
+        failRun(problem + ".");
+        mStatus = 1;
+        return false;
+    }
+    const asio::ip::tcp::endpoint endpoint = mAcceptor.endpoint();
+    if (!endpoint.address().is_loopback()) {
+        mConsole.report("Listening at " + endpoint.address().to_string() +
+                        ": other machines can reach this server, which asks nobody for a password.");
+    }
+    mConsole.line(listeningLine(endpoint.address().to_string(), endpoint.port()));
+    return true;
+}
+
+void Application::startTimer()
+{
+    if (!mOptions.timeout) {
+        return;
+    }
+    const std::chrono::duration<double> time(*mOptions.timeout);
+    mTimer.expires_after(std::chrono::duration_cast<std::chrono::steady_clock::duration>(time));
+    mTimer.async_wait([this](const asio::error_code& error) {
+        if (!error) {
+            if (!mRunner.runTimedOut()) {
+                mRunFailure = "The time of the whole run is over.";
+            }
+            finish(mRunner.exitStatus());
+        }
+    });
+}
+
+void Application::submitGivenCommands()
+{
+    for (const std::string& command : mOptions.commands) {
+        mRunner.submit(command);
+    }
+}
+
+void Application::takeCommands()
+{
+    if (mOptions.commandsGiven) {
+        submitGivenCommands();
+        mRunner.endOfCommands();
+    } else if (Prompt::possibleAt(mStreams.input)) {
+        mPrompt = std::make_unique<Prompt>(mIo, mStreams.input);
+        mPrompt->onLine = [this](const std::string& line) { mRunner.submit(line); };
+        mPrompt->start();
+        mConsole.setTypedLine(mPrompt.get());
+    } else {
+        mLineInput = std::make_unique<LineInput>(mIo, mStreams.input, kMaxCommandBytes);
+        mLineInput->onLine = [this](const std::string& line) {
+            mRunner.submit(line);
+            if (mRunner.full()) {
+                mLineInput->hold();
+            }
+        };
+        mRunner.onSpaceAvailable = [this] { mLineInput->resume(); };
+        mLineInput->onError = [this](const std::string& reason) {
+            mConsole.report("Commands cannot be read any more: " + reason + ".");
+        };
+        mLineInput->start();
+    }
+}
+
+/// Nothing is printed after this.
+void Application::finish(int status)
+{
+    if (mFinished) {
+        return;
+    }
+    mFinished = true;
+    mStatus = status;
+    if (!mConsole.output().finish(kLastLinesMs)) {
+        mConsole.report("The last lines were not written, as nobody reads them.");
+    }
+    mIo.stop();
+}
+
+} // namespace server

@@ -1,0 +1,81 @@
+#ifndef SERVER_APPLICATION_H
+#define SERVER_APPLICATION_H
+
+#include <asio/io_context.hpp>
+#include <asio/signal_set.hpp>
+#include <asio/steady_timer.hpp>
+#include <memory>
+#include <string>
+
+#include "server/app/options.h"
+#include "server/commands/messagelog.h"
+#include "server/io/console.h"
+#include "server/io/lineinput.h"
+#include "server/io/prompt.h"
+#include "server/io/replacedfile.h"
+#include "server/report/junitreport.h"
+#include "server/sessions/commandrunner.h"
+#include "server/sessions/devicesessions.h"
+#include "server/sessions/linksettings.h"
+#include "server/sessions/peeracceptor.h"
+
+namespace server {
+
+/// The whole server: it puts the pieces together and ends with an exit status.
+class Application
+{
+public:
+    /// The descriptors that stand for the program's standard streams; borrowed.
+    struct Streams
+    {
+        int input = 0;
+        int output = 1;
+        int error = 2;
+    };
+
+    Application(Options options, const LinkSettings& settings, const Streams& streams);
+    ~Application();
+
+    /// Ends when the process gets SIGTERM or SIGINT, with status 0, or 4 after a failed expectation.
+    void endOnSignals();
+
+    /// Serves until the end and returns the exit status. Once only.
+    int run();
+
+    /// Ends run() as a signal does; any thread may call.
+    void stop();
+
+private:
+    void watchCommands();
+    bool openReport();
+    void writeReport();
+    void failRun(const std::string& sentence);
+    bool listen();
+    void takeCommands();
+    void submitGivenCommands();
+    void startTimer();
+    void finish(int status);
+
+    const Options mOptions;
+    const Streams mStreams;
+    const std::shared_ptr<cCaptureFile> mCapture; ///< may be null
+    asio::io_context mIo;
+    Console mConsole;
+    MessageLog mLog;
+    DeviceSessions mMonitor;
+    CommandRunner mRunner;
+    PeerAcceptor mAcceptor;
+    JunitReport mReport;
+    ReplacedFile mReportFile;
+    std::string mRunFailure; ///< that is no command's
+    asio::signal_set mSignals;
+    asio::steady_timer mTimer;
+    std::unique_ptr<LineInput> mLineInput;
+    std::unique_ptr<Prompt> mPrompt;
+    bool mFinished = false;
+    int mStatus = 0;
+};
+
+} // namespace server
+
+#endif

@@ -1,0 +1,77 @@
+#include <CLI/Version.hpp>
+#include <asio/version.hpp>
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <fcntl.h>
+#include <system_error>
+#include <unistd.h>
+
+#include "server/app/application.h"
+#include "zulversion/zulversion.h"
+
+namespace {
+
+/// Where a standard stream is closed, its number must not go to a socket.
+void fillStandardStreams()
+{
+    int opened = ::open("/dev/null", O_RDONLY);
+    while (opened >= 0 && opened <= 2) {
+        opened = ::open("/dev/null", O_RDONLY);
+    }
+    ::close(opened);
+}
+
+std::string asioVersion()
+{
+    return std::to_string(ASIO_VERSION / 100000) + "." + std::to_string(ASIO_VERSION / 100 % 1000) + "." +
+           std::to_string(ASIO_VERSION % 100);
+}
+
+std::string version()
+{
+    return zulversion::describe(
+        "zulserver", {{"asio", asioVersion()}, {"CLI11", CLI11_VERSION}, {"libedit", LIBEDIT_RELEASE}});
+}
+
+/// The exit status.
+int serve(const server::Options& options)
+{
+    server::LinkSettings settings;
+    if (options.capture) {
+        std::string problem;
+        settings.capture = cCaptureFile::create(*options.capture,
+                                                std::string("zulserver ") + zulversion::version(), &problem);
+        if (!settings.capture) {
+            std::fprintf(stderr, "zulserver: %s.\n", problem.c_str());
+            return 1;
+        }
+    }
+    try {
+        server::Application application(options, settings, server::Application::Streams());
+        application.endOnSignals();
+        return application.run();
+    } catch (const std::system_error& error) {
+        // The system grants no more descriptors, most likely.
+        std::fprintf(stderr, "zulserver: Cannot serve: %s.\n", error.code().message().c_str());
+        return 1;
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    fillStandardStreams();
+    // The prompt takes the user's characters; numbers keep their point.
+    std::setlocale(LC_CTYPE, "");
+    std::signal(SIGPIPE, SIG_IGN);
+
+    const server::ParsedOptions parsed = server::parseOptions(argc, argv, version());
+    std::fputs(parsed.output.c_str(), stdout);
+    std::fputs(parsed.error.c_str(), stderr);
+    if (!parsed.options) {
+        return parsed.exitStatus;
+    }
+    return serve(*parsed.options);
+}

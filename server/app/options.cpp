@@ -1,0 +1,153 @@
+#include "server/app/options.h"
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "server/commands/commandwords.h"
+#include "server/commands/numbers.h"
+
+namespace server {
+
+namespace {
+
+constexpr const char* kFooter =
+    "Standard output carries one JSON object per line. Commands are read from standard input, one per line,\n"
+    "unless --command or --commands gives them; the command \"help\" lists them.\n"
+    "Exit status: 0 done; 1 wrong usage or cannot listen; 2 a command ended in error; 3 a command or the "
+    "run\n"
+    "timed out; 4 an expectation was not met.";
+
+/// The options as they are written, before anything is checked.
+struct RawOptions
+{
+    std::string port = "50000";
+    std::string count;
+    std::string timeout;
+    std::string commandsFile;
+};
+
+void declare(CLI::App* app, const std::string& version, Options* options, RawOptions* raw)
+{
+    app->footer(kFooter);
+    app->set_version_flag("--version", version,
+                          "Print the version, the commit and the libraries' versions, and end");
+    app->add_option("--listen", options->listen, "Listen at this address, 127.0.0.1 unless given")
+        ->type_name("ADDRESS");
+    app->add_option("--port", raw->port, "Listen at this port, 50000 unless given; 0 picks a free one")
+        ->type_name("N");
+    app->add_option("--command", options->commands, "Run this command; may be given again")
+        ->type_name("COMMAND")
+        ->allow_extra_args(false);
+    app->add_option("--commands", raw->commandsFile, "Then run the commands of this file, one per line")
+        ->type_name("FILE");
+    app->add_option("--count", raw->count, "End after so many messages")->type_name("N");
+    app->add_option("--timeout", raw->timeout, "End after so many seconds: the run has timed out")
+        ->type_name("S");
+    app->add_option("--junit", options->junit, "Write a report of the run to this file, as JUnit XML")
+        ->type_name("FILE");
+    app->add_option("--capture", options->capture,
+                    "Record what devices and server exchange in this file (pcapng)")
+        ->type_name("FILE");
+    app->add_flag("--verbose", options->verbose, "Say more on standard error");
+}
+
+/// The longest file of commands, in bytes: one that is longer may have no end.
+constexpr size_t kMaxFileBytes = 16 * 1024 * 1024;
+
+/// Appends the file's lines; returns why that is not possible, or an empty text.
+std::string readCommands(const std::string& path, std::vector<std::string>* commands)
+{
+    std::ifstream file(path);
+    std::string text;
+    std::array<char, 4096> block;
+    while (file && text.size() <= kMaxFileBytes) {
+        file.read(block.data(), block.size());
+        text.append(block.data(), static_cast<size_t>(file.gcount()));
+    }
+    if (text.size() > kMaxFileBytes) {
+        return quoted(path) + " holds more than 16 MiB.";
+    }
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        commands->push_back(line);
+    }
+    // A file that has been read whole is at its end; a directory never gets there.
+    return file.eof() ? std::string() : "Cannot read " + quoted(path) + ": " + std::strerror(errno) + ".";
+}
+
+/// Checks what was written; returns what is wrong with it, or an empty text.
+std::string check(const CLI::App& app, const RawOptions& raw, Options* options)
+{
+    uint32_t number = 0;
+    if (!parseNumber(raw.port, 0, 65535, &number)) {
+        return numberMistake("--port", raw.port, 0, 65535);
+    }
+    options->port = static_cast<uint16_t>(number);
+    if (options->listen.empty()) {
+        return "--listen needs an address.";
+    }
+    if (app.count("--count") > 0) {
+        if (!parseNumber(raw.count, 1, 0xFFFFFFFF, &number)) {
+            return numberMistake("--count", raw.count, 1, 0xFFFFFFFF);
+        }
+        options->count = number;
+    }
+    if (app.count("--timeout") > 0) {
+        double seconds = 0.0;
+        if (!parseSeconds(raw.timeout, &seconds) || seconds == 0.0) {
+            return "--timeout is not a number of seconds above 0 and up to 86400: " + quoted(raw.timeout) +
+                   ".";
+        }
+        options->timeout = seconds;
+    }
+    const bool fileGiven = app.count("--commands") > 0;
+    options->commandsGiven = fileGiven || app.count("--command") > 0;
+    return fileGiven ? readCommands(raw.commandsFile, &options->commands) : std::string();
+}
+
+ParsedOptions wrongUsage(const std::string& text)
+{
+    ParsedOptions parsed;
+    parsed.exitStatus = 1;
+    parsed.error = "zulserver: " + text.substr(0, text.find('\n')) + "\n";
+    return parsed;
+}
+
+ParsedOptions said(const std::string& text)
+{
+    ParsedOptions parsed;
+    parsed.output = text;
+    return parsed;
+}
+
+} // namespace
+
+ParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version)
+{
+    CLI::App app("The companion monitoring server of zulbench.", "zulserver");
+    Options options;
+    RawOptions raw;
+    declare(&app, version, &options, &raw);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        return said(app.help());
+    } catch (const CLI::CallForVersion& call) {
+        return said(std::string(call.what()) + "\n");
+    } catch (const CLI::ParseError& error) {
+        return wrongUsage(error.what());
+    }
+    const std::string mistake = check(app, raw, &options);
+    if (!mistake.empty()) {
+        return wrongUsage(mistake);
+    }
+    ParsedOptions parsed;
+    parsed.options = options;
+    return parsed;
+}
+
+} // namespace server

@@ -1,0 +1,54 @@
+#ifndef SERVER_COMMAND_H
+#define SERVER_COMMAND_H
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "server/commands/condition.h"
+#include "zulobj/object.h"
+
+namespace server {
+
+/// What a command line asks for.
+struct Command
+{
+    enum class Kind
+    {
+        EXCHANGE, ///< send a message and wait for its answer
+        SEND,     ///< send a message and wait for nothing
+        WAIT_EVENT,
+        WAIT_DEVICE,
+        EXPECT_EVENT,
+        EXPECT_NO_EVENT,
+        EXPECT_ANSWER, ///< send a message again and again until its answer is as expected
+        FORGET,        ///< the messages so far
+        CASE,          ///< what follows is one case of the report
+        SLEEP,
+        HELP,
+        QUIT
+    };
+
+    Kind kind = Kind::HELP;
+
+    /// EXCHANGE, EXPECT_ANSWER and SEND: the type of the message, and its one object or null for none.
+    uint8_t msgType = 0;
+    std::shared_ptr<cObject> object;
+
+    /// The serial of the device that is meant, where the command names one.
+    std::optional<uint32_t> device;
+
+    /// WAIT_EVENT and all that is expected: the type of an object that the message must have; any message
+    /// will do without it.
+    std::optional<uint32_t> objectType;
+
+    /// What is expected of that object.
+    Conditions conditions;
+
+    /// How long to wait at most, or how long to sleep.
+    double seconds = 0.0;
+};
+
+} // namespace server
+
+#endif

@@ -1,0 +1,203 @@
+#include "server/commands/commandobjects.h"
+
+#include "server/commands/numbers.h"
+#include "zulobj/ainput.h"
+#include "zulobj/aoutput.h"
+#include "zulobj/asample.h"
+#include "zulobj/capability.h"
+#include "zulobj/device.h"
+#include "zulobj/dinput.h"
+#include "zulobj/doutput.h"
+
+namespace server {
+
+namespace {
+
+constexpr uint32_t kMost = 0xFFFFFFFF;
+
+uint32_t readSerial(CommandWords* words)
+{
+    uint32_t serial = cObject::kWildcard;
+    words->number("serial", 0, kMost, &serial);
+    return serial;
+}
+
+uint32_t readNumberWord(CommandWords* words, const std::string& name, uint32_t least)
+{
+    uint32_t number = 0;
+    const std::string word = words->word();
+    if (word.empty()) {
+        words->fail("The command needs " + name + ".");
+    } else if (!parseNumber(word, least, kMost, &number)) {
+        words->fail(numberMistake(name, word, least, kMost));
+    }
+    return number;
+}
+
+uint32_t readPort(CommandWords* words, bool required)
+{
+    const std::string word = words->word();
+    uint32_t port = cObject::kWildcard;
+    if (word.empty() && required) {
+        words->fail("The command needs a PORT, or * for every port.");
+    } else if (!word.empty() && word != "*" && !parseNumber(word, 1, kMost, &port)) {
+        words->fail("PORT is neither * nor a whole number from 1 to 4294967295: " + quoted(word) + ".");
+    }
+    return port;
+}
+
+/// OBJ_IO_STATE_UNKNOWN where the field is absent or wrong.
+cObject::eObjectIOState readState(CommandWords* words, const std::string& name)
+{
+    std::string text;
+    if (!words->field(name, &text)) {
+        return cObject::OBJ_IO_STATE_UNKNOWN;
+    }
+    if (text == "high") {
+        return cObject::OBJ_IO_STATE_SET;
+    }
+    if (text == "low") {
+        return cObject::OBJ_IO_STATE_CLEAR;
+    }
+    words->fail(name + " is neither high nor low: " + quoted(text) + ".");
+    return cObject::OBJ_IO_STATE_UNKNOWN;
+}
+
+template <class Record>
+std::shared_ptr<cObject> getRecord(CommandWords* words)
+{
+    auto record = std::make_shared<Record>();
+    record->setDeviceSerial(readSerial(words));
+    return record;
+}
+
+template <class Port>
+std::shared_ptr<cObject> getPort(CommandWords* words)
+{
+    auto port = std::make_shared<Port>();
+    port->setPortId(readPort(words, false));
+    port->setDeviceSerial(readSerial(words));
+    uint32_t portType = 0;
+    if (words->number("portType", 0, kMost, &portType)) {
+        port->setPortType(portType);
+    }
+    return port;
+}
+
+std::shared_ptr<cObject> getSample(CommandWords* words)
+{
+    auto sample = std::make_shared<cObjectAnalogSample>();
+    sample->setPortNum(readNumberWord(words, "PORT", 1));
+    sample->setSeqNum(readNumberWord(words, "SEQ", 0));
+    sample->setDeviceSerial(readSerial(words));
+    return sample;
+}
+
+template <class Port>
+std::shared_ptr<Port> portToSet(CommandWords* words)
+{
+    auto port = std::make_shared<Port>();
+    port->setPortId(readPort(words, true));
+    port->setDeviceSerial(readSerial(words));
+    return port;
+}
+
+std::shared_ptr<cObject> setDInput(CommandWords* words)
+{
+    auto port = portToSet<cObjectDInput>(words);
+    port->setDefaultState(readState(words, "default"));
+    if (port->getDefaultState() == cObject::OBJ_IO_STATE_UNKNOWN) {
+        words->fail("The command needs the field \"default\".");
+    }
+    return port;
+}
+
+std::shared_ptr<cObject> setDOutput(CommandWords* words)
+{
+    auto port = portToSet<cObjectDOutput>(words);
+    port->setOutputState(readState(words, "state"));
+    port->setDefaultState(readState(words, "default"));
+    return port;
+}
+
+std::shared_ptr<cObject> setAInput(CommandWords* words)
+{
+    auto port = portToSet<cObjectAInput>(words);
+    uint32_t rate = 0;
+    if (words->number("rate", 0, kMost, &rate)) {
+        port->setSampleRate(rate);
+    }
+    float number = 0.0F;
+    if (words->real("gain", &number)) {
+        port->setGain(number);
+    }
+    if (words->real("offset", &number)) {
+        port->setOffset(number);
+    }
+    return port;
+}
+
+std::shared_ptr<cObject> setAOutput(CommandWords* words)
+{
+    auto port = portToSet<cObjectAOutput>(words);
+    float value = 0.0F;
+    if (words->real("value", &value)) {
+        port->setSampledValue(value);
+    } else {
+        words->fail("The command needs the field \"value\".");
+    }
+    return port;
+}
+
+using ObjectReader = std::shared_ptr<cObject> (*)(CommandWords*);
+
+struct ObjectWord
+{
+    const char* word;
+    ObjectReader read;
+};
+
+constexpr ObjectWord kGetWords[] = {
+    {"device", getRecord<cObjectDevice>},
+    {"capability", getRecord<cObjectCapability>},
+    {"din", getPort<cObjectDInput>},
+    {"dout", getPort<cObjectDOutput>},
+    {"ain", getPort<cObjectAInput>},
+    {"aout", getPort<cObjectAOutput>},
+    {"sample", getSample},
+};
+
+constexpr ObjectWord kSetWords[] = {
+    {"din", setDInput},
+    {"dout", setDOutput},
+    {"ain", setAInput},
+    {"aout", setAOutput},
+};
+
+/// The object by the field that gives its type code, or by the word that names it.
+template <size_t N>
+std::shared_ptr<cObject> readObject(const std::string& verb, const ObjectWord (&known)[N],
+                                    CommandWords* words)
+{
+    uint32_t type = 0;
+    if (words->number("object", 0, kMost, &type)) {
+        return std::make_shared<cObject>(static_cast<eObjectTypes>(type));
+    }
+    const std::string word = words->word();
+    for (const ObjectWord& candidate : known) {
+        if (word == candidate.word) {
+            return candidate.read(words);
+        }
+    }
+    words->fail(word.empty() ? "The command does not say what to " + verb + "."
+                             : "There is no " + quoted(word) + " to " + verb + ".");
+    return nullptr;
+}
+
+} // namespace
+
+std::shared_ptr<cObject> readObjectToGet(CommandWords* words) { return readObject("get", kGetWords, words); }
+
+std::shared_ptr<cObject> readObjectToSet(CommandWords* words) { return readObject("set", kSetWords, words); }
+
+} // namespace server

@@ -1,0 +1,303 @@
+#include "server/commands/commandparser.h"
+
+#include <algorithm>
+
+#include "server/commands/commandobjects.h"
+#include "server/commands/commandwords.h"
+#include "server/commands/expectation.h"
+#include "server/commands/numbers.h"
+#include "server/io/jsonline.h"
+#include "zulobj/objectlist.h"
+
+namespace server {
+
+namespace {
+
+constexpr uint32_t kMost = 0xFFFFFFFF;
+constexpr double kAnswerSeconds = 5.0;
+constexpr double kWaitSeconds = 10.0;
+
+void readDevice(CommandWords* words, Command* command)
+{
+    uint32_t serial = 0;
+    if (words->number("device", 0, kMost, &serial)) {
+        command->device = serial;
+    }
+}
+
+void readTime(CommandWords* words, const std::string& name, Command* command, double usual)
+{
+    command->seconds = usual;
+    std::string text;
+    if (!words->field(name, &text)) {
+        return;
+    }
+    if (!parseSeconds(text, &command->seconds) || command->seconds == 0.0) {
+        words->fail(name + " is not a number of seconds above 0 and up to 86400: " + quoted(text) + ".");
+    }
+}
+
+void readTimeout(CommandWords* words, Command* command, double usual)
+{
+    readTime(words, "timeout", command, usual);
+}
+
+void readExchange(CommandWords* words, Command* command)
+{
+    command->kind = Command::Kind::EXCHANGE;
+    readDevice(words, command);
+    readTimeout(words, command, kAnswerSeconds);
+}
+
+void readGet(CommandWords* words, Command* command)
+{
+    readExchange(words, command);
+    command->msgType = cObjectList::kRequest;
+    command->object = readObjectToGet(words);
+}
+
+void readSet(CommandWords* words, Command* command)
+{
+    readExchange(words, command);
+    command->msgType = cObjectList::kSet;
+    command->object = readObjectToSet(words);
+}
+
+void readObjectType(CommandWords* words, Command* command)
+{
+    const std::string word = words->word();
+    uint32_t type = 0;
+    if (word.empty()) {
+        return;
+    }
+    if (!zuldict::valueOf(zuldict::objectTypes(), word.c_str(), &type) &&
+        !parseNumber(word, 0, kMost, &type)) {
+        words->fail(quoted(word) + " is no type of an object.");
+    }
+    command->objectType = type;
+}
+
+void readWait(CommandWords* words, Command* command)
+{
+    readDevice(words, command);
+    readTimeout(words, command, kWaitSeconds);
+    const std::string word = words->word();
+    if (word == "event") {
+        command->kind = Command::Kind::WAIT_EVENT;
+        readObjectType(words, command);
+    } else if (word == "device") {
+        command->kind = Command::Kind::WAIT_DEVICE;
+    } else {
+        words->fail("The command waits for \"event\" or \"device\".");
+    }
+}
+
+struct FieldToRead
+{
+    const zuldict::TagEntry* entry;
+    FieldValue value;
+};
+
+/// Every field that the dictionary knows.
+std::vector<FieldToRead> takeDictionaryFields(CommandWords* words)
+{
+    std::vector<FieldToRead> fields;
+    FieldValue value;
+    for (const zuldict::TagEntry& entry : zuldict::tags()) {
+        if (words->field(entry.name, &value)) {
+            fields.push_back({&entry, value});
+        }
+    }
+    return fields;
+}
+
+bool hasField(uint32_t objectType, const char* name)
+{
+    const std::unique_ptr<cObject> record = cObject::create(static_cast<eObjectTypes>(objectType));
+    const JsonPtr json(record->getJSONObj());
+    return json_object_get(json.get(), name) != nullptr;
+}
+
+void readConditions(CommandWords* words, const std::vector<FieldToRead>& fields, Command* command)
+{
+    if (!command->objectType && !fields.empty()) {
+        words->fail("The field " + quoted(fields.front().entry->name) + " needs the type of its object.");
+        return;
+    }
+    for (const FieldToRead& field : fields) {
+        if (!hasField(*command->objectType, field.entry->name)) {
+            words->fail(typeText(*command->objectType) + " has no field " + quoted(field.entry->name) + ".");
+            return;
+        }
+        Condition condition;
+        const std::string mistake = Condition::read(*field.entry, field.value, &condition);
+        if (!mistake.empty()) {
+            words->fail(mistake);
+        }
+        command->conditions.push_back(condition);
+    }
+}
+
+void readExpectedEvent(CommandWords* words, std::string word, Command* command)
+{
+    command->kind = Command::Kind::EXPECT_EVENT;
+    if (word == "no") {
+        command->kind = Command::Kind::EXPECT_NO_EVENT;
+        word = words->word();
+    }
+    if (word == "event") {
+        readObjectType(words, command);
+    } else {
+        words->fail("The command expects \"event\", \"no event\" or \"get\".");
+    }
+}
+
+void readExpectedAnswer(CommandWords* words, Command* command)
+{
+    command->kind = Command::Kind::EXPECT_ANSWER;
+    command->msgType = cObjectList::kRequest;
+    command->object = readObjectToGet(words);
+    if (command->object) {
+        command->objectType = command->object->getType();
+    }
+}
+
+void readExpect(CommandWords* words, Command* command)
+{
+    readDevice(words, command);
+    readTime(words, "within", command, kWaitSeconds);
+    std::string ignored;
+    if (words->field("timeout", &ignored)) {
+        words->fail("The command takes within=S, not timeout=S.");
+    }
+    // Before the fields of get: portType is one of them, and is a condition here.
+    const std::vector<FieldToRead> fields = takeDictionaryFields(words);
+    const std::string word = words->word();
+    if (word == "get") {
+        readExpectedAnswer(words, command);
+    } else {
+        readExpectedEvent(words, word, command);
+    }
+    if (!words->failed()) {
+        readConditions(words, fields, command);
+    }
+}
+
+void readSend(CommandWords* words, Command* command)
+{
+    command->kind = Command::Kind::SEND;
+    readDevice(words, command);
+    uint32_t type = 0;
+    if (words->number("type", 0, 255, &type)) {
+        command->msgType = static_cast<uint8_t>(type);
+    } else {
+        words->fail("The command needs the field \"type\".");
+    }
+}
+
+void readSleep(CommandWords* words, Command* command)
+{
+    command->kind = Command::Kind::SLEEP;
+    const std::string word = words->word();
+    if (word.empty()) {
+        words->fail("The command needs a number of seconds.");
+    } else if (!parseSeconds(word, &command->seconds)) {
+        words->fail("The time is not a number of seconds from 0 to 86400: " + quoted(word) + ".");
+    }
+}
+
+struct Verb
+{
+    const char* word;
+    void (*read)(CommandWords*, Command*);
+};
+
+constexpr Verb kVerbs[] = {
+    {"get", readGet},
+    {"set", readSet},
+    {"wait", readWait},
+    {"expect", readExpect},
+    {"forget", [](CommandWords*, Command* command) { command->kind = Command::Kind::FORGET; }},
+    {"send", readSend},
+    {"sleep", readSleep},
+    {"help", [](CommandWords*, Command* command) { command->kind = Command::Kind::HELP; }},
+    {"quit", [](CommandWords*, Command* command) { command->kind = Command::Kind::QUIT; }},
+};
+
+std::string readCase(const std::string& name, Command* command)
+{
+    command->kind = Command::Kind::CASE;
+    return name.empty() ? "The command needs a NAME." : "";
+}
+
+constexpr const char* kBlanks = " \t\r\n\v\f";
+
+} // namespace
+
+std::string trimmed(const std::string& text)
+{
+    const size_t begin = text.find_first_not_of(kBlanks);
+    return begin == std::string::npos ? std::string()
+                                      : text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+}
+
+bool isSkipped(const std::string& trimmedLine) { return trimmedLine.empty() || trimmedLine[0] == '#'; }
+
+std::optional<std::string> caseName(const std::string& trimmedLine)
+{
+    constexpr const char* kWord = "case";
+    const size_t end = std::min(trimmedLine.find_first_of(kBlanks), trimmedLine.size());
+    return trimmedLine.substr(0, end) == kWord ? std::make_optional(trimmed(trimmedLine.substr(end)))
+                                               : std::nullopt;
+}
+
+std::string parseCommand(const std::string& line, Command* command)
+{
+    if (line.size() > kMaxCommandBytes) {
+        return "The command is longer than " + std::to_string(kMaxCommandBytes) + " bytes.";
+    }
+    *command = Command();
+    if (const std::optional<std::string> name = caseName(trimmed(line))) {
+        return readCase(*name, command);
+    }
+    CommandWords words(line);
+    const std::string first = words.word();
+    for (const Verb& verb : kVerbs) {
+        if (first == verb.word) {
+            verb.read(&words, command);
+            return words.finish();
+        }
+    }
+    return first.empty() ? "The line does not begin with a command."
+                         : "There is no command " + quoted(first) + ".";
+}
+
+const char* commandHelp()
+{
+    return "get device|capability [serial=N]\n"
+           "get din|dout|ain|aout [PORT|*] [serial=N] [portType=N]\n"
+           "get sample PORT SEQ [serial=N]\n"
+           "get object=N\n"
+           "set din PORT|* default=high|low [serial=N]\n"
+           "set dout PORT|* [state=high|low] [default=high|low] [serial=N]\n"
+           "set ain PORT|* [rate=N] [gain=F] [offset=F] [serial=N]\n"
+           "set aout PORT|* value=F [serial=N]\n"
+           "set object=N\n"
+           "wait event [OBJECT-TYPE]\n"
+           "wait device\n"
+           "expect event [OBJECT-TYPE [NAME=VALUE]...]\n"
+           "expect no event [OBJECT-TYPE [NAME=VALUE]...]\n"
+           "expect get ... [NAME=VALUE]...\n"
+           "forget\n"
+           "case NAME\n"
+           "send type=N\n"
+           "sleep S\n"
+           "help\n"
+           "quit\n"
+           "get and set wait 5 seconds for the answer, wait waits 10; timeout=S changes that.\n"
+           "expect looks for 10 seconds; within=S changes that. NAME=VALUE is a field as the lines print "
+           "it.\n"
+           "device=SERIAL picks one of several devices in get, set, wait, expect and send.\n";
+}
+
+} // namespace server

@@ -1,0 +1,166 @@
+#include "server/commands/commandwords.h"
+
+#include <algorithm>
+
+#include "server/commands/numbers.h"
+#include "server/io/jsonline.h"
+
+namespace server {
+
+namespace {
+
+constexpr const char* kBlanks = " \t\r\n\v\f";
+
+/// Where the text in quotation marks that begins at @p begin ends: behind its closing mark, or the end of the
+/// line where it has none.
+size_t endOfMarked(const std::string& line, size_t begin)
+{
+    for (size_t at = begin + 1; at < line.size(); ++at) {
+        if (line[at] == '\\') {
+            ++at;
+        } else if (line[at] == '"') {
+            return at + 1;
+        }
+    }
+    return line.size();
+}
+
+/// Where the word or field that begins at @p begin ends. Blanks in a value in quotation marks belong to it.
+size_t endOfToken(const std::string& line, size_t begin)
+{
+    const size_t end = std::min(line.find_first_of(kBlanks, begin), line.size());
+    const size_t equals = line.find('=', begin);
+    const bool marked = equals < end && equals + 1 < line.size() && line[equals + 1] == '"';
+    return marked ? std::min(line.find_first_of(kBlanks, endOfMarked(line, equals + 1)), line.size()) : end;
+}
+
+} // namespace
+
+CommandWords::CommandWords(const std::string& line)
+{
+    for (size_t begin = line.find_first_not_of(kBlanks); begin != std::string::npos;) {
+        const size_t end = endOfToken(line, begin);
+        const std::string token = line.substr(begin, end - begin);
+        begin = line.find_first_not_of(kBlanks, end);
+        const size_t equals = token.find('=');
+        if (equals == std::string::npos) {
+            mWords.push_back(token);
+        } else {
+            addField(token, equals);
+        }
+    }
+}
+
+void CommandWords::addField(const std::string& token, size_t equals)
+{
+    const std::string name = token.substr(0, equals);
+    FieldValue value;
+    value.text = token.substr(equals + 1);
+    value.written = value.text;
+    value.inMarks = value.text[0] == '"';
+    if (name.empty()) {
+        fail("A field has no name: " + quoted(token) + ".");
+    } else if (value.inMarks && !readMarked(&value)) {
+        fail("The field " + quoted(name) +
+             " is no text in quotation marks, as JSON has it: " + value.written + ".");
+    } else if (!mFields.emplace(name, value).second) {
+        fail("The field " + quoted(name) + " is given twice.");
+    }
+}
+
+/// Replaces the text by what it says; false where it is no JSON text.
+bool CommandWords::readMarked(FieldValue* value)
+{
+    const JsonPtr json(json_loadb(value->text.data(), value->text.size(), JSON_DECODE_ANY, nullptr));
+    if (!json_is_string(json.get())) {
+        return false;
+    }
+    value->text.assign(json_string_value(json.get()), json_string_length(json.get()));
+    return true;
+}
+
+std::string CommandWords::word() { return mNext == mWords.size() ? std::string() : mWords[mNext++]; }
+
+bool CommandWords::field(const std::string& name, FieldValue* value)
+{
+    const auto found = mFields.find(name);
+    if (found == mFields.end()) {
+        return false;
+    }
+    *value = std::move(found->second);
+    mFields.erase(found);
+    return true;
+}
+
+bool CommandWords::field(const std::string& name, std::string* value)
+{
+    FieldValue whole;
+    if (!field(name, &whole)) {
+        return false;
+    }
+    *value = std::move(whole.text);
+    return true;
+}
+
+bool CommandWords::number(const std::string& name, uint32_t least, uint32_t most, uint32_t* value)
+{
+    std::string text;
+    if (!field(name, &text)) {
+        return false;
+    }
+    if (!parseNumber(text, least, most, value)) {
+        fail(numberMistake(name, text, least, most));
+        return false;
+    }
+    return true;
+}
+
+bool CommandWords::real(const std::string& name, float* value)
+{
+    std::string text;
+    if (!field(name, &text)) {
+        return false;
+    }
+    if (!parseFloat(text, value)) {
+        fail(name + " is not a decimal number that a float can hold: " + quoted(text) + ".");
+        return false;
+    }
+    return true;
+}
+
+bool CommandWords::required(const std::string& name, std::string* value)
+{
+    if (!field(name, value)) {
+        fail("The command needs the field " + quoted(name) + ".");
+        return false;
+    }
+    return true;
+}
+
+void CommandWords::fail(const std::string& sentence)
+{
+    if (mMistake.empty()) {
+        mMistake = sentence;
+    }
+}
+
+std::string CommandWords::finish()
+{
+    if (mNext < mWords.size()) {
+        fail("The command does not take " + quoted(mWords[mNext]) + ".");
+    }
+    if (!mFields.empty()) {
+        fail("The command does not take the field " + quoted(mFields.begin()->first) + ".");
+    }
+    return mMistake;
+}
+
+std::string quoted(const std::string& text) { return '"' + text + '"'; }
+
+std::string numberMistake(const std::string& name, const std::string& text, uint32_t least, uint32_t most)
+{
+    return name + " is not a whole number from " + std::to_string(least) + " to " + std::to_string(most) +
+           ": " + quoted(text) + ".";
+}
+
+} // namespace server

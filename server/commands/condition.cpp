@@ -1,0 +1,119 @@
+#include "server/commands/condition.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "server/commands/numbers.h"
+#include "server/io/jsonline.h"
+#include "zulobj/jsonvalue.h"
+
+namespace server {
+
+namespace {
+
+constexpr uint32_t kMost = 0xFFFFFFFF;
+
+/// The float that is nearest to @p number; the largest ones beyond them.
+float toFloat(double number)
+{
+    constexpr double kLargest = std::numeric_limits<float>::max();
+    return static_cast<float>(std::clamp(number, -kLargest, kLargest));
+}
+
+std::string namesOf(const zuldict::Enumeration& names)
+{
+    std::string text;
+    for (const zuldict::Enumerator& name : names) {
+        text += (text.empty() ? "" : ", ") + std::string(name.name);
+    }
+    return text;
+}
+
+} // namespace
+
+std::string Condition::read(const zuldict::TagEntry& field, const FieldValue& value, Condition* condition)
+{
+    *condition = Condition();
+    condition->mField = &field;
+    condition->mText = field.name + ("=" + value.written);
+    return condition->readValue(value);
+}
+
+std::string Condition::readValue(const FieldValue& value)
+{
+    mNull = !value.inMarks && value.text == "null" && mField->wireType != zuldict::eWireType::NUMBER;
+    if (mNull) {
+        return {};
+    }
+    switch (mField->wireType) {
+    case zuldict::eWireType::NUMBER:
+        return readNumber(value.text);
+    case zuldict::eWireType::FLOAT:
+        return readFloat(value.text);
+    case zuldict::eWireType::TEXT:
+        mWanted = inUTF8(value.text);
+        break;
+    }
+    return {};
+}
+
+std::string Condition::readNumber(const std::string& text)
+{
+    if (parseNumber(text, 0, kMost, &mNumber) ||
+        (mField->names != nullptr && zuldict::valueOf(*mField->names, text.c_str(), &mNumber))) {
+        return {};
+    }
+    return mField->names == nullptr
+               ? numberMistake(mField->name, text, 0, kMost)
+               : mField->name + (" is neither a whole number nor one of " + namesOf(*mField->names)) + ": " +
+                     quoted(text) + ".";
+}
+
+std::string Condition::readFloat(const std::string& text)
+{
+    const size_t mark = text.find('~');
+    double number = 0.0;
+    double tolerance = 0.0;
+    if (mark == std::string::npos && parseFloat(text, &mLeast)) {
+        mMost = mLeast;
+        return {};
+    }
+    if (mark != std::string::npos && parseDouble(text.substr(0, mark), &number) &&
+        parseDouble(text.substr(mark + 1), &tolerance) && tolerance >= 0.0) {
+        mLeast = toFloat(number - tolerance);
+        mMost = toFloat(number + tolerance);
+        return {};
+    }
+    return mField->name +
+           (" is neither a decimal number that a float can hold, nor N~T, nor null: " + quoted(text) + ".");
+}
+
+bool Condition::holds(const json_t* object) const
+{
+    json_t* json = json_object_get(object, mField->name);
+    if (json == nullptr || json_is_null(json)) {
+        return json != nullptr && mNull;
+    }
+    if (mNull) {
+        return false;
+    }
+    uint32_t number = 0;
+    float real = 0.0F;
+    switch (mField->wireType) {
+    case zuldict::eWireType::NUMBER:
+        return zulobj::numberFromJSON(*mField, json, &number).isOk() && number == mNumber;
+    case zuldict::eWireType::FLOAT:
+        return zulobj::floatFromJSON(*mField, json, &real).isOk() && real >= mLeast && real <= mMost;
+    case zuldict::eWireType::TEXT:
+        break;
+    }
+    return json_is_string(json) && mWanted == json_string_value(json);
+}
+
+bool allHold(const Conditions& conditions, const json_t* object)
+{
+    return std::all_of(conditions.begin(), conditions.end(),
+                       [object](const Condition& condition) { return condition.holds(object); });
+}
+
+} // namespace server

@@ -1,0 +1,58 @@
+#ifndef SERVER_CONDITION_H
+#define SERVER_CONDITION_H
+
+#include <cstdint>
+#include <jansson.h>
+#include <string>
+#include <vector>
+
+#include "server/commands/commandwords.h"
+#include "zuldict/zuldict.h"
+
+namespace server {
+
+/// Says what one field of an object should be.
+class Condition
+{
+public:
+    /// Reads what @p field should be. Returns one sentence that says what is wrong with it, or an empty text
+    /// when @p *condition has been filled.
+    ///
+    /// A number is decimal, hexadecimal or the name of an enumerator. A float is a decimal number, which is
+    /// compared as a float, or N~T for all from N-T to N+T, both rounded to floats. "null" without quotation
+    /// marks stands for what is null in JSON: a text never set, NaN and infinity.
+    static std::string read(const zuldict::TagEntry& field, const FieldValue& value, Condition* condition);
+
+    /// Looks at @p object in the form of getJSONObj().
+    bool holds(const json_t* object) const;
+
+    /// The field's name.
+    const char* name() const { return mField->name; }
+
+    bool isNumber() const { return mField->wireType == zuldict::eWireType::NUMBER; }
+
+    /// NAME=VALUE as it was written.
+    const std::string& text() const { return mText; }
+
+private:
+    std::string readValue(const FieldValue& value);
+    std::string readNumber(const std::string& text);
+    std::string readFloat(const std::string& text);
+
+    const zuldict::TagEntry* mField = nullptr;
+    std::string mText;
+    bool mNull = false;
+    uint32_t mNumber = 0;
+    float mLeast = 0.0F;
+    float mMost = 0.0F;
+    std::string mWanted; ///< of a text
+};
+
+using Conditions = std::vector<Condition>;
+
+/// True when all of @p conditions hold for @p object in the form of getJSONObj().
+bool allHold(const Conditions& conditions, const json_t* object);
+
+} // namespace server
+
+#endif

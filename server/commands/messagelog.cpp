@@ -1,0 +1,105 @@
+#include "server/commands/messagelog.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "server/io/jsonline.h"
+#include "wmsg/wpayload.h"
+#include "zulobj/object.h"
+
+namespace server {
+
+namespace {
+
+bool allHold(const Conditions& conditions, WendleObject object)
+{
+    if (conditions.empty()) {
+        return true;
+    }
+    const std::unique_ptr<cObject> record = cObject::create(static_cast<eObjectTypes>(object.type));
+    return record->parse(&object, nullptr).isOk() && allHold(conditions, JsonPtr(record->getJSONObj()).get());
+}
+
+bool hasObject(const WMsg& message, uint32_t type, const Conditions& conditions)
+{
+    WObjectReader reader(message.payload.data(), message.payload.size());
+    WendleObject object;
+    while (reader.next(&object)) {
+        if (object.type == type && allHold(conditions, object)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+void MessageLog::add(uint32_t deviceSerial, WMsg message)
+{
+    message.payload.shrink_to_fit();
+    mPayloadBytes += message.payload.size();
+    mEntries.push_back({mAdded++, deviceSerial, std::move(message)});
+    while (mEntries.size() > mLimits.messages || mPayloadBytes > mLimits.payloadBytes) {
+        mPayloadBytes -= mEntries.front().message.payload.size();
+        mEntries.pop_front();
+    }
+}
+
+bool MessageLog::take(const Filter& filter, uint64_t since, WMsg* message)
+{
+    const auto found = mEntries.begin() + (search(filter, since) - mEntries.cbegin());
+    if (found == mEntries.end()) {
+        return false;
+    }
+    mPayloadBytes -= found->message.payload.size();
+    *message = std::move(found->message);
+    mEntries.erase(found);
+    return true;
+}
+
+const WMsg* MessageLog::find(const Filter& filter, uint64_t since) const
+{
+    const auto found = search(filter, since);
+    return found == mEntries.end() ? nullptr : &found->message;
+}
+
+MessageLog::Latest MessageLog::latest(const Filter& filter, size_t most, size_t payloadBytes) const
+{
+    Latest latest;
+    size_t left = payloadBytes;
+    bool room = true;
+    for (auto entry = mEntries.rbegin(); entry != mEntries.rend(); ++entry) {
+        if (matches(filter, *entry)) {
+            ++latest.all;
+            room = room && latest.entries.size() < most && entry->message.payload.size() <= left;
+            if (room) {
+                left -= entry->message.payload.size();
+                latest.entries.push_back(&*entry);
+            }
+        }
+    }
+    std::reverse(latest.entries.begin(), latest.entries.end());
+    return latest;
+}
+
+void MessageLog::clear()
+{
+    mEntries.clear();
+    mPayloadBytes = 0;
+}
+
+MessageLog::Entries::const_iterator MessageLog::search(const Filter& filter, uint64_t since) const
+{
+    const auto begin = std::lower_bound(mEntries.begin(), mEntries.end(), since,
+                                        [](const Entry& entry, uint64_t id) { return entry.id < id; });
+    return std::find_if(begin, mEntries.end(),
+                        [&filter](const Entry& entry) { return matches(filter, entry); });
+}
+
+bool MessageLog::matches(const Filter& filter, const Entry& entry)
+{
+    return (!filter.deviceSerial || *filter.deviceSerial == entry.deviceSerial) &&
+           (!filter.objectType || hasObject(entry.message, *filter.objectType, filter.conditions));
+}
+
+} // namespace server

@@ -1,0 +1,110 @@
+#include "server/io/lineinput.h"
+
+#include <algorithm>
+#include <array>
+#include <asio/post.hpp>
+#include <cerrno>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace server {
+
+LineInput::LineInput(asio::io_context& io, int fd, size_t mostBytes)
+    : mIo(io), mStream(io), mMostBytes(mostBytes)
+{
+    // A program may well be started without a standard input.
+    const int copy = ::dup(fd);
+    if (copy < 0) {
+        mOpenError = errno == EBADF ? 0 : errno;
+        return;
+    }
+    asio::error_code error;
+    mStream.assign(copy, error);
+    if (error) {
+        mOpenError = error.value();
+        ::close(copy);
+    }
+}
+
+void LineInput::start()
+{
+    if (mStream.is_open()) {
+        waitForInput();
+    } else if (mOpenError != 0) {
+        endInput(mOpenError);
+    }
+}
+
+void LineInput::waitForInput()
+{
+    if (!mStream.is_open() || mHeld) {
+        return;
+    }
+    // Waiting and reading apart keeps the descriptor's modes: a terminal shares them with other programs.
+    mStream.async_wait(asio::posix::stream_descriptor::wait_read, [this](const asio::error_code& error) {
+        if (error == asio::error::operation_not_supported) {
+            // A file is not to be waited for; it is always ready.
+            asio::post(mIo, [this] { readNow(); });
+        } else if (!error) {
+            readNow();
+        } else if (error != asio::error::operation_aborted) {
+            endInput(error.value());
+        }
+    });
+}
+
+void LineInput::resume()
+{
+    if (mHeld) {
+        mHeld = false;
+        waitForInput();
+    }
+}
+
+void LineInput::readNow()
+{
+    std::array<char, 4096> data;
+    const ssize_t size = ::read(mStream.native_handle(), data.data(), data.size());
+    if (size > 0) {
+        take(data.data(), static_cast<size_t>(size));
+    } else if (size == 0 || (errno != EAGAIN && errno != EINTR)) {
+        endInput(size == 0 ? 0 : errno);
+        return;
+    }
+    waitForInput();
+}
+
+/// @p error is 0 at the end of the input.
+void LineInput::endInput(int error)
+{
+    asio::error_code ignored;
+    mStream.close(ignored);
+    finishLine();
+    if (error != 0) {
+        onError(std::generic_category().message(error));
+    }
+}
+
+void LineInput::take(const char* data, size_t size)
+{
+    const char* const end = data + size;
+    while (data != end) {
+        const char* const lineEnd = std::find(data, end, '\n');
+        const size_t room = mMostBytes + 1 - mLine.size();
+        mLine.append(data, std::min(room, static_cast<size_t>(lineEnd - data)));
+        if (lineEnd == end) {
+            return;
+        }
+        finishLine();
+        data = lineEnd + 1;
+    }
+}
+
+void LineInput::finishLine()
+{
+    const std::string line = std::exchange(mLine, {});
+    onLine(line);
+}
+
+} // namespace server

@@ -1,0 +1,193 @@
+#include "server/io/prompt.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace server {
+
+namespace {
+
+constexpr int kKeyBytesMs = 50;
+constexpr int kHistoryLines = 500;
+constexpr char kPrompt[] = "zulserver> ";
+
+/// The editor's signature asks for text that it never writes to.
+char* promptText(EditLine*) { return const_cast<char*>(kPrompt); }
+
+int columnsOf(int fd)
+{
+    winsize size{};
+    return ::ioctl(fd, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+} // namespace
+
+bool Prompt::possibleAt(int fd)
+{
+    const char* terminal = std::getenv("TERM");
+    return ::isatty(fd) == 1 && ::tcgetpgrp(fd) == ::getpgrp() && terminal != nullptr && *terminal != '\0' &&
+           std::strcmp(terminal, "dumb") != 0;
+}
+
+Prompt::Prompt(asio::io_context& io, int fd)
+    : mStream(io, ::dup(fd)),
+      mSignals(io, SIGWINCH, SIGCONT),
+      mInput(::fdopen(::dup(fd), "r")),
+      mScreen(std::fopen("/dev/tty", "w"))
+{
+    if (mScreen == nullptr) {
+        mScreen = ::fdopen(::dup(STDERR_FILENO), "w");
+    }
+    setUpEditor();
+}
+
+Prompt::~Prompt()
+{
+    hide();
+    el_set(mEditor, EL_UNBUFFERED, 0);
+    el_end(mEditor);
+    history_end(mHistory);
+    std::fclose(mScreen);
+    std::fclose(mInput);
+}
+
+void Prompt::setUpEditor()
+{
+    mEditor = el_init("zulserver", mInput, mScreen, mScreen);
+    mHistory = history_init();
+    HistEvent event;
+    history(mHistory, &event, H_SETSIZE, kHistoryLines);
+    history(mHistory, &event, H_SETUNIQUE, 1);
+    el_set(mEditor, EL_CLIENTDATA, this);
+    el_set(mEditor, EL_PROMPT, &promptText);
+    el_set(mEditor, EL_EDITOR, "emacs");
+    el_set(mEditor, EL_HIST, history, mHistory);
+    el_set(mEditor, EL_GETCFN, &Prompt::readKey);
+    // Nothing may end the input or read keys in a loop of its own.
+    el_set(mEditor, EL_BIND, "^D", "ed-delete-next-char", nullptr);
+    el_set(mEditor, EL_BIND, "\\ex", "ed-unassigned", nullptr);
+    el_set(mEditor, EL_BIND, "\\eX", "ed-unassigned", nullptr);
+}
+
+void Prompt::start()
+{
+    el_set(mEditor, EL_UNBUFFERED, 1);
+    waitForKey();
+    waitForSignal();
+}
+
+void Prompt::hide()
+{
+    const LineInfo* line = el_line(mEditor);
+    const auto typed = static_cast<size_t>(line->cursor - line->buffer);
+    const size_t rows = (std::strlen(kPrompt) + typed) / static_cast<size_t>(columnsOf(fileno(mScreen)));
+    if (rows > 0) {
+        std::fprintf(mScreen, "\033[%zuA", rows);
+    }
+    std::fputs("\r\033[J", mScreen);
+    std::fflush(mScreen);
+}
+
+void Prompt::show()
+{
+    el_set(mEditor, EL_REFRESH);
+    std::fflush(mScreen);
+}
+
+void Prompt::waitForKey()
+{
+    mStream.async_wait(asio::posix::stream_descriptor::wait_read, [this](const asio::error_code& error) {
+        if (error) {
+            return;
+        }
+        takeKey();
+        if (!mEnded) {
+            waitForKey();
+        }
+    });
+}
+
+void Prompt::waitForSignal()
+{
+    mSignals.async_wait([this](const asio::error_code& error, int signal) {
+        if (error) {
+            return;
+        }
+        if (signal == SIGWINCH) {
+            el_resize(mEditor);
+        } else {
+            // The shell has set the terminal's modes while the program was stopped.
+            restart();
+        }
+        waitForSignal();
+    });
+}
+
+void Prompt::takeKey()
+{
+    int size = 0;
+    const char* text = el_gets(mEditor, &size);
+    if (text != nullptr && size > 0 && (text[size - 1] == '\n' || text[size - 1] == '\r')) {
+        finishLine(std::string(text, static_cast<size_t>(size) - 1));
+    }
+}
+
+void Prompt::finishLine(const std::string& line)
+{
+    if (line.find_first_not_of(" \t") != std::string::npos) {
+        HistEvent event;
+        history(mHistory, &event, H_ENTER, line.c_str());
+    }
+    restart();
+    onLine(line);
+}
+
+void Prompt::restart()
+{
+    el_set(mEditor, EL_UNBUFFERED, 0);
+    el_set(mEditor, EL_UNBUFFERED, 1);
+}
+
+/// The editor's source of keys: the next character, however many bytes it has.
+int Prompt::readKey(EditLine* editor, wchar_t* key)
+{
+    void* data = nullptr;
+    el_get(editor, EL_CLIENTDATA, &data);
+    auto* self = static_cast<Prompt*>(data);
+    std::mbstate_t state{};
+    for (;;) {
+        char byte = 0;
+        const int got = self->readByte(&byte);
+        if (got <= 0) {
+            return got;
+        }
+        const size_t size = std::mbrtowc(key, &byte, 1, &state);
+        if (size == static_cast<size_t>(-1)) {
+            *key = L'\a';
+            return 1;
+        }
+        if (size != static_cast<size_t>(-2)) {
+            return 1;
+        }
+    }
+}
+
+/// A lone Escape would have the editor wait for the rest of a key; a bell ends such a key.
+int Prompt::readByte(char* byte)
+{
+    pollfd entry{mStream.native_handle(), POLLIN, 0};
+    if (::poll(&entry, 1, kKeyBytesMs) == 0) {
+        *byte = '\a';
+        return 1;
+    }
+    const ssize_t size = ::read(mStream.native_handle(), byte, 1);
+    mEnded = size <= 0;
+    return static_cast<int>(size);
+}
+
+} // namespace server

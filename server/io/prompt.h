@@ -1,0 +1,62 @@
+#ifndef SERVER_PROMPT_H
+#define SERVER_PROMPT_H
+
+#include <asio/io_context.hpp>
+#include <asio/posix/stream_descriptor.hpp>
+#include <asio/signal_set.hpp>
+#include <cstdio>
+#include <functional>
+#include <histedit.h>
+#include <string>
+
+#include "server/io/console.h"
+
+namespace server {
+
+/// Lets a user type commands at a terminal, with editing and a history.
+///
+/// Prompt and typed text go to the terminal itself. It never blocks the event loop for longer than a
+/// keystroke of several bytes takes to arrive.
+class Prompt final : public TypedLine
+{
+public:
+    /// True when the program may edit lines at @p fd: a capable terminal, in the foreground.
+    static bool possibleAt(int fd);
+
+    /// Takes the terminal at @p fd, borrowed, over until the destructor gives it back as it was.
+    Prompt(asio::io_context& io, int fd);
+    ~Prompt() override;
+    Prompt(const Prompt&) = delete;
+    Prompt& operator=(const Prompt&) = delete;
+
+    /// Called for each line, without its end.
+    std::function<void(const std::string&)> onLine;
+
+    void start();
+
+    void hide() override;
+    void show() override;
+
+private:
+    static int readKey(EditLine* editor, wchar_t* key);
+
+    int readByte(char* byte);
+    void setUpEditor();
+    void waitForKey();
+    void waitForSignal();
+    void takeKey();
+    void finishLine(const std::string& line);
+    void restart();
+
+    asio::posix::stream_descriptor mStream;
+    asio::signal_set mSignals;
+    std::FILE* mInput = nullptr;
+    std::FILE* mScreen = nullptr;
+    EditLine* mEditor = nullptr;
+    History* mHistory = nullptr;
+    bool mEnded = false;
+};
+
+} // namespace server
+
+#endif

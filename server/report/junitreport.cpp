@@ -1,0 +1,196 @@
+#include "server/report/junitreport.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <unistd.h>
+
+#include "server/commands/commandparser.h"
+#include "server/report/xmltext.h"
+
+namespace server {
+
+namespace {
+
+constexpr const char* kSuite = "zulserver";
+
+std::string attribute(const char* name, const std::string& value)
+{
+    return std::string(" ") + name + "=\"" + xmlAttribute(value) + "\"";
+}
+
+std::string attribute(const char* name, size_t value) { return attribute(name, std::to_string(value)); }
+
+std::string secondsAttribute(double seconds)
+{
+    std::array<char, 64> text;
+    std::snprintf(text.data(), text.size(), "%.6f", seconds);
+    return attribute("time", text.data());
+}
+
+/// ISO 8601 in UTC, without the zone, which the form has no place for.
+std::string timestamp(std::time_t time)
+{
+    std::tm parts = {};
+    ::gmtime_r(&time, &parts);
+    std::array<char, 32> text;
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S", &parts)};
+}
+
+std::string hostName()
+{
+    std::array<char, 256> name = {};
+    return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "localhost";
+}
+
+} // namespace
+
+void JunitReport::commandBegun(const std::string& text)
+{
+    enter(text);
+    mCommand = text;
+}
+
+void JunitReport::commandDone(Reply::Status status, const std::string& error, double seconds)
+{
+    mCases.back().seconds += seconds;
+    if (status == Reply::Status::FAILED) {
+        judge(Result::FAILED, statusWord(status), error);
+    } else if (status != Reply::Status::OK) {
+        judge(Result::ERROR, statusWord(status), error);
+    }
+}
+
+void JunitReport::addLine(const std::string& line)
+{
+    Output* output = mCases.empty() ? &mBefore : &mCases.back().output;
+    output->lines.push_back(line);
+    output->bytes += line.size() + 1;
+    mOutputBytes += line.size() + 1;
+    while (output->bytes > mLimits.caseOutputBytes) {
+        dropLine(output);
+    }
+    while (mOutputBytes - mBefore.bytes > mLimits.wholeOutputBytes) {
+        if (mCases[mOldest].output.lines.empty()) {
+            ++mOldest;
+        } else {
+            dropLine(&mCases[mOldest].output);
+        }
+    }
+}
+
+void JunitReport::dropLine(Output* output)
+{
+    const size_t size = output->lines.front().size() + 1;
+    output->lines.pop_front();
+    output->bytes -= size;
+    mOutputBytes -= size;
+    ++output->leftOut;
+}
+
+void JunitReport::cutOff() { judge(Result::SKIPPED, "", "The run ended before this command was done."); }
+
+void JunitReport::neverBegun(const std::string& text)
+{
+    enter(text);
+    mCommand = text;
+    judge(Result::SKIPPED, "", "The run ended before this command began.");
+}
+
+void JunitReport::runFailed(const std::string& sentence)
+{
+    open("the run");
+    mCommand.clear();
+    judge(Result::ERROR, statusWord(Reply::Status::ERROR), sentence);
+}
+
+/// Finds the case that the command @p text belongs to, a new one if need be.
+void JunitReport::enter(const std::string& text)
+{
+    const std::string name = caseName(text).value_or("");
+    if (mCases.size() >= mLimits.cases) {
+        return;
+    }
+    if (!name.empty()) {
+        mGrouped = true;
+        open(name);
+    } else if (!mGrouped) {
+        open(text);
+    }
+}
+
+void JunitReport::open(const std::string& name)
+{
+    mCases.emplace_back();
+    mCases.back().name = name;
+}
+
+/// What is wrong first decides; a command that did not run only where nothing else was wrong.
+void JunitReport::judge(Result result, const std::string& type, const std::string& message)
+{
+    Case& current = mCases.back();
+    if (current.result == Result::PASSED ||
+        (current.result == Result::SKIPPED && result != Result::SKIPPED)) {
+        current.result = result;
+        current.type = type;
+        current.message = message;
+        current.command = mCommand;
+    }
+}
+
+size_t JunitReport::count(Result result) const
+{
+    return static_cast<size_t>(std::count_if(mCases.begin(), mCases.end(),
+                                             [result](const Case& one) { return one.result == result; }));
+}
+
+std::string JunitReport::counts() const
+{
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - mBegun;
+    return attribute("name", kSuite) + attribute("tests", mCases.size()) +
+           attribute("failures", count(Result::FAILED)) + attribute("errors", count(Result::ERROR)) +
+           attribute("skipped", count(Result::SKIPPED)) + secondsAttribute(time.count());
+}
+
+std::string JunitReport::outputXml(const Output& output)
+{
+    if (output.lines.empty() && output.leftOut == 0) {
+        return {};
+    }
+    std::string xml = "<system-out>";
+    if (output.leftOut > 0) {
+        xml += "[" + std::to_string(output.leftOut) + " earlier lines are left out]\n";
+    }
+    for (const std::string& line : output.lines) {
+        xml += xmlText(line) + "\n";
+    }
+    return xml + "</system-out>\n";
+}
+
+std::string JunitReport::caseXml(const Case& one)
+{
+    std::string xml = "<testcase" + attribute("classname", kSuite) + attribute("name", one.name) +
+                      secondsAttribute(one.seconds) + ">\n";
+    if (one.result == Result::SKIPPED) {
+        xml += "<skipped" + attribute("message", one.message) + "/>\n";
+    } else if (one.result != Result::PASSED) {
+        const std::string element = one.result == Result::FAILED ? "failure" : "error";
+        xml += "<" + element + attribute("message", one.message) + attribute("type", one.type) + ">" +
+               xmlText(one.command) + "\n" + xmlText(one.message) + "</" + element + ">\n";
+    }
+    return xml + outputXml(one.output) + "</testcase>\n";
+}
+
+std::string JunitReport::xml() const
+{
+    const std::string attributes = counts();
+    std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites" + attributes +
+                      ">\n<testsuite" + attributes + attribute("timestamp", timestamp(mStarted)) +
+                      attribute("hostname", hostName()) + ">\n";
+    for (const Case& one : mCases) {
+        xml += caseXml(one);
+    }
+    return xml + outputXml(mBefore) + "</testsuite>\n</testsuites>\n";
+}
+
+} // namespace server

@@ -1,0 +1,99 @@
+#ifndef SERVER_JUNITREPORT_H
+#define SERVER_JUNITREPORT_H
+
+#include <chrono>
+#include <ctime>
+#include <deque>
+#include <string>
+#include <vector>
+
+#include "server/io/jsonline.h"
+#include "server/sessions/commandrunner.h"
+
+namespace server {
+
+/// Collects what becomes of the commands, as the JUnit XML that build servers read.
+///
+/// A command is a case; behind "case NAME" all commands up to the next one are a single case of this name.
+class JunitReport final : public CommandRunner::Watcher
+{
+public:
+    struct Limits
+    {
+        size_t cases = 10000;                       ///< commands beyond them count to the last case
+        size_t caseOutputBytes = 64 * 1024;         ///< the latest lines of a case
+        size_t wholeOutputBytes = 16 * 1024 * 1024; ///< the latest lines of all
+    };
+
+    JunitReport() = default;
+    explicit JunitReport(const Limits& limits) : mLimits(limits) {}
+
+    void commandBegun(const std::string& text) override;
+    void commandDone(Reply::Status status, const std::string& error, double seconds) override;
+
+    /// A line of the server's output; it belongs to the case that has begun last.
+    void addLine(const std::string& line);
+
+    /// The run ends before the command that has begun is done.
+    void cutOff();
+
+    /// The run ends before this command has begun.
+    void neverBegun(const std::string& text);
+
+    /// The run itself failed, for a reason that is no command's.
+    void runFailed(const std::string& sentence);
+
+    /// The whole report.
+    std::string xml() const;
+
+private:
+    enum class Result
+    {
+        PASSED,
+        FAILED,
+        ERROR,
+        SKIPPED
+    };
+
+    /// Lines of output, the latest ones.
+    struct Output
+    {
+        std::deque<std::string> lines;
+        size_t bytes = 0;
+        size_t leftOut = 0; ///< lines
+    };
+
+    struct Case
+    {
+        std::string name;
+        Result result = Result::PASSED;
+        std::string type;    ///< of a failure or an error: the status of the command
+        std::string message; ///< why it has not passed
+        std::string command; ///< that has not passed
+        double seconds = 0.0;
+        Output output;
+    };
+
+    void enter(const std::string& text);
+    void open(const std::string& name);
+    void judge(Result result, const std::string& type, const std::string& message);
+    void dropLine(Output* output);
+    size_t count(Result result) const;
+    std::string counts() const;
+    static std::string outputXml(const Output& output);
+    static std::string caseXml(const Case& one);
+
+    Limits mLimits;
+    const std::time_t mStarted = std::time(nullptr);
+    const std::chrono::steady_clock::time_point mBegun = std::chrono::steady_clock::now();
+    std::deque<Case> mCases;
+    Output mBefore; ///< the first case
+    bool mGrouped = false;
+    std::string mCommand; ///< that has begun last
+    size_t mOutputBytes = 0;
+    size_t mOldest = 0; ///< the first case that may have output
+};
+
+} // namespace server
+
+#endif

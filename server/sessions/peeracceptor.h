@@ -1,0 +1,44 @@
+#ifndef SERVER_PEERACCEPTOR_H
+#define SERVER_PEERACCEPTOR_H
+
+#include <asio/io_context.hpp>
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+#include <functional>
+#include <string>
+
+namespace server {
+
+/// Listens for TCP clients, whatever goes wrong with one of them.
+class PeerAcceptor
+{
+public:
+    explicit PeerAcceptor(asio::io_context& io);
+
+    std::function<void(asio::ip::tcp::socket)> onPeer;
+
+    /// Called with one sentence when accepting begins to fail; it is tried again until it works.
+    std::function<void(const std::string&)> onError;
+
+    /// Listens at @p address, a name or a number, and @p port, where 0 picks a free one. Returns why that
+    /// is not possible, or an empty text.
+    std::string open(const std::string& address, uint16_t port);
+
+    /// Where it listens.
+    const asio::ip::tcp::endpoint& endpoint() const { return mEndpoint; }
+
+    void start() { accept(); }
+
+private:
+    void accept();
+    void retryLater(const asio::error_code& error);
+
+    asio::ip::tcp::acceptor mAcceptor;
+    asio::ip::tcp::endpoint mEndpoint;
+    asio::steady_timer mRetryTimer;
+    bool mTroubled = false;
+};
+
+} // namespace server
+
+#endif

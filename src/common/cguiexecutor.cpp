@@ -1,0 +1,112 @@
+#include "cguiexecutor.h"
+
+#include <QElapsedTimer>
+#include <QThread>
+#include <utility>
+
+cGuiExecutor::cGuiExecutor() : mWakeupNotifier(mWakeup.fd(), QSocketNotifier::Read)
+{
+    connect(&mWakeupNotifier, &QSocketNotifier::activated, this, &cGuiExecutor::processTasks);
+}
+
+bool cGuiExecutor::run(const std::function<void()>& call)
+{
+    if (QThread::currentThread() == thread()) {
+        // Only this thread closes the executor.
+        if (mClosed) {
+            return false;
+        }
+        call();
+        return true;
+    }
+    std::unique_lock<std::mutex> lock(mMutex);
+    if (mClosed) {
+        return false;
+    }
+    eState state = eState::WAITING;
+    enqueue({std::cref(call), &state});
+    mDone.wait(lock, [&state] { return state != eState::WAITING; });
+    return state == eState::DONE;
+}
+
+bool cGuiExecutor::post(std::function<void()> call)
+{
+    if (QThread::currentThread() == thread()) {
+        return run(call);
+    }
+    std::unique_lock<std::mutex> lock(mMutex);
+    mSpaceAvailable.wait(lock, [this] { return !mFull || mClosed; });
+    if (mClosed) {
+        return false;
+    }
+    mFull = ++mPosted == kMaxPosted;
+    enqueue({std::move(call), nullptr});
+    return true;
+}
+
+void cGuiExecutor::close()
+{
+    // After this nothing here depends on the GUI thread, so another thread may release the last reference.
+    mWakeupNotifier.setEnabled(false);
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mClosed = true;
+    for (const Task& task : mTasks) {
+        if (task.state != nullptr) {
+            *task.state = eState::REJECTED;
+        }
+    }
+    mTasks.clear();
+    mDone.notify_all();
+    mSpaceAvailable.notify_all();
+}
+
+void cGuiExecutor::processTasks()
+{
+    QElapsedTimer timer;
+    timer.start();
+    std::unique_lock<std::mutex> lock(mMutex);
+    mWakeup.reset();
+    mWoken = false;
+    while (!mTasks.empty()) {
+        if (timer.hasExpired(kTimeSliceMs)) {
+            wake();
+            return;
+        }
+        const Task task = takeFirst();
+        lock.unlock();
+        task.call();
+        lock.lock();
+        if (task.state != nullptr) {
+            *task.state = eState::DONE;
+            mDone.notify_all();
+        }
+    }
+}
+
+void cGuiExecutor::enqueue(Task task)
+{
+    mTasks.push_back(std::move(task));
+    wake();
+}
+
+cGuiExecutor::Task cGuiExecutor::takeFirst()
+{
+    Task task = std::move(mTasks.front());
+    mTasks.pop_front();
+    mPosted -= task.state == nullptr ? 1 : 0;
+    // Wake the waiting threads at half: a thread switch for every call would cost more than the calls.
+    if (mFull && mPosted <= kMaxPosted / 2) {
+        mFull = false;
+        mSpaceAvailable.notify_all();
+    }
+    return task;
+}
+
+/// Wakes the GUI thread once for all that come before its timer begins.
+void cGuiExecutor::wake()
+{
+    if (!mWoken) {
+        mWoken = true;
+        mWakeup.wake();
+    }
+}

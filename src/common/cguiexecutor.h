@@ -1,0 +1,78 @@
+#ifndef CGUIEXECUTOR_H
+#define CGUIEXECUTOR_H
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+
+#include "zulobj/wakeup.h"
+
+/// Runs calls of other threads on the GUI thread.
+///
+/// Created and closed on the GUI thread; once closed, any thread may destroy it, but none while another is
+/// inside run(). The owner closes it before the objects that the calls use are destroyed.
+class cGuiExecutor : public QObject
+{
+public:
+    cGuiExecutor();
+
+    /// Runs @p call on the GUI thread and returns when it is done: immediately if called on that thread, else
+    /// as soon as the GUI thread handles events, in the order of the calls. Returns false if the executor is
+    /// closed; @p call has then not run and never will.
+    bool run(const std::function<void()>& call);
+
+    /// Posts @p call to the GUI thread, in one order with run(); blocks while kMaxPosted calls are queued,
+    /// until half of them have run. On the GUI thread it runs immediately. Returns false if the executor is
+    /// closed;
+    /// @p call, and every posted call still queued when the executor is closed, never runs.
+    bool post(std::function<void()> call);
+
+    /// Rejects every later call and releases the threads that wait. GUI thread only.
+    void close();
+
+    /// The maximum number of queued calls that no thread waits for.
+    static constexpr size_t kMaxPosted = 256;
+
+    /// After this time the event loop handles other events first.
+    static constexpr int kTimeSliceMs = 5;
+
+private:
+    void processTasks();
+
+    enum class eState
+    {
+        WAITING,
+        DONE,
+        REJECTED
+    };
+
+    struct Task
+    {
+        std::function<void()> call;
+        eState* state; // on the stack of the waiting thread; null if none waits
+    };
+
+    void enqueue(Task task);
+    Task takeFirst();
+    void wake();
+
+    // A descriptor, not a posted event: the race checker does not see synchronisation inside Qt's queue.
+    cWakeup mWakeup;
+    QSocketNotifier mWakeupNotifier;
+
+    std::mutex mMutex;
+    std::condition_variable mDone;
+    std::condition_variable mSpaceAvailable;
+
+    // Guarded by mMutex.
+    std::deque<Task> mTasks;
+    size_t mPosted = 0; // of mTasks, those that no thread waits for
+    bool mFull = false;
+    bool mWoken = false;
+    bool mClosed = false; ///< written by the GUI thread only, which may read it without the lock
+};
+
+#endif

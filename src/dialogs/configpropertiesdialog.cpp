@@ -1,0 +1,95 @@
+#include "configpropertiesdialog.h"
+
+#include "boundedread.h"
+#include "cconfig.h"
+#include "linerewrite.h"
+#include "linevalue.h"
+#include "ui_configpropertiesdialog.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTextStream>
+#include <algorithm>
+
+namespace {
+
+/// What follows the first colon and the blanks behind it. Unlike the value that is read, it keeps the spaces
+/// inside, so that a label which loses them is a changed label.
+QString withoutPadding(const QString& line)
+{
+    const QString padded = line.mid(line.indexOf(QLatin1Char(':')) + 1);
+    const auto* begin =
+        std::find_if(padded.begin(), padded.end(), [](QChar c) { return c != QLatin1Char(' '); });
+    return QString(begin, static_cast<int>(padded.end() - begin));
+}
+
+} // namespace
+
+configPropertiesDialog::configPropertiesDialog(QWidget* parent)
+    : QDialog(parent), ui(new Ui::configPropertiesDialog)
+{
+    ui->setupUi(this);
+}
+
+configPropertiesDialog::~configPropertiesDialog() { delete ui; }
+
+std::optional<configPropertiesDialog::Field> configPropertiesDialog::fieldOf(const QString& line) const
+{
+    const Field fields[] = {{"Device version:", "Device version:      ", ui->versionEdit},
+                            {"Device serial:", "Device serial:      ", ui->serialEdit},
+                            {"Device label:", "Device label:      ", ui->labelEdit}};
+    for (const Field& field : fields) {
+        if (line.contains(QLatin1String(field.key))) {
+            return field;
+        }
+    }
+    return std::nullopt;
+}
+
+void configPropertiesDialog::receiveFileName(const QString& name)
+{
+    fileName = name;
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return;
+    }
+    QTextStream stream(readAtMost(file, kMaxLineFileBytes));
+    QString line;
+    while (stream.readLineInto(&line)) {
+        const std::optional<Field> field = fieldOf(line);
+        if (!field) {
+            continue;
+        }
+        field->edit->setText(lineValue(line));
+        if (field->edit == ui->labelEdit) {
+            previousFileName = withoutPadding(line);
+        }
+    }
+}
+
+QByteArray configPropertiesDialog::edited(const QByteArray& line) const
+{
+    const std::optional<Field> field = fieldOf(QString::fromLocal8Bit(line));
+    return field ? field->written + field->edit->text().toLocal8Bit() : line;
+}
+
+void configPropertiesDialog::renameAfterLabel() const
+{
+    const QString label = ui->labelEdit->text();
+    if (label != previousFileName) {
+        QFile::rename(fileName,
+                      QFileInfo(fileName).path() + QLatin1Char('/') + label + QStringLiteral(".dev"));
+    }
+}
+
+void configPropertiesDialog::on_confirmButton_clicked()
+{
+    if (linerewrite::rewrite(fileName, [this](const QByteArray& line) { return edited(line); })) {
+        cConfig config;
+        config.setZULCurrentFile(fileName);
+        emit configUpdated(&config, cConfig::DEVICE_FILE_UPDATE);
+        // After the report, which names the file that the device is loaded from.
+        renameAfterLabel();
+    }
+    close();
+}

@@ -1,0 +1,77 @@
+#include "connectionfile.h"
+
+#include "boundedread.h"
+#include "cconfig.h"
+#include "linevalue.h"
+
+#include <QFile>
+#include <QTextStream>
+#include <algorithm>
+
+namespace {
+
+QLatin1String key(cConnectionFile::eField field)
+{
+    switch (field) {
+    case cConnectionFile::DESCRIPTOR:
+        return QLatin1String("Connection descriptor:");
+    case cConnectionFile::ADDRESS:
+        return QLatin1String("Connection IP address:");
+    case cConnectionFile::PORT:
+        break;
+    }
+    return QLatin1String("Connection port number:");
+}
+
+} // namespace
+
+QString& cConnectionFile::value(eField field)
+{
+    switch (field) {
+    case DESCRIPTOR:
+        return descriptor;
+    case ADDRESS:
+        return address;
+    case PORT:
+        break;
+    }
+    return port;
+}
+
+void cConnectionFile::read(QIODevice& file, std::initializer_list<eField> fields)
+{
+    QTextStream stream(readAtMost(file, kMaxLineFileBytes));
+    QString line;
+    while (stream.readLineInto(&line)) {
+        const auto* match = std::find_if(fields.begin(), fields.end(),
+                                         [&line](eField field) { return line.contains(key(field)); });
+        if (match != fields.end()) {
+            value(*match) = lineValue(line);
+        }
+    }
+}
+
+void cConnectionFile::write(QIODevice& file) const
+{
+    QTextStream stream(&file);
+    stream << "Connection descriptor:   " << descriptor << '\n'
+           << "Connection IP address:   " << address << '\n'
+           << "Connection port number:  " << port << '\n';
+}
+
+bool cConnectionFile::save(const QString& path) const
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return false;
+    }
+    write(file);
+    return true;
+}
+
+void cConnectionFile::fill(cConfig& record, const QString& path) const
+{
+    record.setZULIP(address);
+    record.setZULPort(port);
+    record.setZULConnectionFile(path);
+}

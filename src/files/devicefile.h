@@ -1,0 +1,42 @@
+#ifndef DEVICEFILE_H
+#define DEVICEFILE_H
+
+#include <QString>
+#include <cstdint>
+
+class QIODevice;
+
+/// Holds the nine values of a device file, which describe one simulated device.
+///
+/// The file is text in the locale's encoding, one value a line behind a label and a colon. The position of a
+/// line tells which value it holds; the reader never looks at the label.
+struct cDeviceFile
+{
+    uint32_t digitalInputs = 0;
+    uint32_t digitalOutputs = 0;
+    uint32_t analogInputs = 0;
+    uint32_t analogOutputs = 0;
+    uint32_t scanners = 0;
+    QString type;
+    QString version; ///< as the file has it, whether a number or not
+    QString serial;  ///< as the file has it, whether a number or not
+    QString label;
+
+    /// Reads from @p file, open for reading. There is no failure: a number that does not convert is 0, a line
+    /// that is missing leaves 0 or an empty text, lines after the ninth mean nothing, and neither does
+    /// anything beyond kMaxLineFileBytes. The label is also written to the debug stream.
+    static cDeviceFile read(QIODevice& file);
+
+    /// Writes the nine lines to @p file, open for writing, every value in column 22.
+    void write(QIODevice& file) const;
+
+    /// Writes the file at @p path, in place of what is there. False where that cannot be done; then what was
+    /// there still is.
+    bool save(const QString& path) const;
+
+    // The decimal number that the text is, or 0 if it is none or does not fit 32 bits.
+    uint32_t versionNumber() const;
+    uint32_t serialNumber() const;
+};
+
+#endif

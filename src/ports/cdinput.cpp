@@ -1,0 +1,59 @@
+#include "cdinput.h"
+
+#include "cwheeleventfilter.h"
+#include "statuscolour.h"
+
+cDInput::cDInput() : mRow(new cFixedLayoutRow)
+{
+    mQLabel = new QLabel("PortName");
+    mRow->addWidget(mQLabel, 1);
+    mQDefaultState = new QLabel("LOW");
+    mRow->addWidget(mQDefaultState, 1);
+    setDefaultState(OBJ_IO_STATE_CLEAR);
+    mQCurrentState = new QComboBox;
+    mQCurrentState->addItem("LOW");
+    mQCurrentState->addItem("HIGH");
+    new cWheelEventFilter(mQCurrentState);
+    mQLabel->setBuddy(mQCurrentState);
+    mRow->addWidget(mQCurrentState, 1);
+    connect(mQCurrentState, SIGNAL(currentIndexChanged(int)), this, SLOT(combo_select(int)));
+    setLayout(mRow);
+}
+
+void cDInput::setPortName(QString& name)
+{
+    mQLabel->setText(name);
+    mQCurrentState->setAccessibleName(name);
+}
+
+void cDInput::setDefaultState(eObjectIOState state)
+{
+    mRow->setText(mQDefaultState, state == OBJ_IO_STATE_SET ? tr("HIGH") : tr("LOW"));
+    cObjectDInput::setDefaultState(state);
+    updateStatus();
+}
+
+int cDInput::getCurrentState() const { return getInputState() == OBJ_IO_STATE_SET ? 1 : 0; }
+
+void cDInput::updateStatus()
+{
+    const bool alarm = getInputState() != getDefaultState();
+    setPortStatus(alarm ? OBJ_STATUS_ALARM_SET : OBJ_STATUS_ALARM_CLEAR);
+    setStatusColour(this, alarm);
+}
+
+void cDInput::updateObject(cObjectDInput* request)
+{
+    if (request->getDefaultState() != OBJ_IO_STATE_UNKNOWN) {
+        setDefaultState(request->getDefaultState());
+    }
+}
+
+void cDInput::combo_select(int index)
+{
+    setInputState(index == 1 ? OBJ_IO_STATE_SET : OBJ_IO_STATE_CLEAR);
+    updateStatus();
+    emit inputChanged(static_cast<int>(getPortId()) - 1);
+}
+
+void cDInput::scriptInputChange(int index) { mQCurrentState->setCurrentIndex(index); }

@@ -1,0 +1,61 @@
+#ifndef CDOUTPUT_H
+#define CDOUTPUT_H
+
+#include <QLabel>
+#include <QWidget>
+
+#include "cfixedlayoutrow.h"
+#include "zulobj/doutput.h"
+#include "zulobj/objectlist.h"
+
+/// A digital output: its row on the panel and its record toward the server in one.
+///
+/// GUI thread only, like every widget.
+class cDOutput : public QWidget, public cObjectDOutput
+{
+    Q_OBJECT
+
+public:
+    cDOutput();
+
+    /// The name on the row; the record's port label is set apart.
+    void setPortName(QString& name);
+
+    /// Show and store a state. Unlike the input's, they leave updateStatus() to the caller.
+    void setDefaultState(eObjectIOState state);
+    void setOutputState(eObjectIOState state);
+
+    /// 0 when the output state is OBJ_IO_STATE_CLEAR, else 1: an unknown state counts as high, unlike an
+    /// input's.
+    int getCurrentState() const;
+
+    /// Recomputes the alarm status from current and default state, and the row's colour from that.
+    void updateStatus();
+
+    /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
+    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->addClone(*this); }
+
+    /// Applies the set of a server: known states are taken over, and the status is recomputed in any case.
+    void updateObject(cObjectDOutput* request);
+
+    void setConnectedStatus(bool connected) { connectedStatus = connected; }
+    bool getConnectedStatus() const { return connectedStatus; }
+
+    /// The number of the input that drives this output, 0 for none.
+    void setInputPort(int input) { inputPort = input; }
+    int getInputPort() const { return inputPort; }
+
+public slots:
+    /// Takes over the state of the input that drives this output.
+    void updateOutput(eObjectIOState state);
+
+private:
+    cFixedLayoutRow* mRow;
+    QLabel* mQLabel;
+    QLabel* mQDefaultState;
+    QLabel* mQCurrentState;
+    bool connectedStatus = false;
+    int inputPort = 0;
+};
+
+#endif

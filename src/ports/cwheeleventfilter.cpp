@@ -1,0 +1,20 @@
+#include "cwheeleventfilter.h"
+
+#include <QEvent>
+#include <QWidget>
+
+cWheelEventFilter::cWheelEventFilter(QWidget* control) : QObject(control), mControl(control)
+{
+    control->setFocusPolicy(Qt::StrongFocus);
+    control->installEventFilter(this);
+}
+
+bool cWheelEventFilter::eventFilter(QObject*, QEvent* event)
+{
+    if (event->type() != QEvent::Wheel || mControl->hasFocus()) {
+        return false;
+    }
+    // An event that is ignored is offered to the parent widget next.
+    event->ignore();
+    return true;
+}

@@ -1,0 +1,143 @@
+// How often the codec takes memory when the same things are done again.
+
+#include "heapmeter.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "wmsg/wmsgreader.h"
+#include "zulobj/ainput.h"
+#include "zulobj/dinput.h"
+#include "zulobj/objectlist.h"
+
+namespace {
+
+constexpr uint32_t kRecords = 64;
+
+cObjectDInput input(uint32_t port, const std::string& label)
+{
+    cObjectDInput record;
+    record.setDeviceSerial(1001);
+    record.setPortId(port);
+    record.setPortLabel((label + std::to_string(port)).c_str());
+    return record;
+}
+
+std::vector<cObjectDInput> inputs(const std::string& label)
+{
+    std::vector<cObjectDInput> records;
+    for (uint32_t port = 1; port <= kRecords; ++port) {
+        records.push_back(input(port, label));
+    }
+    return records;
+}
+
+/// What a server or a device does with one message after the other.
+struct Road
+{
+    explicit Road(const std::string& label) : records(inputs(label)) {}
+
+    void once()
+    {
+        for (const cObjectDInput& record : records) {
+            sent.addClone(record);
+        }
+        ASSERT_TRUE(sent.encode(&message).isOk());
+        sent.reuse(kRecords);
+        frames.clear();
+        message.appendFrames(frames);
+        const uint8_t* data = frames.data();
+        size_t size = frames.size();
+        ASSERT_EQ(reader.read(&data, &size, 0, &arrived), WMsgReader::MESSAGE);
+        ASSERT_EQ(arrived.payload, message.payload);
+        ASSERT_TRUE(received.decode(arrived).isOk());
+        ASSERT_EQ(received.size(), kRecords);
+    }
+
+    std::vector<cObjectDInput> records;
+    cObjectList sent;
+    WMsg message;
+    std::vector<uint8_t> frames;
+    WMsgReader reader;
+    WMsg arrived;
+    cObjectList received;
+};
+
+} // namespace
+
+TEST(HeapUseTest, theSecondMessageOfAKindTakesNoMemory)
+{
+    for (const char* label : {"Input ", "A label that is longer than those which lie in their records "}) {
+        SCOPED_TRACE(label);
+        Road road(label);
+        road.once();
+        road.once(); // the reader has now had both of the messages that it goes on with
+        const HeapMeter meter;
+        for (int round = 0; round < 10; ++round) {
+            road.once();
+        }
+        EXPECT_EQ(meter.taken(), 0U);
+    }
+}
+
+TEST(HeapUseTest, clonesOfTwoKindsInTurnTakeNoMemory)
+{
+    const cObjectDInput digital = input(1, "Input ");
+    cObjectAInput analog;
+    cObjectList list;
+    const auto once = [&] {
+        for (uint32_t i = 0; i < kRecords; ++i) {
+            list.addClone(digital);
+            list.addClone(analog);
+            list.addCloneAs<cObjectPort>(analog);
+        }
+        list.reuse(kRecords);
+        for (uint32_t i = 0; i < kRecords; ++i) {
+            list.addClone(analog);
+        }
+        list.reuse(kRecords);
+    };
+    once();
+    const HeapMeter before;
+    once();
+    const size_t runs = before.taken(); // three kinds in turn are many stretches, which are not kept
+    EXPECT_LT(runs, 16U);
+    const HeapMeter meter;
+    once();
+    EXPECT_EQ(meter.taken(), runs);
+}
+
+TEST(HeapUseTest, aListKeepsNoMoreRecordsThanItIsTold)
+{
+    const cObjectDInput record = input(1, "Input ");
+    cObjectList list;
+    list.addClone(record);
+    list.reuse(1);
+    const HeapMeter meter;
+    for (int round = 0; round < 3; ++round) {
+        for (int i = 0; i < 10000; ++i) {
+            list.addClone(record);
+        }
+        list.reuse(1);
+        EXPECT_LT(meter.now(), 4096U);
+    }
+}
+
+TEST(HeapUseTest, aReaderLeavesALargeMessagesMemoryToItsCaller)
+{
+    WMsg large;
+    large.payload.resize(wmsg::kMaxMessageBytes);
+    std::vector<uint8_t> frames;
+    large.appendFrames(frames);
+    const HeapMeter meter;
+    WMsgReader reader;
+    WMsg arrived;
+    for (int round = 0; round < 3; ++round) {
+        const uint8_t* data = frames.data();
+        size_t size = frames.size();
+        ASSERT_EQ(reader.read(&data, &size, 0, &arrived), WMsgReader::MESSAGE);
+    }
+    arrived = WMsg();
+    EXPECT_LT(meter.now(), WMsgReader::kMaxDoubled + 4096) << "the reader itself has next to nothing";
+}

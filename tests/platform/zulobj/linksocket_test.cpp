@@ -1,0 +1,108 @@
+// One TCP connection of the link.
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include "linkpeer.h"
+#include "zulobj/linkclock.h"
+#include "zulobj/linksocket.h"
+#include "zulobj/wakeup.h"
+
+namespace {
+
+sockaddr* generic(sockaddr_in* address) { return reinterpret_cast<sockaddr*>(address); }
+
+/// A socket that is connected to the port that it stands on itself; -1 where that fails.
+int socketConnectedToItself()
+{
+    const int fd = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    const bool connected = bind(fd, generic(&address), size) == 0 &&
+                           getsockname(fd, generic(&address), &size) == 0 &&
+                           connect(fd, generic(&address), size) == 0;
+    return connected ? fd : -1;
+}
+
+sLinkAddress loopbackAddress(int port)
+{
+    sLinkAddress address;
+    auto* loopback = reinterpret_cast<sockaddr_in*>(&address.storage);
+    loopback->sin_family = AF_INET;
+    loopback->sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    loopback->sin_port = htons(static_cast<uint16_t>(port));
+    address.size = sizeof *loopback;
+    return address;
+}
+
+} // namespace
+
+TEST(LinkSocketTest, ASocketThatReachedItselfSaysSo)
+{
+    const int fd = socketConnectedToItself();
+    ASSERT_GE(fd, 0);
+    EXPECT_TRUE(cLinkSocket(fd).isSelfConnected());
+}
+
+TEST(LinkSocketTest, ASocketThatReachedAPeerDoesNotTalkToItself)
+{
+    const int listener = socket(AF_INET, SOCK_STREAM, 0);
+    sLinkAddress address;
+    auto* loopback = reinterpret_cast<sockaddr_in*>(&address.storage);
+    loopback->sin_family = AF_INET;
+    loopback->sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.size = sizeof *loopback;
+    ASSERT_EQ(bind(listener, generic(loopback), address.size), 0);
+    ASSERT_EQ(listen(listener, 1), 0);
+    ASSERT_EQ(getsockname(listener, generic(loopback), &address.size), 0);
+
+    const cWakeup wakeup;
+    std::string problem;
+    const auto connection = cLinkSocket::connectTo(address, 10000, wakeup.fd(), &problem);
+    ASSERT_TRUE(connection) << problem;
+    EXPECT_FALSE(connection->isSelfConnected());
+    close(listener);
+}
+
+TEST(LinkSocketTest, AnAddressThatDoesNotAnswerLeavesTimeForTheNext)
+{
+    const FullPort silent;
+    LinkPeer good;
+    const cWakeup wakeup;
+    std::string problem;
+    constexpr int kTimeoutMs = 1000;
+    const int64_t begun = linkNowMs();
+    const auto connection = cLinkSocket::connectToAny(
+        {loopbackAddress(silent.port()), loopbackAddress(good.port())}, kTimeoutMs, wakeup.fd(), &problem);
+    EXPECT_TRUE(connection) << problem;
+    EXPECT_GE(linkNowMs() - begun, kTimeoutMs / 2) << "the first address had its share";
+}
+
+TEST(LinkSocketTest, AnAddressThatRefusesLeavesItsTimeToTheNext)
+{
+    const ClosedPort closed;
+    LinkPeer good;
+    const cWakeup wakeup;
+    std::string problem;
+    EXPECT_TRUE(cLinkSocket::connectToAny(
+        {loopbackAddress(closed.port()), loopbackAddress(closed.port()), loopbackAddress(good.port())}, 10000,
+        wakeup.fd(), &problem))
+        << problem;
+    EXPECT_FALSE(cLinkSocket::connectToAny({loopbackAddress(closed.port())}, 10000, wakeup.fd(), &problem));
+    EXPECT_EQ(problem, "Connection refused");
+}
+
+TEST(LinkSocketTest, AWakeUpEndsTheAttemptsAtAllAddresses)
+{
+    const FullPort silent;
+    LinkPeer good;
+    cWakeup wakeup;
+    wakeup.wake();
+    std::string problem;
+    EXPECT_FALSE(cLinkSocket::connectToAny({loopbackAddress(silent.port()), loopbackAddress(good.port())},
+                                           600000, wakeup.fd(), &problem));
+}

@@ -1,0 +1,127 @@
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <limits>
+#include <ostream>
+#include <string>
+
+#include "server/commands/commandparser.h"
+#include "server/commands/commandwords.h"
+#include "server/commands/condition.h"
+#include "server/io/jsonline.h"
+
+using namespace server;
+
+namespace {
+
+struct Row
+{
+    const char* name;
+    const char* field; ///< NAME=VALUE
+    const char* json;  ///< the value that the object has
+    bool holds;
+};
+
+void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
+
+/// The field of a command line, and its row in the dictionary.
+std::string readCondition(const std::string& line, Condition* condition)
+{
+    CommandWords words(line);
+    for (const zuldict::TagEntry& entry : zuldict::tags()) {
+        FieldValue value;
+        if (words.field(entry.name, &value)) {
+            return Condition::read(entry, value, condition);
+        }
+    }
+    return words.finish();
+}
+
+JsonPtr objectWith(const std::string& name, const std::string& json)
+{
+    return JsonPtr(json_loads(("{\"" + name + "\":" + json + "}").c_str(), 0, nullptr));
+}
+
+} // namespace
+
+class ConditionTest : public testing::TestWithParam<Row>
+{};
+
+TEST_P(ConditionTest, holdsOrNot)
+{
+    const Row& row = GetParam();
+    Condition condition;
+    ASSERT_EQ(readCondition(row.field, &condition), "");
+    EXPECT_EQ(condition.text(), row.field);
+    const JsonPtr object = objectWith(condition.name(), row.json);
+    ASSERT_TRUE(object);
+    EXPECT_EQ(condition.holds(object.get()), row.holds);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    all, ConditionTest,
+    testing::Values(
+        Row{"number", "portId=2", "2", true}, Row{"otherNumber", "portId=2", "3", false},
+        Row{"hexadecimal", "portId=0x1F", "31", true},
+        Row{"largest", "portId=4294967295", "4294967295", true},
+        Row{"numberInMarks", "portId=\"2\"", "2", true},
+        Row{"enumerator", "inputState=OBJ_IO_STATE_SET", "\"OBJ_IO_STATE_SET\"", true},
+        Row{"enumeratorByNumber", "inputState=1", "\"OBJ_IO_STATE_SET\"", true},
+        Row{"otherEnumerator", "inputState=OBJ_IO_STATE_SET", "\"OBJ_IO_STATE_CLEAR\"", false},
+        Row{"numberWithoutName", "inputState=77", "77", true},
+        Row{"objectType", "portType=OBJ_PORT_AIN", "\"OBJ_PORT_AIN\"", true},
+        Row{"float", "sample=0.1", "0.100000001", true}, Row{"nextFloat", "sample=0.1", "0.100000009", false},
+        Row{"manyDigits", "sample=20.50000000000001", "20.5", true},
+        Row{"minusZero", "sample=0", "-0.0", true}, Row{"tolerance", "sample=20.5~0.1", "20.6000004", true},
+        Row{"toleranceBelow", "sample=20.5~0.1", "20.3999996", true},
+        Row{"aboveTolerance", "sample=20.5~0.1", "20.6000023", false},
+        Row{"belowTolerance", "sample=20.5~0.1", "20.3999977", false},
+        Row{"noTolerance", "sample=2~0", "2", true},
+        Row{"hugeTolerance", "sample=-3e38~3e38", "-3.40282347e38", true},
+        Row{"negative", "sample=-1.5~0.5", "-1.9", true}, Row{"nullFloat", "sample=null", "null", true},
+        Row{"nullIsNoNumber", "sample=0", "null", false}, Row{"numberIsNotNull", "sample=null", "0.0", false},
+        Row{"text", "label=DOOR", "\"DOOR\"", true}, Row{"case", "label=DOOR", "\"door\"", false},
+        Row{"partOfAText", "label=DOOR", "\"DOOR 1\"", false},
+        Row{"blanks", "label=\"DOOR  1\"", "\"DOOR  1\"", true},
+        Row{"escapes", R"(label="a\"b\\c\u00e9\n")", R"("a\"b\\c\u00e9\n")", true},
+        Row{"numberAsText", "label=7", "\"7\"", true}, Row{"equals", "label=a=b", "\"a=b\"", true},
+        Row{"empty", "label=", "\"\"", true}, Row{"emptyInMarks", "label=\"\"", "\"\"", true},
+        Row{"emptyIsNotNull", "label=", "null", false}, Row{"nullText", "label=null", "null", true},
+        Row{"nullIsNotTheText", "label=null", "\"null\"", false},
+        Row{"theTextNull", "label=\"null\"", "\"null\"", true},
+        Row{"theTextIsNotNull", "label=\"null\"", "null", false},
+        Row{"notUTF8", "label=a\xFF", "\"a\\ufffd\"", true}),
+    [](const testing::TestParamInfo<Row>& row) { return row.param.name; });
+
+TEST(ConditionTextTest, anObjectWithoutTheFieldDoesNotMatch)
+{
+    Condition condition;
+    ASSERT_EQ(readCondition("label=null", &condition), "");
+    EXPECT_FALSE(condition.holds(objectWith("portId", "1").get()));
+}
+
+TEST(ConditionTextTest, everyNameOfTheDictionaryIsTaken)
+{
+    size_t enumerators = 0;
+    for (const zuldict::TagEntry& entry : zuldict::tags()) {
+        if (entry.names == nullptr) {
+            continue;
+        }
+        for (const zuldict::Enumerator& enumerator : *entry.names) {
+            ++enumerators;
+            Condition condition;
+            EXPECT_EQ(readCondition(std::string(entry.name) + "=" + enumerator.name, &condition), "");
+            const JsonPtr object = objectWith(entry.name, "\"" + std::string(enumerator.name) + "\"");
+            EXPECT_TRUE(condition.holds(object.get())) << enumerator.name;
+        }
+    }
+    EXPECT_GT(enumerators, 30U);
+}
+
+TEST(ConditionTextTest, noFieldOfACommandIsNamedAsOneOfTheDictionary)
+{
+    for (const zuldict::TagEntry& entry : zuldict::tags()) {
+        for (const char* taken : {"device", "within", "timeout", "serial", "object"}) {
+            EXPECT_STRNE(entry.name, taken);
+        }
+    }
+}

@@ -1,0 +1,92 @@
+#include <asio/io_context.hpp>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+#include <vector>
+
+#include "server/io/lineinput.h"
+#include "testserver.h"
+
+namespace {
+
+/// Reads lines from a pipe in which so many wait.
+class LineInputTest : public testing::Test
+{
+protected:
+    static constexpr size_t kLines = 4000;
+
+    LineInputTest()
+    {
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(::pipe2(ends, O_CLOEXEC | O_NONBLOCK), 0);
+        mReadEnd = ends[0];
+        std::string text;
+        for (size_t line = 0; line < kLines; ++line) {
+            text += "line\n";
+        }
+        EXPECT_EQ(::write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+        ::close(ends[1]);
+        mInput = std::make_unique<server::LineInput>(mIo, mReadEnd, 100);
+    }
+
+    ~LineInputTest() override { ::close(mReadEnd); }
+
+    asio::io_context mIo;
+    std::unique_ptr<server::LineInput> mInput;
+    size_t mLines = 0;
+
+private:
+    int mReadEnd = -1;
+};
+
+} // namespace
+
+TEST_F(LineInputTest, nothingIsReadWhileItIsHeld)
+{
+    mInput->onLine = [this](const std::string&) {
+        ++mLines;
+        mInput->hold();
+    };
+    mInput->start();
+    mIo.run();
+    const size_t first = mLines;
+    EXPECT_GT(first, 0U);
+    EXPECT_LT(first, kLines / 2);
+    mInput->resume();
+    mIo.restart();
+    mIo.run();
+    EXPECT_GT(mLines, first);
+    EXPECT_LT(mLines, kLines);
+}
+
+TEST_F(LineInputTest, everyLineComesInTheEnd)
+{
+    size_t held = 0;
+    mInput->onLine = [&](const std::string& line) {
+        mLines += line == "line" ? 1 : 0;
+        mInput->hold();
+    };
+    mInput->start();
+    for (; mLines < kLines; ++held) {
+        mIo.restart();
+        mIo.run();
+        mInput->resume();
+    }
+    EXPECT_GT(held, 2U);
+}
+
+TEST(CommandFloodTest, everyCommandIsAnsweredInItsOrder)
+{
+    TestServer server;
+    const size_t commands = 3 * server::CommandRunner::kMaxWaiting;
+    std::thread typing([&] {
+        for (size_t i = 0; i < commands; ++i) {
+            server.type("sleep 0." + std::string(9, '0') + std::to_string(i));
+        }
+    });
+    for (size_t i = 0; i < commands; ++i) {
+        const std::string command = member(server.lines().next("reply"), "command");
+        ASSERT_EQ(command, "sleep 0." + std::string(9, '0') + std::to_string(i));
+    }
+    typing.join();
+}

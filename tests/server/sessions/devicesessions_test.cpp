@@ -1,0 +1,486 @@
+// The commands, against devices in the same process.
+
+#include <gtest/gtest.h>
+#include <string>
+
+#include "objdevice.h"
+#include "rawdevice.h"
+#include "testserver.h"
+#include "zulobj/adhoc.h"
+#include "zulobj/dinput.h"
+#include "zulobj/objectlist.h"
+
+namespace {
+
+std::string statusOf(const server::JsonPtr& reply) { return member(reply, "status"); }
+
+/// Expects an error with this sentence, and that nothing came from a device.
+void expectError(const server::JsonPtr& reply, const std::string& sentence)
+{
+    EXPECT_EQ(statusOf(reply), "error");
+    EXPECT_EQ(member(reply, "error"), sentence);
+    EXPECT_EQ(member(reply, "msgType"), "null");
+    EXPECT_EQ(objectCount(reply), 0U);
+}
+
+} // namespace
+
+TEST(MonitorTest, aDeviceOnTheLibrarysClient)
+{
+    TestServer server;
+    ObjDevice device(4711);
+    ASSERT_TRUE(device.connectTo(server.port()));
+    EXPECT_EQ(member(server.lines().next(), "event"), "connected");
+    const server::JsonPtr line = server.lines().next();
+    EXPECT_EQ(member(line, "event"), "device");
+    EXPECT_EQ(member(line, "deviceLabel"), "Shelter 7");
+
+    server::JsonPtr reply = server.reply("  get din * ");
+    EXPECT_EQ(member(reply, "command"), "get din *");
+    EXPECT_EQ(statusOf(reply), "ok");
+    EXPECT_EQ(member(reply, "msgType"), "1");
+    ASSERT_EQ(objectCount(reply), 2U);
+    EXPECT_EQ(object(reply, 1, "portId"), "2");
+    EXPECT_EQ(object(reply, 1, "inputState"), "OBJ_IO_STATE_SET");
+    EXPECT_EQ(member(reply, "error"), "(none)");
+
+    reply = server.reply("set din 1 default=low");
+    EXPECT_EQ(statusOf(reply), "ok");
+    EXPECT_EQ(member(reply, "msgType"), "0");
+    EXPECT_EQ(objectCount(reply), 0U);
+
+    cObjectList event;
+    event.setMsgType(cObjectList::kEvent);
+    event.add(new cObjectAdhocEvent);
+    device.client().send(&event);
+    EXPECT_EQ(object(server.reply("wait event OBJ_ADHOC_EVENT"), 0, "type"), "OBJ_ADHOC_EVENT");
+}
+
+TEST(MonitorTest, threeHundredRequestsInARow)
+{
+    TestServer server;
+    ObjDevice device(1);
+    ASSERT_TRUE(device.connectTo(server.port()));
+    server.lines().next("device");
+    for (int i = 0; i < 300; ++i) {
+        server.type("get din " + std::to_string(1 + i % 2));
+    }
+    for (int i = 0; i < 300; ++i) {
+        const server::JsonPtr reply = server.lines().next("reply");
+        ASSERT_EQ(statusOf(reply), "ok");
+        ASSERT_EQ(object(reply, 0, "portId"), std::to_string(1 + i % 2));
+    }
+}
+
+TEST(MonitorTest, aNewConnectionDoesNotStartTheCountAgain)
+{
+    TestServer server;
+    for (const uint8_t number : {1, 2, 3}) {
+        RawDevice device(server.port());
+        const WMsg question = device.receive();
+        EXPECT_EQ(question.seq, number);
+        device.disconnect();
+        server.lines().next("disconnected");
+    }
+}
+
+TEST(MonitorTest, sequenceNumbersWrapFrom255To0)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    for (int i = 2; i <= 301; ++i) {
+        server.type("get device");
+        const WMsg request = device.receive();
+        ASSERT_EQ(request.seq, i % 256);
+        device.answer(request, {});
+        ASSERT_EQ(statusOf(server.lines().next("reply")), "ok");
+    }
+}
+
+TEST(MonitorTest, noDeviceAndSeveral)
+{
+    TestServer server;
+    expectError(server.reply("get device"), "No device is connected.");
+    expectError(server.reply("send type=3"), "No device is connected.");
+    RawDevice unknown(server.port());
+    unknown.receive();
+    expectError(server.reply("set ain 1"), "No device is connected.");
+
+    RawDevice first(server.port());
+    first.identify(1);
+    server.lines().next("device");
+    RawDevice second(server.port());
+    second.identify(2);
+    server.lines().next("device");
+    expectError(server.reply("get din"), "Several devices are connected: pick one with device=SERIAL.");
+    expectError(server.reply("get din device=3"), "No device with the serial 3 is connected.");
+
+    server.type("get device device=2");
+    second.answer(second.receive(), {});
+    EXPECT_EQ(statusOf(server.lines().next("reply")), "ok");
+    server.type("send type=77 device=0x1");
+    EXPECT_EQ(first.receive().type, 77) << "nothing was sent before";
+    EXPECT_EQ(statusOf(server.lines().next("reply")), "ok");
+}
+
+TEST(MonitorTest, twoDevicesWithOneSerialAreBothThere)
+{
+    TestServer server;
+    RawDevice first(server.port());
+    first.identify(5);
+    server.lines().next("device");
+    RawDevice second(server.port());
+    second.identify(5);
+    server.lines().next("device");
+    expectError(server.reply("get device device=5"), "Several devices with the serial 5 are connected.");
+    first.disconnect();
+    EXPECT_EQ(member(server.lines().next("disconnected"), "deviceSerial"), "5");
+    server.type("get device device=5");
+    second.answer(second.receive(), {});
+    EXPECT_EQ(statusOf(server.lines().next("reply")), "ok");
+}
+
+TEST(MonitorTest, aBadCommandIsAnErrorAndSendsNothing)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    expectError(server.reply("get din 0"),
+                "PORT is neither * nor a whole number from 1 to 4294967295: \"0\".");
+    expectError(server.reply("frobnicate"), "There is no command \"frobnicate\".");
+    server.type("send type=9");
+    EXPECT_EQ(device.receive().type, 9);
+}
+
+TEST(MonitorTest, aCommandSendsItsObject)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.type("set din 7 default=high serial=3");
+    const WMsg message = device.receive();
+    EXPECT_EQ(message.type, cObjectList::kSet);
+    EXPECT_FALSE(message.event);
+    cObjectList list;
+    ASSERT_TRUE(list.decode(message).isOk());
+    const auto* input = dynamic_cast<cObjectDInput*>(list.first());
+    ASSERT_NE(input, nullptr);
+    EXPECT_EQ(input->getPortId(), 7U);
+    EXPECT_EQ(input->getDeviceSerial(), 3U);
+    EXPECT_EQ(input->getDefaultState(), cObject::OBJ_IO_STATE_SET);
+    device.answer(message, {});
+    server.type("set object=12");
+    EXPECT_EQ(device.receive().payload, (std::vector<uint8_t>{0, 0, 0, 12, 0, 0, 0, 0}));
+}
+
+TEST(MonitorTest, sendWaitsForNothingAndItsAnswerIsDropped)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    const server::JsonPtr reply = server.reply("send type=1");
+    EXPECT_EQ(statusOf(reply), "ok");
+    EXPECT_EQ(member(reply, "msgType"), "null");
+    EXPECT_EQ(objectCount(reply), 0U);
+    const WMsg sent = device.receive();
+    EXPECT_TRUE(sent.payload.empty());
+    device.answer(sent, {});
+    device.send(inputEvent(3));
+    EXPECT_EQ(member(server.lines().next(), "event"), "message");
+}
+
+TEST(MonitorTest, anEventIsSentAsOne)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    server.type("send type=3");
+    EXPECT_TRUE(device.receive().event);
+}
+
+TEST(MonitorTest, answersThatMatchNothingAreDropped)
+{
+    server::Options options;
+    options.verbose = true;
+    TestServer server({}, options);
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    WMsg stray = inputEvent(1);
+    stray.answer = true;
+    stray.seq = 99;
+    device.send(stray);
+    std::string report;
+    ASSERT_TRUE(server.errors().nextText(&report));
+    EXPECT_NE(report.find("An answer was dropped as nobody waits for it, number 1 "), std::string::npos)
+        << report;
+    device.send(inputEvent(2));
+    EXPECT_EQ(object(server.lines().next(), 0, "portId"), "2");
+}
+
+TEST(MonitorTest, aLateAnswerDoesNotPairWithALaterRequest)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    const server::JsonPtr late = server.reply("get din 1 timeout=0.01");
+    EXPECT_EQ(statusOf(late), "timeout");
+    EXPECT_EQ(member(late, "error"), "The device did not answer within 0.01 seconds.");
+    EXPECT_EQ(member(late, "msgType"), "null");
+    const WMsg first = device.receive();
+
+    server.type("get din 2");
+    const WMsg second = device.receive();
+    EXPECT_NE(first.seq, second.seq);
+    cObjectDInput one;
+    one.setPortId(1);
+    cObjectDInput two;
+    two.setPortId(2);
+    device.answer(first, {&one});
+    device.answer(second, {&two});
+    const server::JsonPtr reply = server.lines().next();
+    EXPECT_EQ(statusOf(reply), "ok");
+    EXPECT_EQ(object(reply, 0, "portId"), "2");
+}
+
+TEST(MonitorTest, aNumberWhoseAnswerIsLateIsNotReused)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    server.reply("get din 1 timeout=0.01");
+    const uint8_t late = device.receive().seq;
+    for (int i = 0; i < 300; ++i) {
+        server.type("send type=9");
+        ASSERT_NE(device.receive().seq, late);
+    }
+}
+
+TEST(MonitorTest, aDeviceThatLeaves255RequestsUnansweredIsAskedNothingMore)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    std::vector<WMsg> unanswered;
+    for (size_t i = 0; i < server::PendingRequests::kMaxOutstanding; ++i) {
+        EXPECT_EQ(statusOf(server.reply("send type=1")), "ok");
+        unanswered.push_back(device.receive());
+    }
+    for (const char* command : {"get din 2", "set din 2 default=low", "send type=0"}) {
+        expectError(server.reply(command), "The device has left 255 requests unanswered.");
+    }
+    EXPECT_EQ(statusOf(server.reply("send type=3")), "ok") << "an event is not answered";
+    EXPECT_EQ(device.receive().type, 3);
+
+    // What comes at last belongs to the old requests, whatever is asked for next.
+    server.type("get din 2 timeout=86400");
+    expectError(server.lines().next("reply"), "The device has left 255 requests unanswered.");
+    device.answer(unanswered.front(), {});
+    device.send(inputEvent(1));
+    server.lines().next("message");
+    server.type("get din 2");
+    cObjectDInput two;
+    two.setPortId(2);
+    for (size_t i = 1; i < unanswered.size(); ++i) {
+        device.answer(unanswered[i], {});
+    }
+    device.answer(device.receive(), {&two});
+    EXPECT_EQ(object(server.lines().next("reply"), 0, "portId"), "2");
+}
+
+TEST(MonitorTest, anAnswerThatIsNotUnderstoodIsAnError)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    server.type("get din 1");
+    WMsg answer = device.receive();
+    answer.answer = true;
+    answer.payload.assign(5, 0);
+    device.send(answer);
+    const server::JsonPtr reply = server.lines().next();
+    EXPECT_EQ(statusOf(reply), "error");
+    EXPECT_EQ(member(reply, "error").rfind("The answer was not understood: ", 0), 0U);
+}
+
+TEST(MonitorTest, aDeviceThatGoesAwayEndsItsCommand)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    server.type("get din 1 timeout=86400");
+    device.receive();
+    device.disconnect();
+    EXPECT_EQ(member(server.lines().next(), "event"), "disconnected");
+    expectError(server.lines().next(), "The device disconnected before it answered.");
+}
+
+TEST(MonitorTest, repliesComeInTheOrderOfTheCommands)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    server.type("get din 1\nfoo\n\n# a comment\nsleep 0.01\nsend type=4");
+    const WMsg request = device.receive();
+    device.send(inputEvent(9));
+    device.answer(request, {});
+    EXPECT_EQ(member(server.lines().next(), "event"), "message");
+    for (const char* command : {"get din 1", "foo", "sleep 0.01", "send type=4"}) {
+        EXPECT_EQ(member(server.lines().next(), "command"), command);
+    }
+}
+
+TEST(MonitorTest, waitTakesEachMessageOnceAndTheEarlierOnesToo)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    cObjectAdhocEvent adhoc;
+    device.send(inputEvent(1));
+    device.send(messageOf(200, {&adhoc}));
+    device.send(inputEvent(2));
+    for (int i = 0; i < 3; ++i) {
+        server.lines().next("message");
+    }
+    EXPECT_EQ(member(server.reply("wait event OBJ_ADHOC_EVENT"), "msgType"), "200");
+    server::JsonPtr reply = server.reply("wait event OBJ_PORT_DIN");
+    EXPECT_EQ(member(reply, "msgType"), "3");
+    EXPECT_EQ(object(reply, 0, "portId"), "1");
+    EXPECT_EQ(object(server.reply("wait event"), 0, "portId"), "2");
+    reply = server.reply("wait event timeout=0.01");
+    EXPECT_EQ(statusOf(reply), "timeout");
+    EXPECT_EQ(member(reply, "error"), "No such event came within 0.01 seconds.");
+}
+
+TEST(MonitorTest, waitWaitsForTheRightOne)
+{
+    TestServer server;
+    RawDevice first(server.port());
+    first.identify(1);
+    server.lines().next("device");
+    RawDevice second(server.port());
+    second.identify(2);
+    server.lines().next("device");
+    server.type("wait event OBJ_PORT_DIN device=2");
+    first.send(inputEvent(11));
+    server.lines().next("message");
+    cObjectAdhocEvent adhoc;
+    second.send(messageOf(3, {&adhoc}));
+    server.lines().next("message");
+    second.send(inputEvent(22));
+    EXPECT_EQ(object(server.lines().next("reply"), 0, "portId"), "22");
+    EXPECT_EQ(object(server.reply("wait event"), 0, "portId"), "11");
+}
+
+TEST(MonitorTest, waitDevice)
+{
+    TestServer server;
+    EXPECT_EQ(member(server.reply("wait device timeout=0.01"), "error"),
+              "No such device came within 0.01 seconds.");
+    server.type("wait device");
+    RawDevice first(server.port());
+    first.identify(1);
+    server::JsonPtr reply = server.lines().next("reply");
+    EXPECT_EQ(statusOf(reply), "ok");
+    EXPECT_EQ(member(reply, "msgType"), "null");
+    EXPECT_EQ(object(reply, 0, "deviceSerial"), "1");
+    EXPECT_EQ(statusOf(server.reply("wait device")), "ok");
+
+    server.type("wait device device=2");
+    RawDevice second(server.port());
+    second.identify(2);
+    reply = server.lines().next("reply");
+    EXPECT_EQ(object(reply, 0, "deviceSerial"), "2");
+}
+
+TEST(MonitorTest, helpSpeaksOnTheErrorStream)
+{
+    TestServer server;
+    EXPECT_EQ(statusOf(server.reply("help")), "ok");
+    std::string line;
+    ASSERT_TRUE(server.errors().nextText(&line));
+    EXPECT_EQ(line, "get device|capability [serial=N]");
+}
+
+TEST(MonitorTest, quitEndsWithTheStatusSoFar)
+{
+    TestServer good;
+    EXPECT_EQ(statusOf(good.reply("quit")), "ok");
+    EXPECT_EQ(good.wait(), 0);
+    TestServer bad;
+    bad.type("foo\nquit\nsleep 1");
+    bad.lines().next("reply");
+    EXPECT_EQ(member(bad.lines().next("reply"), "command"), "quit");
+    EXPECT_EQ(bad.wait(), 2);
+    TestServer late;
+    late.type("wait device timeout=0.01\nfoo\nquit");
+    EXPECT_EQ(late.wait(), 3);
+}
+
+TEST(MonitorTest, aLineThatNeverEndsIsOneError)
+{
+    TestServer server;
+    server.type("get " + std::string(20000, 'x'));
+    expectError(server.lines().next(), "The command is longer than 4096 bytes.");
+    EXPECT_EQ(statusOf(server.reply("sleep 0")), "ok");
+}
+
+TEST(MonitorTest, aThousandPortsInOneAnswer)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    server.type("get din *");
+    const WMsg request = device.receive();
+    cObjectList list;
+    list.setMsgType(cObjectList::kRequest);
+    for (uint32_t port = 1; port <= 1000; ++port) {
+        auto* input = new cObjectDInput;
+        input->setPortId(port);
+        input->setPortLabel("A door of the shelter");
+        list.add(input);
+    }
+    WMsg answer;
+    ASSERT_TRUE(list.encode(&answer).isOk());
+    answer.answer = true;
+    answer.seq = request.seq;
+    device.send(answer);
+    const server::JsonPtr reply = server.lines().next();
+    EXPECT_EQ(objectCount(reply), 1000U);
+    EXPECT_EQ(object(reply, 999, "portId"), "1000");
+}
+
+TEST(MonitorTest, nothingIsLostWhenTheReaderIsSlow)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(1);
+    server.lines().next("device");
+    // Far more than a pipe and the output's own bound hold, so the device is made to wait.
+    constexpr uint32_t kMessages = 60000;
+    std::thread sender([&device] {
+        for (uint32_t port = 1; port <= kMessages; ++port) {
+            device.send(inputEvent(port));
+        }
+    });
+    for (uint32_t port = 1; port <= kMessages; ++port) {
+        const server::JsonPtr line = server.lines().next();
+        if (object(line, 0, "portId") != std::to_string(port)) {
+            ADD_FAILURE() << "expected port " << port;
+            break;
+        }
+    }
+    sender.join();
+}

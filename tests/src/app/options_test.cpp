@@ -1,0 +1,249 @@
+#include "displayplatform.h"
+#include "options.h"
+#include "qttestmain.h"
+
+#include <sstream>
+#include <vector>
+
+namespace {
+
+struct Parsed
+{
+    cParsedOptions outcome;
+    QString out;
+    QString error;
+};
+
+Parsed parse(const QString& line)
+{
+    std::vector<std::string> words{"zulbench"};
+    for (const QString& word : line.split(' ', Qt::SkipEmptyParts)) {
+        words.push_back(word.toStdString());
+    }
+    std::vector<const char*> arguments;
+    for (const std::string& word : words) {
+        arguments.push_back(word.c_str());
+    }
+    arguments.push_back(nullptr);
+    std::ostringstream out;
+    std::ostringstream error;
+    Parsed parsed;
+    parsed.outcome =
+        parseOptions(static_cast<int>(words.size()), arguments.data(), "the version", out, error);
+    parsed.out = QString::fromStdString(out.str());
+    parsed.error = QString::fromStdString(error.str());
+    return parsed;
+}
+
+/// What was asked for, in words: device=... connection=... capture=... connect headless platform.
+QString summary(const cOptions& options)
+{
+    QStringList words;
+    if (options.deviceFile) {
+        words.append("device=" + QString::fromStdString(*options.deviceFile));
+    }
+    if (options.connectionFile) {
+        words.append("connection=" + QString::fromStdString(*options.connectionFile));
+    }
+    if (options.captureFile) {
+        words.append("capture=" + QString::fromStdString(*options.captureFile));
+    }
+    if (options.connect) {
+        words.append("connect");
+    }
+    if (options.headless) {
+        words.append("headless");
+    }
+    if (options.platformNamed) {
+        words.append("platform");
+    }
+    return words.join(' ');
+}
+
+} // namespace
+
+class TestOptions : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void goodLinesAreTaken_data();
+    void goodLinesAreTaken();
+    void qtOptionsAreLeftAlone_data();
+    void qtOptionsAreLeftAlone();
+    void wrongUsageIsOneLineOfError_data();
+    void wrongUsageIsOneLineOfError();
+    void helpNamesEveryOption();
+    void theVersionIsPutOut();
+    void headlessSetsThePlatform();
+    void aDisplayIsLookedFor_data();
+    void aDisplayIsLookedFor();
+};
+
+void TestOptions::goodLinesAreTaken_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("options");
+    QTest::newRow("nothing") << ""
+                             << "";
+    QTest::newRow("device") << "--device a.dev"
+                            << "device=a.dev";
+    QTest::newRow("device joined") << "--device=a.dev"
+                                   << "device=a.dev";
+    QTest::newRow("connection") << "--connection a.con"
+                                << "connection=a.con";
+    QTest::newRow("capture") << "--capture link.pcapng"
+                             << "capture=link.pcapng";
+    QTest::newRow("connect") << "--connect"
+                             << "connect";
+    QTest::newRow("headless") << "--headless"
+                              << "headless";
+    QTest::newRow("everything in another order") << "--headless --connect --connection a.con --device a.dev"
+                                                 << "device=a.dev connection=a.con connect headless";
+    QTest::newRow("the next word is the name, whatever it is") << "--device --connect"
+                                                               << "device=--connect";
+    QTest::newRow("a name with a dash in front") << "--device=-a.dev"
+                                                 << "device=-a.dev";
+}
+
+void TestOptions::goodLinesAreTaken()
+{
+    QFETCH(QString, line);
+    const Parsed parsed = parse(line);
+    QVERIFY(!parsed.outcome.exitStatus.has_value());
+    QTEST(summary(parsed.outcome.options), "options");
+    QCOMPARE(parsed.out + parsed.error, QString());
+}
+
+void TestOptions::qtOptionsAreLeftAlone_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<bool>("platform");
+    for (const char* option : {"style", "stylesheet", "platformtheme", "platformpluginpath", "plugin",
+                               "qwindowgeometry", "geometry", "display", "title", "icon", "session"}) {
+        QTest::addRow("-%s", option) << QStringLiteral("-%1 value").arg(option) << false;
+        QTest::addRow("--%s", option) << QStringLiteral("--%1 value").arg(option) << false;
+    }
+    QTest::newRow("-platform") << "-platform offscreen" << true;
+    QTest::newRow("--platform") << "--platform offscreen" << true;
+    QTest::newRow("-style=") << "-style=fusion" << false;
+    QTest::newRow("--style=") << "--style=fusion" << false;
+    QTest::newRow("-stylesheet=") << "-stylesheet=a.qss" << false;
+    QTest::newRow("-reverse") << "-reverse" << false;
+    QTest::newRow("--reverse") << "--reverse" << false;
+    QTest::newRow("-widgetcount") << "-widgetcount" << false;
+    QTest::newRow("a value that looks like an option") << "-title --connect" << false;
+}
+
+void TestOptions::qtOptionsAreLeftAlone()
+{
+    QFETCH(QString, line);
+    QFETCH(bool, platform);
+    const Parsed parsed = parse("--device a.dev " + line + " --headless");
+    QCOMPARE(parsed.error, QString());
+    QVERIFY(!parsed.outcome.exitStatus.has_value());
+    QCOMPARE(summary(parsed.outcome.options),
+             QStringLiteral("device=a.dev headless%1").arg(QLatin1String(platform ? " platform" : "")));
+}
+
+void TestOptions::wrongUsageIsOneLineOfError_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("named");
+    QTest::newRow("unknown option") << "--bogus"
+                                    << "--bogus";
+    QTest::newRow("unknown short option") << "-z"
+                                          << "-z";
+    QTest::newRow("argument without an option") << "a.dev"
+                                                << "a.dev";
+    QTest::newRow("device without a file") << "--device"
+                                           << "--device";
+    QTest::newRow("capture without a file") << "--capture"
+                                            << "--capture";
+    QTest::newRow("two devices") << "--device a.dev --device b.dev"
+                                 << "--device";
+    QTest::newRow("connect with a value") << "--connect=host"
+                                          << "--connect";
+    QTest::newRow("abbreviated option") << "--conn"
+                                        << "--conn";
+    QTest::newRow("joined value that Qt does not take") << "--platform=offscreen"
+                                                        << "--platform";
+}
+
+void TestOptions::wrongUsageIsOneLineOfError()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, named);
+    const Parsed parsed = parse(line);
+    QVERIFY(parsed.outcome.exitStatus.has_value());
+    QCOMPARE(*parsed.outcome.exitStatus, 1);
+    QCOMPARE(parsed.out, QString());
+    QVERIFY2(parsed.error.startsWith("zulbench: "), qPrintable(parsed.error));
+    QVERIFY2(parsed.error.contains(named), qPrintable(parsed.error));
+    QCOMPARE(parsed.error.count('\n'), 1);
+    QVERIFY(parsed.error.endsWith('\n'));
+}
+
+void TestOptions::helpNamesEveryOption()
+{
+    const Parsed parsed = parse("--help");
+    QVERIFY(parsed.outcome.exitStatus.has_value());
+    QCOMPARE(*parsed.outcome.exitStatus, 0);
+    QCOMPARE(parsed.error, QString());
+    for (const char* option : {"--device FILE", "--connection FILE", "--connect ", "--log-config FILE",
+                               "--capture FILE", "--headless", "--help", "--version"}) {
+        QVERIFY2(parsed.out.contains(option), option);
+    }
+}
+
+void TestOptions::theVersionIsPutOut()
+{
+    const Parsed parsed = parse("--version");
+    QVERIFY(parsed.outcome.exitStatus.has_value());
+    QCOMPARE(*parsed.outcome.exitStatus, 0);
+    QCOMPARE(parsed.error, QString());
+    QCOMPARE(parsed.out, QString("the version\n"));
+}
+
+void TestOptions::headlessSetsThePlatform()
+{
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qputenv("QT_QPA_PLATFORMTHEME", "gtk3");
+    cOptions options;
+    options.headless = true;
+    QVERIFY(displayplatform::prepare(options));
+    QCOMPARE(qgetenv("QT_QPA_PLATFORM"), QByteArray("offscreen"));
+    QVERIFY(!qEnvironmentVariableIsSet("QT_QPA_PLATFORMTHEME"));
+}
+
+void TestOptions::aDisplayIsLookedFor_data()
+{
+    QTest::addColumn<QByteArray>("variable");
+    QTest::addColumn<QByteArray>("value");
+    QTest::addColumn<bool>("platformNamed");
+    QTest::addColumn<bool>("found");
+    QTest::newRow("nothing") << QByteArray("DISPLAY") << QByteArray() << false << false;
+    QTest::newRow("X display") << QByteArray("DISPLAY") << QByteArray(":0") << false << true;
+    QTest::newRow("Wayland display") << QByteArray("WAYLAND_DISPLAY") << QByteArray("wayland-0") << false
+                                     << true;
+    QTest::newRow("platform in the environment")
+        << QByteArray("QT_QPA_PLATFORM") << QByteArray("vnc") << false << true;
+    QTest::newRow("platform on the line") << QByteArray("DISPLAY") << QByteArray() << true << true;
+}
+
+void TestOptions::aDisplayIsLookedFor()
+{
+    QFETCH(QByteArray, variable);
+    QFETCH(QByteArray, value);
+    cOptions options;
+    QFETCH(bool, platformNamed);
+    options.platformNamed = platformNamed;
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+        qunsetenv(name);
+    }
+    qputenv(variable.constData(), value);
+    QTEST(displayplatform::prepare(options), "found");
+}
+
+ZUL_QTEST_MAIN(TestOptions)
+#include "options_test.moc"

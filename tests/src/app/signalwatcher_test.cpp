@@ -1,0 +1,72 @@
+#include "modalanswers.h"
+#include "qttestmain.h"
+#include "signalwatcher.h"
+
+#include <csignal>
+#include <unistd.h>
+
+class TestSignalWatcher : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void bothSignalsArrive_data();
+    void bothSignalsArrive();
+    void aSignalWaitsForTheWatcher();
+    void aSignalQuitsUnderAMessageBox();
+};
+
+void TestSignalWatcher::bothSignalsArrive_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::newRow("SIGINT") << SIGINT;
+    QTest::newRow("SIGTERM") << SIGTERM;
+}
+
+void TestSignalWatcher::bothSignalsArrive()
+{
+    QFETCH(int, number);
+    const cSignalWatcher watcher;
+    QSignalSpy arrivals(&watcher, &cSignalWatcher::arrived);
+    QCOMPARE(kill(getpid(), number), 0);
+    QTRY_COMPARE(arrivals.count(), 1);
+    QCOMPARE(arrivals[0][0].toInt(), number);
+}
+
+void TestSignalWatcher::aSignalWaitsForTheWatcher()
+{
+    QCOMPARE(kill(getpid(), SIGTERM), 0);
+    const cSignalWatcher watcher;
+    QSignalSpy arrivals(&watcher, &cSignalWatcher::arrived);
+    QTRY_COMPARE(arrivals.count(), 1);
+}
+
+void TestSignalWatcher::aSignalQuitsUnderAMessageBox()
+{
+    const cSignalWatcher watcher;
+    connect(&watcher, &cSignalWatcher::arrived, qApp, &QApplication::quit);
+    bool boxWasModal = false;
+    QTimer signalOnceModal;
+    connect(&signalOnceModal, &QTimer::timeout, [&] {
+        if (QApplication::activeModalWidget() != nullptr) {
+            boxWasModal = true;
+            signalOnceModal.stop();
+            kill(getpid(), SIGTERM);
+        }
+    });
+    signalOnceModal.start(5);
+    QTimer tooLate;
+    connect(&tooLate, &QTimer::timeout, [] { _exit(99); });
+    tooLate.start(20000);
+    QTimer::singleShot(0, [] { QMessageBox::critical(nullptr, "Title", "Text", QMessageBox::Ok); });
+    QCOMPARE(QApplication::exec(), 0);
+    QVERIFY(boxWasModal);
+}
+
+int main(int argc, char** argv)
+{
+    cSignalWatcher::block();
+    return runQtTest<TestSignalWatcher>(argc, argv);
+}
+
+#include "signalwatcher_test.moc"

@@ -1,0 +1,165 @@
+#include "boundedread.h"
+#include "cconfig.h"
+#include "connectionfile.h"
+#include "endlessfile.h"
+#include "homefiles.h"
+#include "qttestmain.h"
+
+#include <QBuffer>
+
+namespace {
+
+using Fields = std::initializer_list<cConnectionFile::eField>;
+
+cConnectionFile readOver(const cConnectionFile& former, QByteArray text, Fields fields)
+{
+    cConnectionFile connection = former;
+    QBuffer buffer(&text);
+    buffer.open(QIODevice::ReadOnly);
+    connection.read(buffer, fields);
+    return connection;
+}
+
+QString summary(const cConnectionFile& connection)
+{
+    return connection.descriptor + '|' + connection.address + '|' + connection.port;
+}
+
+const Fields kAll{cConnectionFile::DESCRIPTOR, cConnectionFile::ADDRESS, cConnectionFile::PORT};
+
+} // namespace
+
+class TestConnectionFile : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void writesThreePaddedLines();
+    void readingTakesTheValuesOver_data();
+    void readingTakesTheValuesOver();
+    void onlyTheFieldsAskedForAreTaken();
+    void aLineCountsForTheFirstFieldAskedFor();
+    void savingReplacesTheFile();
+    void savingWhereNoDirectoryIsFails();
+    void theRecordGetsAddressPortAndPath();
+    void aHugeLineIsReadInTime();
+    void anEndlessFileIsReadInPart_data();
+    void anEndlessFileIsReadInPart();
+};
+
+void TestConnectionFile::writesThreePaddedLines()
+{
+    QBuffer buffer;
+    QVERIFY(buffer.open(QIODevice::WriteOnly));
+    cConnectionFile{"lab", "10.0.0.5", "50001"}.write(buffer);
+    QCOMPARE(buffer.data(), QByteArray("Connection descriptor:   lab\n"
+                                       "Connection IP address:   10.0.0.5\n"
+                                       "Connection port number:  50001\n"));
+}
+
+void TestConnectionFile::readingTakesTheValuesOver_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("values");
+    QTest::newRow("a file as written") << QByteArray("Connection descriptor:   lab\n"
+                                                     "Connection IP address:   10.0.0.5\n"
+                                                     "Connection port number:  50001\n")
+                                       << "lab|10.0.0.5|50001";
+    QTest::newRow("stray blanks in the address")
+        << QByteArray("Connection IP address:   10. 0.0.1\n") << "d|10.0.0.1|p";
+    QTest::newRow("blanks in the descriptor") << QByteArray("Connection descriptor: my lab\n") << "mylab|a|p";
+    QTest::newRow("only a port") << QByteArray("Connection port number:  50001\n") << "d|a|50001";
+    QTest::newRow("any order") << QByteArray("Connection port number:1\nConnection descriptor:2\n")
+                               << "2|a|1";
+    QTest::newRow("the last line of a key counts")
+        << QByteArray("Connection port number:1\nConnection port number:2\n") << "d|a|2";
+    QTest::newRow("CRLF line ends") << QByteArray("Connection port number:  1\r\n") << "d|a|1";
+    QTest::newRow("no line end") << QByteArray("Connection port number:  1") << "d|a|1";
+    QTest::newRow("key in the middle of a line, value behind the first colon")
+        << QByteArray("x:y Connection port number: 1\n") << "d|a|yConnectionportnumber:1";
+    QTest::newRow("key in other letters") << QByteArray("connection port number: 1\n") << "d|a|p";
+    QTest::newRow("key without a colon") << QByteArray("Connection port number 1\n") << "d|a|p";
+    QTest::newRow("tabs stay") << QByteArray("Connection IP address:\t1\n") << "d|\t1|p";
+    QTest::newRow("an empty value is a value") << QByteArray("Connection IP address:   \n") << "d||p";
+    QTest::newRow("empty file") << QByteArray() << "d|a|p";
+    QTest::newRow("binary file") << QByteArray(5000, '\xfe') << "d|a|p";
+}
+
+void TestConnectionFile::readingTakesTheValuesOver()
+{
+    QFETCH(QByteArray, text);
+    QTEST(summary(readOver({"d", "a", "p"}, text, kAll)), "values");
+}
+
+void TestConnectionFile::onlyTheFieldsAskedForAreTaken()
+{
+    const QByteArray text("Connection descriptor:1\nConnection IP address:2\nConnection port number:3\n");
+    QCOMPARE(summary(readOver({"d", "a", "p"}, text, {cConnectionFile::ADDRESS, cConnectionFile::PORT})),
+             QString("d|2|3"));
+}
+
+void TestConnectionFile::aLineCountsForTheFirstFieldAskedFor()
+{
+    const QByteArray text("Connection port number: Connection IP address: Connection descriptor: 1\n");
+    const QString value("ConnectionIPaddress:Connectiondescriptor:1");
+    QCOMPARE(summary(readOver({"d", "a", "p"}, text, kAll)), value + "|a|p");
+    QCOMPARE(summary(readOver({"d", "a", "p"}, text, {cConnectionFile::ADDRESS, cConnectionFile::PORT})),
+             "d|" + value + "|p");
+}
+
+void TestConnectionFile::savingReplacesTheFile()
+{
+    const HomeFiles home;
+    const QString path = home.write("lab.con", QByteArray(1000, 'x'));
+    QVERIFY((cConnectionFile{"lab", "10.0.0.5", "50001"}.save(path)));
+    QCOMPARE(home.read("lab.con"), QByteArray("Connection descriptor:   lab\n"
+                                              "Connection IP address:   10.0.0.5\n"
+                                              "Connection port number:  50001\n"));
+}
+
+void TestConnectionFile::savingWhereNoDirectoryIsFails()
+{
+    const HomeFiles home;
+    QVERIFY((!cConnectionFile{"lab", "10.0.0.5", "50001"}.save(home.pathOf("missing/lab.con"))));
+}
+
+void TestConnectionFile::theRecordGetsAddressPortAndPath()
+{
+    cConfig record;
+    record.setZULCurrentFile("untouched");
+    cConnectionFile{"lab", "10.0.0.5", "50001"}.fill(record, "/d/lab.con");
+    QCOMPARE(record.getZULIP(), QString("10.0.0.5"));
+    QCOMPARE(record.getZULPort(), QString("50001"));
+    QCOMPARE(record.getZULConnectionFile(), QString("/d/lab.con"));
+    QCOMPARE(record.getZULCurrentFile(), QString("untouched"));
+}
+
+void TestConnectionFile::aHugeLineIsReadInTime()
+{
+    const QByteArray text = "Connection port number: 1\n" + QByteArray(100 * 1000 * 1000, 'x');
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(summary(readOver({"d", "a", "p"}, text, kAll)), QString("d|a|1"));
+    QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
+}
+
+void TestConnectionFile::anEndlessFileIsReadInPart_data()
+{
+    QTest::addColumn<QByteArray>("pattern");
+    QTest::addColumn<QString>("values");
+    QTest::newRow("zero bytes") << QByteArray(1, '\0') << "d|a|p";
+    QTest::newRow("many lines") << QByteArray("Connection port number: 1\n") << "d|a|1";
+}
+
+void TestConnectionFile::anEndlessFileIsReadInPart()
+{
+    QFETCH(QByteArray, pattern);
+    EndlessFile file(pattern);
+    cConnectionFile connection{"d", "a", "p"};
+    connection.read(file, kAll);
+    QTEST(summary(connection), "values");
+    QVERIFY2(file.taken() <= 2 * kMaxLineFileBytes, qPrintable(QString::number(file.taken())));
+}
+
+ZUL_QTEST_MAIN(TestConnectionFile)
+#include "connectionfile_test.moc"
