@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 #include "wmsg/wbytes.h"
@@ -42,7 +43,10 @@ WMsgReader::eResult WMsgReader::read(const uint8_t** data, size_t* size, int64_t
     return MORE;
 }
 
-bool WMsgReader::overdue(int64_t nowMs) const { return !idle() && nowMs - mBegunMs > mLimits.ageMs; }
+int64_t WMsgReader::deadline() const
+{
+    return idle() ? std::numeric_limits<int64_t>::max() : mBegunMs + mLimits.ageMs + 1;
+}
 
 bool WMsgReader::takeHeaderBytes(const uint8_t** data, size_t* size)
 {

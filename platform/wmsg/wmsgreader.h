@@ -42,7 +42,10 @@ public:
     eResult read(const uint8_t** data, size_t* size, int64_t nowMs, WMsg* message);
 
     /// True when a message has been begun and is older than permitted at @p nowMs.
-    bool overdue(int64_t nowMs) const;
+    bool overdue(int64_t nowMs) const { return nowMs >= deadline(); }
+
+    /// When the message that has been begun becomes overdue; the largest time if there is none.
+    int64_t deadline() const;
 
     /// Why the bytes were refused.
     WStatus status() const { return mStatus; }

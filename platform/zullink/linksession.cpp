@@ -1,0 +1,352 @@
+#include "zullink/linksession.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+/// Answers to pings that are written at once, so that other messages get their turn.
+constexpr size_t kMaxPingBytes = 4096;
+
+/// An output buffer that is larger is not kept.
+constexpr size_t kMaxKeptBytes = 16 * 1024;
+
+constexpr char kNotReading[] = "it does not read what is sent to it";
+
+} // namespace
+
+uint8_t LinkNumbers::next(const std::bitset<256>& own)
+{
+    for (int i = 0; i < 256; ++i) {
+        if (mOutstanding[++mCurrMsgSeq] == 0) {
+            return mCurrMsgSeq;
+        }
+    }
+    do {
+        ++mCurrMsgSeq;
+    } while (own[mCurrMsgSeq]);
+    return mCurrMsgSeq;
+}
+
+LinkSession::LinkSession(const Settings& settings, LinkNumbers* numbers)
+    : mSettings(settings), mNumbers(numbers)
+{}
+
+LinkSession::~LinkSession() { drop(false); }
+
+void LinkSession::connected(int64_t nowMs)
+{
+    ++mConnection;
+    mConnected = true;
+    mProblem.clear();
+    mReader = WMsgReader();
+    mHasReceived = false;
+    mReading = true;
+    mPausedMs = 0;
+    mLastReceivedMs = nowMs;
+    mPinged = false;
+}
+
+std::vector<LinkSession::AnswerHandler> LinkSession::disconnected() { return drop(mSettings.keepsMessages); }
+
+std::vector<LinkSession::AnswerHandler> LinkSession::clear() { return drop(false); }
+
+std::vector<LinkSession::AnswerHandler> LinkSession::drop(bool keepsMessages)
+{
+    mConnected = false;
+    if (keepsMessages && mPartialSend && isWriting()) {
+        requeue(std::move(*mPartialSend));
+    }
+    mPartialSend.reset();
+    mOutput = {};
+    mWritten = 0;
+    mPings.clear();
+    mPingDue = false;
+
+    std::vector<AnswerHandler> ended;
+    for (Outstanding& outstanding : mOutstanding) {
+        release(outstanding.seq);
+        ended.push_back(std::move(outstanding.handler));
+    }
+    mOutstanding.clear();
+    const auto ends = [keepsMessages](const Entry& entry) {
+        return !keepsMessages || entry.kind == eKind::ANSWER;
+    };
+    for (Entry& entry : mQueue) {
+        if (ends(entry)) {
+            count(entry, false);
+            ended.push_back(std::move(entry.handler));
+        }
+    }
+    std::erase_if(mQueue, ends);
+    std::erase(ended, nullptr);
+    return ended;
+}
+
+void LinkSession::abandon(const std::string& reason)
+{
+    if (mProblem.empty()) {
+        mProblem = reason;
+    }
+}
+
+bool LinkSession::read(std::span<const uint8_t>* bytes, int64_t nowMs, Received* received)
+{
+    if (!isSound() || bytes->empty()) {
+        return false;
+    }
+    mLastReceivedMs = nowMs;
+    mPinged = false;
+    const uint8_t* data = bytes->data();
+    size_t size = bytes->size();
+    WMsg& message = received->message;
+    WMsgReader::eResult result = WMsgReader::MORE;
+    while ((result = mReader.read(&data, &size, nowMs - mPausedMs, &message)) == WMsgReader::MESSAGE) {
+        mHasReceived = true;
+        if (!message.control) {
+            *bytes = {data, size};
+            received->token = {mConnection, message.seq};
+            received->handler = message.answer ? takeHandler(message.seq) : nullptr;
+            return true;
+        }
+        if (!message.answer && message.type == wmsg::kControlPing && mPings.size() < kMaxPings) {
+            mPings.push_back(message.seq);
+        }
+    }
+    *bytes = {};
+    if (result == WMsgReader::BROKEN) {
+        abandon(mSettings.brokenBytes + mReader.status().text());
+    }
+    return false;
+}
+
+void LinkSession::setReading(bool reading, int64_t nowMs)
+{
+    if (reading == mReading) {
+        return;
+    }
+    mReading = reading;
+    if (reading) {
+        mPausedMs += nowMs - mPausedSinceMs;
+        mLastReceivedMs = nowMs;
+    } else {
+        mPausedSinceMs = nowMs;
+    }
+}
+
+/// Frees @p seq and takes its handler. Answers come in the order of the requests, so one also tells that none
+/// will come to an earlier request; of these the numbers are freed that nobody waits for.
+LinkSession::AnswerHandler LinkSession::takeHandler(uint8_t seq)
+{
+    const auto answered =
+        std::find_if(mOutstanding.begin(), mOutstanding.end(),
+                     [seq](const Outstanding& outstanding) { return outstanding.seq == seq; });
+    if (answered == mOutstanding.end()) {
+        ++mUnmatched;
+        return nullptr;
+    }
+    AnswerHandler handler = std::exchange(answered->handler, nullptr);
+    if (handler == nullptr) {
+        ++mUnmatched;
+    }
+    const auto isGivenUp = [](const Outstanding& outstanding) { return outstanding.handler == nullptr; };
+    std::for_each(mOutstanding.begin(), answered, [&](const Outstanding& outstanding) {
+        if (isGivenUp(outstanding)) {
+            release(outstanding.seq);
+        }
+    });
+    release(seq);
+    mOutstanding.erase(std::remove_if(mOutstanding.begin(), answered, isGivenUp), answered + 1);
+    return handler;
+}
+
+void LinkSession::release(uint8_t seq)
+{
+    mTaken.reset(seq);
+    mNumbers->release(seq);
+}
+
+void LinkSession::send(WMsg message)
+{
+    if (mConnected || mSettings.keepsMessages) {
+        push({.message = std::move(message)});
+    }
+}
+
+void LinkSession::answer(const ReplyToken& token, WMsg message)
+{
+    if (isSound() && token.connection == mConnection) {
+        message.answer = true;
+        message.seq = token.seq;
+        push({.message = std::move(message), .kind = eKind::ANSWER, .numbered = true});
+    }
+}
+
+uint64_t LinkSession::request(WMsg message, AnswerHandler handler)
+{
+    if (isFull() || (!mConnected && !mSettings.keepsMessages)) {
+        return 0;
+    }
+    push({.message = std::move(message),
+          .kind = eKind::REQUEST,
+          .request = ++mLastRequest,
+          .handler = std::move(handler)});
+    return mLastRequest;
+}
+
+void LinkSession::giveUp(uint64_t request)
+{
+    for (Outstanding& outstanding : mOutstanding) {
+        if (outstanding.request == request) {
+            outstanding.handler = nullptr;
+            return;
+        }
+    }
+    const auto queued = std::find_if(mQueue.begin(), mQueue.end(), [request](const Entry& entry) {
+        return entry.kind == eKind::REQUEST && entry.request == request;
+    });
+    if (queued != mQueue.end()) {
+        count(*queued, false);
+        mQueue.erase(queued);
+    }
+}
+
+void LinkSession::count(const Entry& entry, bool added)
+{
+    const size_t cost = entry.message.payload.size() + sizeof(Entry);
+    size_t& bytes = entry.kind == eKind::ANSWER ? mAnswerBytes : mQueueBytes;
+    bytes = added ? bytes + cost : bytes - cost;
+    if (entry.kind == eKind::REQUEST) {
+        mQueuedRequests = added ? mQueuedRequests + 1 : mQueuedRequests - 1;
+    }
+}
+
+void LinkSession::push(Entry entry)
+{
+    count(entry, true);
+    mQueue.push_back(std::move(entry));
+    trim();
+}
+
+void LinkSession::requeue(Entry entry)
+{
+    count(entry, true);
+    mQueue.push_front(std::move(entry));
+    trim();
+}
+
+/// Keeps what this side originates within its bound.
+void LinkSession::trim()
+{
+    if (!mSettings.keepsMessages && mQueueBytes + mOutput.size() - mWritten > mSettings.queueBytes) {
+        abandon(kNotReading);
+    }
+    while (mSettings.keepsMessages && mQueueBytes > mSettings.queueBytes) {
+        const auto oldest = std::find_if(mQueue.begin(), mQueue.end(),
+                                         [](const Entry& entry) { return entry.kind == eKind::EVENT; });
+        if (oldest == mQueue.end()) {
+            return;
+        }
+        count(*oldest, false);
+        mQueue.erase(oldest);
+        ++(mConnected ? mDropped.whileUp : mDropped.whileDown);
+    }
+}
+
+LinkSession::Dropped LinkSession::takeDropped() { return std::exchange(mDropped, {}); }
+
+std::span<const uint8_t> LinkSession::output(int64_t nowMs)
+{
+    if (!isSound()) {
+        return {};
+    }
+    if (!isWriting()) {
+        fillOutput();
+        mLastWrittenMs = nowMs;
+    }
+    return std::span<const uint8_t>(mOutput).subspan(mWritten);
+}
+
+void LinkSession::written(size_t size, int64_t nowMs)
+{
+    mWritten += size;
+    mLastWrittenMs = nowMs;
+}
+
+void LinkSession::fillOutput()
+{
+    mOutput.clear();
+    if (mOutput.capacity() > kMaxKeptBytes) {
+        mOutput = {};
+    }
+    mWritten = 0;
+    mPartialSend.reset();
+    if (std::exchange(mPingDue, false)) {
+        WMsg::ping(false).appendFrames(mOutput);
+    }
+    for (; !mPings.empty() && mOutput.size() < kMaxPingBytes; mPings.pop_front()) {
+        WMsg answer = WMsg::ping(true);
+        answer.seq = mPings.front();
+        answer.appendFrames(mOutput);
+    }
+    if (mQueue.empty()) {
+        return;
+    }
+    Entry entry = std::move(mQueue.front());
+    count(entry, false);
+    mQueue.pop_front();
+    assignSequence(&entry);
+    entry.message.appendFrames(mOutput);
+    if (entry.kind == eKind::EVENT) {
+        mPartialSend = std::move(entry);
+    }
+}
+
+void LinkSession::assignSequence(Entry* entry)
+{
+    if (entry->numbered) {
+        return;
+    }
+    const uint8_t seq = mNumbers->next(mTaken);
+    entry->message.seq = seq;
+    entry->numbered = true;
+    if (entry->kind == eKind::REQUEST) {
+        mTaken.set(seq);
+        mNumbers->acquire(seq);
+        mOutstanding.push_back({seq, entry->request, std::move(entry->handler)});
+    }
+}
+
+int64_t LinkSession::deadline() const
+{
+    if (!isSound()) {
+        return kNever;
+    }
+    int64_t next = kNever;
+    if (mReading) {
+        const int64_t overdue = mReader.deadline();
+        next = std::min(mLastReceivedMs + (mPinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs),
+                        overdue == kNever ? kNever : overdue + mPausedMs);
+    }
+    return isWriting() ? std::min(next, mLastWrittenMs + mSettings.giveUpAfterMs) : next;
+}
+
+void LinkSession::checkTimes(int64_t nowMs)
+{
+    const int64_t idleMs = mReading ? nowMs - mLastReceivedMs : 0;
+    if (!isSound()) {
+        return;
+    }
+    if (!mPinged && idleMs >= mSettings.pingAfterMs) {
+        mPinged = true;
+        mPingDue = true;
+    } else if (idleMs >= mSettings.giveUpAfterMs) {
+        abandon(mSettings.silent);
+    }
+    if (mReading && mReader.overdue(nowMs - mPausedMs)) {
+        abandon("a message takes too long to arrive");
+    }
+    if (isWriting() && nowMs - mLastWrittenMs >= mSettings.giveUpAfterMs) {
+        abandon(kNotReading);
+    }
+}

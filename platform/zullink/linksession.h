@@ -1,0 +1,249 @@
+#ifndef ZULLINK_LINKSESSION_H
+#define ZULLINK_LINKSESSION_H
+
+#include <array>
+#include <bitset>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <limits>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "wmsg/wmsg.h"
+#include "wmsg/wmsgreader.h"
+
+/// Gives out the sequence numbers of the messages that one side originates: 1 to 255, then 0, and so on.
+///
+/// All sessions of a side share one. It has no lock of its own.
+class LinkNumbers
+{
+public:
+    /// The next number that no session has outstanding or, if there is none, that is not in @p own.
+    uint8_t next(const std::bitset<256>& own);
+
+    void acquire(uint8_t seq) { ++mOutstanding[seq]; }
+    void release(uint8_t seq) { --mOutstanding[seq]; }
+
+private:
+    uint8_t mCurrMsgSeq = 0;                  ///< the number given out last
+    std::array<uint32_t, 256> mOutstanding{}; ///< on how many connections
+};
+
+/// One end of a link, without socket, clock or thread.
+///
+/// A driver feeds it the bytes received, the time and the messages to send, and takes the messages received,
+/// the bytes to write and the next deadline. All times are in milliseconds by one clock that never goes back.
+class LinkSession
+{
+public:
+    struct Settings
+    {
+        int pingAfterMs = 10000;   ///< nothing received for so long: ping
+        int giveUpAfterMs = 30000; ///< nothing received, or nothing written, for so long: the peer is gone
+        size_t queueBytes = 4 * 1024 * 1024;  ///< messages that this side originates and that wait
+        size_t answerBytes = 4 * 1024 * 1024; ///< answers that wait; backlogExceeded() beyond it
+
+        /// True: what waits outlives the connection, and past queueBytes the oldest event is dropped.
+        /// False: everything ends with the connection, which is given up past queueBytes.
+        bool keepsMessages = true;
+
+        // How problem() begins. Literals.
+        const char* silent = "it is silent";
+        const char* brokenBytes = "it sent broken bytes: ";
+    };
+
+    /// Requests that may be outstanding at once: one number stays free for everything else.
+    static constexpr size_t kMaxOutstanding = 255;
+
+    /// Pings that may wait for their answers; the session passes over more.
+    static constexpr size_t kMaxPings = 64 * 1024;
+
+    /// "Never", as a time.
+    static constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
+
+    /// Ties an answer to the message that it answers. The default one belongs to no message.
+    struct ReplyToken
+    {
+        uint64_t connection = 0; ///< counted from 1
+        uint8_t seq = 0;
+    };
+
+    /// Gets the answer, or null if the connection ended before it came.
+    using AnswerHandler = std::function<void(const WMsg*)>;
+
+    struct Received
+    {
+        WMsg message = {};
+        ReplyToken token; ///< for the answer to `message`
+        AnswerHandler handler =
+            nullptr; ///< of the request that `message` answers; null if nobody waits for it
+    };
+
+    /// @p numbers is borrowed.
+    LinkSession(const Settings& settings, LinkNumbers* numbers);
+    ~LinkSession();
+    LinkSession(const LinkSession&) = delete;
+    LinkSession& operator=(const LinkSession&) = delete;
+
+    // The connection.
+
+    void connected(int64_t nowMs);
+
+    /// Drops what belongs to the connection; an event that was written in part waits for the next one.
+    /// Returns the handlers of the requests that ended, for the caller to call with null.
+    std::vector<AnswerHandler> disconnected();
+
+    /// Drops everything that waits to be sent. Returns handlers like disconnected().
+    std::vector<AnswerHandler> clear();
+
+    /// Gives the connection up: nothing more is read or written, and problem() is @p reason unless there was
+    /// one.
+    void abandon(const std::string& reason);
+
+    bool isConnected() const { return mConnected; }
+
+    /// Why the connection must be given up, in a few words; empty while it is sound.
+    const std::string& problem() const { return mProblem; }
+
+    /// True once the peer has sent a whole message over this connection.
+    bool hasReceived() const { return mHasReceived; }
+
+    // Receiving.
+
+    /// Reads from @p *bytes and moves it past what was used. True if *@p received is a message; then call
+    /// again. Pings are answered, and never returned.
+    bool read(std::span<const uint8_t>* bytes, int64_t nowMs, Received* received);
+
+    /// The driver stops or resumes reading: a peer that is not read is not silent. No effect if it does
+    /// already.
+    void setReading(bool reading, int64_t nowMs);
+
+    /// Answers that nobody waited for.
+    uint64_t unmatchedAnswers() const { return mUnmatched; }
+
+    // Sending. Messages get their numbers when they are written.
+
+    /// Sends an event or another message that is not answered.
+    void send(WMsg message);
+
+    /// Sends the answer to the message that @p token came with; dropped if that connection is gone.
+    void answer(const ReplyToken& token, WMsg message);
+
+    /// Sends a request or a set, whose answer goes to @p handler; a null one drops it. Returns a number for
+    /// giveUp(), or 0 if too many are outstanding: then nothing is sent.
+    uint64_t request(WMsg message, AnswerHandler handler);
+
+    /// Forgets the handler of @p request. Its sequence number stays taken until the answer comes.
+    void giveUp(uint64_t request);
+
+    /// True while more than Settings::answerBytes wait: deliver and read nothing until they are written.
+    bool backlogExceeded() const { return mAnswerBytes > mSettings.answerBytes; }
+
+    struct Dropped
+    {
+        uint64_t whileUp = 0;
+        uint64_t whileDown = 0;
+    };
+
+    /// Events that were dropped since the last call.
+    Dropped takeDropped();
+
+    // Writing.
+
+    /// The bytes to write now, valid until the next call that is not const; empty if there are none.
+    std::span<const uint8_t> output(int64_t nowMs);
+
+    /// The first @p size bytes of output() have been written.
+    void written(size_t size, int64_t nowMs);
+
+    // Time.
+
+    /// When to call checkTimes() next.
+    int64_t deadline() const;
+
+    /// Pings the peer if it was idle for too long, and gives it up if it is gone. Read what has come before.
+    void checkTimes(int64_t nowMs);
+
+private:
+    enum class eKind : uint8_t
+    {
+        EVENT, ///< or whatever else is not answered
+        ANSWER,
+        REQUEST
+    };
+
+    /// A message that waits to be written.
+    struct Entry
+    {
+        WMsg message = {};
+        eKind kind = eKind::EVENT;
+        bool numbered = false;
+        uint64_t request = 0; ///< of a REQUEST
+        AnswerHandler handler = nullptr;
+    };
+
+    /// A request that was written, at least in part.
+    struct Outstanding
+    {
+        uint8_t seq;
+        uint64_t request;
+        AnswerHandler handler = nullptr; ///< null if nobody waits
+    };
+
+    bool isSound() const { return mConnected && mProblem.empty(); }
+    bool isWriting() const { return mWritten < mOutput.size(); }
+    bool isFull() const { return mOutstanding.size() + mQueuedRequests >= kMaxOutstanding; }
+    void push(Entry entry);
+    void requeue(Entry entry);
+    void count(const Entry& entry, bool added);
+    void trim();
+    void assignSequence(Entry* entry);
+    void fillOutput();
+    AnswerHandler takeHandler(uint8_t seq);
+    void release(uint8_t seq);
+    std::vector<AnswerHandler> drop(bool keepsMessages);
+
+    const Settings mSettings;
+    LinkNumbers* const mNumbers;
+
+    // The connection.
+    uint64_t mConnection = 0; ///< counts connections from 1
+    bool mConnected = false;
+    std::string mProblem;
+
+    // Receiving.
+    WMsgReader mReader;
+    bool mHasReceived = false;
+    bool mReading = true;
+    int64_t mPausedSinceMs = 0; ///< while reading is paused
+    int64_t mPausedMs = 0;      ///< how long reading was paused before: the reader's clock stood still
+    int64_t mLastReceivedMs = 0;
+    bool mPinged = false; ///< since mLastReceivedMs
+
+    // Requests.
+    std::deque<Outstanding> mOutstanding; ///< oldest first
+    std::bitset<256> mTaken;              ///< the numbers in mOutstanding
+    size_t mQueuedRequests = 0;
+    uint64_t mLastRequest = 0;
+    uint64_t mUnmatched = 0;
+
+    // Sending.
+    std::deque<Entry> mQueue;
+    size_t mQueueBytes = 0;  ///< of what this side originates
+    size_t mAnswerBytes = 0; ///< of answers
+    Dropped mDropped;
+
+    // Writing.
+    bool mPingDue = false;
+    std::deque<uint8_t> mPings;        ///< numbers of the pings to be answered
+    std::vector<uint8_t> mOutput;      ///< control messages, then one other message
+    size_t mWritten = 0;               ///< of mOutput
+    std::optional<Entry> mPartialSend; ///< the event in mOutput, to be sent again if that is cut off
+    int64_t mLastWrittenMs = 0;        ///< or when mOutput was filled
+};
+
+#endif
