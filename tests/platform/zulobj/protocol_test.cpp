@@ -1,6 +1,8 @@
 // Holds docs/protocol.md to what the libraries do.
 
 #include <gtest/gtest.h>
+#include <initializer_list>
+#include <map>
 #include <sstream>
 #include <string>
 
@@ -40,9 +42,7 @@ WMsg read(const std::vector<uint8_t>& bytes)
 
 TEST(ProtocolDocumentTest, EveryMessageDecodesAndAllButTheUnknownEncodeAgain)
 {
-    const auto messages = documentMessages();
-    EXPECT_EQ(messages.size(), 9U);
-    for (const auto& [name, bytes] : messages) {
+    for (const auto& [name, bytes] : documentMessages()) {
         SCOPED_TRACE(name);
         const WMsg message = read(bytes);
         EXPECT_EQ(framesOf(message), bytes);
@@ -55,78 +55,192 @@ TEST(ProtocolDocumentTest, EveryMessageDecodesAndAllButTheUnknownEncodeAgain)
     }
 }
 
-TEST(ProtocolDocumentTest, PingsAreThoseOfTheLink)
-{
-    auto messages = documentMessages();
-    EXPECT_EQ(framesOf(WMsg::ping(false)), messages["ping"]);
-    EXPECT_EQ(framesOf(WMsg::ping(true)), messages["ping-answer"]);
-}
+using Messages = std::map<std::string, std::vector<uint8_t>>;
 
-TEST(ProtocolDocumentTest, RequestForTheDeviceIsTheDocuments)
+constexpr bool kIsAnswer = true;
+constexpr uint32_t kSerial = 1001;
+
+/// A message with @p records. Deletes them.
+std::vector<uint8_t> messageWith(uint8_t type, uint8_t seq, bool answer,
+                                 std::initializer_list<cObject*> records)
 {
     cObjectList list;
-    list.setMsgType(cObjectList::kRequest);
+    list.setMsgType(type);
+    for (cObject* record : records) {
+        list.add(record);
+    }
+    return framesOf(list, seq, answer);
+}
+
+template <class Port>
+Port* portOf(uint32_t serial, uint32_t portId)
+{
+    auto* port = new Port;
+    port->setDeviceSerial(serial);
+    port->setPortId(portId);
+    return port;
+}
+
+cObjectDevice* everyDevice()
+{
     auto* device = new cObjectDevice;
     device->setDeviceSerial(cObject::kWildcard);
-    list.add(device);
-    EXPECT_EQ(framesOf(list, 7, false), documentMessages()["request-device"]);
+    return device;
 }
 
-TEST(ProtocolDocumentTest, AnswerOfTheDeviceIsTheDocuments)
+cObjectDevice* laboratory()
 {
-    cObjectList list;
-    list.setMsgType(cObjectList::kRequest);
     auto* device = new cObjectDevice;
-    device->setDeviceSerial(1001);
+    device->setDeviceSerial(kSerial);
     device->setDeviceLabel("Lab");
     device->setDeviceType(cObjectDevice::TYPE_DISCRETE_IO);
     device->setVersion(2);
     device->setDiscreteInCount(3);
     device->setDiscreteOutCount(2);
     device->setAnalogInCount(1);
-    list.add(device);
-    EXPECT_EQ(framesOf(list, 7, true), documentMessages()["answer-device"]);
+    return device;
 }
 
-TEST(ProtocolDocumentTest, EventOfAnInputIsTheDocuments)
+cObjectDInput* door()
 {
-    cObjectList list;
-    list.setMsgType(cObjectList::kEvent);
-    auto* input = new cObjectDInput;
-    input->setDeviceSerial(1001);
-    input->setPortId(3);
+    auto* input = portOf<cObjectDInput>(kSerial, 3);
     input->setPortLabel("Door");
     input->setInputState(cObject::OBJ_IO_STATE_SET);
     input->setDefaultState(cObject::OBJ_IO_STATE_CLEAR);
-    list.add(input);
-    EXPECT_EQ(framesOf(list, 1, false), documentMessages()["event-digital-input"]);
+    return input;
 }
 
-TEST(ProtocolDocumentTest, SetOfAnOffsetIsTheDocuments)
+cObjectDInput* requestForAPlainPort()
 {
-    cObjectList list;
-    list.setMsgType(cObjectList::kSet);
-    auto* input = new cObjectAInput;
-    input->setDeviceSerial(1001);
-    input->setPortId(1);
+    auto* input = portOf<cObjectDInput>(kSerial, 3);
+    input->setPortType(OBJ_PORT);
+    return input;
+}
+
+cObjectPort* plainPort()
+{
+    auto* port = portOf<cObjectPort>(kSerial, 3);
+    port->setPortLabel("Door");
+    port->setPortStatus(cObject::OBJ_STATUS_ALARM_SET);
+    port->setPortType(OBJ_PORT_DIN);
+    return port;
+}
+
+cObjectAInput* offsetToSet()
+{
+    auto* input = portOf<cObjectAInput>(kSerial, 1);
     input->setOffset(0.5F);
-    list.add(input);
-    EXPECT_EQ(framesOf(list, 8, false), documentMessages()["set-analog-input"]);
-    list.deleteObjects();
-    EXPECT_EQ(framesOf(list, 8, true), documentMessages()["answer-set"]);
+    return input;
 }
 
-TEST(ProtocolDocumentTest, EventOfASampleIsTheDocuments)
+cObjectDOutput* outputToSet()
 {
-    cObjectList list;
-    list.setMsgType(cObjectList::kEvent);
-    auto* sample = new cObjectAnalogSample;
-    sample->setDeviceSerial(1001);
-    sample->setPortNum(1);
-    sample->setSample(57.9F);
-    sample->setSeqNum(255);
-    list.add(sample);
-    EXPECT_EQ(framesOf(list, 2, false), documentMessages()["event-sample"]);
+    auto* output = portOf<cObjectDOutput>(kSerial, 2);
+    output->setOutputState(cObject::OBJ_IO_STATE_SET);
+    return output;
+}
+
+cObjectCapability* capability(uint32_t capId, const char* label, const char* value)
+{
+    auto* record = new cObjectCapability;
+    record->setDeviceSerial(kSerial);
+    record->setCapId(capId);
+    record->setLabel(label);
+    record->setValue(value);
+    return record;
+}
+
+cObjectAOutput* analogOutput()
+{
+    auto* output = portOf<cObjectAOutput>(1002, 1);
+    output->setPortLabel("AOUT 1");
+    output->setGain(1.0F);
+    output->setOffset(0.0F);
+    output->setMinimumValue(0.0F);
+    output->setMaximumValue(100.0F);
+    output->setDisplayUnit("fT %");
+    output->setSampledValue(42.0F);
+    return output;
+}
+
+cObjectAnalogSample* sample()
+{
+    auto* record = new cObjectAnalogSample;
+    record->setDeviceSerial(kSerial);
+    record->setPortNum(1);
+    record->setSample(57.9F);
+    record->setSeqNum(255);
+    return record;
+}
+
+cObjectAdhocEvent* adHocEvent(uint32_t id, const char* label, const std::string& value)
+{
+    auto* event = portOf<cObjectAdhocEvent>(kSerial, id);
+    event->setEventLabel(label);
+    event->setEventValue(value.c_str());
+    return event;
+}
+
+Messages requestsAndAnswers()
+{
+    constexpr uint8_t kRequest = cObjectList::kRequest;
+    return {
+        {"request-device", messageWith(kRequest, 7, false, {everyDevice()})},
+        {"answer-device", messageWith(kRequest, 7, kIsAnswer, {laboratory()})},
+        {"request-plain-port", messageWith(kRequest, 9, false, {requestForAPlainPort()})},
+        {"answer-plain-port", messageWith(kRequest, 9, kIsAnswer, {plainPort()})},
+        {"request-no-such-port", messageWith(kRequest, 11, false, {portOf<cObjectDOutput>(kSerial, 9)})},
+        {"answer-no-such-port", messageWith(kRequest, 11, kIsAnswer, {})},
+        {"request-capabilities", messageWith(kRequest, 12, false, {capability(0, nullptr, nullptr)})},
+        {"answer-capabilities",
+         messageWith(kRequest, 12, kIsAnswer,
+                     {capability(1, "analogout", "yes"), capability(2, "version", "4.0.2")})},
+        {"answer-analog-output", messageWith(kRequest, 13, kIsAnswer, {analogOutput()})},
+    };
+}
+
+Messages setsAndEvents()
+{
+    constexpr uint8_t kSet = cObjectList::kSet;
+    constexpr uint8_t kEvent = cObjectList::kEvent;
+    return {
+        {"set-analog-input", messageWith(kSet, 8, false, {offsetToSet()})},
+        {"answer-set", messageWith(kSet, 8, kIsAnswer, {})},
+        {"set-digital-output", messageWith(kSet, 10, false, {outputToSet()})},
+        {"event-digital-input", messageWith(kEvent, 1, false, {door()})},
+        {"event-sample", messageWith(kEvent, 2, false, {sample()})},
+        {"event-ad-hoc", messageWith(kEvent, 4, false, {adHocEvent(7, "door", "forced open")})},
+        {"event-two-segments",
+         messageWith(kEvent, 5, false, {adHocEvent(8, "load", std::string(2020, 'x'))})},
+        {"ping", framesOf(WMsg::ping(false))},
+        {"ping-answer", framesOf(WMsg::ping(true))},
+    };
+}
+
+TEST(ProtocolDocumentTest, EveryMessageButTheUnknownIsWhatTheRecordsMake)
+{
+    Messages expected = requestsAndAnswers();
+    expected.merge(setsAndEvents());
+    Messages written = documentMessages();
+    EXPECT_EQ(written.erase("unknown-object-and-tag"), 1U);
+    for (const auto& [name, bytes] : expected) {
+        EXPECT_EQ(written[name], bytes) << name;
+    }
+    EXPECT_EQ(written.size(), expected.size());
+}
+
+TEST(ProtocolDocumentTest, TwoSegmentsHoldOneMessage)
+{
+    const std::vector<uint8_t> bytes = documentMessages()["event-two-segments"];
+    ASSERT_GT(bytes.size(), wmsg::kMaxSegmentSize);
+    const uint8_t* data = bytes.data();
+    size_t size = wmsg::kMaxSegmentSize;
+    WMsgReader reader;
+    WMsg message;
+    EXPECT_EQ(reader.read(&data, &size, 0, &message), WMsgReader::MORE);
+    size = bytes.size() - wmsg::kMaxSegmentSize;
+    EXPECT_EQ(reader.read(&data, &size, 0, &message), WMsgReader::MESSAGE);
+    EXPECT_EQ(message.payload.size(), 2056U);
 }
 
 TEST(ProtocolDocumentTest, UnknownObjectAndTagAreReadAsItSays)

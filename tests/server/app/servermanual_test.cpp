@@ -5,12 +5,14 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <map>
 #include <regex>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "documentmessages.h"
 #include "server/commands/commandparser.h"
 #include "server/io/jsonline.h"
 #include "zuldict/zuldict.h"
@@ -289,7 +291,7 @@ TEST(ServerManualTest, everyFieldIsTakenWhereTheManualSaysSo)
 
 TEST(ServerManualTest, everyNameOfTheDictionaryIsInTheDocumentOfTheBytes)
 {
-    const std::string text = contentOf(PROTOCOL_MANUAL);
+    const std::string text = documentText();
     const auto isThere = [&text](const std::string& name) {
         return std::regex_search(text, std::regex("\\b" + name + "\\b"));
     };
@@ -301,6 +303,32 @@ TEST(ServerManualTest, everyNameOfTheDictionaryIsInTheDocumentOfTheBytes)
         for (size_t i = 0; entry.names != nullptr && i < entry.names->count; ++i) {
             EXPECT_TRUE(isThere(entry.names->first[i].name)) << entry.names->first[i].name;
         }
+    }
+}
+
+TEST(ServerManualTest, commandsSendTheMessagesOfTheDocumentOfTheBytes)
+{
+    const std::pair<const char*, const char*> commands[] = {
+        {"get device", "request-device"},
+        {"get din 3 portType=1 serial=1001", "request-plain-port"},
+        {"get dout 9 serial=1001", "request-no-such-port"},
+        {"get capability serial=1001", "request-capabilities"},
+        {"set ain 1 offset=0.5 serial=1001", "set-analog-input"},
+        {"set dout 2 state=high serial=1001", "set-digital-output"},
+    };
+    std::map<std::string, std::vector<uint8_t>> messages = documentMessages();
+    for (const auto& [text, name] : commands) {
+        Command command;
+        ASSERT_EQ(parseCommand(text, &command), "") << text;
+        cObjectList list;
+        list.setMsgType(command.msgType);
+        list.addBorrowed(command.object.get());
+        WMsg message;
+        ASSERT_TRUE(list.encode(&message).isOk());
+        const std::vector<uint8_t>& expected = messages[name];
+        ASSERT_GT(expected.size(), wmsg::kHeaderSize) << name;
+        message.seq = expected[5];
+        EXPECT_EQ(framesOf(message), expected) << text;
     }
 }
 
