@@ -19,6 +19,9 @@ public:
     /// The field at fault, or null when all is well.
     const char* field() const { return mField; }
 
+    /// What is wrong with the field, or null when all is well.
+    const char* problem() const { return mProblem; }
+
     /// "ok", or the field and its problem in one line.
     std::string text() const;
 
