@@ -256,6 +256,55 @@ TEST(ProtocolDocumentTest, UnknownObjectAndTagAreReadAsItSays)
                                         "e");
 }
 
+/// What decoding the payload @p hex as a request comes to.
+WStatus decoded(const std::string& hex, cObjectList* list)
+{
+    WMsg message;
+    message.type = cObjectList::kRequest;
+    message.payload = hexBytes(hex);
+    return list->decode(message);
+}
+
+TEST(ProtocolDocumentTest, UnreadablePayloadsAreThoseThatItNames)
+{
+    const std::string device = "00 00 00 00  00 00 00 08  00 01 00 04  ff ff ff ff ";
+    const std::pair<const char*, std::string> payloads[] = {
+        {"1 byte after the last object", device + "00"},
+        {"7 bytes after the last object", device + "00*7"},
+        {"1 byte after the last tag", "00 00 00 00  00 00 00 09  00 01 00 04  ff ff ff ff 00"},
+        {"3 bytes after the last tag", "00 00 00 00  00 00 00 0b  00 01 00 04  ff ff ff ff 00*3"},
+        {"3 bytes after the last tag of an unknown object",
+         "00 00 00 63  00 00 00 0b  00 01 00 04  ff ff ff ff 00*3 " + device},
+        {"a tag of an unknown object that is longer than the object",
+         "00 00 00 63  00 00 00 05  00 01 00 07  00 " + device},
+        {"an object that is longer than the payload", "00 00 00 00  00 00 00 09  00 01 00 04  ff ff ff ff"},
+        {"a number of 2 bytes before a good one",
+         "00 00 00 00  00 00 00 0e  00 01 00 02  ff ff  00 01 00 04  ff ff ff ff"},
+    };
+    for (const auto& [name, hex] : payloads) {
+        cObjectList list;
+        EXPECT_FALSE(decoded(hex, &list).isOk()) << name;
+    }
+}
+
+TEST(ProtocolDocumentTest, PayloadsThatItCallsReadableAreRead)
+{
+    const std::pair<const char*, std::string> payloads[] = {
+        {"no object", ""},
+        {"an object without tags", "00 00 00 02  00 00 00 00"},
+        {"a tag of another record with another length", "00 00 00 02  00 00 00 06  00 09 00 02  61 62"},
+        {"a text that is not UTF-8", "00 00 00 02  00 00 00 06  00 03 00 02  ff fe"},
+        {"a text with a NUL", "00 00 00 02  00 00 00 07  00 03 00 03  61 00 62"},
+        {"a number that comes twice",
+         "00 00 00 02  00 00 00 10  00 02 00 04  00 00 00 01  00 02 00 04  00 00 00 02"},
+    };
+    for (const auto& [name, hex] : payloads) {
+        cObjectList list;
+        EXPECT_TRUE(decoded(hex, &list).isOk()) << name;
+        EXPECT_EQ(list.size(), hex.empty() ? 0U : 1U) << name;
+    }
+}
+
 TEST(ProtocolDocumentTest, EveryTagStandsThereWithItsNumberAndType)
 {
     const std::string text = documentText();
