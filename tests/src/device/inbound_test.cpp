@@ -100,6 +100,16 @@ MakeObject ofDevice(uint32_t serial)
     };
 }
 
+MakeObject capabilityOf(uint32_t serial, uint32_t capId)
+{
+    return [=] {
+        auto* object = new cObjectCapability;
+        object->setDeviceSerial(serial);
+        object->setCapId(capId);
+        return object;
+    };
+}
+
 MakeObject ofType(uint32_t type)
 {
     return [=] { return new cObject(static_cast<eObjectTypes>(type)); };
@@ -192,6 +202,7 @@ private slots:
     void aSetOfOneAnalogOutputMarksAllConnected();
     void aSetOfEveryAnalogOutput();
     void aSetOfAnotherDevicesAnalogOutputMarksNone();
+    void aSetOfAnAnalogOutputTakesOnlyItsValueOver();
     void aSetEmitsNoneOfTheDevicesSignals();
 
     void anUnknownMessageTypeIsTracedAndNotAnswered();
@@ -266,6 +277,8 @@ void TestInbound::requests_data()
         << ofDevice<cObjectCapability>(kSerial) << capabilities << capability;
     QTest::newRow("capabilities of any device")
         << ofDevice<cObjectCapability>(kEvery) << capabilities << capability;
+    QTest::newRow("capabilities with an id that none has")
+        << capabilityOf(kSerial, 99) << capabilities << capability;
     QTest::newRow("capabilities of another device") << ofDevice<cObjectCapability>(5) << none << capability;
     QTest::newRow("a scanner") << ofDevice<cObjectAccess>(kSerial) << none << QByteArray("Access Object\n");
     QTest::newRow("a sample never taken")
@@ -672,6 +685,37 @@ void TestInbound::aSetOfAnotherDevicesAnalogOutputMarksNone()
     QVERIFY(link.ask(kSet, {&request}).answer);
     QVERIFY(!analogOutput(link.device(), 1)->getConnectedStatus());
     QCOMPARE(analogOutput(link.device(), 1)->getCurrentSample(), 0);
+}
+
+void TestInbound::aSetOfAnAnalogOutputTakesOnlyItsValueOver()
+{
+    LinkedDevice link(kCounts);
+    QVERIFY(link.connect());
+    auto set = recordOf<cObjectAOutput>(1);
+    set.setPortLabel("Valve");
+    set.setPortType(OBJ_PORT);
+    set.setGain(2.0F);
+    set.setOffset(3.0F);
+    set.setMinimumValue(-5.0F);
+    set.setMaximumValue(5.0F);
+    set.setDisplayUnit("V");
+    set.setSampledValue(42.0F);
+    expectSetLine();
+    QVERIFY(link.ask(kSet, {&set}).answer);
+
+    auto request = recordOf<cObjectAOutput>(1);
+    const auto answer = link.ask(kRequest, {&request});
+    QVERIFY(answer.list != nullptr);
+    auto* output = dynamic_cast<cObjectAOutput*>(answer.list->first());
+    QVERIFY(output != nullptr);
+    QCOMPARE(output->getPortLabel(), "AOUT 1");
+    QCOMPARE(output->getPortType(), static_cast<uint32_t>(OBJ_PORT_AOUT));
+    QCOMPARE(output->getGain(), 1.0F);
+    QCOMPARE(output->getOffset(), 0.0F);
+    QCOMPARE(output->getMinimumValue(), 0.0F);
+    QCOMPARE(output->getMaximumValue(), 100.0F);
+    QCOMPARE(output->getDisplayUnit(), "fT %");
+    QCOMPARE(output->getSampledValue(), 42.0F);
 }
 
 void TestInbound::aSetEmitsNoneOfTheDevicesSignals()
