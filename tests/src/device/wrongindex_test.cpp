@@ -137,6 +137,8 @@ const std::initializer_list<Scenario>& scenarios()
          [](cDevice& device) { device.setAnalogInput_Slot(std::numeric_limits<int>::min(), 1); }},
         {"a script that reads digital input 3", "Index 2 is outside mDigitalInputList, which holds 2",
          [](cDevice& device) { runScript(device, "receiver.getDigitalInputValue(3)"); }},
+        {"a script whose port is no number", "Index -1 is outside mDigitalInputList, which holds 2",
+         [](cDevice& device) { runScript(device, "receiver.setDigitalInput_Slot('two', 1)"); }},
         {"a script that emits analog input 2", "Index 1 is outside mAnalogInputList, which holds 1",
          [](cDevice& device) {
              runScript(device, "sender.setAnalogInput_Signal.connect(receiver.setAnalogInput_Slot);"

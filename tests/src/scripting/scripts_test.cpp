@@ -74,6 +74,7 @@ private slots:
     void emissionsArriveInOrder();
     void settingADigitalInputAgainIsNotReported();
     void settingAnAnalogInputAgainIsReported();
+    void aValueBeyondTheEndOfASliderIsReportedIfItMoves();
     void aWiredOutputFollowsBeforeTheNextLine();
     void theDeviceMayBeCalledDirectly();
     void aScriptsOwnHandlerIsCalledToo();
@@ -366,6 +367,19 @@ void TestScripts::settingAnAnalogInputAgainIsReported()
                                "sender.setAnalogInput_Signal(1, 7); tell('done')",
                  "done");
     QCOMPARE(reports, 3);
+}
+
+void TestScripts::aValueBeyondTheEndOfASliderIsReportedIfItMoves()
+{
+    ScriptedWindow run(kCounts);
+    QList<float> reports;
+    connect(panelview::row<cAInput>(run.device(), panelview::ANALOG_INPUTS, 1), &cAInput::sampleEvent, this,
+            [&](cObjectAnalogSample* sample) { reports.append(sample->getSample()); });
+    COMPARE_TOLD(run,
+                 "receiver.setAnalogInput_Slot(1, -5); receiver.setAnalogInput_Slot(1, 150);"
+                 "receiver.setAnalogInput_Slot(1, 101); receiver.setAnalogInput_Slot(1, 100); tell('done')",
+                 "done");
+    QCOMPARE(reports, QList<float>({100.0F, 100.0F}));
 }
 
 void TestScripts::aWiredOutputFollowsBeforeTheNextLine()
