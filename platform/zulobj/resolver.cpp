@@ -58,12 +58,13 @@ std::vector<sLinkAddress> loopbackAddresses(uint16_t port)
     return addresses;
 }
 
-/// What a look-up by c-ares has found so far.
+/// What a look-up by c-ares has found so far, and the sockets that it waits for.
 struct sLookup
 {
     bool done = false;
     uint16_t port = 0;
     std::vector<sLinkAddress> addresses;
+    std::vector<pollfd> sockets;
 };
 
 void lookupDone(void* argument, int status, int, ares_addrinfo* found)
@@ -80,32 +81,34 @@ void lookupDone(void* argument, int status, int, ares_addrinfo* found)
     }
 }
 
-/// Waits until c-ares has something to do, and lets it. False when woken.
-bool processOnce(ares_channel channel, int timeoutMs, int wakeFd)
+void socketStateChanged(void* argument, ares_socket_t socket, int readable, int writable)
 {
-    ares_socket_t sockets[ARES_GETSOCK_MAXNUM];
-    const int wanted = ares_getsock(channel, sockets, ARES_GETSOCK_MAXNUM);
-    std::vector<pollfd> waits{{wakeFd, POLLIN, 0}};
-    for (int i = 0; i < ARES_GETSOCK_MAXNUM; ++i) {
-        const bool reads = ARES_GETSOCK_READABLE(wanted, i);
-        const bool writes = ARES_GETSOCK_WRITABLE(wanted, i);
-        if (reads || writes) {
-            const int events = (reads ? POLLIN : 0) | (writes ? POLLOUT : 0);
-            waits.push_back({sockets[i], static_cast<short>(events), 0});
-        }
+    std::vector<pollfd>& sockets = static_cast<sLookup*>(argument)->sockets;
+    std::erase_if(sockets, [socket](const pollfd& entry) { return entry.fd == socket; });
+    const int events = (readable != 0 ? POLLIN : 0) | (writable != 0 ? POLLOUT : 0);
+    if (events != 0) {
+        sockets.push_back({socket, static_cast<short>(events), 0});
     }
-    timeval most{timeoutMs / 1000, (timeoutMs % 1000) * 1000};
+}
+
+/// Waits until c-ares has something to do, and lets it. False when woken.
+bool processOnce(ares_channel channel, const sLookup& lookup, int timeoutMs, int wakeFd)
+{
+    // A copy: processing changes the lookup's own list.
+    std::vector<pollfd> waits = lookup.sockets;
+    waits.push_back({wakeFd, POLLIN, 0});
+    timeval limit{timeoutMs / 1000, (timeoutMs % 1000) * 1000};
     timeval until{};
-    const timeval* next = ares_timeout(channel, &most, &until);
+    const timeval* next = ares_timeout(channel, &limit, &until);
     poll(waits.data(), waits.size(), static_cast<int>(next->tv_sec * 1000 + next->tv_usec / 1000 + 1));
-    if (waits[0].revents != 0) {
+    if (waits.back().revents != 0) {
         return false;
     }
-    for (size_t i = 1; i < waits.size(); ++i) {
-        const bool reads = (waits[i].revents & (POLLIN | POLLERR | POLLHUP)) != 0;
-        const bool writes = (waits[i].revents & POLLOUT) != 0;
-        ares_process_fd(channel, reads ? waits[i].fd : ARES_SOCKET_BAD,
-                        writes ? waits[i].fd : ARES_SOCKET_BAD);
+    waits.pop_back();
+    for (const pollfd& entry : waits) {
+        const bool reads = (entry.revents & (POLLIN | POLLERR | POLLHUP)) != 0;
+        const bool writes = (entry.revents & POLLOUT) != 0;
+        ares_process_fd(channel, reads ? entry.fd : ARES_SOCKET_BAD, writes ? entry.fd : ARES_SOCKET_BAD);
     }
     ares_process_fd(channel, ARES_SOCKET_BAD, ARES_SOCKET_BAD);
     return true;
@@ -123,12 +126,16 @@ std::vector<sLinkAddress> resolveAddress(const std::string& host, uint16_t port,
         return loopbackAddresses(port);
     }
     static const int libraryReady = ares_library_init(ARES_LIB_INIT_ALL);
-    ares_channel channel = nullptr;
-    if (libraryReady != ARES_SUCCESS || ares_init(&channel) != ARES_SUCCESS) {
-        return {};
-    }
     sLookup lookup;
     lookup.port = port;
+    ares_options options{};
+    options.sock_state_cb = socketStateChanged;
+    options.sock_state_cb_data = &lookup;
+    ares_channel channel = nullptr;
+    if (libraryReady != ARES_SUCCESS ||
+        ares_init_options(&channel, &options, ARES_OPT_SOCK_STATE_CB) != ARES_SUCCESS) {
+        return {};
+    }
     ares_addrinfo_hints hints{};
     hints.ai_family = AF_UNSPEC;
     hints.ai_socktype = SOCK_STREAM;
@@ -136,7 +143,7 @@ std::vector<sLinkAddress> resolveAddress(const std::string& host, uint16_t port,
 
     const int64_t deadline = linkNowMs() + timeoutMs;
     int64_t left = timeoutMs;
-    while (!lookup.done && left > 0 && processOnce(channel, static_cast<int>(left), wakeFd)) {
+    while (!lookup.done && left > 0 && processOnce(channel, lookup, static_cast<int>(left), wakeFd)) {
         left = deadline - linkNowMs();
     }
     ares_destroy(channel);
