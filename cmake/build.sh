@@ -7,7 +7,8 @@ usage() {
 usage: cmake/build.sh PRESET with-tests|without-tests [TARGET...]
 
 Configures and builds PRESET, all of it or only the targets named. A build directory that has the
-tests keeps them while their packages are installed, whoever builds there.
+tests keeps them while their packages are installed, whoever builds there. If CI is set, warnings are
+errors.
 END
 }
 
@@ -47,5 +48,5 @@ quiet=()
 [[ -t 1 ]] || quiet=(-- --quiet)
 
 # Warnings and errors come on standard error.
-cmake --preset "$preset" "-DZUL_TESTS=$tests" </dev/null >/dev/null
+cmake --preset "$preset" "-DZUL_TESTS=$tests" "-DZUL_WERROR=${CI:+ON}" </dev/null >/dev/null
 cmake --build --preset "$preset" "${targets[@]}" "${quiet[@]}" </dev/null
