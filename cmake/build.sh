@@ -47,6 +47,9 @@ targets=()
 quiet=()
 [[ -t 1 ]] || quiet=(-- --quiet)
 
+options=("-DZUL_TESTS=$tests")
+[[ -z ${CI-} ]] || options+=(-DZUL_WERROR=ON)
+
 # Warnings and errors come on standard error.
-cmake --preset "$preset" "-DZUL_TESTS=$tests" "-DZUL_WERROR=${CI:+ON}" </dev/null >/dev/null
+cmake --preset "$preset" "${options[@]}" </dev/null >/dev/null
 cmake --build --preset "$preset" "${targets[@]}" "${quiet[@]}" </dev/null

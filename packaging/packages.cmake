@@ -7,7 +7,10 @@ set(CPACK_PACKAGE_CONTACT ${ZUL_MAINTAINER})
 # Each package has a summary of its own, as the first line of its description.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_COMPONENTS_ALL program development)
+set(CPACK_COMPONENTS_ALL development)
+if(ZUL_PROGRAMS)
+    list(PREPEND CPACK_COMPONENTS_ALL program)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_VERBATIM_VARIABLES ON)
@@ -35,7 +38,7 @@ prints what the devices say and takes commands.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzulobj-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libc-ares-dev, libjansson-dev, liblog4cpp5-dev, pkg-config")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libc-ares-dev, libjansson-dev, liblog4cpp5-dev, pkgconf | pkg-config")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "zulbench")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "records and messages of field devices, for C++ programs
 The library zulobj has the records that field devices and their monitoring

@@ -36,7 +36,7 @@ add_executable(changed_test tests/platform/zuldict/zuldict_test.cpp tests/platfo
 zul_target(changed_test)
 target_include_directories(changed_test PRIVATE tests/support)
 target_compile_definitions(changed_test PRIVATE PROTOCOL_DOCUMENT="${PROJECT_SOURCE_DIR}/docs/protocol.md")
-target_link_libraries(changed_test PRIVATE zulobj GTest::gtest_main)
+target_link_libraries(changed_test PRIVATE zul::zulobj GTest::gtest_main)
 END
 cmake -G Ninja -S . -B build >/dev/null
 cmake --build build --target changed_test -- --quiet
