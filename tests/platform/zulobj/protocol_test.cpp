@@ -1,4 +1,4 @@
-// Holds docs/protocol.md to what the libraries do.
+// Compares docs/protocol.md with the libraries.
 
 #include <gtest/gtest.h>
 #include <initializer_list>
@@ -305,7 +305,7 @@ TEST(ProtocolDocumentTest, PayloadsThatItCallsReadableAreRead)
     }
 }
 
-TEST(ProtocolDocumentTest, EveryTagStandsThereWithItsNumberAndType)
+TEST(ProtocolDocumentTest, EveryTagIsListedWithItsNumberAndType)
 {
     const std::string text = documentText();
     const char* const types[] = {"number", "float", "text"};
@@ -316,7 +316,7 @@ TEST(ProtocolDocumentTest, EveryTagStandsThereWithItsNumberAndType)
     }
 }
 
-TEST(ProtocolDocumentTest, EveryObjectTypeStandsThereWithItsNumber)
+TEST(ProtocolDocumentTest, EveryObjectTypeIsListedWithItsNumber)
 {
     const std::string text = documentText();
     for (const zuldict::Enumerator& type : zuldict::objectTypes()) {
@@ -325,7 +325,7 @@ TEST(ProtocolDocumentTest, EveryObjectTypeStandsThereWithItsNumber)
     }
 }
 
-TEST(ProtocolDocumentTest, EveryEnumeratorStandsThereWithItsNumber)
+TEST(ProtocolDocumentTest, EveryEnumeratorIsListedWithItsNumber)
 {
     const std::string text = documentText();
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
@@ -340,7 +340,7 @@ TEST(ProtocolDocumentTest, EveryEnumeratorStandsThereWithItsNumber)
     }
 }
 
-/// "5 (2)" of the records' table without its bracket and without bold type, in order.
+/// The numbers of the tags in a cell of the records' table, such as "**1**, 3, 5 (2)".
 std::vector<uint32_t> tagNumbers(const std::string& cell)
 {
     std::vector<uint32_t> found;
@@ -351,7 +351,7 @@ std::vector<uint32_t> tagNumbers(const std::string& cell)
     return found;
 }
 
-TEST(ProtocolDocumentTest, EveryRecordStandsThereWithItsTagsInOrder)
+TEST(ProtocolDocumentTest, EveryRecordIsListedWithItsTagsInOrder)
 {
     const std::string text = documentText();
     const size_t section = text.find("\n## Records");
