@@ -12,6 +12,7 @@
 #include "cdevice.h"
 #include "cdinput.h"
 #include "cdoutput.h"
+#include "scaledwidth.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ constexpr uint32_t kSampleRate = 10; // minutes
 struct Column
 {
     QString title;
-    int width; // 0: takes its share of the row
+    int width; // at 96 dpi; 0: takes its share of the row
 };
 
 /// The header of a page of rows: one label for each column, indented like the rows below it.
@@ -35,7 +36,7 @@ QHBoxLayout* headerRow(const QWidget& page, const std::vector<Column>& columns)
     for (const Column& column : columns) {
         auto* label = new QLabel(column.title);
         if (column.width > 0) {
-            label->setFixedWidth(column.width);
+            label->setFixedWidth(scaledWidth(*label, column.width));
         }
         header->addWidget(label, column.width > 0 ? 0 : 1);
     }

@@ -6,13 +6,14 @@
 #include "analogrow.h"
 #include "cfixedlayoutrow.h"
 #include "cwheeleventfilter.h"
+#include "scaledwidth.h"
 
 cAInput::cAInput() : mLastSampleTime(time(nullptr))
 {
     auto* box = new cFixedLayoutRow;
     beginAnalogRow(box, &mQLabel, tr("PortName"), &mQGain, &mQOffset);
     mQSampleRate.setNum(10);
-    mQSampleRate.setFixedWidth(60);
+    mQSampleRate.setFixedWidth(scaledWidth(mQSampleRate, 60));
     box->addWidget(&mQSampleRate);
 
     mQSampleValue = new QSlider(Qt::Horizontal);
