@@ -38,7 +38,7 @@ prints what the devices say and takes commands.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzulobj-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libc-ares-dev, libjansson-dev, liblog4cpp5-dev, pkgconf | pkg-config")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libc-ares-dev, libjansson-dev, liblog4cpp5-dev, pkgconf")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "zulbench")
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "records and messages of field devices, for C++ programs
 The library zulobj has the records that field devices and their monitoring
