@@ -161,7 +161,7 @@ expect_status 0
 
 test="every script is sound"
 for script in run test .ci/run packages/install packaging/build cmake/build.sh fuzz/run fuzz/replay fuzz/coverage \
-    bench/compare tests/system/shell_test.sh; do
+    bench/compare tests/distributions tests/system/shell_test.sh; do
     bash -n "$root/$script" || fail "$script"
     [[ -x $root/$script ]] || fail "$script cannot be executed"
 done
@@ -173,7 +173,7 @@ for list in run test package fuzz bench; do
 done
 
 test="help needs nothing"
-for script in run test packages/install packaging/build cmake/build.sh fuzz/run fuzz/replay fuzz/coverage \
+for script in run test packages/install packaging/build cmake/build.sh tests/distributions fuzz/run fuzz/replay fuzz/coverage \
     bench/compare; do
     out=$("$root/$script" --help) || fail "$script"
     expect_text "usage: " "$out"
@@ -182,7 +182,7 @@ done
 test="wrong usage builds nothing"
 for arguments in "run --seconds x" "run --seconds" "run --nosuch" "test nosuch" "fuzz/run" "fuzz/run x" \
     "fuzz/run 0 nosuch" "fuzz/coverage a b" "packaging/build a b" "packaging/build --nosuch" \
-    "bench/compare nosuch" "bench/compare --nosuch" "bench/compare --quick --write"; do
+    "tests/distributions 11" "bench/compare nosuch" "bench/compare --nosuch" "bench/compare --quick --write"; do
     status=0
     # shellcheck disable=SC2086 # several arguments
     "$root"/$arguments >/dev/null 2>"$work/err" || status=$?
