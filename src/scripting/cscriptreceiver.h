@@ -5,10 +5,10 @@
 #include <QScriptable>
 #include <functional>
 #include <memory>
+#include <stop_token>
 
 class cDevice;
 class cGuiExecutor;
-class cStopRequest;
 
 /// The "receiver" of scripts: the device as a script sees it.
 ///
@@ -20,12 +20,11 @@ class cScriptReceiver : public QObject, protected QScriptable
     Q_OBJECT
 
 public:
-    /// @p device may be null, and is touched only while @p executor lets in.
-    cScriptReceiver(cDevice* device, std::shared_ptr<cGuiExecutor> executor,
-                    std::shared_ptr<cStopRequest> stop);
+    /// @p device may be null, and is used only by calls that @p executor runs.
+    cScriptReceiver(cDevice* device, std::shared_ptr<cGuiExecutor> executor, std::stop_token stop);
 
-    /// Runs @p call with the device on the GUI thread. False where it has not run: there is no device any
-    /// longer, which throws inside the script that called @p caller, or the script shall stop, which ends it.
+    /// Runs @p call with the device on the GUI thread. Returns false if it has not run: the device is gone,
+    /// which throws inside the script that called @p caller, or the script was told to stop, which ends it.
     bool withDevice(const QScriptable& caller, const std::function<void(cDevice&)>& call);
 
     Q_INVOKABLE int getDiscreteInputCount();
@@ -33,33 +32,32 @@ public:
     Q_INVOKABLE int getAnalogInputCount();
     Q_INVOKABLE int getAnalogOutputCount();
 
-    /// 1 when the input is set, else 0.
+    /// 1 if the input is set, else 0.
     Q_INVOKABLE int getDigitalInputValue(int port);
 
     /// 0 to 100.
     Q_INVOKABLE int getAnalogInputValue(int port);
 
-    /// 0 when the output is clear, else 1.
+    /// 0 if the output is clear, else 1.
     Q_INVOKABLE int getDigitalOutputValue(int port);
 
     /// 0 to 100.
     Q_INVOKABLE int getAnalogOutputValue(int port);
 
 public slots:
-    // What the slots of cDevice of these names do, after all that the script told and asked before. They
-    // return before it is done.
+    // Post a call of the device's slot of the same name, in one order with all calls of the script.
     void setDigitalInput_Slot(int port, int value);
     void setAnalogInput_Slot(int port, int value);
     void connectDigitalInput_Slot(int input, int output, bool connect);
     void connectAnalogInput_Slot(int input, int output, bool connect);
 
 private:
-    int ask(const std::function<int(cDevice&)>& question);
-    void tell(const std::function<void(cDevice&)>& call);
+    int get(const std::function<int(cDevice&)>& getter);
+    void post(const std::function<void(cDevice&)>& call);
 
     cDevice* mDevice;
     std::shared_ptr<cGuiExecutor> mExecutor;
-    std::shared_ptr<cStopRequest> mStopRequest;
+    std::stop_token mStopToken;
 };
 
 #endif

@@ -2,14 +2,12 @@
 
 #include <QDeadlineTimer>
 
-#include "cstoprequest.h"
-#include "cthreadlife.h"
 #include "scriptworker.h"
 
 namespace {
 
-/// What all scripts together get to end in, in milliseconds.
-constexpr int kPatience = 1500;
+/// The time in which all scripts together have to end.
+constexpr int kStopTimeoutMs = 1500;
 
 } // namespace
 
@@ -17,11 +15,10 @@ cScripts::cScripts() = default;
 
 cScripts::~cScripts() { stop(); }
 
-void cScripts::start(std::unique_ptr<scriptWorker> worker)
+bool cScripts::start(std::unique_ptr<scriptWorker> worker)
 {
-    const std::shared_ptr<cStopRequest> stopRequest = worker->stopRequest();
-    const Run run{new QThread, worker.release(), stopRequest, std::make_shared<cThreadLife>()};
-    QObject::connect(run.thread, &QThread::started, [life = run.life] { cThreadLife::begin(life); });
+    const Run run{new QThread, worker.get(), worker->stopSource(), std::make_shared<Life>()};
+    QObject::connect(run.thread, &QThread::started, [life = run.life] { announceLife(life); });
     run.worker->moveToThread(run.thread);
     QObject::connect(run.thread, SIGNAL(started()), run.worker, SLOT(processScript()));
     QObject::connect(run.worker, SIGNAL(finished()), run.thread, SLOT(quit()));
@@ -29,33 +26,42 @@ void cScripts::start(std::unique_ptr<scriptWorker> worker)
     QObject::connect(run.thread, SIGNAL(finished()), run.thread, SLOT(deleteLater()));
     run.thread->start();
     if (!run.thread->isRunning() && !run.thread->isFinished()) {
-        // There is no thread to be had.
-        delete run.worker;
+        worker.reset();
         delete run.thread;
-        return;
+        return false;
     }
-    run.life->waitForBegin();
+    worker.release();
+    run.life->begun.wait();
     mRuns.push_back(run);
+    return true;
+}
+
+/// Called on the thread itself.
+void cScripts::announceLife(const std::shared_ptr<Life>& life)
+{
+    thread_local const std::shared_ptr<void> atThreadEnd(nullptr,
+                                                         [life](void*) { life->ended.count_down(); });
+    life->begun.count_down();
 }
 
 bool cScripts::stop()
 {
-    for (const Run& run : mRuns) {
-        run.stopRequest->make();
+    for (Run& run : mRuns) {
+        run.stopSource.request_stop();
         if (run.thread != nullptr) {
             // It is deleted below.
             QObject::disconnect(run.thread, SIGNAL(finished()), run.thread, SLOT(deleteLater()));
             run.thread->quit();
         }
     }
-    QDeadlineTimer deadline(kPatience);
+    QDeadlineTimer deadline(kStopTimeoutMs);
     for (const Run& run : mRuns) {
         if (run.thread != nullptr && !run.thread->wait(deadline)) {
             return false;
         }
     }
     for (const Run& run : mRuns) {
-        run.life->waitForEnd();
+        run.life->ended.wait();
         delete run.worker;
         delete run.thread;
     }

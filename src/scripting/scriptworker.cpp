@@ -1,22 +1,22 @@
 #include "scriptworker.h"
 
-#include <QFile>
 #include <QScriptContext>
 #include <QScriptEngine>
 #include <QTextStream>
 #include <QTimer>
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <limits>
+#include <mutex>
 
-#include "boundedread.h"
 #include "cdevice.h"
 #include "cguiexecutor.h"
 #include "cscriptreceiver.h"
-#include "cstoprequest.h"
+#include "readfile.h"
 #include "tracelog.h"
 
-/// A static library's resources are linked and registered only where somebody asks for them. The macro does
+/// A static library's resources are linked and registered only if a symbol of them is used. The macro does
 /// not work within a namespace.
 static bool registerSampleScript()
 {
@@ -28,33 +28,32 @@ namespace {
 
 const bool kSampleScriptRegistered = registerSampleScript();
 
-/// How often a running script handles its thread's events, in milliseconds. The engine counts loops and not
-/// time, so that a loop which becomes slow looks late: the more often the better.
-constexpr int kEventInterval = 1;
+/// How often a running script handles its thread's events. The engine counts loops and not time, so a loop
+/// that becomes slow handles them late: a short interval keeps that within bounds.
+constexpr int kEventIntervalMs = 1;
 
-/// How often it looks whether it shall stop, in milliseconds.
-constexpr int kLookUpInterval = 20;
+constexpr int kStopCheckIntervalMs = 20;
 
-/// As long as any sleep may take, in milliseconds: the clock's range is finite.
-constexpr double kLongestSleep = 1e12;
+/// The clock's range is finite.
+constexpr double kMaxSleepMs = 1e12;
 
-/// Runs one empty script. The first engine of a process makes, without a lock, what all engines share: two
-/// first ones at a time would take each other's away.
+/// Runs one empty script. The first engine of a process creates, without a lock, what all engines share: two
+/// first ones at a time would free each other's.
 bool prepareEngines()
 {
     QScriptEngine().evaluate(QString());
     return true;
 }
 
-/// What a script takes for a number of a list; 0, which is none, for anything that is not whole.
+/// Returns the list number that a script means by @p number; 0, which is none, if that is not whole.
 int wholeNumber(double number)
 {
     const bool fits = number >= 0 && number <= std::numeric_limits<int>::max();
     return fits && number == static_cast<int>(number) ? static_cast<int>(number) : 0;
 }
 
-/// Makes @p object a global object of scripts, with its own members only: with those of every object a
-/// script could delete it.
+/// Makes @p object a global object of scripts, with its own members only: with those of QObject a script
+/// could delete it.
 void show(QScriptEngine* engine, const char* name, QObject* object)
 {
     const QScriptValue value =
@@ -63,11 +62,18 @@ void show(QScriptEngine* engine, const char* name, QObject* object)
     engine->globalObject().setProperty(name, value, QScriptValue::KeepExistingFlags);
 }
 
+void traceEnd(const QScriptEngine& engine, const QString& name)
+{
+    if (engine.hasUncaughtException()) {
+        qCDebug(tracelog::scripts, "failed %s, line %d: %s", qPrintable(name),
+                engine.uncaughtExceptionLineNumber(), qPrintable(engine.uncaughtException().toString()));
+    }
+    qCDebug(tracelog::scripts, "end \"%s\"", qPrintable(name));
+}
+
 } // namespace
 
-scriptWorker::scriptWorker(std::shared_ptr<cGuiExecutor> executor)
-    : mExecutor(std::move(executor)), mStopRequest(std::make_shared<cStopRequest>())
-{}
+scriptWorker::scriptWorker(std::shared_ptr<cGuiExecutor> executor) : mExecutor(std::move(executor)) {}
 
 void scriptWorker::receiveScriptFileName(QString name, cDevice* device)
 {
@@ -77,66 +83,59 @@ void scriptWorker::receiveScriptFileName(QString name, cDevice* device)
 
 void scriptWorker::processScript()
 {
-    QFile file(fileName);
-    if (mReceiver != nullptr || !file.open(QIODevice::ReadOnly)) {
+    if (mReceiver != nullptr) {
         return;
     }
-    const QByteArray program = readAtMost(file, kMaxBytes + 1);
-    file.close();
-    if (program.size() <= kMaxBytes && !mStopRequest->made()) {
-        evaluate(textOf(program));
-    }
-}
-
-QString scriptWorker::textOf(const QByteArray& file) { return QTextStream(file).readAll(); }
-
-void scriptWorker::evaluate(const QString& program)
-{
-    [[maybe_unused]] static const bool prepared = prepareEngines();
-    QScriptEngine engine;
-    cScriptReceiver receiver(mDevice, mExecutor, mStopRequest);
+    // The start of a later script is announced to this worker too, while this one reads or runs.
+    const QString name = fileName;
+    cScriptReceiver receiver(mDevice, mExecutor, mStopSource.get_token());
     mReceiver = &receiver;
-    show(&engine, "sender", this);
-    show(&engine, "receiver", &receiver);
-    QTimer lookUp;
-    connect(&lookUp, &QTimer::timeout, [&] {
-        if (mStopRequest->made()) {
-            engine.abortEvaluation();
-        }
-    });
-    lookUp.start(kLookUpInterval);
-    engine.setProcessEventsInterval(kEventInterval);
-    qCDebug(tracelog::scripts, "begin \"%s\"", qPrintable(fileName));
-    engine.evaluate(program, fileName, 1);
-    traceEnd(engine);
+    const std::optional<QByteArray> program = readFile(name, kMaxBytes + 1);
+    if (program && program->size() <= kMaxBytes && !mStopSource.stop_requested()) {
+        // The encoding is the one that the first bytes tell, or else the locale's.
+        evaluate(QTextStream(*program).readAll(), name, receiver);
+    }
     mReceiver = nullptr;
 }
 
-void scriptWorker::traceEnd(const QScriptEngine& engine) const
+void scriptWorker::evaluate(const QString& program, const QString& name, cScriptReceiver& receiver)
 {
-    if (engine.hasUncaughtException()) {
-        qCDebug(tracelog::scripts, "failed %s, line %d: %s", qPrintable(fileName),
-                engine.uncaughtExceptionLineNumber(), qPrintable(engine.uncaughtException().toString()));
-    }
-    qCDebug(tracelog::scripts, "end \"%s\"", qPrintable(fileName));
+    [[maybe_unused]] static const bool prepared = prepareEngines();
+    QScriptEngine engine;
+    show(&engine, "sender", this);
+    show(&engine, "receiver", &receiver);
+    QTimer stopCheck;
+    connect(&stopCheck, &QTimer::timeout, [&] {
+        if (mStopSource.stop_requested()) {
+            engine.abortEvaluation();
+        }
+    });
+    stopCheck.start(kStopCheckIntervalMs);
+    engine.setProcessEventsInterval(kEventIntervalMs);
+    qCDebug(tracelog::scripts, "begin \"%s\"", qPrintable(name));
+    engine.evaluate(program, name, 1);
+    traceEnd(engine, name);
 }
 
 void scriptWorker::sleep(const QScriptValue& milliseconds)
 {
     const double wanted = milliseconds.isNumber() ? milliseconds.toNumber() : 0;
     if (wanted > 0) {
-        mStopRequest->wait(std::chrono::duration<double, std::milli>(std::min(wanted, kLongestSleep)));
+        std::mutex mutex;
+        std::unique_lock<std::mutex> lock(mutex);
+        const std::chrono::duration<double, std::milli> time(std::min(wanted, kMaxSleepMs));
+        std::condition_variable_any().wait_for(lock, mStopSource.get_token(), time, [] { return false; });
     }
-    if (mStopRequest->made()) {
+    if (mStopSource.stop_requested()) {
         engine()->abortEvaluation();
     }
 }
 
 void scriptWorker::scan(double scanner, const QString& code)
 {
-    bool there = false;
-    const auto scan = [&](cDevice& device) { there = device.scan(wholeNumber(scanner), code); };
-    if (mReceiver->withDevice(*this, scan) && !there) {
+    bool found = false;
+    const auto scan = [&](cDevice& device) { found = device.scan(wholeNumber(scanner), code); };
+    if (mReceiver->withDevice(*this, scan) && !found) {
         context()->throwError(QScriptContext::RangeError, QString("there is no scanner %1").arg(scanner));
     }
 }

@@ -1,6 +1,7 @@
 #include "cdinput.h"
 #include "cscriptreceiver.h"
-#include "cstoprequest.h"
+#include "failingthreads.h"
+#include "loglines.h"
 #include "qttestmain.h"
 #include "scriptedwindow.h"
 #include "scriptworker.h"
@@ -53,7 +54,7 @@ void whereScriptsAre()
 class ScriptRun
 {
 public:
-    // A script that waits at the device's door is released first.
+    // A script that waits for the GUI thread is released first.
     ~ScriptRun() { deleteDevice(); }
 
     void start(const QByteArray& script)
@@ -92,7 +93,7 @@ private slots:
     void reloadingTheDeviceLeavesAScriptAlone_data() { whereScriptsAre(); }
     void reloadingTheDeviceLeavesAScriptAlone();
     void aScriptEndsBeforeItBegins();
-    void aScriptThatWaitsAtTheDoorEnds();
+    void aScriptThatWaitsForTheGuiThreadEnds();
     void anEmissionDoesNotWaitForTheWindow();
     void aScriptThatWaitsForRoomInTheExecutorEnds();
     void whatAScriptLeftIsDoneAfterItsEnd();
@@ -110,6 +111,7 @@ private slots:
     void anOldScriptNeverReachesTheNewDevice();
     void aStoppedScriptRunsNoFurtherLine();
     void stoppingTwiceIsFine();
+    void aRefusedThreadIsAnErrorInTheLog();
 };
 
 void TestScriptLifetime::destroyingTheWindowEndsAScript()
@@ -148,10 +150,10 @@ void TestScriptLifetime::aScriptEndsBeforeItBegins()
     }
 }
 
-void TestScriptLifetime::aScriptThatWaitsAtTheDoorEnds()
+void TestScriptLifetime::aScriptThatWaitsForTheGuiThreadEnds()
 {
     ScriptRun run;
-    // Nobody opens: this thread handles no events from here on.
+    // This thread handles no events from here on.
     run.start("sender.setAnalogInput_Signal(1, 7); receiver.getAnalogInputValue(1); "
               "sender.setAnalogInput_Signal(1, 8);");
     while (run.said() != 7) {
@@ -181,7 +183,7 @@ void TestScriptLifetime::aScriptThatWaitsForRoomInTheExecutorEnds()
 {
     const auto most = static_cast<int>(cGuiExecutor::kMaxPosted);
     ScriptRun run;
-    // Nobody opens: this thread handles no events from here on.
+    // This thread handles no events from here on.
     run.start("sender.setAnalogInput_Signal.connect(receiver.setAnalogInput_Slot);"
               "for (var i = 1; true; ++i) sender.setAnalogInput_Signal(1, i);");
     while (run.said() != most + 1) {
@@ -336,11 +338,10 @@ void TestScriptLifetime::withoutItsDeviceAnEmissionThrows()
 
 void TestScriptLifetime::withoutADeviceEveryCallThrows()
 {
-    const auto stop = std::make_shared<cStopRequest>();
     QString caught;
     std::thread([&] {
         QScriptEngine engine;
-        cScriptReceiver receiver(nullptr, std::make_shared<cGuiExecutor>(), stop);
+        cScriptReceiver receiver(nullptr, std::make_shared<cGuiExecutor>(), {});
         engine.globalObject().setProperty("receiver", engine.newQObject(&receiver));
         caught = engine.evaluate("try { receiver.getDiscreteInputCount(); } catch (e) { 'caught ' + e }")
                      .toString();
@@ -380,6 +381,23 @@ void TestScriptLifetime::stoppingTwiceIsFine()
     QTRY_COMPARE_WITH_TIMEOUT(run.said(), 1, 30000);
     QVERIFY(run.stop());
     QVERIFY(run.stop());
+}
+
+void TestScriptLifetime::aRefusedThreadIsAnErrorInTheLog()
+{
+    ScriptedWindow run(kCounts);
+    LogLines log;
+    FailingThreads::refuseNext();
+    run.run("receiver.setDigitalInput_Slot(1, 1);");
+    QVERIFY(FailingThreads::hasRefused());
+    QVERIFY(log.waitFor(
+        ("The system refuses a thread, so this script does not run: " + run.home().pathOf("script1.js"))
+            .toLocal8Bit()));
+    QCOMPARE(run.window().scriptCount(), size_t{0});
+    run.run("receiver.setDigitalInput_Slot(2, 1);");
+    QTRY_COMPARE_WITH_TIMEOUT(run.device().getDigitalInputValue(2), 1, 30000);
+    QCOMPARE(run.device().getDigitalInputValue(1), 0);
+    QVERIFY(run.window().shutDown());
 }
 
 ZUL_QTEST_MAIN(TestScriptLifetime)
