@@ -3,6 +3,10 @@
 #include "options.h"
 
 #include <QByteArray>
+#include <QLoggingCategory>
+#include <cstdlib>
+#include <cstring>
+#include <iostream>
 
 namespace {
 
@@ -13,7 +17,24 @@ void useOffscreenPlatform()
     qunsetenv("QT_QPA_PLATFORMTHEME");
 }
 
+void endOnFailure(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (type == QtFatalMsg) {
+        std::cerr << "zulbench: the display could not be opened; use --headless to run without one"
+                  << std::endl;
+        std::_Exit(1);
+    }
+    // The plugins' own warnings say why; they belong to the sentence or to nothing.
+    if (context.category == nullptr || std::strncmp(context.category, "qt.qpa.", 7) != 0) {
+        std::cerr << qPrintable(qFormatLogMessage(type, context, message)) << std::endl;
+    }
+}
+
 } // namespace
+
+displayplatform::FailureHandler::FailureHandler() : mFormer(qInstallMessageHandler(endOnFailure)) {}
+
+displayplatform::FailureHandler::~FailureHandler() { qInstallMessageHandler(mFormer); }
 
 bool displayplatform::prepare(const cOptions& options)
 {

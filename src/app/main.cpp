@@ -2,6 +2,7 @@
 #include "language.h"
 #include "mainwindow.h"
 #include "options.h"
+#include "readfile.h"
 #include "signalwatcher.h"
 #include "tracelog.h"
 #include "wcapture/capturefile.h"
@@ -12,7 +13,9 @@
 #include <QApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QIcon>
 #include <QScreen>
+#include <algorithm>
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
@@ -25,13 +28,11 @@ std::string version()
     return zulversion::describe("zulbench", {{"Qt", qVersion()}, {"CLI11", CLI11_VERSION}});
 }
 
-int fail(const std::string& reason)
+int fail(const QString& reason)
 {
-    std::cerr << "zulbench: " << reason << std::endl;
+    std::cerr << "zulbench: " << qPrintable(reason) << std::endl;
     return 1;
 }
-
-int fail(const QString& reason) { return fail(std::string(reason.toLocal8Bit().constData())); }
 
 QString unreadable(const char* kind, const std::string& path)
 {
@@ -45,15 +46,16 @@ QString fullPath(const std::string& path)
     return QFileInfo(QFile::decodeName(path.c_str())).absoluteFilePath();
 }
 
-/// Sets logging up as asked for; the window has set it up as usual before. Answers what went wrong.
-QString configureLog(const cOptions& options)
+// Each step returns what went wrong, in one sentence; an empty text if nothing did.
+
+/// The window has set logging up as usual before.
+QString configureLog(const cOptions& options, MainWindow&)
 {
     return options.logConfig ? QString::fromLocal8Bit(cWlog::init(options.logConfig->c_str()).c_str())
                              : QString();
 }
 
-/// Answers what went wrong; empty when everything asked for was done.
-QString carryOut(const cOptions& options, MainWindow& window)
+QString openFiles(const cOptions& options, MainWindow& window)
 {
     if (options.deviceFile && !window.openDeviceFile(fullPath(*options.deviceFile))) {
         return unreadable("device", *options.deviceFile);
@@ -61,15 +63,47 @@ QString carryOut(const cOptions& options, MainWindow& window)
     if (options.connectionFile && !window.openConnectionFile(fullPath(*options.connectionFile))) {
         return unreadable("connection", *options.connectionFile);
     }
-    if (options.connect) {
-        if (const std::optional<MainWindow::cRefusal> refusal = window.connectToServer()) {
-            return refusal->text;
+    return {};
+}
+
+QString checkOrders(const cOptions& options, MainWindow& window)
+{
+    if (const auto refusal = window.connectionRefusal(); options.connect && refusal) {
+        return QLatin1String(refusal->text);
+    }
+    const auto missing = std::find_if_not(options.scripts.begin(), options.scripts.end(),
+                                          [](auto& script) { return isReadableFile(fullPath(script)); });
+    return missing == options.scripts.end() ? QString() : unreadable("script", *missing);
+}
+
+QString createCapture(const cOptions& options, MainWindow& window)
+{
+    if (!options.captureFile) {
+        return {};
+    }
+    std::string problem;
+    const auto capture = cCaptureFile::create(*options.captureFile,
+                                              std::string("zulbench ") + zulversion::version(), &problem);
+    if (capture) {
+        capture->setReport([](const std::string& sentence) { cWlog("zulbench").error(sentence.c_str()); });
+        window.recordTo(capture);
+    }
+    return QString::fromLocal8Bit(problem.c_str());
+}
+
+/// The capture file, which is emptied, comes after all that may be wrong.
+QString carryOut(const cOptions& options, MainWindow& window)
+{
+    for (const auto step : {configureLog, openFiles, checkOrders, createCapture}) {
+        if (const QString problem = step(options, window); !problem.isEmpty()) {
+            return problem;
         }
     }
+    if (options.connect) {
+        window.connectToServer();
+    }
     for (const std::string& script : options.scripts) {
-        if (!window.runScript(fullPath(script))) {
-            return unreadable("script", script);
-        }
+        window.runScript(fullPath(script));
     }
     return {};
 }
@@ -82,45 +116,47 @@ void fitToScreen(QWidget& window)
     window.resize(window.size().boundedTo(window.screen()->availableSize() - kFrame));
 }
 
-/// Where the link is recorded. False, and one sentence in @p *problem, where the file can't be written.
-bool createCapture(const cOptions& options, std::shared_ptr<cCaptureFile>* capture, std::string* problem)
+QIcon icon()
 {
-    if (!options.captureFile) {
-        return true;
+    QIcon icon;
+    for (const int size : {16, 22, 24, 32, 48, 64, 128, 256}) {
+        icon.addFile(QStringLiteral(":/icons/zulbench-%1.png").arg(size));
     }
-    *capture =
-        cCaptureFile::create(*options.captureFile, std::string("zulbench ") + zulversion::version(), problem);
-    if (!*capture) {
-        return false;
-    }
-    (*capture)->setReport([](const std::string& sentence) { cWlog("zulbench").error(sentence.c_str()); });
-    return true;
+    return icon;
 }
 
-int run(QApplication& application, const cOptions& options, std::shared_ptr<cCaptureFile> capture)
+/// Ends with @p status, even if a script hangs where nothing can end it: its thread must not outlive what it
+/// uses.
+int leave(MainWindow& window, int status)
 {
-    const cLanguage language(cLanguage::wantedByUser());
-    tracelog::traceStart(version(), language.code());
-    const cSignalWatcher signalWatcher;
-    QObject::connect(&signalWatcher, &cSignalWatcher::arrived, &application, &QApplication::quit);
-    MainWindow window;
-    window.recordTo(std::move(capture));
-    QString problem = configureLog(options);
-    if (problem.isEmpty()) {
-        problem = carryOut(options, window);
-    }
-    if (!problem.isEmpty()) {
-        return fail(problem);
-    }
-    fitToScreen(window);
-    window.show();
-    const int status = QApplication::exec();
     if (!window.shutDown()) {
-        // A script hangs where nothing can reach it; its thread must not outlive what it uses.
         std::cout.flush();
         std::_Exit(status);
     }
     return status;
+}
+
+int run(const cOptions& options)
+{
+    const cLanguage language(cLanguage::wantedByUser());
+    tracelog::traceStart(version(), language.code());
+    const cSignalWatcher signalWatcher;
+    bool toldToEnd = false;
+    QObject::connect(&signalWatcher, &cSignalWatcher::arrived, [&toldToEnd] {
+        toldToEnd = true;
+        QApplication::quit();
+    });
+    MainWindow window;
+    const QString problem = carryOut(options, window);
+    if (toldToEnd) {
+        return leave(window, 0);
+    }
+    if (!problem.isEmpty()) {
+        return leave(window, fail(problem));
+    }
+    fitToScreen(window);
+    window.show();
+    return leave(window, QApplication::exec());
 }
 
 } // namespace
@@ -134,16 +170,17 @@ int main(int argc, char** argv)
     if (!displayplatform::prepare(parsed.options)) {
         return fail(QStringLiteral("there is no display; use --headless to run without one"));
     }
-    std::shared_ptr<cCaptureFile> capture;
-    std::string problem;
-    if (!createCapture(parsed.options, &capture, &problem)) {
-        return fail(problem);
-    }
     cSignalWatcher::block();
-    // Whoever read the trace may go away; the device stays.
+    // The reader of the trace may go away; the device stays.
     std::signal(SIGPIPE, SIG_IGN);
+    std::optional<displayplatform::FailureHandler> failureHandler(std::in_place);
     QApplication application(argc, argv);
+    failureHandler.reset();
     // Qt has set the user's locale; numbers in files, in the log and in scripts keep their point.
     std::setlocale(LC_NUMERIC, "C");
-    return run(application, parsed.options, std::move(capture));
+    if (QApplication::windowIcon().isNull()) {
+        QApplication::setWindowIcon(icon());
+    }
+    QApplication::setDesktopFileName(QStringLiteral("zulbench"));
+    return run(parsed.options);
 }

@@ -1,7 +1,9 @@
 #include "mainwindow.h"
 
 #include "additemsdialog.h"
+#include "boundedread.h"
 #include "cconfig.h"
+#include "cfiledrop.h"
 #include "configpropertiesdialog.h"
 #include "connectiondialog.h"
 #include "connectionfile.h"
@@ -9,20 +11,24 @@
 #include "createdialog.h"
 #include "crepaintthrottle.h"
 #include "devicefile.h"
+#include "filekind.h"
 #include "linerewrite.h"
 #include "paths.h"
+#include "readfile.h"
 #include "removeitemdialog.h"
 #include "scriptworker.h"
 #include "tracelog.h"
 #include "ui_mainwindow.h"
 #include "wlog/wlog.h"
 
+#include <QApplication>
+#include <QBuffer>
 #include <QCloseEvent>
 #include <QDebug>
 #include <QDir>
-#include <QFile>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <algorithm>
 
 namespace {
 
@@ -42,6 +48,9 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui::MainWi
     createConfigurationDirectory();
     ui->setupUi(this);
     new cRepaintThrottle(this);
+    new cFileDrop(
+        this, [this](const QString& path) { return canOpen(path); },
+        [this](const QStringList& paths) { openAll(paths); });
     cWlog::init(cWlog::INFO);
     ui->menuBar->setNativeMenuBar(false);
     ui->mainToolBar->widgetForAction(ui->actionConnect)->setFocusPolicy(Qt::TabFocus);
@@ -50,14 +59,17 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui::MainWi
     mConfig->setZULConnectionFile(cConfig::kUnset);
     mConfig->setZULIP(cConfig::kUnset);
     mConfig->setZULPort(cConfig::kUnset);
-    disableDependentEntries();
+    setDeviceEntriesEnabled(false);
+    ui->actionEdit_Connection_Configuration->setEnabled(false);
     connected = false;
     mDevice = new cDevice;
 }
 
 MainWindow::~MainWindow()
 {
-    qDeleteAll(openDialogs());
+    for (const QPointer<QDialog>& dialog : mDialogs) {
+        delete dialog;
+    }
     shutDown();
     delete mConfig;
     delete ui;
@@ -75,21 +87,12 @@ void MainWindow::createConfigurationDirectory()
 
 void MainWindow::setupStatusBar() {}
 
-void MainWindow::disableDependentEntries()
+void MainWindow::setDeviceEntriesEnabled(bool enabled)
 {
-    ui->menuAdd_Item->setEnabled(false);
-    ui->menuRemove_Item->setEnabled(false);
-    ui->actionEdit_Connection_Configuration->setEnabled(false);
-    ui->actionEdit_Device_Configuration->setEnabled(false);
-    ui->actionSelect_Script_to_Run->setEnabled(false);
-}
-
-void MainWindow::enableDeviceEntries()
-{
-    ui->menuAdd_Item->setEnabled(true);
-    ui->menuRemove_Item->setEnabled(true);
-    ui->actionEdit_Device_Configuration->setEnabled(true);
-    ui->actionSelect_Script_to_Run->setEnabled(true);
+    ui->menuAdd_Item->setEnabled(enabled);
+    ui->menuRemove_Item->setEnabled(enabled);
+    ui->actionEdit_Device_Configuration->setEnabled(enabled);
+    ui->actionSelect_Script_to_Run->setEnabled(enabled);
 }
 
 const cConfig& MainWindow::config() const { return *mConfig; }
@@ -99,19 +102,19 @@ cDevice* MainWindow::device() const { return mDevice; }
 void MainWindow::updateConfig(cConfig* config, int code)
 {
     if (code == cConfig::DEVICE_FILE_UPDATE) {
-        takeDeviceFile(config->getZULCurrentFile());
+        setDeviceFile(config->getZULCurrentFile());
+        loadDevice();
     } else if (code == cConfig::CONNECTION_UPDATE) {
         takeConnection(*config);
     }
 }
 
-void MainWindow::takeDeviceFile(const QString& path)
+void MainWindow::setDeviceFile(const QString& path)
 {
     if (mConfig->getZULCurrentFile() == cConfig::kUnset) {
-        enableDeviceEntries();
+        setDeviceEntriesEnabled(true);
     }
     mConfig->setZULCurrentFile(path);
-    loadDevice();
 }
 
 void MainWindow::takeConnection(const cConfig& config)
@@ -129,20 +132,62 @@ void MainWindow::loadDevice()
 {
     const QString path = mConfig->getZULCurrentFile();
     linerewrite::complete(path);
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return;
+    if (const std::optional<QByteArray> file = readFile(path, kMaxLineFileBytes)) {
+        showDevice(*file);
     }
-    const cDeviceFile values = cDeviceFile::read(file);
-    traceDevice(path, values);
+}
+
+void MainWindow::showDevice(const QByteArray& file)
+{
+    QBuffer buffer;
+    buffer.setData(file);
+    buffer.open(QIODevice::ReadOnly);
+    const cDeviceFile values = cDeviceFile::read(buffer);
+    traceDevice(mConfig->getZULCurrentFile(), values);
     QByteArray label = values.label.toUtf8();
     // The old panel stops its link and threads before the new one comes up. Deleting it also takes it out of
-    // the window, so that setCentralWidget() finds none to delete.
+    // the window, so setCentralWidget() finds none to delete.
     delete mDevice;
     mDevice = new cDevice(values.digitalInputs, values.digitalOutputs, values.analogInputs,
                           values.analogOutputs, values.scanners, label.data(), values.type,
                           values.versionNumber(), values.serialNumber());
     setCentralWidget(mDevice);
+}
+
+/// Returns whether the menus, as they are, would open a file of this kind.
+bool MainWindow::canOpen(const QString& path) const
+{
+    const eFileKind kind = fileKindOf(path);
+    const bool unlocked =
+        kind == eFileKind::SCRIPT ? ui->actionSelect_Script_to_Run->isEnabled() : ui->menuFile->isEnabled();
+    return kind != eFileKind::OTHER && unlocked && QApplication::activeModalWidget() == nullptr;
+}
+
+bool MainWindow::open(const QString& path)
+{
+    switch (fileKindOf(path)) {
+    case eFileKind::DEVICE:
+        return openDeviceFile(path);
+    case eFileKind::CONNECTION:
+        return openConnectionFile(path);
+    case eFileKind::SCRIPT:
+        return runScript(path);
+    case eFileKind::OTHER:
+        break;
+    }
+    return false;
+}
+
+void MainWindow::openAll(QStringList paths)
+{
+    std::stable_sort(paths.begin(), paths.end(), [](const QString& first, const QString& second) {
+        return fileKindOf(first) < fileKindOf(second);
+    });
+    for (const QString& path : paths) {
+        if (canOpen(path) && !open(path)) {
+            reportUnreadableFile();
+        }
+    }
 }
 
 QString MainWindow::chooseFile(const QString& directory, const QString& filter)
@@ -157,10 +202,12 @@ void MainWindow::reportUnreadableFile()
 
 bool MainWindow::openDeviceFile(const QString& path)
 {
-    if (!QFile(path).open(QIODevice::ReadOnly)) {
+    const std::optional<QByteArray> file = readFile(path, kMaxLineFileBytes);
+    if (!file) {
         return false;
     }
-    takeDeviceFile(path);
+    setDeviceFile(path);
+    showDevice(*file);
     return true;
 }
 
@@ -189,12 +236,14 @@ void MainWindow::on_actionCreate_new_connection_configuration_triggered()
 
 bool MainWindow::openConnectionFile(const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    std::optional<QByteArray> file = readFile(path, kMaxLineFileBytes);
+    if (!file) {
         return false;
     }
+    QBuffer buffer(&*file);
+    buffer.open(QIODevice::ReadOnly);
     cConnectionFile connection{{}, mConfig->getZULIP(), mConfig->getZULPort()};
-    connection.read(file, {cConnectionFile::ADDRESS, cConnectionFile::PORT});
+    connection.read(buffer, {cConnectionFile::ADDRESS, cConnectionFile::PORT});
     if (mConfig->getZULConnectionFile() == cConfig::kUnset) {
         ui->actionEdit_Connection_Configuration->setEnabled(true);
     }
@@ -222,21 +271,34 @@ void MainWindow::on_actionEdit_Connection_Configuration_triggered()
     showDialog(dialog);
 }
 
-std::optional<MainWindow::cRefusal> MainWindow::connectToServer()
+std::optional<MainWindow::cRefusal> MainWindow::connectionRefusal() const
 {
     if (mDevice == nullptr) {
-        return cRefusal{tr("No Device Loaded"), tr("You need to load a device before you can connect")};
+        return cRefusal{QT_TR_NOOP("No Device Loaded"),
+                        QT_TR_NOOP("You need to load a device before you can connect")};
     }
     if (mConfig->getZULIP() == cConfig::kUnset || mConfig->getZULPort() == cConfig::kUnset) {
-        return cRefusal{tr("No Connection Configure"),
-                        tr("You need to configure the connection parameters first")};
+        return cRefusal{QT_TR_NOOP("No Connection Configure"),
+                        QT_TR_NOOP("You need to configure the connection parameters first")};
     }
-    mDevice->recordTo(mCapture);
-    mDevice->start(mConfig);
-    connected = true;
-    ui->menuEdit->setEnabled(false);
-    ui->menuFile->setEnabled(false);
     return std::nullopt;
+}
+
+std::optional<MainWindow::cRefusal> MainWindow::connectToServer()
+{
+    const std::optional<cRefusal> refusal = connectionRefusal();
+    if (!refusal) {
+        mDevice->recordTo(mCapture);
+        mDevice->start(mConfig);
+        connected = true;
+        ui->menuEdit->setEnabled(false);
+        ui->menuFile->setEnabled(false);
+        for (QAction* action : ui->menuFile->actions()) {
+            // A disabled menu does not disable them.
+            action->setShortcut({});
+        }
+    }
+    return refusal;
 }
 
 void MainWindow::on_actionConnect_changed() {}
@@ -244,26 +306,23 @@ void MainWindow::on_actionConnect_changed() {}
 void MainWindow::on_actionConnect_triggered()
 {
     if (const std::optional<cRefusal> refusal = connectToServer()) {
-        QMessageBox::critical(this, refusal->title, refusal->text, QMessageBox::Ok);
+        QMessageBox::critical(this, tr(refusal->title), tr(refusal->text), QMessageBox::Ok);
     }
 }
 
 bool MainWindow::runScript(const QString& path)
 {
-    if (!QFile(path).open(QIODevice::ReadOnly)) {
+    if (!isReadableFile(path)) {
         return false;
     }
     auto worker = std::make_unique<scriptWorker>(mDevice->executor());
     connect(this, &MainWindow::transferScriptFileName, worker.get(), &scriptWorker::receiveScriptFileName);
-    announceScript(path);
-    mScripts.start(std::move(worker));
-    return true;
-}
-
-void MainWindow::announceScript(const QString& path)
-{
-    // The workers of earlier scripts hear of it too, on their threads, and make nothing of it.
     emit transferScriptFileName(path, mDevice);
+    if (!mScripts.start(std::move(worker))) {
+        cWlog("zulbench")
+            .error(qPrintable("The system refuses a thread, so this script does not run: " + path));
+    }
+    return true;
 }
 
 void MainWindow::on_actionSelect_Script_to_Run_triggered()
@@ -276,28 +335,19 @@ void MainWindow::on_actionSelect_Script_to_Run_triggered()
 }
 
 void MainWindow::on_actionAdd_Digital_Input_triggered() { openItemsDialog<addItemsDialog>(1); }
-
 void MainWindow::on_actionAdd_Digital_Output_triggered() { openItemsDialog<addItemsDialog>(2); }
-
 void MainWindow::on_actionAdd_Analog_Input_triggered() { openItemsDialog<addItemsDialog>(3); }
-
 void MainWindow::on_actionAdd_Analog_Output_triggered() { openItemsDialog<addItemsDialog>(4); }
-
 void MainWindow::on_actionAdd_Access_Event_triggered() { openItemsDialog<addItemsDialog>(5); }
-
 void MainWindow::on_actionRemove_Digital_Input_triggered() { openItemsDialog<removeItemDialog>(1); }
-
 void MainWindow::on_actionRemove_Digital_Output_triggered() { openItemsDialog<removeItemDialog>(2); }
-
 void MainWindow::on_actionRemove_Analog_Input_triggered() { openItemsDialog<removeItemDialog>(3); }
-
 void MainWindow::on_actionRemove_Analog_Output_triggered() { openItemsDialog<removeItemDialog>(4); }
-
 void MainWindow::on_actionRemove_Access_Event_triggered() { openItemsDialog<removeItemDialog>(5); }
 
 bool MainWindow::shutDown()
 {
-    // The device's executor closes first, so that no script waits at it.
+    // Closes the device's executor, so no script waits there.
     delete mDevice;
     mDevice = nullptr;
     return mScripts.stop();
@@ -326,26 +376,17 @@ void MainWindow::openItemsDialog(int instructionType)
 void MainWindow::showDialog(QDialog* dialog)
 {
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    mDialogs.removeAll(nullptr);
-    mDialogs.append(dialog);
+    std::erase(mDialogs, nullptr);
+    mDialogs.emplace_back(dialog);
     dialog->show();
-}
-
-QList<QDialog*> MainWindow::openDialogs() const
-{
-    QList<QDialog*> dialogs;
-    for (const QPointer<QDialog>& dialog : mDialogs) {
-        if (dialog != nullptr) {
-            dialogs.append(dialog);
-        }
-    }
-    return dialogs;
 }
 
 void MainWindow::closeEvent(QCloseEvent* event)
 {
-    for (QDialog* dialog : openDialogs()) {
-        dialog->close();
+    for (const QPointer<QDialog>& dialog : mDialogs) {
+        if (dialog != nullptr) {
+            dialog->close();
+        }
     }
     event->accept();
 }

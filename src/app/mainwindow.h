@@ -5,13 +5,13 @@
 #include "cdevice.h"
 #include "cscripts.h"
 
-#include <QList>
 #include <QMainWindow>
 #include <QPointer>
 #include <QString>
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 class QDialog;
 class cConfig;
@@ -26,41 +26,45 @@ class MainWindow : public QMainWindow
     Q_OBJECT
 
 public:
-    /// Why an action was turned down, as its message box says it.
+    /// Why the device cannot connect, in English; the message box shows the translations.
     struct cRefusal
     {
-        QString title;
-        QString text;
+        const char* title;
+        const char* text;
     };
 
     explicit MainWindow(QWidget* parent = nullptr);
     ~MainWindow() override;
 
-    // What the menu actions do once a file is chosen; nothing is shown to the operator.
+    // What the menu actions do once a file is chosen. They show no message box.
 
-    /// Loads the device file at the full path @p path; false, and no change, if it cannot be opened.
+    /// Loads the device file at the full path @p path. Returns false, and changes nothing, if it cannot be
+    /// read.
     bool openDeviceFile(const QString& path);
 
-    /// Takes the server's address and port from the connection file at the full path @p path; false, and no
-    /// change, if it cannot be opened.
+    /// Takes the server's address and port from the connection file at the full path @p path. Returns false,
+    /// and changes nothing, if it cannot be read.
     bool openConnectionFile(const QString& path);
 
-    /// Starts the device toward the configured server, which locks the File and Edit menus. Answers why
-    /// nothing was started; whether the server was reached does not count.
+    /// Returns why connectToServer() would not start the device, if there is a reason.
+    std::optional<cRefusal> connectionRefusal() const;
+
+    /// Starts the device toward the configured server and locks the File and Edit menus, unless there is a
+    /// refusal, which it returns. Whether the server is reached does not count.
     std::optional<cRefusal> connectToServer();
 
-    /// Records in @p file, or nowhere where it is null, what the link that is started next carries.
+    /// Records the link that is started next in @p file, or nowhere if that is null.
     void recordTo(std::shared_ptr<cCaptureFile> file) { mCapture = std::move(file); }
 
-    /// Runs the JavaScript file at @p path against the loaded device, on a thread of its own; false, and no
-    /// thread, if it cannot be opened.
+    /// Runs the JavaScript file at @p path against the loaded device, on a thread of its own. Returns false,
+    /// and starts no thread, if it cannot be opened. A thread that the system refuses is an error in the log.
     bool runScript(const QString& path);
 
-    /// How many scripts were started.
+    /// The number of scripts that were started.
     size_t scriptCount() const { return mScripts.count(); }
 
-    /// Ends the device's link and threads and every script. False where a script does not end; then only the
-    /// end of the process helps.
+    /// Ends the device's link and threads and every script. Returns false if a script does not end; only the
+    /// end of the process ends it then.
     bool shutDown();
 
     /// The record in use; it lives as long as the window.
@@ -77,8 +81,8 @@ signals:
     void transferScriptFileName(QString fileName, cDevice* device);
 
 public slots:
-    /// Copies the fields that @p code (cConfig::eUpdate) names and acts on them; another code does nothing.
-    /// No pointer to @p config is kept.
+    /// Copies the fields that @p code, a cConfig::eUpdate, names and acts on them. Keeps no pointer to @p
+    /// config.
     void updateConfig(cConfig* config, int code);
 
 private slots:
@@ -108,30 +112,31 @@ protected:
 
 private:
     void createConfigurationDirectory();
-    /// The status bar stays empty: this does nothing, and nothing calls it.
+    /// Does nothing, and nothing calls it: the status bar stays empty.
     void setupStatusBar();
-    void disableDependentEntries();
-    void enableDeviceEntries();
-    void takeDeviceFile(const QString& path);
+    void setDeviceEntriesEnabled(bool enabled);
+    void setDeviceFile(const QString& path);
     void takeConnection(const cConfig& config);
     void loadDevice();
+    void showDevice(const QByteArray& file);
+    bool canOpen(const QString& path) const;
+    bool open(const QString& path);
+    void openAll(QStringList paths);
     QString chooseFile(const QString& directory, const QString& filter);
     void reportUnreadableFile();
-    void announceScript(const QString& path);
     template <class Dialog>
     Dialog* createReportingDialog();
     template <class Dialog>
     void openItemsDialog(int instructionType);
     void showDialog(QDialog* dialog);
-    QList<QDialog*> openDialogs() const;
 
     Ui::MainWindow* ui;
     cDevice* mDevice;
     cConfig* mConfig;
     bool connected;
-    QList<QPointer<QDialog>> mDialogs;
+    std::vector<QPointer<QDialog>> mDialogs;
     cScripts mScripts;
-    std::shared_ptr<cCaptureFile> mCapture; ///< null where nothing is recorded
+    std::shared_ptr<cCaptureFile> mCapture; ///< null if nothing is recorded
 };
 
 #endif

@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include "filekind.h"
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
@@ -69,22 +71,23 @@ std::vector<std::string> ownArguments(int argc, const char* const* argv, bool& p
     return own;
 }
 
-void describe(CLI::App& app, const std::string& version, cOptions& options)
+void describe(CLI::App& app, const std::string& version, cOptions& options, std::vector<std::string>& files)
 {
     app.set_help_flag("-h,--help", "Print this help and end");
     app.set_version_flag("--version", version,
                          "Print the version, the commit and the libraries' versions, and end");
-    CLI::Option* device = app.add_option("--device", options.deviceFile, "Load this device file");
-    device->type_name("FILE");
+    app.add_option("FILE", files, "Load this device (.dev) or connection (.con), or run this script (.js)")
+        ->type_name("");
+    app.add_option("--device", options.deviceFile, "Load this device file")->type_name("FILE");
     app.add_option("--connection", options.connectionFile, "Take the server's address from this file")
         ->type_name("FILE");
     app.add_flag("--connect", options.connect, "Connect to the server");
     app.add_option("--script", options.scripts,
-                   "Run this JavaScript file; may be given again, needs --device")
+                   "Run this JavaScript file; may be given again, needs a device")
         ->type_name("FILE")
         ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->needs(device);
+        ->allow_extra_args(false)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     app.add_option("--log-config", options.logConfig, "Log as this log4cpp property file says")
         ->type_name("FILE");
     app.add_option("--capture", options.captureFile, "Record what crosses the link in this file (pcapng)")
@@ -93,6 +96,38 @@ void describe(CLI::App& app, const std::string& version, cOptions& options)
     app.footer("The device is loaded first, then the connection file, then the device connects, and\n"
                "the scripts start last.\n"
                "Qt's own options, such as -platform and -style, are understood as well.");
+}
+
+void takeOnce(std::optional<std::string>& taken, const std::string& file)
+{
+    if (taken) {
+        throw CLI::ValidationError("'" + *taken + "' and '" + file + "' are two files of one kind");
+    }
+    taken = file;
+}
+
+/// Sorts the plain arguments in @p files into @p options. Throws CLI11's errors.
+void takeFiles(const std::vector<std::string>& files, cOptions& options)
+{
+    for (const std::string& file : files) {
+        // The suffix is ASCII, whatever the locale.
+        switch (fileKindOf(QString::fromLatin1(file.c_str()))) {
+        case eFileKind::DEVICE:
+            takeOnce(options.deviceFile, file);
+            break;
+        case eFileKind::CONNECTION:
+            takeOnce(options.connectionFile, file);
+            break;
+        case eFileKind::SCRIPT:
+            options.scripts.push_back(file);
+            break;
+        case eFileKind::OTHER:
+            throw CLI::ValidationError("'" + file + "' is neither a .dev nor a .con nor a .js file");
+        }
+    }
+    if (!options.scripts.empty() && !options.deviceFile) {
+        throw CLI::RequiresError("--script", "--device");
+    }
 }
 
 int report(const CLI::App& app, const CLI::ParseError& outcome, std::ostream& out, std::ostream& error)
@@ -113,9 +148,11 @@ cParsedOptions parseOptions(int argc, const char* const* argv, const std::string
 {
     cParsedOptions parsed;
     CLI::App app("Simulates one field device toward a site-monitoring server.", kProgram);
-    describe(app, version, parsed.options);
+    std::vector<std::string> files;
+    describe(app, version, parsed.options, files);
     try {
         app.parse(ownArguments(argc, argv, parsed.options.platformNamed));
+        takeFiles(files, parsed.options);
     } catch (const CLI::ParseError& outcome) {
         parsed.exitStatus = report(app, outcome, out, error);
     }

@@ -6,22 +6,21 @@
 #include <string>
 #include <vector>
 
-/// Holds what the command line asks for.
-///
-/// Texts are bytes as typed: Qt may decode them only once its application object has set the locale.
+/// What the command line asks for. Texts are bytes as typed: Qt may decode them only once its application
+/// object has set the locale.
 struct cOptions
 {
     std::optional<std::string> deviceFile;
     std::optional<std::string> connectionFile;
     bool connect = false;
-    std::vector<std::string> scripts;       ///< in the order typed; never without a device file
+    std::vector<std::string> scripts;       ///< those of --script first; none without a device file
     std::optional<std::string> logConfig;   ///< a log4cpp property file
     std::optional<std::string> captureFile; ///< records what crosses the link
     bool headless = false;
     bool platformNamed = false; ///< Qt's own -platform was given
 };
 
-/// What comes of a command line: options to run with, or the status to end with at once.
+/// A parsed command line: options to run with, or the status to end with at once.
 struct cParsedOptions
 {
     cOptions options;

@@ -1,4 +1,5 @@
 #include "additemsdialog.h"
+#include "caccess.h"
 #include "cconfig.h"
 #include "configpropertiesdialog.h"
 #include "connectiondialog.h"
@@ -12,10 +13,12 @@
 #include "qttestmain.h"
 #include "removeitemdialog.h"
 
+#include <QDropEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMimeData>
 #include <QSpinBox>
 #include <QStatusBar>
 #include <QToolBar>
@@ -167,6 +170,38 @@ void expectFileDialog(const ModalAnswers::Shown& shown, const QString& filter, c
     QCOMPARE(shown.parent, parent);
 }
 
+/// Drags @p data over @p target and drops it there. Returns whether it was taken.
+bool drop(QWidget& target, const QMimeData& data)
+{
+    const QPoint centre = target.rect().center();
+    QDragEnterEvent enter(centre, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&target, &enter);
+    if (!enter.isAccepted()) {
+        return false;
+    }
+    QDragMoveEvent move(centre, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&target, &move);
+    QDropEvent end(centre, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&target, &end);
+    return move.isAccepted() && end.isAccepted() && end.dropAction() == Qt::CopyAction;
+}
+
+QLineEdit* scanCode(const MainWindow& window)
+{
+    return window.device()->findChild<cAccess*>()->findChild<QLineEdit*>();
+}
+
+bool drop(QWidget& target, const QStringList& paths)
+{
+    QList<QUrl> urls;
+    for (const QString& path : paths) {
+        urls.append(QUrl::fromLocalFile(path));
+    }
+    QMimeData data;
+    data.setUrls(urls);
+    return drop(target, data);
+}
+
 } // namespace
 
 class TestMainWindow : public QObject
@@ -241,6 +276,19 @@ private slots:
     void connectingAgainIsNotPrevented();
     void dialogsStayUsableAfterConnecting();
     void theDeviceMayBeReplacedWhileConnected();
+
+    void aRightClickOffersNoMenu_data();
+    void aRightClickOffersNoMenu();
+    void theShortcutsDoWhatTheMenusDo_data();
+    void theShortcutsDoWhatTheMenusDo();
+    void theShortcutsAreLockedWithTheMenu();
+    void droppedFilesAreOpenedInOrder_data();
+    void droppedFilesAreOpenedInOrder();
+    void aDroppedFileThatCannotBeOpenedIsReported();
+    void otherDropsAreRefused_data();
+    void otherDropsAreRefused();
+    void dropsAreIgnoredWhileTheMenusAreLocked();
+    void aTextIsStillDroppedOnATextField();
 
     void closingTheWindowEndsTheProgramWithItsDialogs();
     void dialogsGoWithTheWindow();
@@ -1188,6 +1236,152 @@ void TestMainWindow::theDeviceMayBeReplacedWhileConnected()
     QVERIFY(first.isNull());
     QCOMPARE(window.device()->count(), 8);
     QCOMPARE(enabled(window, {"menuFile", "menuEdit"}), QVector<bool>({false, false}));
+}
+
+void TestMainWindow::aRightClickOffersNoMenu_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char* name : {"mainToolBar", "menuBar", "statusBar", "centralWidget"}) {
+        QTest::newRow(name) << name;
+    }
+}
+
+void TestMainWindow::aRightClickOffersNoMenu()
+{
+    QFETCH(QString, name);
+    MainWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    auto* widget = window.findChild<QWidget*>(name);
+    const QPoint point = widget->rect().center();
+    QContextMenuEvent click(QContextMenuEvent::Mouse, point, widget->mapToGlobal(point));
+    QApplication::sendEvent(widget, &click);
+    QVERIFY(QApplication::activePopupWidget() == nullptr);
+}
+
+void TestMainWindow::theShortcutsDoWhatTheMenusDo_data()
+{
+    QTest::addColumn<QString>("keys");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("create a device") << "Ctrl+N"
+                                     << "createdialog";
+    QTest::newRow("create a connection") << "Ctrl+Shift+N"
+                                         << "createConnectionDialog";
+    QTest::newRow("load a device") << "Ctrl+O"
+                                   << "Device File (*.dev)";
+    QTest::newRow("load a connection") << "Ctrl+Shift+O"
+                                       << "Connection File (*.con)";
+}
+
+void TestMainWindow::theShortcutsDoWhatTheMenusDo()
+{
+    QFETCH(QString, keys);
+    QFETCH(QString, shown);
+    MainWindow window;
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    ModalAnswers answers;
+    QTest::keySequence(&window, QKeySequence(keys));
+    const auto hasOpened = [&] {
+        const bool asked = !answers.shown().isEmpty() && answers.shown()[0].nameFilters == QStringList(shown);
+        const auto dialogs = openDialogs<QDialog>();
+        return asked || (dialogs.size() == 1 && dialogs[0]->metaObject()->className() == shown);
+    };
+    QTRY_VERIFY(hasOpened());
+}
+
+void TestMainWindow::theShortcutsAreLockedWithTheMenu()
+{
+    MainWindow window;
+    report(window, "127.0.0.1", "1", "/d/lab.con");
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    QVERIFY(!window.connectToServer().has_value());
+    QTest::keySequence(&window, QKeySequence("Ctrl+N"));
+    QTest::keySequence(&window, QKeySequence("Ctrl+Shift+N"));
+    QCoreApplication::processEvents();
+    QCOMPARE(openDialogs<QDialog>().size(), 0);
+}
+
+void TestMainWindow::droppedFilesAreOpenedInOrder_data()
+{
+    QTest::addColumn<bool>("onATextField");
+    QTest::newRow("on the window") << false;
+    QTest::newRow("on a text field") << true;
+}
+
+void TestMainWindow::droppedFilesAreOpenedInOrder()
+{
+    QFETCH(bool, onATextField);
+    const HomeFiles home;
+    const QString device = home.write("Panel.DEV", kPanel);
+    const QString connection = home.write("lab.con", kConnection);
+    MainWindow window;
+    if (onATextField) {
+        QVERIFY(window.openDeviceFile(home.write("Other.dev", QByteArray(kPanel).replace("Panel", "Other"))));
+    }
+    QWidget& target = onATextField ? *scanCode(window) : static_cast<QWidget&>(window);
+    QVERIFY(drop(target, {home.write("a.js", ""), connection, device, "/tmp/another.txt"}));
+    QTRY_COMPARE(summary(window), device + '|' + connection + "|127.0.0.1|1");
+    QCOMPARE(portCounts(window), QString("2 1 1 1"));
+    QCOMPARE(window.scriptCount(), size_t{1});
+}
+
+void TestMainWindow::aDroppedFileThatCannotBeOpenedIsReported()
+{
+    const HomeFiles home;
+    MainWindow window;
+    ModalAnswers answers;
+    answers.pressOk();
+    QVERIFY(drop(window, {home.pathOf("missing.dev")}));
+    QTRY_COMPARE(answers.shown().size(), 1);
+    expectUnreadableFileBox(answers.shown()[0], &window);
+    QCOMPARE(summary(window), QString("none|none|none|none"));
+}
+
+void TestMainWindow::otherDropsAreRefused_data()
+{
+    QTest::addColumn<QUrl>("url");
+    QTest::newRow("another file") << QUrl("file:///tmp/a.txt");
+    QTest::newRow("a file without a suffix") << QUrl("file:///tmp/dev");
+    QTest::newRow("a file elsewhere") << QUrl("http://localhost/a.dev");
+    QTest::newRow("a script without a device") << QUrl("file:///tmp/a.js");
+}
+
+void TestMainWindow::otherDropsAreRefused()
+{
+    QFETCH(QUrl, url);
+    MainWindow window;
+    QMimeData data;
+    data.setUrls({url});
+    QVERIFY(!drop(window, data));
+}
+
+void TestMainWindow::dropsAreIgnoredWhileTheMenusAreLocked()
+{
+    const HomeFiles home;
+    MainWindow window;
+    QVERIFY(window.openDeviceFile(home.write("Panel.dev", kPanel)));
+    report(window, "127.0.0.1", "1", "/d/lab.con");
+    QVERIFY(!window.connectToServer().has_value());
+    QVERIFY(!drop(window, {home.write("Other.dev", kPanel)}));
+    QVERIFY(!drop(window, {home.write("lab.con", kConnection)}));
+    // The Scripts menu stays.
+    QVERIFY(drop(window, {home.write("a.js", "")}));
+    QTRY_COMPARE(window.scriptCount(), size_t{1});
+    QCOMPARE(summary(window), home.pathOf("Panel.dev") + "|/d/lab.con|127.0.0.1|1");
+}
+
+void TestMainWindow::aTextIsStillDroppedOnATextField()
+{
+    const HomeFiles home;
+    MainWindow window;
+    QVERIFY(window.openDeviceFile(home.write("Panel.dev", kPanel)));
+    QLineEdit* const field = scanCode(window);
+    QMimeData data;
+    data.setText("card 7");
+    drop(*field, data);
+    QCOMPARE(field->text(), QString("card 7"));
 }
 
 void TestMainWindow::closingTheWindowEndsTheProgramWithItsDialogs()

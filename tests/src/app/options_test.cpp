@@ -35,7 +35,7 @@ Parsed parse(const QString& line)
     return parsed;
 }
 
-/// What was asked for, in words: device=... connection=... capture=... connect headless platform.
+/// What was asked for, in words: device=... connection=... capture=... script=... connect headless platform.
 QString summary(const cOptions& options)
 {
     QStringList words;
@@ -47,6 +47,9 @@ QString summary(const cOptions& options)
     }
     if (options.captureFile) {
         words.append("capture=" + QString::fromStdString(*options.captureFile));
+    }
+    for (const std::string& script : options.scripts) {
+        words.append("script=" + QString::fromStdString(script));
     }
     if (options.connect) {
         words.append("connect");
@@ -98,6 +101,19 @@ void TestOptions::goodLinesAreTaken_data()
                              << "connect";
     QTest::newRow("headless") << "--headless"
                               << "headless";
+    QTest::newRow("a plain device") << "a.dev"
+                                    << "device=a.dev";
+    QTest::newRow("a plain connection") << "a.con --connect"
+                                        << "connection=a.con connect";
+    QTest::newRow("plain files of every kind")
+        << "s.js a.con --script r.js t.js a.dev"
+        << "device=a.dev connection=a.con script=r.js script=s.js script=t.js";
+    QTest::newRow("a plain file in capitals") << "A.DEV"
+                                              << "device=A.DEV";
+    QTest::newRow("a plain script beside an option") << "--device a.dev s.js"
+                                                     << "device=a.dev script=s.js";
+    QTest::newRow("a plain file after two dashes") << "-- -a.dev"
+                                                   << "device=-a.dev";
     QTest::newRow("everything in another order") << "--headless --connect --connection a.con --device a.dev"
                                                  << "device=a.dev connection=a.con connect headless";
     QTest::newRow("the next word is the name, whatever it is") << "--device --connect"
@@ -154,8 +170,16 @@ void TestOptions::wrongUsageIsOneLineOfError_data()
                                     << "--bogus";
     QTest::newRow("unknown short option") << "-z"
                                           << "-z";
-    QTest::newRow("argument without an option") << "a.dev"
-                                                << "a.dev";
+    QTest::newRow("a plain file of another kind") << "a.txt"
+                                                  << "'a.txt'";
+    QTest::newRow("a plain word") << "dev"
+                                  << "'dev'";
+    QTest::newRow("two plain devices") << "a.dev b.dev"
+                                       << "'a.dev' and 'b.dev'";
+    QTest::newRow("a plain connection beside the option") << "--connection a.con b.con"
+                                                          << "'a.con' and 'b.con'";
+    QTest::newRow("a plain script without a device") << "a.js"
+                                                     << "--device";
     QTest::newRow("device without a file") << "--device"
                                            << "--device";
     QTest::newRow("capture without a file") << "--capture"

@@ -3,6 +3,7 @@
 #include "qttestmain.h"
 
 #include <csignal>
+#include <sys/stat.h>
 
 namespace {
 
@@ -13,6 +14,16 @@ const QByteArray kPanel("Digital input(s):    2\nDigital output(s):   1\nAnalog 
 
 const QByteArray kConnection("Connection descriptor:   lab\nConnection IP address:   127.0.0.1\n"
                              "Connection port number:  1\n");
+
+/// A pipe in the configuration directory.
+QString makePipe(const HomeFiles& home)
+{
+    const QString path = home.pathOf("pipe");
+    if (mkfifo(QFile::encodeName(path).constData(), 0600) != 0) {
+        qFatal("there is no pipe");
+    }
+    return path;
+}
 
 } // namespace
 
@@ -34,7 +45,18 @@ private slots:
     void aRelativeNameIsMeantFromTheWorkingDirectory();
     void aScriptNeedsADevice();
     void everyScriptIsRun();
-    void anUnreadableScriptEndsWithOne();
+    void anUnreadableScriptEndsWithOneBeforeAnotherStarts();
+    void plainArgumentsAreOpened();
+    void aPipeIsReadToItsEnd_data();
+    void aPipeIsReadToItsEnd();
+    void aPipeWithoutAWriterEndsAtASignal_data();
+    void aPipeWithoutAWriterEndsAtASignal();
+    void theCaptureFileStaysIfAnOptionIsWrong_data();
+    void theCaptureFileStaysIfAnOptionIsWrong();
+    void aDisplayThatLeadsNowhereEndsWithOne_data();
+    void aDisplayThatLeadsNowhereEndsWithOne();
+    void sentencesAreEnglishWhateverTheLocale();
+    void aLaterScriptDoesNotLendItsNameToAnEarlierOne();
     void aSignalEndsTheProgramWhateverAScriptDoes_data();
     void aSignalEndsTheProgramWhateverAScriptDoes();
 };
@@ -200,16 +222,176 @@ void TestProgram::everyScriptIsRun()
     QVERIFY(program.complaints().isEmpty());
 }
 
-void TestProgram::anUnreadableScriptEndsWithOne()
+void TestProgram::anUnreadableScriptEndsWithOneBeforeAnotherStarts()
 {
     const HomeFiles home;
     HeadlessProgram program;
     program.start({"--headless", "--device", home.write("Panel.dev", kPanel), "--script",
-                   home.write("a.js", "while (true) { }"), "--script", "no.js"});
+                   home.write("a.js", "print('it runs'); new Array(4294967295).sort();"), "--script",
+                   "no.js"});
     QCOMPARE(program.status(), 1);
     const QList<QByteArray> complaints = program.complaints();
     QCOMPARE(complaints.size(), 1);
     QVERIFY2(complaints.first().contains("'no.js'"), complaints.first().constData());
+    QVERIFY2(!program.error().contains("it runs"), program.error().constData());
+}
+
+void TestProgram::plainArgumentsAreOpened()
+{
+    const HomeFiles home;
+    HeadlessProgram program;
+    program.start({home.write("a.js", "print('it ran')"), home.write("lab.con", kConnection), "--headless",
+                   "--connect", home.write("Panel.dev", kPanel)});
+    QVERIFY2(program.waitForError("it ran"), program.error().constData());
+    program.send(SIGTERM);
+    QCOMPARE(program.status(), 0);
+    QVERIFY2(program.error().contains("Starting with 127.0.0.1:1\n"), program.error().constData());
+    QVERIFY(program.error().contains("Read Label As:\"Panel\""));
+}
+
+void TestProgram::aPipeIsReadToItsEnd_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QByteArray>("expected");
+    QTest::newRow("device") << "--device" << kPanel << QByteArray("Read Label As:\"Panel\"");
+    QTest::newRow("connection") << "--connection" << kConnection
+                                << QByteArray("address \"127.0.0.1\", port \"1\"");
+    QTest::newRow("script") << "--script" << QByteArray("// first\nprint('it ran')") << QByteArray("it ran");
+}
+
+void TestProgram::aPipeIsReadToItsEnd()
+{
+    QFETCH(QString, option);
+    QFETCH(QByteArray, content);
+    QFETCH(QByteArray, expected);
+    const HomeFiles home;
+    const QString pipe = makePipe(home);
+    HeadlessProgram program;
+    program.setEnvironment("QT_LOGGING_RULES", "zulbench.*=true");
+    QStringList arguments{"--headless", option, pipe};
+    if (option == "--script") {
+        arguments << "--device" << home.write("Panel.dev", kPanel);
+    }
+    program.start(arguments);
+    QFile writer(pipe);
+    QVERIFY(writer.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    const int half = content.size() / 2;
+    QCOMPARE(writer.write(content.left(half)), qint64{half});
+    QCOMPARE(writer.write(content.mid(half)), qint64{content.size() - half});
+    writer.close();
+    QVERIFY2(program.waitForError(expected), program.error().constData());
+    program.send(SIGTERM);
+    QCOMPARE(program.status(), 0);
+}
+
+void TestProgram::aPipeWithoutAWriterEndsAtASignal_data()
+{
+    QTest::addColumn<QString>("option");
+    for (const char* option : {"--device", "--connection", "--script"}) {
+        QTest::newRow(option) << option;
+    }
+}
+
+void TestProgram::aPipeWithoutAWriterEndsAtASignal()
+{
+    QFETCH(QString, option);
+    const HomeFiles home;
+    HeadlessProgram program;
+    QStringList arguments{"--headless", option, makePipe(home)};
+    if (option == "--script") {
+        arguments << "--device" << home.write("Panel.dev", kPanel);
+    }
+    program.start(arguments);
+    QVERIFY2(program.waitForError("Config Dir is: "), program.error().constData());
+    program.send(SIGTERM);
+    QCOMPARE(program.status(), 0);
+    QCOMPARE(program.complaints(), QList<QByteArray>());
+}
+
+void TestProgram::theCaptureFileStaysIfAnOptionIsWrong_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("missing device") << QStringList{"--device", "no.dev"};
+    QTest::newRow("missing connection") << QStringList{"--connection", "no.con"};
+    QTest::newRow("nothing to connect to") << QStringList{"--connect"};
+    QTest::newRow("missing script") << QStringList{"--device", "Panel.dev", "--script", "no.js"};
+    QTest::newRow("missing log configuration") << QStringList{"--log-config", "no.properties"};
+    QTest::newRow("unknown option") << QStringList{"--bogus"};
+    QTest::newRow("no display") << QStringList{"-platform", "nonsense"};
+}
+
+void TestProgram::theCaptureFileStaysIfAnOptionIsWrong()
+{
+    QFETCH(QStringList, arguments);
+    const HomeFiles home;
+    const QString capture = home.write("link.pcapng", "recorded before");
+    arguments.replaceInStrings("Panel.dev", home.write("Panel.dev", kPanel));
+    HeadlessProgram program;
+    if (!arguments.contains("-platform")) {
+        arguments << "--headless";
+    }
+    program.start(QStringList{"--capture", capture} + arguments);
+    QCOMPARE(program.status(), 1);
+    QCOMPARE(program.complaints().size(), 1);
+    QCOMPARE(home.read("link.pcapng"), QByteArray("recorded before"));
+}
+
+void TestProgram::aDisplayThatLeadsNowhereEndsWithOne_data()
+{
+    QTest::addColumn<QString>("variable");
+    QTest::addColumn<QString>("value");
+    QTest::newRow("X") << "DISPLAY"
+                       << ":9999";
+    QTest::newRow("another host") << "DISPLAY"
+                                  << "host.invalid:0";
+    QTest::newRow("a platform that is none") << "QT_QPA_PLATFORM"
+                                             << "nonsense";
+}
+
+void TestProgram::aDisplayThatLeadsNowhereEndsWithOne()
+{
+    QFETCH(QString, variable);
+    QFETCH(QString, value);
+    HeadlessProgram program;
+    program.setEnvironment(variable, value);
+    program.setEnvironment("XDG_RUNTIME_DIR", QDir::tempPath());
+    program.start({});
+    QCOMPARE(program.status(), 1);
+    QCOMPARE(program.complaints().size(), 1);
+    QVERIFY2(program.complaints().first().contains("--headless"), program.error().constData());
+    QVERIFY2(!program.error().contains("qt.qpa"), program.error().constData());
+}
+
+void TestProgram::sentencesAreEnglishWhateverTheLocale()
+{
+    HeadlessProgram program;
+    program.setEnvironment("LC_ALL", "de_DE.UTF-8");
+    program.start({"--headless", "--connect"});
+    QCOMPARE(program.status(), 1);
+    QCOMPARE(program.complaints(),
+             QList<QByteArray>{"zulbench: You need to configure the connection parameters first"});
+}
+
+void TestProgram::aLaterScriptDoesNotLendItsNameToAnEarlierOne()
+{
+    const HomeFiles home;
+    HeadlessProgram program;
+    program.setEnvironment("QT_LOGGING_RULES", "zulbench.scripts=true");
+    // The news of the second script reaches the first one while it handles events.
+    const QString first = home.write("first.js", "while (receiver.getDigitalInputValue(1) == 0) { }\n"
+                                                 "for (var end = Date.now() + 200; Date.now() < end; ) { }\n"
+                                                 "nobody();\n");
+    const QString second = home.write("second.js", "receiver.setDigitalInput_Slot(1, 1);");
+    program.start(
+        {"--headless", "--device", home.write("Panel.dev", kPanel), "--script", first, "--script", second});
+    for (const QString& line : {QString("zulbench.scripts: failed %1, line 3: ").arg(first),
+                                QString("zulbench.scripts: end \"%1\"").arg(first),
+                                QString("zulbench.scripts: end \"%1\"").arg(second)}) {
+        QVERIFY2(program.waitForError(line.toLocal8Bit()), program.error().constData());
+    }
+    program.send(SIGTERM);
+    QCOMPARE(program.status(), 0);
 }
 
 void TestProgram::aSignalEndsTheProgramWhateverAScriptDoes_data()
