@@ -17,6 +17,32 @@ desktop_entry_is_valid() {
     [[ -z $output ]] || fail "$output"
 }
 
+# What a desktop that has the package's file types says about the file $1.
+type_of() {
+    XDG_DATA_HOME=$work gio info -a standard::content-type "$1" | sed -n 's/.*content-type: //p'
+}
+
+file_types_are_known_to_the_desktop() {
+    local output file type
+    mkdir -p "$work/mime/packages"
+    cp "$files/zulbench-mime.xml" "$work/mime/packages/zulbench.xml"
+    output=$(XDG_DATA_HOME=$work update-mime-database "$work/mime" 2>&1) || fail "$output"
+    [[ -z $output ]] || fail "$output"
+    echo text | tee "$work/text.dev" >"$work/text.con"
+    cp "$files/../../examples/demo.dev" "$work/device"
+    cp "$files/../../examples/local.con" "$work/connection"
+    for file in "$work/text.dev" "$work/device"; do
+        [[ $(type_of "$file") == application/x-zul-device ]] || fail "$file is $(type_of "$file")"
+    done
+    for file in "$work/text.con" "$work/connection"; do
+        [[ $(type_of "$file") == application/x-zul-connection ]] || fail "$file is $(type_of "$file")"
+    done
+    for type in $(sed -n 's/^MimeType=//p' "$files/zulbench.desktop" | tr ';' ' '); do
+        [[ -f $work/mime/$type.xml ]] || fail "the desktop entry names $type, which is unknown"
+    done
+    grep -q '^Exec=zulbench %f$' "$files/zulbench.desktop" || fail "the desktop entry takes no file"
+}
+
 metainfo_is_valid() {
     DESTDIR=$work SOURCE_DATE_EPOCH=86400 cmake -DCMAKE_INSTALL_PREFIX=/usr -P "$manuals/metainfo.cmake"
     local metainfo=$work/usr/share/metainfo/org.example.zulbench.metainfo.xml
@@ -50,6 +76,7 @@ pages_format_without_a_warning() {
 }
 
 desktop_entry_is_valid
+file_types_are_known_to_the_desktop
 metainfo_is_valid
 icons_have_the_sizes_they_are_named_by
 pages_format_without_a_warning
