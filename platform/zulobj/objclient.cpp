@@ -5,7 +5,7 @@
 #include <random>
 #include <utility>
 
-#include "zulobj/linkclock.h"
+#include "zullink/linkclock.h"
 
 namespace {
 
@@ -472,7 +472,7 @@ std::string cObjectClient::checkKeepalive(int64_t heardAt, bool* pinged)
     return {};
 }
 
-int cObjectClient::serve()
+int cObjectClient::processIo()
 {
     // A listener that comes back here has its message delivered first.
     if (!mServing) {
@@ -537,7 +537,7 @@ void cObjectClient::readForHost()
 void cObjectClient::callHost()
 {
     if (mHost != nullptr) {
-        mHost->callServe();
+        mHost->requestProcessing();
     }
 }
 

@@ -16,13 +16,13 @@
 #include "wmsg/wmsg.h"
 #include "wmsg/wmsgreader.h"
 #include "zulobj/eventpump.h"
-#include "zulobj/linkhost.h"
-#include "zulobj/linksocket.h"
+#include "zullink/linkdriver.h"
+#include "zullink/linksocket.h"
 #include "zulobj/msgreg.h"
 #include "zulobj/objectlist.h"
 #include "zulobj/outqueue.h"
-#include "zulobj/reconnectbackoff.h"
-#include "zulobj/wakeup.h"
+#include "zullink/reconnectbackoff.h"
+#include "zullink/wakeup.h"
 
 /// Keeps a device's connection to the monitoring server.
 ///
@@ -66,13 +66,13 @@ public:
     void recordTo(std::shared_ptr<cCaptureFile> file);
 
     /// Has @p host read the connection and call the listeners; it outlives the client. Once, before start();
-    /// start(), stop() and serve() are then for the host's thread only.
-    void lendTo(cLinkHost* host) { mHost = host; }
+    /// start(), stop() and processIo() are then for the host's thread only.
+    void setDriver(cLinkDriver* host) { mHost = host; }
 
     /// Reads what has come and delivers it to the listeners, without waiting. To be called when the host is
-    /// told so, and when the descriptor that it returned last is readable; -1 means to wait for callServe().
+    /// told so, and when the descriptor that it returned last is readable; -1 means to wait for requestProcessing().
     /// The descriptor stays open until the next call, or stop().
-    int serve();
+    int processIo();
 
     /// Starts the threads and the first attempt to connect to @p address, a name or a number, and @p port,
     /// 0 to 65535. True when the connection stands within 3 seconds. False does not mean the end: the
@@ -156,7 +156,7 @@ private:
     const Settings mSettings;
     cEventPump mEventPump;
     cWakeup mWakeup;
-    cLinkHost* mHost = nullptr; ///< set before the threads start
+    cLinkDriver* mHost = nullptr; ///< set before the threads start
 
     // The receiving thread's own; start() sets them before that thread runs.
     std::string mAddress;

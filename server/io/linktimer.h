@@ -3,7 +3,7 @@
 
 #include <asio/basic_waitable_timer.hpp>
 
-#include "zulobj/linkclock.h"
+#include "zullink/linkclock.h"
 
 namespace server {
 

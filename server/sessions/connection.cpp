@@ -6,7 +6,7 @@
 #include <sstream>
 #include <utility>
 
-#include "zulobj/linkclock.h"
+#include "zullink/linkclock.h"
 
 namespace server {
 

@@ -8,7 +8,7 @@
 #include <functional>
 #include <mutex>
 
-#include "zulobj/wakeup.h"
+#include "zullink/wakeup.h"
 
 /// Runs calls of other threads on the GUI thread.
 ///

@@ -12,9 +12,9 @@
 #include "cdoutput.h"
 #include "checkedindex.h"
 
-cDevice::cDevice() : mObjectClient(new cObjectClient), mLinkWatch(mObjectClient)
+cDevice::cDevice() : mObjectClient(new cObjectClient), mLinkDriver(mObjectClient)
 {
-    mObjectClient->lendTo(&mLinkWatch);
+    mObjectClient->setDriver(&mLinkDriver);
     // A page that stands on no tab would be shown in the panel's corner.
     for (QWidget* page : {&dinTab, &doutTab, static_cast<QWidget*>(&ainTab), &aoutTab, &accessTab, &adHocTab,
                           &dInputOutputTab, &aInputOutputTab}) {
@@ -42,7 +42,7 @@ cDevice::~cDevice()
     // Threads that wait at the executor must be gone before anybody waits for them.
     mExecutor->close();
     stopSampling();
-    mLinkWatch.stop();
+    mLinkDriver.stop();
     delete mObjectClient;
     for (cObjectCapability* capability : mCapabilityList) {
         delete capability;

@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "cguiexecutor.h"
-#include "clinkwatch.h"
+#include "cqtlinkdriver.h"
 #include "zulobj/asample.h"
 #include "zulobj/capability.h"
 #include "zulobj/device.h"
@@ -183,7 +183,7 @@ private:
     void samplePass();
 
     cObjectClient* mObjectClient;
-    cLinkWatch mLinkWatch;
+    cQtLinkDriver mLinkDriver;
     cObjectList mReply; ///< empty but while a request is answered; its records are used again
     std::vector<cDInput*> mDigitalInputList;
     std::vector<cDOutput*> mDigitalOutputList;

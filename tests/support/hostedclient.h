@@ -10,18 +10,18 @@
 #include <utility>
 #include <vector>
 
-#include "zulobj/linkhost.h"
+#include "zullink/linkdriver.h"
 #include "zulobj/objclient.h"
-#include "zulobj/wakeup.h"
+#include "zullink/wakeup.h"
 
 /// A client that is lent to a thread with a small event loop.
-class HostedClient : public cLinkHost
+class HostedClient : public cLinkDriver
 {
 public:
     explicit HostedClient(const cObjectClient::Settings& settings)
         : mClient(std::make_unique<cObjectClient>(settings))
     {
-        mClient->lendTo(this);
+        mClient->setDriver(this);
         mThread = std::thread([this] { handleEvents(); });
     }
     ~HostedClient() override
@@ -35,7 +35,7 @@ public:
     HostedClient(const HostedClient&) = delete;
     HostedClient& operator=(const HostedClient&) = delete;
 
-    void callServe() override { mBell.wake(); }
+    void requestProcessing() override { mBell.wake(); }
 
     cObjectClient* client() const { return mClient.get(); }
     std::thread::id thread() const { return mThread.get_id(); }
@@ -75,7 +75,7 @@ private:
             for (std::packaged_task<void()>& call : takeCalls()) {
                 call();
             }
-            fd = mOver ? -1 : mClient->serve();
+            fd = mOver ? -1 : mClient->processIo();
         }
     }
 

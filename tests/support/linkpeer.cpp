@@ -7,7 +7,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "zulobj/linkclock.h"
+#include "zullink/linkclock.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include "listeners.h"
 #include "servingpeer.h"
 #include "zulobj/adhoc.h"
-#include "zulobj/linkclock.h"
+#include "zullink/linkclock.h"
 #include "zulobj/objclient.h"
 
 namespace {

@@ -18,7 +18,7 @@
 #include "linkpeer.h"
 #include "server/app/application.h"
 #include "zulobj/device.h"
-#include "zulobj/linkclock.h"
+#include "zullink/linkclock.h"
 #include "zulobj/objectlist.h"
 
 namespace {

@@ -1,5 +1,5 @@
-#ifndef ZULOBJ_RECONNECTBACKOFF_H
-#define ZULOBJ_RECONNECTBACKOFF_H
+#ifndef ZULLINK_RECONNECTBACKOFF_H
+#define ZULLINK_RECONNECTBACKOFF_H
 
 #include <cstdint>
 #include <random>

@@ -6,9 +6,9 @@
 #include <sys/socket.h>
 
 #include "linkpeer.h"
-#include "zulobj/linkclock.h"
-#include "zulobj/linksocket.h"
-#include "zulobj/wakeup.h"
+#include "zullink/linkclock.h"
+#include "zullink/linksocket.h"
+#include "zullink/wakeup.h"
 
 namespace {
 

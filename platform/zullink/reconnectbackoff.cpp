@@ -1,4 +1,4 @@
-#include "zulobj/reconnectbackoff.h"
+#include "zullink/reconnectbackoff.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "zulobj/resolver.h"
+#include "zullink/resolver.h"
 
 #include <algorithm>
 #include <ares.h>
@@ -8,7 +8,7 @@
 #include <netdb.h>
 #include <poll.h>
 
-#include "zulobj/linkclock.h"
+#include "zullink/linkclock.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "zulobj/linkclock.h"
+#include "zullink/linkclock.h"
 
 cLinkClock::time_point cLinkClock::now()
 {

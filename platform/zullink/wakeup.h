@@ -1,5 +1,5 @@
-#ifndef ZULOBJ_WAKEUP_H
-#define ZULOBJ_WAKEUP_H
+#ifndef ZULLINK_WAKEUP_H
+#define ZULLINK_WAKEUP_H
 
 #include <sys/eventfd.h>
 #include <unistd.h>

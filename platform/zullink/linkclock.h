@@ -1,5 +1,5 @@
-#ifndef ZULOBJ_LINKCLOCK_H
-#define ZULOBJ_LINKCLOCK_H
+#ifndef ZULLINK_LINKCLOCK_H
+#define ZULLINK_LINKCLOCK_H
 
 #include <chrono>
 #include <cstdint>

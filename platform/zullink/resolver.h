@@ -1,5 +1,5 @@
-#ifndef ZULOBJ_RESOLVER_H
-#define ZULOBJ_RESOLVER_H
+#ifndef ZULLINK_RESOLVER_H
+#define ZULLINK_RESOLVER_H
 
 #include <cstdint>
 #include <netinet/in.h>

@@ -1,5 +1,5 @@
-#ifndef ZULOBJ_LINKSOCKET_H
-#define ZULOBJ_LINKSOCKET_H
+#ifndef ZULLINK_LINKSOCKET_H
+#define ZULLINK_LINKSOCKET_H
 
 #include <cstddef>
 #include <cstdint>
@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "wcapture/capturedlink.h"
-#include "zulobj/resolver.h"
+#include "zullink/resolver.h"
 
 /// One non-blocking TCP connection, closed when it is destroyed.
 ///

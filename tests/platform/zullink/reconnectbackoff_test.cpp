@@ -1,6 +1,6 @@
 // How long devices wait before they connect again.
 
-#include "zulobj/reconnectbackoff.h"
+#include "zullink/reconnectbackoff.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "zulobj/linksocket.h"
+#include "zullink/linksocket.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -9,7 +9,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "zulobj/linkclock.h"
+#include "zullink/linkclock.h"
 
 namespace {
 
