@@ -424,6 +424,41 @@ TEST(LinkSessionTest, everyMessageTypeArrivesAsItWasSent)
     EXPECT_EQ(ends.received.size(), 256U);
 }
 
+TEST(LinkSessionTest, typeAndEventFlagOfAnAnswerAndEventFlagOfAPingAreIgnored)
+{
+    Ends ends;
+    ends.connect();
+    Outcome outcome;
+    EXPECT_NE(ends.session.request(messageOf(1), outcome.handler()), 0U);
+    EXPECT_EQ(ends.takeNumbers(), std::vector<int>{1});
+    WMsg answer = answerTo(1);
+    answer.type = 9;
+    answer.event = true;
+    ends.feed(answer);
+    ASSERT_EQ(ends.received.size(), 1U);
+    EXPECT_NE(ends.received[0].handler, nullptr);
+
+    WMsg ping = pingOf(false, 5);
+    ping.event = true;
+    ends.feed(ping);
+    const std::vector<WMsg> written = ends.takeAll();
+    ASSERT_EQ(written.size(), 1U);
+    EXPECT_EQ(framesOf(written[0]), framesOf(pingOf(true, 5)));
+}
+
+TEST(LinkSessionTest, theEventFlagChangesNoDelivery)
+{
+    Ends ends;
+    ends.connect();
+    for (const uint8_t type : {uint8_t{0}, uint8_t{1}, uint8_t{3}}) {
+        WMsg message = messageOf(type, 4);
+        message.event = !message.event;
+        ends.feed(message);
+        EXPECT_EQ(ends.received.back().message.type, type);
+    }
+    EXPECT_EQ(ends.received.size(), 3U);
+}
+
 TEST(LinkSessionTest, everyCutOfAStreamDecodesTheSame)
 {
     Bytes stream;
