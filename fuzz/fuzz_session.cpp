@@ -2,7 +2,7 @@
 // input: a byte that picks the limits, and a list of steps; see step() for their codes.
 
 #include <algorithm>
-#include <asio/io_context.hpp>
+#include <boost/asio/io_context.hpp>
 #include <map>
 #include <sys/socket.h>
 
@@ -60,7 +60,7 @@ public:
         require(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends) == 0,
                 "there is a pair of sockets");
         mPeer = std::make_unique<DevicePeer>(ends[0]);
-        asio::ip::tcp::socket socket(mIo, asio::ip::tcp::v4(), ends[1]);
+        boost::asio::ip::tcp::socket socket(mIo, boost::asio::ip::tcp::v4(), ends[1]);
         mSession = std::make_shared<server::DeviceSession>(
             std::move(socket), settings, static_cast<server::DeviceSession::Listener*>(this), &mLastNumber);
         mSession->start();
@@ -311,7 +311,7 @@ private:
     void lookAtClock()
     {
         server::LinkTimer look(mIo, server::LinkTimer::time_point::min());
-        look.async_wait([](const asio::error_code&) {});
+        look.async_wait([](const boost::system::error_code&) {});
         poll();
     }
 
@@ -424,7 +424,7 @@ private:
     static bool isOpen(const Asked& asked) { return asked.open && !asked.givenUp; }
 
     const server::LinkSettings mSettings;
-    asio::io_context mIo;
+    boost::asio::io_context mIo;
     std::unique_ptr<DevicePeer> mPeer;
     uint8_t mLastNumber = 0;
     std::shared_ptr<server::DeviceSession> mSession;

@@ -1,6 +1,6 @@
 #include "server/app/application.h"
 
-#include <asio/post.hpp>
+#include <boost/asio/post.hpp>
 #include <chrono>
 #include <csignal>
 #include <utility>
@@ -46,7 +46,7 @@ Application::Application(Options options, const LinkSettings& settings, const St
     if (mCapture) {
         mCapture->setReport([this](const std::string& sentence) { mConsole.report(sentence); });
     }
-    mAcceptor.onPeer = [this](asio::ip::tcp::socket socket) { mMonitor.add(std::move(socket)); };
+    mAcceptor.onPeer = [this](boost::asio::ip::tcp::socket socket) { mMonitor.add(std::move(socket)); };
     mAcceptor.onError = [this](const std::string& sentence) { mConsole.report(sentence); };
     if (mOptions.junit) {
         watchCommands();
@@ -66,7 +66,7 @@ void Application::endOnSignals()
 {
     mSignals.add(SIGTERM);
     mSignals.add(SIGINT);
-    mSignals.async_wait([this](const asio::error_code& error, int) {
+    mSignals.async_wait([this](const boost::system::error_code& error, int) {
         if (!error) {
             finish(mRunner.exitStatusCutOff());
         }
@@ -134,7 +134,7 @@ void Application::failRun(const std::string& sentence)
 
 void Application::stop()
 {
-    asio::post(mIo, [this] { finish(mRunner.exitStatusCutOff()); });
+    boost::asio::post(mIo, [this] { finish(mRunner.exitStatusCutOff()); });
 }
 
 bool Application::listen()
@@ -145,7 +145,7 @@ bool Application::listen()
         mStatus = 1;
         return false;
     }
-    const asio::ip::tcp::endpoint endpoint = mAcceptor.endpoint();
+    const boost::asio::ip::tcp::endpoint endpoint = mAcceptor.endpoint();
     if (!endpoint.address().is_loopback()) {
         mConsole.report("Listening at " + endpoint.address().to_string() +
                         ": other machines can reach this server, which asks nobody for a password.");
@@ -161,7 +161,7 @@ void Application::startTimer()
     }
     const std::chrono::duration<double> time(*mOptions.timeout);
     mTimer.expires_after(std::chrono::duration_cast<std::chrono::steady_clock::duration>(time));
-    mTimer.async_wait([this](const asio::error_code& error) {
+    mTimer.async_wait([this](const boost::system::error_code& error) {
         if (!error) {
             if (!mRunner.runTimedOut()) {
                 mRunFailure = "The time of the whole run is over.";

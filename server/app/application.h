@@ -1,9 +1,9 @@
 #ifndef SERVER_APPLICATION_H
 #define SERVER_APPLICATION_H
 
-#include <asio/io_context.hpp>
-#include <asio/signal_set.hpp>
-#include <asio/steady_timer.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <memory>
 #include <string>
 
@@ -59,7 +59,7 @@ private:
     const Options mOptions;
     const Streams mStreams;
     const std::shared_ptr<cCaptureFile> mCapture; ///< may be null
-    asio::io_context mIo;
+    boost::asio::io_context mIo;
     Console mConsole;
     MessageLog mLog;
     DeviceSessions mMonitor;
@@ -68,8 +68,8 @@ private:
     JunitReport mReport;
     ReplacedFile mReportFile;
     std::string mRunFailure; ///< that is no command's
-    asio::signal_set mSignals;
-    asio::steady_timer mTimer;
+    boost::asio::signal_set mSignals;
+    boost::asio::steady_timer mTimer;
     std::unique_ptr<LineInput> mLineInput;
     std::unique_ptr<Prompt> mPrompt;
     bool mFinished = false;

@@ -1,10 +1,10 @@
 #include <CLI/Version.hpp>
-#include <asio/version.hpp>
+#include <boost/system/system_error.hpp>
+#include <boost/version.hpp>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
-#include <system_error>
 #include <unistd.h>
 
 #include "server/app/application.h"
@@ -22,16 +22,16 @@ void fillStandardStreams()
     ::close(opened);
 }
 
-std::string asioVersion()
+std::string boostVersion()
 {
-    return std::to_string(ASIO_VERSION / 100000) + "." + std::to_string(ASIO_VERSION / 100 % 1000) + "." +
-           std::to_string(ASIO_VERSION % 100);
+    return std::to_string(BOOST_VERSION / 100000) + "." + std::to_string(BOOST_VERSION / 100 % 1000) + "." +
+           std::to_string(BOOST_VERSION % 100);
 }
 
 std::string version()
 {
     return zulversion::describe(
-        "zulserver", {{"asio", asioVersion()}, {"CLI11", CLI11_VERSION}, {"libedit", LIBEDIT_RELEASE}});
+        "zulserver", {{"Boost", boostVersion()}, {"CLI11", CLI11_VERSION}, {"libedit", LIBEDIT_RELEASE}});
 }
 
 /// The exit status.
@@ -51,7 +51,7 @@ int serve(const server::Options& options)
         server::Application application(options, settings, server::Application::Streams());
         application.endOnSignals();
         return application.run();
-    } catch (const std::system_error& error) {
+    } catch (const boost::system::system_error& error) {
         // The system grants no more descriptors, most likely.
         std::fprintf(stderr, "zulserver: Cannot serve: %s.\n", error.code().message().c_str());
         return 1;

@@ -48,7 +48,7 @@ void writeAsFarAsItGoes(int fd, const std::string& text)
 
 } // namespace
 
-Console::Console(asio::io_context& io, int outputFd, int errorFd, bool verbose)
+Console::Console(boost::asio::io_context& io, int outputFd, int errorFd, bool verbose)
     : mOutput(io, outputFd), mErrorFd(errorFd), mVerbose(verbose)
 {}
 

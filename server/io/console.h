@@ -23,7 +23,7 @@ class Console
 {
 public:
     /// @p errorFd is borrowed. @p verbose lets debug() through.
-    Console(asio::io_context& io, int outputFd, int errorFd, bool verbose);
+    Console(boost::asio::io_context& io, int outputFd, int errorFd, bool verbose);
 
     NonBlockingLineWriter& output() { return mOutput; }
 

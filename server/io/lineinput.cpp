@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <asio/post.hpp>
+#include <boost/asio/post.hpp>
 #include <cerrno>
 #include <system_error>
 #include <unistd.h>
@@ -10,7 +10,7 @@
 
 namespace server {
 
-LineInput::LineInput(asio::io_context& io, int fd, size_t mostBytes)
+LineInput::LineInput(boost::asio::io_context& io, int fd, size_t mostBytes)
     : mIo(io), mStream(io), mMostBytes(mostBytes)
 {
     // A program may well be started without a standard input.
@@ -19,7 +19,7 @@ LineInput::LineInput(asio::io_context& io, int fd, size_t mostBytes)
         mOpenError = errno == EBADF ? 0 : errno;
         return;
     }
-    asio::error_code error;
+    boost::system::error_code error;
     mStream.assign(copy, error);
     if (error) {
         mOpenError = error.value();
@@ -42,16 +42,17 @@ void LineInput::waitForInput()
         return;
     }
     // Waiting and reading apart keeps the descriptor's modes: a terminal shares them with other programs.
-    mStream.async_wait(asio::posix::stream_descriptor::wait_read, [this](const asio::error_code& error) {
-        if (error == asio::error::operation_not_supported) {
-            // A file is not to be waited for; it is always ready.
-            asio::post(mIo, [this] { readNow(); });
-        } else if (!error) {
-            readNow();
-        } else if (error != asio::error::operation_aborted) {
-            endInput(error.value());
-        }
-    });
+    mStream.async_wait(boost::asio::posix::stream_descriptor::wait_read,
+                       [this](const boost::system::error_code& error) {
+                           if (error == boost::asio::error::operation_not_supported) {
+                               // A file is not to be waited for; it is always ready.
+                               boost::asio::post(mIo, [this] { readNow(); });
+                           } else if (!error) {
+                               readNow();
+                           } else if (error != boost::asio::error::operation_aborted) {
+                               endInput(error.value());
+                           }
+                       });
 }
 
 void LineInput::resume()
@@ -78,7 +79,7 @@ void LineInput::readNow()
 /// @p error is 0 at the end of the input.
 void LineInput::endInput(int error)
 {
-    asio::error_code ignored;
+    boost::system::error_code ignored;
     mStream.close(ignored);
     finishLine();
     if (error != 0) {

@@ -1,8 +1,8 @@
 #ifndef SERVER_LINEINPUT_H
 #define SERVER_LINEINPUT_H
 
-#include <asio/io_context.hpp>
-#include <asio/posix/stream_descriptor.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
 #include <functional>
 #include <string>
 
@@ -14,7 +14,7 @@ class LineInput
 public:
     /// Reads from a duplicate of @p fd and leaves its modes as they are. A line longer than
     /// @p mostBytes loses its end, but for one byte by which it shows.
-    LineInput(asio::io_context& io, int fd, size_t mostBytes);
+    LineInput(boost::asio::io_context& io, int fd, size_t mostBytes);
 
     /// Called for each line, without its end.
     std::function<void(const std::string&)> onLine;
@@ -35,8 +35,8 @@ private:
     void take(const char* data, size_t size);
     void finishLine();
 
-    asio::io_context& mIo;
-    asio::posix::stream_descriptor mStream;
+    boost::asio::io_context& mIo;
+    boost::asio::posix::stream_descriptor mStream;
     int mOpenError = 0;
     const size_t mMostBytes;
     std::string mLine;

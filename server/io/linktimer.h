@@ -1,14 +1,14 @@
 #ifndef SERVER_LINKTIMER_H
 #define SERVER_LINKTIMER_H
 
-#include <asio/basic_waitable_timer.hpp>
+#include <boost/asio/basic_waitable_timer.hpp>
 
 #include "zullink/linkclock.h"
 
 namespace server {
 
 /// Waits by the link's clock.
-using LinkTimer = asio::basic_waitable_timer<cLinkClock>;
+using LinkTimer = boost::asio::basic_waitable_timer<cLinkClock>;
 
 } // namespace server
 

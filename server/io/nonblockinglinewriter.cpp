@@ -1,7 +1,8 @@
 #include "server/io/nonblockinglinewriter.h"
 
 #include <algorithm>
-#include <asio/post.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/system/system_error.hpp>
 #include <cerrno>
 #include <climits>
 #include <poll.h>
@@ -16,14 +17,14 @@ int duplicateOf(int fd)
 {
     const int copy = ::dup(fd);
     if (copy < 0) {
-        throw std::system_error(errno, std::generic_category());
+        throw boost::system::system_error(errno, boost::system::generic_category());
     }
     return copy;
 }
 
 } // namespace
 
-NonBlockingLineWriter::NonBlockingLineWriter(asio::io_context& io, int fd)
+NonBlockingLineWriter::NonBlockingLineWriter(boost::asio::io_context& io, int fd)
     : mIo(io), mStream(io, duplicateOf(fd))
 {}
 
@@ -50,14 +51,14 @@ bool NonBlockingLineWriter::finish(int timeoutMs)
     }
     const bool all = mWritten == mPending.size();
     mEnded = true;
-    asio::error_code ignored;
+    boost::system::error_code ignored;
     mStream.close(ignored);
     return all;
 }
 
 bool NonBlockingLineWriter::writable(int timeoutMs) const
 {
-    pollfd entry{const_cast<asio::posix::stream_descriptor&>(mStream).native_handle(), POLLOUT, 0};
+    pollfd entry{const_cast<boost::asio::posix::stream_descriptor&>(mStream).native_handle(), POLLOUT, 0};
     int ready = ::poll(&entry, 1, timeoutMs);
     while (ready < 0 && errno == EINTR) {
         ready = ::poll(&entry, 1, timeoutMs);
@@ -95,23 +96,24 @@ void NonBlockingLineWriter::writeWhatGoes()
         mWritten = 0;
     }
     mWaiting = true;
-    mStream.async_wait(asio::posix::stream_descriptor::wait_write, [this](const asio::error_code& error) {
-        mWaiting = false;
-        if (error) {
-            return;
-        }
-        writeWhatGoes();
-        if (mCongested && mPending.size() - mWritten <= kCongestedBytes / 2) {
-            mCongested = false;
-            onWritable();
-        }
-    });
+    mStream.async_wait(boost::asio::posix::stream_descriptor::wait_write,
+                       [this](const boost::system::error_code& error) {
+                           mWaiting = false;
+                           if (error) {
+                               return;
+                           }
+                           writeWhatGoes();
+                           if (mCongested && mPending.size() - mWritten <= kCongestedBytes / 2) {
+                               mCongested = false;
+                               onWritable();
+                           }
+                       });
 }
 
 void NonBlockingLineWriter::breakOff(int error)
 {
     mEnded = true;
-    asio::post(mIo, [this, error] { onWriteFailed(std::generic_category().message(error)); });
+    boost::asio::post(mIo, [this, error] { onWriteFailed(std::generic_category().message(error)); });
 }
 
 } // namespace server

@@ -1,8 +1,8 @@
 #ifndef SERVER_NONBLOCKINGLINEWRITER_H
 #define SERVER_NONBLOCKINGLINEWRITER_H
 
-#include <asio/io_context.hpp>
-#include <asio/posix/stream_descriptor.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
 #include <functional>
 #include <string>
 
@@ -18,9 +18,9 @@ public:
     /// Above so many bytes that nobody reads, congested() asks for less.
     static constexpr size_t kCongestedBytes = 4 * 1024 * 1024;
 
-    /// Writes to a duplicate of @p fd, a stream that outlives this object. Throws std::system_error where
-    /// the system grants no descriptor, as asio does.
-    NonBlockingLineWriter(asio::io_context& io, int fd);
+    /// Writes to a duplicate of @p fd, a stream that outlives this object. Throws boost::system::system_error
+    /// if the system grants no descriptor, as Asio does.
+    NonBlockingLineWriter(boost::asio::io_context& io, int fd);
 
     /// Called when a congested output is no longer so.
     std::function<void()> onWritable;
@@ -43,8 +43,8 @@ private:
     void writeWhatGoes();
     void breakOff(int error);
 
-    asio::io_context& mIo;
-    asio::posix::stream_descriptor mStream;
+    boost::asio::io_context& mIo;
+    boost::asio::posix::stream_descriptor mStream;
     std::string mPending;
     size_t mWritten = 0; ///< of mPending
     bool mWaiting = false;

@@ -34,7 +34,7 @@ bool Prompt::possibleAt(int fd)
            std::strcmp(terminal, "dumb") != 0;
 }
 
-Prompt::Prompt(asio::io_context& io, int fd)
+Prompt::Prompt(boost::asio::io_context& io, int fd)
     : mStream(io, ::dup(fd)),
       mSignals(io, SIGWINCH, SIGCONT),
       mInput(::fdopen(::dup(fd), "r")),
@@ -101,20 +101,21 @@ void Prompt::show()
 
 void Prompt::waitForKey()
 {
-    mStream.async_wait(asio::posix::stream_descriptor::wait_read, [this](const asio::error_code& error) {
-        if (error) {
-            return;
-        }
-        takeKey();
-        if (!mEnded) {
-            waitForKey();
-        }
-    });
+    mStream.async_wait(boost::asio::posix::stream_descriptor::wait_read,
+                       [this](const boost::system::error_code& error) {
+                           if (error) {
+                               return;
+                           }
+                           takeKey();
+                           if (!mEnded) {
+                               waitForKey();
+                           }
+                       });
 }
 
 void Prompt::waitForSignal()
 {
-    mSignals.async_wait([this](const asio::error_code& error, int signal) {
+    mSignals.async_wait([this](const boost::system::error_code& error, int signal) {
         if (error) {
             return;
         }

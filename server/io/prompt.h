@@ -1,9 +1,9 @@
 #ifndef SERVER_PROMPT_H
 #define SERVER_PROMPT_H
 
-#include <asio/io_context.hpp>
-#include <asio/posix/stream_descriptor.hpp>
-#include <asio/signal_set.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/asio/signal_set.hpp>
 #include <cstdio>
 #include <functional>
 #include <histedit.h>
@@ -24,7 +24,7 @@ public:
     static bool possibleAt(int fd);
 
     /// Takes the terminal at @p fd, borrowed, over until the destructor gives it back as it was.
-    Prompt(asio::io_context& io, int fd);
+    Prompt(boost::asio::io_context& io, int fd);
     ~Prompt() override;
     Prompt(const Prompt&) = delete;
     Prompt& operator=(const Prompt&) = delete;
@@ -48,8 +48,8 @@ private:
     void finishLine(const std::string& line);
     void restart();
 
-    asio::posix::stream_descriptor mStream;
-    asio::signal_set mSignals;
+    boost::asio::posix::stream_descriptor mStream;
+    boost::asio::signal_set mSignals;
     std::FILE* mInput = nullptr;
     std::FILE* mScreen = nullptr;
     EditLine* mEditor = nullptr;

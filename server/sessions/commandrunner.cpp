@@ -1,6 +1,6 @@
 #include "server/sessions/commandrunner.h"
 
-#include <asio/post.hpp>
+#include <boost/asio/post.hpp>
 #include <utility>
 
 #include "server/commands/commandparser.h"
@@ -18,7 +18,8 @@ constexpr std::chrono::milliseconds kAskAgain(100);
 
 } // namespace
 
-CommandRunner::CommandRunner(asio::io_context& io, Console& console, DeviceSessions& monitor, MessageLog& log)
+CommandRunner::CommandRunner(boost::asio::io_context& io, Console& console, DeviceSessions& monitor,
+                             MessageLog& log)
     : mIo(io), mConsole(console), mMonitor(monitor), mLog(log), mTimer(io), mAskTimer(io)
 {}
 
@@ -44,7 +45,7 @@ void CommandRunner::startNext()
         return;
     }
     mStarting = true;
-    asio::post(mIo, [this] {
+    boost::asio::post(mIo, [this] {
         mStarting = false;
         if (mEnded) {
             return;
@@ -272,11 +273,11 @@ void CommandRunner::armTimer()
 }
 
 /// Calls @p then for the running command, unless that ends before.
-void CommandRunner::wakeUp(asio::steady_timer* timer, std::chrono::duration<double> after,
+void CommandRunner::wakeUp(boost::asio::steady_timer* timer, std::chrono::duration<double> after,
                            void (CommandRunner::*then)())
 {
     timer->expires_after(std::chrono::duration_cast<Clock::duration>(after));
-    timer->async_wait([this, id = mRun->id, then](const asio::error_code& error) {
+    timer->async_wait([this, id = mRun->id, then](const boost::system::error_code& error) {
         // A cancelled wait may have been on its way already.
         if (!error && mRun && mRun->id == id) {
             (this->*then)();

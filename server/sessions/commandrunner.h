@@ -1,8 +1,8 @@
 #ifndef SERVER_COMMANDRUNNER_H
 #define SERVER_COMMANDRUNNER_H
 
-#include <asio/io_context.hpp>
-#include <asio/steady_timer.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <deque>
 #include <functional>
@@ -35,7 +35,7 @@ public:
     };
 
     /// Everything is borrowed.
-    CommandRunner(asio::io_context& io, Console& console, DeviceSessions& monitor, MessageLog& log);
+    CommandRunner(boost::asio::io_context& io, Console& console, DeviceSessions& monitor, MessageLog& log);
 
     /// @p watcher is borrowed; null for none.
     void setWatcher(Watcher* watcher) { mWatcher = watcher; }
@@ -104,19 +104,19 @@ private:
     void quit();
 
     void armTimer();
-    void wakeUp(asio::steady_timer* timer, std::chrono::duration<double> after,
+    void wakeUp(boost::asio::steady_timer* timer, std::chrono::duration<double> after,
                 void (CommandRunner::*then)());
     void timeUp();
     void end(Reply reply);
     void endWithError(const std::string& sentence);
     void endWithTimeout(const std::string& sentence);
 
-    asio::io_context& mIo;
+    boost::asio::io_context& mIo;
     Console& mConsole;
     DeviceSessions& mMonitor;
     MessageLog& mLog;
-    asio::steady_timer mTimer;
-    asio::steady_timer mAskTimer;
+    boost::asio::steady_timer mTimer;
+    boost::asio::steady_timer mAskTimer;
     Watcher* mWatcher = nullptr;
 
     std::deque<std::string> mQueue;

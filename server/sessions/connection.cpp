@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <asio/post.hpp>
+#include <boost/asio/post.hpp>
 #include <sstream>
 #include <utility>
 
@@ -15,10 +15,10 @@ namespace {
 /// Bytes of ping answers that go out at once.
 constexpr size_t kMaxPingAnswers = 4096;
 
-std::string peerOf(const asio::ip::tcp::socket& socket)
+std::string peerOf(const boost::asio::ip::tcp::socket& socket)
 {
-    asio::error_code error;
-    const asio::ip::tcp::endpoint endpoint = socket.remote_endpoint(error);
+    boost::system::error_code error;
+    const boost::asio::ip::tcp::endpoint endpoint = socket.remote_endpoint(error);
     std::ostringstream text;
     text << endpoint;
     return text.str();
@@ -26,7 +26,7 @@ std::string peerOf(const asio::ip::tcp::socket& socket)
 
 } // namespace
 
-Connection::Connection(asio::ip::tcp::socket socket, const LinkSettings& settings, Owner* owner)
+Connection::Connection(boost::asio::ip::tcp::socket socket, const LinkSettings& settings, Owner* owner)
     : mSettings(settings),
       mOwner(owner),
       mSocket(std::move(socket)),
@@ -37,8 +37,8 @@ Connection::Connection(asio::ip::tcp::socket socket, const LinkSettings& setting
 
 void Connection::start()
 {
-    asio::error_code ignored;
-    mSocket.set_option(asio::ip::tcp::no_delay(true), ignored);
+    boost::system::error_code ignored;
+    mSocket.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
     mSocket.non_blocking(true, ignored);
     mHeardMs = linkNowMs();
     armTimer();
@@ -55,8 +55,9 @@ void Connection::send(const WMsg& message)
     if (mWriting.size() - mWritten + mWaiting.size() > mSettings.queueBytes) {
         mWaiting.resize(before);
         // Later, as the caller may be in the middle of something that the end of the connection changes.
-        asio::post(mSocket.get_executor(),
-                   [self = shared_from_this()] { self->close("it does not read what is sent to it"); });
+        boost::asio::post(mSocket.get_executor(), [self = shared_from_this()] {
+            self->close("it does not read what is sent to it");
+        });
         return;
     }
     writeMore();
@@ -87,7 +88,7 @@ void Connection::abandon()
     mClosed = true;
     mOwner = nullptr;
     mTimer.cancel();
-    asio::error_code ignored;
+    boost::system::error_code ignored;
     mSocket.close(ignored);
 }
 
@@ -98,34 +99,34 @@ void Connection::read()
         mHeldSinceMs = linkNowMs();
         return;
     }
-    mSocket.async_wait(asio::ip::tcp::socket::wait_read,
-                       [self = shared_from_this()](const asio::error_code& failed) {
+    mSocket.async_wait(boost::asio::ip::tcp::socket::wait_read,
+                       [self = shared_from_this()](const boost::system::error_code& failed) {
                            if (!self->mClosed) {
                                self->readSome(failed);
                            }
                        });
 }
 
-void Connection::readSome(asio::error_code error)
+void Connection::readSome(boost::system::error_code error)
 {
     // Of the connection's own it would be most of what an idle one takes.
     std::array<uint8_t, 16384> bytes;
-    const size_t size = error ? 0 : mSocket.read_some(asio::buffer(bytes), error);
-    if (error == asio::error::would_block || error == asio::error::interrupted) {
+    const size_t size = error ? 0 : mSocket.read_some(boost::asio::buffer(bytes), error);
+    if (error == boost::asio::error::would_block || error == boost::asio::error::interrupted) {
         read();
     } else {
         received(bytes.data(), size, error);
     }
 }
 
-void Connection::received(const uint8_t* bytes, size_t size, const asio::error_code& error)
+void Connection::received(const uint8_t* bytes, size_t size, const boost::system::error_code& error)
 {
     if (mRecord && size > 0) {
         mRecord->received(bytes, size);
     }
     if (error) {
         recordEnd(error);
-        close(error == asio::error::eof ? "the peer closed the connection" : error.message());
+        close(error == boost::asio::error::eof ? "the peer closed the connection" : error.message());
         return;
     }
     mHeardMs = linkNowMs();
@@ -188,15 +189,15 @@ void Connection::writeMore()
 /// Writes at once, so that what was sent is recorded also where the program ends before a handler runs.
 void Connection::writeSome()
 {
-    asio::error_code error;
-    const auto rest = asio::buffer(mWriting.data() + mWritten, mWriting.size() - mWritten);
+    boost::system::error_code error;
+    const auto rest = boost::asio::buffer(mWriting.data() + mWritten, mWriting.size() - mWritten);
     const size_t size = mSocket.write_some(rest, error);
     if (mRecord && size > 0) {
         mRecord->sending(mWriting.data() + mWritten, [size] { return static_cast<ssize_t>(size); });
     }
-    if (error == asio::error::would_block || error == asio::error::interrupted) {
-        mSocket.async_wait(asio::ip::tcp::socket::wait_write,
-                           [self = shared_from_this()](const asio::error_code& failed) {
+    if (error == boost::asio::error::would_block || error == boost::asio::error::interrupted) {
+        mSocket.async_wait(boost::asio::ip::tcp::socket::wait_write,
+                           [self = shared_from_this()](const boost::system::error_code& failed) {
                                if (failed || self->mClosed) {
                                    self->written(failed, 0);
                                } else {
@@ -205,11 +206,11 @@ void Connection::writeSome()
                            });
         return;
     }
-    asio::post(mSocket.get_executor(),
-               [self = shared_from_this(), error, size] { self->written(error, size); });
+    boost::asio::post(mSocket.get_executor(),
+                      [self = shared_from_this(), error, size] { self->written(error, size); });
 }
 
-void Connection::written(const asio::error_code& error, size_t size)
+void Connection::written(const boost::system::error_code& error, size_t size)
 {
     mBusy = false;
     if (mClosed) {
@@ -225,10 +226,10 @@ void Connection::written(const asio::error_code& error, size_t size)
 }
 
 /// The peer has closed the connection, or it is broken.
-void Connection::recordEnd(const asio::error_code& error)
+void Connection::recordEnd(const boost::system::error_code& error)
 {
     if (mRecord) {
-        error == asio::error::eof ? mRecord->peerClosed() : mRecord->peerReset();
+        error == boost::asio::error::eof ? mRecord->peerClosed() : mRecord->peerReset();
     }
 }
 
@@ -236,7 +237,7 @@ void Connection::armTimer()
 {
     const int tickMs = std::clamp(mSettings.pingAfterMs / 10, 1, 1000);
     mTimer.expires_after(std::chrono::milliseconds(tickMs));
-    mTimer.async_wait([self = shared_from_this()](const asio::error_code& error) {
+    mTimer.async_wait([self = shared_from_this()](const boost::system::error_code& error) {
         if (!error && !self->mClosed) {
             self->checkTimes();
         }

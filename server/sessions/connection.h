@@ -1,7 +1,7 @@
 #ifndef SERVER_CONNECTION_H
 #define SERVER_CONNECTION_H
 
-#include <asio/ip/tcp.hpp>
+#include <boost/asio/ip/tcp.hpp>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -38,7 +38,7 @@ public:
     };
 
     /// @p owner outlives the connection or calls abandon().
-    Connection(asio::ip::tcp::socket socket, const LinkSettings& settings, Owner* owner);
+    Connection(boost::asio::ip::tcp::socket socket, const LinkSettings& settings, Owner* owner);
 
     void start();
     void send(const WMsg& message);
@@ -55,21 +55,21 @@ public:
 
 private:
     void read();
-    void readSome(asio::error_code error);
-    void received(const uint8_t* bytes, size_t size, const asio::error_code& error);
+    void readSome(boost::system::error_code error);
+    void received(const uint8_t* bytes, size_t size, const boost::system::error_code& error);
     bool handleBytes(const uint8_t* data, size_t size);
     bool handleMessage(WMsg&& message);
     void writeMore();
     void writeSome();
-    void written(const asio::error_code& error, size_t size);
-    void recordEnd(const asio::error_code& error);
+    void written(const boost::system::error_code& error, size_t size);
+    void recordEnd(const boost::system::error_code& error);
     void armTimer();
     void checkTimes();
     std::string lateReason(int64_t nowMs) const;
 
     const LinkSettings mSettings;
     Owner* mOwner;
-    asio::ip::tcp::socket mSocket;
+    boost::asio::ip::tcp::socket mSocket;
     const std::unique_ptr<cCapturedLink> mRecord; ///< null where nothing is recorded
     LinkTimer mTimer;
     std::string mPeer;

@@ -21,8 +21,8 @@ const cObjectDevice* deviceIn(cObjectList* list)
 
 } // namespace
 
-DeviceSession::DeviceSession(asio::ip::tcp::socket socket, const LinkSettings& settings, Listener* listener,
-                             uint8_t* lastNumber)
+DeviceSession::DeviceSession(boost::asio::ip::tcp::socket socket, const LinkSettings& settings,
+                             Listener* listener, uint8_t* lastNumber)
     : mSettings(settings),
       mListener(listener),
       mAskTimer(socket.get_executor()),
@@ -37,7 +37,7 @@ DeviceSession::~DeviceSession() { mConnection->abandon(); }
 void DeviceSession::start()
 {
     mIdentifyTimer.expires_after(std::chrono::milliseconds(mSettings.identifyMs));
-    mIdentifyTimer.async_wait([weak = weak_from_this()](const asio::error_code& error) {
+    mIdentifyTimer.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
         const std::shared_ptr<DeviceSession> self = weak.lock();
         if (!error && self && !self->mDevice) {
             self->mConnection->close("it does not say which device it is");
@@ -118,7 +118,7 @@ void DeviceSession::askAgain()
         return;
     }
     mAskTimer.expires_after(std::chrono::milliseconds(mSettings.askAgainMs));
-    mAskTimer.async_wait([weak = weak_from_this()](const asio::error_code& error) {
+    mAskTimer.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
         const std::shared_ptr<DeviceSession> self = weak.lock();
         if (!error && self && !self->mClosed) {
             self->askForDevice();

@@ -41,7 +41,7 @@ public:
 
     /// @p listener outlives the session, and so does @p lastNumber, the number of the message sent last over
     /// any connection.
-    DeviceSession(asio::ip::tcp::socket socket, const LinkSettings& settings, Listener* listener,
+    DeviceSession(boost::asio::ip::tcp::socket socket, const LinkSettings& settings, Listener* listener,
                   uint8_t* lastNumber);
     ~DeviceSession() override;
 

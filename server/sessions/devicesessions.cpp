@@ -1,17 +1,17 @@
 #include "server/sessions/devicesessions.h"
 
 #include <algorithm>
-#include <asio/post.hpp>
+#include <boost/asio/post.hpp>
 #include <utility>
 
 namespace server {
 
-DeviceSessions::DeviceSessions(asio::io_context& io, Console& console, MessageLog& log,
+DeviceSessions::DeviceSessions(boost::asio::io_context& io, Console& console, MessageLog& log,
                                const LinkSettings& settings)
     : mIo(io), mConsole(console), mLog(log), mSettings(settings)
 {}
 
-void DeviceSessions::add(asio::ip::tcp::socket socket)
+void DeviceSessions::add(boost::asio::ip::tcp::socket socket)
 {
     auto session = std::make_shared<DeviceSession>(std::move(socket), mSettings,
                                                    static_cast<DeviceSession::Listener*>(this), &mLastNumber);
@@ -90,7 +90,7 @@ void DeviceSessions::sessionClosed(DeviceSession& session, const std::string& re
     const auto found = std::find_if(mSessions.begin(), mSessions.end(),
                                     [&session](const SessionPtr& other) { return other.get() == &session; });
     // The session is at work further up the stack, so it goes later.
-    asio::post(mIo, [ended = std::move(*found)] {});
+    boost::asio::post(mIo, [ended = std::move(*found)] {});
     mSessions.erase(found);
     std::optional<uint32_t> serial;
     if (session.device() != nullptr) {

@@ -1,7 +1,7 @@
 #ifndef SERVER_DEVICESESSIONS_H
 #define SERVER_DEVICESESSIONS_H
 
-#include <asio/io_context.hpp>
+#include <boost/asio/io_context.hpp>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -21,13 +21,14 @@ public:
     using SessionPtr = std::shared_ptr<DeviceSession>;
 
     /// Everything is borrowed. Messages are printed and put into @p log.
-    DeviceSessions(asio::io_context& io, Console& console, MessageLog& log, const LinkSettings& settings);
+    DeviceSessions(boost::asio::io_context& io, Console& console, MessageLog& log,
+                   const LinkSettings& settings);
 
     /// Called after a device has come or a message was printed.
     std::function<void()> onChange;
 
     /// Takes over a client that was just accepted.
-    void add(asio::ip::tcp::socket socket);
+    void add(boost::asio::ip::tcp::socket socket);
 
     /// The one device that is meant, by its serial where one is given; null, and one sentence in
     /// @p *problem, where there is none or more than one.
@@ -52,7 +53,7 @@ private:
 
     std::vector<SessionPtr> matching(std::optional<uint32_t> serial) const;
 
-    asio::io_context& mIo;
+    boost::asio::io_context& mIo;
     Console& mConsole;
     MessageLog& mLog;
     const LinkSettings mSettings;

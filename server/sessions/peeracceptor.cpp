@@ -5,12 +5,12 @@
 
 namespace server {
 
-PeerAcceptor::PeerAcceptor(asio::io_context& io) : mAcceptor(io), mRetryTimer(io) {}
+PeerAcceptor::PeerAcceptor(boost::asio::io_context& io) : mAcceptor(io), mRetryTimer(io) {}
 
 std::string PeerAcceptor::open(const std::string& address, uint16_t port)
 {
-    using asio::ip::tcp;
-    asio::error_code error;
+    using boost::asio::ip::tcp;
+    boost::system::error_code error;
     tcp::resolver resolver(mAcceptor.get_executor());
     const tcp::resolver::results_type found =
         resolver.resolve(address, std::to_string(port), tcp::resolver::passive, error);
@@ -37,28 +37,29 @@ std::string PeerAcceptor::open(const std::string& address, uint16_t port)
 
 void PeerAcceptor::accept()
 {
-    mAcceptor.async_accept([this](const asio::error_code& error, asio::ip::tcp::socket socket) {
-        if (error == asio::error::operation_aborted) {
-            return;
-        }
-        if (error) {
-            retryLater(error);
-            return;
-        }
-        mTroubled = false;
-        onPeer(std::move(socket));
-        accept();
-    });
+    mAcceptor.async_accept(
+        [this](const boost::system::error_code& error, boost::asio::ip::tcp::socket socket) {
+            if (error == boost::asio::error::operation_aborted) {
+                return;
+            }
+            if (error) {
+                retryLater(error);
+                return;
+            }
+            mTroubled = false;
+            onPeer(std::move(socket));
+            accept();
+        });
 }
 
-void PeerAcceptor::retryLater(const asio::error_code& error)
+void PeerAcceptor::retryLater(const boost::system::error_code& error)
 {
     if (!mTroubled) {
         mTroubled = true;
         onError("New connections cannot be accepted for now: " + error.message() + ".");
     }
     mRetryTimer.expires_after(std::chrono::seconds(1));
-    mRetryTimer.async_wait([this](const asio::error_code& stopped) {
+    mRetryTimer.async_wait([this](const boost::system::error_code& stopped) {
         if (!stopped) {
             accept();
         }

@@ -1,9 +1,9 @@
 #ifndef SERVER_PEERACCEPTOR_H
 #define SERVER_PEERACCEPTOR_H
 
-#include <asio/io_context.hpp>
-#include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <functional>
 #include <string>
 
@@ -13,9 +13,9 @@ namespace server {
 class PeerAcceptor
 {
 public:
-    explicit PeerAcceptor(asio::io_context& io);
+    explicit PeerAcceptor(boost::asio::io_context& io);
 
-    std::function<void(asio::ip::tcp::socket)> onPeer;
+    std::function<void(boost::asio::ip::tcp::socket)> onPeer;
 
     /// Called with one sentence when accepting begins to fail; it is tried again until it works.
     std::function<void(const std::string&)> onError;
@@ -25,17 +25,17 @@ public:
     std::string open(const std::string& address, uint16_t port);
 
     /// Where it listens.
-    const asio::ip::tcp::endpoint& endpoint() const { return mEndpoint; }
+    const boost::asio::ip::tcp::endpoint& endpoint() const { return mEndpoint; }
 
     void start() { accept(); }
 
 private:
     void accept();
-    void retryLater(const asio::error_code& error);
+    void retryLater(const boost::system::error_code& error);
 
-    asio::ip::tcp::acceptor mAcceptor;
-    asio::ip::tcp::endpoint mEndpoint;
-    asio::steady_timer mRetryTimer;
+    boost::asio::ip::tcp::acceptor mAcceptor;
+    boost::asio::ip::tcp::endpoint mEndpoint;
+    boost::asio::steady_timer mRetryTimer;
     bool mTroubled = false;
 };
 

@@ -1,7 +1,7 @@
 #include "faultlane.h"
 
 #include <algorithm>
-#include <asio/write.hpp>
+#include <boost/asio/write.hpp>
 #include <utility>
 
 #include "wmsg/wmsg.h"
@@ -36,17 +36,17 @@ FaultLane::FaultLane(const Ends& ends, uint64_t connection, const Faults& faults
 
 void FaultLane::read()
 {
-    mEnds.from.async_read_some(asio::buffer(mReceived),
-                               [this, owner = mOwner.shared_from_this()](
-                                   const asio::error_code& error, size_t size) { received(error, size); });
+    mEnds.from.async_read_some(boost::asio::buffer(mReceived), [this, owner = mOwner.shared_from_this()](
+                                                                   const boost::system::error_code& error,
+                                                                   size_t size) { received(error, size); });
 }
 
-void FaultLane::received(const asio::error_code& error, size_t size)
+void FaultLane::received(const boost::system::error_code& error, size_t size)
 {
     if (mOwner.quiet()) {
         return;
     }
-    if (error && error != asio::error::eof) {
+    if (error && error != boost::asio::error::eof) {
         mOwner.broken();
         return;
     }
@@ -150,10 +150,11 @@ void FaultLane::writeNext()
         return;
     }
     mBusy = true;
-    asio::async_write(mEnds.to, asio::buffer(front.bytes.data() + mWritten, nextWriteSize()),
-                      [this, owner = mOwner.shared_from_this()](const asio::error_code& error, size_t size) {
-                          written(error, size);
-                      });
+    boost::asio::async_write(
+        mEnds.to, boost::asio::buffer(front.bytes.data() + mWritten, nextWriteSize()),
+        [this, owner = mOwner.shared_from_this()](const boost::system::error_code& error, size_t size) {
+            written(error, size);
+        });
 }
 
 size_t FaultLane::nextWriteSize() const
@@ -170,7 +171,7 @@ size_t FaultLane::cutOfFront() const
     return mFaults.sweepCut ? mPassed % wmsg::kMaxSegmentSize : mFaults.cutAt;
 }
 
-void FaultLane::written(const asio::error_code& error, size_t size)
+void FaultLane::written(const boost::system::error_code& error, size_t size)
 {
     mBusy = false;
     if (mOwner.quiet()) {
@@ -217,7 +218,7 @@ void FaultLane::continueAt(Clock::time_point time)
 {
     mBusy = true;
     mTimer.expires_at(time);
-    mTimer.async_wait([this, owner = mOwner.shared_from_this()](const asio::error_code&) {
+    mTimer.async_wait([this, owner = mOwner.shared_from_this()](const boost::system::error_code&) {
         mBusy = false;
         writeNext();
     });

@@ -2,8 +2,8 @@
 #define FAULTLANE_H
 
 #include <array>
-#include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <cstdint>
 #include <deque>
@@ -45,8 +45,8 @@ public:
 
     struct Ends
     {
-        asio::ip::tcp::socket& from;
-        asio::ip::tcp::socket& to;
+        boost::asio::ip::tcp::socket& from;
+        boost::asio::ip::tcp::socket& to;
         bool towardServer;
     };
 
@@ -69,7 +69,7 @@ private:
     };
 
     void read();
-    void received(const asio::error_code& error, size_t size);
+    void received(const boost::system::error_code& error, size_t size);
     void take(Bytes segment);
     void suffer(double drawn, Bytes segment);
     void corrupt(Bytes* segment);
@@ -77,7 +77,7 @@ private:
     void passHalf(Bytes segment, eOutage after);
 
     void writeNext();
-    void written(const asio::error_code& error, size_t size);
+    void written(const boost::system::error_code& error, size_t size);
     void finishChunk();
     size_t nextWriteSize() const;
     size_t cutOfFront() const;
@@ -88,7 +88,7 @@ private:
     const Faults& mFaults;
     FaultCounts& mCounts;
     Owner& mOwner;
-    asio::steady_timer mTimer;
+    boost::asio::steady_timer mTimer;
     std::mt19937_64 mRandom;
 
     std::array<uint8_t, 16384> mReceived{};

@@ -1,26 +1,26 @@
 #include "faultproxy.h"
 
 #include <algorithm>
-#include <asio/post.hpp>
+#include <boost/asio/post.hpp>
 #include <fcntl.h>
 #include <future>
 #include <utility>
 
 #include "faultyconnection.h"
 
-using asio::ip::tcp;
+using boost::asio::ip::tcp;
 
 FaultProxy::FaultProxy(uint16_t serverPort, const Faults& faults, uint16_t port)
     : mServerPort(serverPort), mFaults(faults), mReserved(mIo), mAcceptor(mIo)
 {
-    asio::error_code error;
+    boost::system::error_code error;
     bindTo(&mReserved, port, &error);
     if (!error) {
         mPort = mReserved.local_endpoint(error).port();
         listen();
     }
     mThread = std::thread([this] {
-        const auto work = asio::make_work_guard(mIo);
+        const auto work = boost::asio::make_work_guard(mIo);
         mIo.run();
     });
 }
@@ -54,7 +54,7 @@ void FaultProxy::silenceAll()
 void FaultProxy::refuse()
 {
     runOnThread([this] {
-        asio::error_code ignored;
+        boost::system::error_code ignored;
         mAcceptor.close(ignored);
     });
 }
@@ -72,19 +72,19 @@ FaultCounts FaultProxy::counts()
 }
 
 /// Two sockets of this process may stand at the port, one of which listens at times.
-void FaultProxy::bindTo(tcp::acceptor* acceptor, uint16_t port, asio::error_code* error)
+void FaultProxy::bindTo(tcp::acceptor* acceptor, uint16_t port, boost::system::error_code* error)
 {
     acceptor->open(tcp::v4(), *error);
     acceptor->set_option(tcp::acceptor::reuse_address(true), *error);
-    acceptor->set_option(asio::detail::socket_option::boolean<SOL_SOCKET, SO_REUSEPORT>(true), *error);
+    acceptor->set_option(boost::asio::detail::socket_option::boolean<SOL_SOCKET, SO_REUSEPORT>(true), *error);
     // A program that a test starts must not keep the port open.
     ::fcntl(acceptor->native_handle(), F_SETFD, FD_CLOEXEC);
-    acceptor->bind({asio::ip::address_v4::loopback(), port}, *error);
+    acceptor->bind({boost::asio::ip::address_v4::loopback(), port}, *error);
 }
 
 void FaultProxy::listen()
 {
-    asio::error_code error;
+    boost::system::error_code error;
     bindTo(&mAcceptor, mPort, &error);
     if (!error) {
         mAcceptor.listen(tcp::acceptor::max_listen_connections, error);
@@ -98,7 +98,7 @@ void FaultProxy::listen()
 
 void FaultProxy::acceptNext()
 {
-    mAcceptor.async_accept([this](const asio::error_code& error, tcp::socket socket) {
+    mAcceptor.async_accept([this](const boost::system::error_code& error, tcp::socket socket) {
         if (error) {
             return;
         }
@@ -109,7 +109,7 @@ void FaultProxy::acceptNext()
                                           [](const auto& known) { return known->isOver(); }),
                            mConnections.end());
         mConnections.push_back(connection);
-        connection->start({asio::ip::address_v4::loopback(), mServerPort});
+        connection->start({boost::asio::ip::address_v4::loopback(), mServerPort});
         acceptNext();
     });
 }
@@ -126,7 +126,7 @@ void FaultProxy::forAll(const std::function<void(FaultyConnection&)>& action)
 void FaultProxy::runOnThread(const std::function<void()>& action)
 {
     std::promise<void> done;
-    asio::post(mIo, [&] {
+    boost::asio::post(mIo, [&] {
         action();
         done.set_value();
     });

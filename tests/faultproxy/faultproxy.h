@@ -1,8 +1,8 @@
 #ifndef FAULTPROXY_H
 #define FAULTPROXY_H
 
-#include <asio/io_context.hpp>
-#include <asio/ip/tcp.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -44,7 +44,7 @@ public:
     FaultCounts counts();
 
 private:
-    void bindTo(asio::ip::tcp::acceptor* acceptor, uint16_t port, asio::error_code* error);
+    void bindTo(boost::asio::ip::tcp::acceptor* acceptor, uint16_t port, boost::system::error_code* error);
     void listen();
     void acceptNext();
     void forAll(const std::function<void(FaultyConnection&)>& action);
@@ -56,9 +56,9 @@ private:
     // Touched by the proxy's own thread alone once it runs.
     Faults mFaults;
     FaultCounts mCounts;
-    asio::io_context mIo;
-    asio::ip::tcp::acceptor mReserved; ///< keeps the port while nobody listens there
-    asio::ip::tcp::acceptor mAcceptor;
+    boost::asio::io_context mIo;
+    boost::asio::ip::tcp::acceptor mReserved; ///< keeps the port while nobody listens there
+    boost::asio::ip::tcp::acceptor mAcceptor;
     std::vector<std::shared_ptr<FaultyConnection>> mConnections;
 
     std::thread mThread;

@@ -3,7 +3,7 @@
 #include <fcntl.h>
 #include <utility>
 
-FaultyConnection::FaultyConnection(asio::ip::tcp::socket device, uint64_t number, const Faults& faults,
+FaultyConnection::FaultyConnection(boost::asio::ip::tcp::socket device, uint64_t number, const Faults& faults,
                                    FaultCounts& counts)
     : mFaults(faults),
       mCounts(counts),
@@ -16,23 +16,23 @@ FaultyConnection::FaultyConnection(asio::ip::tcp::socket device, uint64_t number
     ++mCounts.open;
 }
 
-void FaultyConnection::start(const asio::ip::tcp::endpoint& server)
+void FaultyConnection::start(const boost::asio::ip::tcp::endpoint& server)
 {
-    asio::error_code failed;
+    boost::system::error_code failed;
     mServer.open(server.protocol(), failed);
     if (failed) {
         end(true);
         return;
     }
     ::fcntl(mServer.native_handle(), F_SETFD, FD_CLOEXEC);
-    mServer.async_connect(server, [this, self = shared_from_this()](const asio::error_code& error) {
+    mServer.async_connect(server, [this, self = shared_from_this()](const boost::system::error_code& error) {
         if (error || mOver) {
             end(true);
             return;
         }
-        asio::error_code ignored;
-        mServer.set_option(asio::ip::tcp::no_delay(true), ignored);
-        mDevice.set_option(asio::ip::tcp::no_delay(true), ignored);
+        boost::system::error_code ignored;
+        mServer.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
+        mDevice.set_option(boost::asio::ip::tcp::no_delay(true), ignored);
         mToServer.start();
         mToDevice.start();
     });
@@ -55,7 +55,7 @@ void FaultyConnection::outage(eOutage kind)
         ++mCounts.silenced;
         silence();
         mSilenceTimer.expires_after(std::chrono::milliseconds(mFaults.silenceMs));
-        mSilenceTimer.async_wait([this, self = shared_from_this()](const asio::error_code& error) {
+        mSilenceTimer.async_wait([this, self = shared_from_this()](const boost::system::error_code& error) {
             if (!error) {
                 end(true);
             }
@@ -65,8 +65,8 @@ void FaultyConnection::outage(eOutage kind)
 
 void FaultyConnection::laneDrained(FaultLane& lane)
 {
-    asio::error_code ignored;
-    lane.ends().to.shutdown(asio::ip::tcp::socket::shutdown_send, ignored);
+    boost::system::error_code ignored;
+    lane.ends().to.shutdown(boost::asio::ip::tcp::socket::shutdown_send, ignored);
     if (++mDrained == 2) {
         end(false);
     }
@@ -89,10 +89,10 @@ void FaultyConnection::end(bool withReset)
     mToServer.stop();
     mToDevice.stop();
     mSilenceTimer.cancel();
-    for (asio::ip::tcp::socket* socket : {&mDevice, &mServer}) {
-        asio::error_code ignored;
+    for (boost::asio::ip::tcp::socket* socket : {&mDevice, &mServer}) {
+        boost::system::error_code ignored;
         if (withReset) {
-            socket->set_option(asio::socket_base::linger(true, 0), ignored);
+            socket->set_option(boost::asio::socket_base::linger(true, 0), ignored);
         }
         socket->close(ignored);
     }

@@ -1,8 +1,8 @@
 #ifndef FAULTYCONNECTION_H
 #define FAULTYCONNECTION_H
 
-#include <asio/ip/tcp.hpp>
-#include <asio/steady_timer.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/steady_timer.hpp>
 
 #include "faultlane.h"
 
@@ -11,11 +11,11 @@ class FaultyConnection : public FaultLane::Owner
 {
 public:
     /// @p number counts the connections of the proxy. @p faults and @p counts are borrowed.
-    FaultyConnection(asio::ip::tcp::socket device, uint64_t number, const Faults& faults,
+    FaultyConnection(boost::asio::ip::tcp::socket device, uint64_t number, const Faults& faults,
                      FaultCounts& counts);
 
     /// Connects to the server and passes bytes on from then.
-    void start(const asio::ip::tcp::endpoint& server);
+    void start(const boost::asio::ip::tcp::endpoint& server);
 
     void outage(eOutage kind) override;
     void broken() override { end(true); }
@@ -33,9 +33,9 @@ public:
 private:
     const Faults& mFaults;
     FaultCounts& mCounts;
-    asio::ip::tcp::socket mDevice;
-    asio::ip::tcp::socket mServer;
-    asio::steady_timer mSilenceTimer;
+    boost::asio::ip::tcp::socket mDevice;
+    boost::asio::ip::tcp::socket mServer;
+    boost::asio::steady_timer mSilenceTimer;
     FaultLane mToServer;
     FaultLane mToDevice;
     bool mSilent = false;

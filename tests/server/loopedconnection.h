@@ -1,8 +1,8 @@
 #ifndef LOOPEDCONNECTION_H
 #define LOOPEDCONNECTION_H
 
-#include <asio/io_context.hpp>
-#include <asio/ip/tcp.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,8 +33,8 @@ private:
     void connectionClosed(const std::string& reason) override { mReason = reason; }
     bool readingHeld() const override { return false; }
 
-    asio::io_context mIo;
-    asio::ip::tcp::socket mPeer;
+    boost::asio::io_context mIo;
+    boost::asio::ip::tcp::socket mPeer;
     std::shared_ptr<server::Connection> mConnection;
     std::string mReason;
     size_t mMessages = 0;

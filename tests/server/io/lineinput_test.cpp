@@ -1,4 +1,4 @@
-#include <asio/io_context.hpp>
+#include <boost/asio/io_context.hpp>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -31,7 +31,7 @@ protected:
 
     ~LineInputTest() override { ::close(mReadEnd); }
 
-    asio::io_context mIo;
+    boost::asio::io_context mIo;
     std::unique_ptr<server::LineInput> mInput;
     size_t mLines = 0;
 

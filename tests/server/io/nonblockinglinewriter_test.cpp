@@ -1,4 +1,4 @@
-#include <asio/io_context.hpp>
+#include <boost/asio/io_context.hpp>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -37,7 +37,7 @@ protected:
         return size > 0 ? static_cast<size_t>(size) : 0;
     }
 
-    asio::io_context mIo;
+    boost::asio::io_context mIo;
     int mPipe[2] = {-1, -1};
     std::unique_ptr<NonBlockingLineWriter> mOutput;
     int mDrained = 0;

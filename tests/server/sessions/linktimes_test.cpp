@@ -1,6 +1,6 @@
 // The times of a connection, by a clock that the tests set.
 
-#include <asio/io_context.hpp>
+#include <boost/asio/io_context.hpp>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -26,7 +26,7 @@ protected:
         EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
         mPeer = ends[0];
         mConnection = std::make_shared<server::Connection>(
-            asio::ip::tcp::socket(mIo, asio::ip::tcp::v4(), ends[1]), server::LinkSettings(),
+            boost::asio::ip::tcp::socket(mIo, boost::asio::ip::tcp::v4(), ends[1]), server::LinkSettings(),
             static_cast<server::Connection::Owner*>(this));
         mConnection->start();
         WMsg message;
@@ -77,7 +77,7 @@ private:
     {
         // A timer that is due earlier than any other has the loop look at the clock.
         server::LinkTimer look(mIo, server::LinkTimer::time_point::min());
-        look.async_wait([](const asio::error_code&) {});
+        look.async_wait([](const boost::system::error_code&) {});
         mIo.restart();
         mIo.poll();
     }
@@ -86,7 +86,7 @@ private:
     void connectionClosed(const std::string& reason) override { mReason = reason; }
     bool readingHeld() const override { return mHeld; }
 
-    asio::io_context mIo;
+    boost::asio::io_context mIo;
     std::shared_ptr<server::Connection> mConnection;
     int mPeer = -1;
     std::vector<uint8_t> mFrames;

@@ -51,7 +51,7 @@ void TestSupport::theVersionNamesTheCommitAndTheLibraries_data()
                               << QStringLiteral("Qt %, CLI11 %, c-ares %, jansson %, log4cpp %");
     QTest::newRow("zulserver") << QStringLiteral(ZULSERVER_PROGRAM)
                                << QStringLiteral(
-                                      "asio %, CLI11 %, libedit %, c-ares %, jansson %, log4cpp %");
+                                      "Boost %, CLI11 %, libedit %, c-ares %, jansson %, log4cpp %");
 }
 
 void TestSupport::theVersionNamesTheCommitAndTheLibraries()
