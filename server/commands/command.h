@@ -19,10 +19,12 @@ struct Command
         SEND,     ///< send a message and wait for nothing
         WAIT_EVENT,
         WAIT_DEVICE,
+        WAIT_DISCONNECTED,
         EXPECT_EVENT,
         EXPECT_NO_EVENT,
         EXPECT_ANSWER, ///< send a message again and again until its answer is as expected
-        FORGET,        ///< the messages so far
+        FORGET,        ///< the messages and the ended connections so far
+        DROP,          ///< close the connection of a device
         CASE,          ///< what follows is one case of the report
         SLEEP,
         HELP,
@@ -34,6 +36,9 @@ struct Command
     /// EXCHANGE, EXPECT_ANSWER and SEND: the type of the message, and its one object or null for none.
     uint8_t msgType = 0;
     std::shared_ptr<cObject> object;
+
+    /// The device serial that `object` bears as its only field; without it a plain object has none.
+    std::optional<uint32_t> objectSerial;
 
     /// The serial of the device that is meant, where the command names one.
     std::optional<uint32_t> device;

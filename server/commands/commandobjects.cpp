@@ -174,30 +174,33 @@ constexpr ObjectWord kSetWords[] = {
     {"aout", setAOutput},
 };
 
-/// The object by the field that gives its type code, or by the word that names it.
+/// Finds the object by the field that gives its type code, or by the word that names it.
 template <size_t N>
-std::shared_ptr<cObject> readObject(const std::string& verb, const ObjectWord (&known)[N],
-                                    CommandWords* words)
+void readObject(const std::string& verb, const ObjectWord (&known)[N], CommandWords* words, Command* command)
 {
-    uint32_t type = 0;
-    if (words->number("object", 0, kMost, &type)) {
-        return std::make_shared<cObject>(static_cast<eObjectTypes>(type));
+    uint32_t number = 0;
+    if (words->number("object", 0, kMost, &number)) {
+        command->object = std::make_shared<cObject>(static_cast<eObjectTypes>(number));
+        if (words->number("serial", 0, kMost, &number)) {
+            command->objectSerial = number;
+        }
+        return;
     }
     const std::string word = words->word();
     for (const ObjectWord& candidate : known) {
         if (word == candidate.word) {
-            return candidate.read(words);
+            command->object = candidate.read(words);
+            return;
         }
     }
     words->fail(word.empty() ? "The command does not say what to " + verb + "."
                              : "There is no " + quoted(word) + " to " + verb + ".");
-    return nullptr;
 }
 
 } // namespace
 
-std::shared_ptr<cObject> readObjectToGet(CommandWords* words) { return readObject("get", kGetWords, words); }
+void readObjectToGet(CommandWords* words, Command* command) { readObject("get", kGetWords, words, command); }
 
-std::shared_ptr<cObject> readObjectToSet(CommandWords* words) { return readObject("set", kSetWords, words); }
+void readObjectToSet(CommandWords* words, Command* command) { readObject("set", kSetWords, words, command); }
 
 } // namespace server

@@ -3,20 +3,17 @@
 
 // Builds the object that a get or a set sends from the words of its command.
 
-#include <memory>
-
+#include "server/commands/command.h"
 #include "server/commands/commandwords.h"
-#include "zulobj/object.h"
 
 namespace server {
 
-/// What a request asks for: keys that are not given stand for every device and every port. Null after a
-/// mistake in what is to be got.
-std::shared_ptr<cObject> readObjectToGet(CommandWords* words);
+/// Fills the object of @p *command with what a request asks for: keys that are not given stand for every
+/// device and every port. It stays null after a mistake in the object's name.
+void readObjectToGet(CommandWords* words, Command* command);
 
-/// What a set changes: fields that are not given say that the device leaves them as they are. Null after
-/// a mistake in what is to be set.
-std::shared_ptr<cObject> readObjectToSet(CommandWords* words);
+/// Fills it with what a set changes: fields that are not given say that the device leaves them as they are.
+void readObjectToSet(CommandWords* words, Command* command);
 
 } // namespace server
 

@@ -53,14 +53,14 @@ void readGet(CommandWords* words, Command* command)
 {
     readExchange(words, command);
     command->msgType = cObjectList::kRequest;
-    command->object = readObjectToGet(words);
+    readObjectToGet(words, command);
 }
 
 void readSet(CommandWords* words, Command* command)
 {
     readExchange(words, command);
     command->msgType = cObjectList::kSet;
-    command->object = readObjectToSet(words);
+    readObjectToSet(words, command);
 }
 
 void readObjectType(CommandWords* words, Command* command)
@@ -87,8 +87,10 @@ void readWait(CommandWords* words, Command* command)
         readObjectType(words, command);
     } else if (word == "device") {
         command->kind = Command::Kind::WAIT_DEVICE;
+    } else if (word == "disconnected") {
+        command->kind = Command::Kind::WAIT_DISCONNECTED;
     } else {
-        words->fail("The command waits for \"event\" or \"device\".");
+        words->fail("The command waits for \"event\", \"device\" or \"disconnected\".");
     }
 }
 
@@ -156,7 +158,7 @@ void readExpectedAnswer(CommandWords* words, Command* command)
 {
     command->kind = Command::Kind::EXPECT_ANSWER;
     command->msgType = cObjectList::kRequest;
-    command->object = readObjectToGet(words);
+    readObjectToGet(words, command);
     if (command->object) {
         command->objectType = command->object->getType();
     }
@@ -195,6 +197,15 @@ void readSend(CommandWords* words, Command* command)
     }
 }
 
+void readDrop(CommandWords* words, Command* command)
+{
+    command->kind = Command::Kind::DROP;
+    readDevice(words, command);
+    if (!command->device) {
+        words->fail("The command needs the field \"device\".");
+    }
+}
+
 void readSleep(CommandWords* words, Command* command)
 {
     command->kind = Command::Kind::SLEEP;
@@ -218,6 +229,7 @@ constexpr Verb kVerbs[] = {
     {"wait", readWait},
     {"expect", readExpect},
     {"forget", [](CommandWords*, Command* command) { command->kind = Command::Kind::FORGET; }},
+    {"drop", readDrop},
     {"send", readSend},
     {"sleep", readSleep},
     {"help", [](CommandWords*, Command* command) { command->kind = Command::Kind::HELP; }},
@@ -277,18 +289,20 @@ const char* commandHelp()
     return "get device|capability [serial=N]\n"
            "get din|dout|ain|aout [PORT|*] [serial=N] [portType=N]\n"
            "get sample PORT SEQ [serial=N]\n"
-           "get object=N\n"
+           "get object=N [serial=N]\n"
            "set din PORT|* default=high|low [serial=N]\n"
            "set dout PORT|* [state=high|low] [default=high|low] [serial=N]\n"
            "set ain PORT|* [rate=N] [gain=F] [offset=F] [serial=N]\n"
            "set aout PORT|* value=F [serial=N]\n"
-           "set object=N\n"
+           "set object=N [serial=N]\n"
            "wait event [OBJECT-TYPE]\n"
            "wait device\n"
+           "wait disconnected\n"
            "expect event [OBJECT-TYPE [NAME=VALUE]...]\n"
            "expect no event [OBJECT-TYPE [NAME=VALUE]...]\n"
            "expect get ... [NAME=VALUE]...\n"
            "forget\n"
+           "drop device=SERIAL\n"
            "case NAME\n"
            "send type=N\n"
            "sleep S\n"
@@ -297,7 +311,7 @@ const char* commandHelp()
            "get and set wait 5 seconds for the answer, wait waits 10; timeout=S changes that.\n"
            "expect looks for 10 seconds; within=S changes that. NAME=VALUE is a field as the lines print "
            "it.\n"
-           "device=SERIAL picks one of several devices in get, set, wait, expect and send.\n";
+           "device=SERIAL picks one of several devices in get, set, wait, expect, send and drop.\n";
 }
 
 } // namespace server

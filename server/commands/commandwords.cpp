@@ -121,8 +121,9 @@ bool CommandWords::real(const std::string& name, float* value)
     if (!field(name, &text)) {
         return false;
     }
-    if (!parseFloat(text, value)) {
-        fail(name + " is not a decimal number that a float can hold: " + quoted(text) + ".");
+    if (!parseAnyFloat(text, value)) {
+        fail(name + " is neither a decimal number that a float can hold nor nan, inf or -inf: " +
+             quoted(text) + ".");
         return false;
     }
     return true;

@@ -2,7 +2,9 @@
 
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <system_error>
+#include <utility>
 
 namespace server {
 
@@ -38,6 +40,20 @@ bool parseNumber(std::string_view text, uint32_t least, uint32_t most, uint32_t*
 }
 
 bool parseFloat(std::string_view text, float* value) { return parseReal(text, value); }
+
+bool parseAnyFloat(std::string_view text, float* value)
+{
+    using Limits = std::numeric_limits<float>;
+    constexpr std::pair<std::string_view, float> kNames[] = {
+        {"nan", Limits::quiet_NaN()}, {"inf", Limits::infinity()}, {"-inf", -Limits::infinity()}};
+    for (const auto& [name, number] : kNames) {
+        if (text == name) {
+            *value = number;
+            return true;
+        }
+    }
+    return parseFloat(text, value);
+}
 
 bool parseDouble(std::string_view text, double* value) { return parseReal(text, value); }
 

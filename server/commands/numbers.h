@@ -18,7 +18,10 @@ bool parseNumber(std::string_view text, uint32_t least, uint32_t most, uint32_t*
 /// Reads a decimal number that a float can hold; NaN and infinity are none.
 bool parseFloat(std::string_view text, float* value);
 
-/// The same for a double.
+/// The same, and also "nan", "inf" and "-inf".
+bool parseAnyFloat(std::string_view text, float* value);
+
+/// The same as parseFloat() for a double.
 bool parseDouble(std::string_view text, double* value);
 
 /// Reads a time in decimal seconds from 0 to kMaxSeconds.

@@ -16,6 +16,13 @@ const char* const kTooManyUnanswered = "The device has left 255 requests unanswe
 /// Between an answer that is not as expected and the next question.
 constexpr std::chrono::milliseconds kAskAgain(100);
 
+Reply replyWith(const cObjectDevice& device)
+{
+    Reply reply;
+    reply.objects.reset(json_pack("[o]", device.getJSONObj()));
+    return reply;
+}
+
 } // namespace
 
 CommandRunner::CommandRunner(boost::asio::io_context& io, Console& console, DeviceSessions& monitor,
@@ -91,6 +98,7 @@ void CommandRunner::begin()
         break;
     case Command::Kind::WAIT_EVENT:
     case Command::Kind::WAIT_DEVICE:
+    case Command::Kind::WAIT_DISCONNECTED:
     case Command::Kind::EXPECT_EVENT:
     case Command::Kind::EXPECT_NO_EVENT:
         armTimer();
@@ -105,7 +113,11 @@ void CommandRunner::begin()
         break;
     case Command::Kind::FORGET:
         mLog.clear();
+        mMonitor.forgetEnded();
         end(Reply());
+        break;
+    case Command::Kind::DROP:
+        drop();
         break;
     case Command::Kind::CASE:
         end(Reply());
@@ -191,10 +203,19 @@ void CommandRunner::send()
 /// False when the command has been answered with an error.
 bool CommandRunner::encode(WMsg* message)
 {
+    const Command& command = mRun->command;
+    if (command.objectSerial) {
+        message->type = command.msgType;
+        WPayloadWriter writer(&message->payload);
+        writer.beginObject(command.object->getType());
+        writer.putNumber(TAG_DEVICE_SERIAL, *command.objectSerial);
+        writer.endObject();
+        return true;
+    }
     cObjectList list;
-    list.setMsgType(mRun->command.msgType);
-    if (mRun->command.object) {
-        list.addBorrowed(mRun->command.object.get());
+    list.setMsgType(command.msgType);
+    if (command.object) {
+        list.addBorrowed(command.object.get());
     }
     const WStatus status = list.encode(message);
     if (!status.isOk()) {
@@ -218,6 +239,9 @@ void CommandRunner::monitorChanged()
         break;
     case Command::Kind::WAIT_DEVICE:
         lookForDevice();
+        break;
+    case Command::Kind::WAIT_DISCONNECTED:
+        lookForEnded();
         break;
     default:
         break;
@@ -254,9 +278,27 @@ void CommandRunner::lookForDevice()
 {
     const DeviceSessions::SessionPtr session = mMonitor.first(mRun->command.device);
     if (session) {
-        Reply reply;
-        reply.objects.reset(json_pack("[o]", session->device()->getJSONObj()));
-        end(std::move(reply));
+        end(replyWith(*session->device()));
+    }
+}
+
+void CommandRunner::lookForEnded()
+{
+    const std::optional<DeviceSessions::Ended> ended = mMonitor.takeEnded(mRun->command.device);
+    if (ended) {
+        end(*ended ? replyWith(**ended) : Reply());
+    }
+}
+
+void CommandRunner::drop()
+{
+    std::string problem;
+    const DeviceSessions::SessionPtr session = mMonitor.pick(mRun->command.device, &problem);
+    if (session) {
+        session->drop();
+        end(Reply());
+    } else {
+        endWithError(problem);
     }
 }
 
@@ -305,6 +347,9 @@ void CommandRunner::timeUp()
         break;
     case Command::Kind::WAIT_DEVICE:
         endWithTimeout("No such device came" + within);
+        break;
+    case Command::Kind::WAIT_DISCONNECTED:
+        endWithTimeout("No such connection ended" + within);
         break;
     default:
         endWithTimeout("The device did not answer" + within);

@@ -101,6 +101,8 @@ private:
     void lookForEvent();
     void lookForUnwantedEvent();
     void lookForDevice();
+    void lookForEnded();
+    void drop();
     void quit();
 
     void armTimer();

@@ -58,6 +58,9 @@ public:
     /// the device leaves too many requests unanswered.
     bool send(WMsg message);
 
+    /// Closes the connection, which is told like any other end.
+    void drop() { mConnection->close("it was dropped by a command"); }
+
     void resumeReading() { mConnection->resumeReading(); }
 
     const std::string& peer() const { return mConnection->peer(); }

@@ -54,6 +54,19 @@ DeviceSessions::SessionPtr DeviceSessions::first(std::optional<uint32_t> serial)
     return found.empty() ? nullptr : found.front();
 }
 
+std::optional<DeviceSessions::Ended> DeviceSessions::takeEnded(std::optional<uint32_t> serial)
+{
+    const auto found = std::find_if(mEnded.begin(), mEnded.end(), [serial](const Ended& device) {
+        return !serial || (device && *serial == device->getDeviceSerial());
+    });
+    if (found == mEnded.end()) {
+        return std::nullopt;
+    }
+    const Ended device = std::move(*found);
+    mEnded.erase(found);
+    return device;
+}
+
 void DeviceSessions::resumeReading()
 {
     // Reading on may close a session and so change the list.
@@ -92,11 +105,18 @@ void DeviceSessions::sessionClosed(DeviceSession& session, const std::string& re
     // The session is at work further up the stack, so it goes later.
     boost::asio::post(mIo, [ended = std::move(*found)] {});
     mSessions.erase(found);
+    Ended device;
     std::optional<uint32_t> serial;
     if (session.device() != nullptr) {
-        serial = session.device()->getDeviceSerial();
+        device = *session.device();
+        serial = device->getDeviceSerial();
     }
     mConsole.line(disconnectedLine(session.peer(), serial, reason));
+    mEnded.push_back(std::move(device));
+    if (mEnded.size() > kMaxEnded) {
+        mEnded.pop_front();
+    }
+    onChange();
 }
 
 void DeviceSessions::sessionReport(const DeviceSession& session, const std::string& sentence)

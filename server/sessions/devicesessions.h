@@ -2,6 +2,7 @@
 #define SERVER_DEVICESESSIONS_H
 
 #include <boost/asio/io_context.hpp>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -20,12 +21,17 @@ class DeviceSessions : private DeviceSession::Listener
 public:
     using SessionPtr = std::shared_ptr<DeviceSession>;
 
+    static constexpr size_t kMaxEnded = 10000;
+
     /// Everything is borrowed. Messages are printed and put into @p log.
     DeviceSessions(boost::asio::io_context& io, Console& console, MessageLog& log,
                    const LinkSettings& settings);
 
-    /// Called after a device has come or a message was printed.
+    /// Called after a device has come, a message was printed or a connection has ended.
     std::function<void()> onChange;
+
+    /// Records the connections that are added from now on.
+    void setCapture(std::shared_ptr<cCaptureFile> capture) { mSettings.capture = std::move(capture); }
 
     /// Takes over a client that was just accepted.
     void add(boost::asio::ip::tcp::socket socket);
@@ -36,6 +42,16 @@ public:
 
     /// The device that has been there longest, of those with @p serial where one is given, or null.
     SessionPtr first(std::optional<uint32_t> serial) const;
+
+    /// The device of a connection, or nothing if it did not say who it is.
+    using Ended = std::optional<cObjectDevice>;
+
+    /// Takes the earliest connection that has ended and that nobody has taken, of those to a device with
+    /// @p serial if one is given. Nothing if there is none.
+    std::optional<Ended> takeEnded(std::optional<uint32_t> serial);
+
+    /// Takes all connections that have ended.
+    void forgetEnded() { mEnded.clear(); }
 
     /// Messages printed so far.
     uint64_t messages() const { return mMessages; }
@@ -56,9 +72,10 @@ private:
     boost::asio::io_context& mIo;
     Console& mConsole;
     MessageLog& mLog;
-    const LinkSettings mSettings;
+    LinkSettings mSettings;
     uint8_t mLastNumber = 0;           ///< of a message to any device
     std::vector<SessionPtr> mSessions; ///< in the order of their coming
+    std::deque<Ended> mEnded;          ///< the latest kMaxEnded connections that nobody has taken
     uint64_t mMessages = 0;
 };
 

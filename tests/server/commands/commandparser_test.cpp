@@ -7,6 +7,7 @@
 #include "server/commands/commandparser.h"
 #include "server/io/jsonline.h"
 #include "zulobj/ainput.h"
+#include "zulobj/aoutput.h"
 
 using namespace server;
 
@@ -116,6 +117,9 @@ INSTANTIATE_TEST_SUITE_P(
         Good{"waitEvent", "wait event", kEvent, 0, 10, nullptr},
         Good{"waitDin", "wait event OBJ_PORT_DIN timeout=1", kEvent, 0, 1, nullptr},
         Good{"waitNumber", "wait event 200", kEvent, 0, 10, nullptr},
+        Good{"waitDisconnected", "wait disconnected device=5 timeout=2", Command::Kind::WAIT_DISCONNECTED, 0,
+             2, nullptr},
+        Good{"drop", "drop device=5", Command::Kind::DROP, 0, 0, nullptr},
         Good{"waitDevice", "wait device timeout=60", Command::Kind::WAIT_DEVICE, 0, 60, nullptr},
         Good{"expectEvent", "expect event", Command::Kind::EXPECT_EVENT, 0, 10, nullptr},
         Good{"expectNoEvent", "expect no event within=0.5", Command::Kind::EXPECT_NO_EVENT, 0, 0.5, nullptr},
@@ -224,6 +228,32 @@ TEST(CommandParserTest, blankLinesAndCommentsAreSkipped)
     EXPECT_FALSE(isSkipped("get device # no comment"));
 }
 
+TEST(CommandTest, anObjectBearsTheSerialThatIsGiven)
+{
+    Command command;
+    ASSERT_EQ(parseCommand("set object=0", &command), "");
+    EXPECT_FALSE(command.objectSerial);
+    ASSERT_EQ(parseCommand("set object=0 serial=1001", &command), "");
+    EXPECT_EQ(command.objectSerial, 1001U);
+    ASSERT_EQ(parseCommand("expect get object=99 serial=0x10", &command), "");
+    EXPECT_EQ(command.objectSerial, 16U);
+}
+
+TEST(CommandTest, aValueMayBeNaNOrInfinite)
+{
+    Command command;
+    ASSERT_EQ(parseCommand("set ain 1 gain=nan offset=-inf", &command), "");
+    const auto* input = dynamic_cast<const cObjectAInput*>(command.object.get());
+    ASSERT_NE(input, nullptr);
+    EXPECT_TRUE(std::isnan(input->getGain()));
+    EXPECT_FALSE(std::signbit(input->getGain()));
+    EXPECT_EQ(input->getOffset(), -HUGE_VALF);
+    ASSERT_EQ(parseCommand("set aout 1 value=inf", &command), "");
+    const auto* output = dynamic_cast<const cObjectAOutput*>(command.object.get());
+    ASSERT_NE(output, nullptr);
+    EXPECT_EQ(output->getSampledValue(), HUGE_VALF);
+}
+
 class BadCommandTest : public testing::TestWithParam<std::pair<const char*, const char*>>
 {};
 
@@ -235,6 +265,9 @@ TEST_P(BadCommandTest, isOneClearSentence)
 
 #define NUMBER(name, least, most, text)                                                                      \
     name " is not a whole number from " least " to " most ": \"" text "\"."
+
+#define NOT_A_FLOAT(name, text)                                                                              \
+    name " is neither a decimal number that a float can hold nor nan, inf or -inf: \"" text "\"."
 
 INSTANTIATE_TEST_SUITE_P(
     all, BadCommandTest,
@@ -270,7 +303,7 @@ INSTANTIATE_TEST_SUITE_P(
         std::pair("get sample 0 1", NUMBER("PORT", "1", "4294967295", "0")),
         std::pair("get sample 1 x", NUMBER("SEQ", "0", "4294967295", "x")),
         std::pair("get object=x", NUMBER("object", "0", "4294967295", "x")),
-        std::pair("get object=1 serial=1", "The command does not take the field \"serial\"."),
+        std::pair("get object=1 serial=x", NUMBER("serial", "0", "4294967295", "x")),
         std::pair("get object=1 din", "The command does not take \"din\"."),
         std::pair("set din default=high", "The command needs a PORT, or * for every port."),
         std::pair("set din 1", "The command needs the field \"default\"."),
@@ -281,14 +314,19 @@ INSTANTIATE_TEST_SUITE_P(
         std::pair("set dout 1 state=", "state is neither high nor low: \"\"."),
         std::pair("set ain 1 rate=-1", NUMBER("rate", "0", "4294967295", "-1")),
         std::pair("set ain 1 rate=1.5", NUMBER("rate", "0", "4294967295", "1.5")),
-        std::pair("set ain 1 gain=1,5", "gain is not a decimal number that a float can hold: \"1,5\"."),
-        std::pair("set ain 1 gain=nan", "gain is not a decimal number that a float can hold: \"nan\"."),
-        std::pair("set ain 1 offset=inf", "offset is not a decimal number that a float can hold: \"inf\"."),
+        std::pair("set ain 1 gain=1,5", NOT_A_FLOAT("gain", "1,5")),
+        std::pair("set ain 1 gain=NaN", NOT_A_FLOAT("gain", "NaN")),
+        std::pair("set ain 1 gain=-nan", NOT_A_FLOAT("gain", "-nan")),
+        std::pair("set ain 1 offset=infinity", NOT_A_FLOAT("offset", "infinity")),
         std::pair("set aout 1", "The command needs the field \"value\"."),
-        std::pair("set aout 1 value=1e39", "value is not a decimal number that a float can hold: \"1e39\"."),
-        std::pair("set aout 1 value=", "value is not a decimal number that a float can hold: \"\"."),
-        std::pair("wait", "The command waits for \"event\" or \"device\"."),
-        std::pair("wait foo", "The command waits for \"event\" or \"device\"."),
+        std::pair("set aout 1 value=1e39", NOT_A_FLOAT("value", "1e39")),
+        std::pair("set aout 1 value=", NOT_A_FLOAT("value", "")),
+        std::pair("wait", "The command waits for \"event\", \"device\" or \"disconnected\"."),
+        std::pair("wait foo", "The command waits for \"event\", \"device\" or \"disconnected\"."),
+        std::pair("wait disconnected 1", "The command does not take \"1\"."),
+        std::pair("drop", "The command needs the field \"device\"."),
+        std::pair("drop device=x", NUMBER("device", "0", "4294967295", "x")),
+        std::pair("drop device=1 timeout=1", "The command does not take the field \"timeout\"."),
         std::pair("wait event OBJ_FOO", "\"OBJ_FOO\" is no type of an object."),
         std::pair("wait event 4294967296", "\"4294967296\" is no type of an object."),
         std::pair("wait event OBJ_PORT_DIN 2", "The command does not take \"2\"."),

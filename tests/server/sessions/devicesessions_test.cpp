@@ -173,7 +173,83 @@ TEST(MonitorTest, aCommandSendsItsObject)
     EXPECT_EQ(input->getDefaultState(), cObject::OBJ_IO_STATE_SET);
     device.answer(message, {});
     server.type("set object=12");
-    EXPECT_EQ(device.receive().payload, (std::vector<uint8_t>{0, 0, 0, 12, 0, 0, 0, 0}));
+    const WMsg plain = device.receive();
+    EXPECT_EQ(plain.payload, (std::vector<uint8_t>{0, 0, 0, 12, 0, 0, 0, 0}));
+    device.answer(plain, {});
+    server.type("set object=12 serial=1001");
+    const WMsg addressed = device.receive();
+    EXPECT_EQ(addressed.type, cObjectList::kSet);
+    EXPECT_EQ(addressed.payload, (std::vector<uint8_t>{0, 0, 0, 12, 0, 0, 0, 8, 0, 1, 0, 4, 0, 0, 3, 0xE9}));
+}
+
+TEST(MonitorTest, dropClosesTheConnectionOfItsDevice)
+{
+    TestServer server;
+    RawDevice first(server.port());
+    first.identify(1);
+    server.lines().next("device");
+    RawDevice second(server.port());
+    second.identify(2);
+    server.lines().next("device");
+    expectError(server.reply("drop device=3"), "No device with the serial 3 is connected.");
+
+    server.type("drop device=1");
+    const server::JsonPtr line = server.lines().next();
+    EXPECT_EQ(member(line, "event"), "disconnected");
+    EXPECT_EQ(member(line, "deviceSerial"), "1");
+    EXPECT_EQ(member(line, "reason"), "it was dropped by a command");
+    EXPECT_EQ(statusOf(server.lines().next()), "ok");
+    first.waitForEnd();
+    server.type("get device");
+    second.answer(second.receive(), {});
+    EXPECT_EQ(statusOf(server.lines().next("reply")), "ok");
+}
+
+TEST(MonitorTest, aConnectionThatEndedBeforeIsNotMissedAndTakenOnce)
+{
+    TestServer server;
+    RawDevice unknown(server.port());
+    unknown.disconnect();
+    server.lines().next("disconnected");
+    for (const uint32_t serial : {5, 6}) {
+        RawDevice device(server.port());
+        device.identify(serial);
+        server.lines().next("device");
+        device.disconnect();
+        server.lines().next("disconnected");
+    }
+    const server::JsonPtr reply = server.reply("wait disconnected device=6");
+    EXPECT_EQ(statusOf(reply), "ok");
+    EXPECT_EQ(member(reply, "msgType"), "null");
+    EXPECT_EQ(object(reply, 0, "type"), "OBJ_DEVICE");
+    EXPECT_EQ(object(reply, 0, "deviceSerial"), "6");
+    EXPECT_EQ(objectCount(server.reply("wait disconnected")), 0U) << "this one never said who it is";
+    EXPECT_EQ(object(server.reply("wait disconnected"), 0, "deviceSerial"), "5");
+    const server::JsonPtr late = server.reply("wait disconnected timeout=0.01");
+    EXPECT_EQ(statusOf(late), "timeout");
+    EXPECT_EQ(member(late, "error"), "No such connection ended within 0.01 seconds.");
+}
+
+TEST(MonitorTest, aConnectionIsWaitedForUntilItEnds)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.identify(5);
+    server.lines().next("device");
+    server.type("wait disconnected device=5 timeout=30");
+    device.disconnect();
+    EXPECT_EQ(member(server.lines().next(), "event"), "disconnected");
+    EXPECT_EQ(statusOf(server.lines().next()), "ok");
+}
+
+TEST(MonitorTest, forgetTakesTheConnectionsThatEnded)
+{
+    TestServer server;
+    RawDevice device(server.port());
+    device.disconnect();
+    server.lines().next("disconnected");
+    server.reply("forget");
+    EXPECT_EQ(statusOf(server.reply("wait disconnected timeout=0.01")), "timeout");
 }
 
 TEST(MonitorTest, sendWaitsForNothingAndItsAnswerIsDropped)
