@@ -1,6 +1,7 @@
 #include "server/io/console.h"
 
 #include <cerrno>
+#include <chrono>
 #include <poll.h>
 #include <unistd.h>
 
@@ -55,7 +56,7 @@ Console::Console(boost::asio::io_context& io, int outputFd, int errorFd, bool ve
 void Console::line(const JsonPtr& json)
 {
     const HideTypedLine aside(mTypedLine);
-    const std::string text = dumped(json);
+    const std::string text = dumped(json, std::chrono::system_clock::now());
     onLine(text);
     mOutput.writeLine(text);
 }

@@ -33,6 +33,7 @@ public:
     /// Called with each line, before it is written.
     std::function<void(const std::string&)> onLine = [](const std::string&) {};
 
+    /// Writes @p json, with the time of now, as one line.
     void line(const JsonPtr& json);
 
     /// Writes the program's name and @p sentence as one line. Dropped where nobody reads the error stream.

@@ -1,6 +1,9 @@
 #include "server/io/jsonline.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 
 #include "zulobj/jsonvalue.h"
@@ -119,6 +122,16 @@ std::string dumped(const JsonPtr& line)
     const std::unique_ptr<char, decltype(&std::free)> text(json_dumps(line.get(), zulobj::kDumpFlags),
                                                            &std::free);
     return text ? std::string(text.get()) : std::string();
+}
+
+/// The library writes all reals of a text with as many digits as a float has, which are too few for the time.
+std::string dumped(const JsonPtr& line, std::chrono::system_clock::time_point time)
+{
+    const std::chrono::duration<double> seconds = time.time_since_epoch();
+    std::array<char, 48> member;
+    std::snprintf(member.data(), member.size(), ",\"time\":%.6f", seconds.count());
+    std::string text = dumped(line);
+    return text.insert(std::min(text.find(','), text.size()), member.data());
 }
 
 } // namespace server

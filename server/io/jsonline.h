@@ -3,6 +3,7 @@
 
 // The lines that the server prints, as JSON objects.
 
+#include <chrono>
 #include <cstdint>
 #include <jansson.h>
 #include <memory>
@@ -59,6 +60,9 @@ std::string inUTF8(const std::string& text);
 
 /// The text of @p line without a line end.
 std::string dumped(const JsonPtr& line);
+
+/// The same with the member "time" behind "event": @p time in seconds since the epoch.
+std::string dumped(const JsonPtr& line, std::chrono::system_clock::time_point time);
 
 } // namespace server
 

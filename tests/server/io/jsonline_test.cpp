@@ -14,6 +14,13 @@ TEST(JsonLineTest, listening)
               R"({"event":"listening","address":"127.0.0.1","port":50000})");
 }
 
+TEST(JsonLineTest, theTimeHasMicroseconds)
+{
+    const std::chrono::system_clock::time_point time{std::chrono::microseconds(1795303465123456)};
+    EXPECT_EQ(dumped(connectedLine("[::1]:4711"), time),
+              R"({"event":"connected","time":1795303465.123456,"peer":"[::1]:4711"})");
+}
+
 TEST(JsonLineTest, connected)
 {
     EXPECT_EQ(dumped(connectedLine("[::1]:4711")), R"({"event":"connected","peer":"[::1]:4711"})");
