@@ -15,12 +15,18 @@ namespace {
 /// How long the end of the run waits for a reader that is slow.
 constexpr int kLastLinesMs = 2000;
 
+std::string cannotWrite(const char* what, const std::string& path, const std::string& problem)
+{
+    return std::string("The ") + what + " " + quoted(path) + " cannot be written: " + problem + ".";
+}
+
 } // namespace
 
-Application::Application(Options options, const LinkSettings& settings, const Streams& streams)
+Application::Application(Options options, const LinkSettings& settings, const Streams& streams,
+                         std::string program)
     : mOptions(std::move(options)),
       mStreams(streams),
-      mCapture(settings.capture),
+      mProgram(std::move(program)),
       mConsole(mIo, streams.output, streams.error, mOptions.verbose),
       mMonitor(mIo, mConsole, mLog, settings),
       mRunner(mIo, mConsole, mMonitor, mLog),
@@ -43,9 +49,6 @@ Application::Application(Options options, const LinkSettings& settings, const St
         }
     };
     mRunner.onEnd = [this] { finish(mRunner.exitStatus()); };
-    if (mCapture) {
-        mCapture->setReport([this](const std::string& sentence) { mConsole.report(sentence); });
-    }
     mAcceptor.onPeer = [this](boost::asio::ip::tcp::socket socket) { mMonitor.add(std::move(socket)); };
     mAcceptor.onError = [this](const std::string& sentence) { mConsole.report(sentence); };
     if (mOptions.junit) {
@@ -56,6 +59,7 @@ Application::Application(Options options, const LinkSettings& settings, const St
 Application::~Application()
 {
     mConsole.setTypedLine(nullptr);
+    mPortFile.remove();
     if (mCapture) {
         // Connections that go last are recorded when there is no console any more.
         mCapture->setReport(nullptr);
@@ -75,7 +79,8 @@ void Application::endOnSignals()
 
 int Application::run()
 {
-    if (!openReport()) {
+    if (!openFile("report", mOptions.junit, &mReportFile) ||
+        !openFile("port file", mOptions.portFile, &mPortFile)) {
         return 1;
     }
     if (listen()) {
@@ -84,8 +89,10 @@ int Application::run()
         mAcceptor.start();
         mIo.run();
     } else {
+        mStatus = 1;
         submitGivenCommands(); // for the report
     }
+    mPortFile.remove();
     writeReport();
     return mStatus;
 }
@@ -96,11 +103,12 @@ void Application::watchCommands()
     mConsole.onLine = [this](const std::string& line) { mReport.addLine(line); };
 }
 
-bool Application::openReport()
+/// Checks that the file can be written, if there is a @p path. False after a report.
+bool Application::openFile(const char* what, const std::optional<std::string>& path, ReplacedFile* file)
 {
-    const std::string problem = mOptions.junit ? mReportFile.open(*mOptions.junit) : std::string();
+    const std::string problem = path ? file->open(*path) : std::string();
     if (!problem.empty()) {
-        mConsole.report("The report " + quoted(*mOptions.junit) + " cannot be written: " + problem + ".");
+        mConsole.report(cannotWrite(what, *path, problem));
     }
     return problem.empty();
 }
@@ -121,7 +129,7 @@ void Application::writeReport()
     }
     const std::string problem = mReportFile.write(mReport.xml());
     if (!problem.empty()) {
-        mConsole.report("The report " + quoted(*mOptions.junit) + " cannot be written: " + problem + ".");
+        mConsole.report(cannotWrite("report", *mOptions.junit, problem));
         mStatus = 1;
     }
 }
@@ -139,10 +147,19 @@ void Application::stop()
 
 bool Application::listen()
 {
-    const std::string problem = mAcceptor.open(mOptions.listen, mOptions.port);
+    std::string problem = mAcceptor.open(mOptions.listen, mOptions.port);
+    if (problem.empty() && mOptions.capture) {
+        mCapture = cCaptureFile::create(*mOptions.capture, mProgram, &problem);
+    }
     if (!problem.empty()) {
         failRun(problem + ".");
-        mStatus = 1;
+        return false;
+    }
+    if (mCapture) {
+        mCapture->setReport([this](const std::string& sentence) { mConsole.report(sentence); });
+        mMonitor.setCapture(mCapture);
+    }
+    if (!writePortFile()) {
         return false;
     }
     const boost::asio::ip::tcp::endpoint endpoint = mAcceptor.endpoint();
@@ -152,6 +169,16 @@ bool Application::listen()
     }
     mConsole.line(listeningLine(endpoint.address().to_string(), endpoint.port()));
     return true;
+}
+
+bool Application::writePortFile()
+{
+    const std::string problem =
+        mOptions.portFile ? mPortFile.write(std::to_string(mAcceptor.endpoint().port()) + "\n") : "";
+    if (!problem.empty()) {
+        failRun(cannotWrite("port file", *mOptions.portFile, problem));
+    }
+    return problem.empty();
 }
 
 void Application::startTimer()

@@ -33,7 +33,9 @@ public:
         int error = 2;
     };
 
-    Application(Options options, const LinkSettings& settings, const Streams& streams);
+    /// @p program is its name and version, for a capture.
+    Application(Options options, const LinkSettings& settings, const Streams& streams,
+                std::string program = "zulserver");
     ~Application();
 
     /// Ends when the process gets SIGTERM or SIGINT, with status 0, or 4 after a failed expectation.
@@ -47,8 +49,9 @@ public:
 
 private:
     void watchCommands();
-    bool openReport();
+    bool openFile(const char* what, const std::optional<std::string>& path, ReplacedFile* file);
     void writeReport();
+    bool writePortFile();
     void failRun(const std::string& sentence);
     bool listen();
     void takeCommands();
@@ -58,7 +61,8 @@ private:
 
     const Options mOptions;
     const Streams mStreams;
-    const std::shared_ptr<cCaptureFile> mCapture; ///< may be null
+    const std::string mProgram;
+    std::shared_ptr<cCaptureFile> mCapture; ///< may be null
     boost::asio::io_context mIo;
     Console mConsole;
     MessageLog mLog;
@@ -67,6 +71,7 @@ private:
     PeerAcceptor mAcceptor;
     JunitReport mReport;
     ReplacedFile mReportFile;
+    ReplacedFile mPortFile;
     std::string mRunFailure; ///< that is no command's
     boost::asio::signal_set mSignals;
     boost::asio::steady_timer mTimer;

@@ -37,18 +37,9 @@ std::string version()
 /// The exit status.
 int serve(const server::Options& options)
 {
-    server::LinkSettings settings;
-    if (options.capture) {
-        std::string problem;
-        settings.capture = cCaptureFile::create(*options.capture,
-                                                std::string("zulserver ") + zulversion::version(), &problem);
-        if (!settings.capture) {
-            std::fprintf(stderr, "zulserver: %s.\n", problem.c_str());
-            return 1;
-        }
-    }
     try {
-        server::Application application(options, settings, server::Application::Streams());
+        server::Application application(options, server::LinkSettings(), server::Application::Streams(),
+                                        std::string("zulserver ") + zulversion::version());
         application.endOnSignals();
         return application.run();
     } catch (const boost::system::system_error& error) {

@@ -39,6 +39,8 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
         ->type_name("ADDRESS");
     app->add_option("--port", raw->port, "Listen at this port, 50000 unless given; 0 picks a free one")
         ->type_name("N");
+    app->add_option("--port-file", options->portFile, "Write the port to this file while the server listens")
+        ->type_name("FILE");
     app->add_option("--command", options->commands, "Run this command; may be given again")
         ->type_name("COMMAND")
         ->allow_extra_args(false);

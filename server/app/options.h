@@ -13,6 +13,7 @@ struct Options
 {
     std::string listen = "127.0.0.1";
     uint16_t port = 50000;
+    std::optional<std::string> portFile; ///< the file that holds the port while the server listens
 
     /// The lines of --command, then those of --commands; without either, commands come from the input.
     std::vector<std::string> commands;

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace server {
 
@@ -88,10 +89,18 @@ std::string ReplacedFile::open(const std::string& path)
     return TempSibling(mPath).isOpen() ? std::string() : reason();
 }
 
-std::string ReplacedFile::write(const std::string& content) const
+std::string ReplacedFile::write(const std::string& content)
 {
     TempSibling file(mPath);
-    return file.isOpen() && file.write(content) && file.rename(mPath) ? std::string() : reason();
+    mWritten = file.isOpen() && file.write(content) && file.rename(mPath);
+    return mWritten ? std::string() : reason();
+}
+
+void ReplacedFile::remove()
+{
+    if (std::exchange(mWritten, false)) {
+        ::unlink(mPath.c_str());
+    }
 }
 
 } // namespace server

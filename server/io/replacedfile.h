@@ -13,10 +13,14 @@ public:
     std::string open(const std::string& path);
 
     /// Gives the file this content. Returns why that is not possible, or an empty text.
-    std::string write(const std::string& content) const;
+    std::string write(const std::string& content);
+
+    /// Removes what write() has written.
+    void remove();
 
 private:
     std::string mPath; ///< behind all symbolic links
+    bool mWritten = false;
 };
 
 } // namespace server

@@ -30,13 +30,14 @@ TEST(OptionsTest, defaults)
     EXPECT_FALSE(parsed.options->count);
     EXPECT_FALSE(parsed.options->timeout);
     EXPECT_FALSE(parsed.options->capture);
+    EXPECT_FALSE(parsed.options->portFile);
 }
 
 TEST(OptionsTest, allOfThem)
 {
     const ParsedOptions parsed =
         parse({"--listen", "::1", "--port=0", "--count", "3", "--timeout", "0.5", "--command", "wait device",
-               "--command", "quit", "--capture", "link.pcapng", "--verbose"});
+               "--command", "quit", "--capture", "link.pcapng", "--port-file", "server.port", "--verbose"});
     ASSERT_TRUE(parsed.options) << parsed.error;
     EXPECT_EQ(parsed.options->listen, "::1");
     EXPECT_EQ(parsed.options->port, 0);
@@ -45,6 +46,7 @@ TEST(OptionsTest, allOfThem)
     EXPECT_TRUE(parsed.options->commandsGiven);
     EXPECT_EQ(parsed.options->commands, (std::vector<std::string>{"wait device", "quit"}));
     EXPECT_EQ(parsed.options->capture, "link.pcapng");
+    EXPECT_EQ(parsed.options->portFile, "server.port");
     EXPECT_TRUE(parsed.options->verbose);
 }
 

@@ -1,5 +1,6 @@
 // The program itself: its standard streams and exit statuses.
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -7,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -273,6 +275,91 @@ TEST(ProgramTest, aReportThatCannotBeWrittenAtTheEndIsToldToo)
     EXPECT_EQ(line,
               "zulserver: The report \"" + file.path() + "\" cannot be written: No such file or directory.");
     EXPECT_EQ(program.wait(), 1);
+}
+
+TEST(ProgramTest, thePortFileIsThereWhileItListens)
+{
+    const TemporaryFile file("before");
+    const auto content = [&file] {
+        std::ifstream stream(file.path());
+        return std::string(std::istreambuf_iterator<char>(stream), {});
+    };
+    for (const int number : {SIGTERM, SIGINT, 0}) {
+        Program program(withFreePort({"--port-file", file.path()}));
+        const uint16_t port = program.port();
+        EXPECT_EQ(content(), std::to_string(port) + "\n");
+        if (number == 0) {
+            program.type("quit\n");
+        } else {
+            program.signal(number);
+        }
+        EXPECT_EQ(program.wait(), 0);
+        EXPECT_FALSE(std::filesystem::exists(file.path())) << number;
+    }
+    Program unread(withFreePort({"--port-file", file.path()}));
+    unread.port();
+    unread.lines().close();
+    unread.type("sleep 0\n");
+    EXPECT_EQ(unread.wait(), 1);
+    EXPECT_FALSE(std::filesystem::exists(file.path()));
+}
+
+TEST(ProgramTest, aServerThatCannotListenLeavesThePortFileAlone)
+{
+    const TemporaryFile file("before");
+    Program first(withFreePort({}));
+    Program second({"--port-file", file.path(), "--port", std::to_string(first.port())});
+    EXPECT_EQ(second.wait(), 1);
+    EXPECT_EQ(std::filesystem::file_size(file.path()), 6U);
+}
+
+TEST(ProgramTest, aPortFileThatCannotBeWrittenIsOneSentenceBeforeAnythingElse)
+{
+    for (const std::string path : {"/nonexistent/port", "/tmp", "/dev/null"}) {
+        Program program(withFreePort({"--port-file", path, "--command", "sleep 1000"}));
+        std::string line;
+        ASSERT_TRUE(program.errors().nextText(&line));
+        EXPECT_EQ(line.rfind("zulserver: The port file \"" + path + "\" cannot be written: ", 0), 0U) << line;
+        EXPECT_FALSE(program.errors().nextText(&line)) << line;
+        EXPECT_FALSE(program.lines().nextText(&line)) << line;
+        EXPECT_EQ(program.wait(), 1);
+    }
+}
+
+TEST(ProgramTest, aServerThatDoesNotListenLeavesTheCaptureAlone)
+{
+    const TemporaryFile file("before");
+    Program first(withFreePort({}));
+    for (const std::vector<std::string>& wrong :
+         {std::vector<std::string>{"--port", std::to_string(first.port())},
+          std::vector<std::string>{"--port", "0", "--junit", "/nonexistent/report.xml"},
+          std::vector<std::string>{"--port", "0", "--port-file", "/nonexistent/port"}}) {
+        std::vector<std::string> arguments = {"--capture", file.path()};
+        arguments.insert(arguments.end(), wrong.begin(), wrong.end());
+        Program second(arguments);
+        EXPECT_EQ(second.wait(), 1);
+        EXPECT_EQ(std::filesystem::file_size(file.path()), 6U) << wrong.back();
+    }
+}
+
+TEST(ProgramTest, everyLineHasTheTime)
+{
+    const auto now = [] {
+        return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+    };
+    const double before = now();
+    Program program(withFreePort({}));
+    const server::JsonPtr listening = program.lines().next();
+    program.type("quit\n");
+    const server::JsonPtr reply = program.lines().next();
+    EXPECT_EQ(program.wait(), 0);
+    double last = before;
+    for (const server::JsonPtr* line : {&listening, &reply}) {
+        const double time = json_real_value(json_object_get(line->get(), "time"));
+        EXPECT_GE(time, last - 1e-6);
+        last = time;
+    }
+    EXPECT_LE(last, now() + 1e-6);
 }
 
 TEST(ProgramTest, theEndOfTheInputEndsNothing)

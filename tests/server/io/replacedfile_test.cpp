@@ -71,6 +71,18 @@ TEST_F(ReplacedFileTest, theFileBehindALinkIsReplacedAndTheLinkStays)
     EXPECT_EQ(content("real"), "after");
 }
 
+TEST_F(ReplacedFileTest, onlyWhatItHasWrittenIsRemoved)
+{
+    std::ofstream(path("old")) << "before";
+    ReplacedFile file;
+    EXPECT_EQ(file.open(path("old")), "");
+    file.remove();
+    EXPECT_EQ(content("old"), "before");
+    EXPECT_EQ(file.write("after"), "");
+    file.remove();
+    EXPECT_EQ(files(), 0U);
+}
+
 TEST_F(ReplacedFileTest, anybodyMayReadItAsFarAsTheMaskSays)
 {
     const mode_t before = ::umask(027);
