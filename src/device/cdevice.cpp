@@ -3,19 +3,36 @@
 #include <QDebug>
 #include <atomic>
 #include <chrono>
-#include <memory>
+#include <cstring>
+#include <iostream>
 
+#include "caccess.h"
+#include "cadhoc.h"
 #include "cainput.h"
 #include "caoutput.h"
 #include "cconfig.h"
 #include "cdinput.h"
 #include "cdoutput.h"
-#include "checkedindex.h"
+#include "devicepanel.h"
+#include "wlog/wlog.h"
 
-cDevice::cDevice() : mObjectClient(new cObjectClient), mLinkDriver(mObjectClient)
+cDevice::cDevice()
+    : mObjectClient(new cObjectClient(cObjectClient::Settings{.startMs = kStartMs})),
+      mLinkDriver(mObjectClient),
+      mCore({*this, mDigitalInputList, mDigitalOutputList, mAnalogInputList, mAnalogOutputList, mAccessList,
+             mCapabilityList},
+            &std::cout),
+      mDigitalWiring({"digital", "mDigitalInputList", "mDigitalOutputList", "mDigitalInputRadioButtonList",
+                      "mDigitalOutputCheckboxList"},
+                     {mDigitalInputList, mDigitalOutputList, mDigitalInputRadioButtonList,
+                      mDigitalOutputCheckboxList, selectedDigitalInput}),
+      mAnalogWiring({"analog", "mAnalogInputList", "mAnalogOutputList", "mAnalogInputRadioButtonList",
+                     "mAnalogOutputCheckboxList"},
+                    {mAnalogInputList, mAnalogOutputList, mAnalogInputRadioButtonList,
+                     mAnalogOutputCheckboxList, selectedAnalogInput})
 {
     mObjectClient->setDriver(&mLinkDriver);
-    // A page that stands on no tab would be shown in the panel's corner.
+    // A page without a tab would be shown in the panel's corner.
     for (QWidget* page : {&dinTab, &doutTab, static_cast<QWidget*>(&ainTab), &aoutTab, &accessTab, &adHocTab,
                           &dInputOutputTab, &aInputOutputTab}) {
         page->hide();
@@ -26,40 +43,27 @@ cDevice::cDevice(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, u
                  const QString&, uint32_t version, uint32_t serial)
     : cDevice()
 {
-    describe(dins, douts, ains, aouts, label, version, serial);
-    buildDigitalInputs();
-    buildDigitalOutputs();
-    buildAnalogInputs();
-    buildAnalogOutputs();
-    buildWiringPages();
-    buildAccess(scanners);
-    buildAdHoc();
-    addCapabilities();
+    zuldevice::describeDevice(this, {dins, douts, ains, aouts, scanners}, label, version, serial);
+    mDigitalInputList = devicepanel::addDigitalInputs(this, &dinTab);
+    mDigitalOutputList = devicepanel::addDigitalOutputs(this, &doutTab);
+    mAnalogInputList = devicepanel::addAnalogInputs(this, &ainTab);
+    mAnalogOutputList = devicepanel::addAnalogOutputs(this, &aoutTab);
+    devicepanel::addWiring(this, &dInputOutputTab, tr("Digital Input and Output Connections"),
+                           createDigitalInputGroup(), createDigitalOutputGroup());
+    devicepanel::addWiring(this, &aInputOutputTab, tr("Analog Input and Output Connections"),
+                           createAnalogInputGroup(), createAnalogOutputGroup());
+    mAccessList = devicepanel::addScanners(this, &accessTab, scanners);
+    mAdHocEvent = devicepanel::addAdHocEditor(this, &adHocTab);
+    mCore.addCapabilities();
 }
 
 cDevice::~cDevice()
 {
-    // Threads that wait at the executor must be gone before anybody waits for them.
+    // Threads that wait for the executor could not be joined.
     mExecutor->close();
     stopSampling();
     mLinkDriver.stop();
     delete mObjectClient;
-    for (cObjectCapability* capability : mCapabilityList) {
-        delete capability;
-    }
-}
-
-void cDevice::describe(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, const char* label,
-                       uint32_t version, uint32_t serial)
-{
-    setDiscreteInCount(dins);
-    setDiscreteOutCount(douts);
-    setAnalogInCount(ains);
-    setAnalogOutCount(aouts);
-    setDeviceSerial(serial);
-    setDeviceLabel(label);
-    setDeviceType(TYPE_DISCRETE_IO);
-    setVersion(version);
 }
 
 void cDevice::start(cConfig* config)
@@ -83,29 +87,198 @@ cDOutput* cDevice::getOutput(int index) const
 
 int cDevice::getDigitalInputValue(int port) const
 {
-    return checkedAt(mDigitalInputList, qint64{port} - 1, "mDigitalInputList")->getCurrentState();
+    return checkedAt(mDigitalInputList, int64_t{port} - 1, "mDigitalInputList")->getCurrentState();
 }
 
 int cDevice::getAnalogInputValue(int port) const
 {
-    return checkedAt(mAnalogInputList, qint64{port} - 1, "mAnalogInputList")->getCurrentSample();
+    return checkedAt(mAnalogInputList, int64_t{port} - 1, "mAnalogInputList")->getCurrentSample();
 }
 
 int cDevice::getDigitalOutputValue(int port) const
 {
-    return checkedAt(mDigitalOutputList, qint64{port} - 1, "mDigitalOutputList")->getCurrentState();
+    return checkedAt(mDigitalOutputList, int64_t{port} - 1, "mDigitalOutputList")->getCurrentState();
 }
 
 int cDevice::getAnalogOutputValue(int port) const
 {
-    return checkedAt(mAnalogOutputList, qint64{port} - 1, "mAnalogOutputList")->getCurrentSample();
+    return checkedAt(mAnalogOutputList, int64_t{port} - 1, "mAnalogOutputList")->getCurrentSample();
+}
+
+void cDevice::handleObjectAction(cObjectList* msg)
+{
+    mExecutor->run([&] { dispatch(msg); });
+}
+
+void cDevice::dispatch(cObjectList* msg)
+{
+    switch (msg->getMsgType()) {
+    case cObjectList::kRequest:
+        handleRequest(msg);
+        break;
+    case cObjectList::kSet:
+        qDebug() << "SET ";
+        handleSet(msg);
+        break;
+    case cObjectList::kEvent:
+        qDebug() << "EVT ";
+        break;
+    default:
+        mCore.traceUnknown(*msg);
+    }
+}
+
+void cDevice::handleRequest(cObjectList* msg)
+{
+    cObjectList reply;
+    mCore.handleRequest(msg, &reply);
+    mObjectClient->send(&reply);
+}
+
+void cDevice::handleSet(cObjectList* msg)
+{
+    cObjectList reply;
+    mCore.handleSet(msg, &reply);
+    mObjectClient->send(&reply);
+}
+
+void cDevice::inputEvent(int index)
+{
+    qDebug().nospace() << "Got an input event from port " << int64_t{index} + 1 << Qt::endl;
+    cObjectList event;
+    mCore.inputEvent(
+        index,
+        [this](const cDOutput* output, eObjectIOState state) {
+            const auto wire = connect(this, &cDevice::digitalOutputUpdated, output, &cDOutput::updateOutput);
+            emit digitalOutputUpdated(state);
+            disconnect(wire);
+        },
+        &event);
+    mObjectClient->send(&event);
+}
+
+void cDevice::analogEvent(cObjectAnalogSample* sample)
+{
+    cObjectList event;
+    mCore.analogEvent(
+        sample,
+        [this](const cAOutput* output, cObjectAOutput* value) {
+            const auto wire = connect(this, &cDevice::analogOutputUpdated, output, &cAOutput::updateObject);
+            emit analogOutputUpdated(value);
+            disconnect(wire);
+        },
+        &event);
+    mObjectClient->send(&event);
+}
+
+void cDevice::accesEvnt(int index)
+{
+    cObjectList event;
+    mCore.accessEvent(index, &event);
+    mObjectClient->send(&event);
+}
+
+void cDevice::adHocEvnt(int)
+{
+    cObjectList event;
+    mCore.adHocEvent(mAdHocEvent, &event);
+    mObjectClient->send(&event);
+}
+
+bool cDevice::scan(int scanner, const QString& code)
+{
+    if (scanner < 1 || static_cast<size_t>(scanner) > mAccessList.size()) {
+        return false;
+    }
+    mAccessList[static_cast<size_t>(scanner) - 1]->send(code);
+    return true;
+}
+
+bool cDevice::adhoc(int id, const QString& label, const QString& value)
+{
+    return mAdHocEvent != nullptr && mAdHocEvent->send(id, label, value);
+}
+
+void cDevice::setDigitalInput_Slot(int port, int value)
+{
+    qDebug() << "Digital slot";
+    qDebug().nospace() << "Port: " << port << " Value: " << value;
+    const cDInput* input = checkedAt(mDigitalInputList, int64_t{port} - 1, "mDigitalInputList");
+    const auto wire = connect(this, &cDevice::setDigitalInput_Signal, input, &cDInput::scriptInputChange);
+    emit setDigitalInput_Signal(value);
+    disconnect(wire);
+}
+
+void cDevice::setAnalogInput_Slot(int port, int value)
+{
+    qDebug() << "Analog slot";
+    qDebug().nospace() << "Port: " << port << " Value: " << value;
+    const cAInput* input = checkedAt(mAnalogInputList, int64_t{port} - 1, "mAnalogInputList");
+    const auto wire = connect(this, &cDevice::setAnalogInput_Signal, input, &cAInput::scriptInputChange);
+    emit setAnalogInput_Signal(value);
+    disconnect(wire);
+}
+
+QGroupBox* cDevice::createDigitalInputGroup()
+{
+    return mDigitalWiring.createInputs(tr("Inputs:"), tr("Digital Input "), getDiscreteInCount(), this,
+                                       SLOT(digitalRadioButtonClicked()));
+}
+
+QGroupBox* cDevice::createDigitalOutputGroup()
+{
+    return mDigitalWiring.createOutputs(tr("Outputs:"), tr("Digital Output "), getDiscreteOutCount(), this,
+                                        SLOT(digitalCheckBoxStateChanged(int)));
+}
+
+QGroupBox* cDevice::createAnalogInputGroup()
+{
+    return mAnalogWiring.createInputs(tr("Inputs:"), tr("Analog Input "), getAnalogInCount(), this,
+                                      SLOT(analogRadioButtonClicked()));
+}
+
+QGroupBox* cDevice::createAnalogOutputGroup()
+{
+    return mAnalogWiring.createOutputs(tr("Outputs:"), tr("Analog Output "), getAnalogOutCount(), this,
+                                       SLOT(analogCheckBoxStateChanged(int)));
+}
+
+void cDevice::digitalRadioButtonClicked() { mDigitalWiring.select(sender(), getDiscreteOutCount()); }
+
+void cDevice::analogRadioButtonClicked() { mAnalogWiring.select(sender(), getAnalogOutCount()); }
+
+void cDevice::digitalCheckBoxStateChanged(int state) { mDigitalWiring.tick(sender(), state == Qt::Checked); }
+
+void cDevice::analogCheckBoxStateChanged(int state)
+{
+    // Unlike a digital box, a partially checked one changes nothing.
+    if (state != Qt::PartiallyChecked) {
+        mAnalogWiring.tick(sender(), state == Qt::Checked);
+    }
+}
+
+void cDevice::connectDigitalInput_Slot(int input, int output, bool connect)
+{
+    mDigitalWiring.connect(input, getDiscreteInCount(), output, getDiscreteOutCount(), connect,
+                           mDigitalInputRadioButtonList);
+}
+
+void cDevice::connectAnalogInput_Slot(int input, int output, bool connect)
+{
+    // The digital button of the same number shows the selection: scripts rely on it.
+    mAnalogWiring.connect(input, getAnalogInCount(), output, getAnalogOutCount(), connect,
+                          mDigitalInputRadioButtonList);
 }
 
 void cDevice::startSampling()
 {
     pthread_t thread{};
-    if (pthread_create(&thread, nullptr, &cDevice::sample_thread, this) == 0) {
+    const int error = pthread_create(&thread, nullptr, &cDevice::sample_thread, this);
+    if (error == 0) {
         mSampleThreads.push_back(thread);
+    } else {
+        const std::string line = std::string("No periodic samples: no thread: ") + std::strerror(error);
+        cWlog("zulbench").error(line.c_str());
     }
 }
 
@@ -125,12 +298,12 @@ void cDevice::stopSampling()
 void* cDevice::sample_thread(void* arg)
 {
     auto* device = static_cast<cDevice*>(arg);
-    const auto passIsDue = std::make_shared<std::atomic<bool>>(false);
+    const auto posted = std::make_shared<std::atomic<bool>>(false);
     do {
-        // A pass that the GUI thread has not come to yet stands for this one, too.
-        if (!passIsDue->exchange(true)) {
-            device->mExecutor->post([device, passIsDue] {
-                *passIsDue = false;
+        // A pass still posted serves for this second too.
+        if (!posted->exchange(true)) {
+            device->mExecutor->post([device, posted] {
+                *posted = false;
                 device->samplePass();
             });
         }
@@ -138,7 +311,7 @@ void* cDevice::sample_thread(void* arg)
     return nullptr;
 }
 
-/// Sleeps for a second. False when the device is going away.
+/// Waits a second. Returns false if the device is being destroyed.
 bool cDevice::waitForNextPass()
 {
     std::unique_lock<std::mutex> lock(mSamplingMutex);

@@ -1,9 +1,6 @@
 #ifndef CDEVICE_H
 #define CDEVICE_H
 
-#include <QCheckBox>
-#include <QGroupBox>
-#include <QRadioButton>
 #include <QScrollArea>
 #include <QTabWidget>
 #include <condition_variable>
@@ -15,14 +12,11 @@
 
 #include "cguiexecutor.h"
 #include "cqtlinkdriver.h"
-#include "zulobj/asample.h"
-#include "zulobj/capability.h"
-#include "zulobj/device.h"
+#include "cwiringpage.h"
+#include "zuldevice/devicecore.h"
 #include "zulobj/objclient.h"
-#include "zulobj/objectlist.h"
 #include "zulobj/objlistener.h"
 
-class QVBoxLayout;
 class cAInput;
 class cAOutput;
 class cAccess;
@@ -30,46 +24,47 @@ class cAdHocEvent;
 class cConfig;
 class cDInput;
 class cDOutput;
-class cObjectAOutput;
 
-/// The live simulated device: the tabbed panel, the device's record and the listener of its client in one.
+/// The live simulated device: its panel, its record and its link to the server. What it does with messages
+/// and which events it makes is DeviceCore's.
 ///
-/// All of its state belongs to the GUI thread. Functions that say "any thread" come in through the executor.
+/// All of its state belongs to the GUI thread. Functions that say "any thread" use the executor.
 class cDevice : public QTabWidget, public cObjectDevice, public cObjectListener
 {
     Q_OBJECT
 
 public:
+    static constexpr int kStartMs = 100;
+
     /// An empty device without pages, ports and capabilities.
     cDevice();
 
-    /// A device with so many digital inputs, digital outputs, analog inputs, analog outputs and scanners.
-    /// @p label is UTF-8 and is copied. @p type is for the record and is not used: the device's type is
+    /// The first five are counts. @p label is UTF-8 and is copied. @p type is not used: the device's type is
     /// always TYPE_DISCRETE_IO.
     cDevice(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, uint32_t scanners, char* label,
             const QString& type, uint32_t version, uint32_t serial);
 
-    /// Turns other threads away, then ends the link and the sampling, and joins their threads.
+    /// Closes the executor, then ends the sampling and the link and joins their threads.
     ~cDevice() override;
 
-    /// Records every connection that comes from now on in @p file, or none where it is null.
+    /// Records every connection from now on in @p file, or none if it is null.
     void recordTo(std::shared_ptr<cCaptureFile> file) { mObjectClient->recordTo(std::move(file)); }
 
     /// Connects to the server that @p config names and starts a sampling thread, whether the connection
-    /// comes about or not. Waits up to 3 seconds for it. Called again it registers the device a second
-    /// time, starts the link anew and adds a sampling thread.
+    /// succeeds or not. Waits up to kStartMs for it; then the link goes on by itself. Called again it
+    /// registers the device a second time, starts the link anew and adds a sampling thread.
     void start(cConfig* config);
 
-    /// Receives one message of the server; any thread, mostly the GUI thread, where the client delivers.
-    /// Returns when the message has been handled, or at once when the device is going away.
+    /// Handles one message of the server. Any thread. Returns when it has been handled, or at once if the
+    /// device is being destroyed.
     void handleObjectAction(cObjectList* msg) override;
 
     /// The port widget at 0-based @p index; a wrong one ends the program.
     cDInput* getInput(int index) const;
     cDOutput* getOutput(int index) const;
 
-    // GUI thread, like everything here; scripts come through cScriptReceiver. Ports are numbered from 1, and
-    // a wrong one ends the program.
+    // For scripts, which call through cScriptReceiver. Ports are numbered from 1; a wrong one ends the
+    // program.
     Q_INVOKABLE int getDiscreteInputCount() const { return static_cast<int>(getDiscreteInCount()); }
     Q_INVOKABLE int getDiscreteOutputCount() const { return static_cast<int>(getDiscreteOutCount()); }
     Q_INVOKABLE int getAnalogInputCount() const { return static_cast<int>(getAnalogInCount()); }
@@ -82,30 +77,31 @@ public:
     /// The body of a sampling thread; @p arg is the device.
     static void* sample_thread(void* arg);
 
-    /// The way to this device for other threads; it may outlive the device.
+    /// Runs calls of other threads on the GUI thread; it may outlive the device.
     std::shared_ptr<cGuiExecutor> executor() const { return mExecutor; }
 
-    /// Types @p code into the row of @p scanner, from 1, and presses its button. False where there is none.
+    /// Types @p code into the row of @p scanner, from 1, and presses its button. False if there is none.
     bool scan(int scanner, const QString& code);
 
     /// Fills the ad-hoc editor in and presses its button. False for an @p id that the form does not take.
     bool adhoc(int id, const QString& label, const QString& value);
 
-    /// How many sampling threads run.
+    /// The number of sampling threads that run.
     size_t samplingThreads() const { return mSampleThreads.size(); }
 
 signals:
-    // Each carries a value to the one widget that is connected while it is emitted.
+    // For each emission, only the widget that is meant is connected.
     void digitalOutputUpdated(eObjectIOState state);
     void analogOutputUpdated(cObjectAOutput* object);
     void setDigitalInput_Signal(int value);
     void setAnalogInput_Signal(int value);
 
 public slots:
-    /// The digital input at 0-based position @p index changed: its wired outputs follow, the server is told.
+    /// Passes the state of the digital input at 0-based position @p index to its wired outputs and the
+    /// server.
     void inputEvent(int index);
 
-    /// An analog input was sampled: its wired outputs are told, then the server. Takes @p sample over.
+    /// Passes a sample of an analog input to its wired outputs and the server. Takes @p sample over.
     void analogEvent(cObjectAnalogSample* sample);
 
     /// Reports the scanner at 0-based position @p index. The rows send their 1-based numbers, so a row's
@@ -115,7 +111,7 @@ public slots:
     /// Reports what the ad-hoc editor holds; the argument is ignored.
     void adHocEvnt(int);
 
-    // What scripts do, as if an operator did it. Ports are numbered from 1.
+    // Operator actions of scripts. Ports are numbered from 1.
 
     /// Selects 0 ("LOW") or 1 ("HIGH") on a digital input; a wrong port ends the program.
     void setDigitalInput_Slot(int port, int value);
@@ -127,64 +123,32 @@ public slots:
     /// wrong or wired output nothing but the selection.
     void connectDigitalInput_Slot(int input, int output, bool connect);
 
-    /// The same for analog ports; it shows the digital button of that number checked, and ends the program
-    /// where there is none.
+    /// The same for analog ports; it shows the digital button of that number checked, and ends the program if
+    /// there is none.
     void connectAnalogInput_Slot(int input, int output, bool connect);
 
-    // The wiring pages. The sender's object name tells which input or output is meant.
+    // The wiring pages. The number of the input or output is in the sender's object name.
     void digitalRadioButtonClicked();
     void analogRadioButtonClicked();
     void digitalCheckBoxStateChanged(int state);
     void analogCheckBoxStateChanged(int state);
 
 private:
-    // Building the panel.
-    void describe(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, const char* label,
-                  uint32_t version, uint32_t serial);
-    void buildDigitalInputs();
-    void buildDigitalOutputs();
-    void buildAnalogInputs();
-    void buildAnalogOutputs();
-    void buildWiringPages();
-    void buildAccess(uint32_t scanners);
-    void buildAdHoc();
-    void addPage(QWidget* page, const QString& title);
-    void addCapabilities();
-    void addCapability(uint32_t id, const char* label, const char* value);
     QGroupBox* createDigitalInputGroup();
     QGroupBox* createDigitalOutputGroup();
     QGroupBox* createAnalogInputGroup();
     QGroupBox* createAnalogOutputGroup();
 
-    // Messages of the server.
     void dispatch(cObjectList* msg);
     void handleRequest(cObjectList* msg);
     void handleSet(cObjectList* msg);
-    void answer(cObject* object, cObjectList* reply);
-    void answerDevice(cObject* object, cObjectList* reply);
-    void answerSample(cObject* object, cObjectList* reply);
-    void answerCapabilities(cObject* object, cObjectList* reply);
-    void apply(cObject* object);
-    void applyDevice(cObject* object);
-    void applyDigitalInput(cObject* object);
-    void applyDigitalOutput(cObject* object);
-    void applyAnalogInput(cObject* object);
-    void applyAnalogOutput(cObject* object);
-    bool isMe(uint32_t deviceSerial) const;
 
-    // Events for the server.
-    void driveOutputs(const cDInput& input);
-    void driveOutputs(const cAInput& input, cObjectAOutput* value);
-
-    // Sampling.
     void startSampling();
     void stopSampling();
     bool waitForNextPass();
     void samplePass();
 
     cObjectClient* mObjectClient;
-    cQtLinkDriver mLinkDriver;
-    cObjectList mReply; ///< empty but while a request is answered; its records are used again
     std::vector<cDInput*> mDigitalInputList;
     std::vector<cDOutput*> mDigitalOutputList;
     std::vector<cAInput*> mAnalogInputList;
@@ -206,6 +170,11 @@ private:
     QWidget aInputOutputTab{this};
     int32_t selectedDigitalInput = 0;
     int32_t selectedAnalogInput = 0;
+
+    cQtLinkDriver mLinkDriver;
+    DeviceCore<DeviceParts<cDInput, cDOutput, cAInput, cAOutput, cAccess>> mCore;
+    cWiringPage<cDInput, cDOutput> mDigitalWiring;
+    cWiringPage<cAInput, cAOutput> mAnalogWiring;
 
     std::shared_ptr<cGuiExecutor> mExecutor = std::make_shared<cGuiExecutor>();
     std::vector<pthread_t> mSampleThreads;

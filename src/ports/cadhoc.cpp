@@ -52,6 +52,12 @@ bool cAdHocEvent::send(int id, const QString& label, const QString& value)
     return true;
 }
 
+void cAdHocEvent::setLabel(char* label)
+{
+    mQLabel->setText(QString::fromLocal8Bit(label));
+    setEventLabel(label);
+}
+
 void cAdHocEvent::EvtBtnClicked()
 {
     setPortId(static_cast<uint32_t>(mEventID->value()));

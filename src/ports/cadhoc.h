@@ -21,6 +21,9 @@ public:
     /// Fills the form in and presses its button. False, and no change, for an @p id outside the form's range.
     bool send(int id, const QString& label, const QString& value);
 
+    /// Writes @p label, in the locale's encoding, into the form and the record.
+    void setLabel(char* label);
+
 signals:
     /// The operator sends what stands in the form; the argument is always 0.
     void send_adhoc_evnt(int);

@@ -1,6 +1,6 @@
 #include "cainput.h"
 
-#include <cmath>
+#include <QDebug>
 #include <iostream>
 
 #include "analogrow.h"
@@ -61,7 +61,7 @@ void cAInput::setOffset(float offset)
     cObjectAInput::setOffset(offset);
 }
 
-void cAInput::setDisplayUnit(char* unit)
+void cAInput::setDisplayUnit(const char* unit)
 {
     mQUnit.setText(QString::fromLocal8Bit(unit));
     cObjectAInput::setDisplayUnit(unit);
@@ -75,62 +75,14 @@ void cAInput::checkSample() { checkSample(time(nullptr)); }
 
 void cAInput::checkSample(time_t now)
 {
-    if (sampleDue(now)) {
-        takeSample(now);
+    if (zuldevice::sampleDue(getSampleRate(), mLastSampleTime, now)) {
+        mLastSampleTime = now;
+        emit sampleEvent(
+            zuldevice::takeSample(this, getSampledValue(), now, &mSampleBuffer, &mSampleIdx, &std::cout));
     }
 }
 
-bool cAInput::sampleDue(time_t now) const
-{
-    // The product wraps at 32 bits, the sum does not.
-    const uint32_t seconds = getSampleRate() * 60U;
-    return static_cast<int64_t>(now) > static_cast<int64_t>(mLastSampleTime) + int64_t{seconds};
-}
-
-void cAInput::takeSample(time_t now)
-{
-    const float value = getSampledValue();
-    setSampledValue(value);
-    std::cout << "Sample time for port " << getPortId() << " : " << now << " : " << value << std::endl;
-    mLastSampleTime = now;
-
-    const uint32_t seq = (getLastSampleSeq() + 1) & 0xFF;
-    cObjectAnalogSample& slot = mSampleBuffer[mSampleIdx];
-    slot.setDeviceSerial(getDeviceSerial());
-    slot.setPortNum(getPortId());
-    slot.setSample(value);
-    slot.setSeqNum(seq);
-    auto* sample = static_cast<cObjectAnalogSample*>(slot.clone());
-    setLastSampleSeq(seq);
-    mSampleIdx = (mSampleIdx + 1) & (kSampleCount - 1);
-    mSamplesKept = std::min(mSamplesKept + 1, kSampleCount);
-    emit sampleEvent(sample);
-}
-
-const cObjectAnalogSample* cAInput::findSample(uint32_t seq) const
-{
-    for (uint32_t slot = 0; slot < mSamplesKept; ++slot) {
-        if (mSampleBuffer[slot].getSeqNum() == seq) {
-            return &mSampleBuffer[slot];
-        }
-    }
-    return nullptr;
-}
-
-void cAInput::populateMsg(cObjectList* msg, cObjectAnalogSample* sample) { msg->add(sample); }
-
-void cAInput::updateObject(cObjectAInput* request)
-{
-    if (request->getSampleRate() != kRateUnchanged) {
-        setSampleRate(request->getSampleRate());
-    }
-    if (!std::isnan(request->getGain())) {
-        setGain(request->getGain());
-    }
-    if (!std::isnan(request->getOffset())) {
-        setOffset(request->getOffset());
-    }
-}
+void cAInput::printOutputPorts() const { qDebug() << "Outputs:" << outputList.text().c_str(); }
 
 void cAInput::slider_moved(int value)
 {

@@ -4,10 +4,10 @@
 #include <QLabel>
 #include <QSlider>
 #include <QWidget>
-#include <array>
 #include <ctime>
 
-#include "coutputlist.h"
+#include "zuldevice/outputlist.h"
+#include "zuldevice/portrules.h"
 #include "zulobj/ainput.h"
 #include "zulobj/asample.h"
 #include "zulobj/objectlist.h"
@@ -20,9 +20,6 @@ class cAInput : public QWidget, public cObjectAInput
     Q_OBJECT
 
 public:
-    /// How many periodic samples are kept.
-    static constexpr uint32_t kSampleCount = 32;
-
     cAInput();
 
     /// The name on the row; the record's port label is set apart.
@@ -32,7 +29,7 @@ public:
     void setSampleRate(uint32_t minutes);
     void setGain(float gain);
     void setOffset(float offset);
-    void setDisplayUnit(char* unit);
+    void setDisplayUnit(const char* unit);
 
     /// The slider's value, 0 to 100.
     int getCurrentSample() const;
@@ -44,16 +41,19 @@ public:
     void checkSample(time_t now);
 
     /// The kept periodic sample with sequence number @p seq, or null.
-    const cObjectAnalogSample* findSample(uint32_t seq) const;
+    const cObjectAnalogSample* findSample(uint32_t seq) const
+    {
+        return zuldevice::findSample(*this, mSampleBuffer, seq);
+    }
 
     /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
-    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->addClone(*this); }
+    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->add(clone()); }
 
     /// Appends @p sample to @p msg, which owns it.
-    void populateMsg(cObjectList* msg, cObjectAnalogSample* sample);
+    void populateMsg(cObjectList* msg, cObjectAnalogSample* sample) { msg->add(sample); }
 
     /// Applies the set of a server: a rate, gain or offset that is not "unchanged" is taken over.
-    void updateObject(cObjectAInput* request);
+    void updateObject(cObjectAInput* request) { zuldevice::applySet(*request, this); }
 
     void setConnectedStatus(bool connected) { connectedStatus = connected; }
     bool getConnectedStatus() const { return connectedStatus; }
@@ -63,6 +63,9 @@ public:
     void findAndRemove(int output) { outputList.findAndRemove(output); }
     int getOutputCount() const { return outputList.count(); }
     int getOutputPort(int index) const { return outputList.at(index); }
+
+    /// Writes the wired outputs to the debug log.
+    void printOutputPorts() const;
 
 signals:
     /// A new sample for the server; the receiver takes @p sample over.
@@ -75,9 +78,6 @@ public slots:
     void scriptInputChange(int value);
 
 private:
-    bool sampleDue(time_t now) const;
-    void takeSample(time_t now);
-
     QLabel mQLabel;
     QSlider* mQSampleValue;
     QLabel mQSampleRate;
@@ -85,11 +85,10 @@ private:
     QLabel mQOffset;
     QLabel mQUnit;
     time_t mLastSampleTime;
-    std::array<cObjectAnalogSample, kSampleCount> mSampleBuffer;
+    zuldevice::SampleBuffer mSampleBuffer;
     uint32_t mSampleIdx = 0;
-    uint32_t mSamplesKept = 0; // the slots from here on were never filled
     bool connectedStatus = false;
-    cOutputList outputList;
+    OutputList outputList;
 };
 
 #endif

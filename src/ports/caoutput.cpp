@@ -6,14 +6,6 @@
 
 #include "analogrow.h"
 
-namespace {
-
-/// @p value as an integer, cut toward zero; a value that no int holds becomes the nearest multiple of a
-/// million that one does.
-int truncated(float value) { return static_cast<int>(std::clamp(value, -2.0e9F, 2.0e9F)); }
-
-} // namespace
-
 cAOutput::cAOutput()
 {
     auto* box = new QHBoxLayout;
@@ -37,19 +29,11 @@ void cAOutput::setPortName(QString& name)
 
 void cAOutput::setSampledValue(float value)
 {
-    mQSampleValue.setValue(truncated(value));
+    if (!std::isnan(value)) {
+        // An int does not hold every float; the bar ignores what is out of its range.
+        mQSampleValue.setValue(static_cast<int>(std::clamp(value, -2.0e9F, 2.0e9F)));
+    }
     cObjectAOutput::setSampledValue(value);
 }
 
 int cAOutput::getCurrentSample() const { return mQSampleValue.value(); }
-
-void cAOutput::updateObject(cObjectAOutput* object)
-{
-    connectedStatus = true;
-    if (object->getPortId() != getPortId() && object->getPortId() != kWildcard) {
-        return;
-    }
-    if (!std::isnan(object->getSampledValue())) {
-        setSampledValue(object->getSampledValue());
-    }
-}

@@ -5,6 +5,7 @@
 #include <QProgressBar>
 #include <QWidget>
 
+#include "zuldevice/portrules.h"
 #include "zulobj/aoutput.h"
 #include "zulobj/objectlist.h"
 
@@ -21,15 +22,15 @@ public:
     /// The name on the row; the record's port label is set apart.
     void setPortName(QString& name);
 
-    /// Shows @p value on the bar, cut toward zero, and stores it unchanged. The bar, 0 to 100, stays where
-    /// it is for a value outside its range.
+    /// Stores @p value and shows it on the bar, cut toward zero. The bar, 0 to 100, does not move for NaN or
+    /// a value outside its range.
     void setSampledValue(float value);
 
     /// The bar's value, 0 to 100.
     int getCurrentSample() const;
 
     /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
-    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->addClone(*this); }
+    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->add(clone()); }
 
     void setConnectedStatus(bool connected) { connectedStatus = connected; }
     bool getConnectedStatus() const { return connectedStatus; }
@@ -41,7 +42,7 @@ public:
 public slots:
     /// Marks the output connected, then takes over the sampled value of @p object unless that is NaN or
     /// meant for another port id. @p object stays the caller's.
-    void updateObject(cObjectAOutput* object);
+    void updateObject(cObjectAOutput* object) { zuldevice::applySet(*object, this); }
 
 private:
     QLabel mQLabel;

@@ -1,5 +1,7 @@
 #include "cdinput.h"
 
+#include <QDebug>
+
 #include "cwheeleventfilter.h"
 #include "statuscolour.h"
 
@@ -37,17 +39,10 @@ int cDInput::getCurrentState() const { return getInputState() == OBJ_IO_STATE_SE
 
 void cDInput::updateStatus()
 {
-    const bool alarm = getInputState() != getDefaultState();
-    setPortStatus(alarm ? OBJ_STATUS_ALARM_SET : OBJ_STATUS_ALARM_CLEAR);
-    setStatusColour(this, alarm);
+    setStatusColour(this, zuldevice::setAlarmStatus(this, getInputState(), getDefaultState()));
 }
 
-void cDInput::updateObject(cObjectDInput* request)
-{
-    if (request->getDefaultState() != OBJ_IO_STATE_UNKNOWN) {
-        setDefaultState(request->getDefaultState());
-    }
-}
+void cDInput::printOutputPorts() const { qDebug() << "Outputs:" << outputList.text().c_str(); }
 
 void cDInput::combo_select(int index)
 {

@@ -6,7 +6,8 @@
 #include <QWidget>
 
 #include "cfixedlayoutrow.h"
-#include "coutputlist.h"
+#include "zuldevice/outputlist.h"
+#include "zuldevice/portrules.h"
 #include "zulobj/dinput.h"
 #include "zulobj/objectlist.h"
 
@@ -33,10 +34,10 @@ public:
     void updateStatus();
 
     /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
-    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->addClone(*this); }
+    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->add(clone()); }
 
     /// Applies the set of a server: a known default state is taken over, the input state never.
-    void updateObject(cObjectDInput* request);
+    void updateObject(cObjectDInput* request) { zuldevice::applySet(*request, this); }
 
     void setConnectedStatus(bool connected) { connectedStatus = connected; }
     bool getConnectedStatus() const { return connectedStatus; }
@@ -46,6 +47,9 @@ public:
     void findAndRemove(int output) { outputList.findAndRemove(output); }
     int getOutputCount() const { return outputList.count(); }
     int getOutputPort(int index) const { return outputList.at(index); }
+
+    /// Writes the wired outputs to the debug log.
+    void printOutputPorts() const;
 
 signals:
     /// The operator or a script changed the input at 0-based position @p index.
@@ -63,7 +67,7 @@ private:
     QLabel* mQDefaultState;
     QComboBox* mQCurrentState;
     bool connectedStatus = false;
-    cOutputList outputList;
+    OutputList outputList;
 };
 
 #endif

@@ -33,25 +33,5 @@ int cDOutput::getCurrentState() const { return getOutputState() == OBJ_IO_STATE_
 
 void cDOutput::updateStatus()
 {
-    const bool alarm = getOutputState() != getDefaultState();
-    setPortStatus(alarm ? OBJ_STATUS_ALARM_SET : OBJ_STATUS_ALARM_CLEAR);
-    setStatusColour(this, alarm);
-}
-
-void cDOutput::updateObject(cObjectDOutput* request)
-{
-    if (request->getDefaultState() != OBJ_IO_STATE_UNKNOWN) {
-        setDefaultState(request->getDefaultState());
-    }
-    if (request->getOutputState() != OBJ_IO_STATE_UNKNOWN) {
-        setOutputState(request->getOutputState());
-    }
-    updateStatus();
-}
-
-void cDOutput::updateOutput(eObjectIOState state)
-{
-    connectedStatus = true;
-    setOutputState(state);
-    updateStatus();
+    setStatusColour(this, zuldevice::setAlarmStatus(this, getOutputState(), getDefaultState()));
 }

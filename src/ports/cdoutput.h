@@ -5,6 +5,7 @@
 #include <QWidget>
 
 #include "cfixedlayoutrow.h"
+#include "zuldevice/portrules.h"
 #include "zulobj/doutput.h"
 #include "zulobj/objectlist.h"
 
@@ -33,10 +34,10 @@ public:
     void updateStatus();
 
     /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
-    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->addClone(*this); }
+    void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->add(clone()); }
 
     /// Applies the set of a server: known states are taken over, and the status is recomputed in any case.
-    void updateObject(cObjectDOutput* request);
+    void updateObject(cObjectDOutput* request) { zuldevice::applySet(*request, this); }
 
     void setConnectedStatus(bool connected) { connectedStatus = connected; }
     bool getConnectedStatus() const { return connectedStatus; }
@@ -47,7 +48,7 @@ public:
 
 public slots:
     /// Takes over the state of the input that drives this output.
-    void updateOutput(eObjectIOState state);
+    void updateOutput(eObjectIOState state) { zuldevice::drive(this, state); }
 
 private:
     cFixedLayoutRow* mRow;

@@ -13,6 +13,7 @@
 #include <mutex>
 #include <netinet/in.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/ioctl.h>
@@ -364,6 +365,15 @@ int timerfd_settime(int fd, int flags, const itimerspec* time, itimerspec* befor
     return attempt("timerfd_settime", [&] {
         return real<decltype(timerfd_settime)>("timerfd_settime")(fd, flags, time, before);
     });
+}
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
+                   void* argument) noexcept
+{
+    const int failure = failureOf("pthread_create");
+    return failure != 0
+               ? failure
+               : real<decltype(pthread_create)>("pthread_create")(thread, attributes, body, argument);
 }
 
 int dup(int fd) noexcept

@@ -7,13 +7,8 @@ namespace {
 const int kPatience = 30000;
 const qint64 kFloodBytes = 64 * 1024; // kept ready for the socket
 
-QByteArray frames(uint8_t type, uint8_t seq, std::initializer_list<cObject*> objects)
+QByteArray frames(const cObjectList& list, uint8_t seq)
 {
-    cObjectList list;
-    list.setMsgType(type);
-    for (cObject* object : objects) {
-        list.addBorrowed(object);
-    }
     WMsg message;
     if (!list.encode(&message).isOk()) {
         qFatal("The test's message is too large");
@@ -22,6 +17,16 @@ QByteArray frames(uint8_t type, uint8_t seq, std::initializer_list<cObject*> obj
     std::vector<uint8_t> bytes;
     message.appendFrames(bytes);
     return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
+}
+
+QByteArray frames(uint8_t type, uint8_t seq, std::initializer_list<cObject*> objects)
+{
+    cObjectList list;
+    list.setMsgType(type);
+    for (cObject* object : objects) {
+        list.addBorrowed(object);
+    }
+    return frames(list, seq);
 }
 
 } // namespace
@@ -76,6 +81,12 @@ bool TestServer::hasClient() const
 void TestServer::send(uint8_t type, uint8_t seq, std::initializer_list<cObject*> objects)
 {
     mClient->write(frames(type, seq, objects));
+    mClient->flush();
+}
+
+void TestServer::send(const cObjectList& list, uint8_t seq)
+{
+    mClient->write(frames(list, seq));
     mClient->flush();
 }
 

@@ -53,6 +53,7 @@ public:
 
     /// Sends @p objects, which stay the caller's, to the client that connected last.
     void send(uint8_t type, uint8_t seq, std::initializer_list<cObject*> objects);
+    void send(const cObjectList& list, uint8_t seq);
 
     /// Sends to that client again and again, as soon as it takes more.
     void flood(uint8_t type, std::initializer_list<cObject*> objects);

@@ -1,7 +1,11 @@
 #include "cdinput.h"
+#include "failingcalls.h"
+#include "linkpeer.h"
 #include "loglines.h"
 #include "qttestmain.h"
 #include "testdevice.h"
+
+#include <limits>
 
 namespace {
 
@@ -21,6 +25,8 @@ private slots:
     void aPortTextIsCutTo16Bits_data();
     void aPortTextIsCutTo16Bits();
     void aPortBeyond16BitsArrivesAtTheRest();
+    void aPeerThatDoesNotAnswerDoesNotHoldTheStartUp();
+    void withoutAThreadThereAreNoSamples();
     void samplingStartsWhateverComesOfTheConnection_data();
     void samplingStartsWhateverComesOfTheConnection();
     void aSecondStartSamplesTwice();
@@ -78,6 +84,39 @@ void TestDeviceStart::aPortBeyond16BitsArrivesAtTheRest()
     expectStartingWith("127.0.0.1:" + text);
     device->start(&config);
     QTRY_COMPARE_WITH_TIMEOUT(server.connections(), 1, 30000);
+}
+
+void TestDeviceStart::aPeerThatDoesNotAnswerDoesNotHoldTheStartUp()
+{
+    const FullPort peer;
+    qint64 shortest = std::numeric_limits<qint64>::max();
+    // A busy machine may hold any one of them up.
+    for (int attempt = 0; attempt < 10 && shortest >= 1000; ++attempt) {
+        const auto device = makeDevice({});
+        cConfig config;
+        setServer(&config, QString::number(peer.port()));
+        QElapsedTimer timer;
+        timer.start();
+        device->start(&config);
+        shortest = std::min(shortest, timer.elapsed());
+        QCOMPARE(device->samplingThreads(), size_t{1});
+    }
+    QVERIFY2(shortest < 1000, qPrintable(QString::number(shortest)));
+}
+
+void TestDeviceStart::withoutAThreadThereAreNoSamples()
+{
+    LogLines log;
+    const auto device = makeDevice({1, 0, 1, 0, 0});
+    cConfig config;
+    setServer(&config, "1", ""); // so that the link starts no thread
+    FailingCalls::arm("pthread_create", 1, EAGAIN);
+    device->start(&config);
+    QVERIFY(FailingCalls::disarm());
+    QCOMPARE(device->samplingThreads(), size_t{0});
+    QVERIFY(log.waitFor("No periodic samples"));
+    device->getInput(0)->scriptInputChange(1);
+    QCOMPARE(device->getDigitalInputValue(1), 1);
 }
 
 void TestDeviceStart::samplingStartsWhateverComesOfTheConnection_data()

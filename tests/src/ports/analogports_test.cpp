@@ -5,6 +5,7 @@
 #include "shownrow.h"
 
 #include <QHBoxLayout>
+#include <cfenv>
 #include <cmath>
 #include <limits>
 
@@ -99,6 +100,7 @@ private slots:
     void aValueForAnOutput_data();
     void aValueForAnOutput();
     void anOutputsBarAndRecordFollowASampledValue();
+    void anOutputsBarStaysForWhatIsNoNumber();
 
     void anInputIsAnsweredWithItsRecord();
     void aSampleIsAppendedAsItIs();
@@ -394,6 +396,17 @@ void TestAnalogPorts::anOutputsBarAndRecordFollowASampledValue()
     QCOMPARE(bar(*output)->value(), 99);
     QCOMPARE(output->getSampledValue(), 99.99F);
     QVERIFY(!output->getConnectedStatus());
+}
+
+void TestAnalogPorts::anOutputsBarStaysForWhatIsNoNumber()
+{
+    const auto output = panelOutput();
+    output->setSampledValue(20.0F);
+    std::feclearexcept(FE_ALL_EXCEPT);
+    output->setSampledValue(kNan);
+    QVERIFY(std::fetestexcept(FE_INVALID) == 0); // a conversion to int would raise it
+    QCOMPARE(bar(*output)->value(), 20);
+    QVERIFY(std::isnan(output->getSampledValue()));
 }
 
 void TestAnalogPorts::anInputIsAnsweredWithItsRecord()

@@ -58,6 +58,7 @@ private slots:
     void theEventIdStaysInItsRange_data();
     void theEventIdStaysInItsRange();
     void theEditorSendsWhatStandsInIt();
+    void theEditorsLabelStandsInTheFormAndInTheRecord();
     void theTraceIsHexadecimal_data();
     void theTraceIsHexadecimal();
     void theEditorKeepsWhatWasSent();
@@ -168,6 +169,15 @@ void TestEventWidgets::theEventIdStaysInItsRange()
     const cAdHocEvent editor;
     field<QSpinBox>(editor, "Event ID")->setValue(wanted);
     QTEST(field<QSpinBox>(editor, "Event ID")->value(), "id");
+}
+
+void TestEventWidgets::theEditorsLabelStandsInTheFormAndInTheRecord()
+{
+    cAdHocEvent editor;
+    char label[] = "door";
+    editor.setLabel(label);
+    QCOMPARE(field<QLineEdit>(editor, "Event Label")->text(), QString("door"));
+    QCOMPARE(editor.getEventLabel(), "door");
 }
 
 void TestEventWidgets::theEditorSendsWhatStandsInIt()

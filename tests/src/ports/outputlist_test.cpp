@@ -34,6 +34,7 @@ private slots:
     void bothKindsOfInputKeepTheirWiring();
     void removingADoubleCountsOneEntryLess();
     void aListThatLostADoubleGoesOn();
+    void bothKindsOfInputPrintTheirWiring();
 };
 
 void TestOutputList::bothKindsOfInputKeepTheirWiring_data()
@@ -74,6 +75,18 @@ void TestOutputList::aListThatLostADoubleGoesOn()
     const QVector<int> outputs = wired<cAInput>({4, 4, -4, 6});
     QCOMPARE(outputs.size(), 2);
     QCOMPARE(outputs.last(), 6);
+}
+
+void TestOutputList::bothKindsOfInputPrintTheirWiring()
+{
+    cDInput digital;
+    digital.addOutputPort(3);
+    digital.addOutputPort(1);
+    QTest::ignoreMessage(QtDebugMsg, "Outputs: 3 1");
+    digital.printOutputPorts();
+    const cAInput analog;
+    QTest::ignoreMessage(QtDebugMsg, "Outputs: ");
+    analog.printOutputPorts();
 }
 
 ZUL_QTEST_MAIN(TestOutputList)

@@ -1,17 +1,17 @@
-#include "coutputlist.h"
+#include "zuldevice/outputlist.h"
 
 #include <algorithm>
 
-#include "checkedindex.h"
+#include "zuldevice/checkedindex.h"
 
-void cOutputList::add(int output)
+void OutputList::add(int output)
 {
     mOutputs.resize(static_cast<size_t>(mCount));
     mOutputs.push_back(output);
     ++mCount;
 }
 
-void cOutputList::findAndRemove(int output)
+void OutputList::findAndRemove(int output)
 {
     const auto end = mOutputs.begin() + mCount;
     if (std::find(mOutputs.begin(), end, output) == end) {
@@ -24,4 +24,13 @@ void cOutputList::findAndRemove(int output)
     mOutputs = std::move(kept);
 }
 
-int cOutputList::at(int index) const { return checkedAt(mOutputs, index, "outputList"); }
+int OutputList::at(int index) const { return checkedAt(mOutputs, index, "outputList"); }
+
+std::string OutputList::text() const
+{
+    std::string text;
+    for (int k = 0; k < mCount; ++k) {
+        text += (k == 0 ? "" : " ") + std::to_string(at(k));
+    }
+    return text;
+}

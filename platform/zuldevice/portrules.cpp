@@ -1,0 +1,60 @@
+#include "zuldevice/portrules.h"
+
+#include <algorithm>
+#include <ostream>
+
+namespace zuldevice {
+
+void describeDevice(cObjectDevice* device, const Counts& counts, const char* label, uint32_t version,
+                    uint32_t serial)
+{
+    device->setDiscreteInCount(counts.digitalInputs);
+    device->setDiscreteOutCount(counts.digitalOutputs);
+    device->setAnalogInCount(counts.analogInputs);
+    device->setAnalogOutCount(counts.analogOutputs);
+    device->setDeviceSerial(serial);
+    device->setDeviceLabel(label);
+    device->setDeviceType(cObjectDevice::TYPE_DISCRETE_IO);
+    device->setVersion(version);
+}
+
+bool setAlarmStatus(cObjectPort* port, cObject::eObjectIOState state, cObject::eObjectIOState defaultState)
+{
+    const bool alarm = state != defaultState;
+    port->setPortStatus(alarm ? cObject::OBJ_STATUS_ALARM_SET : cObject::OBJ_STATUS_ALARM_CLEAR);
+    return alarm;
+}
+
+bool sampleDue(uint32_t rate, time_t last, time_t now)
+{
+    const uint32_t seconds = rate * 60U;
+    return static_cast<int64_t>(now) > static_cast<int64_t>(last) + int64_t{seconds};
+}
+
+cObjectAnalogSample* takeSample(cObjectAInput* input, float value, time_t now, SampleBuffer* buffer,
+                                uint32_t* index, std::ostream* trace)
+{
+    input->setSampledValue(value);
+    if (trace != nullptr) {
+        *trace << "Sample time for port " << input->getPortId() << " : " << now << " : " << value
+               << std::endl;
+    }
+    cObjectAnalogSample& slot = (*buffer)[*index];
+    slot.setDeviceSerial(input->getDeviceSerial());
+    slot.setPortNum(input->getPortId());
+    slot.setSample(value);
+    slot.setSeqNum((input->getLastSampleSeq() + 1) & 0xFF);
+    input->setLastSampleSeq(slot.getSeqNum());
+    *index = (*index + 1) % buffer->size();
+    return static_cast<cObjectAnalogSample*>(slot.clone());
+}
+
+const cObjectAnalogSample* findSample(const cObjectAInput& input, const SampleBuffer& buffer, uint32_t seq)
+{
+    const auto found = std::find_if(buffer.begin(), buffer.end(), [&](const cObjectAnalogSample& slot) {
+        return slot.getPortNum() == input.getPortId() && slot.getSeqNum() == seq;
+    });
+    return found == buffer.end() ? nullptr : &*found;
+}
+
+} // namespace zuldevice

@@ -1,0 +1,211 @@
+#ifndef ZULDEVICE_PORTRULES_H
+#define ZULDEVICE_PORTRULES_H
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <ctime>
+#include <iosfwd>
+#include <string>
+
+#include "zulobj/ainput.h"
+#include "zulobj/aoutput.h"
+#include "zulobj/asample.h"
+#include "zulobj/device.h"
+#include "zulobj/dinput.h"
+#include "zulobj/doutput.h"
+
+// The rules for one port. A port is a record or a row of a window; the templates call the port's own setters,
+// so that a row also shows what it stores.
+
+namespace zuldevice {
+
+/// The number of ports of each kind and of scanners.
+struct Counts
+{
+    uint32_t digitalInputs = 0;
+    uint32_t digitalOutputs = 0;
+    uint32_t analogInputs = 0;
+    uint32_t analogOutputs = 0;
+    uint32_t scanners = 0;
+};
+
+/// Fills the record of a new device, whose type is always TYPE_DISCRETE_IO. @p label is UTF-8.
+void describeDevice(cObjectDevice* device, const Counts& counts, const char* label, uint32_t version,
+                    uint32_t serial);
+
+/// "INPUT 3" and the like.
+inline std::string numbered(const char* word, uint32_t number)
+{
+    return word + (' ' + std::to_string(number));
+}
+
+template <class Port>
+void describePort(Port* port, const char* word, uint32_t number, uint32_t serial)
+{
+    port->setPortLabel(numbered(word, number).c_str());
+    port->setDeviceSerial(serial);
+    port->setPortId(number);
+}
+
+template <class Input>
+void describeDigitalInput(Input* input, uint32_t number, uint32_t serial)
+{
+    describePort(input, "INPUT", number, serial);
+    input->setDefaultState(cObject::OBJ_IO_STATE_CLEAR);
+    input->setInputState(cObject::OBJ_IO_STATE_CLEAR);
+    input->updateStatus();
+}
+
+template <class Output>
+void describeDigitalOutput(Output* output, uint32_t number, uint32_t serial)
+{
+    describePort(output, "OUTPUT", number, serial);
+    output->setDefaultState(cObject::OBJ_IO_STATE_CLEAR);
+    output->setOutputState(cObject::OBJ_IO_STATE_CLEAR);
+    output->updateStatus();
+}
+
+template <class Input>
+void describeAnalogInput(Input* input, uint32_t number, uint32_t serial, const char* unit)
+{
+    describePort(input, "AIN", number, serial);
+    input->setSampleRate(10);
+    input->setGain(1.0F);
+    input->setOffset(0.0F);
+    input->setDisplayUnit(unit);
+}
+
+template <class Output>
+void describeAnalogOutput(Output* output, uint32_t number, uint32_t serial, const char* unit)
+{
+    describePort(output, "AOUT", number, serial);
+    output->setMinimumValue(0.0F);
+    output->setMaximumValue(100.0F);
+    output->setGain(1.0F);
+    output->setOffset(0.0F);
+    output->setDisplayUnit(unit);
+    output->setSampledValue(0.0F);
+}
+
+template <class Access>
+void describeScanner(Access* scanner, uint32_t number, uint32_t serial)
+{
+    scanner->setDeviceSerial(serial);
+    scanner->setPortNum(number);
+    scanner->setLabel(numbered("SCANNER", number).c_str());
+}
+
+/// True if @p received, a device serial or port id, is @p own or the wildcard.
+inline bool matches(uint32_t received, uint32_t own)
+{
+    return received == own || received == cObject::kWildcard;
+}
+
+/// Sets the alarm status: clear while the state is the default one. Returns true for an alarm.
+bool setAlarmStatus(cObjectPort* port, cObject::eObjectIOState state, cObject::eObjectIOState defaultState);
+
+// applySet() applies the set of a server to one port and returns false if it leaves all as it is.
+
+/// A known default state is taken over, the input state never.
+template <class Input>
+bool applySet(const cObjectDInput& request, Input* input)
+{
+    const bool known = request.getDefaultState() != cObject::OBJ_IO_STATE_UNKNOWN;
+    if (known) {
+        input->setDefaultState(request.getDefaultState());
+    }
+    return known;
+}
+
+/// Known states are taken over, and the status is recomputed in any case.
+template <class Output>
+bool applySet(const cObjectDOutput& request, Output* output)
+{
+    if (request.getDefaultState() != cObject::OBJ_IO_STATE_UNKNOWN) {
+        output->setDefaultState(request.getDefaultState());
+    }
+    if (request.getOutputState() != cObject::OBJ_IO_STATE_UNKNOWN) {
+        output->setOutputState(request.getOutputState());
+    }
+    output->updateStatus();
+    return true;
+}
+
+/// A rate, gain or offset that is not "unchanged" is taken over.
+template <class Input>
+bool applySet(const cObjectAInput& request, Input* input)
+{
+    const bool rate = request.getSampleRate() != cObject::kRateUnchanged;
+    const bool gain = !std::isnan(request.getGain());
+    const bool offset = !std::isnan(request.getOffset());
+    if (rate) {
+        input->setSampleRate(request.getSampleRate());
+    }
+    if (gain) {
+        input->setGain(request.getGain());
+    }
+    if (offset) {
+        input->setOffset(request.getOffset());
+    }
+    return rate || gain || offset;
+}
+
+/// The output is marked connected, then takes over a value, from a server or a wired input, unless that is
+/// NaN or for another port id.
+template <class Output>
+bool applySet(const cObjectAOutput& object, Output* output)
+{
+    output->setConnectedStatus(true);
+    const bool taken =
+        matches(object.getPortId(), output->getPortId()) && !std::isnan(object.getSampledValue());
+    if (taken) {
+        output->setSampledValue(object.getSampledValue());
+    }
+    return taken;
+}
+
+/// Gives a digital output the state of the input that drives it.
+template <class Output>
+void drive(Output* output, cObject::eObjectIOState state)
+{
+    output->setConnectedStatus(true);
+    output->setOutputState(state);
+    output->updateStatus();
+}
+
+template <class Input, class Output>
+void wire(Input* input, int inputNumber, Output* output, int outputNumber)
+{
+    output->setInputPort(inputNumber);
+    output->setConnectedStatus(true);
+    input->addOutputPort(outputNumber);
+}
+
+template <class Input, class Output>
+void unwire(Input* input, Output* output, int outputNumber)
+{
+    output->setConnectedStatus(false);
+    output->setInputPort(0);
+    input->findAndRemove(outputNumber);
+}
+
+/// The latest periodic samples of an analog input, a ring. A slot never filled has another port number.
+using SampleBuffer = std::array<cObjectAnalogSample, 32>;
+
+/// True if more than @p rate minutes have passed since @p last; both times in seconds. The minutes as seconds
+/// wrap at 32 bits.
+bool sampleDue(uint32_t rate, time_t last, time_t now);
+
+/// Takes a periodic sample of @p value at @p now: stores it in the record and in slot @p *index of @p buffer,
+/// which moves on, and returns a copy that belongs to the caller. The line of the trace goes to @p trace
+/// unless null.
+cObjectAnalogSample* takeSample(cObjectAInput* input, float value, time_t now, SampleBuffer* buffer,
+                                uint32_t* index, std::ostream* trace);
+
+/// The kept sample of @p input with sequence number @p seq, or null.
+const cObjectAnalogSample* findSample(const cObjectAInput& input, const SampleBuffer& buffer, uint32_t seq);
+
+} // namespace zuldevice
+
+#endif

@@ -1,0 +1,190 @@
+#include "devicepanel.h"
+
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QVBoxLayout>
+
+#include "caccess.h"
+#include "cadhoc.h"
+#include "cainput.h"
+#include "caoutput.h"
+#include "cdevice.h"
+#include "cdinput.h"
+#include "cdoutput.h"
+#include "scaledwidth.h"
+
+namespace {
+
+struct Column
+{
+    QString title;
+    int width; // at 96 dpi; 0 for a share of the row
+};
+
+/// The header of a page of rows: one label for each column, indented like the rows below it.
+QHBoxLayout* headerRow(const QWidget& page, const std::vector<Column>& columns)
+{
+    auto* header = new QHBoxLayout;
+    const int left = page.style()->pixelMetric(QStyle::PM_LayoutLeftMargin, nullptr, &page);
+    const int right = page.style()->pixelMetric(QStyle::PM_LayoutRightMargin, nullptr, &page);
+    header->setContentsMargins(left, 0, right, 0);
+    for (const Column& column : columns) {
+        auto* label = new QLabel(column.title);
+        if (column.width > 0) {
+            label->setFixedWidth(scaledWidth(*label, column.width));
+        }
+        header->addWidget(label, column.width > 0 ? 0 : 1);
+    }
+    return header;
+}
+
+/// A scroll area whose size hint is the largest that Qt gives to any: the page's own would take measuring
+/// each of its rows before the page is ever shown.
+class cPageFrame : public QScrollArea
+{
+public:
+    QSize sizeHint() const override { return fontMetrics().height() * QSize(36, 24); }
+};
+
+/// Adds a tab with @p page, which scrolls once its rows do not fit. To be called before the page has rows,
+/// which would be measured here one by one.
+void addPage(QTabWidget* panel, QWidget* page, const QString& title)
+{
+    auto* area = new cPageFrame;
+    area->setFrameShape(QFrame::NoFrame);
+    area->setWidgetResizable(true);
+    area->setWidget(page);
+    panel->addTab(area, title);
+}
+
+/// Fills @p page with @p header and @p count new rows below it, each made ready by @p describe, which is
+/// called with the row and its number.
+template <class Row, class Describe>
+std::vector<Row*> addRows(QWidget* page, QHBoxLayout* header, uint32_t count, Describe describe)
+{
+    auto* layout = new QVBoxLayout;
+    layout->addLayout(header);
+    std::vector<Row*> rows;
+    for (uint32_t number = 1; number <= count; ++number) {
+        rows.push_back(new Row);
+        describe(rows.back(), number);
+        layout->addWidget(rows.back());
+    }
+    layout->addStretch(1);
+    page->setLayout(layout);
+    return rows;
+}
+
+/// Shows the label of a new row as its name.
+template <class Row>
+void nameRow(Row* row)
+{
+    QString name = QString::fromLocal8Bit(row->getPortLabel());
+    row->setPortName(name);
+}
+
+std::vector<Column> digitalColumns()
+{
+    return {
+        {cDevice::tr("Port Label"), 0}, {cDevice::tr("Default State"), 0}, {cDevice::tr("Current State"), 0}};
+}
+
+} // namespace
+
+std::vector<cDInput*> devicepanel::addDigitalInputs(cDevice* device, QWidget* page)
+{
+    addPage(device, page, cDevice::tr("Digital Inputs"));
+    return addRows<cDInput>(page, headerRow(*page, digitalColumns()), device->getDiscreteInCount(),
+                            [device](cDInput* row, uint32_t number) {
+                                zuldevice::describeDigitalInput(row, number, device->getDeviceSerial());
+                                nameRow(row);
+                                QObject::connect(row, SIGNAL(inputChanged(int)), device,
+                                                 SLOT(inputEvent(int)));
+                            });
+}
+
+std::vector<cDOutput*> devicepanel::addDigitalOutputs(cDevice* device, QWidget* page)
+{
+    addPage(device, page, cDevice::tr("Digital Outputs"));
+    return addRows<cDOutput>(page, headerRow(*page, digitalColumns()), device->getDiscreteOutCount(),
+                             [device](cDOutput* row, uint32_t number) {
+                                 zuldevice::describeDigitalOutput(row, number, device->getDeviceSerial());
+                                 nameRow(row);
+                             });
+}
+
+std::vector<cAInput*> devicepanel::addAnalogInputs(cDevice* device, QScrollArea* page)
+{
+    addPage(device, page, cDevice::tr("Analog Inputs"));
+    QHBoxLayout* header = headerRow(*page, {{cDevice::tr("Port Label"), 100},
+                                            {cDevice::tr("Gain"), 60},
+                                            {cDevice::tr("Offset"), 60},
+                                            {cDevice::tr("Rate"), 60},
+                                            {cDevice::tr("Current Value"), 0}});
+    const QByteArray unit = cAInput::tr("fT %").toLocal8Bit();
+    auto rows =
+        addRows<cAInput>(page, header, device->getAnalogInCount(), [&](cAInput* row, uint32_t number) {
+            zuldevice::describeAnalogInput(row, number, device->getDeviceSerial(), unit.constData());
+            nameRow(row);
+            QObject::connect(row, SIGNAL(sampleEvent(cObjectAnalogSample*)), device,
+                             SLOT(analogEvent(cObjectAnalogSample*)));
+        });
+    page->setFrameShape(QFrame::NoFrame);
+    // The layout stands on the scroll area itself, which otherwise ignores its minimum size.
+    page->layout()->setSizeConstraint(QLayout::SetMinimumSize);
+    return rows;
+}
+
+std::vector<cAOutput*> devicepanel::addAnalogOutputs(cDevice* device, QWidget* page)
+{
+    addPage(device, page, cDevice::tr("Analog Outputs"));
+    QHBoxLayout* header = headerRow(*page, {{cDevice::tr("Port Label"), 100},
+                                            {cDevice::tr("Gain"), 60},
+                                            {cDevice::tr("Offset"), 60},
+                                            {cDevice::tr("Current Value"), 0}});
+    const QByteArray unit = cAInput::tr("fT %").toLocal8Bit();
+    return addRows<cAOutput>(page, header, device->getAnalogOutCount(), [&](cAOutput* row, uint32_t number) {
+        zuldevice::describeAnalogOutput(row, number, device->getDeviceSerial(), unit.constData());
+        nameRow(row);
+    });
+}
+
+void devicepanel::addWiring(cDevice* device, QWidget* page, const QString& title, QGroupBox* inputs,
+                            QGroupBox* outputs)
+{
+    addPage(device, page, title);
+    auto* grid = new QGridLayout;
+    grid->addWidget(inputs, 0, 0);
+    grid->addWidget(outputs, 0, 1);
+    page->setLayout(grid);
+}
+
+std::vector<cAccess*> devicepanel::addScanners(cDevice* device, QWidget* page, uint32_t count)
+{
+    addPage(device, page, cDevice::tr("Access Events"));
+    QHBoxLayout* header =
+        headerRow(*page, {{cDevice::tr("Scanner Label"), 0}, {cDevice::tr("Scan Code"), 0}});
+    // The second title stands above the fields; names and buttons share the rest of the row.
+    header->itemAt(1)->widget()->setMinimumWidth(cAccess::kCodeWidth);
+    header->setStretch(1, 0);
+    header->addSpacing(page->style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing, nullptr, page));
+    header->addStretch(1);
+    return addRows<cAccess>(page, header, count, [device](cAccess* row, uint32_t number) {
+        zuldevice::describeScanner(row, number, device->getDeviceSerial());
+        QObject::connect(row, SIGNAL(send_accesss_evnt(int)), device, SLOT(accesEvnt(int)));
+    });
+}
+
+cAdHocEvent* devicepanel::addAdHocEditor(cDevice* device, QWidget* page)
+{
+    addPage(device, page, cDevice::tr("Adhoc Events"));
+    auto* editor = new cAdHocEvent;
+    editor->setDeviceSerial(device->getDeviceSerial());
+    QObject::connect(editor, SIGNAL(send_adhoc_evnt(int)), device, SLOT(adHocEvnt(int)));
+    auto* layout = new QVBoxLayout;
+    layout->addWidget(editor);
+    layout->addStretch(1);
+    page->setLayout(layout);
+    return editor;
+}
