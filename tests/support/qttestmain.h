@@ -1,27 +1,46 @@
 #ifndef QTTESTMAIN_H
 #define QTTESTMAIN_H
 
-#include <QApplication>
-#include <QTemporaryDir>
+#include <QObject>
 #include <QtTest>
+#include <memory>
 
-/// Runs a QtTest object offscreen, in an empty HOME of its own, with Qt's own dialogs.
+/// Registers a QtTest class with the program that its file is linked into.
 ///
-/// HOME is changed before the application exists, so no test ever touches the user's files.
-template <class TestCase>
-int runQtTest(int argc, char** argv)
+/// The program runs one test class: `device_test wiring_test [QtTest options]` runs the class in
+/// wiring_test.cpp.
+class cQtTestCase
 {
-    QTemporaryDir home;
-    qputenv("HOME", home.path().toLocal8Bit());
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    qunsetenv("QT_QPA_PLATFORMTHEME");
-    QApplication::setAttribute(Qt::AA_DontUseNativeDialogs);
-    QApplication application(argc, argv);
-    TestCase testCase;
-    return QTest::qExec(&testCase, argc, argv);
-}
+public:
+    using Factory = std::unique_ptr<QObject> (*)();
 
-#define ZUL_QTEST_MAIN(TestCase)                                                                             \
-    int main(int argc, char** argv) { return runQtTest<TestCase>(argc, argv); }
+    enum eApplication
+    {
+        WIDGETS, ///< offscreen, with Qt's own dialogs
+        CORE
+    };
+
+    /// @p file is __FILE__; its name without extension selects the class.
+    cQtTestCase(const char* file, Factory factory, eApplication application);
+
+    /// Runs the test class that @p argv names, in an empty HOME of its own. Returns QTest::qExec()'s result,
+    /// 2 if there is no such class.
+    static int runNamed(int argc, char** argv);
+
+private:
+    QString mName;
+    Factory mFactory;
+    eApplication mApplication;
+};
+
+#define ZUL_QTEST_AS(TestCase, application)                                                                  \
+    static const cQtTestCase registered##TestCase(                                                           \
+        __FILE__, []() -> std::unique_ptr<QObject> { return std::make_unique<TestCase>(); }, application)
+
+/// In the test's source file: TestCase needs widgets.
+#define ZUL_QTEST(TestCase) ZUL_QTEST_AS(TestCase, cQtTestCase::WIDGETS);
+
+/// The same without widgets.
+#define ZUL_QTEST_GUILESS(TestCase) ZUL_QTEST_AS(TestCase, cQtTestCase::CORE);
 
 #endif

@@ -7,6 +7,7 @@
 
 #include "capturereader.h"
 #include "programs.h"
+#include "qttestmain.h"
 #include "tshark.h"
 
 class TestCapture : public QObject
@@ -308,5 +309,5 @@ void TestCapture::diskThatFillsUpIsSaidOnceAndTheLinkGoesOn()
     }
 }
 
-QTEST_GUILESS_MAIN(TestCapture)
+ZUL_QTEST_GUILESS(TestCapture)
 #include "capture_test.moc"

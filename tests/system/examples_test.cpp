@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include "programs.h"
+#include "qttestmain.h"
 
 namespace {
 
@@ -253,5 +254,5 @@ void TestExamples::everyExampleIsTested()
              QStringList({"door.js", "mirror.js", "randomwalk.js", "sine.js", "timetable.js"}));
 }
 
-QTEST_GUILESS_MAIN(TestExamples)
+ZUL_QTEST_GUILESS(TestExamples)
 #include "examples_test.moc"

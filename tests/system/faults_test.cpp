@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include "endurancerun.h"
+#include "qttestmain.h"
 
 using FaultChance = double Faults::*;
 Q_DECLARE_METATYPE(FaultChance)
@@ -243,5 +244,5 @@ void TestFaults::everyAnswerBelongsToItsRequestWhateverTheLineDoes()
     QVERIFY(result.firstAfter > 1);
 }
 
-QTEST_GUILESS_MAIN(TestFaults)
+ZUL_QTEST_GUILESS(TestFaults)
 #include "faults_test.moc"

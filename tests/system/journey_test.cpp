@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QtTest>
 
+#include "qttestmain.h"
 #include "simulatorwindow.h"
 
 namespace {
@@ -343,5 +344,5 @@ void TestJourney::runScript()
     QCOMPARE(input["inputState"].toString(), QString("OBJ_IO_STATE_CLEAR"));
 }
 
-QTEST_GUILESS_MAIN(TestJourney)
+ZUL_QTEST_GUILESS(TestJourney)
 #include "journey_test.moc"

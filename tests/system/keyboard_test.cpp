@@ -2,6 +2,7 @@
 
 #include <QtTest>
 
+#include "qttestmain.h"
 #include "simulatorwindow.h"
 
 class TestKeyboard : public QObject
@@ -185,5 +186,5 @@ void TestKeyboard::sendScan()
     QCOMPARE(scan["scanCode"].toString(), QString("card 42"));
 }
 
-QTEST_GUILESS_MAIN(TestKeyboard)
+ZUL_QTEST_GUILESS(TestKeyboard)
 #include "keyboard_test.moc"

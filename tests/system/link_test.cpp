@@ -6,6 +6,7 @@
 #include <csignal>
 
 #include "programs.h"
+#include "qttestmain.h"
 
 class TestLink : public QObject
 {
@@ -168,5 +169,5 @@ void TestLink::theDeviceStaysWhenTheReaderOfItsTraceGoes()
     QCOMPARE(simulator.stop(SIGTERM), 0);
 }
 
-QTEST_GUILESS_MAIN(TestLink)
+ZUL_QTEST_GUILESS(TestLink)
 #include "link_test.moc"

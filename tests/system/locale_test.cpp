@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include "programs.h"
+#include "qttestmain.h"
 
 namespace {
 
@@ -106,5 +107,5 @@ void TestLocale::numbersAreWrittenTheSameInEveryLocale()
     }
 }
 
-QTEST_GUILESS_MAIN(TestLocale)
+ZUL_QTEST_GUILESS(TestLocale)
 #include "locale_test.moc"

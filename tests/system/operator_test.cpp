@@ -232,5 +232,5 @@ void TestOperator::aReloadClosesTheLinkFirst()
     QCOMPARE(mServer->objects("get din *").size(), 1);
 }
 
-ZUL_QTEST_MAIN(TestOperator)
+ZUL_QTEST(TestOperator)
 #include "operator_test.moc"

@@ -2,6 +2,7 @@
 
 #include <QtTest>
 
+#include "qttestmain.h"
 #include "simulatorwindow.h"
 
 namespace {
@@ -148,5 +149,5 @@ void TestPages::menus()
     mDisplay->press("Escape", 2);
 }
 
-QTEST_GUILESS_MAIN(TestPages)
+ZUL_QTEST_GUILESS(TestPages)
 #include "pages_test.moc"

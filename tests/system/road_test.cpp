@@ -4,6 +4,7 @@
 #include <csignal>
 
 #include "programs.h"
+#include "qttestmain.h"
 
 namespace {
 
@@ -398,5 +399,5 @@ void TestRoad::theTraceOfASetStandsAsItIs()
     QVERIFY(mSimulator->errors().contains("SET \n"));
 }
 
-QTEST_GUILESS_MAIN(TestRoad)
+ZUL_QTEST_GUILESS(TestRoad)
 #include "road_test.moc"

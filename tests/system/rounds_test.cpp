@@ -187,5 +187,5 @@ void TestRounds::sigterm()
     }
 }
 
-ZUL_QTEST_MAIN(TestRounds)
+ZUL_QTEST(TestRounds)
 #include "rounds_test.moc"

@@ -1,6 +1,7 @@
 // What scripts do in the real program, as the real server sees it.
 
 #include "programs.h"
+#include "qttestmain.h"
 
 #include <QtTest>
 #include <csignal>
@@ -140,5 +141,5 @@ void TestScript::eventsArriveInTheOrderOfEmission()
     QCOMPARE(number, 200);
 }
 
-QTEST_GUILESS_MAIN(TestScript)
+ZUL_QTEST_GUILESS(TestScript)
 #include "script_test.moc"

@@ -359,5 +359,5 @@ void TestAccessibility::textsStayReadableOnBothColours()
     QCOMPARE(rows, 4);
 }
 
-ZUL_QTEST_MAIN(TestAccessibility)
+ZUL_QTEST(TestAccessibility)
 #include "accessibility_test.moc"

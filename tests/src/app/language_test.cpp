@@ -291,5 +291,5 @@ void TestLanguage::filesAreTheSameInEveryLanguage()
                                                  "Device label:        Panel7\n"));
 }
 
-ZUL_QTEST_MAIN(TestLanguage)
+ZUL_QTEST(TestLanguage)
 #include "language_test.moc"

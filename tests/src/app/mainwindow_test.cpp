@@ -1430,5 +1430,5 @@ void TestMainWindow::aClosedDialogIsDeleted()
     QCOMPARE(openDialogs<createConnectionDialog>().size(), 1);
 }
 
-ZUL_QTEST_MAIN(TestMainWindow)
+ZUL_QTEST(TestMainWindow)
 #include "mainwindow_test.moc"

@@ -269,5 +269,5 @@ void TestOptions::aDisplayIsLookedFor()
     QTEST(displayplatform::prepare(options), "found");
 }
 
-ZUL_QTEST_MAIN(TestOptions)
+ZUL_QTEST(TestOptions)
 #include "options_test.moc"

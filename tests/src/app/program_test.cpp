@@ -420,5 +420,5 @@ void TestProgram::aSignalEndsTheProgramWhateverAScriptDoes()
     QCOMPARE(program.status(), 0);
 }
 
-ZUL_QTEST_MAIN(TestProgram)
+ZUL_QTEST(TestProgram)
 #include "program_test.moc"

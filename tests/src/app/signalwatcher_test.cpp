@@ -63,10 +63,13 @@ void TestSignalWatcher::aSignalQuitsUnderAMessageBox()
     QVERIFY(boxWasModal);
 }
 
+ZUL_QTEST(TestSignalWatcher)
+
+// Before the application, whose threads inherit what is blocked.
 int main(int argc, char** argv)
 {
     cSignalWatcher::block();
-    return runQtTest<TestSignalWatcher>(argc, argv);
+    return cQtTestCase::runNamed(argc, argv);
 }
 
 #include "signalwatcher_test.moc"

@@ -165,5 +165,5 @@ void TestSupport::aLogConfigurationThatWouldBeSilentEndsWithOne()
                                "written."});
 }
 
-ZUL_QTEST_MAIN(TestSupport)
+ZUL_QTEST(TestSupport)
 #include "support_test.moc"

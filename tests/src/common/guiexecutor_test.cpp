@@ -393,5 +393,5 @@ void TestGuiExecutor::aLongTurnEndsBeforeItsLastCall()
     QVERIFY(order.lastIndexOf("call") - order.indexOf("call") > 1);
 }
 
-ZUL_QTEST_MAIN(TestGuiExecutor)
+ZUL_QTEST(TestGuiExecutor)
 #include "guiexecutor_test.moc"

@@ -143,5 +143,5 @@ void TestReadFile::aThreadThatIsToldToEndEndsItsWaiting()
     QVERIFY(!bytes.has_value());
 }
 
-ZUL_QTEST_MAIN(TestReadFile)
+ZUL_QTEST(TestReadFile)
 #include "readfile_test.moc"

@@ -145,5 +145,5 @@ void TestAnswerCost::aLargeAnswerIsNotKept()
     QVERIFY2(meter.now() < 128 * 1024, qPrintable(QString::number(meter.now())));
 }
 
-ZUL_QTEST_MAIN(TestAnswerCost)
+ZUL_QTEST(TestAnswerCost)
 #include "answercost_test.moc"

@@ -645,5 +645,5 @@ void TestDevice::theWheelMovesAControlThatHasTheFocus()
     QCOMPARE(frame->verticalScrollBar()->value(), 0);
 }
 
-ZUL_QTEST_MAIN(TestDevice)
+ZUL_QTEST(TestDevice)
 #include "cdevice_test.moc"

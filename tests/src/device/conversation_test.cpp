@@ -106,5 +106,5 @@ void TestConversation::theWindowWritesTheTraceOfADeviceWithoutOne()
     QCOMPARE(window.trace(), QByteArray::fromStdString(trace.str()));
 }
 
-ZUL_QTEST_MAIN(TestConversation)
+ZUL_QTEST(TestConversation)
 #include "conversation_test.moc"

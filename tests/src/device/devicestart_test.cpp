@@ -185,5 +185,5 @@ void TestDeviceStart::aPlaceholderConnectsToo()
     QCOMPARE(answer.object<cObjectDevice>(0)->getDiscreteInCount(), 0U);
 }
 
-ZUL_QTEST_MAIN(TestDeviceStart)
+ZUL_QTEST(TestDeviceStart)
 #include "devicestart_test.moc"

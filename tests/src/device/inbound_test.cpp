@@ -832,5 +832,5 @@ void TestInbound::theConsoleFollowsTheOrderOfArrival()
     QCOMPARE(link.console().text(), expected);
 }
 
-ZUL_QTEST_MAIN(TestInbound)
+ZUL_QTEST(TestInbound)
 #include "inbound_test.moc"

@@ -417,5 +417,5 @@ void TestOutbound::connectionsToTheOutputsEndWithTheEvent()
     QCOMPARE(device->getAnalogOutputValue(1), 5);
 }
 
-ZUL_QTEST_MAIN(TestOutbound)
+ZUL_QTEST(TestOutbound)
 #include "outbound_test.moc"

@@ -306,5 +306,5 @@ void TestSampling::aSecondThreadLeavesSequenceNumbersWhole()
     }
 }
 
-ZUL_QTEST_MAIN(TestSampling)
+ZUL_QTEST(TestSampling)
 #include "sampling_test.moc"

@@ -201,5 +201,5 @@ void TestTeardown::oneDeviceAfterAnother()
     }
 }
 
-ZUL_QTEST_MAIN(TestTeardown)
+ZUL_QTEST(TestTeardown)
 #include "teardown_test.moc"

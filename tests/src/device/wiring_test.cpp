@@ -586,5 +586,5 @@ void TestWiring::theTwoScriptEntriesAreSlotsBeforeTheOperators()
     QCOMPARE(panelview::ownMethods(cDevice::staticMetaObject).mid(8, 8), expected);
 }
 
-ZUL_QTEST_MAIN(TestWiring)
+ZUL_QTEST(TestWiring)
 #include "wiring_test.moc"

@@ -11,6 +11,7 @@
 #include <QProcess>
 #include <QPushButton>
 #include <QTemporaryFile>
+#include <cstdlib>
 #include <limits>
 
 // Each scenario ends the program that runs it. So the test starts itself once more for each of them.
@@ -153,11 +154,12 @@ const std::initializer_list<Scenario>& scenarios()
     return kScenarios;
 }
 
-/// Runs one scenario. Only a harmless one comes back.
-int runScenario(const QByteArray& name, int argc, char** argv)
+/// Names the scenario that a child process runs.
+constexpr char kScenario[] = "ZUL_WRONG_INDEX_SCENARIO";
+
+/// Runs one scenario and returns the exit status. Only a harmless one returns.
+int runScenario(const QByteArray& name)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    const QApplication application(argc, argv);
     const auto device = makeDevice(kCounts);
     for (const Scenario& scenario : scenarios()) {
         if (name == scenario.name) {
@@ -174,10 +176,21 @@ class TestWrongIndex : public QObject
 {
     Q_OBJECT
 
+public:
+    /// Runs the scenario if this is a child process: before QtTest takes the messages of the program.
+    TestWrongIndex();
+
 private slots:
     void theProgramStopsAndNamesListAndIndex_data();
     void theProgramStopsAndNamesListAndIndex();
 };
+
+TestWrongIndex::TestWrongIndex()
+{
+    if (qEnvironmentVariableIsSet(kScenario)) {
+        std::exit(runScenario(qgetenv(kScenario)));
+    }
+}
 
 void TestWrongIndex::theProgramStopsAndNamesListAndIndex_data()
 {
@@ -193,8 +206,9 @@ void TestWrongIndex::theProgramStopsAndNamesListAndIndex()
     QProcess program;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("QT_LOGGING_TO_CONSOLE", "1");
+    environment.insert(kScenario, QTest::currentDataTag());
     program.setProcessEnvironment(environment);
-    program.start(QCoreApplication::applicationFilePath(), {"--scenario", QTest::currentDataTag()});
+    program.start(QCoreApplication::applicationFilePath(), {"wrongindex_test"});
     QVERIFY(program.waitForFinished(60000));
     const QByteArray error = program.readAllStandardError();
     if (message.isEmpty()) {
@@ -207,12 +221,6 @@ void TestWrongIndex::theProgramStopsAndNamesListAndIndex()
     }
 }
 
-int main(int argc, char** argv)
-{
-    if (argc == 3 && qstrcmp(argv[1], "--scenario") == 0) {
-        return runScenario(argv[2], argc, argv);
-    }
-    return runQtTest<TestWrongIndex>(argc, argv);
-}
+ZUL_QTEST(TestWrongIndex)
 
 #include "wrongindex_test.moc"

@@ -335,5 +335,5 @@ void TestConfigProperties::escapeChangesNothing()
     QCOMPARE(home.read("Panel7.dev"), kPanel7);
 }
 
-ZUL_QTEST_MAIN(TestConfigProperties)
+ZUL_QTEST(TestConfigProperties)
 #include "configproperties_test.moc"

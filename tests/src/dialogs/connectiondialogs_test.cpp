@@ -371,5 +371,5 @@ void TestConnectionDialogs::acceptingIsConfirmingToo()
     QCOMPARE(home.read("lab.con"), kLab);
 }
 
-ZUL_QTEST_MAIN(TestConnectionDialogs)
+ZUL_QTEST(TestConnectionDialogs)
 #include "connectiondialogs_test.moc"

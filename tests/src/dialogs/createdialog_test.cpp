@@ -399,5 +399,5 @@ void TestCreateDialog::escapeReportsNothing()
     QCOMPARE(home.names(), QStringList());
 }
 
-ZUL_QTEST_MAIN(TestCreateDialog)
+ZUL_QTEST(TestCreateDialog)
 #include "createdialog_test.moc"

@@ -378,5 +378,5 @@ void TestItemsDialogs::noInstructionIsNoChange()
     expectNothingWithoutAnInstruction<removeItemDialog>();
 }
 
-ZUL_QTEST_MAIN(TestItemsDialogs)
+ZUL_QTEST(TestItemsDialogs)
 #include "itemsdialogs_test.moc"

@@ -86,5 +86,5 @@ void TestConfig::theDescriptorIsPartOfTheNameAsItIs()
     QCOMPARE(paths::connectionFile(""), QString("/home/op/.zulbench/.con"));
 }
 
-ZUL_QTEST_MAIN(TestConfig)
+ZUL_QTEST(TestConfig)
 #include "cconfig_test.moc"

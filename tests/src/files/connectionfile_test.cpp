@@ -161,5 +161,5 @@ void TestConnectionFile::anEndlessFileIsReadInPart()
     QVERIFY2(file.taken() <= 2 * kMaxLineFileBytes, qPrintable(QString::number(file.taken())));
 }
 
-ZUL_QTEST_MAIN(TestConnectionFile)
+ZUL_QTEST(TestConnectionFile)
 #include "connectionfile_test.moc"

@@ -288,5 +288,5 @@ void TestDeviceFile::anEndlessFileIsReadInPart()
     QVERIFY2(file.taken() <= 2 * kMaxLineFileBytes, qPrintable(QString::number(file.taken())));
 }
 
-ZUL_QTEST_MAIN(TestDeviceFile)
+ZUL_QTEST(TestDeviceFile)
 #include "devicefile_test.moc"

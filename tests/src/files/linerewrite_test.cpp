@@ -274,5 +274,5 @@ void TestLineRewrite::savingADeviceIsAllOrNothing()
     QVERIFY(steps >= 3);
 }
 
-ZUL_QTEST_MAIN(TestLineRewrite)
+ZUL_QTEST(TestLineRewrite)
 #include "linerewrite_test.moc"

@@ -444,5 +444,5 @@ void TestAnalogPorts::anOutputIsAnsweredWithItsRecord()
     QCOMPARE(record->getSampledValue(), 57.9F);
 }
 
-ZUL_QTEST_MAIN(TestAnalogPorts)
+ZUL_QTEST(TestAnalogPorts)
 #include "analogports_test.moc"

@@ -487,5 +487,5 @@ void TestDigitalPorts::anOutputIsAnsweredWithItsRecord()
     QCOMPARE(record->getOutputState(), kClear);
 }
 
-ZUL_QTEST_MAIN(TestDigitalPorts)
+ZUL_QTEST(TestDigitalPorts)
 #include "digitalports_test.moc"

@@ -231,5 +231,5 @@ void TestEventWidgets::theEditorKeepsWhatWasSent()
     QCOMPARE(field<QLineEdit>(editor, "Event Value")->text(), QString("open"));
 }
 
-ZUL_QTEST_MAIN(TestEventWidgets)
+ZUL_QTEST(TestEventWidgets)
 #include "eventwidgets_test.moc"

@@ -89,5 +89,5 @@ void TestOutputList::bothKindsOfInputPrintTheirWiring()
     analog.printOutputPorts();
 }
 
-ZUL_QTEST_MAIN(TestOutputList)
+ZUL_QTEST(TestOutputList)
 #include "outputlist_test.moc"

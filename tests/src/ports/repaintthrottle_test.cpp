@@ -62,7 +62,7 @@ private:
 
 } // namespace
 
-class TestFramePace : public QObject
+class TestRepaintThrottle : public QObject
 {
     Q_OBJECT
 
@@ -80,7 +80,7 @@ private slots:
     void aFrameThatTookLongIsFollowedByALongerRest();
 };
 
-void TestFramePace::theFirstChangeIsPaintedAtOnce()
+void TestRepaintThrottle::theFirstChangeIsPaintedAtOnce()
 {
     NumberWindow window;
     window.begin();
@@ -89,7 +89,7 @@ void TestFramePace::theFirstChangeIsPaintedAtOnce()
     QCOMPARE(window.mPainted, QVector<int>({1}));
 }
 
-void TestFramePace::aThousandChangesAfterAFrameAreOneFrame()
+void TestRepaintThrottle::aThousandChangesAfterAFrameAreOneFrame()
 {
     NumberWindow window;
     window.begin();
@@ -103,7 +103,7 @@ void TestFramePace::aThousandChangesAfterAFrameAreOneFrame()
     QCOMPARE(window.mPainted, QVector<int>({1, 1001}));
 }
 
-void TestFramePace::aChangeAfterAPauseIsPaintedAtOnce()
+void TestRepaintThrottle::aChangeAfterAPauseIsPaintedAtOnce()
 {
     NumberWindow window;
     window.begin();
@@ -116,7 +116,7 @@ void TestFramePace::aChangeAfterAPauseIsPaintedAtOnce()
     QCOMPARE(window.mPainted, QVector<int>({1, 2}));
 }
 
-void TestFramePace::theLastOfManyChangesIsPainted()
+void TestRepaintThrottle::theLastOfManyChangesIsPainted()
 {
     NumberWindow window;
     window.begin();
@@ -132,7 +132,7 @@ void TestFramePace::theLastOfManyChangesIsPainted()
     QTRY_COMPARE(window.mPainted.last(), 1000);
 }
 
-void TestFramePace::aPaintingOfTheWindowSystemIsNotHeldBack()
+void TestRepaintThrottle::aPaintingOfTheWindowSystemIsNotHeldBack()
 {
     NumberWindow window;
     window.begin();
@@ -144,7 +144,7 @@ void TestFramePace::aPaintingOfTheWindowSystemIsNotHeldBack()
     QTRY_COMPARE(window.mPainted.last(), 2);
 }
 
-void TestFramePace::aForcedPaintingWaitsToo()
+void TestRepaintThrottle::aForcedPaintingWaitsToo()
 {
     NumberWindow window;
     window.begin();
@@ -155,7 +155,7 @@ void TestFramePace::aForcedPaintingWaitsToo()
     QCOMPARE(window.mPainted, QVector<int>({1}));
 }
 
-void TestFramePace::anotherWindowIsNotHeldBack()
+void TestRepaintThrottle::anotherWindowIsNotHeldBack()
 {
     NumberWindow window;
     window.begin();
@@ -171,7 +171,7 @@ void TestFramePace::anotherWindowIsNotHeldBack()
     QCOMPARE(window.mPainted, QVector<int>({1}));
 }
 
-void TestFramePace::aHiddenWindowPaintsNothing()
+void TestRepaintThrottle::aHiddenWindowPaintsNothing()
 {
     NumberWindow window;
     window.begin();
@@ -182,7 +182,7 @@ void TestFramePace::aHiddenWindowPaintsNothing()
     QVERIFY(window.mPainted.isEmpty());
 }
 
-void TestFramePace::aWindowShownAgainPaintsWhatItHeldBack()
+void TestRepaintThrottle::aWindowShownAgainPaintsWhatItHeldBack()
 {
     NumberWindow window;
     window.begin();
@@ -194,7 +194,7 @@ void TestFramePace::aWindowShownAgainPaintsWhatItHeldBack()
     QTRY_COMPARE(window.mPainted, QVector<int>({1, 2}));
 }
 
-void TestFramePace::theProgramsWindowIsPaced()
+void TestRepaintThrottle::theProgramsWindowIsPaced()
 {
     ScriptedWindow run({1, 1, 0, 0, 0});
     run.window().show();
@@ -215,7 +215,7 @@ void TestFramePace::theProgramsWindowIsPaced()
     QTRY_COMPARE(paintings.mColour, QColor(Qt::red));
 }
 
-void TestFramePace::aFrameThatTookLongIsFollowedByALongerRest()
+void TestRepaintThrottle::aFrameThatTookLongIsFollowedByALongerRest()
 {
     constexpr qint64 kMs = 1000000;
     QCOMPARE(cRepaintThrottle::restAfter(0), 16);
@@ -225,5 +225,5 @@ void TestFramePace::aFrameThatTookLongIsFollowedByALongerRest()
     QCOMPARE(cRepaintThrottle::restAfter(60000 * kMs), 50);
 }
 
-ZUL_QTEST_MAIN(TestFramePace)
+ZUL_QTEST(TestRepaintThrottle)
 #include "repaintthrottle_test.moc"

@@ -4,6 +4,7 @@
 #include <QtTest>
 
 #include "cscriptreceiver.h"
+#include "qttestmain.h"
 #include "scriptworker.h"
 
 namespace {
@@ -68,5 +69,5 @@ void TestScriptingManual::everyMemberOfSenderIsDescribed()
     checkMembers("sender", scriptWorker::staticMetaObject, {QMetaMethod::Method, QMetaMethod::Signal}, 8);
 }
 
-QTEST_GUILESS_MAIN(TestScriptingManual)
+ZUL_QTEST_GUILESS(TestScriptingManual)
 #include "scriptingmanual_test.moc"

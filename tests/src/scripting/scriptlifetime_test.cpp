@@ -400,5 +400,5 @@ void TestScriptLifetime::aRefusedThreadIsAnErrorInTheLog()
     QVERIFY(run.window().shutDown());
 }
 
-ZUL_QTEST_MAIN(TestScriptLifetime)
+ZUL_QTEST(TestScriptLifetime)
 #include "scriptlifetime_test.moc"

@@ -593,5 +593,5 @@ void TestScripts::anIdOutOfRangeThrows()
                  "RangeError");
 }
 
-ZUL_QTEST_MAIN(TestScripts)
+ZUL_QTEST(TestScripts)
 #include "scripts_test.moc"
