@@ -1,5 +1,5 @@
 #!/bin/bash
-# Configures and builds one preset. Two callers at a time take turns.
+# Configures and builds one preset. Two callers of the same preset take turns.
 set -euo pipefail
 
 usage() {
@@ -26,7 +26,7 @@ shift 2
 
 cd "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/.."
 mkdir -p build
-exec 9>build/.lock
+exec 9>"build/$preset.lock"
 flock 9
 
 tests=OFF

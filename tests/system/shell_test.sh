@@ -180,7 +180,7 @@ for script in run test packages/install packaging/build cmake/build.sh tests/dis
 done
 
 test="wrong usage builds nothing"
-for arguments in "run --seconds x" "run --seconds" "run --nosuch" "test nosuch" "fuzz/run" "fuzz/run x" \
+for arguments in "run --seconds x" "run --seconds" "run --nosuch" "test nosuch" "test asan nosuch" "fuzz/run" "fuzz/run x" \
     "fuzz/run 0 nosuch" "fuzz/coverage a b" "packaging/build a b" "packaging/build --nosuch" \
     "tests/distributions 11" "bench/compare nosuch" "bench/compare --nosuch" "bench/compare --quick --write"; do
     status=0
