@@ -3,6 +3,7 @@
 #include <boost/asio/post.hpp>
 #include <chrono>
 #include <csignal>
+#include <unistd.h>
 #include <utility>
 
 #include "server/commands/commandparser.h"
@@ -15,9 +16,9 @@ namespace {
 /// How long the end of the run waits for a reader that is slow.
 constexpr int kLastLinesMs = 2000;
 
-std::string cannotWrite(const char* what, const std::string& path, const std::string& problem)
+std::string cannotWrite(const char* what, const std::string& path, const WStatus& status)
 {
-    return std::string("The ") + what + " " + quoted(path) + " cannot be written: " + problem + ".";
+    return std::string("The ") + what + " " + quoted(path) + " cannot be written: " + status.problem() + ".";
 }
 
 } // namespace
@@ -27,6 +28,8 @@ Application::Application(Options options, const LinkSettings& settings, const St
     : mOptions(std::move(options)),
       mStreams(streams),
       mProgram(std::move(program)),
+      mReportFile(mOptions.junit.value_or("")),
+      mPortFile(mOptions.portFile.value_or("")),
       mConsole(mIo, streams.output, streams.error, mOptions.verbose),
       mMonitor(mIo, mConsole, mLog, settings),
       mRunner(mIo, mConsole, mMonitor, mLog),
@@ -59,7 +62,7 @@ Application::Application(Options options, const LinkSettings& settings, const St
 Application::~Application()
 {
     mConsole.setTypedLine(nullptr);
-    mPortFile.remove();
+    removePortFile();
     if (mCapture) {
         // Connections that go last are recorded when there is no console any more.
         mCapture->setReport(nullptr);
@@ -79,8 +82,8 @@ void Application::endOnSignals()
 
 int Application::run()
 {
-    if (!openFile("report", mOptions.junit, &mReportFile) ||
-        !openFile("port file", mOptions.portFile, &mPortFile)) {
+    if (!checkFile("report", mOptions.junit, mReportFile) ||
+        !checkFile("port file", mOptions.portFile, mPortFile)) {
         return 1;
     }
     if (listen()) {
@@ -92,7 +95,7 @@ int Application::run()
         mStatus = 1;
         submitGivenCommands(); // for the report
     }
-    mPortFile.remove();
+    removePortFile();
     writeReport();
     return mStatus;
 }
@@ -103,14 +106,14 @@ void Application::watchCommands()
     mConsole.onLine = [this](const std::string& line) { mReport.addLine(line); };
 }
 
-/// Checks that the file can be written, if there is a @p path. False after a report.
-bool Application::openFile(const char* what, const std::optional<std::string>& path, ReplacedFile* file)
+/// False, after a report, if there is a @p path and its file cannot be written.
+bool Application::checkFile(const char* what, const std::optional<std::string>& path, const cAtomicFile& file)
 {
-    const std::string problem = path ? file->open(*path) : std::string();
-    if (!problem.empty()) {
-        mConsole.report(cannotWrite(what, *path, problem));
+    const WStatus status = path ? file.check() : WStatus::ok();
+    if (!status.isOk()) {
+        mConsole.report(cannotWrite(what, *path, status));
     }
-    return problem.empty();
+    return status.isOk();
 }
 
 void Application::writeReport()
@@ -127,9 +130,9 @@ void Application::writeReport()
     if (!mRunFailure.empty()) {
         mReport.runFailed(mRunFailure);
     }
-    const std::string problem = mReportFile.write(mReport.xml());
-    if (!problem.empty()) {
-        mConsole.report(cannotWrite("report", *mOptions.junit, problem));
+    const WStatus status = mReportFile.write(mReport.xml());
+    if (!status.isOk()) {
+        mConsole.report(cannotWrite("report", *mOptions.junit, status));
         mStatus = 1;
     }
 }
@@ -173,12 +176,22 @@ bool Application::listen()
 
 bool Application::writePortFile()
 {
-    const std::string problem =
-        mOptions.portFile ? mPortFile.write(std::to_string(mAcceptor.endpoint().port()) + "\n") : "";
-    if (!problem.empty()) {
-        failRun(cannotWrite("port file", *mOptions.portFile, problem));
+    if (!mOptions.portFile) {
+        return true;
     }
-    return problem.empty();
+    const WStatus status = mPortFile.write(std::to_string(mAcceptor.endpoint().port()) + "\n");
+    mPortFileWritten = status.isOk();
+    if (!mPortFileWritten) {
+        failRun(cannotWrite("port file", *mOptions.portFile, status));
+    }
+    return mPortFileWritten;
+}
+
+void Application::removePortFile()
+{
+    if (std::exchange(mPortFileWritten, false)) {
+        ::unlink(mOptions.portFile->c_str());
+    }
 }
 
 void Application::startTimer()

@@ -12,12 +12,12 @@
 #include "server/io/console.h"
 #include "server/io/lineinput.h"
 #include "server/io/prompt.h"
-#include "server/io/replacedfile.h"
 #include "server/report/junitreport.h"
 #include "server/sessions/commandrunner.h"
 #include "server/sessions/devicesessions.h"
 #include "server/sessions/linksettings.h"
 #include "server/sessions/peeracceptor.h"
+#include "wfile/atomicfile.h"
 
 namespace server {
 
@@ -49,9 +49,10 @@ public:
 
 private:
     void watchCommands();
-    bool openFile(const char* what, const std::optional<std::string>& path, ReplacedFile* file);
+    bool checkFile(const char* what, const std::optional<std::string>& path, const cAtomicFile& file);
     void writeReport();
     bool writePortFile();
+    void removePortFile();
     void failRun(const std::string& sentence);
     bool listen();
     void takeCommands();
@@ -62,6 +63,8 @@ private:
     const Options mOptions;
     const Streams mStreams;
     const std::string mProgram;
+    const cAtomicFile mReportFile;
+    const cAtomicFile mPortFile;
     std::shared_ptr<cCaptureFile> mCapture; ///< may be null
     boost::asio::io_context mIo;
     Console mConsole;
@@ -70,13 +73,12 @@ private:
     CommandRunner mRunner;
     PeerAcceptor mAcceptor;
     JunitReport mReport;
-    ReplacedFile mReportFile;
-    ReplacedFile mPortFile;
     std::string mRunFailure; ///< that is no command's
     boost::asio::signal_set mSignals;
     boost::asio::steady_timer mTimer;
     std::unique_ptr<LineInput> mLineInput;
     std::unique_ptr<Prompt> mPrompt;
+    bool mPortFileWritten = false;
     bool mFinished = false;
     int mStatus = 0;
 };
