@@ -5,13 +5,11 @@
 #include <array>
 #include <deque>
 #include <iterator>
-#include <optional>
 
 #include "framemodel.h"
 #include "fuzzinput.h"
 #include "property.h"
 #include "server/commands/messagelog.h"
-#include "server/sessions/pendingrequests.h"
 #include "wmsg/wpayload.h"
 #include "zulobj/msgreg.h"
 #include "zulobj/outqueue.h"
@@ -20,134 +18,6 @@ namespace {
 
 /// So many steps are done for one input.
 constexpr size_t kMaxSteps = 2000;
-
-/// The server's numbers against a list of those that are outstanding.
-class Numbers
-{
-public:
-    void step(FuzzInput* input)
-    {
-        switch (input->number8() % 6) {
-        case 0:
-            expectNext(mRequests.number());
-            break;
-        case 1:
-            askFor(input->number8());
-            break;
-        case 2:
-            note(mRequests.numberUnwanted(), kNobody);
-            break;
-        case 3:
-            giveUp(input->number8());
-            break;
-        case 4:
-            answer(input->number8());
-            break;
-        default:
-            mRequests.failAll();
-            require(std::none_of(mOutstanding.begin(), mOutstanding.end(), isWanted),
-                    "the end of a connection ends every request");
-            mOutstanding.clear();
-        }
-    }
-
-    ~Numbers() { mRequests.failAll(); }
-
-private:
-    static constexpr size_t kNobody = 0;
-
-    struct Outstanding
-    {
-        uint8_t seq;
-        size_t id; ///< whose answer it is
-    };
-
-    static bool isWanted(const Outstanding& request) { return request.id != kNobody; }
-
-    bool taken(uint8_t seq) const
-    {
-        return std::any_of(mOutstanding.begin(), mOutstanding.end(),
-                           [seq](const Outstanding& request) { return request.seq == seq; });
-    }
-
-    void expectNext(uint8_t seq)
-    {
-        do {
-            ++mExpected;
-        } while (taken(mExpected));
-        require(seq == mExpected, "the next number that is free is given out");
-    }
-
-    /// Checks a number that a request was just given, or that it was given none.
-    void note(std::optional<uint8_t> seq, size_t id)
-    {
-        require(seq.has_value() == (mOutstanding.size() < server::PendingRequests::kMaxOutstanding),
-                "a request is turned away when all numbers but one are taken");
-        if (seq) {
-            expectNext(*seq);
-            mOutstanding.push_back({*seq, id});
-        }
-    }
-
-    void askFor(uint8_t count)
-    {
-        for (size_t i = 0; i <= count; ++i) {
-            const size_t id = ++mAsked;
-            note(mRequests.number([this, id](const WMsg* answer) { end(id, answer); }), id);
-        }
-    }
-
-    void end(size_t id, const WMsg* answer)
-    {
-        const auto found = std::find_if(mOutstanding.begin(), mOutstanding.end(),
-                                        [id](const Outstanding& request) { return request.id == id; });
-        require(found != mOutstanding.end(), "a request is answered once, and not after it was given up");
-        require(answer == nullptr || answer->seq == found->seq, "an answer reaches its request");
-        found->id = kNobody;
-    }
-
-    void giveUp(uint8_t seq)
-    {
-        mRequests.giveUp(seq);
-        for (Outstanding& request : mOutstanding) {
-            request.id = request.seq == seq ? kNobody : request.id;
-        }
-    }
-
-    void answer(uint8_t seq)
-    {
-        WMsg message;
-        message.answer = true;
-        message.seq = seq;
-        const auto found = std::find_if(mOutstanding.begin(), mOutstanding.end(),
-                                        [seq](const Outstanding& request) { return request.seq == seq; });
-        const bool wanted = found != mOutstanding.end() && isWanted(*found);
-        const uint64_t dropped = mRequests.dropped();
-        require(mRequests.answer(message) == wanted, "an answer that nobody waits for is told");
-        require(mRequests.dropped() == dropped + (wanted ? 0 : 1),
-                "an answer that nobody waits for is counted");
-        require(!wanted || !isWanted(*found), "an answered request is done");
-        forgetUpTo(found);
-    }
-
-    /// An answer frees its number, and those before it that nobody waits for.
-    void forgetUpTo(std::deque<Outstanding>::iterator answered)
-    {
-        if (answered == mOutstanding.end()) {
-            return;
-        }
-        std::deque<Outstanding> left;
-        std::copy_if(mOutstanding.begin(), answered, std::back_inserter(left), isWanted);
-        left.insert(left.end(), answered + 1, mOutstanding.end());
-        mOutstanding = left;
-    }
-
-    uint8_t mLast = 0;
-    server::PendingRequests mRequests{&mLast};
-    std::deque<Outstanding> mOutstanding; ///< oldest first
-    uint8_t mExpected = 0;
-    size_t mAsked = kNobody;
-};
 
 /// The client's queue against a plain list.
 class Queue
@@ -467,10 +337,8 @@ void run(FuzzInput* input)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzInput input(data, size);
+    // 0 was the server's numbers, which the link session now gives out.
     switch (input.number8() % 4) {
-    case 0:
-        run<Numbers>(&input);
-        break;
     case 1:
         run<Queue>(&input);
         break;

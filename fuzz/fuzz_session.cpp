@@ -10,7 +10,6 @@
 #include "fuzzinput.h"
 #include "property.h"
 #include "reassemblymodel.h"
-#include "server/io/linktimer.h"
 #include "server/sessions/devicesession.h"
 #include "zulobj/objectlist.h"
 
@@ -62,7 +61,7 @@ public:
         mPeer = std::make_unique<DevicePeer>(ends[0]);
         boost::asio::ip::tcp::socket socket(mIo, boost::asio::ip::tcp::v4(), ends[1]);
         mSession = std::make_shared<server::DeviceSession>(
-            std::move(socket), settings, static_cast<server::DeviceSession::Listener*>(this), &mLastNumber);
+            std::move(socket), settings, static_cast<server::DeviceSession::Listener*>(this), &mNumbers);
         mSession->start();
         settle();
     }
@@ -203,28 +202,25 @@ private:
 
     void ask(uint8_t type, size_t size, size_t times)
     {
-        if (mToldToSend > kMaxToSend || std::count_if(mAsked.begin(), mAsked.end(), isOpen) >= 250) {
+        if (mClosed || mToldToSend > kMaxToSend ||
+            std::count_if(mAsked.begin(), mAsked.end(), isOpen) >= 250) {
             return;
         }
         const size_t index = mAsked.size();
         mAsked.push_back({});
         mToldToSend += std::min(size * times, kLargestToSend);
-        const auto seq = mSession->request(outgoing(type, size, times), [this, index](const WMsg* answer) {
+        const uint64_t request = mSession->request(outgoing(type, size, times), [this,
+                                                                                 index](const WMsg* answer) {
             Asked& asked = mAsked[index];
             require(!mEnded, "nobody is told after the end");
             require(asked.open && !asked.givenUp,
                     "a request comes to one end, and none where it was given up");
             require(answer != nullptr || mClosed, "only the end of a session leaves a request unanswered");
-            require(answer == nullptr || (answer->answer && answer->seq == asked.seq),
-                    "an answer bears the number of its request");
+            require(answer == nullptr || answer->answer, "only an answer comes to a request");
             asked.open = false;
         });
-        require(seq.has_value(), "so few requests as one input makes are never turned away");
-        mAsked[index].seq = *seq;
-        for (size_t i = 0; i < index; ++i) {
-            require(!isOpen(mAsked[i]) || mAsked[i].seq != mAsked[index].seq,
-                    "the number of an outstanding request is not given again");
-        }
+        require(request != 0, "so few requests as one input makes are never turned away");
+        mAsked[index].request = request;
     }
 
     void giveUp(uint8_t which)
@@ -235,7 +231,7 @@ private:
         Asked& asked = mAsked[which % mAsked.size()];
         if (isOpen(asked)) {
             asked.givenUp = true;
-            mSession->giveUp(asked.seq);
+            mSession->giveUp(asked.request);
         }
     }
 
@@ -271,7 +267,7 @@ private:
         mReason = reason;
     }
 
-    bool readingHeld() const override { return mHoldAsked; }
+    bool readingPaused() const override { return mHoldAsked; }
     void sessionReport(const server::DeviceSession&, const std::string&) override { check(); }
     void sessionDebug(const server::DeviceSession&, const std::string&) override { check(); }
     void check() const { require(!mClosed, "nothing is said of a session that has ended"); }
@@ -310,7 +306,7 @@ private:
     /// A timer that is due earlier than any other has the loop look at the clock.
     void lookAtClock()
     {
-        server::LinkTimer look(mIo, server::LinkTimer::time_point::min());
+        LinkTimer look(mIo, LinkTimer::time_point::min());
         look.async_wait([](const boost::system::error_code&) {});
         poll();
     }
@@ -377,7 +373,7 @@ private:
         }
         require(mPingAnswersDue == 0, "every ping is answered");
         require(mPings <= 1, "a silent device is asked once");
-        require(mPings == 1 || now.count() - mHeardMs < mSettings.pingAfterMs + kTickMs,
+        require(mPings == 1 || now.count() - mHeardMs < mSettings.link.pingAfterMs + kTickMs,
                 "a silent device is asked for a sign of life");
     }
 
@@ -388,7 +384,7 @@ private:
         if (!mClosed) {
             require(!mModel.broken(), "a device that breaks the rules is let go");
             require(mPeer->isOpen() || mHeld || mHoldAsked, "a device that goes is let go");
-            require(silentMs < mSettings.giveUpAfterMs + kTickMs, "a silent device is let go");
+            require(silentMs < mSettings.link.giveUpAfterMs + kTickMs, "a silent device is let go");
             require(mHeld || !mModel.overdue(now.count() - mHeldMs - kTickMs), "a slow message ends it");
             require(mIdentified || ageMs < mSettings.identifyMs,
                     "a device that never says who it is is let go");
@@ -400,9 +396,9 @@ private:
         } else if (mReason == "a message takes too long to arrive") {
             require(mModel.overdue(now.count() - mHeldMs), "only a slow message takes too long");
         } else if (mReason == "it is silent") {
-            require(silentMs >= mSettings.giveUpAfterMs, "only a silent device is silent");
+            require(silentMs >= mSettings.link.giveUpAfterMs, "only a silent device is silent");
         } else if (mReason == "it does not read what is sent to it") {
-            require(!mAlwaysRead || mToldToSend > mSettings.queueBytes / 2,
+            require(!mAlwaysRead || mToldToSend > mSettings.link.queueBytes / 2,
                     "a device that reads is not blamed");
         } else if (mReason == "it does not say which device it is") {
             require(!mIdentified, "a device that said who it is is known");
@@ -416,7 +412,7 @@ private:
 
     struct Asked
     {
-        uint8_t seq = 0;
+        uint64_t request = 0;
         bool open = true;
         bool givenUp = false;
     };
@@ -426,7 +422,7 @@ private:
     const server::LinkSettings mSettings;
     boost::asio::io_context mIo;
     std::unique_ptr<DevicePeer> mPeer;
-    uint8_t mLastNumber = 0;
+    LinkNumbers mNumbers;
     std::shared_ptr<server::DeviceSession> mSession;
     bool mEnded = false;
 
@@ -463,7 +459,7 @@ server::LinkSettings settingsFor(uint8_t choice)
 {
     server::LinkSettings settings;
     if ((choice & 1) != 0) {
-        settings.queueBytes = 8192;
+        settings.link.queueBytes = 8192;
         settings.heldBytes = 4096;
     }
     return settings;

@@ -140,18 +140,17 @@ void CommandRunner::exchange()
     if (!encode(&message)) {
         return;
     }
-    const std::optional<uint8_t> seq =
-        session->request(std::move(message), [this, id = mRun->id](const WMsg* answer) {
-            if (mRun && mRun->id == id) {
-                answered(answer);
-            }
-        });
-    if (!seq) {
+    const uint64_t request = session->request(std::move(message), [this, id = mRun->id](const WMsg* answer) {
+        if (mRun && mRun->id == id) {
+            answered(answer);
+        }
+    });
+    if (request == 0) {
         endWithError(kTooManyUnanswered);
         return;
     }
     mRun->session = session;
-    mRun->seq = *seq;
+    mRun->request = request;
 }
 
 void CommandRunner::answered(const WMsg* answer)
@@ -372,7 +371,7 @@ void CommandRunner::end(Reply reply)
     mTimer.cancel();
     mAskTimer.cancel();
     if (const std::shared_ptr<DeviceSession> session = mRun->session.lock()) {
-        session->giveUp(mRun->seq);
+        session->giveUp(mRun->request);
     }
     const Reply::Status status = reply.status;
     mTimedOut = mTimedOut || status == Reply::Status::TIMEOUT;

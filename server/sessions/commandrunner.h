@@ -84,7 +84,7 @@ private:
         Command command;
         Clock::time_point begun;
         std::weak_ptr<DeviceSession> session; ///< which an answer is expected of
-        uint8_t seq = 0;                      ///< of the request
+        uint64_t request = 0;                 ///< its number for giveUp()
         MessageLog::Filter filter;            ///< of a message waited for, or of what is expected
         uint64_t looked = 0;                  ///< messages up to here don't match
         size_t answers = 0;

@@ -22,17 +22,18 @@ const cObjectDevice* deviceIn(cObjectList* list)
 } // namespace
 
 DeviceSession::DeviceSession(boost::asio::ip::tcp::socket socket, const LinkSettings& settings,
-                             Listener* listener, uint8_t* lastNumber)
+                             Listener* listener, LinkNumbers* numbers)
     : mSettings(settings),
       mListener(listener),
       mAskTimer(socket.get_executor()),
-      mIdentifyTimer(socket.get_executor()),
-      mConnection(
-          std::make_shared<Connection>(std::move(socket), settings, static_cast<Connection::Owner*>(this))),
-      mRequests(lastNumber)
-{}
+      mIdentifyTimer(socket.get_executor())
+{
+    auto record = cCapturedLink::of(settings.capture, socket.native_handle(), cCapturedLink::ACCEPTED);
+    mDriver = std::make_shared<AsioDriver>(std::move(socket), settings.link, numbers, std::move(record),
+                                           static_cast<AsioDriver::Owner*>(this));
+}
 
-DeviceSession::~DeviceSession() { mConnection->abandon(); }
+DeviceSession::~DeviceSession() { mDriver->abandon(); }
 
 void DeviceSession::start()
 {
@@ -40,32 +41,28 @@ void DeviceSession::start()
     mIdentifyTimer.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
         const std::shared_ptr<DeviceSession> self = weak.lock();
         if (!error && self && !self->mDevice) {
-            self->mConnection->close("it does not say which device it is");
+            self->mDriver->close("it does not say which device it is");
         }
     });
-    mConnection->start();
+    mDriver->start();
     askForDevice();
 }
 
-std::optional<uint8_t> DeviceSession::request(WMsg message, PendingRequests::Handler handler)
+uint64_t DeviceSession::request(WMsg message, LinkSession::AnswerHandler handler)
 {
-    const std::optional<uint8_t> seq = mRequests.number(std::move(handler));
-    if (seq) {
-        message.seq = *seq;
-        mConnection->send(message);
-    }
-    return seq;
+    const uint64_t request = mDriver->session().request(std::move(message), std::move(handler));
+    mDriver->flush();
+    return request;
 }
 
 bool DeviceSession::send(WMsg message)
 {
-    const bool answered = message.type == cObjectList::kSet || message.type == cObjectList::kRequest;
-    const std::optional<uint8_t> seq = answered ? mRequests.numberUnwanted() : mRequests.number();
-    if (seq) {
-        message.seq = *seq;
-        mConnection->send(message);
+    if (message.type == cObjectList::kSet || message.type == cObjectList::kRequest) {
+        return request(std::move(message), nullptr) != 0;
     }
-    return seq.has_value();
+    mDriver->session().send(std::move(message));
+    mDriver->flush();
+    return true;
 }
 
 void DeviceSession::askForDevice()
@@ -114,7 +111,7 @@ void DeviceSession::takeDevice(const WMsg& answer)
 void DeviceSession::askAgain()
 {
     if (mAsked == mSettings.askAttempts) {
-        mConnection->close("it does not say which device it is");
+        mDriver->close("it does not say which device it is");
         return;
     }
     mAskTimer.expires_after(std::chrono::milliseconds(mSettings.askAgainMs));
@@ -126,17 +123,16 @@ void DeviceSession::askAgain()
     });
 }
 
-void DeviceSession::connectionMessage(WMsg&& message)
+void DeviceSession::linkMessage(LinkSession::Received&& received)
 {
-    if (message.answer) {
-        if (!mRequests.answer(message)) {
-            mListener->sessionDebug(*this, "An answer was dropped as nobody waits for it, number " +
-                                               std::to_string(mRequests.dropped()) + " of this connection.");
-        }
+    if (received.message.answer) {
+        mListener->sessionDebug(*this, "An answer was dropped as nobody waits for it, number " +
+                                           std::to_string(mDriver->session().unmatchedAnswers()) +
+                                           " of this connection.");
     } else if (mDevice) {
-        mListener->sessionMessage(*this, std::move(message));
+        mListener->sessionMessage(*this, std::move(received.message));
     } else {
-        hold(std::move(message));
+        hold(std::move(received.message));
     }
 }
 
@@ -144,20 +140,19 @@ void DeviceSession::hold(WMsg&& message)
 {
     mHeldBytes += message.payload.size() + mSettings.heldMessageOverhead;
     if (mHeldBytes > mSettings.heldBytes) {
-        mConnection->close("it sends too much before it says which device it is");
+        mDriver->close("it sends too much before it says which device it is");
         return;
     }
     message.payload.shrink_to_fit();
     mHeld.push_back(std::move(message));
 }
 
-void DeviceSession::connectionClosed(const std::string& reason)
+void DeviceSession::linkClosed(const std::string& reason)
 {
     mClosed = true;
     mAskTimer.cancel();
     mIdentifyTimer.cancel();
     mListener->sessionClosed(*this, reason);
-    mRequests.failAll();
 }
 
 } // namespace server

@@ -6,9 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "server/io/linktimer.h"
-#include "server/sessions/connection.h"
-#include "server/sessions/pendingrequests.h"
+#include "server/sessions/linksettings.h"
+#include "zullink/asiodriver.h"
 #include "zulobj/device.h"
 
 namespace server {
@@ -17,7 +16,7 @@ namespace server {
 ///
 /// The device is asked for its record at once; what it sends before it has answered is held back until
 /// then.
-class DeviceSession : public std::enable_shared_from_this<DeviceSession>, private Connection::Owner
+class DeviceSession : public std::enable_shared_from_this<DeviceSession>, private AsioDriver::Owner
 {
 public:
     class Listener
@@ -34,44 +33,43 @@ public:
         /// Called once, the last call for this session.
         virtual void sessionClosed(DeviceSession& session, const std::string& reason) = 0;
 
-        virtual bool readingHeld() const = 0;
+        virtual bool readingPaused() const = 0;
         virtual void sessionReport(const DeviceSession& session, const std::string& sentence) = 0;
         virtual void sessionDebug(const DeviceSession& session, const std::string& sentence) = 0;
     };
 
-    /// @p listener outlives the session, and so does @p lastNumber, the number of the message sent last over
-    /// any connection.
+    /// @p listener and @p numbers outlive the session.
     DeviceSession(boost::asio::ip::tcp::socket socket, const LinkSettings& settings, Listener* listener,
-                  uint8_t* lastNumber);
+                  LinkNumbers* numbers);
     ~DeviceSession() override;
 
     void start();
 
-    /// Sends @p message, whose answer goes to @p handler. Returns its sequence number; none, and nothing is
-    /// sent, while the device leaves too many requests unanswered.
-    std::optional<uint8_t> request(WMsg message, PendingRequests::Handler handler);
+    /// Sends @p message, whose answer goes to @p handler. Returns a number for giveUp(), or 0 if the device
+    /// leaves too many requests unanswered: then nothing is sent.
+    uint64_t request(WMsg message, LinkSession::AnswerHandler handler);
 
-    /// Stops waiting for the answer to @p seq.
-    void giveUp(uint8_t seq) { mRequests.giveUp(seq); }
+    /// Stops waiting for the answer to @p request.
+    void giveUp(uint64_t request) { mDriver->session().giveUp(request); }
 
     /// Sends @p message; should the device answer, the answer is dropped. False, and nothing is sent, while
     /// the device leaves too many requests unanswered.
     bool send(WMsg message);
 
     /// Closes the connection, which is told like any other end.
-    void drop() { mConnection->close("it was dropped by a command"); }
+    void drop() { mDriver->close("it was dropped by a command"); }
 
-    void resumeReading() { mConnection->resumeReading(); }
+    void resumeReading() { mDriver->resumeReading(); }
 
-    const std::string& peer() const { return mConnection->peer(); }
+    const std::string& peer() const { return mDriver->peer(); }
 
     /// What the device said of itself, or null before it did.
     const cObjectDevice* device() const { return mDevice ? &*mDevice : nullptr; }
 
 private:
-    void connectionMessage(WMsg&& message) override;
-    void connectionClosed(const std::string& reason) override;
-    bool readingHeld() const override { return mListener->readingHeld(); }
+    void linkMessage(LinkSession::Received&& received) override;
+    void linkClosed(const std::string& reason) override;
+    bool readingPaused() const override { return mListener->readingPaused(); }
 
     void askForDevice();
     void takeDevice(const WMsg& answer);
@@ -82,8 +80,7 @@ private:
     Listener* mListener;
     LinkTimer mAskTimer;
     LinkTimer mIdentifyTimer;
-    std::shared_ptr<Connection> mConnection;
-    PendingRequests mRequests;
+    std::shared_ptr<AsioDriver> mDriver;
     int mAsked = 0;
     std::optional<cObjectDevice> mDevice;
     std::deque<WMsg> mHeld;

@@ -14,7 +14,7 @@ DeviceSessions::DeviceSessions(boost::asio::io_context& io, Console& console, Me
 void DeviceSessions::add(boost::asio::ip::tcp::socket socket)
 {
     auto session = std::make_shared<DeviceSession>(std::move(socket), mSettings,
-                                                   static_cast<DeviceSession::Listener*>(this), &mLastNumber);
+                                                   static_cast<DeviceSession::Listener*>(this), &mNumbers);
     mSessions.push_back(session);
     mConsole.line(connectedLine(session->peer()));
     session->start();

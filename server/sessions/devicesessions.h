@@ -63,7 +63,7 @@ private:
     void sessionIdentified(DeviceSession& session) override;
     void sessionMessage(DeviceSession& session, WMsg&& message) override;
     void sessionClosed(DeviceSession& session, const std::string& reason) override;
-    bool readingHeld() const override { return mConsole.output().congested(); }
+    bool readingPaused() const override { return mConsole.output().congested(); }
     void sessionReport(const DeviceSession& session, const std::string& sentence) override;
     void sessionDebug(const DeviceSession& session, const std::string& sentence) override;
 
@@ -73,7 +73,7 @@ private:
     Console& mConsole;
     MessageLog& mLog;
     LinkSettings mSettings;
-    uint8_t mLastNumber = 0;           ///< of a message to any device
+    LinkNumbers mNumbers;              ///< of messages to all devices
     std::vector<SessionPtr> mSessions; ///< in the order of their coming
     std::deque<Ended> mEnded;          ///< the latest kMaxEnded connections that nobody has taken
     uint64_t mMessages = 0;

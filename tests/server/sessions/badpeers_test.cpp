@@ -55,8 +55,8 @@ TEST(BadPeersTest, aGoodDeviceIsServedBetweenTheSingleBytesOfManyOthers)
 TEST(BadPeersTest, aLineThatFallsSilentIsLeftByBothEndsAndTheDeviceComesBack)
 {
     server::LinkSettings serverSettings;
-    serverSettings.pingAfterMs = 100;
-    serverSettings.giveUpAfterMs = 2000;
+    serverSettings.link.pingAfterMs = 100;
+    serverSettings.link.giveUpAfterMs = 2000;
     cObjectClient::Settings clientSettings;
     clientSettings.pingAfterMs = 100;
     clientSettings.giveUpAfterMs = 2000;
@@ -86,8 +86,8 @@ TEST(BadPeersTest, aLineThatFallsSilentIsLeftByBothEndsAndTheDeviceComesBack)
 TEST(BadPeersTest, manySilentPeersAreDroppedAndTheGoodOneStays)
 {
     server::LinkSettings settings;
-    settings.pingAfterMs = 100;
-    settings.giveUpAfterMs = 2000;
+    settings.link.pingAfterMs = 100;
+    settings.link.giveUpAfterMs = 2000;
     TestServer server(settings);
     ObjDevice good(1);
     ASSERT_TRUE(good.connectTo(server.port()));

@@ -42,8 +42,8 @@ protected:
 server::LinkSettings impatient()
 {
     server::LinkSettings settings;
-    settings.pingAfterMs = 20;
-    settings.giveUpAfterMs = 200;
+    settings.link.pingAfterMs = 20;
+    settings.link.giveUpAfterMs = 200;
     return settings;
 }
 
@@ -182,7 +182,7 @@ TEST(ConnectionTimesTest, aSilentPeerIsPingedAndThenDropped)
 TEST(ConnectionTimesTest, anIdlePeerThatAnswersPingsStays)
 {
     server::LinkSettings settings = impatient();
-    settings.giveUpAfterMs = 1000000;
+    settings.link.giveUpAfterMs = 1000000;
     TestServer server(settings);
     RawDevice device(server.port());
     device.identify(1);
@@ -198,7 +198,7 @@ TEST(ConnectionTimesTest, anIdlePeerThatAnswersPingsStays)
 TEST(ConnectionTimesTest, pingsDoNotCount)
 {
     server::LinkSettings settings = impatient();
-    settings.giveUpAfterMs = 1000000;
+    settings.link.giveUpAfterMs = 1000000;
     TestServer server(settings);
     RawDevice device(server.port());
     device.identify(1);
@@ -211,7 +211,7 @@ TEST(ConnectionTimesTest, pingsDoNotCount)
 TEST(ConnectionTimesTest, aPeerThatNeverReadsIsDropped)
 {
     server::LinkSettings settings;
-    settings.giveUpAfterMs = 2000;
+    settings.link.giveUpAfterMs = 2000;
     TestServer server(settings);
     RawDevice device(server.port());
     device.identify(1);

@@ -346,7 +346,7 @@ TEST(MonitorTest, aDeviceThatLeaves255RequestsUnansweredIsAskedNothingMore)
     device.identify(1);
     server.lines().next("device");
     std::vector<WMsg> unanswered;
-    for (size_t i = 0; i < server::PendingRequests::kMaxOutstanding; ++i) {
+    for (size_t i = 0; i < LinkSession::kMaxOutstanding; ++i) {
         EXPECT_EQ(statusOf(server.reply("send type=1")), "ok");
         unanswered.push_back(device.receive());
     }

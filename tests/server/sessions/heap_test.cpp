@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "hexbytes.h"
-#include "loopedconnection.h"
+#include "loopeddriver.h"
 #include "wmsg/wbytes.h"
 #include "wmsg/wmsg.h"
 #include "wmsg/wmsgreader.h"
@@ -109,10 +109,10 @@ TEST(HeapTest, whateverComesAConnectionTakesOneMessageAndALittleEvenIfNothingIsR
 {
     for (const Input& input : allKinds()) {
         SCOPED_TRACE(input.name);
-        LoopedConnection first; // what the loop keeps for all connections is there from here on
+        LoopedDriver first; // what the loop keeps for all connections is there from here on
         first.turn();
         const HeapMeter meter;
-        LoopedConnection looped;
+        LoopedDriver looped;
         looped.feed(input.bytes);
         looped.turn();
         EXPECT_LE(meter.peak(), kMaxBytes);

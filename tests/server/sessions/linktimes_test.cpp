@@ -5,7 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "server/sessions/connection.h"
+#include "zullink/asiodriver.h"
 
 namespace {
 
@@ -17,7 +17,7 @@ cLinkClock::time_point cLinkClock::now() { return time_point(::now); }
 
 namespace {
 
-class LinkTimesTest : public testing::Test, private server::Connection::Owner
+class LinkTimesTest : public testing::Test, private AsioDriver::Owner
 {
 protected:
     LinkTimesTest()
@@ -25,10 +25,11 @@ protected:
         int ends[2] = {-1, -1};
         EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends), 0);
         mPeer = ends[0];
-        mConnection = std::make_shared<server::Connection>(
-            boost::asio::ip::tcp::socket(mIo, boost::asio::ip::tcp::v4(), ends[1]), server::LinkSettings(),
-            static_cast<server::Connection::Owner*>(this));
-        mConnection->start();
+        mDriver = std::make_shared<AsioDriver>(
+            boost::asio::ip::tcp::socket(mIo, boost::asio::ip::tcp::v4(), ends[1]),
+            LinkSession::Settings{.keepsMessages = false}, &mNumbers, nullptr,
+            static_cast<AsioDriver::Owner*>(this));
+        mDriver->start();
         WMsg message;
         message.payload.assign(100, 7);
         message.appendFrames(mFrames);
@@ -36,8 +37,8 @@ protected:
 
     ~LinkTimesTest() override
     {
-        mConnection->abandon();
-        mConnection.reset();
+        mDriver->abandon();
+        mDriver.reset();
         settle();
         ::close(mPeer);
     }
@@ -60,12 +61,12 @@ protected:
         }
     }
 
-    void hold() { mHeld = true; }
+    void pauseReading() { mPaused = true; }
 
-    void resume()
+    void resumeReading()
     {
-        mHeld = false;
-        mConnection->resumeReading();
+        mPaused = false;
+        mDriver->resumeReading();
         settle();
     }
 
@@ -76,22 +77,23 @@ private:
     void settle()
     {
         // A timer that is due earlier than any other has the loop look at the clock.
-        server::LinkTimer look(mIo, server::LinkTimer::time_point::min());
+        LinkTimer look(mIo, LinkTimer::time_point::min());
         look.async_wait([](const boost::system::error_code&) {});
         mIo.restart();
         mIo.poll();
     }
 
-    void connectionMessage(WMsg&&) override { ++mMessages; }
-    void connectionClosed(const std::string& reason) override { mReason = reason; }
-    bool readingHeld() const override { return mHeld; }
+    void linkMessage(LinkSession::Received&&) override { ++mMessages; }
+    void linkClosed(const std::string& reason) override { mReason = reason; }
+    bool readingPaused() const override { return mPaused; }
 
     boost::asio::io_context mIo;
-    std::shared_ptr<server::Connection> mConnection;
+    LinkNumbers mNumbers;
+    std::shared_ptr<AsioDriver> mDriver;
     int mPeer = -1;
     std::vector<uint8_t> mFrames;
     size_t mSent = 0;
-    bool mHeld = false;
+    bool mPaused = false;
 };
 
 } // namespace
@@ -110,10 +112,10 @@ TEST_F(LinkTimesTest, aMessageThatTakesTooLongEndsTheConnection)
 TEST_F(LinkTimesTest, theTimeForAMessageDoesNotRunWhileNobodyReads)
 {
     sendBytes(20);
-    hold();
+    pauseReading();
     sendBytes(20);
     pass(40);
-    resume();
+    resumeReading();
     EXPECT_EQ(mReason, "");
     sendRest();
     EXPECT_EQ(mReason, "");
@@ -124,10 +126,10 @@ TEST_F(LinkTimesTest, theTimeForAMessageGoesOnAfterwards)
 {
     sendBytes(20);
     pass(20);
-    hold();
+    pauseReading();
     sendBytes(20);
     pass(40);
-    resume();
+    resumeReading();
     pass(9);
     EXPECT_EQ(mReason, "");
     pass(3);
@@ -136,10 +138,10 @@ TEST_F(LinkTimesTest, theTimeForAMessageGoesOnAfterwards)
 
 TEST_F(LinkTimesTest, aPeerIsNotSilentWhileNobodyReads)
 {
-    hold();
+    pauseReading();
     sendRest();
     pass(100);
-    resume();
+    resumeReading();
     pass(29);
     EXPECT_EQ(mReason, "");
     pass(2);

@@ -1,29 +1,35 @@
-#include "loopedconnection.h"
+#include "loopeddriver.h"
 
 #include <gtest/gtest.h>
 #include <utility>
 
 using boost::asio::ip::tcp;
 
-LoopedConnection::LoopedConnection(const server::LinkSettings& settings) : mPeer(mIo)
+LoopedDriver::LoopedDriver(const LinkSession::Settings& settings) : mPeer(mIo)
 {
     tcp::acceptor acceptor(mIo, {boost::asio::ip::address_v4::loopback(), 0});
     mPeer.connect(acceptor.local_endpoint());
     mPeer.non_blocking(true);
-    mConnection = std::make_shared<server::Connection>(acceptor.accept(), settings,
-                                                       static_cast<server::Connection::Owner*>(this));
-    mConnection->start();
+    mDriver = std::make_shared<AsioDriver>(acceptor.accept(), settings, &mNumbers, nullptr,
+                                           static_cast<AsioDriver::Owner*>(this));
+    mDriver->start();
 }
 
-LoopedConnection::~LoopedConnection()
+LoopedDriver::~LoopedDriver()
 {
     if (mReason.empty()) {
-        mConnection->abandon();
+        mDriver->abandon();
     }
     mIo.poll();
 }
 
-bool LoopedConnection::feed(const std::vector<uint8_t>& bytes)
+void LoopedDriver::send(WMsg message)
+{
+    mDriver->session().send(std::move(message));
+    mDriver->flush();
+}
+
+bool LoopedDriver::feed(const std::vector<uint8_t>& bytes)
 {
     size_t sent = 0;
     while (sent < bytes.size() && mReason.empty()) {

@@ -1,0 +1,83 @@
+#ifndef ZULLINK_ASIODRIVER_H
+#define ZULLINK_ASIODRIVER_H
+
+#include <boost/asio/basic_waitable_timer.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "wcapture/capturedlink.h"
+#include "zullink/linkclock.h"
+#include "zullink/linksession.h"
+
+/// A timer by the link's clock.
+using LinkTimer = boost::asio::basic_waitable_timer<cLinkClock>;
+
+/// Runs a LinkSession over a connected TCP socket in an event loop of Boost.Asio.
+///
+/// Everything happens on the thread of the loop. Pending operations keep the driver alive.
+class AsioDriver : public std::enable_shared_from_this<AsioDriver>
+{
+public:
+    class Owner
+    {
+    public:
+        virtual ~Owner() = default;
+
+        /// A message that is not the awaited answer to a request, in the order of arrival.
+        virtual void linkMessage(LinkSession::Received&& received) = 0;
+
+        /// Called once, with the reason in a few words, never from inside flush(). The handlers of
+        /// outstanding requests are called with null afterwards.
+        virtual void linkClosed(const std::string& reason) = 0;
+
+        /// True while nothing more should be read; resumeReading() ends that.
+        virtual bool readingPaused() const = 0;
+    };
+
+    /// @p owner and @p numbers outlive the driver, or the owner calls abandon(). @p record may be null.
+    AsioDriver(boost::asio::ip::tcp::socket socket, const LinkSession::Settings& settings,
+               LinkNumbers* numbers, std::unique_ptr<cCapturedLink> record, Owner* owner);
+
+    void start();
+
+    /// After a call that sends, call flush().
+    LinkSession& session() { return mSession; }
+
+    /// Writes what the session has to write, as far as the system takes it; the rest follows.
+    void flush();
+
+    void resumeReading();
+
+    /// Closes the connection and tells the owner why.
+    void close(const std::string& reason);
+
+    /// Closes the connection and forgets the owner and the handlers of requests.
+    void abandon();
+
+    /// "ADDRESS:PORT", an IPv6 address in brackets.
+    const std::string& peer() const { return mPeer; }
+
+private:
+    bool mayRead() const { return !mOwner->readingPaused() && !mSession.backlogExceeded(); }
+    void waitToRead();
+    void receive();
+    void waitToWrite();
+    void armTimer();
+    void checkTimes();
+    void fail(const boost::system::error_code& error);
+    void closeLater(const boost::system::error_code& error);
+
+    Owner* mOwner; ///< null once the connection is closed
+    boost::asio::ip::tcp::socket mSocket;
+    const std::unique_ptr<cCapturedLink> mRecord; ///< null if nothing is recorded
+    const std::string mPeer;
+    LinkSession mSession;
+    LinkTimer mTimer;
+    int64_t mTimerMs = LinkSession::kNever; ///< when mTimer expires
+    bool mReadingPaused = false;
+    bool mWaitingToWrite = false;
+};
+
+#endif
