@@ -48,13 +48,6 @@ std::string shortened(const std::string& text)
     return text.substr(0, size) + "…";
 }
 
-std::string valueText(const json_t* value)
-{
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        json_dumps(value, zulobj::kDumpFlags | JSON_ENCODE_ANY), &std::free);
-    return text ? text.get() : std::string();
-}
-
 /// The fields of @p object, in its JSON form, that the conditions name: " with portId=1".
 std::string fieldsText(const json_t* object, const Conditions& conditions)
 {
@@ -64,7 +57,7 @@ std::string fieldsText(const json_t* object, const Conditions& conditions)
         // A name needs no marks in a command either.
         const bool bare = json_is_string(value) && condition.isNumber();
         text += (text.empty() ? " with " : " ") + std::string(condition.name()) + "=" +
-                shortened(bare ? json_string_value(value) : valueText(value));
+                shortened(bare ? json_string_value(value) : dumped(value));
     }
     return text;
 }
@@ -134,14 +127,14 @@ Reply missedEvent(const MessageLog::Filter& filter, double seconds, const Messag
     const MessageLog::Latest near =
         log.latest({filter.deviceSerial, filter.objectType, {}}, kMaxInstead, kMaxInsteadBytes);
     Reply reply = failedReply("No " + eventText(filter) + " came within " + secondsText(seconds));
-    reply.came = linesOf(near.all > 0 ? near : all);
+    reply.received = linesOf(near.all > 0 ? near : all);
     if (all.all == 0) {
         reply.error += "; nothing else came.";
     } else if (!filter.objectType || near.all == 0) {
         reply.error += "; " + messagesText(all.all) + " came instead, without such an object.";
     } else {
-        const size_t shown = json_array_size(reply.came.get());
-        const json_t* last = shown == 0 ? nullptr : json_array_get(reply.came.get(), shown - 1);
+        const size_t shown = json_array_size(reply.received.get());
+        const json_t* last = shown == 0 ? nullptr : json_array_get(reply.received.get(), shown - 1);
         reply.error += "; " + messagesText(near.all) + " with " + typeText(*filter.objectType) +
                        " came instead" + lastText(json_object_get(last, "objects"), filter) + ".";
     }

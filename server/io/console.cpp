@@ -56,7 +56,7 @@ Console::Console(boost::asio::io_context& io, int outputFd, int errorFd, bool ve
 void Console::line(const JsonPtr& json)
 {
     const HideTypedLine aside(mTypedLine);
-    const std::string text = dumped(json, std::chrono::system_clock::now());
+    const std::string text = lineText(json, std::chrono::system_clock::now());
     onLine(text);
     mOutput.writeLine(text);
 }

@@ -12,42 +12,30 @@ namespace server {
 
 namespace {
 
-JsonPtr lineOf(const char* event)
-{
-    JsonPtr line(json_object());
-    json_object_set_new(line.get(), "event", json_string(event));
-    return line;
-}
-
-/// Commands are typed by anybody, so the text need not be UTF-8.
+/// A command may hold any bytes.
 json_t* textOf(const std::string& text)
 {
-    cText mended;
-    mended.set(text.data(), text.size());
-    return zulobj::textToJSON(mended);
+    cText repaired;
+    repaired.set(text.data(), text.size());
+    return zulobj::textToJSON(repaired);
 }
 
 } // namespace
 
 JsonPtr listeningLine(const std::string& address, uint16_t port)
 {
-    JsonPtr line = lineOf("listening");
-    json_object_set_new(line.get(), "address", textOf(address));
-    json_object_set_new(line.get(), "port", json_integer(port));
-    return line;
+    return JsonPtr(
+        json_pack("{s:s, s:o, s:i}", "event", "listening", "address", textOf(address), "port", port));
 }
 
 JsonPtr connectedLine(const std::string& peer)
 {
-    JsonPtr line = lineOf("connected");
-    json_object_set_new(line.get(), "peer", textOf(peer));
-    return line;
+    return JsonPtr(json_pack("{s:s, s:o}", "event", "connected", "peer", textOf(peer)));
 }
 
 JsonPtr deviceLine(const std::string& peer, const cObjectDevice& device)
 {
-    JsonPtr line = lineOf("device");
-    json_object_set_new(line.get(), "peer", textOf(peer));
+    JsonPtr line(json_pack("{s:s, s:o}", "event", "device", "peer", textOf(peer)));
     const JsonPtr record(device.getJSONObj());
     json_object_del(record.get(), "type");
     json_object_update(line.get(), record.get());
@@ -56,8 +44,7 @@ JsonPtr deviceLine(const std::string& peer, const cObjectDevice& device)
 
 JsonPtr messageLine(uint32_t deviceSerial, const cObjectList& message)
 {
-    JsonPtr line = lineOf("message");
-    json_object_set_new(line.get(), "deviceSerial", json_integer(deviceSerial));
+    JsonPtr line(json_pack("{s:s, s:I}", "event", "message", "deviceSerial", json_int_t{deviceSerial}));
     const JsonPtr list(message.getJSONObj());
     json_object_update(line.get(), list.get());
     return line;
@@ -66,28 +53,19 @@ JsonPtr messageLine(uint32_t deviceSerial, const cObjectList& message)
 JsonPtr disconnectedLine(const std::string& peer, std::optional<uint32_t> deviceSerial,
                          const std::string& reason)
 {
-    JsonPtr line = lineOf("disconnected");
-    json_object_set_new(line.get(), "peer", textOf(peer));
-    json_object_set_new(line.get(), "deviceSerial", deviceSerial ? json_integer(*deviceSerial) : json_null());
-    json_object_set_new(line.get(), "reason", textOf(reason));
-    return line;
+    return JsonPtr(json_pack("{s:s, s:o, s:o, s:o}", "event", "disconnected", "peer", textOf(peer),
+                             "deviceSerial", deviceSerial ? json_integer(*deviceSerial) : json_null(),
+                             "reason", textOf(reason)));
 }
 
 JsonPtr replyLine(const std::string& command, double seconds, Reply reply)
 {
-    JsonPtr line = lineOf("reply");
-    json_object_set_new(line.get(), "command", textOf(command));
-    json_object_set_new(line.get(), "status", json_string(statusWord(reply.status)));
-    json_object_set_new(line.get(), "msgType", reply.msgType ? json_integer(*reply.msgType) : json_null());
-    json_object_set_new(line.get(), "objects", reply.objects ? reply.objects.release() : json_array());
-    json_object_set_new(line.get(), "seconds", json_real(std::round(seconds * 1e6) / 1e6));
-    if (!reply.error.empty()) {
-        json_object_set_new(line.get(), "error", textOf(reply.error));
-    }
-    if (reply.came) {
-        json_object_set_new(line.get(), "came", reply.came.release());
-    }
-    return line;
+    return JsonPtr(json_pack(
+        "{s:s, s:o, s:s, s:o, s:o, s:f, s:o*, s:o*}", "event", "reply", "command", textOf(command), "status",
+        statusWord(reply.status), "msgType", reply.msgType ? json_integer(*reply.msgType) : json_null(),
+        "objects", reply.objects ? reply.objects.release() : json_array(), "seconds",
+        std::round(seconds * 1e6) / 1e6, "error", reply.error.empty() ? nullptr : textOf(reply.error), "came",
+        reply.received.release()));
 }
 
 JsonPtr objectsOf(const cObjectList& list)
@@ -98,17 +76,8 @@ JsonPtr objectsOf(const cObjectList& list)
 
 const char* statusWord(Reply::Status status)
 {
-    switch (status) {
-    case Reply::Status::OK:
-        return "ok";
-    case Reply::Status::TIMEOUT:
-        return "timeout";
-    case Reply::Status::FAILED:
-        return "failed";
-    case Reply::Status::ERROR:
-        break;
-    }
-    return "error";
+    constexpr const char* kWords[] = {"ok", "timeout", "error", "failed"};
+    return kWords[static_cast<size_t>(status)];
 }
 
 std::string inUTF8(const std::string& text)
@@ -117,20 +86,20 @@ std::string inUTF8(const std::string& text)
     return json_string_value(json.get());
 }
 
-std::string dumped(const JsonPtr& line)
+std::string dumped(const json_t* json)
 {
-    const std::unique_ptr<char, decltype(&std::free)> text(json_dumps(line.get(), zulobj::kDumpFlags),
-                                                           &std::free);
-    return text ? std::string(text.get()) : std::string();
+    const std::unique_ptr<char, decltype(&std::free)> text(
+        json_dumps(json, zulobj::kDumpFlags | JSON_ENCODE_ANY), &std::free);
+    return text ? text.get() : std::string();
 }
 
 /// The library writes all reals of a text with as many digits as a float has, which are too few for the time.
-std::string dumped(const JsonPtr& line, std::chrono::system_clock::time_point time)
+std::string lineText(const JsonPtr& line, std::chrono::system_clock::time_point time)
 {
     const std::chrono::duration<double> seconds = time.time_since_epoch();
     std::array<char, 48> member;
     std::snprintf(member.data(), member.size(), ",\"time\":%.6f", seconds.count());
-    std::string text = dumped(line);
+    std::string text = dumped(line.get());
     return text.insert(std::min(text.find(','), text.size()), member.data());
 }
 

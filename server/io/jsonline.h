@@ -23,7 +23,7 @@ struct JsonDeleter
 /// One reference to a JSON value.
 using JsonPtr = std::unique_ptr<json_t, JsonDeleter>;
 
-/// How a command came out.
+/// The result of a command.
 struct Reply
 {
     enum class Status
@@ -38,7 +38,7 @@ struct Reply
     std::optional<uint8_t> msgType; ///< that of the answer, or of the event waited for
     JsonPtr objects;                ///< an array; null stands for an empty one
     std::string error;              ///< one sentence, or empty
-    JsonPtr came;                   ///< messages that came instead of the one expected, an array, or null
+    JsonPtr received;               ///< the messages received instead of the one expected: an array or null
 };
 
 JsonPtr listeningLine(const std::string& address, uint16_t port);
@@ -58,11 +58,13 @@ const char* statusWord(Reply::Status status);
 /// @p text, up to a NUL, with U+FFFD for bytes that are not UTF-8.
 std::string inUTF8(const std::string& text);
 
-/// The text of @p line without a line end.
-std::string dumped(const JsonPtr& line);
+/// @p json, of any type, in one line.
+std::string dumped(const json_t* json);
+inline std::string dumped(const JsonPtr& json) { return dumped(json.get()); }
 
-/// The same with the member "time" behind "event": @p time in seconds since the epoch.
-std::string dumped(const JsonPtr& line, std::chrono::system_clock::time_point time);
+/// The text of @p line, without its end, with the member "time" after "event": @p time in seconds since the
+/// epoch.
+std::string lineText(const JsonPtr& line, std::chrono::system_clock::time_point time);
 
 } // namespace server
 

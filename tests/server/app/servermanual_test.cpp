@@ -115,14 +115,14 @@ Words keysOf(const JsonPtr& line)
 /// @p line as it is printed.
 JsonPtr printed(const JsonPtr& line)
 {
-    return JsonPtr(json_loads(dumped(line, std::chrono::system_clock::now()).c_str(), 0, nullptr));
+    return JsonPtr(json_loads(lineText(line, std::chrono::system_clock::now()).c_str(), 0, nullptr));
 }
 
 JsonPtr replyWithEverything()
 {
     Reply reply;
     reply.error = "It failed.";
-    reply.came.reset(json_array());
+    reply.received.reset(json_array());
     return replyLine("quit", 0.0, std::move(reply));
 }
 

@@ -17,7 +17,7 @@ TEST(JsonLineTest, listening)
 TEST(JsonLineTest, theTimeHasMicroseconds)
 {
     const std::chrono::system_clock::time_point time{std::chrono::microseconds(1795303465123456)};
-    EXPECT_EQ(dumped(connectedLine("[::1]:4711"), time),
+    EXPECT_EQ(lineText(connectedLine("[::1]:4711"), time),
               R"({"event":"connected","time":1795303465.123456,"peer":"[::1]:4711"})");
 }
 
