@@ -13,8 +13,23 @@ namespace {
 
 const char* const kTooManyUnanswered = "The device has left 255 requests unanswered.";
 
-/// Between an answer that is not as expected and the next question.
-constexpr std::chrono::milliseconds kAskAgain(100);
+/// The pause between an answer that is not as expected and the next request.
+constexpr std::chrono::milliseconds kAskAgainPause(100);
+
+/// True for a command that waits for something other than an answer.
+bool isWait(Command::Kind kind)
+{
+    switch (kind) {
+    case Command::Kind::WAIT_EVENT:
+    case Command::Kind::WAIT_DEVICE:
+    case Command::Kind::WAIT_DISCONNECTED:
+    case Command::Kind::EXPECT_EVENT:
+    case Command::Kind::EXPECT_NO_EVENT:
+        return true;
+    default:
+        return false;
+    }
+}
 
 Reply replyWith(const cObjectDevice& device)
 {
@@ -45,7 +60,7 @@ void CommandRunner::endOfCommands()
     startNext();
 }
 
-/// The next command begins from the event loop, so that a thousand of them don't pile up on the stack.
+/// The event loop starts the next command, so that a thousand of them do not nest.
 void CommandRunner::startNext()
 {
     if (mStarting || mRun || mEnded) {
@@ -82,30 +97,27 @@ void CommandRunner::begin()
     }
     const std::string mistake = parseCommand(mRun->text, &mRun->command);
     if (!mistake.empty()) {
-        endWithError(mistake);
+        fail(mistake);
         return;
     }
     const Command& command = mRun->command;
     mRun->filter = {command.device, command.objectType, command.conditions};
-    switch (command.kind) {
+    wakeUp(&mTimer, std::chrono::duration<double>(command.seconds), &CommandRunner::timeUp);
+    execute(command.kind);
+}
+
+void CommandRunner::execute(Command::Kind kind)
+{
+    switch (kind) {
     case Command::Kind::EXCHANGE:
     case Command::Kind::EXPECT_ANSWER:
-        armTimer();
         exchange();
         break;
     case Command::Kind::SEND:
         send();
         break;
-    case Command::Kind::WAIT_EVENT:
-    case Command::Kind::WAIT_DEVICE:
-    case Command::Kind::WAIT_DISCONNECTED:
-    case Command::Kind::EXPECT_EVENT:
-    case Command::Kind::EXPECT_NO_EVENT:
-        armTimer();
-        monitorChanged();
-        break;
-    case Command::Kind::SLEEP:
-        armTimer();
+    case Command::Kind::DROP:
+        drop();
         break;
     case Command::Kind::HELP:
         mConsole.text(commandHelp());
@@ -116,28 +128,48 @@ void CommandRunner::begin()
         mMonitor.forgetEnded();
         end(Reply());
         break;
-    case Command::Kind::DROP:
-        drop();
-        break;
     case Command::Kind::CASE:
         end(Reply());
         break;
     case Command::Kind::QUIT:
-        quit();
+        end(Reply());
+        mEnded = true;
+        onEnd();
+        break;
+    case Command::Kind::WAIT_EVENT:
+    case Command::Kind::EXPECT_EVENT:
+        lookForEvent();
+        break;
+    case Command::Kind::EXPECT_NO_EVENT:
+        lookForUnwantedEvent();
+        break;
+    case Command::Kind::WAIT_DEVICE:
+        lookForDevice();
+        break;
+    case Command::Kind::WAIT_DISCONNECTED:
+        lookForEnded();
+        break;
+    case Command::Kind::SLEEP:
         break;
     }
 }
 
-void CommandRunner::exchange()
+/// The device that the running command means. If there is none, the command ends in an error.
+DeviceSessions::SessionPtr CommandRunner::pickDevice()
 {
     std::string problem;
-    const DeviceSessions::SessionPtr session = mMonitor.pick(mRun->command.device, &problem);
+    DeviceSessions::SessionPtr session = mMonitor.pick(mRun->command.device, &problem);
     if (!session) {
-        endWithError(problem);
-        return;
+        fail(problem);
     }
+    return session;
+}
+
+void CommandRunner::exchange()
+{
+    const DeviceSessions::SessionPtr session = pickDevice();
     WMsg message;
-    if (!encode(&message)) {
+    if (!session || !encode(&message)) {
         return;
     }
     const uint64_t request = session->request(std::move(message), [this, id = mRun->id](const WMsg* answer) {
@@ -146,7 +178,7 @@ void CommandRunner::exchange()
         }
     });
     if (request == 0) {
-        endWithError(kTooManyUnanswered);
+        fail(kTooManyUnanswered);
         return;
     }
     mRun->session = session;
@@ -156,7 +188,7 @@ void CommandRunner::exchange()
 void CommandRunner::answered(const WMsg* answer)
 {
     if (answer == nullptr) {
-        endWithError("The device disconnected before it answered.");
+        fail("The device disconnected before it answered.");
         return;
     }
     mRun->session.reset();
@@ -165,7 +197,7 @@ void CommandRunner::answered(const WMsg* answer)
     if (status.isOk()) {
         takeAnswer(std::move(list));
     } else {
-        endWithError("The answer was not understood: " + status.text() + ".");
+        fail("The answer was not understood: " + status.text() + ".");
     }
 }
 
@@ -177,25 +209,28 @@ void CommandRunner::takeAnswer(std::shared_ptr<cObjectList> answer)
     }
     mRun->lastAnswer = std::move(answer);
     ++mRun->answers;
-    wakeUp(&mAskTimer, kAskAgain, &CommandRunner::exchange);
+    wakeUp(&mAskTimer, kAskAgainPause, &CommandRunner::exchange);
 }
 
 void CommandRunner::send()
 {
-    std::string problem;
-    const DeviceSessions::SessionPtr session = mMonitor.pick(mRun->command.device, &problem);
-    if (!session) {
-        endWithError(problem);
-        return;
-    }
+    const DeviceSessions::SessionPtr session = pickDevice();
     WMsg message;
-    if (!encode(&message)) {
+    if (!session || !encode(&message)) {
         return;
     }
     if (session->send(std::move(message))) {
         end(Reply());
     } else {
-        endWithError(kTooManyUnanswered);
+        fail(kTooManyUnanswered);
+    }
+}
+
+void CommandRunner::drop()
+{
+    if (const DeviceSessions::SessionPtr session = pickDevice()) {
+        session->drop();
+        end(Reply());
     }
 }
 
@@ -218,40 +253,23 @@ bool CommandRunner::encode(WMsg* message)
     }
     const WStatus status = list.encode(message);
     if (!status.isOk()) {
-        endWithError("The message cannot be sent: " + status.text() + ".");
+        fail("The message cannot be sent: " + status.text() + ".");
     }
     return status.isOk();
 }
 
 void CommandRunner::monitorChanged()
 {
-    if (!mRun) {
-        return;
-    }
-    switch (mRun->command.kind) {
-    case Command::Kind::WAIT_EVENT:
-    case Command::Kind::EXPECT_EVENT:
-        lookForEvent();
-        break;
-    case Command::Kind::EXPECT_NO_EVENT:
-        lookForUnwantedEvent();
-        break;
-    case Command::Kind::WAIT_DEVICE:
-        lookForDevice();
-        break;
-    case Command::Kind::WAIT_DISCONNECTED:
-        lookForEnded();
-        break;
-    default:
-        break;
+    if (mRun && isWait(mRun->command.kind)) {
+        execute(mRun->command.kind);
     }
 }
 
 void CommandRunner::lookForEvent()
 {
     WMsg message;
-    if (!mLog.take(mRun->filter, mRun->looked, &message)) {
-        mRun->looked = mLog.added();
+    if (!mLog.take(mRun->filter, mRun->scannedUpTo, &message)) {
+        mRun->scannedUpTo = mLog.added();
         return;
     }
     cObjectList list;
@@ -259,14 +277,14 @@ void CommandRunner::lookForEvent()
     if (status.isOk()) {
         end(replyWith(list));
     } else {
-        endWithError("The message was not understood: " + status.text() + ".");
+        fail("The message was not understood: " + status.text() + ".");
     }
 }
 
 void CommandRunner::lookForUnwantedEvent()
 {
-    const WMsg* message = mLog.find(mRun->filter, mRun->looked);
-    mRun->looked = mLog.added();
+    const WMsg* message = mLog.find(mRun->filter, mRun->scannedUpTo);
+    mRun->scannedUpTo = mLog.added();
     cObjectList list;
     if (message != nullptr && list.decode(*message).isOk()) {
         end(unwantedEvent(mRun->filter, &list));
@@ -289,30 +307,6 @@ void CommandRunner::lookForEnded()
     }
 }
 
-void CommandRunner::drop()
-{
-    std::string problem;
-    const DeviceSessions::SessionPtr session = mMonitor.pick(mRun->command.device, &problem);
-    if (session) {
-        session->drop();
-        end(Reply());
-    } else {
-        endWithError(problem);
-    }
-}
-
-void CommandRunner::quit()
-{
-    end(Reply());
-    mEnded = true;
-    onEnd();
-}
-
-void CommandRunner::armTimer()
-{
-    wakeUp(&mTimer, std::chrono::duration<double>(mRun->command.seconds), &CommandRunner::timeUp);
-}
-
 /// Calls @p then for the running command, unless that ends before.
 void CommandRunner::wakeUp(boost::asio::steady_timer* timer, std::chrono::duration<double> after,
                            void (CommandRunner::*then)())
@@ -329,7 +323,9 @@ void CommandRunner::wakeUp(boost::asio::steady_timer* timer, std::chrono::durati
 void CommandRunner::timeUp()
 {
     const double seconds = mRun->command.seconds;
-    const std::string within = " within " + secondsText(seconds) + ".";
+    const auto timedOut = [this, seconds](const char* what) {
+        fail(what + (" within " + secondsText(seconds)) + ".", Reply::Status::TIMEOUT);
+    };
     switch (mRun->command.kind) {
     case Command::Kind::SLEEP:
     case Command::Kind::EXPECT_NO_EVENT:
@@ -342,16 +338,16 @@ void CommandRunner::timeUp()
         end(missedAnswer(mRun->filter, seconds, mRun->answers, mRun->lastAnswer.get()));
         break;
     case Command::Kind::WAIT_EVENT:
-        endWithTimeout("No such event came" + within);
+        timedOut("No such event came");
         break;
     case Command::Kind::WAIT_DEVICE:
-        endWithTimeout("No such device came" + within);
+        timedOut("No such device came");
         break;
     case Command::Kind::WAIT_DISCONNECTED:
-        endWithTimeout("No such connection ended" + within);
+        timedOut("No such connection ended");
         break;
     default:
-        endWithTimeout("The device did not answer" + within);
+        timedOut("The device did not answer");
     }
 }
 
@@ -361,7 +357,7 @@ bool CommandRunner::runTimedOut()
     mTimedOut = true;
     mEnded = true;
     if (running) {
-        endWithTimeout("The time of the whole run is over.");
+        fail("The time of the whole run is over.", Reply::Status::TIMEOUT);
     }
     return running;
 }
@@ -387,18 +383,10 @@ void CommandRunner::end(Reply reply)
     startNext();
 }
 
-void CommandRunner::endWithError(const std::string& sentence)
+void CommandRunner::fail(const std::string& sentence, Reply::Status status)
 {
     Reply reply;
-    reply.status = Reply::Status::ERROR;
-    reply.error = sentence;
-    end(std::move(reply));
-}
-
-void CommandRunner::endWithTimeout(const std::string& sentence)
-{
-    Reply reply;
-    reply.status = Reply::Status::TIMEOUT;
+    reply.status = status;
     reply.error = sentence;
     end(std::move(reply));
 }

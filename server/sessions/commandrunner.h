@@ -23,14 +23,14 @@ class CommandRunner
 public:
     static constexpr size_t kMaxWaiting = 1000;
 
-    /// Told what becomes of each command.
+    /// Observes the commands.
     class Watcher
     {
     public:
         virtual ~Watcher() = default;
         virtual void commandBegun(const std::string& text) = 0;
 
-        /// The reply to the command that has begun was printed. @p error is empty where there is none.
+        /// The reply to the running command was printed. @p error is empty if there is none.
         virtual void commandDone(Reply::Status status, const std::string& error, double seconds) = 0;
     };
 
@@ -46,19 +46,20 @@ public:
     /// Queues a line; one that is no command is skipped.
     void submit(const std::string& line);
 
-    /// True while so many lines wait that no more should be read; onSpaceAvailable ends that.
+    /// True while kMaxWaiting lines or more wait: read no more until onSpaceAvailable.
     bool full() const { return mQueue.size() >= kMaxWaiting; }
 
-    /// Called from the event loop when there is room for further lines after full().
+    /// Called from the event loop when full() has become false.
     std::function<void()> onSpaceAvailable = [] {};
 
     /// No further line will come.
     void endOfCommands();
 
-    /// Looks whether what the running command waits for is there now.
+    /// Checks whether the running command has got what it waits for.
     void monitorChanged();
 
-    /// Ends the running command as timed out: the whole run's time is over. False when none was running.
+    /// Ends the running command as timed out, as the time of the whole run is over. False if none was
+    /// running.
     bool runTimedOut();
 
     /// True while a command has begun and has no reply.
@@ -71,7 +72,7 @@ public:
     /// expectation was not met.
     int exitStatus() const { return mExpectationFailed ? 4 : (mTimedOut ? 3 : (mFailed ? 2 : 0)); }
 
-    /// The same for a run that is cut off: 0 or 4.
+    /// The status of a run that is cut off: 0 or 4.
     int exitStatusCutOff() const { return mExpectationFailed ? 4 : 0; }
 
 private:
@@ -83,16 +84,18 @@ private:
         std::string text;
         Command command;
         Clock::time_point begun;
-        std::weak_ptr<DeviceSession> session; ///< which an answer is expected of
-        uint64_t request = 0;                 ///< its number for giveUp()
-        MessageLog::Filter filter;            ///< of a message waited for, or of what is expected
-        uint64_t looked = 0;                  ///< messages up to here don't match
+        std::weak_ptr<DeviceSession> session; ///< of the device that should answer
+        uint64_t request = 0;                 ///< the number for giveUp()
+        MessageLog::Filter filter;            ///< for the message or object that the command waits for
+        uint64_t scannedUpTo = 0;             ///< messages before this one do not match
         size_t answers = 0;
-        std::shared_ptr<cObjectList> lastAnswer; ///< that was not as expected
+        std::shared_ptr<cObjectList> lastAnswer; ///< the last one that was not as expected
     };
 
     void startNext();
     void begin();
+    void execute(Command::Kind kind);
+    DeviceSessions::SessionPtr pickDevice();
     void exchange();
     void answered(const WMsg* answer);
     void takeAnswer(std::shared_ptr<cObjectList> answer);
@@ -103,15 +106,12 @@ private:
     void lookForDevice();
     void lookForEnded();
     void drop();
-    void quit();
 
-    void armTimer();
     void wakeUp(boost::asio::steady_timer* timer, std::chrono::duration<double> after,
                 void (CommandRunner::*then)());
     void timeUp();
     void end(Reply reply);
-    void endWithError(const std::string& sentence);
-    void endWithTimeout(const std::string& sentence);
+    void fail(const std::string& sentence, Reply::Status status = Reply::Status::ERROR);
 
     boost::asio::io_context& mIo;
     Console& mConsole;
