@@ -13,7 +13,7 @@ namespace server {
 
 namespace {
 
-/// How long the end of the run waits for a reader that is slow.
+/// How long the program waits at its end for a slow reader.
 constexpr int kLastLinesMs = 2000;
 
 std::string cannotWrite(const char* what, const std::string& path, const WStatus& status)
@@ -64,7 +64,7 @@ Application::~Application()
     mConsole.setTypedLine(nullptr);
     removePortFile();
     if (mCapture) {
-        // Connections that go last are recorded when there is no console any more.
+        // Connections are closed, and that is recorded, after the console is gone.
         mCapture->setReport(nullptr);
     }
 }

@@ -21,11 +21,11 @@
 
 namespace server {
 
-/// The whole server: it puts the pieces together and ends with an exit status.
+/// The whole server, which only connects its parts.
 class Application
 {
 public:
-    /// The descriptors that stand for the program's standard streams; borrowed.
+    /// The descriptors of the standard streams; borrowed.
     struct Streams
     {
         int input = 0;
@@ -38,10 +38,10 @@ public:
                 std::string program = "zulserver");
     ~Application();
 
-    /// Ends when the process gets SIGTERM or SIGINT, with status 0, or 4 after a failed expectation.
+    /// Ends run() on SIGTERM or SIGINT, with status 0, or 4 after a failed expectation.
     void endOnSignals();
 
-    /// Serves until the end and returns the exit status. Once only.
+    /// Serves and returns the exit status. Call once.
     int run();
 
     /// Ends run() as a signal does; any thread may call.
@@ -73,7 +73,7 @@ private:
     CommandRunner mRunner;
     PeerAcceptor mAcceptor;
     JunitReport mReport;
-    std::string mRunFailure; ///< that is no command's
+    std::string mRunFailure; ///< if the run failed for a reason outside of the commands
     boost::asio::signal_set mSignals;
     boost::asio::steady_timer mTimer;
     std::unique_ptr<LineInput> mLineInput;

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Where a standard stream is closed, its number must not go to a socket.
+/// Opens the standard streams that are closed, so that no socket gets their numbers.
 void fillStandardStreams()
 {
     int opened = ::open("/dev/null", O_RDONLY);
@@ -34,7 +34,7 @@ std::string version()
         "zulserver", {{"Boost", boostVersion()}, {"CLI11", CLI11_VERSION}, {"libedit", LIBEDIT_RELEASE}});
 }
 
-/// The exit status.
+/// Returns the exit status.
 int serve(const server::Options& options)
 {
     try {
@@ -43,7 +43,7 @@ int serve(const server::Options& options)
         application.endOnSignals();
         return application.run();
     } catch (const boost::system::system_error& error) {
-        // The system grants no more descriptors, most likely.
+        // Usually the system grants no more descriptors.
         std::fprintf(stderr, "zulserver: Cannot serve: %s.\n", error.code().message().c_str());
         return 1;
     }

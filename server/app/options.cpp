@@ -21,7 +21,7 @@ constexpr const char* kFooter =
     "run\n"
     "timed out; 4 an expectation was not met.";
 
-/// The options as they are written, before anything is checked.
+/// The options before they are checked.
 struct RawOptions
 {
     std::string port = "50000";
@@ -57,10 +57,10 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
     app->add_flag("--verbose", options->verbose, "Say more on standard error");
 }
 
-/// The longest file of commands, in bytes: one that is longer may have no end.
+/// A longer file of commands may be endless.
 constexpr size_t kMaxFileBytes = 16 * 1024 * 1024;
 
-/// Appends the file's lines; returns why that is not possible, or an empty text.
+/// Appends the lines of the file. Returns why that is not possible, or an empty text.
 std::string readCommands(const std::string& path, std::vector<std::string>* commands)
 {
     std::ifstream file(path);
@@ -77,11 +77,11 @@ std::string readCommands(const std::string& path, std::vector<std::string>* comm
     for (std::string line; std::getline(lines, line);) {
         commands->push_back(line);
     }
-    // A file that has been read whole is at its end; a directory never gets there.
+    // A directory opens but never reaches its end.
     return file.eof() ? std::string() : "Cannot read " + quoted(path) + ": " + std::strerror(errno) + ".";
 }
 
-/// Checks what was written; returns what is wrong with it, or an empty text.
+/// Checks the options. Returns what is wrong with them, or an empty text.
 std::string check(const CLI::App& app, const RawOptions& raw, Options* options)
 {
     uint32_t number = 0;

@@ -21,16 +21,16 @@ struct Options
 
     std::optional<uint32_t> count;
     std::optional<double> timeout;      ///< seconds
-    std::optional<std::string> capture; ///< the file that records what crosses the links
+    std::optional<std::string> capture; ///< the file that records the links
     bool verbose = false;
     std::optional<std::string> junit; ///< the file of the report
 };
 
-/// What came of reading the command line.
+/// The result of reading the command line.
 struct ParsedOptions
 {
-    std::optional<Options> options; ///< nothing when the program should end
-    int exitStatus = 0;             ///< with which it then ends
+    std::optional<Options> options; ///< nothing if the program should end
+    int exitStatus = 0;             ///< of a program that should end
     std::string output;             ///< for standard output: help or version
     std::string error;              ///< for standard error: one line
 };

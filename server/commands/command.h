@@ -10,7 +10,7 @@
 
 namespace server {
 
-/// What a command line asks for.
+/// A command line that was understood.
 struct Command
 {
     enum class Kind
@@ -25,7 +25,7 @@ struct Command
         EXPECT_ANSWER, ///< send a message again and again until its answer is as expected
         FORGET,        ///< the messages and the ended connections so far
         DROP,          ///< close the connection of a device
-        CASE,          ///< what follows is one case of the report
+        CASE,          ///< begin a case of the report
         SLEEP,
         HELP,
         QUIT
@@ -33,24 +33,24 @@ struct Command
 
     Kind kind = Kind::HELP;
 
-    /// EXCHANGE, EXPECT_ANSWER and SEND: the type of the message, and its one object or null for none.
+    /// EXCHANGE, EXPECT_ANSWER and SEND: the type of the message, and its object or null.
     uint8_t msgType = 0;
     std::shared_ptr<cObject> object;
 
     /// The device serial that `object` bears as its only field; without it a plain object has none.
     std::optional<uint32_t> objectSerial;
 
-    /// The serial of the device that is meant, where the command names one.
+    /// The serial of the device that the command names.
     std::optional<uint32_t> device;
 
-    /// WAIT_EVENT and all that is expected: the type of an object that the message must have; any message
-    /// will do without it.
+    /// WAIT_EVENT and EXPECT_*: the type of an object that the message must have; without it any message
+    /// will do.
     std::optional<uint32_t> objectType;
 
-    /// What is expected of that object.
+    /// What that object must be like.
     Conditions conditions;
 
-    /// How long to wait at most, or how long to sleep.
+    /// How long to wait or sleep.
     double seconds = 0.0;
 };
 

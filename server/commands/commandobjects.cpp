@@ -13,23 +13,23 @@ namespace server {
 
 namespace {
 
-constexpr uint32_t kMost = 0xFFFFFFFF;
+constexpr uint32_t kMax = 0xFFFFFFFF;
 
 uint32_t readSerial(CommandWords* words)
 {
     uint32_t serial = cObject::kWildcard;
-    words->number("serial", 0, kMost, &serial);
+    words->number("serial", 0, kMax, &serial);
     return serial;
 }
 
-uint32_t readNumberWord(CommandWords* words, const std::string& name, uint32_t least)
+uint32_t readNumberWord(CommandWords* words, const std::string& name, uint32_t min)
 {
     uint32_t number = 0;
     const std::string word = words->word();
     if (word.empty()) {
         words->fail("The command needs " + name + ".");
-    } else if (!parseNumber(word, least, kMost, &number)) {
-        words->fail(numberMistake(name, word, least, kMost));
+    } else if (!parseNumber(word, min, kMax, &number)) {
+        words->fail(numberMistake(name, word, min, kMax));
     }
     return number;
 }
@@ -40,13 +40,13 @@ uint32_t readPort(CommandWords* words, bool required)
     uint32_t port = cObject::kWildcard;
     if (word.empty() && required) {
         words->fail("The command needs a PORT, or * for every port.");
-    } else if (!word.empty() && word != "*" && !parseNumber(word, 1, kMost, &port)) {
+    } else if (!word.empty() && word != "*" && !parseNumber(word, 1, kMax, &port)) {
         words->fail("PORT is neither * nor a whole number from 1 to 4294967295: " + quoted(word) + ".");
     }
     return port;
 }
 
-/// OBJ_IO_STATE_UNKNOWN where the field is absent or wrong.
+/// Returns OBJ_IO_STATE_UNKNOWN if the field is absent or wrong.
 cObject::eObjectIOState readState(CommandWords* words, const std::string& name)
 {
     std::string text;
@@ -78,7 +78,7 @@ std::shared_ptr<cObject> getPort(CommandWords* words)
     port->setPortId(readPort(words, false));
     port->setDeviceSerial(readSerial(words));
     uint32_t portType = 0;
-    if (words->number("portType", 0, kMost, &portType)) {
+    if (words->number("portType", 0, kMax, &portType)) {
         port->setPortType(portType);
     }
     return port;
@@ -124,7 +124,7 @@ std::shared_ptr<cObject> setAInput(CommandWords* words)
 {
     auto port = portToSet<cObjectAInput>(words);
     uint32_t rate = 0;
-    if (words->number("rate", 0, kMost, &rate)) {
+    if (words->number("rate", 0, kMax, &rate)) {
         port->setSampleRate(rate);
     }
     float number = 0.0F;
@@ -179,9 +179,9 @@ template <size_t N>
 void readObject(const std::string& verb, const ObjectWord (&known)[N], CommandWords* words, Command* command)
 {
     uint32_t number = 0;
-    if (words->number("object", 0, kMost, &number)) {
+    if (words->number("object", 0, kMax, &number)) {
         command->object = std::make_shared<cObject>(static_cast<eObjectTypes>(number));
-        if (words->number("serial", 0, kMost, &number)) {
+        if (words->number("serial", 0, kMax, &number)) {
             command->objectSerial = number;
         }
         return;

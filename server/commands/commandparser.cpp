@@ -13,14 +13,14 @@ namespace server {
 
 namespace {
 
-constexpr uint32_t kMost = 0xFFFFFFFF;
+constexpr uint32_t kMax = 0xFFFFFFFF;
 constexpr double kAnswerSeconds = 5.0;
 constexpr double kWaitSeconds = 10.0;
 
 void readDevice(CommandWords* words, Command* command)
 {
     uint32_t serial = 0;
-    if (words->number("device", 0, kMost, &serial)) {
+    if (words->number("device", 0, kMax, &serial)) {
         command->device = serial;
     }
 }
@@ -71,7 +71,7 @@ void readObjectType(CommandWords* words, Command* command)
         return;
     }
     if (!zuldict::valueOf(zuldict::objectTypes(), word.c_str(), &type) &&
-        !parseNumber(word, 0, kMost, &type)) {
+        !parseNumber(word, 0, kMax, &type)) {
         words->fail(quoted(word) + " is no type of an object.");
     }
     command->objectType = type;

@@ -11,8 +11,7 @@ namespace {
 
 constexpr const char* kBlanks = " \t\r\n\v\f";
 
-/// Where the text in quotation marks that begins at @p begin ends: behind its closing mark, or the end of the
-/// line where it has none.
+/// The position after the text in quotation marks at @p begin; the end of the line if no mark closes it.
 size_t endOfMarked(const std::string& line, size_t begin)
 {
     for (size_t at = begin + 1; at < line.size(); ++at) {
@@ -25,7 +24,7 @@ size_t endOfMarked(const std::string& line, size_t begin)
     return line.size();
 }
 
-/// Where the word or field that begins at @p begin ends. Blanks in a value in quotation marks belong to it.
+/// The position after the word or field at @p begin. Blanks in quotation marks belong to it.
 size_t endOfToken(const std::string& line, size_t begin)
 {
     const size_t end = std::min(line.find_first_of(kBlanks, begin), line.size());
@@ -68,7 +67,7 @@ void CommandWords::addField(const std::string& token, size_t equals)
     }
 }
 
-/// Replaces the text by what it says; false where it is no JSON text.
+/// Decodes the text; false if it is no JSON text.
 bool CommandWords::readMarked(FieldValue* value)
 {
     const JsonPtr json(json_loadb(value->text.data(), value->text.size(), JSON_DECODE_ANY, nullptr));
@@ -102,14 +101,14 @@ bool CommandWords::field(const std::string& name, std::string* value)
     return true;
 }
 
-bool CommandWords::number(const std::string& name, uint32_t least, uint32_t most, uint32_t* value)
+bool CommandWords::number(const std::string& name, uint32_t min, uint32_t max, uint32_t* value)
 {
     std::string text;
     if (!field(name, &text)) {
         return false;
     }
-    if (!parseNumber(text, least, most, value)) {
-        fail(numberMistake(name, text, least, most));
+    if (!parseNumber(text, min, max, value)) {
+        fail(numberMistake(name, text, min, max));
         return false;
     }
     return true;
@@ -158,10 +157,10 @@ std::string CommandWords::finish()
 
 std::string quoted(const std::string& text) { return '"' + text + '"'; }
 
-std::string numberMistake(const std::string& name, const std::string& text, uint32_t least, uint32_t most)
+std::string numberMistake(const std::string& name, const std::string& text, uint32_t min, uint32_t max)
 {
-    return name + " is not a whole number from " + std::to_string(least) + " to " + std::to_string(most) +
-           ": " + quoted(text) + ".";
+    return name + " is not a whole number from " + std::to_string(min) + " to " + std::to_string(max) + ": " +
+           quoted(text) + ".";
 }
 
 } // namespace server

@@ -11,7 +11,7 @@ namespace server {
 
 namespace {
 
-constexpr uint32_t kMost = 0xFFFFFFFF;
+constexpr uint32_t kMax = 0xFFFFFFFF;
 
 /// The float that is nearest to @p number; the largest ones beyond them.
 float toFloat(double number)
@@ -59,12 +59,12 @@ std::string Condition::readValue(const FieldValue& value)
 
 std::string Condition::readNumber(const std::string& text)
 {
-    if (parseNumber(text, 0, kMost, &mNumber) ||
+    if (parseNumber(text, 0, kMax, &mNumber) ||
         (mField->names != nullptr && zuldict::valueOf(*mField->names, text.c_str(), &mNumber))) {
         return {};
     }
     return mField->names == nullptr
-               ? numberMistake(mField->name, text, 0, kMost)
+               ? numberMistake(mField->name, text, 0, kMax)
                : mField->name + (" is neither a whole number nor one of " + namesOf(*mField->names)) + ": " +
                      quoted(text) + ".";
 }
@@ -74,14 +74,14 @@ std::string Condition::readFloat(const std::string& text)
     const size_t mark = text.find('~');
     double number = 0.0;
     double tolerance = 0.0;
-    if (mark == std::string::npos && parseFloat(text, &mLeast)) {
-        mMost = mLeast;
+    if (mark == std::string::npos && parseFloat(text, &mMin)) {
+        mMax = mMin;
         return {};
     }
     if (mark != std::string::npos && parseDouble(text.substr(0, mark), &number) &&
         parseDouble(text.substr(mark + 1), &tolerance) && tolerance >= 0.0) {
-        mLeast = toFloat(number - tolerance);
-        mMost = toFloat(number + tolerance);
+        mMin = toFloat(number - tolerance);
+        mMax = toFloat(number + tolerance);
         return {};
     }
     return mField->name +
@@ -103,7 +103,7 @@ bool Condition::holds(const json_t* object) const
     case zuldict::eWireType::NUMBER:
         return zulobj::numberFromJSON(*mField, json, &number).isOk() && number == mNumber;
     case zuldict::eWireType::FLOAT:
-        return zulobj::floatFromJSON(*mField, json, &real).isOk() && real >= mLeast && real <= mMost;
+        return zulobj::floatFromJSON(*mField, json, &real).isOk() && real >= mMin && real <= mMax;
     case zuldict::eWireType::TEXT:
         break;
     }

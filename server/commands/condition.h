@@ -11,7 +11,7 @@
 
 namespace server {
 
-/// Says what one field of an object should be.
+/// What one field of an object should be.
 class Condition
 {
 public:
@@ -23,7 +23,7 @@ public:
     /// marks stands for what is null in JSON: a text never set, NaN and infinity.
     static std::string read(const zuldict::TagEntry& field, const FieldValue& value, Condition* condition);
 
-    /// Looks at @p object in the form of getJSONObj().
+    /// Compares @p object, in the form of getJSONObj().
     bool holds(const json_t* object) const;
 
     /// The field's name.
@@ -43,8 +43,8 @@ private:
     std::string mText;
     bool mNull = false;
     uint32_t mNumber = 0;
-    float mLeast = 0.0F;
-    float mMost = 0.0F;
+    float mMin = 0.0F;
+    float mMax = 0.0F;
     std::string mWanted; ///< of a text
 };
 

@@ -1,7 +1,7 @@
 #ifndef SERVER_EXPECTATION_H
 #define SERVER_EXPECTATION_H
 
-// What an expectation that was not met says.
+// The replies to expectations that were not met.
 
 #include <cstdint>
 #include <optional>
@@ -13,28 +13,28 @@
 
 namespace server {
 
-/// The most that a failed expectation shows of what came instead.
+/// Limits of what a failed expectation shows of the messages received instead.
 constexpr size_t kMaxInstead = 10;
 constexpr size_t kMaxInsteadBytes = 8192; ///< of their payloads
 constexpr size_t kMaxValueBytes = 100;    ///< of a value in the sentence
 
-/// The name of an object type, or its number where it has none.
+/// The name of an object type, or its number if it has none.
 std::string typeText(uint32_t objectType);
 
 /// "2 seconds".
 std::string secondsText(double seconds);
 
-/// True when @p list has an object that is as @p filter says.
+/// True if @p list has an object that matches @p filter.
 bool hasWanted(const cObjectList& list, const MessageLog::Filter& filter);
 
-/// No message of @p log is as @p filter says: the reply names what came instead. Messages with an object of
-/// the type come before others.
+/// The reply if no message of @p log matches @p filter: it names what was received instead, first of all
+/// messages with an object of the type.
 Reply missedEvent(const MessageLog::Filter& filter, double seconds, const MessageLog& log);
 
-/// The message @p list came, and should not have.
+/// The reply if the message @p list was received and should not have been.
 Reply unwantedEvent(const MessageLog::Filter& filter, cObjectList* list);
 
-/// None of @p count answers was as @p filter says; @p last is the last of them, or null for none.
+/// The reply if none of @p count answers matches @p filter; @p last is the last of them or null.
 Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t count, const cObjectList* last);
 
 /// A reply with the type and the objects of @p list.

@@ -63,7 +63,7 @@ const WMsg* MessageLog::find(const Filter& filter, uint64_t since) const
     return found == mEntries.end() ? nullptr : &found->message;
 }
 
-MessageLog::Latest MessageLog::latest(const Filter& filter, size_t most, size_t payloadBytes) const
+MessageLog::Latest MessageLog::latest(const Filter& filter, size_t max, size_t payloadBytes) const
 {
     Latest latest;
     size_t left = payloadBytes;
@@ -71,7 +71,7 @@ MessageLog::Latest MessageLog::latest(const Filter& filter, size_t most, size_t 
     for (auto entry = mEntries.rbegin(); entry != mEntries.rend(); ++entry) {
         if (matches(filter, *entry)) {
             ++latest.all;
-            room = room && latest.entries.size() < most && entry->message.payload.size() <= left;
+            room = room && latest.entries.size() < max && entry->message.payload.size() <= left;
             if (room) {
                 left -= entry->message.payload.size();
                 latest.entries.push_back(&*entry);

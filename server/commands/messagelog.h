@@ -12,7 +12,7 @@
 
 namespace server {
 
-/// Keeps the messages of all devices that nobody has taken yet, the latest ones.
+/// Keeps the latest messages of all devices until a command takes them.
 class MessageLog
 {
 public:
@@ -22,45 +22,45 @@ public:
         size_t payloadBytes = 16 * 1024 * 1024;
     };
 
-    /// Which message is meant: what is not given matches all.
+    /// Selects messages; a member without a value matches all.
     struct Filter
     {
         std::optional<uint32_t> deviceSerial;
-        std::optional<uint32_t> objectType; ///< that of one of its objects at least
+        std::optional<uint32_t> objectType; ///< of at least one of its objects
         Conditions conditions;              ///< for the same object; they need an objectType
     };
 
     struct Entry
     {
-        uint64_t id; ///< what added() was before
+        uint64_t id; ///< the value of added() before
         uint32_t deviceSerial;
         WMsg message;
     };
 
-    /// The latest of those that were asked for.
+    /// The latest messages that match.
     struct Latest
     {
-        size_t all = 0;                    ///< how many there are
+        size_t all = 0;                    ///< how many match
         std::vector<const Entry*> entries; ///< oldest first; valid until the log changes
     };
 
     MessageLog() = default;
     explicit MessageLog(const Limits& limits) : mLimits(limits) {}
 
-    /// Appends @p message; the oldest ones go where there are then too many.
+    /// Appends @p message and drops the oldest ones beyond the limits.
     void add(uint32_t deviceSerial, WMsg message);
 
-    /// Moves the earliest message that matches into @p *message, looking only at those added since
-    /// added() was @p since. False when there is none.
+    /// Moves the earliest message that matches, of those added since added() was @p since, into @p *message.
+    /// False if there is none.
     bool take(const Filter& filter, uint64_t since, WMsg* message);
 
-    /// Like take(), but the message stays; null when there is none.
+    /// Like take(), but the message stays. Null if there is none.
     const WMsg* find(const Filter& filter, uint64_t since) const;
 
-    /// The latest messages that match: as many as have @p most messages and @p payloadBytes at most.
-    Latest latest(const Filter& filter, size_t most, size_t payloadBytes) const;
+    /// The latest messages that match, up to @p max messages and @p payloadBytes.
+    Latest latest(const Filter& filter, size_t max, size_t payloadBytes) const;
 
-    /// Takes all messages.
+    /// Removes all messages.
     void clear();
 
     /// How many messages have been added.

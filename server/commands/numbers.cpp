@@ -25,14 +25,14 @@ bool parseReal(std::string_view text, Real* value)
 
 } // namespace
 
-bool parseNumber(std::string_view text, uint32_t least, uint32_t most, uint32_t* value)
+bool parseNumber(std::string_view text, uint32_t min, uint32_t max, uint32_t* value)
 {
     const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
     const std::string_view digits = hex ? text.substr(2) : text;
     uint32_t number = 0;
     const char* const end = digits.data() + digits.size();
     const std::from_chars_result result = std::from_chars(digits.data(), end, number, hex ? 16 : 10);
-    if (result.ec != std::errc() || result.ptr != end || number < least || number > most) {
+    if (result.ec != std::errc() || result.ptr != end || number < min || number > max) {
         return false;
     }
     *value = number;

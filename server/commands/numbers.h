@@ -8,12 +8,12 @@
 
 namespace server {
 
-/// The longest time that a command or an option may name, in seconds.
+/// The maximum time in a command or an option, in seconds.
 constexpr double kMaxSeconds = 86400.0;
 
-/// Reads a whole number, decimal or hexadecimal after "0x", from @p least to @p most.
+/// Reads a whole number, decimal or hexadecimal after "0x", from @p min to @p max.
 /// False, and @p *value unchanged, for anything else.
-bool parseNumber(std::string_view text, uint32_t least, uint32_t most, uint32_t* value);
+bool parseNumber(std::string_view text, uint32_t min, uint32_t max, uint32_t* value);
 
 /// Reads a decimal number that a float can hold; NaN and infinity are none.
 bool parseFloat(std::string_view text, float* value);

@@ -31,8 +31,8 @@ private:
     TypedLine* mLine;
 };
 
-/// Writes without waiting for a reader. There is nowhere left to say that the error stream failed.
-void writeAsFarAsItGoes(int fd, const std::string& text)
+/// Writes what the reader takes without waiting. An error cannot be reported anywhere.
+void writeWithoutWaiting(int fd, const std::string& text)
 {
     size_t written = 0;
     while (written < text.size()) {
@@ -73,7 +73,7 @@ void Console::debug(const std::string& sentence)
 void Console::text(const std::string& lines)
 {
     const HideTypedLine aside(mTypedLine);
-    writeAsFarAsItGoes(mErrorFd, lines);
+    writeWithoutWaiting(mErrorFd, lines);
 }
 
 } // namespace server

@@ -9,7 +9,7 @@
 
 namespace server {
 
-/// What stands on the screen while the user types a command.
+/// The command that the user is typing, as it stands on the screen.
 class TypedLine
 {
 public:
@@ -18,16 +18,16 @@ public:
     virtual void show() = 0;
 };
 
-/// Keeps apart what the server says: JSON lines to its output, everything else to the error stream.
+/// Writes JSON lines to the output and everything else to the error stream.
 class Console
 {
 public:
-    /// @p errorFd is borrowed. @p verbose lets debug() through.
+    /// @p errorFd is borrowed. Without @p verbose debug() does nothing.
     Console(boost::asio::io_context& io, int outputFd, int errorFd, bool verbose);
 
     NonBlockingLineWriter& output() { return mOutput; }
 
-    /// @p typedLine, borrowed, steps aside for every line; null for none.
+    /// Hides @p typedLine, borrowed, while a line is written. Null for none.
     void setTypedLine(TypedLine* typedLine) { mTypedLine = typedLine; }
 
     /// Called with each line, before it is written.
@@ -36,7 +36,7 @@ public:
     /// Writes @p json, with the time of now, as one line.
     void line(const JsonPtr& json);
 
-    /// Writes the program's name and @p sentence as one line. Dropped where nobody reads the error stream.
+    /// Writes the program's name and @p sentence as one line; dropped if nobody reads the error stream.
     void report(const std::string& sentence);
     void debug(const std::string& sentence);
 

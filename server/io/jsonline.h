@@ -52,7 +52,7 @@ JsonPtr replyLine(const std::string& command, double seconds, Reply reply);
 /// The records of @p list as an array.
 JsonPtr objectsOf(const cObjectList& list);
 
-/// The word that stands for @p status.
+/// The word for @p status in a line.
 const char* statusWord(Reply::Status status);
 
 /// @p text, up to a NUL, with U+FFFD for bytes that are not UTF-8.

@@ -10,10 +10,10 @@
 
 namespace server {
 
-LineInput::LineInput(boost::asio::io_context& io, int fd, size_t mostBytes)
-    : mIo(io), mStream(io), mMostBytes(mostBytes)
+LineInput::LineInput(boost::asio::io_context& io, int fd, size_t maxBytes)
+    : mIo(io), mStream(io), mMaxBytes(maxBytes)
 {
-    // A program may well be started without a standard input.
+    // A program may be started without a standard input.
     const int copy = ::dup(fd);
     if (copy < 0) {
         mOpenError = errno == EBADF ? 0 : errno;
@@ -41,11 +41,11 @@ void LineInput::waitForInput()
     if (!mStream.is_open() || mHeld) {
         return;
     }
-    // Waiting and reading apart keeps the descriptor's modes: a terminal shares them with other programs.
+    // async_wait() leaves the descriptor blocking: a terminal shares its modes with other programs.
     mStream.async_wait(boost::asio::posix::stream_descriptor::wait_read,
                        [this](const boost::system::error_code& error) {
                            if (error == boost::asio::error::operation_not_supported) {
-                               // A file is not to be waited for; it is always ready.
+                               // A regular file cannot be waited for; it is always ready.
                                boost::asio::post(mIo, [this] { readNow(); });
                            } else if (!error) {
                                readNow();
@@ -92,7 +92,7 @@ void LineInput::take(const char* data, size_t size)
     const char* const end = data + size;
     while (data != end) {
         const char* const lineEnd = std::find(data, end, '\n');
-        const size_t room = mMostBytes + 1 - mLine.size();
+        const size_t room = mMaxBytes + 1 - mLine.size();
         mLine.append(data, std::min(room, static_cast<size_t>(lineEnd - data)));
         if (lineEnd == end) {
             return;

@@ -12,19 +12,19 @@ namespace server {
 class LineInput
 {
 public:
-    /// Reads from a duplicate of @p fd and leaves its modes as they are. A line longer than
-    /// @p mostBytes loses its end, but for one byte by which it shows.
-    LineInput(boost::asio::io_context& io, int fd, size_t mostBytes);
+    /// Reads from a duplicate of @p fd and leaves its modes as they are. A line longer than @p maxBytes is
+    /// cut after one byte more, so that the listener sees that it is too long.
+    LineInput(boost::asio::io_context& io, int fd, size_t maxBytes);
 
     /// Called for each line, without its end.
     std::function<void(const std::string&)> onLine;
 
-    /// Called once when the input can't be read any more, with the reason; not for its end.
+    /// Called once if the input cannot be read any more, with the reason; not at its end.
     std::function<void(const std::string&)> onError;
 
     void start();
 
-    /// Called from onLine: reads nothing after the block of input that is at hand, until resume().
+    /// Called from onLine: reads nothing after the current block of input until resume().
     void hold() { mHeld = true; }
     void resume();
 
@@ -38,7 +38,7 @@ private:
     boost::asio::io_context& mIo;
     boost::asio::posix::stream_descriptor mStream;
     int mOpenError = 0;
-    const size_t mMostBytes;
+    const size_t mMaxBytes;
     std::string mLine;
     bool mHeld = false;
 };

@@ -44,7 +44,7 @@ void NonBlockingLineWriter::writeLine(const std::string& line)
 bool NonBlockingLineWriter::finish(int timeoutMs)
 {
     if (mEnded) {
-        return true; // onWriteFailed has been told
+        return true; // onWriteFailed was called
     }
     while (!mEnded && mWritten < mPending.size() && writable(timeoutMs)) {
         writeSome();
@@ -66,7 +66,7 @@ bool NonBlockingLineWriter::writable(int timeoutMs) const
     return ready > 0;
 }
 
-/// Writes as much as a writable pipe takes without blocking. False when nothing can be written now.
+/// Writes as much as a writable pipe takes without blocking. False if nothing can be written now.
 bool NonBlockingLineWriter::writeSome()
 {
     const size_t size = std::min<size_t>(mPending.size() - mWritten, PIPE_BUF);

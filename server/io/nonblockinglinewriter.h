@@ -8,24 +8,23 @@
 
 namespace server {
 
-/// Writes whole lines to a descriptor without ever blocking on a reader that is slow.
+/// Writes lines to a descriptor without blocking on a slow reader.
 ///
-/// A line is on its way when writeLine() returns, as far as the reader takes it; the rest follows when it
-/// does.
+/// writeLine() writes as much as the reader takes at once; the event loop writes the rest.
 class NonBlockingLineWriter
 {
 public:
-    /// Above so many bytes that nobody reads, congested() asks for less.
+    /// congested() is true while more bytes than this wait.
     static constexpr size_t kCongestedBytes = 4 * 1024 * 1024;
 
     /// Writes to a duplicate of @p fd, a stream that outlives this object. Throws boost::system::system_error
     /// if the system grants no descriptor, as Asio does.
     NonBlockingLineWriter(boost::asio::io_context& io, int fd);
 
-    /// Called when a congested output is no longer so.
+    /// Called when congested() has become false.
     std::function<void()> onWritable;
 
-    /// Called once, from the event loop, when nothing can be written any more, with the reason.
+    /// Called once from the event loop, with the reason, if nothing can be written any more.
     std::function<void(const std::string&)> onWriteFailed;
 
     /// Appends @p line and a line end.
@@ -33,8 +32,8 @@ public:
 
     bool congested() const { return mCongested; }
 
-    /// Takes no further line, writes what is left and waits for a slow reader up to @p timeoutMs.
-    /// False when something was left.
+    /// Writes what is left, waiting for a slow reader up to @p timeoutMs, and accepts no further line. False
+    /// if something was left.
     bool finish(int timeoutMs);
 
 private:

@@ -16,7 +16,7 @@ constexpr int kKeyBytesMs = 50;
 constexpr int kHistoryLines = 500;
 constexpr char kPrompt[] = "zulserver> ";
 
-/// The editor's signature asks for text that it never writes to.
+/// The editor does not write to the text, although its signature allows that.
 char* promptText(EditLine*) { return const_cast<char*>(kPrompt); }
 
 int columnsOf(int fd)
@@ -68,7 +68,7 @@ void Prompt::setUpEditor()
     el_set(mEditor, EL_EDITOR, "emacs");
     el_set(mEditor, EL_HIST, history, mHistory);
     el_set(mEditor, EL_GETCFN, &Prompt::readKey);
-    // Nothing may end the input or read keys in a loop of its own.
+    // These would end the input, or read keys in a loop of their own.
     el_set(mEditor, EL_BIND, "^D", "ed-delete-next-char", nullptr);
     el_set(mEditor, EL_BIND, "\\ex", "ed-unassigned", nullptr);
     el_set(mEditor, EL_BIND, "\\eX", "ed-unassigned", nullptr);
@@ -122,7 +122,7 @@ void Prompt::waitForSignal()
         if (signal == SIGWINCH) {
             el_resize(mEditor);
         } else {
-            // The shell has set the terminal's modes while the program was stopped.
+            // While the program was stopped, the shell changed the terminal's modes.
             restart();
         }
         waitForSignal();
@@ -154,7 +154,7 @@ void Prompt::restart()
     el_set(mEditor, EL_UNBUFFERED, 1);
 }
 
-/// The editor's source of keys: the next character, however many bytes it has.
+/// Reads the next character for the editor.
 int Prompt::readKey(EditLine* editor, wchar_t* key)
 {
     void* data = nullptr;
@@ -178,7 +178,7 @@ int Prompt::readKey(EditLine* editor, wchar_t* key)
     }
 }
 
-/// A lone Escape would have the editor wait for the rest of a key; a bell ends such a key.
+/// After a lone Escape the editor waits for the rest of a key; a bell ends it.
 int Prompt::readByte(char* byte)
 {
     pollfd entry{mStream.native_handle(), POLLIN, 0};

@@ -15,15 +15,15 @@ namespace server {
 
 /// Lets a user type commands at a terminal, with editing and a history.
 ///
-/// Prompt and typed text go to the terminal itself. It never blocks the event loop for longer than a
-/// keystroke of several bytes takes to arrive.
+/// Prompt and typed text go to the terminal itself. It blocks the event loop only until all bytes of a key
+/// have arrived.
 class Prompt final : public TypedLine
 {
 public:
-    /// True when the program may edit lines at @p fd: a capable terminal, in the foreground.
+    /// True if the program may edit lines at @p fd: a capable terminal, in the foreground.
     static bool possibleAt(int fd);
 
-    /// Takes the terminal at @p fd, borrowed, over until the destructor gives it back as it was.
+    /// Changes the modes of the terminal at @p fd, borrowed; the destructor restores them.
     Prompt(boost::asio::io_context& io, int fd);
     ~Prompt() override;
     Prompt(const Prompt&) = delete;

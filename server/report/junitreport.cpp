@@ -28,7 +28,7 @@ std::string secondsAttribute(double seconds)
     return attribute("time", text.data());
 }
 
-/// ISO 8601 in UTC, without the zone, which the form has no place for.
+/// ISO 8601 in UTC; the schema permits no zone.
 std::string timestamp(std::time_t time)
 {
     std::tm parts = {};
@@ -104,7 +104,7 @@ void JunitReport::runFailed(const std::string& sentence)
     judge(Result::ERROR, statusWord(Reply::Status::ERROR), sentence);
 }
 
-/// Finds the case that the command @p text belongs to, a new one if need be.
+/// Opens a new case for the command @p text unless it belongs to the last one.
 void JunitReport::enter(const std::string& text)
 {
     const std::string name = caseName(text).value_or("");
@@ -125,7 +125,7 @@ void JunitReport::open(const std::string& name)
     mCases.back().name = name;
 }
 
-/// What is wrong first decides; a command that did not run only where nothing else was wrong.
+/// The first failure or error decides; a skipped command counts only if there is none.
 void JunitReport::judge(Result result, const std::string& type, const std::string& message)
 {
     Case& current = mCases.back();

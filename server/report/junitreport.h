@@ -12,15 +12,15 @@
 
 namespace server {
 
-/// Collects what becomes of the commands, as the JUnit XML that build servers read.
+/// Collects the results of the commands and writes them as the JUnit XML that build servers read.
 ///
-/// A command is a case; behind "case NAME" all commands up to the next one are a single case of this name.
+/// A command is a case; after "case NAME" all commands up to the next "case" are one case of this name.
 class JunitReport final : public CommandRunner::Watcher
 {
 public:
     struct Limits
     {
-        size_t cases = 10000;                       ///< commands beyond them count to the last case
+        size_t cases = 10000;                       ///< further commands belong to the last case
         size_t caseOutputBytes = 64 * 1024;         ///< the latest lines of a case
         size_t wholeOutputBytes = 16 * 1024 * 1024; ///< the latest lines of all
     };
@@ -31,16 +31,16 @@ public:
     void commandBegun(const std::string& text) override;
     void commandDone(Reply::Status status, const std::string& error, double seconds) override;
 
-    /// A line of the server's output; it belongs to the case that has begun last.
+    /// Adds a line of the server's output to the last case.
     void addLine(const std::string& line);
 
-    /// The run ends before the command that has begun is done.
+    /// The run ends before the running command is done.
     void cutOff();
 
     /// The run ends before this command has begun.
     void neverBegun(const std::string& text);
 
-    /// The run itself failed, for a reason that is no command's.
+    /// The run failed for a reason outside of the commands.
     void runFailed(const std::string& sentence);
 
     /// The whole report.
@@ -68,8 +68,8 @@ private:
         std::string name;
         Result result = Result::PASSED;
         std::string type;    ///< of a failure or an error: the status of the command
-        std::string message; ///< why it has not passed
-        std::string command; ///< that has not passed
+        std::string message; ///< why it did not pass
+        std::string command; ///< the one that did not pass
         double seconds = 0.0;
         Output output;
     };
@@ -89,7 +89,7 @@ private:
     std::deque<Case> mCases;
     Output mBefore; ///< the first case
     bool mGrouped = false;
-    std::string mCommand; ///< that has begun last
+    std::string mCommand; ///< the last one that has begun
     size_t mOutputBytes = 0;
     size_t mOldest = 0; ///< the first case that may have output
 };

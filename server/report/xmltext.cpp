@@ -29,7 +29,7 @@ size_t sizeBy(uint8_t first)
 /// The UTF-8 character (RFC 3629) at @p text.
 Character characterAt(const std::string& text, size_t at)
 {
-    constexpr uint32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
+    constexpr uint32_t kMin[] = {0, 0, 0x80, 0x800, 0x10000};
     const auto first = static_cast<uint8_t>(text[at]);
     const size_t size = sizeBy(first);
     if (size == 0 || size > text.size() - at) {
@@ -44,7 +44,7 @@ Character characterAt(const std::string& text, size_t at)
         code = code << 6U | (next & 0x3FU);
     }
     const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    return code < kLeast[size] || surrogate || code > 0x10FFFF ? Character() : Character{code, size};
+    return code < kMin[size] || surrogate || code > 0x10FFFF ? Character() : Character{code, size};
 }
 
 /// The production Char of XML 1.0.

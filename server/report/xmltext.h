@@ -5,8 +5,7 @@
 
 namespace server {
 
-// U+FFFD takes the place of bytes that are not UTF-8 and of characters that XML 1.0 has no place for, such as
-// most control characters.
+// Bytes that are not UTF-8, and characters that XML 1.0 does not permit, become U+FFFD.
 
 /// @p text as it stands between tags.
 std::string xmlText(const std::string& text);

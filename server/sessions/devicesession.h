@@ -14,8 +14,7 @@ namespace server {
 
 /// Talks to one device, from its connection to its end.
 ///
-/// The device is asked for its record at once; what it sends before it has answered is held back until
-/// then.
+/// It asks the device for its record at once, and holds back what the device sends before it has answered.
 class DeviceSession : public std::enable_shared_from_this<DeviceSession>, private AsioDriver::Owner
 {
 public:
@@ -27,7 +26,7 @@ public:
         /// The device has said who it is.
         virtual void sessionIdentified(DeviceSession& session) = 0;
 
-        /// A message that is not an answer; never before sessionIdentified().
+        /// A message that is not an answer, after sessionIdentified().
         virtual void sessionMessage(DeviceSession& session, WMsg&& message) = 0;
 
         /// Called once, the last call for this session.
@@ -52,18 +51,18 @@ public:
     /// Stops waiting for the answer to @p request.
     void giveUp(uint64_t request) { mDriver->session().giveUp(request); }
 
-    /// Sends @p message; should the device answer, the answer is dropped. False, and nothing is sent, while
-    /// the device leaves too many requests unanswered.
+    /// Sends @p message and drops its answer. False, and nothing is sent, if the device leaves too many
+    /// requests unanswered.
     bool send(WMsg message);
 
-    /// Closes the connection, which is told like any other end.
+    /// Closes the connection; the listener is told.
     void drop() { mDriver->close("it was dropped by a command"); }
 
     void resumeReading() { mDriver->resumeReading(); }
 
     const std::string& peer() const { return mDriver->peer(); }
 
-    /// What the device said of itself, or null before it did.
+    /// The record of the device, or null before it has sent it.
     const cObjectDevice* device() const { return mDevice ? &*mDevice : nullptr; }
 
 private:

@@ -69,7 +69,7 @@ std::optional<DeviceSessions::Ended> DeviceSessions::takeEnded(std::optional<uin
 
 void DeviceSessions::resumeReading()
 {
-    // Reading on may close a session and so change the list.
+    // Reading may close a session and so change the list.
     const std::vector<SessionPtr> sessions = mSessions;
     for (const SessionPtr& session : sessions) {
         session->resumeReading();
@@ -102,7 +102,7 @@ void DeviceSessions::sessionClosed(DeviceSession& session, const std::string& re
 {
     const auto found = std::find_if(mSessions.begin(), mSessions.end(),
                                     [&session](const SessionPtr& other) { return other.get() == &session; });
-    // The session is at work further up the stack, so it goes later.
+    // Functions of the session are on the stack, so it is destroyed later.
     boost::asio::post(mIo, [ended = std::move(*found)] {});
     mSessions.erase(found);
     Ended device;

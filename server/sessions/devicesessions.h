@@ -33,30 +33,30 @@ public:
     /// Records the connections that are added from now on.
     void setCapture(std::shared_ptr<cCaptureFile> capture) { mSettings.capture = std::move(capture); }
 
-    /// Takes over a client that was just accepted.
+    /// Takes over the socket of a new client.
     void add(boost::asio::ip::tcp::socket socket);
 
-    /// The one device that is meant, by its serial where one is given; null, and one sentence in
-    /// @p *problem, where there is none or more than one.
+    /// The only device, of those with @p serial if one is given. Null, with one sentence in @p *problem, if
+    /// there is none or more than one.
     SessionPtr pick(std::optional<uint32_t> serial, std::string* problem) const;
 
-    /// The device that has been there longest, of those with @p serial where one is given, or null.
+    /// The device that connected first, of those with @p serial if one is given, or null.
     SessionPtr first(std::optional<uint32_t> serial) const;
 
     /// The device of a connection, or nothing if it did not say who it is.
     using Ended = std::optional<cObjectDevice>;
 
-    /// Takes the earliest connection that has ended and that nobody has taken, of those to a device with
-    /// @p serial if one is given. Nothing if there is none.
+    /// Takes the connection that ended first, of those to a device with @p serial if one is given. Nothing if
+    /// there is none.
     std::optional<Ended> takeEnded(std::optional<uint32_t> serial);
 
-    /// Takes all connections that have ended.
+    /// Removes all connections that have ended.
     void forgetEnded() { mEnded.clear(); }
 
     /// Messages printed so far.
     uint64_t messages() const { return mMessages; }
 
-    /// Reads on from every device after the output was congested.
+    /// Resumes reading from every device after the output was congested.
     void resumeReading();
 
 private:
@@ -74,8 +74,8 @@ private:
     MessageLog& mLog;
     LinkSettings mSettings;
     LinkNumbers mNumbers;              ///< of messages to all devices
-    std::vector<SessionPtr> mSessions; ///< in the order of their coming
-    std::deque<Ended> mEnded;          ///< the latest kMaxEnded connections that nobody has taken
+    std::vector<SessionPtr> mSessions; ///< in the order of connecting
+    std::deque<Ended> mEnded;          ///< the latest kMaxEnded that no command took
     uint64_t mMessages = 0;
 };
 

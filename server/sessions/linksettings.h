@@ -9,19 +9,19 @@
 
 namespace server {
 
-/// How the connection to a device is kept, in milliseconds and bytes, and where it is recorded.
+/// Times in milliseconds and limits in bytes of the connection to a device, and its recording.
 struct LinkSettings
 {
     /// Nothing outlives a connection.
     LinkSession::Settings link{.keepsMessages = false};
 
-    int askAgainMs = 1000; ///< after an answer without a device record
+    int askAgainMs = 1000; ///< the pause after an answer without a device record
     int askAttempts = 5;
-    int identifyMs = 30000;              ///< until the device has said who it is
+    int identifyMs = 30000;              ///< the device must have sent its record by then
     size_t heldBytes = 16 * 1024 * 1024; ///< messages that wait for the device record
-    size_t heldMessageOverhead = 128;    ///< what each of those counts beside its payload
+    size_t heldMessageOverhead = 128;    ///< added to the payload of each
 
-    std::shared_ptr<cCaptureFile> capture; ///< null where nothing is recorded
+    std::shared_ptr<cCaptureFile> capture; ///< null if nothing is recorded
 };
 
 } // namespace server

@@ -9,7 +9,7 @@
 
 namespace server {
 
-/// Listens for TCP clients, whatever goes wrong with one of them.
+/// Listens for TCP clients.
 class PeerAcceptor
 {
 public:
@@ -17,11 +17,11 @@ public:
 
     std::function<void(boost::asio::ip::tcp::socket)> onPeer;
 
-    /// Called with one sentence when accepting begins to fail; it is tried again until it works.
+    /// Called with one sentence when accepting begins to fail; it is retried every second.
     std::function<void(const std::string&)> onError;
 
-    /// Listens at @p address, a name or a number, and @p port, where 0 picks a free one. Returns why that
-    /// is not possible, or an empty text.
+    /// Listens at @p address, a name or a number, and @p port; 0 picks a free one. Returns why that is not
+    /// possible, or an empty text.
     std::string open(const std::string& address, uint16_t port);
 
     /// Where it listens.
