@@ -37,16 +37,11 @@ void readTime(CommandWords* words, const std::string& name, Command* command, do
     }
 }
 
-void readTimeout(CommandWords* words, Command* command, double usual)
-{
-    readTime(words, "timeout", command, usual);
-}
-
 void readExchange(CommandWords* words, Command* command)
 {
     command->kind = Command::Kind::EXCHANGE;
     readDevice(words, command);
-    readTimeout(words, command, kAnswerSeconds);
+    readTime(words, "timeout", command, kAnswerSeconds);
 }
 
 void readGet(CommandWords* words, Command* command)
@@ -80,7 +75,7 @@ void readObjectType(CommandWords* words, Command* command)
 void readWait(CommandWords* words, Command* command)
 {
     readDevice(words, command);
-    readTimeout(words, command, kWaitSeconds);
+    readTime(words, "timeout", command, kWaitSeconds);
     const std::string word = words->word();
     if (word == "event") {
         command->kind = Command::Kind::WAIT_EVENT;
@@ -142,9 +137,8 @@ void readConditions(CommandWords* words, const std::vector<FieldToRead>& fields,
 
 void readExpectedEvent(CommandWords* words, std::string word, Command* command)
 {
-    command->kind = Command::Kind::EXPECT_EVENT;
+    command->kind = word == "no" ? Command::Kind::EXPECT_NO_EVENT : Command::Kind::EXPECT_EVENT;
     if (word == "no") {
-        command->kind = Command::Kind::EXPECT_NO_EVENT;
         word = words->word();
     }
     if (word == "event") {
@@ -217,6 +211,13 @@ void readSleep(CommandWords* words, Command* command)
     }
 }
 
+/// Reads a command that is a single word.
+template <Command::Kind Kind>
+void readAlone(CommandWords*, Command* command)
+{
+    command->kind = Kind;
+}
+
 struct Verb
 {
     const char* word;
@@ -228,21 +229,13 @@ constexpr Verb kVerbs[] = {
     {"set", readSet},
     {"wait", readWait},
     {"expect", readExpect},
-    {"forget", [](CommandWords*, Command* command) { command->kind = Command::Kind::FORGET; }},
+    {"forget", readAlone<Command::Kind::FORGET>},
     {"drop", readDrop},
     {"send", readSend},
     {"sleep", readSleep},
-    {"help", [](CommandWords*, Command* command) { command->kind = Command::Kind::HELP; }},
-    {"quit", [](CommandWords*, Command* command) { command->kind = Command::Kind::QUIT; }},
+    {"help", readAlone<Command::Kind::HELP>},
+    {"quit", readAlone<Command::Kind::QUIT>},
 };
-
-std::string readCase(const std::string& name, Command* command)
-{
-    command->kind = Command::Kind::CASE;
-    return name.empty() ? "The command needs a NAME." : "";
-}
-
-constexpr const char* kBlanks = " \t\r\n\v\f";
 
 } // namespace
 
@@ -270,7 +263,8 @@ std::string parseCommand(const std::string& line, Command* command)
     }
     *command = Command();
     if (const std::optional<std::string> name = caseName(trimmed(line))) {
-        return readCase(*name, command);
+        command->kind = Command::Kind::CASE;
+        return name->empty() ? "The command needs a NAME." : "";
     }
     CommandWords words(line);
     const std::string first = words.word();

@@ -9,8 +9,6 @@ namespace server {
 
 namespace {
 
-constexpr const char* kBlanks = " \t\r\n\v\f";
-
 /// The position after the text in quotation marks at @p begin; the end of the line if no mark closes it.
 size_t endOfMarked(const std::string& line, size_t begin)
 {
@@ -123,15 +121,6 @@ bool CommandWords::real(const std::string& name, float* value)
     if (!parseAnyFloat(text, value)) {
         fail(name + " is neither a decimal number that a float can hold nor nan, inf or -inf: " +
              quoted(text) + ".");
-        return false;
-    }
-    return true;
-}
-
-bool CommandWords::required(const std::string& name, std::string* value)
-{
-    if (!field(name, value)) {
-        fail("The command needs the field " + quoted(name) + ".");
         return false;
     }
     return true;

@@ -8,6 +8,9 @@
 
 namespace server {
 
+/// What separates words.
+constexpr const char* kBlanks = " \t\r\n\v\f";
+
 /// The value of a field.
 struct FieldValue
 {
@@ -34,9 +37,6 @@ public:
     /// Takes a number from @p min to @p max; false if the field is absent or wrong.
     bool number(const std::string& name, uint32_t min, uint32_t max, uint32_t* value);
     bool real(const std::string& name, float* value);
-
-    /// Like field(), and its absence is a mistake.
-    bool required(const std::string& name, std::string* value);
 
     /// Keeps @p sentence if it is the first mistake.
     void fail(const std::string& sentence);
