@@ -8,7 +8,6 @@
 #include <sstream>
 
 #include "server/commands/commandwords.h"
-#include "server/commands/numbers.h"
 
 namespace server {
 
@@ -84,27 +83,21 @@ std::string readCommands(const std::string& path, std::vector<std::string>* comm
 /// Checks the options. Returns what is wrong with them, or an empty text.
 std::string check(const CLI::App& app, const RawOptions& raw, Options* options)
 {
-    uint32_t number = 0;
-    if (!parseNumber(raw.port, 0, 65535, &number)) {
+    const std::optional<uint32_t> port = parseNumber(raw.port, 0, 65535);
+    if (!port) {
         return numberMistake("--port", raw.port, 0, 65535);
     }
-    options->port = static_cast<uint16_t>(number);
+    options->port = static_cast<uint16_t>(*port);
     if (options->listen.empty()) {
         return "--listen needs an address.";
     }
-    if (app.count("--count") > 0) {
-        if (!parseNumber(raw.count, 1, 0xFFFFFFFF, &number)) {
-            return numberMistake("--count", raw.count, 1, 0xFFFFFFFF);
-        }
-        options->count = number;
+    options->count = parseNumber(raw.count, 1);
+    if (app.count("--count") > 0 && !options->count) {
+        return numberMistake("--count", raw.count, 1);
     }
-    if (app.count("--timeout") > 0) {
-        double seconds = 0.0;
-        if (!parseSeconds(raw.timeout, &seconds) || seconds == 0.0) {
-            return "--timeout is not a number of seconds above 0 and up to 86400: " + quoted(raw.timeout) +
-                   ".";
-        }
-        options->timeout = seconds;
+    options->timeout = parseSeconds(raw.timeout);
+    if (app.count("--timeout") > 0 && options->timeout.value_or(0.0) == 0.0) {
+        return "--timeout is not a number of seconds above 0 and up to 86400: " + quoted(raw.timeout) + ".";
     }
     const bool fileGiven = app.count("--commands") > 0;
     options->commandsGiven = fileGiven || app.count("--command") > 0;

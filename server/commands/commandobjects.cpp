@@ -1,6 +1,5 @@
 #include "server/commands/commandobjects.h"
 
-#include "server/commands/numbers.h"
 #include "zulobj/ainput.h"
 #include "zulobj/aoutput.h"
 #include "zulobj/asample.h"
@@ -13,53 +12,47 @@ namespace server {
 
 namespace {
 
-constexpr uint32_t kMax = 0xFFFFFFFF;
-
-uint32_t readSerial(CommandWords* words)
-{
-    uint32_t serial = cObject::kWildcard;
-    words->number("serial", 0, kMax, &serial);
-    return serial;
-}
+uint32_t readSerial(CommandWords* words) { return words->number("serial").value_or(cObject::kWildcard); }
 
 uint32_t readNumberWord(CommandWords* words, const std::string& name, uint32_t min)
 {
-    uint32_t number = 0;
     const std::string word = words->word();
-    if (word.empty()) {
-        words->fail("The command needs " + name + ".");
-    } else if (!parseNumber(word, min, kMax, &number)) {
-        words->fail(numberMistake(name, word, min, kMax));
+    const std::optional<uint32_t> number = parseNumber(word, min);
+    if (!number) {
+        words->fail(word.empty() ? "The command needs " + name + "." : numberMistake(name, word, min));
     }
-    return number;
+    return number.value_or(0);
 }
 
 uint32_t readPort(CommandWords* words, bool required)
 {
     const std::string word = words->word();
-    uint32_t port = cObject::kWildcard;
     if (word.empty() && required) {
         words->fail("The command needs a PORT, or * for every port.");
-    } else if (!word.empty() && word != "*" && !parseNumber(word, 1, kMax, &port)) {
+    }
+    if (word.empty() || word == "*") {
+        return cObject::kWildcard;
+    }
+    const std::optional<uint32_t> port = parseNumber(word, 1);
+    if (!port) {
         words->fail("PORT is neither * nor a whole number from 1 to 4294967295: " + quoted(word) + ".");
     }
-    return port;
+    return port.value_or(0);
 }
 
 /// Returns OBJ_IO_STATE_UNKNOWN if the field is absent or wrong.
 cObject::eObjectIOState readState(CommandWords* words, const std::string& name)
 {
-    std::string text;
-    if (!words->field(name, &text)) {
-        return cObject::OBJ_IO_STATE_UNKNOWN;
-    }
+    const std::optional<std::string> text = words->text(name);
     if (text == "high") {
         return cObject::OBJ_IO_STATE_SET;
     }
     if (text == "low") {
         return cObject::OBJ_IO_STATE_CLEAR;
     }
-    words->fail(name + " is neither high nor low: " + quoted(text) + ".");
+    if (text) {
+        words->fail(name + " is neither high nor low: " + quoted(*text) + ".");
+    }
     return cObject::OBJ_IO_STATE_UNKNOWN;
 }
 
@@ -77,9 +70,8 @@ std::shared_ptr<cObject> getPort(CommandWords* words)
     auto port = std::make_shared<Port>();
     port->setPortId(readPort(words, false));
     port->setDeviceSerial(readSerial(words));
-    uint32_t portType = 0;
-    if (words->number("portType", 0, kMax, &portType)) {
-        port->setPortType(portType);
+    if (const auto portType = words->number("portType")) {
+        port->setPortType(*portType);
     }
     return port;
 }
@@ -107,7 +99,7 @@ std::shared_ptr<cObject> setDInput(CommandWords* words)
     auto port = portToSet<cObjectDInput>(words);
     port->setDefaultState(readState(words, "default"));
     if (port->getDefaultState() == cObject::OBJ_IO_STATE_UNKNOWN) {
-        words->fail("The command needs the field \"default\".");
+        words->failWithout("default");
     }
     return port;
 }
@@ -123,16 +115,14 @@ std::shared_ptr<cObject> setDOutput(CommandWords* words)
 std::shared_ptr<cObject> setAInput(CommandWords* words)
 {
     auto port = portToSet<cObjectAInput>(words);
-    uint32_t rate = 0;
-    if (words->number("rate", 0, kMax, &rate)) {
-        port->setSampleRate(rate);
+    if (const auto rate = words->number("rate")) {
+        port->setSampleRate(*rate);
     }
-    float number = 0.0F;
-    if (words->real("gain", &number)) {
-        port->setGain(number);
+    if (const auto gain = words->real("gain")) {
+        port->setGain(*gain);
     }
-    if (words->real("offset", &number)) {
-        port->setOffset(number);
+    if (const auto offset = words->real("offset")) {
+        port->setOffset(*offset);
     }
     return port;
 }
@@ -140,11 +130,10 @@ std::shared_ptr<cObject> setAInput(CommandWords* words)
 std::shared_ptr<cObject> setAOutput(CommandWords* words)
 {
     auto port = portToSet<cObjectAOutput>(words);
-    float value = 0.0F;
-    if (words->real("value", &value)) {
-        port->setSampledValue(value);
+    if (const auto value = words->real("value")) {
+        port->setSampledValue(*value);
     } else {
-        words->fail("The command needs the field \"value\".");
+        words->failWithout("value");
     }
     return port;
 }
@@ -178,12 +167,9 @@ constexpr ObjectWord kSetWords[] = {
 template <size_t N>
 void readObject(const std::string& verb, const ObjectWord (&known)[N], CommandWords* words, Command* command)
 {
-    uint32_t number = 0;
-    if (words->number("object", 0, kMax, &number)) {
-        command->object = std::make_shared<cObject>(static_cast<eObjectTypes>(number));
-        if (words->number("serial", 0, kMax, &number)) {
-            command->objectSerial = number;
-        }
+    if (const auto type = words->number("object")) {
+        command->object = std::make_shared<cObject>(static_cast<eObjectTypes>(*type));
+        command->objectSerial = words->number("serial");
         return;
     }
     const std::string word = words->word();

@@ -5,7 +5,6 @@
 #include "server/commands/commandobjects.h"
 #include "server/commands/commandwords.h"
 #include "server/commands/expectation.h"
-#include "server/commands/numbers.h"
 #include "server/io/jsonline.h"
 #include "zulobj/objectlist.h"
 
@@ -13,34 +12,22 @@ namespace server {
 
 namespace {
 
-constexpr uint32_t kMax = 0xFFFFFFFF;
 constexpr double kAnswerSeconds = 5.0;
 constexpr double kWaitSeconds = 10.0;
 
-void readDevice(CommandWords* words, Command* command)
-{
-    uint32_t serial = 0;
-    if (words->number("device", 0, kMax, &serial)) {
-        command->device = serial;
-    }
-}
-
 void readTime(CommandWords* words, const std::string& name, Command* command, double usual)
 {
-    command->seconds = usual;
-    std::string text;
-    if (!words->field(name, &text)) {
-        return;
-    }
-    if (!parseSeconds(text, &command->seconds) || command->seconds == 0.0) {
-        words->fail(name + " is not a number of seconds above 0 and up to 86400: " + quoted(text) + ".");
+    const std::optional<std::string> text = words->text(name);
+    command->seconds = text ? parseSeconds(*text).value_or(0.0) : usual;
+    if (command->seconds == 0.0) {
+        words->fail(name + " is not a number of seconds above 0 and up to 86400: " + quoted(*text) + ".");
     }
 }
 
 void readExchange(CommandWords* words, Command* command)
 {
     command->kind = Command::Kind::EXCHANGE;
-    readDevice(words, command);
+    command->device = words->number("device");
     readTime(words, "timeout", command, kAnswerSeconds);
 }
 
@@ -65,16 +52,17 @@ void readObjectType(CommandWords* words, Command* command)
     if (word.empty()) {
         return;
     }
-    if (!zuldict::valueOf(zuldict::objectTypes(), word.c_str(), &type) &&
-        !parseNumber(word, 0, kMax, &type)) {
+    command->objectType = zuldict::valueOf(zuldict::objectTypes(), word.c_str(), &type)
+                              ? std::make_optional(type)
+                              : parseNumber(word);
+    if (!command->objectType) {
         words->fail(quoted(word) + " is no type of an object.");
     }
-    command->objectType = type;
 }
 
 void readWait(CommandWords* words, Command* command)
 {
-    readDevice(words, command);
+    command->device = words->number("device");
     readTime(words, "timeout", command, kWaitSeconds);
     const std::string word = words->word();
     if (word == "event") {
@@ -99,10 +87,9 @@ struct FieldToRead
 std::vector<FieldToRead> takeDictionaryFields(CommandWords* words)
 {
     std::vector<FieldToRead> fields;
-    FieldValue value;
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
-        if (words->field(entry.name, &value)) {
-            fields.push_back({&entry, value});
+        if (std::optional<FieldValue> value = words->field(entry.name)) {
+            fields.push_back({&entry, *std::move(value)});
         }
     }
     return fields;
@@ -160,10 +147,9 @@ void readExpectedAnswer(CommandWords* words, Command* command)
 
 void readExpect(CommandWords* words, Command* command)
 {
-    readDevice(words, command);
+    command->device = words->number("device");
     readTime(words, "within", command, kWaitSeconds);
-    std::string ignored;
-    if (words->field("timeout", &ignored)) {
+    if (words->field("timeout")) {
         words->fail("The command takes within=S, not timeout=S.");
     }
     // Before the fields of get: portType is one of them, and is a condition here.
@@ -182,21 +168,20 @@ void readExpect(CommandWords* words, Command* command)
 void readSend(CommandWords* words, Command* command)
 {
     command->kind = Command::Kind::SEND;
-    readDevice(words, command);
-    uint32_t type = 0;
-    if (words->number("type", 0, 255, &type)) {
-        command->msgType = static_cast<uint8_t>(type);
-    } else {
-        words->fail("The command needs the field \"type\".");
+    command->device = words->number("device");
+    const std::optional<uint32_t> type = words->number("type", 0, 255);
+    if (!type) {
+        words->failWithout("type");
     }
+    command->msgType = static_cast<uint8_t>(type.value_or(0));
 }
 
 void readDrop(CommandWords* words, Command* command)
 {
     command->kind = Command::Kind::DROP;
-    readDevice(words, command);
+    command->device = words->number("device");
     if (!command->device) {
-        words->fail("The command needs the field \"device\".");
+        words->failWithout("device");
     }
 }
 
@@ -204,9 +189,11 @@ void readSleep(CommandWords* words, Command* command)
 {
     command->kind = Command::Kind::SLEEP;
     const std::string word = words->word();
+    const std::optional<double> seconds = parseSeconds(word);
+    command->seconds = seconds.value_or(0.0);
     if (word.empty()) {
         words->fail("The command needs a number of seconds.");
-    } else if (!parseSeconds(word, &command->seconds)) {
+    } else if (!seconds) {
         words->fail("The time is not a number of seconds from 0 to 86400: " + quoted(word) + ".");
     }
 }

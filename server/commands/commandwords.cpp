@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "server/commands/numbers.h"
 #include "server/io/jsonline.h"
 
 namespace server {
@@ -78,52 +77,37 @@ bool CommandWords::readMarked(FieldValue* value)
 
 std::string CommandWords::word() { return mNext == mWords.size() ? std::string() : mWords[mNext++]; }
 
-bool CommandWords::field(const std::string& name, FieldValue* value)
+std::optional<FieldValue> CommandWords::field(const std::string& name)
 {
-    const auto found = mFields.find(name);
-    if (found == mFields.end()) {
-        return false;
-    }
-    *value = std::move(found->second);
-    mFields.erase(found);
-    return true;
+    const auto node = mFields.extract(name);
+    return node ? std::make_optional(node.mapped()) : std::nullopt;
 }
 
-bool CommandWords::field(const std::string& name, std::string* value)
+std::optional<std::string> CommandWords::text(const std::string& name)
 {
-    FieldValue whole;
-    if (!field(name, &whole)) {
-        return false;
-    }
-    *value = std::move(whole.text);
-    return true;
+    const std::optional<FieldValue> value = field(name);
+    return value ? std::make_optional(value->text) : std::nullopt;
 }
 
-bool CommandWords::number(const std::string& name, uint32_t min, uint32_t max, uint32_t* value)
+std::optional<uint32_t> CommandWords::number(const std::string& name, uint32_t min, uint32_t max)
 {
-    std::string text;
-    if (!field(name, &text)) {
-        return false;
+    const std::optional<std::string> value = text(name);
+    const std::optional<uint32_t> number = value ? parseNumber(*value, min, max) : std::nullopt;
+    if (value && !number) {
+        fail(numberMistake(name, *value, min, max));
     }
-    if (!parseNumber(text, min, max, value)) {
-        fail(numberMistake(name, text, min, max));
-        return false;
-    }
-    return true;
+    return number;
 }
 
-bool CommandWords::real(const std::string& name, float* value)
+std::optional<float> CommandWords::real(const std::string& name)
 {
-    std::string text;
-    if (!field(name, &text)) {
-        return false;
-    }
-    if (!parseAnyFloat(text, value)) {
+    const std::optional<std::string> value = text(name);
+    const std::optional<float> number = value ? parseAnyFloat(*value) : std::nullopt;
+    if (value && !number) {
         fail(name + " is neither a decimal number that a float can hold nor nan, inf or -inf: " +
-             quoted(text) + ".");
-        return false;
+             quoted(*value) + ".");
     }
-    return true;
+    return number;
 }
 
 void CommandWords::fail(const std::string& sentence)
@@ -135,8 +119,8 @@ void CommandWords::fail(const std::string& sentence)
 
 std::string CommandWords::finish()
 {
-    if (mNext < mWords.size()) {
-        fail("The command does not take " + quoted(mWords[mNext]) + ".");
+    if (const std::string left = word(); !left.empty()) {
+        fail("The command does not take " + quoted(left) + ".");
     }
     if (!mFields.empty()) {
         fail("The command does not take the field " + quoted(mFields.begin()->first) + ".");

@@ -3,8 +3,11 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "server/commands/numbers.h"
 
 namespace server {
 
@@ -30,13 +33,15 @@ public:
     /// Takes the next word that is no field; an empty text, and no mistake, if there is none.
     std::string word();
 
-    /// Takes the value of a field; false if the line has no such field.
-    bool field(const std::string& name, std::string* value);
-    bool field(const std::string& name, FieldValue* value);
+    // These take the value of a field. Nothing if the line has no such field, or a wrong one.
 
-    /// Takes a number from @p min to @p max; false if the field is absent or wrong.
-    bool number(const std::string& name, uint32_t min, uint32_t max, uint32_t* value);
-    bool real(const std::string& name, float* value);
+    std::optional<FieldValue> field(const std::string& name);
+    std::optional<std::string> text(const std::string& name);
+    std::optional<uint32_t> number(const std::string& name, uint32_t min = 0, uint32_t max = kMaxNumber);
+    std::optional<float> real(const std::string& name);
+
+    /// The mistake that the command needs the field @p name.
+    void failWithout(const std::string& name) { fail("The command needs the field \"" + name + "\"."); }
 
     /// Keeps @p sentence if it is the first mistake.
     void fail(const std::string& sentence);
@@ -60,7 +65,8 @@ private:
 std::string quoted(const std::string& text);
 
 /// The sentence that @p name is not a whole number from @p min to @p max.
-std::string numberMistake(const std::string& name, const std::string& text, uint32_t min, uint32_t max);
+std::string numberMistake(const std::string& name, const std::string& text, uint32_t min = 0,
+                          uint32_t max = kMaxNumber);
 
 } // namespace server
 

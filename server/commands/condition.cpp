@@ -3,15 +3,12 @@
 #include <algorithm>
 #include <limits>
 
-#include "server/commands/numbers.h"
 #include "server/io/jsonline.h"
 #include "zulobj/jsonvalue.h"
 
 namespace server {
 
 namespace {
-
-constexpr uint32_t kMax = 0xFFFFFFFF;
 
 /// The float that is nearest to @p number; the largest ones beyond them.
 float toFloat(double number)
@@ -59,12 +56,13 @@ std::string Condition::readValue(const FieldValue& value)
 
 std::string Condition::readNumber(const std::string& text)
 {
-    if (parseNumber(text, 0, kMax, &mNumber) ||
-        (mField->names != nullptr && zuldict::valueOf(*mField->names, text.c_str(), &mNumber))) {
+    const std::optional<uint32_t> number = parseNumber(text);
+    mNumber = number.value_or(0);
+    if (number || (mField->names != nullptr && zuldict::valueOf(*mField->names, text.c_str(), &mNumber))) {
         return {};
     }
     return mField->names == nullptr
-               ? numberMistake(mField->name, text, 0, kMax)
+               ? numberMistake(mField->name, text)
                : mField->name + (" is neither a whole number nor one of " + namesOf(*mField->names)) + ": " +
                      quoted(text) + ".";
 }
@@ -72,17 +70,19 @@ std::string Condition::readNumber(const std::string& text)
 std::string Condition::readFloat(const std::string& text)
 {
     const size_t mark = text.find('~');
-    double number = 0.0;
-    double tolerance = 0.0;
-    if (mark == std::string::npos && parseFloat(text, &mMin)) {
-        mMax = mMin;
-        return {};
-    }
-    if (mark != std::string::npos && parseDouble(text.substr(0, mark), &number) &&
-        parseDouble(text.substr(mark + 1), &tolerance) && tolerance >= 0.0) {
-        mMin = toFloat(number - tolerance);
-        mMax = toFloat(number + tolerance);
-        return {};
+    if (mark == std::string::npos) {
+        if (const auto number = parseFloat(text)) {
+            mMin = mMax = *number;
+            return {};
+        }
+    } else {
+        const auto number = parseDouble(text.substr(0, mark));
+        const auto tolerance = parseDouble(text.substr(mark + 1));
+        if (number && tolerance && *tolerance >= 0.0) {
+            mMin = toFloat(*number - *tolerance);
+            mMax = toFloat(*number + *tolerance);
+            return {};
+        }
     }
     return mField->name +
            (" is neither a decimal number that a float can hold, nor N~T, nor null: " + quoted(text) + ".");

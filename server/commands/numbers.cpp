@@ -10,61 +10,52 @@ namespace server {
 
 namespace {
 
-template <class Real>
-bool parseReal(std::string_view text, Real* value)
+template <class Number, class... Format>
+std::optional<Number> parse(std::string_view text, Format... format)
 {
-    Real number = 0;
+    Number number = 0;
     const char* const end = text.data() + text.size();
-    const std::from_chars_result result = std::from_chars(text.data(), end, number);
-    if (result.ec != std::errc() || result.ptr != end || !std::isfinite(number)) {
-        return false;
-    }
-    *value = number;
-    return true;
+    const std::from_chars_result result = std::from_chars(text.data(), end, number, format...);
+    return result.ec == std::errc() && result.ptr == end ? std::make_optional(number) : std::nullopt;
+}
+
+template <class Real>
+std::optional<Real> parseFinite(std::string_view text)
+{
+    const std::optional<Real> number = parse<Real>(text);
+    return number && std::isfinite(*number) ? number : std::nullopt;
 }
 
 } // namespace
 
-bool parseNumber(std::string_view text, uint32_t min, uint32_t max, uint32_t* value)
+std::optional<uint32_t> parseNumber(std::string_view text, uint32_t min, uint32_t max)
 {
     const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
-    const std::string_view digits = hex ? text.substr(2) : text;
-    uint32_t number = 0;
-    const char* const end = digits.data() + digits.size();
-    const std::from_chars_result result = std::from_chars(digits.data(), end, number, hex ? 16 : 10);
-    if (result.ec != std::errc() || result.ptr != end || number < min || number > max) {
-        return false;
-    }
-    *value = number;
-    return true;
+    const std::optional<uint32_t> number = parse<uint32_t>(hex ? text.substr(2) : text, hex ? 16 : 10);
+    return number && *number >= min && *number <= max ? number : std::nullopt;
 }
 
-bool parseFloat(std::string_view text, float* value) { return parseReal(text, value); }
+std::optional<float> parseFloat(std::string_view text) { return parseFinite<float>(text); }
 
-bool parseAnyFloat(std::string_view text, float* value)
+std::optional<float> parseAnyFloat(std::string_view text)
 {
     using Limits = std::numeric_limits<float>;
     constexpr std::pair<std::string_view, float> kNames[] = {
         {"nan", Limits::quiet_NaN()}, {"inf", Limits::infinity()}, {"-inf", -Limits::infinity()}};
     for (const auto& [name, number] : kNames) {
         if (text == name) {
-            *value = number;
-            return true;
+            return number;
         }
     }
-    return parseFloat(text, value);
+    return parseFloat(text);
 }
 
-bool parseDouble(std::string_view text, double* value) { return parseReal(text, value); }
+std::optional<double> parseDouble(std::string_view text) { return parseFinite<double>(text); }
 
-bool parseSeconds(std::string_view text, double* value)
+std::optional<double> parseSeconds(std::string_view text)
 {
-    double seconds = 0.0;
-    if (!parseReal(text, &seconds) || std::signbit(seconds) || seconds > kMaxSeconds) {
-        return false;
-    }
-    *value = seconds;
-    return true;
+    const std::optional<double> seconds = parseDouble(text);
+    return seconds && !std::signbit(*seconds) && *seconds <= kMaxSeconds ? seconds : std::nullopt;
 }
 
 } // namespace server

@@ -4,28 +4,31 @@
 // Reads numbers from text, whatever the locale: the whole text must be the number.
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace server {
 
+/// The maximum of a whole number.
+constexpr uint32_t kMaxNumber = 0xFFFFFFFF;
+
 /// The maximum time in a command or an option, in seconds.
 constexpr double kMaxSeconds = 86400.0;
 
-/// Reads a whole number, decimal or hexadecimal after "0x", from @p min to @p max.
-/// False, and @p *value unchanged, for anything else.
-bool parseNumber(std::string_view text, uint32_t min, uint32_t max, uint32_t* value);
+/// A whole number, decimal or hexadecimal after "0x", from @p min to @p max.
+std::optional<uint32_t> parseNumber(std::string_view text, uint32_t min = 0, uint32_t max = kMaxNumber);
 
-/// Reads a decimal number that a float can hold; NaN and infinity are none.
-bool parseFloat(std::string_view text, float* value);
+/// A decimal number that a float can hold, not NaN or infinity.
+std::optional<float> parseFloat(std::string_view text);
 
 /// The same, and also "nan", "inf" and "-inf".
-bool parseAnyFloat(std::string_view text, float* value);
+std::optional<float> parseAnyFloat(std::string_view text);
 
 /// The same as parseFloat() for a double.
-bool parseDouble(std::string_view text, double* value);
+std::optional<double> parseDouble(std::string_view text);
 
-/// Reads a time in decimal seconds from 0 to kMaxSeconds.
-bool parseSeconds(std::string_view text, double* value);
+/// A time in decimal seconds from 0 to kMaxSeconds.
+std::optional<double> parseSeconds(std::string_view text);
 
 } // namespace server
 

@@ -28,9 +28,8 @@ std::string readCondition(const std::string& line, Condition* condition)
 {
     CommandWords words(line);
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
-        FieldValue value;
-        if (words.field(entry.name, &value)) {
-            return Condition::read(entry, value, condition);
+        if (const std::optional<FieldValue> value = words.field(entry.name)) {
+            return Condition::read(entry, *value, condition);
         }
     }
     return words.finish();
