@@ -107,20 +107,6 @@ std::string secondsText(double seconds)
     return text.str();
 }
 
-bool hasWanted(const cObjectList& list, const MessageLog::Filter& filter)
-{
-    const JsonPtr objects = objectsOf(list);
-    const JsonPtr type(zulobj::typeToJSON(*filter.objectType));
-    for (size_t i = 0; i < json_array_size(objects.get()); ++i) {
-        const json_t* object = json_array_get(objects.get(), i);
-        if (json_equal(json_object_get(object, "type"), type.get()) == 1 &&
-            allHold(filter.conditions, object)) {
-            return true;
-        }
-    }
-    return false;
-}
-
 Reply missedEvent(const MessageLog::Filter& filter, double seconds, const MessageLog& log)
 {
     const MessageLog::Latest all = log.latest({filter.deviceSerial, {}, {}}, kMaxInstead, kMaxInsteadBytes);
@@ -151,18 +137,16 @@ Reply unwantedEvent(const MessageLog::Filter& filter, cObjectList* list)
     return reply;
 }
 
-Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t count, const cObjectList* last)
+Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t count, Reply last)
 {
     const std::string within = " within " + secondsText(seconds);
-    if (last == nullptr) {
+    if (count == 0) {
         return failedReply("No answer came" + within + "; " + wantedText(filter) + " was expected.");
     }
-    Reply reply = replyWith(*last);
-    reply.status = Reply::Status::FAILED;
-    reply.error = "No answer had an " + wantedText(filter) + within + "; " + std::to_string(count) +
-                  (count == 1 ? " answer came" : " answers came") + lastText(reply.objects.get(), filter) +
-                  ".";
-    return reply;
+    last.status = Reply::Status::FAILED;
+    last.error = "No answer had an " + wantedText(filter) + within + "; " + std::to_string(count) +
+                 (count == 1 ? " answer came" : " answers came") + lastText(last.objects.get(), filter) + ".";
+    return last;
 }
 
 Reply replyWith(const cObjectList& list)

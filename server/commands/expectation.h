@@ -24,9 +24,6 @@ std::string typeText(uint32_t objectType);
 /// "2 seconds".
 std::string secondsText(double seconds);
 
-/// True if @p list has an object that matches @p filter.
-bool hasWanted(const cObjectList& list, const MessageLog::Filter& filter);
-
 /// The reply if no message of @p log matches @p filter: it names what was received instead, first of all
 /// messages with an object of the type.
 Reply missedEvent(const MessageLog::Filter& filter, double seconds, const MessageLog& log);
@@ -34,8 +31,8 @@ Reply missedEvent(const MessageLog::Filter& filter, double seconds, const Messag
 /// The reply if the message @p list was received and should not have been.
 Reply unwantedEvent(const MessageLog::Filter& filter, cObjectList* list);
 
-/// The reply if none of @p count answers matches @p filter; @p last is the last of them or null.
-Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t count, const cObjectList* last);
+/// The reply if none of @p count answers matches @p filter; @p last is the reply with the last one.
+Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t count, Reply last);
 
 /// A reply with the type and the objects of @p list.
 Reply replyWith(const cObjectList& list);

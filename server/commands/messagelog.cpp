@@ -20,6 +20,8 @@ bool allHold(const Conditions& conditions, WendleObject object)
     return record->parse(&object, nullptr).isOk() && allHold(conditions, JsonPtr(record->getJSONObj()).get());
 }
 
+} // namespace
+
 bool hasObject(const WMsg& message, uint32_t type, const Conditions& conditions)
 {
     WObjectReader reader(message.payload.data(), message.payload.size());
@@ -31,8 +33,6 @@ bool hasObject(const WMsg& message, uint32_t type, const Conditions& conditions)
     }
     return false;
 }
-
-} // namespace
 
 void MessageLog::add(uint32_t deviceSerial, WMsg message)
 {

@@ -12,6 +12,9 @@
 
 namespace server {
 
+/// True if @p message has an object of @p type for which @p conditions hold.
+bool hasObject(const WMsg& message, uint32_t type, const Conditions& conditions);
+
 /// Keeps the latest messages of all devices until a command takes them.
 class MessageLog
 {

@@ -192,24 +192,19 @@ void CommandRunner::answered(const WMsg* answer)
         return;
     }
     mRun->session.reset();
-    auto list = std::make_shared<cObjectList>();
-    const WStatus status = list->decode(*answer);
-    if (status.isOk()) {
-        takeAnswer(std::move(list));
-    } else {
+    cObjectList list;
+    const WStatus status = list.decode(*answer);
+    const Command& command = mRun->command;
+    if (!status.isOk()) {
         fail("The answer was not understood: " + status.text() + ".");
+    } else if (command.kind == Command::Kind::EXCHANGE ||
+               hasObject(*answer, *command.objectType, command.conditions)) {
+        end(replyWith(list));
+    } else {
+        mRun->lastAnswer = replyWith(list);
+        ++mRun->answers;
+        wakeUp(&mAskTimer, kAskAgainPause, &CommandRunner::exchange);
     }
-}
-
-void CommandRunner::takeAnswer(std::shared_ptr<cObjectList> answer)
-{
-    if (mRun->command.kind == Command::Kind::EXCHANGE || hasWanted(*answer, mRun->filter)) {
-        end(replyWith(*answer));
-        return;
-    }
-    mRun->lastAnswer = std::move(answer);
-    ++mRun->answers;
-    wakeUp(&mAskTimer, kAskAgainPause, &CommandRunner::exchange);
 }
 
 void CommandRunner::send()
@@ -335,7 +330,7 @@ void CommandRunner::timeUp()
         end(missedEvent(mRun->filter, seconds, mLog));
         break;
     case Command::Kind::EXPECT_ANSWER:
-        end(missedAnswer(mRun->filter, seconds, mRun->answers, mRun->lastAnswer.get()));
+        end(missedAnswer(mRun->filter, seconds, mRun->answers, std::move(mRun->lastAnswer)));
         break;
     case Command::Kind::WAIT_EVENT:
         timedOut("No such event came");

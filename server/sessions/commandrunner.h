@@ -88,8 +88,8 @@ private:
         uint64_t request = 0;                 ///< the number for giveUp()
         MessageLog::Filter filter;            ///< for the message or object that the command waits for
         uint64_t scannedUpTo = 0;             ///< messages before this one do not match
-        size_t answers = 0;
-        std::shared_ptr<cObjectList> lastAnswer; ///< the last one that was not as expected
+        size_t answers = 0;                   ///< that were not as expected
+        Reply lastAnswer;                     ///< the last of them
     };
 
     void startNext();
@@ -98,7 +98,6 @@ private:
     DeviceSessions::SessionPtr pickDevice();
     void exchange();
     void answered(const WMsg* answer);
-    void takeAnswer(std::shared_ptr<cObjectList> answer);
     void send();
     bool encode(WMsg* message);
     void lookForEvent();
