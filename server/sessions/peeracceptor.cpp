@@ -1,5 +1,6 @@
 #include "server/sessions/peeracceptor.h"
 
+#include <boost/system/system_error.hpp>
 #include <chrono>
 #include <utility>
 
@@ -17,22 +18,14 @@ std::string PeerAcceptor::open(const std::string& address, uint16_t port)
     if (error || found.empty()) {
         return "\"" + address + "\" is not an address of this machine: " + error.message();
     }
-    const tcp::endpoint endpoint = found.begin()->endpoint();
-    mAcceptor.open(endpoint.protocol(), error);
-    if (!error) {
-        mAcceptor.set_option(tcp::acceptor::reuse_address(true), error);
+    try {
+        mAcceptor = tcp::acceptor(mAcceptor.get_executor(), found.begin()->endpoint());
+        mEndpoint = mAcceptor.local_endpoint();
+    } catch (const boost::system::system_error& failed) {
+        return "Cannot listen at " + address + " port " + std::to_string(port) + ": " +
+               failed.code().message();
     }
-    if (!error) {
-        mAcceptor.bind(endpoint, error);
-    }
-    if (!error) {
-        mAcceptor.listen(tcp::acceptor::max_listen_connections, error);
-    }
-    if (!error) {
-        mEndpoint = mAcceptor.local_endpoint(error);
-    }
-    return error ? "Cannot listen at " + address + " port " + std::to_string(port) + ": " + error.message()
-                 : std::string();
+    return {};
 }
 
 void PeerAcceptor::accept()
@@ -46,7 +39,7 @@ void PeerAcceptor::accept()
                 retryLater(error);
                 return;
             }
-            mTroubled = false;
+            mFailing = false;
             onPeer(std::move(socket));
             accept();
         });
@@ -54,8 +47,8 @@ void PeerAcceptor::accept()
 
 void PeerAcceptor::retryLater(const boost::system::error_code& error)
 {
-    if (!mTroubled) {
-        mTroubled = true;
+    if (!mFailing) {
+        mFailing = true;
         onError("New connections cannot be accepted for now: " + error.message() + ".");
     }
     mRetryTimer.expires_after(std::chrono::seconds(1));

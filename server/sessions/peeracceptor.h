@@ -36,7 +36,7 @@ private:
     boost::asio::ip::tcp::acceptor mAcceptor;
     boost::asio::ip::tcp::endpoint mEndpoint;
     boost::asio::steady_timer mRetryTimer;
-    bool mTroubled = false;
+    bool mFailing = false;
 };
 
 } // namespace server
