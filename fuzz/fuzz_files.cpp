@@ -90,11 +90,9 @@ void checkDeviceFile(const QByteArray& bytes)
     require(values.serial == valueOf(lines[7]), "line 8 is the serial number");
     require(values.label == valueOf(lines[8]), "line 9 is the label");
 
-    QBuffer written;
-    written.open(QIODevice::WriteOnly);
-    values.write(written);
-    require(written.data().count('\n') == 9, "a device file has nine lines");
-    const cDeviceFile again = readDevice(written.data());
+    const QByteArray written = values.text();
+    require(written.count('\n') == 9, "a device file has nine lines");
+    const cDeviceFile again = readDevice(written);
     require(again.digitalInputs == values.digitalInputs && again.digitalOutputs == values.digitalOutputs &&
                 again.analogInputs == values.analogInputs && again.analogOutputs == values.analogOutputs &&
                 again.scanners == values.scanners,
@@ -145,12 +143,10 @@ void checkConnectionFile(const QByteArray& bytes)
     require(loaded.address == expectedOf(lines, address, {}, "a"), "the address counts before the port");
     require(loaded.port == expectedOf(lines, port, {address}, "p"), "the port counts after the address");
 
-    QBuffer written;
-    written.open(QIODevice::WriteOnly);
-    values.write(written);
-    require(written.data().count('\n') == 3, "a connection file has three lines");
+    const QByteArray written = values.text();
+    require(written.count('\n') == 3, "a connection file has three lines");
     cConnectionFile again;
-    readConnection(&again, written.data(), {Field::DESCRIPTOR, Field::ADDRESS, Field::PORT});
+    readConnection(&again, written, {Field::DESCRIPTOR, Field::ADDRESS, Field::PORT});
     require(again.descriptor == writtenAndRead(values.descriptor) &&
                 again.address == writtenAndRead(values.address) && again.port == writtenAndRead(values.port),
             "values read back as they were written");

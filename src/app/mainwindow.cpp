@@ -12,7 +12,6 @@
 #include "crepaintthrottle.h"
 #include "devicefile.h"
 #include "filekind.h"
-#include "linerewrite.h"
 #include "paths.h"
 #include "readfile.h"
 #include "removeitemdialog.h"
@@ -131,7 +130,6 @@ void MainWindow::takeConnection(const cConfig& config)
 void MainWindow::loadDevice()
 {
     const QString path = mConfig->getZULCurrentFile();
-    linerewrite::complete(path);
     if (const std::optional<QByteArray> file = readFile(path, kMaxLineFileBytes)) {
         showDevice(*file);
     }

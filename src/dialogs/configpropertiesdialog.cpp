@@ -1,7 +1,7 @@
 #include "configpropertiesdialog.h"
 
 #include "boundedread.h"
-#include "cconfig.h"
+#include "formreport.h"
 #include "linerewrite.h"
 #include "linevalue.h"
 #include "ui_configpropertiesdialog.h"
@@ -84,11 +84,13 @@ void configPropertiesDialog::renameAfterLabel() const
 
 void configPropertiesDialog::on_confirmButton_clicked()
 {
-    if (linerewrite::rewrite(fileName, [this](const QByteArray& line) { return edited(line); })) {
-        cConfig config;
-        config.setZULCurrentFile(fileName);
-        emit configUpdated(&config, cConfig::DEVICE_FILE_UPDATE);
-        // After the report, which names the file that the device is loaded from.
+    const linerewrite::eOutcome outcome =
+        linerewrite::rewrite(fileName, [this](const QByteArray& line) { return edited(line); });
+    if (outcome != linerewrite::NOT_COPIED) {
+        reportDeviceFile(*this, fileName);
+    }
+    // After the report, because the device is loaded from the old path. Old lines keep the old name.
+    if (outcome == linerewrite::REPLACED || outcome == linerewrite::READ_ONLY) {
         renameAfterLabel();
     }
     close();

@@ -1,8 +1,6 @@
 #include "connectiondialog.h"
 
-#include "cconfig.h"
-#include "connectionfile.h"
-#include "paths.h"
+#include "formreport.h"
 #include "ui_connectiondialog.h"
 
 #include <QFile>
@@ -11,7 +9,7 @@
 ConnectionDialog::ConnectionDialog(QWidget* parent) : QDialog(parent), ui(new Ui::ConnectionDialog)
 {
     ui->setupUi(this);
-    // The button comes first in the form; the operator begins at the top.
+    // The button is the form's first child.
     ui->connectDescriptor->setFocus();
 }
 
@@ -33,15 +31,8 @@ void ConnectionDialog::receiveConnectionFileName(const QString& name)
 
 void ConnectionDialog::on_buttonConfirm_clicked()
 {
-    // First the old file: the new one may bear the same name.
+    // Before the new file is written, which may have the same name.
     std::remove(fileName.toUtf8().constData());
-    const cConnectionFile connection{ui->connectDescriptor->text(), ui->connectIP->text(),
-                                     ui->connectPort->text()};
-    fileName = paths::connectionFile(connection.descriptor);
-    // The settings count for this run even where they cannot be kept.
-    connection.save(fileName);
-    cConfig config;
-    connection.fill(config, fileName);
-    emit configUpdated(&config, cConfig::CONNECTION_UPDATE);
+    fileName = saveConnection(*this, *ui);
     close();
 }

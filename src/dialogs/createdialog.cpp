@@ -1,8 +1,7 @@
 #include "createdialog.h"
 
-#include "cconfig.h"
 #include "devicefile.h"
-#include "paths.h"
+#include "formreport.h"
 #include "ui_createdialog.h"
 
 #include <QMessageBox>
@@ -53,10 +52,8 @@ void createdialog::on_createButton_clicked()
     }
     const cDeviceFile device = described();
     const QString path = paths::deviceFile(device.label);
-    // The file is reported even where it cannot be written; then there is nothing to load.
+    // A file that cannot be written is reported too; loading it then fails.
     device.save(path);
-    cConfig config;
-    config.setZULCurrentFile(path);
-    emit configUpdated(&config, cConfig::DEVICE_FILE_UPDATE);
+    reportDeviceFile(*this, path);
     close();
 }

@@ -3,8 +3,8 @@
 #include "boundedread.h"
 #include "cconfig.h"
 #include "linevalue.h"
+#include "savefile.h"
 
-#include <QFile>
 #include <QTextStream>
 #include <algorithm>
 
@@ -51,23 +51,18 @@ void cConnectionFile::read(QIODevice& file, std::initializer_list<eField> fields
     }
 }
 
-void cConnectionFile::write(QIODevice& file) const
+QByteArray cConnectionFile::text() const
 {
-    QTextStream stream(&file);
+    QByteArray bytes;
+    QTextStream stream(&bytes);
     stream << "Connection descriptor:   " << descriptor << '\n'
            << "Connection IP address:   " << address << '\n'
            << "Connection port number:  " << port << '\n';
+    stream.flush();
+    return bytes;
 }
 
-bool cConnectionFile::save(const QString& path) const
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        return false;
-    }
-    write(file);
-    return true;
-}
+bool cConnectionFile::save(const QString& path) const { return saveFile(path, text()); }
 
 void cConnectionFile::fill(cConfig& record, const QString& path) const
 {

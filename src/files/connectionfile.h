@@ -1,6 +1,7 @@
 #ifndef CONNECTIONFILE_H
 #define CONNECTIONFILE_H
 
+#include <QByteArray>
 #include <QString>
 #include <initializer_list>
 
@@ -28,10 +29,10 @@ struct cConnectionFile
     /// line keeps its value. Nothing beyond kMaxLineFileBytes is read.
     void read(QIODevice& file, std::initializer_list<eField> fields);
 
-    /// Writes the three lines to @p file, open for writing.
-    void write(QIODevice& file) const;
+    /// The three lines.
+    QByteArray text() const;
 
-    /// Writes the file at @p path, in place of what is there; false if it cannot be opened.
+    /// Creates or replaces the file at @p path. False if that cannot be done.
     bool save(const QString& path) const;
 
     /// Puts the address and port into @p record, with @p path as the connection file.

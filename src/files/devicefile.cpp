@@ -2,10 +2,9 @@
 
 #include "boundedread.h"
 #include "linevalue.h"
+#include "savefile.h"
 
 #include <QDebug>
-#include <QIODevice>
-#include <QSaveFile>
 #include <QTextStream>
 
 namespace {
@@ -36,9 +35,10 @@ cDeviceFile cDeviceFile::read(QIODevice& file)
     return values;
 }
 
-void cDeviceFile::write(QIODevice& file) const
+QByteArray cDeviceFile::text() const
 {
-    QTextStream stream(&file);
+    QByteArray bytes;
+    QTextStream stream(&bytes);
     stream << "Digital input(s):    " << digitalInputs << '\n'
            << "Digital output(s):   " << digitalOutputs << '\n'
            << "Analog input(s):     " << analogInputs << '\n'
@@ -48,22 +48,11 @@ void cDeviceFile::write(QIODevice& file) const
            << "Device version:      " << version << '\n'
            << "Device serial:       " << serial << '\n'
            << "Device label:        " << label << '\n';
+    stream.flush();
+    return bytes;
 }
 
-bool cDeviceFile::save(const QString& path) const
-{
-    QSaveFile file(path);
-    file.setDirectWriteFallback(true);
-    if (!file.open(QIODevice::WriteOnly)) {
-        return false;
-    }
-    write(file);
-    // The commit itself would overlook that the last bytes found no room.
-    if (!file.flush()) {
-        file.cancelWriting();
-    }
-    return file.commit();
-}
+bool cDeviceFile::save(const QString& path) const { return saveFile(path, text()); }
 
 uint32_t cDeviceFile::versionNumber() const { return version.toUInt(); }
 uint32_t cDeviceFile::serialNumber() const { return serial.toUInt(); }

@@ -1,6 +1,7 @@
 #ifndef DEVICEFILE_H
 #define DEVICEFILE_H
 
+#include <QByteArray>
 #include <QString>
 #include <cstdint>
 
@@ -27,11 +28,10 @@ struct cDeviceFile
     /// anything beyond kMaxLineFileBytes. The label is also written to the debug stream.
     static cDeviceFile read(QIODevice& file);
 
-    /// Writes the nine lines to @p file, open for writing, every value in column 22.
-    void write(QIODevice& file) const;
+    /// The nine lines, with every value in column 22.
+    QByteArray text() const;
 
-    /// Writes the file at @p path, in place of what is there. False where that cannot be done; then what was
-    /// there still is.
+    /// Creates or replaces the file at @p path. False if that cannot be done.
     bool save(const QString& path) const;
 
     // The decimal number that the text is, or 0 if it is none or does not fit 32 bits.

@@ -54,10 +54,10 @@ bool change(const QString& path, const Kind* kind, const char* Kind::*text,
             qint64 (*newCount)(qint64 count, int number), int number)
 {
     return linerewrite::rewrite(path, [=](const QByteArray& line) {
-        return kind != nullptr && line.contains(kind->key)
-                   ? kind->*text + QByteArray::number(newCount(countIn(line), number))
-                   : line;
-    });
+               return kind != nullptr && line.contains(kind->key)
+                          ? kind->*text + QByteArray::number(newCount(countIn(line), number))
+                          : line;
+           }) != linerewrite::NOT_COPIED;
 }
 
 } // namespace

@@ -5,29 +5,27 @@
 #include <QString>
 #include <functional>
 
-/// Rewrites a text file in place, by way of a copy beside it, so that neither a crash nor a full disk loses
-/// it.
-///
-/// The copy bears the file's name with ".tmp" behind it. It is whole and on the disk before the file itself
-/// is touched, and it goes only once the file is whole and on the disk again. So at every moment one of the
-/// two holds the old lines or the new ones. The file keeps its owner, its mode and every link to it.
+/// Rewrites a text file line by line. At every moment the file holds the old lines or the new ones.
 namespace linerewrite {
 
-/// What is written in place of @p line; neither has a line end.
+/// Returns what is written in place of @p line; neither has a line end.
 using cEdit = std::function<QByteArray(const QByteArray& line)>;
 
-/// Puts what @p edit makes of each line into the place of the line, ended by a line feed. Line ends of a line
-/// feed, with or without a carriage return, are understood; all other bytes stay as they are.
-///
-/// False, and no change, where the file cannot be read or is longer than kMaxLineFileBytes, or the copy
-/// cannot be written. True otherwise, also where the file cannot be opened for writing and so keeps its
-/// content. Where writing the file itself breaks off, the copy stays, and complete() finishes the work.
-bool rewrite(const QString& path, const cEdit& edit);
+enum eOutcome
+{
+    NOT_COPIED,  ///< the file cannot be read or copied, or has too many bytes before or after
+    READ_ONLY,   ///< the file cannot be opened for writing and keeps its lines
+    REPLACED,    ///< the file holds the new lines
+    NOT_REPLACED ///< the file cannot be replaced and keeps its lines
+};
 
-/// Finishes a rewrite of the file at @p path that broke off: where the file is no more than a beginning of
-/// the copy beside it, it gets the rest. Any other file stays as it is. False where the rest cannot be
-/// written.
-bool complete(const QString& path);
+/// Replaces each line of the file at @p path by what @p edit returns, ended by a line feed. A line ends with
+/// a line feed, with or without a carriage return before it; all other bytes stay as they are. More than
+/// kMaxLineFileBytes are too many.
+///
+/// The new lines are first written to a copy, the file's name followed by ".tmp", which is removed at the
+/// end.
+eOutcome rewrite(const QString& path, const cEdit& edit);
 
 } // namespace linerewrite
 

@@ -24,6 +24,7 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 #include <log4cpp/Category.hh>
+#include <unistd.h>
 
 namespace {
 
@@ -263,7 +264,8 @@ private slots:
     void itemActionsSendTheirCode();
     void anEarlierItemsDialogKeepsItsInstruction();
     void addedAndRemovedItemsReachThePanel();
-    void loadingFinishesARewriteThatBrokeOff();
+    void anOldCopyIsNeverTakenForTheDeviceFile();
+    void aDeviceFileComesThroughAPipe();
 
     void createdConnectionsReachTheRecord();
     void editedConnectionsReachTheRecord();
@@ -1077,16 +1079,30 @@ void TestMainWindow::addedAndRemovedItemsReachThePanel()
     QCOMPARE(portCounts(window), QString("7 4 2 0"));
 }
 
-void TestMainWindow::loadingFinishesARewriteThatBrokeOff()
+void TestMainWindow::anOldCopyIsNeverTakenForTheDeviceFile()
 {
     const HomeFiles home;
-    const QString path = home.write("Panel7.dev", kPanel7.left(30));
+    // Shortened by hand while an old copy was there.
+    const QString path = home.write("Panel7.dev", "Digital input(s):    4\n");
     home.write("Panel7.dev.tmp", kPanel7);
     MainWindow window;
     report(window, path);
+    QCOMPARE(portCounts(window), QString("4 0 0 0"));
+    QCOMPARE(home.read("Panel7.dev"), QByteArray("Digital input(s):    4\n"));
+}
+
+void TestMainWindow::aDeviceFileComesThroughAPipe()
+{
+    const HomeFiles home;
+    int ends[2] = {-1, -1};
+    QCOMPARE(pipe(ends), 0);
+    QCOMPARE(write(ends[1], kPanel7.constData(), static_cast<size_t>(kPanel7.size())),
+             ssize_t(kPanel7.size()));
+    close(ends[1]);
+    MainWindow window;
+    QVERIFY(window.openDeviceFile(QStringLiteral("/proc/self/fd/%1").arg(ends[0])));
+    close(ends[0]);
     QCOMPARE(portCounts(window), QString("4 4 2 2"));
-    QCOMPARE(home.read("Panel7.dev"), kPanel7);
-    QCOMPARE(home.names(), QStringList("Panel7.dev"));
 }
 
 void TestMainWindow::createdConnectionsReachTheRecord()

@@ -49,12 +49,10 @@ private slots:
 
 void TestConnectionFile::writesThreePaddedLines()
 {
-    QBuffer buffer;
-    QVERIFY(buffer.open(QIODevice::WriteOnly));
-    cConnectionFile{"lab", "10.0.0.5", "50001"}.write(buffer);
-    QCOMPARE(buffer.data(), QByteArray("Connection descriptor:   lab\n"
-                                       "Connection IP address:   10.0.0.5\n"
-                                       "Connection port number:  50001\n"));
+    QCOMPARE((cConnectionFile{"lab", "10.0.0.5", "50001"}.text()),
+             QByteArray("Connection descriptor:   lab\n"
+                        "Connection IP address:   10.0.0.5\n"
+                        "Connection port number:  50001\n"));
 }
 
 void TestConnectionFile::readingTakesTheValuesOver_data()

@@ -1,13 +1,15 @@
 #include "boundedread.h"
+#include "configpropertiesdialog.h"
 #include "devicefile.h"
 #include "devicefiles.h"
+#include "dialogreports.h"
 #include "failingdisk.h"
 #include "homefiles.h"
 #include "itemkind.h"
 #include "linerewrite.h"
 #include "qttestmain.h"
 
-#include <QBuffer>
+#include <QLineEdit>
 #include <sys/stat.h>
 
 namespace {
@@ -26,14 +28,8 @@ QByteArray unchanged(const QByteArray& line) { return line; }
 
 bool isOldOrNew(const QByteArray& content) { return content == kPanel7 || content == kPanel7WithTen; }
 
-bool nothingIsLost(const HomeFiles& home)
-{
-    return isOldOrNew(home.read("Panel7.dev")) || isOldOrNew(home.read("Panel7.dev.tmp"));
-}
-
-/// Does @p work on a file of Panel7 with every one of its steps going wrong in turn, and then without a
-/// fault;
-/// @p check says of each outcome whether it will do. Answers the number of steps, or -1 where it will not.
+/// Does @p work on a file of Panel7 with each of its steps failing in turn, and then without a fault. Returns
+/// the number of steps, or -1 if @p check rejects an outcome.
 int stepsThatAllEndWell(int fault, const std::function<void(const QString&)>& work,
                         const std::function<bool(const HomeFiles&)>& check)
 {
@@ -42,7 +38,7 @@ int stepsThatAllEndWell(int fault, const std::function<void(const QString&)>& wo
         const QString path = home.write("Panel7.dev", kPanel7);
         const bool ended = failingdisk::doWith(eFault(fault), step, [&] { work(path); });
         if (!check(home)) {
-            qWarning("it does not end well with step %d going wrong", step);
+            qWarning("the outcome is wrong if step %d fails", step);
             return -1;
         }
         if (ended) {
@@ -59,14 +55,6 @@ cDeviceFile otherPanel()
     return values;
 }
 
-QByteArray written(const cDeviceFile& values)
-{
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    values.write(buffer);
-    return buffer.data();
-}
-
 } // namespace
 
 class TestLineRewrite : public QObject
@@ -74,36 +62,32 @@ class TestLineRewrite : public QObject
     Q_OBJECT
 
 private slots:
-    void theFileKeepsItsModeAndItsLinks();
-    void aForeignCopyIsOverwrittenAndGoes();
+    void theFileKeepsItsModeAndItsLink();
+    void aForeignCopyIsOverwrittenAndRemoved();
+    void aCopyIsNeverTakenForTheFile();
     void anEmptyFileStaysEmpty();
     void aFileThatIsTooLongKeepsItsLines();
+    void aFileThatWouldBecomeTooLongKeepsItsLines();
 
-    void nothingIsLostAtAnyStep_data();
-    void nothingIsLostAtAnyStep();
-    void whatBrokeOffIsFinishedByTheNextRewrite_data();
-    void whatBrokeOffIsFinishedByTheNextRewrite();
-    void aFullDiskAtTheCopyChangesNothing();
-    void aFullDiskAtTheFileLeavesTheCopy();
-    void aFileThatCannotBeWrittenKeepsItsLines();
-
-    void completingPutsTheRestInPlace_data();
-    void completingPutsTheRestInPlace();
-    void completingLeavesAnyOtherFileAlone_data();
-    void completingLeavesAnyOtherFileAlone();
-    void theOnlyCopyIsNeverOverwritten();
+    void theFileHoldsOldOrNewLinesAtEveryStep_data();
+    void theFileHoldsOldOrNewLinesAtEveryStep();
+    void aRewriteThatBrokeOffCanBeRepeated_data();
+    void aRewriteThatBrokeOffCanBeRepeated();
+    void aFullDiskIsAnOutcome_data();
+    void aFullDiskIsAnOutcome();
+    void aChangedLabelOnAFullDiskLosesNoLine();
 
     void savingADeviceIsAllOrNothing_data();
     void savingADeviceIsAllOrNothing();
 };
 
-void TestLineRewrite::theFileKeepsItsModeAndItsLinks()
+void TestLineRewrite::theFileKeepsItsModeAndItsLink()
 {
     const HomeFiles home;
     const QString path = home.write("elsewhere", kPanel7);
     QCOMPARE(chmod(qPrintable(path), 0640), 0);
     QVERIFY(QFile::link(path, home.pathOf("Panel7.dev")));
-    QVERIFY(linerewrite::rewrite(home.pathOf("Panel7.dev"), unchanged));
+    QCOMPARE(linerewrite::rewrite(home.pathOf("Panel7.dev"), unchanged), linerewrite::REPLACED);
     QVERIFY(QFileInfo(home.pathOf("Panel7.dev")).isSymLink());
     struct stat status = {};
     QCOMPARE(stat(qPrintable(path), &status), 0);
@@ -112,7 +96,7 @@ void TestLineRewrite::theFileKeepsItsModeAndItsLinks()
     QCOMPARE(home.names(), QStringList({"Panel7.dev", "elsewhere"}));
 }
 
-void TestLineRewrite::aForeignCopyIsOverwrittenAndGoes()
+void TestLineRewrite::aForeignCopyIsOverwrittenAndRemoved()
 {
     const HomeFiles home;
     const QString path = home.write("Panel7.dev", kPanel7);
@@ -122,10 +106,20 @@ void TestLineRewrite::aForeignCopyIsOverwrittenAndGoes()
     QCOMPARE(home.names(), QStringList("Panel7.dev"));
 }
 
+void TestLineRewrite::aCopyIsNeverTakenForTheFile()
+{
+    const HomeFiles home;
+    // Shortened by hand while an old copy was there.
+    const QString path = home.write("Panel7.dev", "Digital input(s):    4\n");
+    home.write("Panel7.dev.tmp", kPanel7);
+    addSix(path);
+    QCOMPARE(home.read("Panel7.dev"), QByteArray("Digital input(s):    10\n"));
+}
+
 void TestLineRewrite::anEmptyFileStaysEmpty()
 {
     const HomeFiles home;
-    QVERIFY(linerewrite::rewrite(home.write("Panel7.dev", ""), unchanged));
+    QCOMPARE(linerewrite::rewrite(home.write("Panel7.dev", ""), unchanged), linerewrite::REPLACED);
     QCOMPARE(home.read("Panel7.dev"), QByteArray());
     QCOMPARE(home.names(), QStringList("Panel7.dev"));
 }
@@ -135,136 +129,117 @@ void TestLineRewrite::aFileThatIsTooLongKeepsItsLines()
     const auto shortened = [](const QByteArray&) { return QByteArray(); };
     const HomeFiles home;
     const QByteArray longest(static_cast<int>(kMaxLineFileBytes), 'x');
-    QVERIFY(linerewrite::rewrite(home.write("Panel7.dev", longest), shortened));
+    QCOMPARE(linerewrite::rewrite(home.write("Panel7.dev", longest), shortened), linerewrite::REPLACED);
     QCOMPARE(home.read("Panel7.dev"), QByteArray("\n"));
-    QVERIFY(!linerewrite::rewrite(home.write("Panel7.dev", longest + 'x'), shortened));
+    QCOMPARE(linerewrite::rewrite(home.write("Panel7.dev", longest + 'x'), shortened),
+             linerewrite::NOT_COPIED);
     QVERIFY(home.read("Panel7.dev") == longest + 'x');
     QCOMPARE(home.names(), QStringList("Panel7.dev"));
 }
 
-void TestLineRewrite::nothingIsLostAtAnyStep_data()
+void TestLineRewrite::aFileThatWouldBecomeTooLongKeepsItsLines()
+{
+    const auto doubled = [](const QByteArray& line) { return line + line; };
+    const HomeFiles home;
+    const QByteArray longest(static_cast<int>(kMaxLineFileBytes), 'x');
+    QCOMPARE(linerewrite::rewrite(home.write("Panel7.dev", longest), doubled), linerewrite::NOT_COPIED);
+    QVERIFY(home.read("Panel7.dev") == longest);
+    QCOMPARE(home.names(), QStringList("Panel7.dev"));
+}
+
+void TestLineRewrite::theFileHoldsOldOrNewLinesAtEveryStep_data()
 {
     QTest::addColumn<int>("fault");
     QTest::newRow("a crash") << int(failingdisk::CRASH);
     QTest::newRow("a full disk") << int(failingdisk::FULL_DISK);
 }
 
-void TestLineRewrite::nothingIsLostAtAnyStep()
+void TestLineRewrite::theFileHoldsOldOrNewLinesAtEveryStep()
 {
     QFETCH(int, fault);
-    // Opening, writing and synchronising both files, synchronising the directory, and the copy's end.
-    QCOMPARE(stepsThatAllEndWell(fault, addSix, nothingIsLost), 8);
+    const int steps = stepsThatAllEndWell(
+        fault, addSix, [](const HomeFiles& home) { return isOldOrNew(home.read("Panel7.dev")); });
+    // Opening and writing the copy, opening the file, opening, writing, synchronising and renaming its
+    // replacement, and removing the copy.
+    QCOMPARE(steps, 8);
 }
 
-void TestLineRewrite::whatBrokeOffIsFinishedByTheNextRewrite_data() { nothingIsLostAtAnyStep_data(); }
+void TestLineRewrite::aRewriteThatBrokeOffCanBeRepeated_data()
+{
+    theFileHoldsOldOrNewLinesAtEveryStep_data();
+}
 
-void TestLineRewrite::whatBrokeOffIsFinishedByTheNextRewrite()
+void TestLineRewrite::aRewriteThatBrokeOffCanBeRepeated()
 {
     QFETCH(int, fault);
     const int steps = stepsThatAllEndWell(fault, addSix, [](const HomeFiles& home) {
-        return linerewrite::rewrite(home.pathOf("Panel7.dev"), unchanged) &&
-               isOldOrNew(home.read("Panel7.dev")) && home.names() == QStringList("Panel7.dev");
+        return linerewrite::rewrite(home.pathOf("Panel7.dev"), unchanged) == linerewrite::REPLACED &&
+               isOldOrNew(home.read("Panel7.dev")) && !QFile::exists(home.pathOf("Panel7.dev.tmp"));
     });
     QCOMPARE(steps, 8);
 }
 
-void TestLineRewrite::aFullDiskAtTheCopyChangesNothing()
+void TestLineRewrite::aFullDiskIsAnOutcome_data()
 {
-    // The first three steps: opening, writing and synchronising the copy.
-    for (int step = 0; step < 3; ++step) {
+    QTest::addColumn<int>("step");
+    QTest::addColumn<int>("outcome");
+    QTest::newRow("at opening the copy") << 0 << int(linerewrite::NOT_COPIED);
+    QTest::newRow("at writing the copy") << 1 << int(linerewrite::NOT_COPIED);
+    QTest::newRow("at opening the file") << 2 << int(linerewrite::READ_ONLY);
+    QTest::newRow("at opening the replacement") << 3 << int(linerewrite::NOT_REPLACED);
+    QTest::newRow("at writing the replacement") << 4 << int(linerewrite::NOT_REPLACED);
+    QTest::newRow("at synchronising the replacement") << 5 << int(linerewrite::NOT_REPLACED);
+    QTest::newRow("at renaming the replacement") << 6 << int(linerewrite::NOT_REPLACED);
+}
+
+void TestLineRewrite::aFullDiskIsAnOutcome()
+{
+    QFETCH(int, step);
+    const HomeFiles home;
+    const QString path = home.write("Panel7.dev", kPanel7);
+    int outcome = linerewrite::REPLACED;
+    QVERIFY(!failingdisk::doWith(failingdisk::FULL_DISK, step, [&path, &outcome] {
+        outcome = linerewrite::rewrite(path, [](const QByteArray&) { return QByteArray("new"); });
+    }));
+    QTEST(outcome, "outcome");
+    QCOMPARE(home.read("Panel7.dev"), kPanel7);
+    QCOMPARE(home.names(), QStringList("Panel7.dev"));
+}
+
+void TestLineRewrite::aChangedLabelOnAFullDiskLosesNoLine()
+{
+    const QByteArray before = panelWithLine(9, "Device label:        A");
+    QByteArray after = panelWithLine(9, "Device label:      B");
+    after.replace("Device serial:       1001", "Device serial:      1001");
+    bool ended = false;
+    for (int step = 0; !ended; ++step) {
+        QVERIFY(step < kManySteps);
         const HomeFiles home;
-        const QString path = home.write("Panel7.dev", kPanel7);
-        bool rewritten = true;
-        QVERIFY(!failingdisk::doWith(failingdisk::FULL_DISK, step, [&path, &rewritten] {
-            rewritten = linerewrite::rewrite(path, [](const QByteArray&) { return QByteArray("new"); });
-        }));
-        QVERIFY(!rewritten);
-        QCOMPARE(home.read("Panel7.dev"), kPanel7);
-        QCOMPARE(home.names(), QStringList("Panel7.dev"));
+        QVector<Report> reports;
+        configPropertiesDialog dialog;
+        recordReports(dialog, reports);
+        dialog.receiveFileName(home.write("A.dev", before));
+        dialog.findChild<QLineEdit*>("labelEdit")->setText("B");
+        ended = failingdisk::doWith(failingdisk::FULL_DISK, step, [&dialog] {
+            QMetaObject::invokeMethod(&dialog, "on_confirmButton_clicked");
+        });
+        // The device is loaded at the report.
+        for (const Report& report : reports) {
+            QVERIFY2(report.fileContent == before || report.fileContent == after, report.fileContent);
+        }
+        const bool renamed = QFile::exists(home.pathOf("B.dev"));
+        QCOMPARE(QFile::exists(home.pathOf("A.dev")), !renamed);
+        const QByteArray content = home.read(renamed ? "B.dev" : "A.dev");
+        QVERIFY2(content == before || content == after, content);
     }
 }
 
-void TestLineRewrite::aFullDiskAtTheFileLeavesTheCopy()
-{
-    const HomeFiles home;
-    const QString path = home.write("Panel7.dev", kPanel7);
-    // The copy's three steps, the directory's one, the opening of the file, and now its writing.
-    QVERIFY(!failingdisk::doWith(failingdisk::FULL_DISK, 5, [&path] { addSix(path); }));
-    QCOMPARE(home.read("Panel7.dev"), kPanel7WithTen.left(kPanel7WithTen.size() / 2));
-    QCOMPARE(home.read("Panel7.dev.tmp"), kPanel7WithTen);
-}
-
-void TestLineRewrite::aFileThatCannotBeWrittenKeepsItsLines()
-{
-    const HomeFiles home;
-    const QString path = home.write("Panel7.dev", kPanel7);
-    bool rewritten = false;
-    QVERIFY(!failingdisk::doWith(failingdisk::FULL_DISK, 4, [&path, &rewritten] {
-        rewritten = linerewrite::rewrite(path, [](const QByteArray&) { return QByteArray("new"); });
-    }));
-    QVERIFY(rewritten);
-    QCOMPARE(home.read("Panel7.dev"), kPanel7);
-    QCOMPARE(home.names(), QStringList("Panel7.dev"));
-}
-
-void TestLineRewrite::completingPutsTheRestInPlace_data()
-{
-    QTest::addColumn<int>("length");
-    QTest::newRow("nothing written") << 0;
-    QTest::newRow("half a line written") << 10;
-    QTest::newRow("all but one byte written") << kPanel7.size() - 1;
-}
-
-void TestLineRewrite::completingPutsTheRestInPlace()
-{
-    QFETCH(int, length);
-    const HomeFiles home;
-    const QString path = home.write("Panel7.dev", kPanel7.left(length));
-    home.write("Panel7.dev.tmp", kPanel7);
-    QVERIFY(linerewrite::complete(path));
-    QCOMPARE(home.read("Panel7.dev"), kPanel7);
-    QCOMPARE(home.names(), QStringList("Panel7.dev"));
-}
-
-void TestLineRewrite::completingLeavesAnyOtherFileAlone_data()
-{
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QByteArray>("copy");
-    QTest::newRow("the same") << kPanel7 << kPanel7;
-    QTest::newRow("a copy that broke off itself") << kPanel7 << kPanel7.left(30);
-    QTest::newRow("an empty copy") << kPanel7 << QByteArray();
-    QTest::newRow("another text") << QByteArray("abc") << QByteArray("abd and more");
-}
-
-void TestLineRewrite::completingLeavesAnyOtherFileAlone()
-{
-    QFETCH(QByteArray, file);
-    QFETCH(QByteArray, copy);
-    const HomeFiles home;
-    const QString path = home.write("Panel7.dev", file);
-    home.write("Panel7.dev.tmp", copy);
-    QVERIFY(linerewrite::complete(path));
-    QCOMPARE(home.read("Panel7.dev"), file);
-    QCOMPARE(home.read("Panel7.dev.tmp"), copy);
-}
-
-void TestLineRewrite::theOnlyCopyIsNeverOverwritten()
-{
-    const HomeFiles home;
-    const QString path = home.write("Panel7.dev", "");
-    home.write("Panel7.dev.tmp", kPanel7);
-    // The file cannot even be opened for the rest, so there is nothing to begin a rewrite with.
-    QVERIFY(!failingdisk::doWith(failingdisk::FULL_DISK, 0,
-                                 [&path] { QVERIFY(!linerewrite::rewrite(path, unchanged)); }));
-    QCOMPARE(home.read("Panel7.dev.tmp"), kPanel7);
-}
-
-void TestLineRewrite::savingADeviceIsAllOrNothing_data() { nothingIsLostAtAnyStep_data(); }
+void TestLineRewrite::savingADeviceIsAllOrNothing_data() { theFileHoldsOldOrNewLinesAtEveryStep_data(); }
 
 void TestLineRewrite::savingADeviceIsAllOrNothing()
 {
     QFETCH(int, fault);
-    const QByteArray replacement = written(otherPanel());
+    const QByteArray replacement = otherPanel().text();
     const int steps = stepsThatAllEndWell(
         fault, [](const QString& path) { otherPanel().save(path); },
         [&replacement](const HomeFiles& home) {
