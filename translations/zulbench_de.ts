@@ -29,7 +29,7 @@
     </message>
     <message>
         <source>Descriptor:</source>
-        <translation>Bezeichnung:</translation>
+        <translation>Kennung:</translation>
     </message>
 </context>
 <context>
@@ -402,7 +402,7 @@
     </message>
     <message>
         <source>Descriptor:</source>
-        <translation>Bezeichnung:</translation>
+        <translation>Kennung:</translation>
     </message>
     <message>
         <source>50000</source>

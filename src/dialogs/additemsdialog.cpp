@@ -1,6 +1,6 @@
 #include "additemsdialog.h"
 
-#include "cconfig.h"
+#include "formreport.h"
 #include "itemkind.h"
 #include "itemsrow.h"
 #include "ui_additemsdialog.h"
@@ -18,15 +18,13 @@ void addItemsDialog::receiveInstruction(int type, const QString& name)
 {
     fileName = name;
     instructionType = type;
-    sBox = layOutItemsRow(this, itemkind::caption(type), ui->addButton);
+    sBox = layOutItemsRow(*this, itemkind::caption(type), *ui->addButton);
 }
 
 void addItemsDialog::on_addButton_clicked()
 {
     if (sBox != nullptr && itemkind::add(fileName, instructionType, sBox->value())) {
-        cConfig config;
-        config.setZULCurrentFile(fileName);
-        emit configUpdated(&config, cConfig::DEVICE_FILE_UPDATE);
+        reportDeviceFile(*this, fileName);
     }
     close();
 }

@@ -2,6 +2,7 @@
 
 #include "boundedread.h"
 #include "formreport.h"
+#include "formsize.h"
 #include "linerewrite.h"
 #include "linevalue.h"
 #include "ui_configpropertiesdialog.h"
@@ -29,6 +30,9 @@ configPropertiesDialog::configPropertiesDialog(QWidget* parent)
     : QDialog(parent), ui(new Ui::configPropertiesDialog)
 {
     ui->setupUi(this);
+    scaleForm(*this);
+    // The field that has the focus before the form is shown opens selected.
+    ui->labelEdit->setFocus();
 }
 
 configPropertiesDialog::~configPropertiesDialog() { delete ui; }

@@ -1,6 +1,7 @@
 #include "connectiondialog.h"
 
 #include "formreport.h"
+#include "formsize.h"
 #include "ui_connectiondialog.h"
 
 #include <QFile>
@@ -9,6 +10,7 @@
 ConnectionDialog::ConnectionDialog(QWidget* parent) : QDialog(parent), ui(new Ui::ConnectionDialog)
 {
     ui->setupUi(this);
+    scaleForm(*this);
     // The button is the form's first child.
     ui->connectDescriptor->setFocus();
 }

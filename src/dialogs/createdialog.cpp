@@ -2,6 +2,7 @@
 
 #include "devicefile.h"
 #include "formreport.h"
+#include "formsize.h"
 #include "ui_createdialog.h"
 
 #include <QMessageBox>
@@ -9,7 +10,10 @@
 createdialog::createdialog(QWidget* parent) : QDialog(parent), ui(new Ui::createdialog)
 {
     ui->setupUi(this);
+    scaleForm(*this);
     ui->devType->addItem(QStringLiteral("TYPE_DISCRETE_IO"));
+    // The field that has the focus before the form is shown opens selected.
+    ui->discInputs->setFocus();
 }
 
 createdialog::~createdialog() { delete ui; }

@@ -1,15 +1,20 @@
 #include "itemsrow.h"
 
+#include "formsize.h"
+#include "scaledwidth.h"
+
 #include <QDialog>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QSpinBox>
 
-QSpinBox* layOutItemsRow(QDialog* dialog, const QString& caption, QPushButton* button)
+QSpinBox* layOutItemsRow(QDialog& form, const QString& caption, QPushButton& button)
 {
+    scaleForm(form);
+    form.setFixedSize(form.size());
     auto* number = new QSpinBox;
-    number->setFixedWidth(100);
+    number->setFixedWidth(scaledWidth(form, 100));
     auto* box = new QHBoxLayout;
     if (!caption.isEmpty()) {
         auto* label = new QLabel(caption);
@@ -18,10 +23,10 @@ QSpinBox* layOutItemsRow(QDialog* dialog, const QString& caption, QPushButton* b
     }
     box->addWidget(number);
     // The button keeps its place in the form, below the row.
-    const int margin = dialog->width() - button->geometry().right() - 1;
-    box->setContentsMargins(margin, margin, margin, dialog->height() - button->y());
-    dialog->setLayout(box);
-    QWidget::setTabOrder(number, button);
+    const int margin = form.width() - button.geometry().right() - 1;
+    box->setContentsMargins(margin, margin, margin, form.height() - button.y());
+    form.setLayout(box);
+    QWidget::setTabOrder(number, &button);
     number->setFocus();
     return number;
 }

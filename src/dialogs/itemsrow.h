@@ -6,8 +6,9 @@ class QPushButton;
 class QSpinBox;
 class QString;
 
-/// Lays out @p dialog as a row of @p caption, unless that is empty, and a spin box, which comes before @p
-/// button for the Tab key. The dialog owns the spin box. A dialog is laid out once.
-QSpinBox* layOutItemsRow(QDialog* dialog, const QString& caption, QPushButton* button);
+/// Gives @p form, whose only child is @p button, its fixed size and a row above the button: @p caption,
+/// unless that is empty, and a spin box, which comes before the button in the tab order. The form owns the
+/// spin box. A form is laid out once.
+QSpinBox* layOutItemsRow(QDialog& form, const QString& caption, QPushButton& button);
 
 #endif

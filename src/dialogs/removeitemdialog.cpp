@@ -1,6 +1,6 @@
 #include "removeitemdialog.h"
 
-#include "cconfig.h"
+#include "formreport.h"
 #include "itemkind.h"
 #include "itemsrow.h"
 #include "ui_removeitemdialog.h"
@@ -18,15 +18,13 @@ void removeItemDialog::receiveInstruction(int type, const QString& name)
 {
     fileName = name;
     instructionType = type;
-    sBox = layOutItemsRow(this, itemkind::caption(type), ui->removeButton);
+    sBox = layOutItemsRow(*this, itemkind::caption(type), *ui->removeButton);
 }
 
 void removeItemDialog::on_removeButton_clicked()
 {
     if (sBox != nullptr && itemkind::remove(fileName, instructionType, sBox->value())) {
-        cConfig config;
-        config.setZULCurrentFile(fileName);
-        emit configUpdated(&config, cConfig::DEVICE_FILE_UPDATE);
+        reportDeviceFile(*this, fileName);
     }
     close();
 }

@@ -69,6 +69,7 @@ private slots:
     void anUnreadableFileLeavesTheFieldsEmpty();
     void whatLiesBeyondTheBoundIsNotShown();
 
+    void typingReplacesTheLabel();
     void changingTheVersionRewritesThreeLines();
     void otherLinesKeepTheirBytes();
     void textsAreWrittenAsTyped();
@@ -168,6 +169,15 @@ void TestConfigProperties::whatLiesBeyondTheBoundIsNotShown()
     const QByteArray filling(static_cast<int>(kMaxLineFileBytes), '\n');
     const Opened opened(home.write("Panel7.dev", kPanel7 + filling + "Device label: other\n"));
     QCOMPARE(fields(opened.dialog), QString("Panel7|3|1001"));
+}
+
+void TestConfigProperties::typingReplacesTheLabel()
+{
+    const HomeFiles home;
+    Opened opened(home.write("Panel7.dev", kPanel7));
+    QVERIFY(QTest::qWaitForWindowActive(&opened.dialog));
+    QTest::keyClicks(opened.dialog.focusWidget(), "Gate2");
+    QCOMPARE(fields(opened.dialog), QString("Gate2|3|1001"));
 }
 
 void TestConfigProperties::changingTheVersionRewritesThreeLines()

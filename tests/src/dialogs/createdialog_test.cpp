@@ -64,6 +64,7 @@ private slots:
     void withoutAHomeThePathBeginsAtTheRoot();
     void theReportComesBeforeTheDialogCloses();
     void acceptingIsCreatingToo();
+    void typingReplacesTheFirstField();
     void enterPressesCreate();
     void escapeReportsNothing();
 };
@@ -372,6 +373,15 @@ void TestCreateDialog::acceptingIsCreatingToo()
     fillIn(dialog, "Panel", "3", "1001");
     dialog.accept();
     QCOMPARE(home.read("Panel.dev"), described("3", "1001", "Panel"));
+}
+
+void TestCreateDialog::typingReplacesTheFirstField()
+{
+    createdialog dialog;
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    QTest::keyClicks(dialog.focusWidget(), "4");
+    QCOMPARE(dialog.findChild<QSpinBox*>("discInputs")->value(), 4);
 }
 
 void TestCreateDialog::enterPressesCreate()
