@@ -31,6 +31,18 @@
 
 namespace {
 
+/// Returns nothing if the file cannot be read.
+std::optional<cDeviceFile> deviceFileAt(const QString& path)
+{
+    std::optional<QByteArray> content = readFile(path, kMaxLineFileBytes);
+    if (!content) {
+        return std::nullopt;
+    }
+    QBuffer buffer(&*content);
+    buffer.open(QIODevice::ReadOnly);
+    return cDeviceFile::read(buffer);
+}
+
 void traceDevice(const QString& path, const cDeviceFile& values)
 {
     qCDebug(tracelog::files,
@@ -129,18 +141,16 @@ void MainWindow::takeConnection(const cConfig& config)
 
 void MainWindow::loadDevice()
 {
-    const QString path = mConfig->getZULCurrentFile();
-    if (const std::optional<QByteArray> file = readFile(path, kMaxLineFileBytes)) {
-        showDevice(*file);
+    const std::optional<cDeviceFile> values = deviceFileAt(mConfig->getZULCurrentFile());
+    if (values && values->hasTooManyItems()) {
+        reportUnreadableFile();
+    } else if (values) {
+        showDevice(*values);
     }
 }
 
-void MainWindow::showDevice(const QByteArray& file)
+void MainWindow::showDevice(const cDeviceFile& values)
 {
-    QBuffer buffer;
-    buffer.setData(file);
-    buffer.open(QIODevice::ReadOnly);
-    const cDeviceFile values = cDeviceFile::read(buffer);
     traceDevice(mConfig->getZULCurrentFile(), values);
     QByteArray label = values.label.toUtf8();
     // The old panel stops its link and threads before the new one comes up. Deleting it also takes it out of
@@ -200,12 +210,12 @@ void MainWindow::reportUnreadableFile()
 
 bool MainWindow::openDeviceFile(const QString& path)
 {
-    const std::optional<QByteArray> file = readFile(path, kMaxLineFileBytes);
-    if (!file) {
+    const std::optional<cDeviceFile> values = deviceFileAt(path);
+    if (!values || values->hasTooManyItems()) {
         return false;
     }
     setDeviceFile(path);
-    showDevice(*file);
+    showDevice(*values);
     return true;
 }
 

@@ -15,6 +15,7 @@
 
 class QDialog;
 class cConfig;
+struct cDeviceFile;
 
 namespace Ui {
 class MainWindow;
@@ -118,7 +119,7 @@ private:
     void setDeviceFile(const QString& path);
     void takeConnection(const cConfig& config);
     void loadDevice();
-    void showDevice(const QByteArray& file);
+    void showDevice(const cDeviceFile& values);
     bool canOpen(const QString& path) const;
     bool open(const QString& path);
     void openAll(QStringList paths);

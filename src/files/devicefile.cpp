@@ -54,5 +54,10 @@ QByteArray cDeviceFile::text() const
 
 bool cDeviceFile::save(const QString& path) const { return saveFile(path, text()); }
 
+bool cDeviceFile::hasTooManyItems() const
+{
+    return uint64_t{digitalInputs} + digitalOutputs + analogInputs + analogOutputs + scanners > kMaxItems;
+}
+
 uint32_t cDeviceFile::versionNumber() const { return version.toUInt(); }
 uint32_t cDeviceFile::serialNumber() const { return serial.toUInt(); }

@@ -13,6 +13,9 @@ class QIODevice;
 /// line tells which value it holds; the reader never looks at the label.
 struct cDeviceFile
 {
+    /// The maximum of ports and scanners in all.
+    static constexpr uint64_t kMaxItems = 100'000;
+
     uint32_t digitalInputs = 0;
     uint32_t digitalOutputs = 0;
     uint32_t analogInputs = 0;
@@ -33,6 +36,9 @@ struct cDeviceFile
 
     /// Creates or replaces the file at @p path. False if that cannot be done.
     bool save(const QString& path) const;
+
+    /// Whether the counts exceed kMaxItems; no device is built from such a file.
+    bool hasTooManyItems() const;
 
     // The decimal number that the text is, or 0 if it is none or does not fit 32 bits.
     uint32_t versionNumber() const;

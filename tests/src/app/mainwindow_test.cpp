@@ -266,6 +266,10 @@ private slots:
     void addedAndRemovedItemsReachThePanel();
     void anOldCopyIsNeverTakenForTheDeviceFile();
     void aDeviceFileComesThroughAPipe();
+    void aFileWithTooManyItemsCannotBeOpened_data();
+    void aFileWithTooManyItemsCannotBeOpened();
+    void loadReportsAFileWithTooManyItems();
+    void aChangeToTooManyItemsIsReported();
 
     void createdConnectionsReachTheRecord();
     void editedConnectionsReachTheRecord();
@@ -1089,6 +1093,58 @@ void TestMainWindow::anOldCopyIsNeverTakenForTheDeviceFile()
     report(window, path);
     QCOMPARE(portCounts(window), QString("4 0 0 0"));
     QCOMPARE(home.read("Panel7.dev"), QByteArray("Digital input(s):    4\n"));
+}
+
+void TestMainWindow::aFileWithTooManyItemsCannotBeOpened_data()
+{
+    QTest::addColumn<int>("line");
+    QTest::addColumn<QByteArray>("count");
+    QTest::newRow("a date for digital inputs") << 1 << QByteArray("20261121");
+    QTest::newRow("digital outputs") << 2 << QByteArray("99992");
+    QTest::newRow("analog inputs") << 3 << QByteArray("99990");
+    QTest::newRow("analog outputs") << 4 << QByteArray("99990");
+    QTest::newRow("the largest number of scanners") << 5 << QByteArray("4294967295");
+}
+
+void TestMainWindow::aFileWithTooManyItemsCannotBeOpened()
+{
+    QFETCH(int, line);
+    QFETCH(QByteArray, count);
+    const HomeFiles home;
+    MainWindow window;
+    QVERIFY(window.openDeviceFile(home.write("Panel7.dev", kPanel7)));
+    const QPointer<cDevice> panel = window.device();
+    QVERIFY(!window.openDeviceFile(home.write("huge.dev", panelWithLine(line, count))));
+    QCOMPARE(window.device(), panel.data());
+    QCOMPARE(summary(window), home.pathOf("Panel7.dev") + "|none|none|none");
+}
+
+void TestMainWindow::loadReportsAFileWithTooManyItems()
+{
+    const HomeFiles home;
+    MainWindow window;
+    ModalAnswers answers;
+    answers.chooseFile(home.write("huge.dev", panelWithLine(1, "20261121")));
+    answers.pressOk();
+    trigger(window, "actionLoad");
+    QCOMPARE(answers.shown().size(), 2);
+    expectUnreadableFileBox(answers.shown()[1], &window);
+    QCOMPARE(enabled(window, kDeviceEntries), QVector<bool>({false, false, false, false}));
+}
+
+void TestMainWindow::aChangeToTooManyItemsIsReported()
+{
+    const HomeFiles home;
+    MainWindow window;
+    report(window, home.write("Panel7.dev", kPanel7));
+    const QPointer<cDevice> panel = window.device();
+    ModalAnswers answers;
+    answers.pressOk();
+    report(window, home.write("huge.dev", panelWithLine(1, "Digital input(s):    99992")));
+    QCOMPARE(answers.shown().size(), 1);
+    expectUnreadableFileBox(answers.shown()[0], &window);
+    QCOMPARE(window.device(), panel.data());
+    QCOMPARE(summary(window), home.pathOf("huge.dev") + "|none|none|none");
 }
 
 void TestMainWindow::aDeviceFileComesThroughAPipe()

@@ -47,6 +47,7 @@ private slots:
     void readingGivesTheValues();
     void numbersConvertOrAreZero_data();
     void numbersConvertOrAreZero();
+    void upToAHundredThousandItemsAreADevice();
     void lineValues_data();
     void lineValues();
     void theLabelIsLogged();
@@ -164,6 +165,19 @@ void TestDeviceFile::numbersConvertOrAreZero()
     QCOMPARE(values.scanners, number);
     QCOMPARE(values.versionNumber(), number);
     QCOMPARE(values.serialNumber(), number);
+}
+
+void TestDeviceFile::upToAHundredThousandItemsAreADevice()
+{
+    cDeviceFile values;
+    values.digitalInputs = values.digitalOutputs = values.analogInputs = values.analogOutputs = 20000;
+    values.scanners = 20000;
+    QVERIFY(!values.hasTooManyItems());
+    ++values.scanners;
+    QVERIFY(values.hasTooManyItems());
+    // The sum exceeds 32 bits.
+    values.digitalInputs = values.digitalOutputs = 0x80000000U;
+    QVERIFY(values.hasTooManyItems());
 }
 
 void TestDeviceFile::lineValues_data()
