@@ -223,6 +223,10 @@ void LinkSession::count(const Entry& entry, bool added)
 
 void LinkSession::push(Entry entry)
 {
+    if (!isSound() || isWriting() || !mQueue.empty()) {
+        // It waits, so that the room left over by encoding would add up.
+        entry.message.payload.shrink_to_fit();
+    }
     count(entry, true);
     mQueue.push_back(std::move(entry));
     trim();

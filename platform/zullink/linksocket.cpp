@@ -101,16 +101,6 @@ void cLinkSocket::recordTo(std::shared_ptr<cCaptureFile> file)
     mRecord = cCapturedLink::of(std::move(file), mFd, cCapturedLink::CONNECTED);
 }
 
-cLinkSocket::eOutcome cLinkSocket::receive(uint8_t* buffer, size_t size, int timeoutMs, int wakeFd,
-                                           size_t* received)
-{
-    pollfd waits[] = {{mFd, POLLIN, 0}, {wakeFd, POLLIN, 0}};
-    if (poll(waits, 2, timeoutMs) <= 0 || waits[0].revents == 0) {
-        return NOTHING;
-    }
-    return receive(buffer, size, received);
-}
-
 cLinkSocket::eOutcome cLinkSocket::receive(uint8_t* buffer, size_t size, size_t* received)
 {
     const ssize_t count = recv(mFd, buffer, size, 0);
@@ -152,31 +142,6 @@ cLinkSocket::eOutcome cLinkSocket::sendSome(const uint8_t* bytes, size_t size, s
             return isTransient(errno) ? NOTHING : CLOSED;
         }
     }
-}
-
-cLinkSocket::eOutcome cLinkSocket::sendAll(const uint8_t* bytes, size_t size, int stallMs)
-{
-    while (size > 0) {
-        size_t sent = 0;
-        const eOutcome outcome = sendSome(bytes, size, &sent);
-        if (outcome == CLOSED) {
-            return CLOSED;
-        }
-        if (outcome == DONE) {
-            bytes += sent;
-            size -= sent;
-            continue;
-        }
-        pollfd wait{mFd, POLLOUT, 0};
-        const int ready = poll(&wait, 1, stallMs);
-        if (ready == 0) {
-            return NOTHING;
-        }
-        if (ready > 0 && (wait.revents & (POLLERR | POLLHUP)) != 0) {
-            return CLOSED;
-        }
-    }
-    return DONE;
 }
 
 void cLinkSocket::shutDown()

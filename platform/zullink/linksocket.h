@@ -40,7 +40,7 @@ public:
     enum eOutcome
     {
         DONE,
-        NOTHING, ///< the time is over, or the wait was ended from outside
+        NOTHING, ///< it would have to wait
         CLOSED   ///< by the peer, by shutDown() or by an error
     };
 
@@ -50,14 +50,8 @@ public:
     /// Reads what is there, up to @p size, without waiting. @p *received is the number of bytes when DONE.
     eOutcome receive(uint8_t* buffer, size_t size, size_t* received);
 
-    /// Waits for bytes at most @p timeoutMs, and no longer than until @p wakeFd is readable, then reads.
-    eOutcome receive(uint8_t* buffer, size_t size, int timeoutMs, int wakeFd, size_t* received);
-
     /// Sends what fits without waiting; @p *sent is the number of bytes when DONE.
     eOutcome sendSome(const uint8_t* bytes, size_t size, size_t* sent);
-
-    /// Sends all of it. NOTHING after @p stallMs without any progress; part of it may then have been sent.
-    eOutcome sendAll(const uint8_t* bytes, size_t size, int stallMs);
 
     void shutDown();
 

@@ -11,6 +11,7 @@
 #include "hexbytes.h"
 #include "linkpeer.h"
 #include "listeners.h"
+#include "zullink/linkclient.h"
 #include "zulobj/capability.h"
 
 namespace {
@@ -174,7 +175,7 @@ TEST_P(EitherClientTest, PeerThatNeverReadsIsGivenUpAndMayComeAgain)
     ASSERT_TRUE(client.start(listening.port()));
     PeerConnection peer = listening.accept();
     Bytes requests; // more than the pump holds
-    for (size_t i = 0; i < 2 * cEventPump::kMaxQueuedBytes / wmsg::kHeaderSize; ++i) {
+    for (size_t i = 0; i < 2 * cLinkClient::kMaxQueuedBytes / wmsg::kHeaderSize; ++i) {
         messageOf(1, static_cast<uint8_t>(i)).appendFrames(requests);
     }
     peer.send(requests); // in part in vain once the client has given up

@@ -2,19 +2,24 @@
 
 #include "failingcalls.h"
 
+#include <arpa/inet.h>
 #include <cerrno>
 #include <condition_variable>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <netinet/in.h>
 #include <ostream>
 #include <string>
 
+#include "caughtlog.h"
 #include "fakenameserver.h"
 #include "listeners.h"
 #include "servingpeer.h"
-#include "zulobj/adhoc.h"
 #include "zullink/linkclock.h"
+#include "zullink/linksocket.h"
+#include "zullink/wakeup.h"
+#include "zulobj/adhoc.h"
 #include "zulobj/objclient.h"
 
 namespace {
@@ -151,6 +156,24 @@ TEST(FailingCallsTest, aSignalDoesNotEndAnAttemptToConnect)
     EXPECT_FALSE(cLinkSocket::connectTo(address, 300, wakeup.fd(), &problem));
     EXPECT_TRUE(FailingCalls::disarm());
     EXPECT_GE(linkNowMs() - begun, 300);
+}
+
+TEST(FailingCallsTest, aThreadThatTheSystemRefusesLeavesTheLinkOutAndTheProgramGoesOn)
+{
+    const ServingPeer peer;
+    cObjectClient client(quickSettings());
+    for (const int nth : {1, 2}) {
+        SCOPED_TRACE(nth);
+        CaughtLog log;
+        FailingCalls::arm("pthread_create", nth, EAGAIN);
+        EXPECT_FALSE(client.start("127.0.0.1", peer.port()));
+        EXPECT_TRUE(FailingCalls::disarm());
+        EXPECT_EQ(log.waitFor("The link is missing").size(), 1U);
+        sendEvent(&client);
+        client.stop();
+    }
+    EXPECT_TRUE(client.start("127.0.0.1", peer.port()));
+    EXPECT_TRUE(isAnsweredAtLast(&client));
 }
 
 /// A client that reads nothing for an hour, as its answers are not read, and then goes on.

@@ -15,6 +15,7 @@
 #include "linkpeer.h"
 #include "listeners.h"
 #include "samplerecords.h"
+#include "zullink/linkclient.h"
 
 namespace {
 
@@ -509,7 +510,7 @@ TEST_F(ObjClientTest, PeerThatAnswersNothingIsAskedNoMoreThan255Times)
     ASSERT_TRUE(startClient(&client));
     PeerConnection peer = mPeer.accept();
     std::vector<std::thread> threads;
-    for (size_t i = 0; i < cMsgRegistry::kMaxOutstanding; ++i) {
+    for (size_t i = 0; i < LinkSession::kMaxOutstanding; ++i) {
         threads.emplace_back([&client] {
             cObjectList request;
             cObjectList answer;
@@ -520,7 +521,7 @@ TEST_F(ObjClientTest, PeerThatAnswersNothingIsAskedNoMoreThan255Times)
         thread.join();
     }
     WMsg message;
-    for (size_t i = 0; i < cMsgRegistry::kMaxOutstanding; ++i) {
+    for (size_t i = 0; i < LinkSession::kMaxOutstanding; ++i) {
         ASSERT_TRUE(peer.receive(&message));
     }
     cObjectList request;
@@ -568,7 +569,7 @@ TEST_F(ObjClientTest, TooManyOutstandingRequestsAreBusy)
     PeerConnection peer = mPeer.accept();
     std::vector<std::thread> threads;
     std::atomic<int> failed{0};
-    for (size_t i = 0; i < cMsgRegistry::kMaxOutstanding; ++i) {
+    for (size_t i = 0; i < LinkSession::kMaxOutstanding; ++i) {
         threads.emplace_back([&] {
             cObjectList request;
             cObjectList answer;
@@ -577,7 +578,7 @@ TEST_F(ObjClientTest, TooManyOutstandingRequestsAreBusy)
     }
     std::vector<bool> seen(256);
     WMsg message;
-    for (size_t i = 0; i < cMsgRegistry::kMaxOutstanding; ++i) {
+    for (size_t i = 0; i < LinkSession::kMaxOutstanding; ++i) {
         EXPECT_TRUE(peer.receive(&message));
         EXPECT_FALSE(seen[message.seq]) << "a number stands for one request only";
         seen[message.seq] = true;
@@ -589,7 +590,7 @@ TEST_F(ObjClientTest, TooManyOutstandingRequestsAreBusy)
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(failed, static_cast<int>(cMsgRegistry::kMaxOutstanding));
+    EXPECT_EQ(failed, static_cast<int>(LinkSession::kMaxOutstanding));
 }
 
 // Keeping the link.
@@ -709,7 +710,7 @@ TEST_F(ObjClientTest, StartedAgainWhileAListenerIsBusyDoesNotWaitForIt)
     PeerConnection first = mPeer.accept();
     const Bytes message = framesOf(messageOf(5, 1, hexBytes("00 00 00 63 00 00 00 00")));
     Bytes stream;
-    for (size_t i = 0; i < 2 * cEventPump::kMaxQueuedBytes / message.size(); ++i) {
+    for (size_t i = 0; i < 2 * cLinkClient::kMaxQueuedBytes / message.size(); ++i) {
         stream.insert(stream.end(), message.begin(), message.end());
     }
     ASSERT_TRUE(first.send(stream)) << "more than the pump holds";

@@ -1,59 +1,15 @@
 // Many devices that lose the same server in the same instant.
 
 #include <algorithm>
-#include <condition_variable>
 #include <gtest/gtest.h>
-#include <log4cpp/AppenderSkeleton.hh>
-#include <log4cpp/Category.hh>
-#include <log4cpp/LoggingEvent.hh>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "caughtlog.h"
 #include "linkpeer.h"
-#include "listeners.h"
 #include "zulobj/objclient.h"
-
-namespace {
-
-/// Collects how long the clients say that they will wait, in seconds.
-class PauseCatcher : public log4cpp::AppenderSkeleton
-{
-public:
-    PauseCatcher() : AppenderSkeleton("pauses") { log4cpp::Category::getRoot().addAppender(*this); }
-    ~PauseCatcher() override { log4cpp::Category::getRoot().removeAppender(this); }
-    void close() override {}
-    bool requiresLayout() const override { return false; }
-    void setLayout(log4cpp::Layout*) override {}
-
-    std::vector<double> waitFor(size_t count)
-    {
-        std::unique_lock<std::mutex> lock(mMutex);
-        mChanged.wait_for(lock, kTestPatience, [&] { return mPauses.size() >= count; });
-        return mPauses;
-    }
-
-protected:
-    void _append(const log4cpp::LoggingEvent& event) override
-    {
-        const std::string words = "next attempt in ";
-        const size_t at = event.message.find(words);
-        if (at != std::string::npos) {
-            const std::lock_guard<std::mutex> lock(mMutex);
-            mPauses.push_back(std::stod(event.message.substr(at + words.size())));
-        }
-        mChanged.notify_all();
-    }
-
-private:
-    std::mutex mMutex;
-    std::condition_variable mChanged;
-    std::vector<double> mPauses;
-};
-
-} // namespace
 
 TEST(ReconnectStormTest, DevicesThatAreDroppedTogetherDoNotComeBackTogether)
 {
@@ -62,7 +18,7 @@ TEST(ReconnectStormTest, DevicesThatAreDroppedTogetherDoNotComeBackTogether)
     settings.startMs = 20000;
     settings.firstPauseMs = 1000000;
     settings.longestPauseMs = 10000000;
-    PauseCatcher pauses;
+    CaughtLog log;
     LinkPeer server;
     std::vector<std::unique_ptr<cObjectClient>> devices;
     std::vector<PeerConnection> connections;
@@ -72,7 +28,11 @@ TEST(ReconnectStormTest, DevicesThatAreDroppedTogetherDoNotComeBackTogether)
         connections.push_back(server.accept());
     }
     connections.clear();
-    std::vector<double> seconds = pauses.waitFor(kDevices);
+    const std::string words = "next attempt in ";
+    std::vector<double> seconds;
+    for (const std::string& line : log.waitFor(words, kDevices)) {
+        seconds.push_back(std::stod(line.substr(line.find(words) + words.size())));
+    }
     ASSERT_EQ(seconds.size(), kDevices);
 
     // From 1000 to 1500 seconds: twenty devices to each tenth of that, give or take five.

@@ -1,0 +1,405 @@
+#include "zullink/linkclient.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <poll.h>
+#include <random>
+#include <system_error>
+#include <utility>
+
+#include "zullink/linkclock.h"
+
+namespace {
+
+/// So often the link thread reads before it looks at other things.
+constexpr int kMaxReads = 16;
+
+constexpr char kClosed[] = "the connection was closed";
+
+LinkSession::Settings sessionSettings(const sLinkSettings& settings)
+{
+    return {.pingAfterMs = settings.pingAfterMs,
+            .giveUpAfterMs = settings.giveUpAfterMs,
+            .queueBytes = settings.queueBytes,
+            .answerBytes = settings.answerBytes,
+            .silent = "the server is silent",
+            .brokenBytes = "received bytes make no sense: "};
+}
+
+} // namespace
+
+cLinkClient::cLinkClient(const sLinkSettings& settings, const cWlog& log, Delivery deliver)
+    : mSettings(settings),
+      mLog(log),
+      mDeliver(std::move(deliver)),
+      mBackoff(settings.firstPauseMs, settings.longestPauseMs, std::random_device{}()),
+      mSession(sessionSettings(settings), &mNumbers)
+{}
+
+cLinkClient::~cLinkClient() { stop(); }
+
+void cLinkClient::recordTo(std::shared_ptr<cCaptureFile> file)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mCapture = std::move(file);
+}
+
+uint64_t cLinkClient::unmatchedAnswers() const
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    return mSession.unmatchedAnswers();
+}
+
+bool cLinkClient::start(const char* address, int port)
+{
+    if (address == nullptr || *address == '\0' || port < 0 || port > 0xFFFF) {
+        return false;
+    }
+    mLinkThread = {};
+    mAddress = address;
+    mPort = static_cast<uint16_t>(port);
+    mBackoff.reset();
+
+    std::unique_lock<std::mutex> lock(mMutex);
+    mStarted = startThreads();
+    mFirstAttempt.reset();
+    mChanged.wait_for(lock, std::chrono::milliseconds(mSettings.startMs),
+                      [this] { return !mStarted || mFirstAttempt; });
+    return mFirstAttempt.value_or(false);
+}
+
+/// Starts the threads that do not run yet. The caller holds mMutex.
+bool cLinkClient::startThreads()
+{
+    try {
+        if (mDriver == nullptr && !mDeliveryThread.joinable()) {
+            mDeliveryThread = std::jthread([this](const std::stop_token& stop) {
+                std::unique_lock<std::mutex> lock(mMutex);
+                while (mChanged.wait(lock, stop, [this] { return mayDeliver(); }) && !stop.stop_requested()) {
+                    deliverNext(&lock);
+                }
+            });
+        }
+        mLinkThread = std::jthread([this](const std::stop_token& stop) { keepLink(stop); });
+        return true;
+    } catch (const std::system_error& failure) {
+        mLog.error(
+            ("The link is missing, as its thread could not be started: " + failure.code().message()).c_str());
+        return false;
+    }
+}
+
+void cLinkClient::stop()
+{
+    mLinkThread = {};
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mStarted = false;
+        mInbound.clear();
+        mInboundBytes = 0;
+        end(mSession.clear());
+    }
+    mDeliveryThread = {};
+    mServed.reset();
+}
+
+void cLinkClient::end(const std::vector<LinkSession::AnswerHandler>& handlers)
+{
+    for (const LinkSession::AnswerHandler& handler : handlers) {
+        handler(nullptr);
+    }
+}
+
+void cLinkClient::send(WMsg message, const std::optional<LinkSession::ReplyToken>& token)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (!mStarted) {
+        return;
+    }
+    if (token) {
+        mSession.answer(*token, std::move(message));
+    } else {
+        mSession.send(std::move(message));
+    }
+    flush(linkNowMs());
+}
+
+cLinkClient::eOutcome cLinkClient::request(WMsg message, int timeoutMs, WMsg* answer)
+{
+    std::unique_lock<std::mutex> lock(mMutex);
+    if (!mStarted) {
+        return UNANSWERED;
+    }
+    eOutcome outcome = UNANSWERED;
+    bool ended = false;
+    const uint64_t request = mSession.request(std::move(message), [&](const WMsg* received) {
+        ended = true;
+        if (received != nullptr) {
+            *answer = *received;
+            outcome = ANSWERED;
+        }
+        mChanged.notify_all();
+    });
+    if (request == 0) {
+        return BUSY;
+    }
+    flush(linkNowMs());
+    if (!mChanged.wait_for(lock, std::chrono::milliseconds(timeoutMs), [&] { return ended; })) {
+        mSession.giveUp(request);
+    }
+    return outcome;
+}
+
+// The link thread.
+
+void cLinkClient::keepLink(const std::stop_token& stop)
+{
+    const std::stop_callback wake(stop, [this] {
+        mWakeup.wake();
+        const std::lock_guard<std::mutex> lock(mMutex);
+        if (mSocket) {
+            mSocket->shutDown();
+        }
+    });
+    for (mWakeup.reset(); !stop.stop_requested(); mWakeup.reset()) {
+        std::string problem;
+        const SocketPtr socket = connect(&problem);
+        if (socket) {
+            mLog.info(("Connected to " + server()).c_str());
+            setUp(socket);
+            problem = keepConnection(stop, *socket);
+            setDown();
+        } else {
+            reportAttempt(false);
+        }
+        pause(stop, problem);
+    }
+}
+
+cLinkClient::SocketPtr cLinkClient::connect(std::string* problem)
+{
+    const int64_t deadline = linkNowMs() + mSettings.connectMs;
+    const std::vector<sLinkAddress> addresses =
+        resolveAddress(mAddress, mPort, mSettings.connectMs, mWakeup.fd());
+    *problem = "the name has no address";
+    const int left = static_cast<int>(std::max<int64_t>(deadline - linkNowMs(), 1));
+    SocketPtr socket = cLinkSocket::connectToAny(addresses, left, mWakeup.fd(), problem);
+    if (socket) {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        socket->recordTo(mCapture);
+    }
+    return socket;
+}
+
+void cLinkClient::reportAttempt(bool connected)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (!mFirstAttempt) {
+        mFirstAttempt = connected;
+        mChanged.notify_all();
+    }
+}
+
+void cLinkClient::setUp(const SocketPtr& socket)
+{
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        mSocket = socket;
+        mSession.connected(linkNowMs());
+        updateReading(linkNowMs());
+    }
+    reportAttempt(true);
+    warnOfDropped();
+}
+
+void cLinkClient::setDown()
+{
+    warnOfDropped();
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (mSession.hasReceived()) {
+        mBackoff.reset();
+    }
+    end(mSession.disconnected());
+    mSocket->shutDown();
+    mSocket.reset();
+    updateReading(linkNowMs());
+}
+
+void cLinkClient::warnOfDropped()
+{
+    LinkSession::Dropped dropped;
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        dropped = mSession.takeDropped();
+    }
+    const auto warn = [this](uint64_t count, const char* why) {
+        if (count > 0) {
+            mLog.warn((std::to_string(count) + " events were dropped " + why).c_str());
+        }
+    };
+    warn(dropped.whileDown, "while the link was down");
+    warn(dropped.whileUp, "as the server did not read them");
+}
+
+/// Keeps the connection until it can't go on. Returns why.
+std::string cLinkClient::keepConnection(const std::stop_token& stop, const cLinkSocket& socket)
+{
+    bool reads = false;
+    while (!stop.stop_requested()) {
+        short events = 0;
+        int64_t waitMs = mSettings.pingAfterMs;
+        {
+            const std::lock_guard<std::mutex> lock(mMutex);
+            const int64_t nowMs = linkNowMs();
+            events = process(nowMs, reads);
+            if (!mSession.problem().empty()) {
+                return mSession.problem();
+            }
+            waitMs = std::clamp<int64_t>(mSession.deadline() - nowMs, 0, waitMs);
+        }
+        if (!mPollsForRoom) {
+            warnOfDropped();
+        }
+        // A closed socket would end each poll(), so it is left out unless something is to be done with it.
+        pollfd waits[] = {{events == 0 ? -1 : socket.fd(), events, 0}, {mWakeup.fd(), POLLIN, 0}};
+        reads = ::poll(waits, 2, static_cast<int>(waitMs)) > 0 && (waits[0].revents & ~POLLOUT) != 0;
+        mWakeup.reset();
+    }
+    return "stopped";
+}
+
+/// Does what can be done without waiting; reads if @p reads. Returns the events to wait for. The caller holds
+/// mMutex.
+short cLinkClient::process(int64_t nowMs, bool reads)
+{
+    flush(nowMs);
+    if (reads || nowMs >= mSession.deadline()) {
+        // With a driver, only if that is too busy to read. Silence is judged when nothing is left to be read.
+        for (int times = 0; times < kMaxReads && receive(nowMs); ++times) {
+            requestDelivery();
+        }
+        mSession.checkTimes(nowMs);
+        flush(nowMs);
+    }
+    mPollsForRoom = !mSession.output(nowMs).empty();
+    return static_cast<short>((mPollsForRoom ? POLLOUT : 0) | (mReading && mDriver == nullptr ? POLLIN : 0));
+}
+
+void cLinkClient::pause(const std::stop_token& stop, const std::string& problem)
+{
+    if (stop.stop_requested()) {
+        return;
+    }
+    const int pauseMs = mBackoff.next();
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%.1f", pauseMs / 1000.0);
+    mLog.warn(("No link to " + server() + ": " + problem + "; next attempt in " + seconds + " s").c_str());
+    std::unique_lock<std::mutex> lock(mMutex);
+    mChanged.wait_for(lock, stop, std::chrono::milliseconds(pauseMs), [] { return false; });
+}
+
+// The thread that delivers.
+
+int cLinkClient::processIo()
+{
+    std::unique_lock<std::mutex> lock(mMutex);
+    // A listener that calls has its message delivered first.
+    if (!mProcessing) {
+        mProcessing = true;
+        mServed = mSocket;
+        receive(linkNowMs());
+        while (mayDeliver()) {
+            deliverNext(&lock);
+        }
+        mProcessing = false;
+    }
+    return mReading && mServed == mSocket ? mServed->fd() : -1;
+}
+
+/// @p lock is released while the message is delivered.
+void cLinkClient::deliverNext(std::unique_lock<std::mutex>* lock)
+{
+    const LinkSession::Received received = std::move(mInbound.front());
+    mInbound.pop_front();
+    mInboundBytes -= received.message.payload.size() + wmsg::kHeaderSize;
+    updateReading(linkNowMs());
+    lock->unlock();
+    mDeliver(received);
+    lock->lock();
+}
+
+// Any thread. The caller holds mMutex.
+
+/// Reads once what has come, without waiting. True if something has come.
+bool cLinkClient::receive(int64_t nowMs)
+{
+    if (!mReading) {
+        return false;
+    }
+    std::array<uint8_t, 16384> buffer;
+    size_t size = 0;
+    const cLinkSocket::eOutcome outcome = mSocket->receive(buffer.data(), buffer.size(), &size);
+    if (outcome == cLinkSocket::CLOSED) {
+        mSession.abandon(kClosed);
+    }
+    std::span<const uint8_t> bytes(buffer.data(), size);
+    LinkSession::Received received;
+    while (mSession.read(&bytes, nowMs, &received)) {
+        if (received.handler) {
+            received.handler(&received.message);
+        } else if (!received.message.answer) {
+            mInboundBytes += received.message.payload.size() + wmsg::kHeaderSize;
+            mInbound.push_back(std::exchange(received, {}));
+        }
+    }
+    flush(nowMs);
+    return outcome == cLinkSocket::DONE;
+}
+
+/// Writes what the connection takes without waiting, and leaves the rest to the link thread.
+void cLinkClient::flush(int64_t nowMs)
+{
+    if (!mSocket) {
+        return;
+    }
+    std::span<const uint8_t> bytes = mSession.output(nowMs);
+    for (bool taken = true; taken && !bytes.empty();) {
+        size_t sent = 0;
+        if (mSocket->sendSome(bytes.data(), bytes.size(), &sent) == cLinkSocket::CLOSED) {
+            mSession.abandon(kClosed);
+        } else if (sent > 0) {
+            mSession.written(sent, nowMs);
+        }
+        taken = sent == bytes.size();
+        bytes = mSession.output(nowMs);
+    }
+    updateReading(nowMs);
+    if (!mSession.problem().empty() || (!bytes.empty() && !mPollsForRoom)) {
+        mWakeup.wake();
+    }
+}
+
+/// Reads unless too much waits to be written or delivered.
+void cLinkClient::updateReading(int64_t nowMs)
+{
+    const bool backpressured = mSession.backlogExceeded();
+    const bool reading =
+        mSocket && mSession.problem().empty() && !backpressured && mInboundBytes <= kMaxQueuedBytes;
+    mSession.setReading(reading, nowMs);
+    if ((reading && !mReading) || (!backpressured && mBackpressured)) {
+        requestDelivery();
+        mWakeup.wake();
+    }
+    mReading = reading;
+    mBackpressured = backpressured;
+}
+
+void cLinkClient::requestDelivery()
+{
+    mChanged.notify_all();
+    if (mDriver != nullptr) {
+        mDriver->requestProcessing();
+    }
+}

@@ -1,0 +1,124 @@
+#ifndef ZULLINK_LINKCLIENT_H
+#define ZULLINK_LINKCLIENT_H
+
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include "wlog/wlog.h"
+#include "zullink/linkdriver.h"
+#include "zullink/linksession.h"
+#include "zullink/linksettings.h"
+#include "zullink/linksocket.h"
+#include "zullink/reconnectbackoff.h"
+#include "zullink/wakeup.h"
+
+/// Drives the session of a side that connects, and connects again after every loss.
+///
+/// The link thread connects and writes what could not be written at once. Without a driver it also reads, and
+/// a second thread delivers. With a driver both happen on the driver's thread; if that is busy for longer
+/// than pingAfterMs, the link thread reads in its place, so that pings are answered.
+class cLinkClient
+{
+public:
+    /// No further message is read while more bytes than this wait to be delivered.
+    static constexpr size_t kMaxQueuedBytes = 256 * 1024;
+
+    /// Called with each message that is not an answer, one at a time.
+    using Delivery = std::function<void(const LinkSession::Received&)>;
+
+    /// @p log is borrowed.
+    cLinkClient(const sLinkSettings& settings, const cWlog& log, Delivery deliver);
+    ~cLinkClient();
+
+    // As in cObjectClient.
+    void recordTo(std::shared_ptr<cCaptureFile> file);
+    void setDriver(cLinkDriver* driver) { mDriver = driver; }
+    int processIo();
+    bool start(const char* address, int port);
+    void stop();
+    uint64_t unmatchedAnswers() const;
+
+    /// Sends @p message, as the answer to the message of @p token if there is one.
+    void send(WMsg message, const std::optional<LinkSession::ReplyToken>& token);
+
+    enum eOutcome
+    {
+        ANSWERED,
+        UNANSWERED, ///< not sent, or the connection was lost, or no answer in time
+        BUSY        ///< too many requests are outstanding
+    };
+
+    /// Sends @p message and waits for its answer.
+    eOutcome request(WMsg message, int timeoutMs, WMsg* answer);
+
+private:
+    using SocketPtr = std::shared_ptr<cLinkSocket>;
+
+    // The link thread.
+    void keepLink(const std::stop_token& stop);
+    SocketPtr connect(std::string* problem);
+    void reportAttempt(bool connected);
+    void setUp(const SocketPtr& socket);
+    void setDown();
+    void warnOfDropped();
+    std::string keepConnection(const std::stop_token& stop, const cLinkSocket& socket);
+    short process(int64_t nowMs, bool reads);
+    void pause(const std::stop_token& stop, const std::string& problem);
+    std::string server() const { return mAddress + " port " + std::to_string(mPort); }
+
+    // The thread that delivers.
+    bool mayDeliver() const { return !mInbound.empty() && !mSession.backlogExceeded(); }
+    void deliverNext(std::unique_lock<std::mutex>* lock);
+
+    // Any thread. The caller holds mMutex.
+    bool startThreads();
+    bool receive(int64_t nowMs);
+    void flush(int64_t nowMs);
+    void updateReading(int64_t nowMs);
+    void requestDelivery();
+    static void end(const std::vector<LinkSession::AnswerHandler>& handlers);
+
+    const sLinkSettings mSettings;
+    const cWlog& mLog;
+    const Delivery mDeliver;
+    cLinkDriver* mDriver = nullptr; ///< set before the threads start
+    cWakeup mWakeup;                ///< of the link thread
+
+    // The link thread's own; start() sets them before that thread runs.
+    std::string mAddress;
+    uint16_t mPort = 0;
+    cReconnectBackoff mBackoff;
+
+    // The driver's thread's own.
+    SocketPtr mServed; ///< kept open as long as the driver may be watching it
+    bool mProcessing = false;
+
+    mutable std::mutex mMutex;
+    std::condition_variable_any mChanged;
+
+    // Guarded by mMutex.
+    LinkNumbers mNumbers;
+    LinkSession mSession;
+    SocketPtr mSocket; ///< null while the link is down
+    std::shared_ptr<cCaptureFile> mCapture;
+    std::deque<LinkSession::Received> mInbound; ///< messages to be delivered
+    size_t mInboundBytes = 0;
+    bool mReading = false;                  ///< the socket is to be read
+    bool mBackpressured = false;            ///< too many answers wait: nothing is delivered
+    std::atomic<bool> mPollsForRoom{false}; ///< the link thread waits until more can be written
+    bool mStarted = false;
+    std::optional<bool> mFirstAttempt; ///< whether it has connected; none while it lasts
+
+    // The starting thread's own.
+    std::jthread mLinkThread;
+    std::jthread mDeliveryThread; ///< only without a driver
+};
+
+#endif
