@@ -344,7 +344,7 @@ void LinkSession::checkTimes(int64_t nowMs)
     if (!mPinged && idleMs >= mSettings.pingAfterMs) {
         mPinged = true;
         mPingDue = true;
-    } else if (idleMs >= mSettings.giveUpAfterMs) {
+    } else if (mPinged && idleMs >= mSettings.giveUpAfterMs) {
         abandon(mSettings.silent);
     }
     if (mReading && mReader.overdue(nowMs - mPausedMs)) {

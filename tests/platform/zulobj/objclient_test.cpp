@@ -595,15 +595,20 @@ TEST_F(ObjClientTest, TooManyOutstandingRequestsAreBusy)
 
 // Keeping the link.
 
-TEST_F(ObjClientTest, PingIsAnswered)
+TEST_F(ObjClientTest, PingIsAnsweredWithItsNumber)
 {
     cObjectClient client(quickSettings());
     ASSERT_TRUE(startClient(&client));
     PeerConnection peer = mPeer.accept();
-    peer.send(WMsg::ping(false));
-    WMsg message;
-    ASSERT_TRUE(peer.receiveAny(&message));
-    EXPECT_EQ(framesOf(message), framesOf(WMsg::ping(true)));
+    WMsg ping = WMsg::ping(false);
+    WMsg answer = WMsg::ping(true);
+    for (const uint8_t seq : {0, 5}) {
+        ping.seq = answer.seq = seq;
+        peer.send(ping);
+        WMsg message;
+        ASSERT_TRUE(peer.receiveAny(&message));
+        EXPECT_EQ(framesOf(message), framesOf(answer)) << "it bears the ping's number";
+    }
 }
 
 // A peer that does not read.
