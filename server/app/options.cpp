@@ -106,17 +106,7 @@ std::string check(const CLI::App& app, const RawOptions& raw, Options* options)
 
 ParsedOptions wrongUsage(const std::string& text)
 {
-    ParsedOptions parsed;
-    parsed.exitStatus = 1;
-    parsed.error = "zulserver: " + text.substr(0, text.find('\n')) + "\n";
-    return parsed;
-}
-
-ParsedOptions said(const std::string& text)
-{
-    ParsedOptions parsed;
-    parsed.output = text;
-    return parsed;
+    return {.exitStatus = 1, .error = "zulserver: " + text.substr(0, text.find('\n')) + "\n"};
 }
 
 } // namespace
@@ -130,9 +120,9 @@ ParsedOptions parseOptions(int argc, const char* const* argv, const std::string&
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
-        return said(app.help());
+        return {.output = app.help()};
     } catch (const CLI::CallForVersion& call) {
-        return said(std::string(call.what()) + "\n");
+        return {.output = std::string(call.what()) + "\n"};
     } catch (const CLI::ParseError& error) {
         return wrongUsage(error.what());
     }
@@ -140,9 +130,7 @@ ParsedOptions parseOptions(int argc, const char* const* argv, const std::string&
     if (!mistake.empty()) {
         return wrongUsage(mistake);
     }
-    ParsedOptions parsed;
-    parsed.options = options;
-    return parsed;
+    return {.options = options};
 }
 
 } // namespace server

@@ -29,10 +29,10 @@ struct Options
 /// The result of reading the command line.
 struct ParsedOptions
 {
-    std::optional<Options> options; ///< nothing if the program should end
-    int exitStatus = 0;             ///< of a program that should end
-    std::string output;             ///< for standard output: help or version
-    std::string error;              ///< for standard error: one line
+    std::optional<Options> options = {}; ///< nothing if the program should end
+    int exitStatus = 0;                  ///< of a program that should end
+    std::string output = {};             ///< for standard output: help or version
+    std::string error = {};              ///< for standard error: one line
 };
 
 /// Reads a command line; --version puts out @p version.

@@ -65,14 +65,19 @@ std::shared_ptr<cObject> getRecord(CommandWords* words)
 }
 
 template <class Port>
-std::shared_ptr<cObject> getPort(CommandWords* words)
+std::shared_ptr<Port> readPortRecord(CommandWords* words, bool required)
 {
     auto port = std::make_shared<Port>();
-    port->setPortId(readPort(words, false));
+    port->setPortId(readPort(words, required));
     port->setDeviceSerial(readSerial(words));
-    if (const auto portType = words->number("portType")) {
-        port->setPortType(*portType);
-    }
+    return port;
+}
+
+template <class Port>
+std::shared_ptr<cObject> getPort(CommandWords* words)
+{
+    auto port = readPortRecord<Port>(words, false);
+    port->setPortType(words->number("portType").value_or(port->getPortType()));
     return port;
 }
 
@@ -85,18 +90,9 @@ std::shared_ptr<cObject> getSample(CommandWords* words)
     return sample;
 }
 
-template <class Port>
-std::shared_ptr<Port> portToSet(CommandWords* words)
-{
-    auto port = std::make_shared<Port>();
-    port->setPortId(readPort(words, true));
-    port->setDeviceSerial(readSerial(words));
-    return port;
-}
-
 std::shared_ptr<cObject> setDInput(CommandWords* words)
 {
-    auto port = portToSet<cObjectDInput>(words);
+    auto port = readPortRecord<cObjectDInput>(words, true);
     port->setDefaultState(readState(words, "default"));
     if (port->getDefaultState() == cObject::OBJ_IO_STATE_UNKNOWN) {
         words->failWithout("default");
@@ -106,7 +102,7 @@ std::shared_ptr<cObject> setDInput(CommandWords* words)
 
 std::shared_ptr<cObject> setDOutput(CommandWords* words)
 {
-    auto port = portToSet<cObjectDOutput>(words);
+    auto port = readPortRecord<cObjectDOutput>(words, true);
     port->setOutputState(readState(words, "state"));
     port->setDefaultState(readState(words, "default"));
     return port;
@@ -114,22 +110,16 @@ std::shared_ptr<cObject> setDOutput(CommandWords* words)
 
 std::shared_ptr<cObject> setAInput(CommandWords* words)
 {
-    auto port = portToSet<cObjectAInput>(words);
-    if (const auto rate = words->number("rate")) {
-        port->setSampleRate(*rate);
-    }
-    if (const auto gain = words->real("gain")) {
-        port->setGain(*gain);
-    }
-    if (const auto offset = words->real("offset")) {
-        port->setOffset(*offset);
-    }
+    auto port = readPortRecord<cObjectAInput>(words, true);
+    port->setSampleRate(words->number("rate").value_or(port->getSampleRate()));
+    port->setGain(words->real("gain").value_or(port->getGain()));
+    port->setOffset(words->real("offset").value_or(port->getOffset()));
     return port;
 }
 
 std::shared_ptr<cObject> setAOutput(CommandWords* words)
 {
-    auto port = portToSet<cObjectAOutput>(words);
+    auto port = readPortRecord<cObjectAOutput>(words, true);
     if (const auto value = words->real("value")) {
         port->setSampledValue(*value);
     } else {

@@ -12,10 +12,7 @@ namespace {
 
 Reply failedReply(const std::string& sentence)
 {
-    Reply reply;
-    reply.status = Reply::Status::FAILED;
-    reply.error = sentence;
-    return reply;
+    return {.status = Reply::Status::FAILED, .error = sentence};
 }
 
 /// "OBJ_PORT_DIN with portId=2 inputState=OBJ_IO_STATE_SET".
@@ -151,10 +148,7 @@ Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t coun
 
 Reply replyWith(const cObjectList& list)
 {
-    Reply reply;
-    reply.msgType = list.getMsgType();
-    reply.objects = objectsOf(list);
-    return reply;
+    return {.msgType = list.getMsgType(), .objects = objectsOf(list)};
 }
 
 } // namespace server

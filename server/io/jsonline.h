@@ -35,10 +35,10 @@ struct Reply
     };
 
     Status status = Status::OK;
-    std::optional<uint8_t> msgType; ///< that of the answer, or of the event waited for
-    JsonPtr objects;                ///< an array; null stands for an empty one
-    std::string error;              ///< one sentence, or empty
-    JsonPtr received;               ///< the messages received instead of the one expected: an array or null
+    std::optional<uint8_t> msgType = {}; ///< that of the answer, or of the event waited for
+    JsonPtr objects = {};                ///< an array; null stands for an empty one
+    std::string error = {};              ///< one sentence, or empty
+    JsonPtr received = {}; ///< the messages received instead of the one expected: an array or null
 };
 
 JsonPtr listeningLine(const std::string& address, uint16_t port);

@@ -33,9 +33,7 @@ bool isWait(Command::Kind kind)
 
 Reply replyWith(const cObjectDevice& device)
 {
-    Reply reply;
-    reply.objects.reset(json_pack("[o]", device.getJSONObj()));
-    return reply;
+    return {.objects = JsonPtr(json_pack("[o]", device.getJSONObj()))};
 }
 
 } // namespace
@@ -380,10 +378,7 @@ void CommandRunner::end(Reply reply)
 
 void CommandRunner::fail(const std::string& sentence, Reply::Status status)
 {
-    Reply reply;
-    reply.status = status;
-    reply.error = sentence;
-    end(std::move(reply));
+    end({.status = status, .error = sentence});
 }
 
 } // namespace server
