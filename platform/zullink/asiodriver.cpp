@@ -85,9 +85,12 @@ void AsioDriver::receive()
             mOwner->linkMessage(std::move(received));
         }
     }
-    if (mOwner == nullptr) {
-        return;
-    }
+    flushOrClose();
+}
+
+/// Outside of the owner's calls the connection may be closed at once.
+void AsioDriver::flushOrClose()
+{
     if (mSession.problem().empty()) {
         flush();
     } else {
@@ -98,11 +101,8 @@ void AsioDriver::receive()
 void AsioDriver::flush()
 {
     error_code error;
-    while (mOwner != nullptr && !mWaitingToWrite && !error) {
-        const std::span<const uint8_t> bytes = mSession.output(linkNowMs());
-        if (bytes.empty()) {
-            break;
-        }
+    std::span<const uint8_t> bytes;
+    while (!mWaitingToWrite && !error && !(bytes = mSession.output(linkNowMs())).empty()) {
         const size_t size = mSocket.write_some(boost::asio::buffer(bytes.data(), bytes.size()), error);
         if (mRecord && size > 0) {
             mRecord->sending(bytes.data(), [size] { return static_cast<ssize_t>(size); });
@@ -170,15 +170,8 @@ void AsioDriver::checkTimes()
     if (!mReadingPaused && mayRead()) {
         receive(); // the loop may be late
     }
-    if (mOwner == nullptr) {
-        return;
-    }
     mSession.checkTimes(linkNowMs());
-    if (mSession.problem().empty()) {
-        flush();
-    } else {
-        close(std::string(mSession.problem()));
-    }
+    flushOrClose();
 }
 
 /// The peer has closed the connection, or it is broken.
@@ -196,7 +189,7 @@ void AsioDriver::closeLater(const error_code& error)
 {
     boost::asio::post(mSocket.get_executor(), [self = shared_from_this(), error] {
         if (self->mOwner != nullptr) {
-            error ? self->fail(error) : self->close(std::string(self->mSession.problem()));
+            error ? self->fail(error) : self->flushOrClose();
         }
     });
 }

@@ -63,6 +63,7 @@ private:
     bool mayRead() const { return !mOwner->readingPaused() && !mSession.backlogExceeded(); }
     void waitToRead();
     void receive();
+    void flushOrClose();
     void waitToWrite();
     void armTimer();
     void checkTimes();
