@@ -5,7 +5,7 @@ class QHBoxLayout;
 class QLabel;
 class QString;
 
-/// Puts the columns that all analog rows begin with into @p box: the name, the gain at 1 and the offset at 0.
+/// Adds the first columns of an analog row to @p box: the name, the gain, 1, and the offset, 0.
 void beginAnalogRow(QHBoxLayout* box, QLabel* name, const QString& nameText, QLabel* gain, QLabel* offset);
 
 #endif

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// What the row shows for @p label. A scanner's name is one text to translate, whatever its number.
+/// The text of the row for @p label. "SCANNER %1" is the text to translate, whatever the number.
 QString shown(const char* label)
 {
     static const QRegularExpression numbered(QStringLiteral("^SCANNER ([0-9]+)$"));

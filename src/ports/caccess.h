@@ -8,7 +8,7 @@
 
 #include "zulobj/access.h"
 
-/// A card scanner: its row on the panel and its record toward the server in one.
+/// A card scanner: a row on the panel that is also the record.
 ///
 /// GUI thread only, like every widget.
 class cAccess : public QWidget, public cObjectAccess
@@ -27,11 +27,11 @@ public:
     void send(const QString& code);
 
 signals:
-    /// The operator sends what stands in the row; @p port is the scanner's number, from 1.
+    /// The operator sends the code; @p port is the scanner's number, from 1.
     void send_accesss_evnt(int port);
 
 public slots:
-    /// Stores the typed code, empty or not, as the record's scan code and reports it.
+    /// Stores the typed code, empty or not, in the record and emits the signal.
     void EvtBtnClicked();
 
 private:

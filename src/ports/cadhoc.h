@@ -8,7 +8,7 @@
 
 #include "zulobj/adhoc.h"
 
-/// The editor of ad-hoc events: its form on the panel and its record toward the server in one.
+/// The editor of ad-hoc events: a form on the panel that is also the record.
 ///
 /// GUI thread only, like every widget.
 class cAdHocEvent : public QWidget, public cObjectAdhocEvent
@@ -18,18 +18,19 @@ class cAdHocEvent : public QWidget, public cObjectAdhocEvent
 public:
     cAdHocEvent();
 
-    /// Fills the form in and presses its button. False, and no change, for an @p id outside the form's range.
+    /// Fills the form in and presses its button. Returns false and changes nothing if @p id is outside the
+    /// form's range.
     bool send(int id, const QString& label, const QString& value);
 
     /// Writes @p label, in the locale's encoding, into the form and the record.
     void setLabel(char* label);
 
 signals:
-    /// The operator sends what stands in the form; the argument is always 0.
+    /// The operator sends the event; the argument is always 0.
     void send_adhoc_evnt(int);
 
 public slots:
-    /// Stores what stands in the form in the record, traces it and reports it.
+    /// Copies the form into the record, traces it and emits the signal.
     void EvtBtnClicked();
 
 private:

@@ -12,7 +12,7 @@
 #include "zulobj/asample.h"
 #include "zulobj/objectlist.h"
 
-/// An analog input: its row on the panel, its record toward the server and its latest samples in one.
+/// An analog input: a row on the panel that is also the record and keeps the latest samples.
 ///
 /// GUI thread only, like every widget.
 class cAInput : public QWidget, public cObjectAInput
@@ -22,7 +22,7 @@ class cAInput : public QWidget, public cObjectAInput
 public:
     cAInput();
 
-    /// The name on the row; the record's port label is set apart.
+    /// Shows the name; the record's port label is set separately.
     void setPortName(QString& name);
 
     // Each shows the value on the row and stores it in the record.
@@ -35,8 +35,7 @@ public:
     int getCurrentSample() const;
     float getSampledValue() const;
 
-    /// Takes a periodic sample if one is due: more than the sample rate, in minutes, has passed since the
-    /// last one. The second form tests against @p now, in seconds, instead of the present time.
+    /// Takes a periodic sample if one is due at the present time, or at @p now, in seconds.
     void checkSample();
     void checkSample(time_t now);
 
@@ -46,13 +45,13 @@ public:
         return zuldevice::findSample(*this, mSampleBuffer, seq);
     }
 
-    /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
+    /// Appends a clone of the record, whatever the request.
     void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->add(clone()); }
 
     /// Appends @p sample to @p msg, which owns it.
     void populateMsg(cObjectList* msg, cObjectAnalogSample* sample) { msg->add(sample); }
 
-    /// Applies the set of a server: a rate, gain or offset that is not "unchanged" is taken over.
+    /// Applies the set of a server.
     void updateObject(cObjectAInput* request) { zuldevice::applySet(*request, this); }
 
     void setConnectedStatus(bool connected) { connectedStatus = connected; }
@@ -74,7 +73,7 @@ signals:
 public slots:
     void slider_moved(int value);
 
-    /// Moves the slider to @p value, 0 to 100; a value that it already has is reported all the same.
+    /// Moves the slider to @p value, 0 to 100, or reports the value again if the slider has it already.
     void scriptInputChange(int value);
 
 private:

@@ -9,7 +9,7 @@
 #include "zulobj/aoutput.h"
 #include "zulobj/objectlist.h"
 
-/// An analog output: its row on the panel and its record toward the server in one.
+/// An analog output: a row on the panel that is also the record.
 ///
 /// GUI thread only, like every widget.
 class cAOutput : public QWidget, public cObjectAOutput
@@ -19,7 +19,7 @@ class cAOutput : public QWidget, public cObjectAOutput
 public:
     cAOutput();
 
-    /// The name on the row; the record's port label is set apart.
+    /// Shows the name; the record's port label is set separately.
     void setPortName(QString& name);
 
     /// Stores @p value and shows it on the bar, cut toward zero. The bar, 0 to 100, does not move for NaN or
@@ -29,7 +29,7 @@ public:
     /// The bar's value, 0 to 100.
     int getCurrentSample() const;
 
-    /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
+    /// Appends a clone of the record, whatever the request.
     void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->add(clone()); }
 
     void setConnectedStatus(bool connected) { connectedStatus = connected; }
@@ -40,8 +40,7 @@ public:
     int getInputPort() const { return inputPort; }
 
 public slots:
-    /// Marks the output connected, then takes over the sampled value of @p object unless that is NaN or
-    /// meant for another port id. @p object stays the caller's.
+    /// Applies the set of a server or the value of a wired input. @p object stays the caller's.
     void updateObject(cObjectAOutput* object) { zuldevice::applySet(*object, this); }
 
 private:

@@ -11,7 +11,7 @@
 #include "zulobj/dinput.h"
 #include "zulobj/objectlist.h"
 
-/// A digital input: its row on the panel and its record toward the server in one.
+/// A digital input: a row on the panel that is also the record.
 ///
 /// GUI thread only, like every widget.
 class cDInput : public QWidget, public cObjectDInput
@@ -21,22 +21,22 @@ class cDInput : public QWidget, public cObjectDInput
 public:
     cDInput();
 
-    /// The name on the row; the record's port label is set apart.
+    /// Shows the name; the record's port label is set separately.
     void setPortName(QString& name);
 
     /// Shows and stores the default state, then runs updateStatus().
     void setDefaultState(eObjectIOState state);
 
-    /// 1 when the input state is OBJ_IO_STATE_SET, else 0.
+    /// 1 if the input state is OBJ_IO_STATE_SET, else 0.
     int getCurrentState() const;
 
     /// Recomputes the alarm status from current and default state, and the row's colour from that.
     void updateStatus();
 
-    /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
+    /// Appends a clone of the record, whatever the request.
     void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->add(clone()); }
 
-    /// Applies the set of a server: a known default state is taken over, the input state never.
+    /// Applies the set of a server.
     void updateObject(cObjectDInput* request) { zuldevice::applySet(*request, this); }
 
     void setConnectedStatus(bool connected) { connectedStatus = connected; }
@@ -58,7 +58,7 @@ signals:
 public slots:
     void combo_select(int index);
 
-    /// Selects 0 ("LOW") or 1 ("HIGH"); what is already selected causes no event.
+    /// Selects 0 ("LOW") or 1 ("HIGH"); no event if that is selected already.
     void scriptInputChange(int index);
 
 private:

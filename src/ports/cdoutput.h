@@ -9,7 +9,7 @@
 #include "zulobj/doutput.h"
 #include "zulobj/objectlist.h"
 
-/// A digital output: its row on the panel and its record toward the server in one.
+/// A digital output: a row on the panel that is also the record.
 ///
 /// GUI thread only, like every widget.
 class cDOutput : public QWidget, public cObjectDOutput
@@ -19,24 +19,24 @@ class cDOutput : public QWidget, public cObjectDOutput
 public:
     cDOutput();
 
-    /// The name on the row; the record's port label is set apart.
+    /// Shows the name; the record's port label is set separately.
     void setPortName(QString& name);
 
     /// Show and store a state. Unlike the input's, they leave updateStatus() to the caller.
     void setDefaultState(eObjectIOState state);
     void setOutputState(eObjectIOState state);
 
-    /// 0 when the output state is OBJ_IO_STATE_CLEAR, else 1: an unknown state counts as high, unlike an
+    /// 0 if the output state is OBJ_IO_STATE_CLEAR, else 1: an unknown state counts as high, unlike an
     /// input's.
     int getCurrentState() const;
 
     /// Recomputes the alarm status from current and default state, and the row's colour from that.
     void updateStatus();
 
-    /// Appends a clone of the record to @p msg, which owns it. The caller has matched the request.
+    /// Appends a clone of the record, whatever the request.
     void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->add(clone()); }
 
-    /// Applies the set of a server: known states are taken over, and the status is recomputed in any case.
+    /// Applies the set of a server.
     void updateObject(cObjectDOutput* request) { zuldevice::applySet(*request, this); }
 
     void setConnectedStatus(bool connected) { connectedStatus = connected; }

@@ -4,30 +4,30 @@
 #include <QHBoxLayout>
 #include <QLabel>
 
-/// The cells of a port's row, some of which change their text without being laid out anew.
+/// The layout of a port's row, which can change the text of a cell without a new layout.
 ///
-/// A label asks for a new layout of its whole page with every text, which costs more than all else that a
-/// change does.
+/// A label invalidates the layout of its whole page with every text, which costs more than the rest of a
+/// change.
 class cFixedLayoutRow : public QHBoxLayout
 {
 public:
-    /// Shows @p text in @p cell, one of the row's, which has room for it.
+    /// @p cell is in this row and has room for @p text.
     void setText(QLabel* cell, const QString& text)
     {
-        mKeepsPlaces = true;
+        mFixed = true;
         cell->setText(text);
-        mKeepsPlaces = false;
+        mFixed = false;
     }
 
     void invalidate() override
     {
-        if (!mKeepsPlaces) {
+        if (!mFixed) {
             QHBoxLayout::invalidate();
         }
     }
 
 private:
-    bool mKeepsPlaces = false;
+    bool mFixed = false;
 };
 
 #endif

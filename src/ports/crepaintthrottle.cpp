@@ -5,47 +5,47 @@
 #include <QWidget>
 #include <algorithm>
 
-cRepaintThrottle::cRepaintThrottle(QWidget* window, int rest)
-    : QObject(window), mWindow(window), mLeastRest(rest), mRest(rest)
+cRepaintThrottle::cRepaintThrottle(QWidget* window, int minIntervalMs)
+    : QObject(window), mWindow(window), mMinIntervalMs(minIntervalMs), mIntervalMs(minIntervalMs)
 {
-    mNextFrame.setSingleShot(true);
-    mNextFrame.setTimerType(Qt::PreciseTimer);
-    connect(&mNextFrame, &QTimer::timeout, this, &cRepaintThrottle::paint);
+    mNextPaint.setSingleShot(true);
+    mNextPaint.setTimerType(Qt::PreciseTimer);
+    connect(&mNextPaint, &QTimer::timeout, this, &cRepaintThrottle::paint);
     window->installEventFilter(this);
 }
 
-/// Qt asks a window once for all its changes, and not again before the window has painted.
+/// Qt sends a window one request for all its changes, and the next one only after a paint.
 bool cRepaintThrottle::eventFilter(QObject*, QEvent* event)
 {
     if (event->type() != QEvent::UpdateRequest || mPainting) {
         return false;
     }
-    if (mNextFrame.isActive()) {
+    if (mNextPaint.isActive()) {
         return true;
     }
-    const qint64 rest = mLastFrame.isValid() ? mRest - mLastFrame.elapsed() : 0;
-    if (rest > 0) {
-        mNextFrame.start(static_cast<int>(rest));
+    const qint64 left = mLastPaint.isValid() ? mIntervalMs - mLastPaint.elapsed() : 0;
+    if (left > 0) {
+        mNextPaint.start(static_cast<int>(left));
     } else {
         paint();
     }
     return true;
 }
 
-int cRepaintThrottle::restAfter(qint64 frame)
+int cRepaintThrottle::intervalMsAfter(qint64 paintNs)
 {
-    const qint64 rest = frame * (kParts - 1) / 1000000;
-    return static_cast<int>(std::clamp<qint64>(rest, kMinIntervalMs, kLongestRest));
+    const qint64 interval = paintNs * (kIntervalFactor - 1) / 1000000;
+    return static_cast<int>(std::clamp<qint64>(interval, kMinIntervalMs, kMaxIntervalMs));
 }
 
 void cRepaintThrottle::paint()
 {
-    QElapsedTimer frame;
-    frame.start();
+    QElapsedTimer duration;
+    duration.start();
     mPainting = true;
     QEvent request(QEvent::UpdateRequest);
     QCoreApplication::sendEvent(mWindow, &request);
     mPainting = false;
-    mRest = std::max(mLeastRest, restAfter(frame.nsecsElapsed()));
-    mLastFrame.start();
+    mIntervalMs = std::max(mMinIntervalMs, intervalMsAfter(duration.nsecsElapsed()));
+    mLastPaint.start();
 }

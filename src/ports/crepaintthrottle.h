@@ -7,27 +7,27 @@
 
 class QWidget;
 
-/// Keeps a window from painting more often than a screen shows.
+/// Limits how often a window paints.
 ///
-/// The first change after a pause is painted at once; those that follow within the rest are painted together,
-/// as they stand by then. A frame that took long is followed by a longer rest, so that under many changes the
-/// thread has its time for messages. What the window system asks for is not held back: a window that is
-/// shown, uncovered or resized paints at once.
+/// The first change after a pause is painted at once; those that follow within the interval are painted
+/// together when it ends. The interval grows with the duration of the last paint, so that many changes leave
+/// the thread time for messages. Paints that the window system asks for, when a window is shown, uncovered or
+/// resized, are not delayed.
 class cRepaintThrottle : public QObject
 {
 public:
-    /// The rest from the end of one frame to the next, in milliseconds.
+    // From the end of one paint to the next.
     static constexpr int kMinIntervalMs = 16;
+    static constexpr int kMaxIntervalMs = 50;
 
-    /// A frame's part of the time, and the rest that this leads to at most.
-    static constexpr int kParts = 100;
-    static constexpr int kLongestRest = 50;
+    /// Between the two, the interval and the paint before it last this many times as long as the paint.
+    static constexpr int kIntervalFactor = 100;
 
-    /// @p window is paced from now on and owns the pace.
-    explicit cRepaintThrottle(QWidget* window, int rest = kMinIntervalMs);
+    /// @p window becomes the parent.
+    explicit cRepaintThrottle(QWidget* window, int minIntervalMs = kMinIntervalMs);
 
-    /// The rest in milliseconds that follows a frame of so many nanoseconds.
-    static int restAfter(qint64 frame);
+    /// The interval after a paint. @p paintNs duration of the paint, in ns
+    static int intervalMsAfter(qint64 paintNs);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -36,10 +36,10 @@ private:
     void paint();
 
     QWidget* mWindow;
-    const int mLeastRest;
-    int mRest;
-    QTimer mNextFrame;        // runs only while changes wait
-    QElapsedTimer mLastFrame; // invalid before the first one
+    const int mMinIntervalMs;
+    int mIntervalMs;
+    QTimer mNextPaint;        // runs only while changes wait
+    QElapsedTimer mLastPaint; // invalid before the first one
     bool mPainting = false;
 };
 

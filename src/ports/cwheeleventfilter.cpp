@@ -14,7 +14,7 @@ bool cWheelEventFilter::eventFilter(QObject*, QEvent* event)
     if (event->type() != QEvent::Wheel || mControl->hasFocus()) {
         return false;
     }
-    // An event that is ignored is offered to the parent widget next.
+    // Qt offers an ignored event to the parent widget.
     event->ignore();
     return true;
 }

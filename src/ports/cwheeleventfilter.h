@@ -3,14 +3,13 @@
 
 #include <QObject>
 
-/// Keeps the wheel from changing a control by accident while its page scrolls.
+/// Lets the wheel change a control only while that has the focus.
 ///
-/// Only a control that has the focus follows the wheel, and the wheel no longer gives the focus; every other
-/// turn of it goes on to the page.
+/// Otherwise the wheel scrolls the page. The wheel does not give the control the focus.
 class cWheelEventFilter : public QObject
 {
 public:
-    /// @p control is guarded from now on and owns the guard.
+    /// @p control becomes the parent.
     explicit cWheelEventFilter(QWidget* control);
 
 protected:

@@ -3,7 +3,7 @@
 
 class QWidget;
 
-/// Fills the background of @p row with red when @p alarm, else with green; its text is black on both.
+/// Fills the background of @p row with red if @p alarm, else with green. The text is black.
 void setStatusColour(QWidget* row, bool alarm);
 
 #endif

@@ -68,16 +68,16 @@ class TestRepaintThrottle : public QObject
 
 private slots:
     void theFirstChangeIsPaintedAtOnce();
-    void aThousandChangesAfterAFrameAreOneFrame();
+    void aThousandChangesAfterAPaintAreOnePaint();
     void aChangeAfterAPauseIsPaintedAtOnce();
     void theLastOfManyChangesIsPainted();
-    void aPaintingOfTheWindowSystemIsNotHeldBack();
-    void aForcedPaintingWaitsToo();
-    void anotherWindowIsNotHeldBack();
+    void aPaintOfTheWindowSystemIsNotDelayed();
+    void aForcedPaintWaitsToo();
+    void anotherWindowIsNotDelayed();
     void aHiddenWindowPaintsNothing();
-    void aWindowShownAgainPaintsWhatItHeldBack();
-    void theProgramsWindowIsPaced();
-    void aFrameThatTookLongIsFollowedByALongerRest();
+    void aWindowShownAgainPaintsWhatItDelayed();
+    void theProgramsWindowIsThrottled();
+    void aLongPaintIsFollowedByALongerInterval();
 };
 
 void TestRepaintThrottle::theFirstChangeIsPaintedAtOnce()
@@ -89,7 +89,7 @@ void TestRepaintThrottle::theFirstChangeIsPaintedAtOnce()
     QCOMPARE(window.mPainted, QVector<int>({1}));
 }
 
-void TestRepaintThrottle::aThousandChangesAfterAFrameAreOneFrame()
+void TestRepaintThrottle::aThousandChangesAfterAPaintAreOnePaint()
 {
     NumberWindow window;
     window.begin();
@@ -111,7 +111,7 @@ void TestRepaintThrottle::aChangeAfterAPauseIsPaintedAtOnce()
     window.change(1);
     QElapsedTimer pause;
     pause.start();
-    QTRY_VERIFY(pause.elapsed() > cRepaintThrottle::kLongestRest);
+    QTRY_VERIFY(pause.elapsed() > cRepaintThrottle::kMaxIntervalMs);
     window.change(2);
     QCOMPARE(window.mPainted, QVector<int>({1, 2}));
 }
@@ -132,7 +132,7 @@ void TestRepaintThrottle::theLastOfManyChangesIsPainted()
     QTRY_COMPARE(window.mPainted.last(), 1000);
 }
 
-void TestRepaintThrottle::aPaintingOfTheWindowSystemIsNotHeldBack()
+void TestRepaintThrottle::aPaintOfTheWindowSystemIsNotDelayed()
 {
     NumberWindow window;
     window.begin();
@@ -144,7 +144,7 @@ void TestRepaintThrottle::aPaintingOfTheWindowSystemIsNotHeldBack()
     QTRY_COMPARE(window.mPainted.last(), 2);
 }
 
-void TestRepaintThrottle::aForcedPaintingWaitsToo()
+void TestRepaintThrottle::aForcedPaintWaitsToo()
 {
     NumberWindow window;
     window.begin();
@@ -155,7 +155,7 @@ void TestRepaintThrottle::aForcedPaintingWaitsToo()
     QCOMPARE(window.mPainted, QVector<int>({1}));
 }
 
-void TestRepaintThrottle::anotherWindowIsNotHeldBack()
+void TestRepaintThrottle::anotherWindowIsNotDelayed()
 {
     NumberWindow window;
     window.begin();
@@ -182,7 +182,7 @@ void TestRepaintThrottle::aHiddenWindowPaintsNothing()
     QVERIFY(window.mPainted.isEmpty());
 }
 
-void TestRepaintThrottle::aWindowShownAgainPaintsWhatItHeldBack()
+void TestRepaintThrottle::aWindowShownAgainPaintsWhatItDelayed()
 {
     NumberWindow window;
     window.begin();
@@ -194,7 +194,7 @@ void TestRepaintThrottle::aWindowShownAgainPaintsWhatItHeldBack()
     QTRY_COMPARE(window.mPainted, QVector<int>({1, 2}));
 }
 
-void TestRepaintThrottle::theProgramsWindowIsPaced()
+void TestRepaintThrottle::theProgramsWindowIsThrottled()
 {
     ScriptedWindow run({1, 1, 0, 0, 0});
     run.window().show();
@@ -215,14 +215,14 @@ void TestRepaintThrottle::theProgramsWindowIsPaced()
     QTRY_COMPARE(paintings.mColour, QColor(Qt::red));
 }
 
-void TestRepaintThrottle::aFrameThatTookLongIsFollowedByALongerRest()
+void TestRepaintThrottle::aLongPaintIsFollowedByALongerInterval()
 {
     constexpr qint64 kMs = 1000000;
-    QCOMPARE(cRepaintThrottle::restAfter(0), 16);
-    QCOMPARE(cRepaintThrottle::restAfter(kMs / 10), 16);
-    QCOMPARE(cRepaintThrottle::restAfter(kMs / 2), 49);
-    QCOMPARE(cRepaintThrottle::restAfter(kMs), 50);
-    QCOMPARE(cRepaintThrottle::restAfter(60000 * kMs), 50);
+    QCOMPARE(cRepaintThrottle::intervalMsAfter(0), 16);
+    QCOMPARE(cRepaintThrottle::intervalMsAfter(kMs / 10), 16);
+    QCOMPARE(cRepaintThrottle::intervalMsAfter(kMs / 2), 49);
+    QCOMPARE(cRepaintThrottle::intervalMsAfter(kMs), 50);
+    QCOMPARE(cRepaintThrottle::intervalMsAfter(60000 * kMs), 50);
 }
 
 ZUL_QTEST(TestRepaintThrottle)
