@@ -1,11 +1,5 @@
 #include "zuldevice/plaindevice.h"
 
-namespace {
-
-constexpr char kUnit[] = "fT %";
-
-} // namespace
-
 PlainDevice::PlainDevice(const zuldevice::Counts& counts, const char* label, uint32_t version,
                          uint32_t serial, time_t now, Listener* listener, std::ostream* trace)
     : mListener(listener),
@@ -15,27 +9,21 @@ PlainDevice::PlainDevice(const zuldevice::Counts& counts, const char* label, uin
             trace, listener)
 {
     zuldevice::describeDevice(&mRecord, counts, label, version, serial);
-    for (uint32_t number = 1; number <= counts.digitalInputs; ++number) {
-        mDigitalInputs.all.push_back(new PlainDInput);
-        zuldevice::describeDigitalInput(mDigitalInputs.all.back(), number, serial);
-    }
-    for (uint32_t number = 1; number <= counts.digitalOutputs; ++number) {
-        mDigitalOutputs.all.push_back(new PlainDOutput);
-        zuldevice::describeDigitalOutput(mDigitalOutputs.all.back(), number, serial);
-    }
-    for (uint32_t number = 1; number <= counts.analogInputs; ++number) {
-        mAnalogInputs.all.push_back(new PlainAInput(now));
-        zuldevice::describeAnalogInput(mAnalogInputs.all.back(), number, serial, kUnit);
-    }
-    for (uint32_t number = 1; number <= counts.analogOutputs; ++number) {
-        mAnalogOutputs.all.push_back(new PlainAOutput);
-        zuldevice::describeAnalogOutput(mAnalogOutputs.all.back(), number, serial, kUnit);
-    }
-    for (uint32_t number = 1; number <= counts.scanners; ++number) {
-        mScanners.all.push_back(new cObjectAccess);
-        zuldevice::describeScanner(mScanners.all.back(), number, serial);
-    }
+    fill(&mDigitalInputs, counts.digitalInputs);
+    fill(&mDigitalOutputs, counts.digitalOutputs);
+    fill(&mAnalogInputs, counts.analogInputs, now);
+    fill(&mAnalogOutputs, counts.analogOutputs);
+    fill(&mScanners, counts.scanners);
     mCore.addCapabilities();
+}
+
+template <class Part, class... Arguments>
+void PlainDevice::fill(Owned<Part>* parts, uint32_t count, Arguments... arguments)
+{
+    for (uint32_t number = 1; number <= count; ++number) {
+        parts->all.push_back(new Part(arguments...));
+        zuldevice::describe(parts->all.back(), number, mRecord.getDeviceSerial(), "fT %");
+    }
 }
 
 void PlainDevice::handle(cObjectList* msg)

@@ -75,6 +75,8 @@ private:
         std::vector<Part*> all;
     };
 
+    template <class Part, class... Arguments>
+    void fill(Owned<Part>* parts, uint32_t count, Arguments... arguments);
     template <class Input, class Output>
     static bool connect(Input* input, uint32_t inputNumber, Output* output, uint32_t outputNumber,
                         bool connect);

@@ -3,11 +3,13 @@
 
 #include <array>
 #include <cmath>
+#include <concepts>
 #include <cstdint>
 #include <ctime>
 #include <iosfwd>
 #include <string>
 
+#include "zulobj/access.h"
 #include "zulobj/ainput.h"
 #include "zulobj/aoutput.h"
 #include "zulobj/asample.h"
@@ -48,8 +50,10 @@ void describePort(Port* port, const char* word, uint32_t number, uint32_t serial
     port->setPortId(number);
 }
 
-template <class Input>
-void describeDigitalInput(Input* input, uint32_t number, uint32_t serial)
+// describe() fills the record of a new port or scanner.
+
+template <std::derived_from<cObjectDInput> Input>
+void describe(Input* input, uint32_t number, uint32_t serial, const char* /*unit*/)
 {
     describePort(input, "INPUT", number, serial);
     input->setDefaultState(cObject::OBJ_IO_STATE_CLEAR);
@@ -57,8 +61,8 @@ void describeDigitalInput(Input* input, uint32_t number, uint32_t serial)
     input->updateStatus();
 }
 
-template <class Output>
-void describeDigitalOutput(Output* output, uint32_t number, uint32_t serial)
+template <std::derived_from<cObjectDOutput> Output>
+void describe(Output* output, uint32_t number, uint32_t serial, const char* /*unit*/)
 {
     describePort(output, "OUTPUT", number, serial);
     output->setDefaultState(cObject::OBJ_IO_STATE_CLEAR);
@@ -66,8 +70,8 @@ void describeDigitalOutput(Output* output, uint32_t number, uint32_t serial)
     output->updateStatus();
 }
 
-template <class Input>
-void describeAnalogInput(Input* input, uint32_t number, uint32_t serial, const char* unit)
+template <std::derived_from<cObjectAInput> Input>
+void describe(Input* input, uint32_t number, uint32_t serial, const char* unit)
 {
     describePort(input, "AIN", number, serial);
     input->setSampleRate(10);
@@ -76,8 +80,8 @@ void describeAnalogInput(Input* input, uint32_t number, uint32_t serial, const c
     input->setDisplayUnit(unit);
 }
 
-template <class Output>
-void describeAnalogOutput(Output* output, uint32_t number, uint32_t serial, const char* unit)
+template <std::derived_from<cObjectAOutput> Output>
+void describe(Output* output, uint32_t number, uint32_t serial, const char* unit)
 {
     describePort(output, "AOUT", number, serial);
     output->setMinimumValue(0.0F);
@@ -88,8 +92,8 @@ void describeAnalogOutput(Output* output, uint32_t number, uint32_t serial, cons
     output->setSampledValue(0.0F);
 }
 
-template <class Access>
-void describeScanner(Access* scanner, uint32_t number, uint32_t serial)
+template <std::derived_from<cObjectAccess> Access>
+void describe(Access* scanner, uint32_t number, uint32_t serial, const char* /*unit*/)
 {
     scanner->setDeviceSerial(serial);
     scanner->setPortNum(number);

@@ -58,17 +58,21 @@ void addPage(QTabWidget* panel, QWidget* page, const QString& title)
     panel->addTab(area, title);
 }
 
-/// Fills @p page with @p header and @p count new rows below it, each made ready by @p describe, which is
-/// called with the row and its number.
-template <class Row, class Describe>
-std::vector<Row*> addRows(QWidget* page, QHBoxLayout* header, uint32_t count, Describe describe)
+/// Fills @p page with @p header and @p count new rows below it.
+template <class Row>
+std::vector<Row*> addRows(const cDevice& device, QWidget* page, QHBoxLayout* header, uint32_t count)
 {
     auto* layout = new QVBoxLayout;
     layout->addLayout(header);
+    const QByteArray unit = cAInput::tr("fT %").toLocal8Bit();
     std::vector<Row*> rows;
     for (uint32_t number = 1; number <= count; ++number) {
         rows.push_back(new Row);
-        describe(rows.back(), number);
+        zuldevice::describe(rows.back(), number, device.getDeviceSerial(), unit.constData());
+        if constexpr (std::derived_from<Row, cObjectPort>) {
+            QString name = QString::fromLocal8Bit(rows.back()->getPortLabel());
+            rows.back()->setPortName(name);
+        }
         layout->addWidget(rows.back());
     }
     layout->addStretch(1);
@@ -76,12 +80,13 @@ std::vector<Row*> addRows(QWidget* page, QHBoxLayout* header, uint32_t count, De
     return rows;
 }
 
-/// Shows the label of a new row as its name.
+/// Connects a signal of every row to a slot of the device.
 template <class Row>
-void nameRow(Row* row)
+void connectRows(const std::vector<Row*>& rows, const char* signal, const cDevice* device, const char* slot)
 {
-    QString name = QString::fromLocal8Bit(row->getPortLabel());
-    row->setPortName(name);
+    for (const Row* row : rows) {
+        QObject::connect(row, signal, device, slot);
+    }
 }
 
 std::vector<Column> digitalColumns()
@@ -95,23 +100,17 @@ std::vector<Column> digitalColumns()
 std::vector<cDInput*> devicepanel::addDigitalInputs(cDevice* device, QWidget* page)
 {
     addPage(device, page, cDevice::tr("Digital Inputs"));
-    return addRows<cDInput>(page, headerRow(*page, digitalColumns()), device->getDiscreteInCount(),
-                            [device](cDInput* row, uint32_t number) {
-                                zuldevice::describeDigitalInput(row, number, device->getDeviceSerial());
-                                nameRow(row);
-                                QObject::connect(row, SIGNAL(inputChanged(int)), device,
-                                                 SLOT(inputEvent(int)));
-                            });
+    auto rows =
+        addRows<cDInput>(*device, page, headerRow(*page, digitalColumns()), device->getDiscreteInCount());
+    connectRows(rows, SIGNAL(inputChanged(int)), device, SLOT(inputEvent(int)));
+    return rows;
 }
 
 std::vector<cDOutput*> devicepanel::addDigitalOutputs(cDevice* device, QWidget* page)
 {
     addPage(device, page, cDevice::tr("Digital Outputs"));
-    return addRows<cDOutput>(page, headerRow(*page, digitalColumns()), device->getDiscreteOutCount(),
-                             [device](cDOutput* row, uint32_t number) {
-                                 zuldevice::describeDigitalOutput(row, number, device->getDeviceSerial());
-                                 nameRow(row);
-                             });
+    return addRows<cDOutput>(*device, page, headerRow(*page, digitalColumns()),
+                             device->getDiscreteOutCount());
 }
 
 std::vector<cAInput*> devicepanel::addAnalogInputs(cDevice* device, QScrollArea* page)
@@ -122,14 +121,9 @@ std::vector<cAInput*> devicepanel::addAnalogInputs(cDevice* device, QScrollArea*
                                             {cDevice::tr("Offset"), 60},
                                             {cDevice::tr("Rate"), 60},
                                             {cDevice::tr("Current Value"), 0}});
-    const QByteArray unit = cAInput::tr("fT %").toLocal8Bit();
-    auto rows =
-        addRows<cAInput>(page, header, device->getAnalogInCount(), [&](cAInput* row, uint32_t number) {
-            zuldevice::describeAnalogInput(row, number, device->getDeviceSerial(), unit.constData());
-            nameRow(row);
-            QObject::connect(row, SIGNAL(sampleEvent(cObjectAnalogSample*)), device,
-                             SLOT(analogEvent(cObjectAnalogSample*)));
-        });
+    auto rows = addRows<cAInput>(*device, page, header, device->getAnalogInCount());
+    connectRows(rows, SIGNAL(sampleEvent(cObjectAnalogSample*)), device,
+                SLOT(analogEvent(cObjectAnalogSample*)));
     page->setFrameShape(QFrame::NoFrame);
     // The layout stands on the scroll area itself, which otherwise ignores its minimum size.
     page->layout()->setSizeConstraint(QLayout::SetMinimumSize);
@@ -143,11 +137,7 @@ std::vector<cAOutput*> devicepanel::addAnalogOutputs(cDevice* device, QWidget* p
                                             {cDevice::tr("Gain"), 60},
                                             {cDevice::tr("Offset"), 60},
                                             {cDevice::tr("Current Value"), 0}});
-    const QByteArray unit = cAInput::tr("fT %").toLocal8Bit();
-    return addRows<cAOutput>(page, header, device->getAnalogOutCount(), [&](cAOutput* row, uint32_t number) {
-        zuldevice::describeAnalogOutput(row, number, device->getDeviceSerial(), unit.constData());
-        nameRow(row);
-    });
+    return addRows<cAOutput>(*device, page, header, device->getAnalogOutCount());
 }
 
 void devicepanel::addWiring(cDevice* device, QWidget* page, const QString& title, QGroupBox* inputs,
@@ -170,10 +160,9 @@ std::vector<cAccess*> devicepanel::addScanners(cDevice* device, QWidget* page, u
     header->setStretch(1, 0);
     header->addSpacing(page->style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing, nullptr, page));
     header->addStretch(1);
-    return addRows<cAccess>(page, header, count, [device](cAccess* row, uint32_t number) {
-        zuldevice::describeScanner(row, number, device->getDeviceSerial());
-        QObject::connect(row, SIGNAL(send_accesss_evnt(int)), device, SLOT(accesEvnt(int)));
-    });
+    auto rows = addRows<cAccess>(*device, page, header, count);
+    connectRows(rows, SIGNAL(send_accesss_evnt(int)), device, SLOT(accesEvnt(int)));
+    return rows;
 }
 
 cAdHocEvent* devicepanel::addAdHocEditor(cDevice* device, QWidget* page)
