@@ -5,6 +5,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "server/commands/numbers.h"
@@ -61,8 +62,10 @@ private:
     std::string mMistake;
 };
 
-/// @p text in quotation marks.
+/// @p text in quotation marks. Without the overload a variable would be passed to std::quoted, which the
+/// compiler finds too if a header of the library includes <iomanip>.
 std::string quoted(const std::string& text);
+inline std::string quoted(std::string& text) { return quoted(std::as_const(text)); }
 
 /// The sentence that @p name is not a whole number from @p min to @p max.
 std::string numberMistake(const std::string& name, const std::string& text, uint32_t min = 0,
