@@ -161,7 +161,7 @@ expect_status 0
 
 test="every script is sound"
 for script in run test .ci/run packages/install packaging/build cmake/build.sh fuzz/run fuzz/replay fuzz/coverage \
-    bench/compare tests/distributions tests/system/shell_test.sh; do
+    tests/distributions tests/system/shell_test.sh; do
     bash -n "$root/$script" || fail "$script"
     [[ -x $root/$script ]] || fail "$script cannot be executed"
 done
