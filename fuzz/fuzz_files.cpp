@@ -1,6 +1,5 @@
 // Device and connection files. The input: a byte that picks the kind of file, and what is in it.
 
-#include <QBuffer>
 #include <QStringList>
 #include <QTextCodec>
 #include <QTextStream>
@@ -9,7 +8,7 @@
 #include "connectionfile.h"
 #include "devicefile.h"
 #include "fuzzinput.h"
-#include "linevalue.h"
+#include "linefile.h"
 #include "property.h"
 
 namespace {
@@ -63,16 +62,9 @@ void checkNumber(const QString& value, uint32_t number)
     require(number == (expected > 0xFFFFFFFF ? 0 : expected), "digits are a number, or 0 beyond 32 bits");
 }
 
-cDeviceFile readDevice(QByteArray bytes)
-{
-    QBuffer file(&bytes);
-    file.open(QIODevice::ReadOnly);
-    return cDeviceFile::read(file);
-}
-
 void checkDeviceFile(const QByteArray& bytes)
 {
-    const cDeviceFile values = readDevice(bytes);
+    const cDeviceFile values = cDeviceFile::read(bytes);
     QStringList lines = linesOf(bytes);
     while (lines.size() < 9) {
         lines.append(QString());
@@ -92,7 +84,7 @@ void checkDeviceFile(const QByteArray& bytes)
 
     const QByteArray written = values.text();
     require(written.count('\n') == 9, "a device file has nine lines");
-    const cDeviceFile again = readDevice(written);
+    const cDeviceFile again = cDeviceFile::read(written);
     require(again.digitalInputs == values.digitalInputs && again.digitalOutputs == values.digitalOutputs &&
                 again.analogInputs == values.analogInputs && again.analogOutputs == values.analogOutputs &&
                 again.scanners == values.scanners,
@@ -100,13 +92,6 @@ void checkDeviceFile(const QByteArray& bytes)
     require(again.type == writtenAndRead(values.type) && again.version == writtenAndRead(values.version) &&
                 again.serial == writtenAndRead(values.serial) && again.label == writtenAndRead(values.label),
             "texts read back as they were written");
-}
-
-void readConnection(cConnectionFile* connection, QByteArray bytes, std::initializer_list<Field> fields)
-{
-    QBuffer file(&bytes);
-    file.open(QIODevice::ReadOnly);
-    connection->read(file, fields);
 }
 
 /// What the last line with @p key, and with none of @p earlier, says; @p former where there is none.
@@ -132,13 +117,13 @@ void checkConnectionFile(const QByteArray& bytes)
     const QStringList lines = linesOf(bytes);
 
     cConnectionFile values{"d", "a", "p"};
-    readConnection(&values, bytes, {Field::DESCRIPTOR, Field::ADDRESS, Field::PORT});
+    values.read(bytes, {Field::DESCRIPTOR, Field::ADDRESS, Field::PORT});
     require(values.descriptor == expectedOf(lines, descriptor, {}, "d"), "the descriptor's line counts");
     require(values.address == expectedOf(lines, address, {descriptor}, "a"), "the address's line counts");
     require(values.port == expectedOf(lines, port, {descriptor, address}, "p"), "the port's line counts");
 
     cConnectionFile loaded{"d", "a", "p"};
-    readConnection(&loaded, bytes, {Field::ADDRESS, Field::PORT});
+    loaded.read(bytes, {Field::ADDRESS, Field::PORT});
     require(loaded.descriptor == "d", "a field that was not asked for stays");
     require(loaded.address == expectedOf(lines, address, {}, "a"), "the address counts before the port");
     require(loaded.port == expectedOf(lines, port, {address}, "p"), "the port counts after the address");
@@ -146,7 +131,7 @@ void checkConnectionFile(const QByteArray& bytes)
     const QByteArray written = values.text();
     require(written.count('\n') == 3, "a connection file has three lines");
     cConnectionFile again;
-    readConnection(&again, written, {Field::DESCRIPTOR, Field::ADDRESS, Field::PORT});
+    again.read(written, {Field::DESCRIPTOR, Field::ADDRESS, Field::PORT});
     require(again.descriptor == writtenAndRead(values.descriptor) &&
                 again.address == writtenAndRead(values.address) && again.port == writtenAndRead(values.port),
             "values read back as they were written");

@@ -1,7 +1,6 @@
 #include "mainwindow.h"
 
 #include "additemsdialog.h"
-#include "boundedread.h"
 #include "cconfig.h"
 #include "cfiledrop.h"
 #include "configpropertiesdialog.h"
@@ -12,6 +11,7 @@
 #include "crepaintthrottle.h"
 #include "devicefile.h"
 #include "filekind.h"
+#include "linefile.h"
 #include "paths.h"
 #include "readfile.h"
 #include "removeitemdialog.h"
@@ -21,7 +21,6 @@
 #include "wlog/wlog.h"
 
 #include <QApplication>
-#include <QBuffer>
 #include <QCloseEvent>
 #include <QDebug>
 #include <QDir>
@@ -34,13 +33,8 @@ namespace {
 /// Returns nothing if the file cannot be read.
 std::optional<cDeviceFile> deviceFileAt(const QString& path)
 {
-    std::optional<QByteArray> content = readFile(path, kMaxLineFileBytes);
-    if (!content) {
-        return std::nullopt;
-    }
-    QBuffer buffer(&*content);
-    buffer.open(QIODevice::ReadOnly);
-    return cDeviceFile::read(buffer);
+    const std::optional<QByteArray> content = readLineFile(path);
+    return content ? std::make_optional(cDeviceFile::read(*content)) : std::nullopt;
 }
 
 void traceDevice(const QString& path, const cDeviceFile& values)
@@ -244,14 +238,12 @@ void MainWindow::on_actionCreate_new_connection_configuration_triggered()
 
 bool MainWindow::openConnectionFile(const QString& path)
 {
-    std::optional<QByteArray> file = readFile(path, kMaxLineFileBytes);
-    if (!file) {
+    const std::optional<QByteArray> content = readLineFile(path);
+    if (!content) {
         return false;
     }
-    QBuffer buffer(&*file);
-    buffer.open(QIODevice::ReadOnly);
     cConnectionFile connection{{}, mConfig->getZULIP(), mConfig->getZULPort()};
-    connection.read(buffer, {cConnectionFile::ADDRESS, cConnectionFile::PORT});
+    connection.read(*content, {cConnectionFile::ADDRESS, cConnectionFile::PORT});
     if (mConfig->getZULConnectionFile() == cConfig::kUnset) {
         ui->actionEdit_Connection_Configuration->setEnabled(true);
     }

@@ -1,10 +1,9 @@
 #include "configpropertiesdialog.h"
 
-#include "boundedread.h"
 #include "formreport.h"
 #include "formsize.h"
+#include "linefile.h"
 #include "linerewrite.h"
-#include "linevalue.h"
 #include "ui_configpropertiesdialog.h"
 
 #include <QFile>
@@ -53,11 +52,7 @@ std::optional<configPropertiesDialog::Field> configPropertiesDialog::fieldOf(con
 void configPropertiesDialog::receiveFileName(const QString& name)
 {
     fileName = name;
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return;
-    }
-    QTextStream stream(readAtMost(file, kMaxLineFileBytes));
+    QTextStream stream(readLineFile(fileName).value_or(QByteArray()));
     QString line;
     while (stream.readLineInto(&line)) {
         const std::optional<Field> field = fieldOf(line);

@@ -2,9 +2,9 @@
 
 #include "formreport.h"
 #include "formsize.h"
+#include "linefile.h"
 #include "ui_connectiondialog.h"
 
-#include <QFile>
 #include <cstdio>
 
 ConnectionDialog::ConnectionDialog(QWidget* parent) : QDialog(parent), ui(new Ui::ConnectionDialog)
@@ -20,12 +20,9 @@ ConnectionDialog::~ConnectionDialog() { delete ui; }
 void ConnectionDialog::receiveConnectionFileName(const QString& name)
 {
     fileName = name;
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return;
-    }
+    const QByteArray content = readLineFile(fileName).value_or(QByteArray());
     cConnectionFile connection{ui->connectDescriptor->text(), ui->connectIP->text(), ui->connectPort->text()};
-    connection.read(file, {cConnectionFile::DESCRIPTOR, cConnectionFile::ADDRESS, cConnectionFile::PORT});
+    connection.read(content, {cConnectionFile::DESCRIPTOR, cConnectionFile::ADDRESS, cConnectionFile::PORT});
     ui->connectDescriptor->setText(connection.descriptor);
     ui->connectIP->setText(connection.address);
     ui->connectPort->setText(connection.port);

@@ -1,8 +1,7 @@
 #include "connectionfile.h"
 
-#include "boundedread.h"
 #include "cconfig.h"
-#include "linevalue.h"
+#include "linefile.h"
 #include "savefile.h"
 
 #include <QTextStream>
@@ -10,54 +9,41 @@
 
 namespace {
 
-QLatin1String key(cConnectionFile::eField field)
+struct Line
 {
-    switch (field) {
-    case cConnectionFile::DESCRIPTOR:
-        return QLatin1String("Connection descriptor:");
-    case cConnectionFile::ADDRESS:
-        return QLatin1String("Connection IP address:");
-    case cConnectionFile::PORT:
-        break;
-    }
-    return QLatin1String("Connection port number:");
-}
+    const char* key;
+    QString cConnectionFile::*value;
+};
+
+/// In the order of cConnectionFile::eField.
+constexpr Line kLines[] = {{"Connection descriptor:", &cConnectionFile::descriptor},
+                           {"Connection IP address:", &cConnectionFile::address},
+                           {"Connection port number:", &cConnectionFile::port}};
 
 } // namespace
 
-QString& cConnectionFile::value(eField field)
+void cConnectionFile::read(const QByteArray& content, std::initializer_list<eField> fields)
 {
-    switch (field) {
-    case DESCRIPTOR:
-        return descriptor;
-    case ADDRESS:
-        return address;
-    case PORT:
-        break;
-    }
-    return port;
-}
-
-void cConnectionFile::read(QIODevice& file, std::initializer_list<eField> fields)
-{
-    QTextStream stream(readAtMost(file, kMaxLineFileBytes));
+    QTextStream stream(content);
     QString line;
     while (stream.readLineInto(&line)) {
-        const auto* match = std::find_if(fields.begin(), fields.end(),
-                                         [&line](eField field) { return line.contains(key(field)); });
+        const auto* match = std::find_if(fields.begin(), fields.end(), [&line](eField field) {
+            return line.contains(QLatin1String(kLines[field].key));
+        });
         if (match != fields.end()) {
-            value(*match) = lineValue(line);
+            this->*kLines[*match].value = lineValue(line);
         }
     }
 }
 
 QByteArray cConnectionFile::text() const
 {
+    constexpr int kKeyWidth = 25;
     QByteArray bytes;
     QTextStream stream(&bytes);
-    stream << "Connection descriptor:   " << descriptor << '\n'
-           << "Connection IP address:   " << address << '\n'
-           << "Connection port number:  " << port << '\n';
+    for (const Line& line : kLines) {
+        stream << QByteArray(line.key).leftJustified(kKeyWidth) << this->*line.value << '\n';
+    }
     stream.flush();
     return bytes;
 }

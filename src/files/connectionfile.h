@@ -5,7 +5,6 @@
 #include <QString>
 #include <initializer_list>
 
-class QIODevice;
 class cConfig;
 
 /// Holds the three values of a connection file, which says where the server is.
@@ -24,10 +23,10 @@ struct cConnectionFile
     QString address;
     QString port;
 
-    /// Takes over what @p file, open for reading, says about @p fields. A line counts for the first of the
+    /// Takes over what a file with this content says about @p fields. A line counts for the first of the
     /// fields whose key it contains; of several lines for one field the last one counts. A field without a
-    /// line keeps its value. Nothing beyond kMaxLineFileBytes is read.
-    void read(QIODevice& file, std::initializer_list<eField> fields);
+    /// line keeps its value.
+    void read(const QByteArray& content, std::initializer_list<eField> fields);
 
     /// The three lines.
     QByteArray text() const;
@@ -37,9 +36,6 @@ struct cConnectionFile
 
     /// Puts the address and port into @p record, with @p path as the connection file.
     void fill(cConfig& record, const QString& path) const;
-
-private:
-    QString& value(eField field);
 };
 
 #endif

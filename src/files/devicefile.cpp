@@ -1,7 +1,6 @@
 #include "devicefile.h"
 
-#include "boundedread.h"
-#include "linevalue.h"
+#include "linefile.h"
 #include "savefile.h"
 
 #include <QDebug>
@@ -16,9 +15,9 @@ uint32_t nextCount(QTextStream& stream) { return nextValue(stream).toUInt(); }
 
 } // namespace
 
-cDeviceFile cDeviceFile::read(QIODevice& file)
+cDeviceFile cDeviceFile::read(const QByteArray& content)
 {
-    QTextStream stream(readAtMost(file, kMaxLineFileBytes));
+    QTextStream stream(content);
     cDeviceFile values;
     values.digitalInputs = nextCount(stream);
     values.digitalOutputs = nextCount(stream);

@@ -5,8 +5,6 @@
 #include <QString>
 #include <cstdint>
 
-class QIODevice;
-
 /// Holds the nine values of a device file, which describe one simulated device.
 ///
 /// The file is text in the locale's encoding, one value a line behind a label and a colon. The position of a
@@ -26,10 +24,10 @@ struct cDeviceFile
     QString serial;  ///< as the file has it, whether a number or not
     QString label;
 
-    /// Reads from @p file, open for reading. There is no failure: a number that does not convert is 0, a line
-    /// that is missing leaves 0 or an empty text, lines after the ninth mean nothing, and neither does
-    /// anything beyond kMaxLineFileBytes. The label is also written to the debug stream.
-    static cDeviceFile read(QIODevice& file);
+    /// Reads what a file holds. There is no failure: a number that does not convert is 0, a missing line
+    /// leaves 0 or an empty text, and lines after the ninth mean nothing. Writes the label to the debug
+    /// stream too.
+    static cDeviceFile read(const QByteArray& content);
 
     /// The nine lines, with every value in column 22.
     QByteArray text() const;

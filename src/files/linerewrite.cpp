@@ -1,10 +1,10 @@
 #include "linerewrite.h"
 
-#include "boundedread.h"
+#include "linefile.h"
+#include "readfile.h"
 #include "savefile.h"
 
 #include <QFile>
-#include <optional>
 
 namespace {
 
@@ -24,18 +24,6 @@ QByteArray edited(const QByteArray& content, const linerewrite::cEdit& edit)
         start = end < 0 ? content.size() : end + 1;
     }
     return result;
-}
-
-/// Returns nothing if the file cannot be read to its end or is too long.
-std::optional<QByteArray> contentOf(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return std::nullopt;
-    }
-    QByteArray content = readAtMost(file, kMaxLineFileBytes + 1);
-    const bool whole = file.error() == QFileDevice::NoError && content.size() <= kMaxLineFileBytes;
-    return whole ? std::make_optional(content) : std::nullopt;
 }
 
 /// False, and no copy, if it cannot be written. A file in its place that cannot be opened stays.
@@ -65,10 +53,11 @@ linerewrite::eOutcome replace(const QString& path, const QByteArray& content)
 
 linerewrite::eOutcome linerewrite::rewrite(const QString& path, const cEdit& edit)
 {
-    const std::optional<QByteArray> content = contentOf(path);
+    const std::optional<QByteArray> content = readFile(path, kMaxLineFileBytes + 1);
     const QString copy = path + QStringLiteral(".tmp");
     const QByteArray result = content ? edited(*content, edit) : QByteArray();
-    if (!content || result.size() > kMaxLineFileBytes || !writeCopy(copy, result)) {
+    if (!content || content->size() > kMaxLineFileBytes || result.size() > kMaxLineFileBytes ||
+        !writeCopy(copy, result)) {
         return NOT_COPIED;
     }
     const eOutcome outcome = replace(path, result);

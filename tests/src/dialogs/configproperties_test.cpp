@@ -1,8 +1,8 @@
-#include "boundedread.h"
 #include "configpropertiesdialog.h"
 #include "devicefiles.h"
 #include "dialogreports.h"
 #include "homefiles.h"
+#include "linefile.h"
 #include "modalanswers.h"
 #include "qttestmain.h"
 

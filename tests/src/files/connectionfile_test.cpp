@@ -1,22 +1,15 @@
-#include "boundedread.h"
 #include "cconfig.h"
 #include "connectionfile.h"
-#include "endlessfile.h"
 #include "homefiles.h"
 #include "qttestmain.h"
-
-#include <QBuffer>
 
 namespace {
 
 using Fields = std::initializer_list<cConnectionFile::eField>;
 
-cConnectionFile readOver(const cConnectionFile& former, QByteArray text, Fields fields)
+cConnectionFile readOver(cConnectionFile connection, const QByteArray& text, Fields fields)
 {
-    cConnectionFile connection = former;
-    QBuffer buffer(&text);
-    buffer.open(QIODevice::ReadOnly);
-    connection.read(buffer, fields);
+    connection.read(text, fields);
     return connection;
 }
 
@@ -43,8 +36,6 @@ private slots:
     void savingWhereNoDirectoryIsFails();
     void theRecordGetsAddressPortAndPath();
     void aHugeLineIsReadInTime();
-    void anEndlessFileIsReadInPart_data();
-    void anEndlessFileIsReadInPart();
 };
 
 void TestConnectionFile::writesThreePaddedLines()
@@ -139,24 +130,6 @@ void TestConnectionFile::aHugeLineIsReadInTime()
     timer.start();
     QCOMPARE(summary(readOver({"d", "a", "p"}, text, kAll)), QString("d|a|1"));
     QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
-}
-
-void TestConnectionFile::anEndlessFileIsReadInPart_data()
-{
-    QTest::addColumn<QByteArray>("pattern");
-    QTest::addColumn<QString>("values");
-    QTest::newRow("zero bytes") << QByteArray(1, '\0') << "d|a|p";
-    QTest::newRow("many lines") << QByteArray("Connection port number: 1\n") << "d|a|1";
-}
-
-void TestConnectionFile::anEndlessFileIsReadInPart()
-{
-    QFETCH(QByteArray, pattern);
-    EndlessFile file(pattern);
-    cConnectionFile connection{"d", "a", "p"};
-    connection.read(file, kAll);
-    QTEST(summary(connection), "values");
-    QVERIFY2(file.taken() <= 2 * kMaxLineFileBytes, qPrintable(QString::number(file.taken())));
 }
 
 ZUL_QTEST(TestConnectionFile)

@@ -1,4 +1,3 @@
-#include "boundedread.h"
 #include "configpropertiesdialog.h"
 #include "devicefile.h"
 #include "devicefiles.h"
@@ -6,6 +5,7 @@
 #include "failingdisk.h"
 #include "homefiles.h"
 #include "itemkind.h"
+#include "linefile.h"
 #include "linerewrite.h"
 #include "qttestmain.h"
 

@@ -1,4 +1,8 @@
-#include "linevalue.h"
+#include "linefile.h"
+
+#include "readfile.h"
+
+std::optional<QByteArray> readLineFile(const QString& path) { return readFile(path, kMaxLineFileBytes); }
 
 QString lineValue(const QString& line)
 {
