@@ -13,8 +13,8 @@
 
 namespace {
 
-/// What follows the first colon and the blanks behind it. Unlike the value that is read, it keeps the spaces
-/// inside, so that a label which loses them is a changed label.
+/// What follows the first colon and the blanks after it. Unlike lineValue() it keeps other spaces, because a
+/// label that loses them is a changed label.
 QString withoutPadding(const QString& line)
 {
     const QString padded = line.mid(line.indexOf(QLatin1Char(':')) + 1);

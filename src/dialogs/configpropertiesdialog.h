@@ -22,12 +22,12 @@ public:
     ~configPropertiesDialog() override;
 
 signals:
-    /// The record is gone when the emission returns: take copies, connect directly.
+    /// The record is deleted when the emission returns; connect directly.
     void configUpdated(cConfig* config, int code);
 
 public slots:
-    /// Shows the values of the file at @p name, which is from now on the edited one. A file that cannot be
-    /// read leaves the fields as they are.
+    /// Shows the values of the file at @p name, which the button changes. If the file cannot be read, the
+    /// fields keep their texts.
     void receiveFileName(const QString& name);
 
 private slots:
@@ -49,7 +49,7 @@ private:
 
     Ui::configPropertiesDialog* ui;
     QString fileName;
-    QString previousFileName; ///< the label as it stands in the file, whatever the name says
+    QString previousFileName; ///< the label in the file
 };
 
 #endif

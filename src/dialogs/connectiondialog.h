@@ -20,12 +20,12 @@ public:
     ~ConnectionDialog() override;
 
 signals:
-    /// The record is gone when the emission returns: take copies, connect directly.
+    /// The record is deleted when the emission returns; connect directly.
     void configUpdated(cConfig* config, int code);
 
 public slots:
-    /// Shows the values of the file at @p name, which is from now on the edited one. A file that cannot be
-    /// read leaves the fields as they are.
+    /// Shows the values of the file at @p name, which the button changes. If the file cannot be read, the
+    /// fields keep their texts.
     void receiveConnectionFileName(const QString& name);
 
 private slots:

@@ -19,7 +19,7 @@ public:
     ~createConnectionDialog() override;
 
 signals:
-    /// The record is gone when the emission returns: take copies, connect directly.
+    /// The record is deleted when the emission returns; connect directly.
     void configUpdated(cConfig* config, int code);
 
 private slots:

@@ -21,7 +21,7 @@ public:
     ~createdialog() override;
 
 signals:
-    /// The record is gone when the emission returns: take copies, connect directly.
+    /// The record is deleted when the emission returns; connect directly.
     void configUpdated(cConfig* config, int code);
 
     /// Never emitted.
@@ -31,7 +31,7 @@ private slots:
     void on_createButton_clicked();
 
 private:
-    /// What the operator is told to provide; empty when nothing is missing.
+    /// The message for the first empty field; empty if there is none.
     QString whatIsMissing() const;
     cDeviceFile described() const;
 

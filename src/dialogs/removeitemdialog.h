@@ -21,15 +21,15 @@ public:
     ~removeItemDialog() override;
 
 signals:
-    /// The record is gone when the emission returns: take copies, connect directly.
+    /// The record is deleted when the emission returns; connect directly.
     void configUpdated(cConfig* config, int code);
 
     /// Never emitted.
     void transferSetupInfo(int kind, QString fileName);
 
 public slots:
-    /// Asks for a number of the items that @p type, an instruction type of itemkind.h, means; the button
-    /// changes the device file at @p name. A dialog takes one instruction.
+    /// Asks for a number of items of the instruction type @p type (itemkind.h). The button changes the device
+    /// file at @p name. A form takes one instruction.
     void receiveInstruction(int type, const QString& name);
 
 private slots:

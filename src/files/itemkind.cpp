@@ -17,7 +17,7 @@ struct Kind
     const char* writtenByRemove;
 };
 
-// Adding and removing pad the line of the analog inputs differently; files with either form are about.
+// Adding and removing pad the line of the analog inputs differently; files have either form.
 constexpr std::array<Kind, 5> kKinds{{
     {QT_TRANSLATE_NOOP("itemkind", "Number of Digital Inputs:"),
      "Digital input(s):", "Digital input(s):    ", "Digital input(s):    "},
@@ -31,7 +31,7 @@ constexpr std::array<Kind, 5> kKinds{{
      "Scanner(s):", "Scanner(s):    ", "Scanner(s):    "},
 }};
 
-/// Null for no kind.
+/// Returns null for no kind.
 const Kind* kindOf(int instructionType)
 {
     const bool known = instructionType >= 1 && static_cast<size_t>(instructionType) <= kKinds.size();
