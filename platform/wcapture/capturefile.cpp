@@ -58,7 +58,7 @@ std::shared_ptr<cCaptureFile> cCaptureFile::create(const std::string& path, cons
             return file;
         }
     }
-    *problem = "the capture file '" + path + "' could not be written: " + std::strerror(errno);
+    *problem = "the capture file '" + path + "' could not be written: " + strerrordesc_np(errno);
     return nullptr;
 }
 
@@ -90,7 +90,7 @@ void cCaptureFile::write(pcapng::eDirection direction, const std::vector<uint8_t
             return;
         }
         sentence = "The capture file '" + mPath +
-                   "' ends here, as it could not be written: " + std::strerror(errno) + '.';
+                   "' ends here, as it could not be written: " + strerrordesc_np(errno) + '.';
         ::close(mFd);
         mFd = -1;
         report = mReport;

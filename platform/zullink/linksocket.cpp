@@ -15,7 +15,7 @@ namespace {
 
 bool isTransient(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
 
-void setProblem(std::string* problem, int error) { *problem = std::strerror(error); }
+void setProblem(std::string* problem, int error) { *problem = strerrordesc_np(error); }
 
 /// How the connection attempt on @p fd came out: 0 or an errno.
 int connectError(int fd)

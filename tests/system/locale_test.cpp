@@ -63,6 +63,7 @@ private slots:
     void initTestCase();
     void theGermanLocaleIsInForce();
     void numbersAreWrittenTheSameInEveryLocale();
+    void standardErrorIsEnglishInEveryLocale();
 
 private:
     QTemporaryDir mLocales;
@@ -105,6 +106,25 @@ void TestLocale::numbersAreWrittenTheSameInEveryLocale()
                  log.constData());
         QVERIFY2(log.contains("script 0.5"), log.constData());
     }
+}
+
+void TestLocale::standardErrorIsEnglishInEveryLocale()
+{
+    Program simulator;
+    setLocale(&simulator, "de_DE.UTF-8", mLocales.path());
+    simulator.start(ZULBENCH_PROGRAM, {"--headless", "--capture", "/"});
+    QCOMPARE(simulator.waitForEnd(), 1);
+    QVERIFY2(
+        simulator.errors().endsWith("zulbench: the capture file '/' could not be written: Is a directory\n"),
+        simulator.errors().constData());
+    Program lonely;
+    setLocale(&lonely, "de_DE.UTF-8", mLocales.path());
+    lonely.start(ZULBENCH_PROGRAM, {"--headless", lonely.write("a.dev", deviceFile(1, 1, 1, 1, 1)),
+                                    lonely.write("a.con", connectionFile(1)), "--connect"});
+    Program::waitFor([&] { return lonely.errors().contains("next attempt in"); });
+    QVERIFY2(lonely.errors().contains("No link to 127.0.0.1 port 1: Connection refused; "),
+             lonely.errors().constData());
+    QCOMPARE(lonely.stop(SIGTERM), 0);
 }
 
 ZUL_QTEST_GUILESS(TestLocale)
