@@ -257,6 +257,12 @@ QRect ScreenWindow::geometry() const
 
 QImage ScreenWindow::content() const { return mDisplay->picture().copy(geometry()); }
 
+QImage ScreenWindow::titleBar() const
+{
+    const QRect content = geometry();
+    return mDisplay->picture().copy(content.x(), content.y() - kFrame.top(), content.width(), kFrame.top());
+}
+
 QImage ScreenWindow::restingPicture() const
 {
     const QRect part = geometry().marginsAdded(kFrame);

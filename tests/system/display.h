@@ -86,6 +86,9 @@ public:
     /// Its content as it is seen now, without the title bar.
     QImage content() const;
 
+    /// Its title bar as it is seen now.
+    QImage titleBar() const;
+
     /// Keeps a picture of it, title bar and all, as NAME.png: in the folder that the environment variable
     /// ZUL_PICTURES names, else beside the tests' programs. The mouse goes out of the way for it.
     bool keepPicture(const QString& name) const;

@@ -30,6 +30,7 @@ private slots:
     void wiring();
     void events();
     void menus();
+    void icon();
 
 private:
     QJsonObject nextEvent(const QString& type);
@@ -147,6 +148,25 @@ void TestPages::menus()
     mSimulator->choose(Window::SCRIPTS_MENU, {"Down"});
     QVERIFY(mSimulator->window().keepPicture("scripts-menu"));
     mDisplay->press("Escape", 2);
+}
+
+void TestPages::icon()
+{
+    // The icon shows a red and a green lamp; the window manager's own is grey and blue.
+    const auto has = [this](auto isColour) {
+        const QImage corner = mSimulator->window().titleBar().copy(0, 0, 24, 20);
+        for (int y = 0; y < corner.height(); ++y) {
+            for (int x = 0; x < corner.width(); ++x) {
+                if (isColour(corner.pixelColor(x, y))) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    };
+    const auto isRed = [](const QColor& colour) { return colour.red() > colour.green() + 80; };
+    const auto isGreen = [](const QColor& colour) { return colour.green() > colour.red() + 80; };
+    QVERIFY(Program::waitFor([&] { return has(isRed) && has(isGreen); }));
 }
 
 ZUL_QTEST_GUILESS(TestPages)
