@@ -23,7 +23,14 @@
 #include <QStatusBar>
 #include <QToolBar>
 #include <QVBoxLayout>
+#include <arpa/inet.h>
+#include <atomic>
+#include <condition_variable>
 #include <log4cpp/Category.hh>
+#include <mutex>
+#include <stop_token>
+#include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -203,6 +210,45 @@ bool drop(QWidget& target, const QStringList& paths)
     return drop(target, data);
 }
 
+/// A port of the loopback address that answers no attempt to connect: its queue is full.
+class SilentPort
+{
+public:
+    SilentPort() : mSockets{newSocket()}
+    {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        auto* generic = reinterpret_cast<sockaddr*>(&address);
+        socklen_t size = sizeof address;
+        if (bind(mSockets[0], generic, size) != 0 || listen(mSockets[0], 0) != 0 ||
+            getsockname(mSockets[0], generic, &size) != 0) {
+            qFatal("there is no port");
+        }
+        mPort = ntohs(address.sin_port);
+        for (int i = 0; i < 4; ++i) {
+            mSockets.push_back(newSocket());
+            ::connect(mSockets.back(), generic, size);
+        }
+    }
+    ~SilentPort()
+    {
+        for (const int fd : mSockets) {
+            close(fd);
+        }
+    }
+    SilentPort(const SilentPort&) = delete;
+    SilentPort& operator=(const SilentPort&) = delete;
+
+    int port() const { return mPort; }
+
+private:
+    static int newSocket() { return socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0); }
+
+    std::vector<int> mSockets;
+    int mPort = 0;
+};
+
 } // namespace
 
 class TestMainWindow : public QObject
@@ -280,6 +326,7 @@ private slots:
     void connectLocksTheMenus_data();
     void connectLocksTheMenus();
     void connectingAgainIsNotPrevented();
+    void connectingDoesNotWaitForAnAddressThatNeverAnswers();
     void dialogsStayUsableAfterConnecting();
     void theDeviceMayBeReplacedWhileConnected();
 
@@ -1280,6 +1327,25 @@ void TestMainWindow::connectingAgainIsNotPrevented()
     QVERIFY(!window.connectToServer().has_value());
     QVERIFY(!window.connectToServer().has_value());
     QVERIFY(entry(window, "actionConnect")->isEnabled());
+}
+
+void TestMainWindow::connectingDoesNotWaitForAnAddressThatNeverAnswers()
+{
+    const HomeFiles home;
+    const SilentPort silent;
+    MainWindow window;
+    QVERIFY(window.openDeviceFile(home.write("Panel.dev", kPanel)));
+    report(window, "127.0.0.1", QString::number(silent.port()), "/d/lab.con");
+    // Two waits of one process are compared, not a wait with the clock: a busy machine delays both.
+    std::atomic<bool> secondsHavePassed{false};
+    std::jthread timer([&](const std::stop_token& stop) {
+        std::mutex mutex;
+        std::unique_lock lock(mutex);
+        std::condition_variable_any().wait_for(lock, stop, std::chrono::seconds(2), [] { return false; });
+        secondsHavePassed = !stop.stop_requested();
+    });
+    QVERIFY(!window.connectToServer().has_value());
+    QVERIFY(!secondsHavePassed);
 }
 
 void TestMainWindow::dialogsStayUsableAfterConnecting()
