@@ -4,7 +4,7 @@
 #include <QLibraryInfo>
 #include <QLocale>
 
-/// A static library's resources are registered only where somebody asks for them. The macro does not work
+/// A static library's resources are registered only if a symbol of them is used. The macro does not work
 /// within a namespace.
 static void registerTranslations() { Q_INIT_RESOURCE(translations); }
 
@@ -16,7 +16,6 @@ bool isUntranslated(const QString& wanted)
     return language == QLocale::English || language == QLocale::C;
 }
 
-/// The locale of texts, as the environment names it.
 QString localeOfTexts()
 {
     for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
@@ -44,7 +43,7 @@ QStringList cLanguage::wantedByUser()
 {
     const QString locale = localeOfTexts();
     const QString list = QString::fromLocal8Bit(qgetenv("LANGUAGE"));
-    // In the locale C the list does not count.
+    // In the locale C the list is ignored.
     if (QLocale(locale).language() == QLocale::C) {
         return {};
     }
@@ -60,7 +59,7 @@ bool cLanguage::load(const QString& wanted)
         return false;
     }
     QCoreApplication::installTranslator(&mOwnTexts);
-    // They come with another package, which may be missing.
+    // Qt's own translations are another package, which may be missing.
     if (mQtTexts.load(QStringLiteral("qtbase_") + locale.name(),
                       QLibraryInfo::location(QLibraryInfo::TranslationsPath))) {
         QCoreApplication::installTranslator(&mQtTexts);

@@ -167,17 +167,10 @@ bool MainWindow::canOpen(const QString& path) const
 
 bool MainWindow::open(const QString& path)
 {
-    switch (fileKindOf(path)) {
-    case eFileKind::DEVICE:
-        return openDeviceFile(path);
-    case eFileKind::CONNECTION:
-        return openConnectionFile(path);
-    case eFileKind::SCRIPT:
-        return runScript(path);
-    case eFileKind::OTHER:
-        break;
-    }
-    return false;
+    const eFileKind kind = fileKindOf(path);
+    return kind == eFileKind::DEVICE       ? openDeviceFile(path)
+           : kind == eFileKind::CONNECTION ? openConnectionFile(path)
+                                           : runScript(path);
 }
 
 void MainWindow::openAll(QStringList paths)

@@ -36,7 +36,7 @@ bool contains(const Names& names, std::string_view name)
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-/// The text behind one or two dashes; empty if there is no dash.
+/// Returns the text behind one or two dashes; empty if there is no dash.
 std::string_view optionName(std::string_view argument)
 {
     for (const std::string_view dashes : {"--", "-"}) {
@@ -54,7 +54,7 @@ bool isQtSwitch(std::string_view name)
            std::any_of(kQtOptionsWithJoinedValue.begin(), kQtOptionsWithJoinedValue.end(), begins);
 }
 
-/// The arguments that are not Qt's, in reverse order as CLI11 takes them.
+/// Returns the arguments that are not Qt's, in reverse order as CLI11 takes them.
 std::vector<std::string> ownArguments(int argc, const char* const* argv, bool& platformNamed)
 {
     std::vector<std::string> own;

@@ -27,8 +27,9 @@ struct cParsedOptions
     std::optional<int> exitStatus;
 };
 
-/// Reads a command line. Help and @p version go to @p out, with status 0; wrong usage is one line to
-/// @p error, with status 1. Qt's own options are left for the QApplication. No QApplication need exist.
+/// Parses a command line before the QApplication exists, for which it leaves Qt's own options. Writes help
+/// and
+/// @p version to @p out, with status 0, and wrong usage as one line to @p error, with status 1.
 cParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version, std::ostream& out,
                             std::ostream& error);
 

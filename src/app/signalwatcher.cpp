@@ -44,7 +44,7 @@ cSignalWatcher::cSignalWatcher(QObject* parent) : QObject(parent), mDescriptor(o
 
 cSignalWatcher::~cSignalWatcher()
 {
-    // The notifier goes before the descriptor that it watches.
+    // Before the descriptor that it watches.
     delete mNotifier;
     if (mDescriptor >= 0) {
         close(mDescriptor);

@@ -11,11 +11,11 @@ class cSignalWatcher : public QObject
     Q_OBJECT
 
 public:
-    /// Holds both signals back for this thread and every one that it starts later. Call it before the first
-    /// thread starts; a signal that comes before there is a watcher waits for it.
+    /// Blocks both signals in this thread and in every thread that it starts later. Call it before the first
+    /// thread starts; a signal that comes before the watcher exists is kept for it.
     static void block();
 
-    /// Needs a QCoreApplication. Without a descriptor to spare the signals end the process as usual.
+    /// Needs a QCoreApplication. If no descriptor is free, the signals end the process as usual.
     explicit cSignalWatcher(QObject* parent = nullptr);
     ~cSignalWatcher() override;
 

@@ -102,7 +102,7 @@ cGuiExecutor::Task cGuiExecutor::takeFirst()
     return task;
 }
 
-/// Wakes the GUI thread once for all that come before its timer begins.
+/// Wakes the GUI thread, once for all tasks that are enqueued before it processes them.
 void cGuiExecutor::wake()
 {
     if (!mWoken) {

@@ -19,15 +19,14 @@ class cGuiExecutor : public QObject
 public:
     cGuiExecutor();
 
-    /// Runs @p call on the GUI thread and returns when it is done: immediately if called on that thread, else
-    /// as soon as the GUI thread handles events, in the order of the calls. Returns false if the executor is
-    /// closed; @p call has then not run and never will.
+    /// Runs @p call on the GUI thread and returns when it is done: at once if this is that thread, else when
+    /// the GUI thread has run the calls before it. Returns false if the executor is closed; @p call never
+    /// runs then.
     bool run(const std::function<void()>& call);
 
-    /// Posts @p call to the GUI thread, in one order with run(); blocks while kMaxPosted calls are queued,
-    /// until half of them have run. On the GUI thread it runs immediately. Returns false if the executor is
-    /// closed;
-    /// @p call, and every posted call still queued when the executor is closed, never runs.
+    /// Posts @p call to the GUI thread, in one order with run(). If kMaxPosted calls are queued, blocks until
+    /// half of them have run. On the GUI thread @p call runs at once. Returns false if the executor is
+    /// closed. A call that is queued when the executor is closed never runs.
     bool post(std::function<void()> call);
 
     /// Rejects every later call and releases the threads that wait. GUI thread only.

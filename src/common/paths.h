@@ -3,9 +3,8 @@
 
 #include <QString>
 
-/// Names the places in the operator's home that the simulator keeps its files in.
-///
-/// Each call reads HOME from the process environment anew; an unset HOME counts as an empty text.
+/// The paths of the operator's files. Each call reads HOME from the environment; an unset HOME counts as
+/// empty.
 namespace paths {
 
 /// The configuration directory, without a separator at its end. It need not exist.

@@ -9,7 +9,7 @@
 
 namespace tracelog {
 
-// The debug and information lines of a category of this threshold are off unless a rule says otherwise.
+// Debug and information lines are off unless a rule says otherwise.
 Q_LOGGING_CATEGORY(start, "zulbench.start", QtWarningMsg)
 Q_LOGGING_CATEGORY(files, "zulbench.files", QtWarningMsg)
 Q_LOGGING_CATEGORY(scripts, "zulbench.scripts", QtWarningMsg)

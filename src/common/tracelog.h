@@ -4,16 +4,16 @@
 #include <QLoggingCategory>
 #include <string>
 
-/// Names the categories in which the program tells, for support, what it does. All are silent until
-/// QT_LOGGING_RULES switches them on, for instance by "zulbench.*=true".
+/// Log categories for support. All are off until QT_LOGGING_RULES switches them on, such as by
+/// "zulbench.*=true".
 namespace tracelog {
 
-const QLoggingCategory& start();   ///< zulbench.start: the program, its surroundings, what it was asked for
-const QLoggingCategory& files();   ///< zulbench.files: what device and connection files said
-const QLoggingCategory& scripts(); ///< zulbench.scripts: scripts that begin, fail and end; from any thread
+const QLoggingCategory& start();   ///< zulbench.start: version, system, display, locale
+const QLoggingCategory& files();   ///< zulbench.files: values of device and connection files
+const QLoggingCategory& scripts(); ///< zulbench.scripts: scripts that begin, fail and end; on any thread
 
-/// Writes the start-up lines: @p version, a few lines of text, @p language, the code of the texts' language,
-/// and the surroundings. The QApplication exists.
+/// Writes the lines of tracelog::start(), @p version and the code @p language among them. Needs a
+/// QApplication.
 void traceStart(const std::string& version, const QString& language);
 
 } // namespace tracelog

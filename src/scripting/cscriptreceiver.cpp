@@ -25,63 +25,50 @@ bool cScriptReceiver::withDevice(const QScriptable& caller, const std::function<
     return done;
 }
 
-void cScriptReceiver::post(const std::function<void(cDevice&)>& call)
+template <class Getter, class... Arguments>
+int cScriptReceiver::get(Getter getter, Arguments... arguments)
+{
+    int result = 0;
+    withDevice(*this, [&](cDevice& device) { result = std::invoke(getter, device, arguments...); });
+    return result;
+}
+
+template <class Slot, class... Arguments>
+void cScriptReceiver::post(Slot slot, Arguments... arguments)
 {
     if (mStopToken.stop_requested()) {
         engine()->abortEvaluation();
-    } else if (mDevice == nullptr || !mExecutor->post([device = mDevice, call] { call(*device); })) {
+    } else if (mDevice == nullptr ||
+               !mExecutor->post([=, device = mDevice] { std::invoke(slot, device, arguments...); })) {
         context()->throwError("the device is gone");
     }
 }
 
-int cScriptReceiver::get(const std::function<int(cDevice&)>& getter)
-{
-    int result = 0;
-    withDevice(*this, [&](cDevice& device) { result = getter(device); });
-    return result;
-}
-
-int cScriptReceiver::getDiscreteInputCount() { return get(std::mem_fn(&cDevice::getDiscreteInputCount)); }
-int cScriptReceiver::getDiscreteOutputCount() { return get(std::mem_fn(&cDevice::getDiscreteOutputCount)); }
-int cScriptReceiver::getAnalogInputCount() { return get(std::mem_fn(&cDevice::getAnalogInputCount)); }
-int cScriptReceiver::getAnalogOutputCount() { return get(std::mem_fn(&cDevice::getAnalogOutputCount)); }
-
-int cScriptReceiver::getDigitalInputValue(int port)
-{
-    return get([port](const cDevice& device) { return device.getDigitalInputValue(port); });
-}
-
-int cScriptReceiver::getAnalogInputValue(int port)
-{
-    return get([port](const cDevice& device) { return device.getAnalogInputValue(port); });
-}
-
-int cScriptReceiver::getDigitalOutputValue(int port)
-{
-    return get([port](const cDevice& device) { return device.getDigitalOutputValue(port); });
-}
-
-int cScriptReceiver::getAnalogOutputValue(int port)
-{
-    return get([port](const cDevice& device) { return device.getAnalogOutputValue(port); });
-}
+int cScriptReceiver::getDiscreteInputCount() { return get(&cDevice::getDiscreteInputCount); }
+int cScriptReceiver::getDiscreteOutputCount() { return get(&cDevice::getDiscreteOutputCount); }
+int cScriptReceiver::getAnalogInputCount() { return get(&cDevice::getAnalogInputCount); }
+int cScriptReceiver::getAnalogOutputCount() { return get(&cDevice::getAnalogOutputCount); }
+int cScriptReceiver::getDigitalInputValue(int port) { return get(&cDevice::getDigitalInputValue, port); }
+int cScriptReceiver::getAnalogInputValue(int port) { return get(&cDevice::getAnalogInputValue, port); }
+int cScriptReceiver::getDigitalOutputValue(int port) { return get(&cDevice::getDigitalOutputValue, port); }
+int cScriptReceiver::getAnalogOutputValue(int port) { return get(&cDevice::getAnalogOutputValue, port); }
 
 void cScriptReceiver::setDigitalInput_Slot(int port, int value)
 {
-    post([=](cDevice& device) { device.setDigitalInput_Slot(port, value); });
+    post(&cDevice::setDigitalInput_Slot, port, value);
 }
 
 void cScriptReceiver::setAnalogInput_Slot(int port, int value)
 {
-    post([=](cDevice& device) { device.setAnalogInput_Slot(port, value); });
+    post(&cDevice::setAnalogInput_Slot, port, value);
 }
 
 void cScriptReceiver::connectDigitalInput_Slot(int input, int output, bool connect)
 {
-    post([=](cDevice& device) { device.connectDigitalInput_Slot(input, output, connect); });
+    post(&cDevice::connectDigitalInput_Slot, input, output, connect);
 }
 
 void cScriptReceiver::connectAnalogInput_Slot(int input, int output, bool connect)
 {
-    post([=](cDevice& device) { device.connectAnalogInput_Slot(input, output, connect); });
+    post(&cDevice::connectAnalogInput_Slot, input, output, connect);
 }

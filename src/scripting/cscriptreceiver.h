@@ -52,8 +52,10 @@ public slots:
     void connectAnalogInput_Slot(int input, int output, bool connect);
 
 private:
-    int get(const std::function<int(cDevice&)>& getter);
-    void post(const std::function<void(cDevice&)>& call);
+    template <class Getter, class... Arguments>
+    int get(Getter getter, Arguments... arguments);
+    template <class Slot, class... Arguments>
+    void post(Slot slot, Arguments... arguments);
 
     cDevice* mDevice;
     std::shared_ptr<cGuiExecutor> mExecutor;
