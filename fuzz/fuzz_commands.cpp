@@ -9,6 +9,7 @@
 #include "server/commands/commandparser.h"
 #include "server/commands/numbers.h"
 #include "server/io/jsonline.h"
+#include "zulobj/recordfactory.h"
 
 namespace {
 
@@ -58,7 +59,7 @@ void checkConditions(const Command& command)
         return;
     }
     require(isExpectation(command) && command.objectType.has_value(), "conditions are an object's");
-    const auto record = cObject::create(static_cast<eObjectTypes>(*command.objectType));
+    const auto record = zulobj::createRecord(static_cast<eObjectTypes>(*command.objectType));
     const JsonRef json(record->getJSONObj());
     for (const server::Condition& condition : command.conditions) {
         require(json_object_get(json.get(), condition.name()) != nullptr, "an object has the field");

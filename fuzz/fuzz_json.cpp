@@ -5,6 +5,7 @@
 #include "property.h"
 #include "zulobj/jsonvalue.h"
 #include "zulobj/objectlist.h"
+#include "zulobj/recordfactory.h"
 
 namespace {
 
@@ -38,13 +39,13 @@ void checkList(cObjectList* list)
 void checkRecords(json_t* json)
 {
     for (uint32_t type = 0; type <= OBJ_NUM_OBJECT_TYPES; ++type) {
-        const std::unique_ptr<cObject> record = cObject::create(static_cast<eObjectTypes>(type));
+        const std::unique_ptr<cObject> record = zulobj::createRecord(static_cast<eObjectTypes>(type));
         if (!record->parse(json).isOk()) {
             continue;
         }
         require(json_is_object(json), "only an object is a record");
         const JsonRef written(record->getJSONObj());
-        const std::unique_ptr<cObject> copy = cObject::create(static_cast<eObjectTypes>(type));
+        const std::unique_ptr<cObject> copy = zulobj::createRecord(static_cast<eObjectTypes>(type));
         require(copy->parse(written.get()).isOk(), "a record's JSON is taken");
         const JsonRef again(copy->getJSONObj());
         require(json_equal(written.get(), again.get()) == 1, "a record reads back as the same record");

@@ -45,7 +45,7 @@ private:
         WPayloadWriter writer(&entry.message.payload);
         for (size_t objects = input->number8() % 4; objects > 0; --objects) {
             writer.beginObject(input->number8() % 3);
-            writer.putText(1, "xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx", input->number8() % 40);
+            writer.putText(1, std::string(input->number8() % 40, 'x'));
             writer.endObject();
         }
         mLog.add(entry.serial, entry.message);

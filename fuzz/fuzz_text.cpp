@@ -18,16 +18,16 @@ std::string sent(const std::string& text)
     std::vector<uint8_t> payload;
     WPayloadWriter writer(&payload);
     writer.beginObject(OBJ_ACCESS);
-    writer.putText(TAG_LABEL, text.data(), text.size());
+    writer.putText(TAG_LABEL, text);
     writer.endObject();
 
-    WObjectReader objects(payload.data(), payload.size());
+    WObjectReader objects(payload);
     WendleObject object;
     require(objects.next(&object), "there is an object");
-    WTagReader tags(object);
+    WTagReader tags(object.tags);
     WTagView tag;
     require(tags.next(&tag) && tag.number == TAG_LABEL, "it has the tag of the text");
-    const std::string carried(reinterpret_cast<const char*>(tag.value), tag.size);
+    const std::string carried(wmsg::getText(tag.value));
     require(!tags.next(&tag) && tags.status().isOk(), "it has no other tag");
     require(!objects.next(&object) && objects.status().isOk(), "there is no other object");
     return carried;
@@ -50,7 +50,7 @@ void checkField(const std::string& bytes)
     cText field;
     require(!field.isSet() && field.get() == nullptr && field.bytes().empty(), "a new text was never set");
     const cText unset = field;
-    field.set(bytes.data(), bytes.size());
+    field.set(bytes);
     require(field.isSet() && field.bytes() == text && field.get() == text, "a text ends at its first NUL");
     require(!(field == unset) && unset < field && !(field < unset),
             "a text never set differs from every other");
@@ -64,12 +64,11 @@ void checkField(const std::string& bytes)
 void checkJSON(const std::string& bytes)
 {
     cText field;
-    field.set(bytes.data(), bytes.size());
-    const JsonRef json(zulobj::textToJSON(field));
+    field.set(bytes);
+    const JsonRef json(zulobj::toJSON(zuldict::entry(TAG_LABEL), field));
     require(json_is_string(json.get()), "a text that is set is a JSON text");
     cText read;
-    require(zulobj::textFromJSON(zuldict::entry(TAG_LABEL), json.get(), &read).isOk(),
-            "a text's JSON is taken");
+    require(zulobj::fromJSON(zuldict::entry(TAG_LABEL), json.get(), &read).isOk(), "a text's JSON is taken");
     require(isUTF8(read.bytes()), "JSON is UTF-8");
     require(read == field || !isUTF8(field.bytes()), "a text in UTF-8 comes back");
     require(read.bytes().size() <= 3 * field.bytes().size(), "each wrong byte becomes one character");

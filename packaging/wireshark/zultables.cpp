@@ -12,8 +12,8 @@
 #include "wmsg/wmsgreader.h"
 #include "wmsg/wpayload.h"
 #include "zuldict/zuldict.h"
-#include "zulobj/object.h"
 #include "zulobj/objectlist.h"
+#include "zulobj/recordfactory.h"
 
 namespace {
 
@@ -125,7 +125,7 @@ bool isKey(uint32_t type, const zuldict::TagEntry& field)
     if (field.wireType != zuldict::eWireType::NUMBER) {
         return false;
     }
-    const auto record = cObject::create(static_cast<eObjectTypes>(type));
+    const auto record = zulobj::createRecord(static_cast<eObjectTypes>(type));
     const JsonPtr marked = owned(json_pack("{s:I}", field.name, kMark));
     if (!record->parse(marked.get()).isOk()) {
         return false;
@@ -148,7 +148,7 @@ void writeRecords(std::ostream& out)
 {
     out << "    records = {\n";
     for (const zuldict::Enumerator& type : zuldict::objectTypes()) {
-        const auto fields = fieldsOf(*cObject::create(static_cast<eObjectTypes>(type.value)));
+        const auto fields = fieldsOf(*zulobj::createRecord(static_cast<eObjectTypes>(type.value)));
         if (!fields.empty()) {
             writeRecord(out, type.value, fields);
         }

@@ -13,137 +13,111 @@
 //
 // A number is 4 bytes, a float the 4 bytes of its IEEE 754 pattern, a text its bytes without a NUL.
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <span>
 #include <string_view>
 #include <vector>
 
+#include "wmsg/utf8.h"
 #include "wmsg/wbytes.h"
 #include "wmsg/wstatus.h"
+
+/// One object of a received payload; it points into the payload.
+struct WendleObject
+{
+    uint32_t type = 0;
+    std::span<const uint8_t> tags;
+};
+
+/// One tag of a received object; it points into the payload.
+struct WTagView
+{
+    uint16_t number = 0;
+    std::span<const uint8_t> value;
+};
 
 namespace wmsg {
 
 constexpr size_t kObjectHeaderSize = 8;
 constexpr size_t kTagHeaderSize = 4;
+constexpr size_t kNumberSize = 4;
 
 /// A tag whose value is a number or a float, header included.
-constexpr size_t kNumberTagSize = kTagHeaderSize + 4;
+constexpr size_t kNumberTagSize = kTagHeaderSize + kNumberSize;
 
 /// The longest text that a tag carries; a longer one is cut at the end of a UTF-8 character.
 constexpr size_t kMaxTextBytes = 65535;
 
-/// A number or a float, read from @p value, which holds 4 bytes.
-inline uint32_t numberValue(const uint8_t* value) { return get32(value); }
-
-inline float floatValue(const uint8_t* value)
+/// The header of a tag as one number.
+constexpr uint32_t tagHeader(uint16_t tag, size_t size)
 {
-    const uint32_t bits = get32(value);
-    float number = 0;
-    static_assert(sizeof bits == sizeof number, "a float is its IEEE 754 pattern of 32 bits");
-    std::memcpy(&number, &bits, sizeof number);
-    return number;
+    return uint32_t{tag} << 16 | static_cast<uint32_t>(size);
 }
 
-inline uint32_t floatBits(float value)
+/// The size of the tag that carries @p text, header included.
+inline size_t textTagSize(std::string_view text)
 {
-    uint32_t bits = 0;
-    std::memcpy(&bits, &value, sizeof bits);
-    return bits;
+    return kTagHeaderSize + (text.size() <= kMaxTextBytes ? text : utf8::cut(text, kMaxTextBytes)).size();
 }
 
-/// What a text longer than kMaxTextBytes is cut to: at the end of a UTF-8 character.
-size_t cutTextSize(const char* text);
+// Each function writes to @p to, which has room, and returns the end of what it has written.
 
-/// The length of @p text on the line.
-inline size_t tagTextSize(const char* text, size_t size)
+inline uint8_t* putObjectHeader(uint8_t* to, uint32_t type, size_t tagsSize)
 {
-    return size <= kMaxTextBytes ? size : cutTextSize(text);
+    put32(to, type);
+    put32(to + 4, static_cast<uint32_t>(tagsSize));
+    return to + kObjectHeaderSize;
 }
-
-/// The four bytes that a number's or a float's tag begins with.
-constexpr uint32_t numberTagHeader(uint16_t tag) { return uint32_t{tag} << 16 | 4U; }
-
-// Each writes one tag, or an object's header, where the caller has made room, and returns where it ends.
 
 inline uint8_t* putNumberTag(uint8_t* to, uint16_t tag, uint32_t value)
 {
-    put32(to, numberTagHeader(tag));
+    put32(to, tagHeader(tag, kNumberSize));
     put32(to + kTagHeaderSize, value);
     return to + kNumberTagSize;
 }
 
-inline uint8_t* putBytesTag(uint8_t* to, uint16_t tag, const void* value, size_t size)
+inline uint8_t* putFloatTag(uint8_t* to, uint16_t tag, float value)
 {
-    put16(to, tag);
-    put16(to + 2, static_cast<uint16_t>(size));
-    if (size > 0) {
-        std::memcpy(to + kTagHeaderSize, value, size);
+    return putNumberTag(to, tag, std::bit_cast<uint32_t>(value));
+}
+
+uint8_t* putTextTag(uint8_t* to, uint16_t tag, std::string_view text);
+
+// Each function reads the value of a tag. False if it doesn't have the size of a number.
+
+inline bool getNumber(std::span<const uint8_t> value, uint32_t* number)
+{
+    if (value.size() != kNumberSize) {
+        return false;
     }
-    return to + kTagHeaderSize + size;
+    *number = get32(value.data());
+    return true;
 }
 
-/// The same for a value of at most @p Room bytes in a place of so many: all are written, which is cheaper
-/// than to write some, so there is room for them too.
-template <size_t Room>
-uint8_t* putShortTag(uint8_t* to, uint16_t tag, std::string_view value)
+inline bool getFloat(std::span<const uint8_t> value, float* number)
 {
-    put32(to, uint32_t{tag} << 16 | static_cast<uint32_t>(value.size()));
-    std::memcpy(to + kTagHeaderSize, value.data(), Room);
-    return to + kTagHeaderSize + value.size();
+    uint32_t bits = 0;
+    const bool read = getNumber(value, &bits);
+    *number = read ? std::bit_cast<float>(bits) : *number;
+    return read;
 }
 
-inline uint8_t* putObjectHeader(uint8_t* to, uint32_t type, size_t tags)
+inline std::string_view getText(std::span<const uint8_t> value)
 {
-    put32(to, type);
-    put32(to + 4, static_cast<uint32_t>(tags));
-    return to + kObjectHeaderSize;
+    return {reinterpret_cast<const char*>(value.data()), value.size()};
 }
 
 } // namespace wmsg
 
-/// Writes objects and their tags straight into a message's payload.
+/// Appends objects to a payload tag by tag.
 class WPayloadWriter
 {
 public:
-    enum eMode
-    {
-        APPEND,
-        REPLACE ///< overwrites what is there; the payload has its size when the writer is finished or gone
-    };
-
     /// @p payload outlives the writer.
-    explicit WPayloadWriter(std::vector<uint8_t>* payload, eMode mode = APPEND)
-        : mPayload(payload), mMode(mode), mSize(mode == APPEND ? payload->size() : 0)
-    {}
-    ~WPayloadWriter()
-    {
-        if (mMode == REPLACE) {
-            finish();
-        }
-    }
-    WPayloadWriter(const WPayloadWriter&) = delete;
-    WPayloadWriter& operator=(const WPayloadWriter&) = delete;
-
-    /// The size of the payload so far, in bytes.
-    size_t size() const { return mSize; }
-
-    /// Gives the payload its size.
-    void finish() { mPayload->resize(mSize); }
-
-    /// Room for @p size bytes at the payload's end, for someone who then calls wrote(). Good until the next
-    /// call.
-    uint8_t* room(size_t size)
-    {
-        if (mPayload->size() - mSize < size) {
-            grow(size);
-        }
-        return mPayload->data() + mSize;
-    }
-    void wrote(size_t size) { mSize += size; }
-
-    /// Where the room ends that needs no further growing, and what has been written of it.
-    const uint8_t* roomEnd() const { return mPayload->data() + mPayload->size(); }
-    void wroteTo(const uint8_t* end) { mSize = static_cast<size_t>(end - mPayload->data()); }
+    explicit WPayloadWriter(std::vector<uint8_t>* payload) : mPayload(payload) {}
 
     /// Every tag stands between beginObject() and endObject().
     void beginObject(uint32_t type);
@@ -151,79 +125,54 @@ public:
 
     void putNumber(uint16_t tag, uint32_t value);
     void putFloat(uint16_t tag, float value);
-    void putText(uint16_t tag, const char* text, size_t size);
-    void putBytes(uint16_t tag, const uint8_t* value, size_t size);
+    void putText(uint16_t tag, std::string_view text);
+    void putTag(const WTagView& tag);
 
 private:
-    void grow(size_t size);
+    uint8_t* extend(size_t size);
 
     std::vector<uint8_t>* mPayload;
-    const eMode mMode;
-    size_t mSize;
     size_t mObjectStart = 0;
-};
-
-/// One object of a received payload; it points into the payload.
-struct WendleObject
-{
-    uint32_t type = 0;
-    const uint8_t* tags = nullptr;
-    size_t size = 0;
-};
-
-/// One tag of a received object; it points into the payload.
-struct WTagView
-{
-    uint16_t number = 0;
-    const uint8_t* value = nullptr;
-    size_t size = 0;
 };
 
 /// Walks the objects of a payload, which outlives the walk.
 class WObjectReader
 {
 public:
-    WObjectReader(const uint8_t* payload, size_t size) : mNext(payload), mLeft(size) {}
+    explicit WObjectReader(std::span<const uint8_t> payload)
+        : mNext(payload.data()), mEnd(payload.data() + payload.size())
+    {}
 
     /// Fills @p *object with the next one. False at the end and at the first fault.
-    bool next(WendleObject* object);
-
-    /// The tags of the next object, which is then passed, if it is of this @p type with tags of @p size bytes
-    /// in all; else null, and the walk stands still.
-    const uint8_t* nextIf(uint32_t type, uint32_t size)
+    bool next(WendleObject* object)
     {
-        const size_t whole = wmsg::kObjectHeaderSize + size;
-        if (mLeft < whole || wmsg::get64(mNext) != (uint64_t{type} << 32 | size)) {
-            return nullptr;
+        const auto left = static_cast<size_t>(mEnd - mNext);
+        if (left < wmsg::kObjectHeaderSize) {
+            return left == 0 ? false : fail("object", "ends within its header");
         }
-        const uint8_t* tags = mNext + wmsg::kObjectHeaderSize;
-        mNext += whole;
-        mLeft -= whole;
-        return tags;
-    }
-
-    /// The type of the next object; false where there is none, or too few bytes for its header.
-    bool peekType(uint32_t* type) const
-    {
-        if (mLeft < wmsg::kObjectHeaderSize) {
-            return false;
+        const size_t size = wmsg::get32(mNext + 4);
+        if (size > left - wmsg::kObjectHeaderSize) {
+            return fail("object length", "is more than the message holds");
         }
-        *type = wmsg::get32(mNext);
+        object->type = wmsg::get32(mNext);
+        object->tags = {mNext + wmsg::kObjectHeaderSize, size};
+        mNext += wmsg::kObjectHeaderSize + size;
         return true;
-    }
-
-    /// Whether there is a next object and it is of this type.
-    bool nextIs(uint32_t type) const
-    {
-        uint32_t next = 0;
-        return peekType(&next) && next == type;
     }
 
     WStatus status() const { return mStatus; }
 
 private:
+    /// Ends the walk at a fault.
+    bool fail(const char* field, const char* problem)
+    {
+        mStatus = WStatus::error(field, problem);
+        mNext = mEnd;
+        return false;
+    }
+
     const uint8_t* mNext;
-    size_t mLeft;
+    const uint8_t* mEnd;
     WStatus mStatus = WStatus::ok();
 };
 
@@ -231,15 +180,52 @@ private:
 class WTagReader
 {
 public:
-    explicit WTagReader(const WendleObject& object) : mNext(object.tags), mLeft(object.size) {}
+    explicit WTagReader(std::span<const uint8_t> tags) : mLeft(tags) {}
 
     /// Fills @p *tag with the next one. False at the end and at the first fault.
     bool next(WTagView* tag);
     WStatus status() const { return mStatus; }
+    bool atEnd() const { return mLeft.empty(); }
+
+    // Each function reads the next tag if it is @p tag and complete. Else it returns false and the walk stays
+    // where it is.
+
+    bool takeNumber(uint16_t tag, uint32_t* value)
+    {
+        if (mLeft.size() < wmsg::kNumberTagSize ||
+            wmsg::get32(mLeft.data()) != wmsg::tagHeader(tag, wmsg::kNumberSize)) {
+            return false;
+        }
+        *value = wmsg::get32(mLeft.data() + wmsg::kTagHeaderSize);
+        mLeft = mLeft.subspan(wmsg::kNumberTagSize);
+        return true;
+    }
+
+    bool takeFloat(uint16_t tag, float* value)
+    {
+        uint32_t bits = std::bit_cast<uint32_t>(*value);
+        const bool taken = takeNumber(tag, &bits);
+        *value = std::bit_cast<float>(bits);
+        return taken;
+    }
+
+    /// @p *text points into the object.
+    bool takeText(uint16_t tag, std::string_view* text)
+    {
+        if (mLeft.size() < wmsg::kTagHeaderSize || wmsg::get16(mLeft.data()) != tag) {
+            return false;
+        }
+        const size_t size = wmsg::get16(mLeft.data() + 2);
+        if (size > mLeft.size() - wmsg::kTagHeaderSize) {
+            return false;
+        }
+        *text = wmsg::getText(mLeft.subspan(wmsg::kTagHeaderSize, size));
+        mLeft = mLeft.subspan(wmsg::kTagHeaderSize + size);
+        return true;
+    }
 
 private:
-    const uint8_t* mNext;
-    size_t mLeft;
+    std::span<const uint8_t> mLeft;
     WStatus mStatus = WStatus::ok();
 };
 

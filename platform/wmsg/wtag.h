@@ -1,19 +1,20 @@
 #ifndef WTAG_H
 #define WTAG_H
 
-#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
-/// One tag as an object of its own: its number and the bytes of its value, as they stand in a message.
+/// One tag that owns its value, the bytes that stand in a message.
 class WTag
 {
 public:
-    WTag(uint16_t number, const uint8_t* value, size_t size);
+    WTag(uint16_t number, std::span<const uint8_t> value)
+        : mNumber(number), mValue(value.begin(), value.end())
+    {}
 
     uint16_t number() const { return mNumber; }
-    const uint8_t* value() const { return mValue.data(); }
-    size_t size() const { return mValue.size(); }
+    std::span<const uint8_t> value() const { return mValue; }
 
 private:
     uint16_t mNumber;

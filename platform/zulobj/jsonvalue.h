@@ -2,28 +2,35 @@
 #define ZULOBJ_JSONVALUE_H
 
 #include <jansson.h>
-#include <string>
 
 #include "wmsg/wstatus.h"
 #include "zuldict/zuldict.h"
 #include "zulobj/text.h"
 
-// The forms that single fields take in JSON. The ...ToJSON functions return a new reference.
+// The forms that single fields take in JSON. The ...toJSON functions return a new reference.
 namespace zulobj {
 
-/// An enumerator's name where @p entry has one for the value, else the number.
-json_t* numberToJSON(const zuldict::TagEntry& entry, uint32_t value);
-WStatus numberFromJSON(const zuldict::TagEntry& entry, json_t* json, uint32_t* value);
+/// An enumerator's name if @p entry has one for the value, else the number.
+json_t* toJSON(const zuldict::TagEntry& entry, uint32_t value);
 
-/// NaN and infinity are null, and null is read as NaN.
-json_t* floatToJSON(float value);
-WStatus floatFromJSON(const zuldict::TagEntry& entry, json_t* json, float* value);
+/// NaN and infinity are null.
+json_t* toJSON(const zuldict::TagEntry& entry, float value);
 
 /// A text never set is null. Bytes that are not UTF-8 become U+FFFD, as JSON has no place for them.
-json_t* textToJSON(const cText& text);
-WStatus textFromJSON(const zuldict::TagEntry& entry, json_t* json, cText* text);
+json_t* toJSON(const zuldict::TagEntry& entry, const cText& text);
 
-/// The type of an object: its name, or its number where it has none.
+// An error names the field by @p entry and leaves the value as it was.
+
+/// Takes a number, or an enumerator's name.
+WStatus fromJSON(const zuldict::TagEntry& entry, json_t* json, uint32_t* value);
+
+/// Null is read as NaN.
+WStatus fromJSON(const zuldict::TagEntry& entry, json_t* json, float* value);
+
+/// Null makes it a text never set.
+WStatus fromJSON(const zuldict::TagEntry& entry, json_t* json, cText* text);
+
+/// The type of an object: its name, or its number if it has none.
 json_t* typeToJSON(uint32_t type);
 WStatus typeFromJSON(json_t* json, uint32_t* type);
 

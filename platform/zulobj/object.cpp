@@ -1,20 +1,9 @@
 #include "zulobj/object.h"
 
 #include <string>
-#include <typeinfo>
 
 #include "wlog/wlog.h"
-#include "zulobj/access.h"
-#include "zulobj/adhoc.h"
-#include "zulobj/ainput.h"
-#include "zulobj/aoutput.h"
-#include "zulobj/asample.h"
-#include "zulobj/capability.h"
-#include "zulobj/device.h"
-#include "zulobj/dinput.h"
-#include "zulobj/doutput.h"
 #include "zulobj/jsonvalue.h"
-#include "zulobj/port.h"
 
 namespace {
 
@@ -42,10 +31,10 @@ WStatus cObject::parse(WendleObject* object, std::vector<WTag*>* tags)
     if (tags != nullptr) {
         return WStatus::ok();
     }
-    WTagReader reader(*object);
+    WTagReader reader(object->tags);
     WTagView tag;
     while (reader.next(&tag)) {
-        // Without fields every tag is an unknown one; the walk shows whether the bytes are sound.
+        // A record without fields knows no tag; the walk checks the bytes.
     }
     return reader.status();
 }
@@ -60,70 +49,16 @@ void cObject::printKey() const { logKey({}); }
 
 cObject* cObject::clone() const { return new cObject(*this); }
 
-bool cObject::cloneInto(cObject* spare) const
-{
-    if (typeid(*spare) != typeid(cObject)) {
-        return false;
-    }
-    *spare = *this;
-    return true;
-}
-
 cObject* cObject::cloneKey() const { return clone(); }
 
-void cObject::encode(WPayloadWriter* writer) const
-{
-    writer->beginObject(mType);
-    writer->endObject();
-}
+size_t cObject::encodedSize() const { return wmsg::kObjectHeaderSize; }
 
-void cObject::encodeRun(WPayloadWriter* writer, cRun* run) const
-{
-    for (; run->count > 0; --run->count, ++run->at) {
-        (*run->at)->encode(writer);
-    }
-}
+uint8_t* cObject::encode(uint8_t* to) const { return wmsg::putObjectHeader(to, mType, 0); }
 
-WStatus cObject::parseRun(WObjectReader* reader, cRun* run)
+WStatus cObject::decode(std::span<const uint8_t> tags)
 {
-    WendleObject object;
-    if (!reader->next(&object)) {
-        return reader->status();
-    }
-    const WStatus status = parse(&object, nullptr);
-    if (status.isOk()) {
-        ++run->at;
-        --run->count;
-    }
-    return status;
-}
-
-std::unique_ptr<cObject> cObject::create(eObjectTypes type)
-{
-    switch (type) {
-    case OBJ_DEVICE:
-        return std::make_unique<cObjectDevice>();
-    case OBJ_PORT:
-        return std::make_unique<cObjectPort>();
-    case OBJ_PORT_DIN:
-        return std::make_unique<cObjectDInput>();
-    case OBJ_PORT_DOUT:
-        return std::make_unique<cObjectDOutput>();
-    case OBJ_PORT_AIN:
-        return std::make_unique<cObjectAInput>();
-    case OBJ_PORT_AOUT:
-        return std::make_unique<cObjectAOutput>();
-    case OBJ_ANALOG_SAMPLE:
-        return std::make_unique<cObjectAnalogSample>();
-    case OBJ_ACCESS:
-        return std::make_unique<cObjectAccess>();
-    case OBJ_CAPABILITY:
-        return std::make_unique<cObjectCapability>();
-    case OBJ_ADHOC_EVENT:
-        return std::make_unique<cObjectAdhocEvent>();
-    default:
-        return std::make_unique<cObject>(type);
-    }
+    WendleObject object{mType, tags};
+    return parse(&object, nullptr);
 }
 
 void cObject::logKey(const std::string& key) const

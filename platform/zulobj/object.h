@@ -3,8 +3,7 @@
 
 #include <cstdint>
 #include <jansson.h>
-#include <list>
-#include <memory>
+#include <string>
 #include <vector>
 
 #include "wmsg/wpayload.h"
@@ -50,13 +49,13 @@ public:
     /// Enumerators stand by their names; NaN, infinity and a text never set are null.
     virtual json_t* getJSONObj() const;
 
-    /// Fills the record from @p tags, or where that is null from the bytes of @p object, both borrowed.
+    /// Fills the record from @p tags, or from the bytes of @p object if @p tags is null; both are borrowed.
     /// Unknown tags are skipped and absent ones leave their fields as they are. After an error the fields
     /// before the one at fault have been set.
     virtual WStatus parse(WendleObject* object, std::vector<WTag*>* tags);
 
-    /// Fills the record from the form of getJSONObj(). Unknown and absent keys are passed over; an
-    /// enumerator may also stand as its number. A null makes a float NaN and a text one never set.
+    /// Fills the record from the form of getJSONObj(). Unknown and absent keys are skipped; an enumerator may
+    /// also stand as its number. A null makes a float NaN and a text one never set.
     virtual WStatus parse(json_t* json);
 
     /// True when @p other is a record of the same class and type with equal key fields.
@@ -71,35 +70,20 @@ public:
     /// A new record of the record's own class, also for a widget; the caller owns it.
     virtual cObject* clone() const;
 
-    /// Makes @p *spare what clone() would return. False, and nothing happens, where it is of another class.
-    virtual bool cloneInto(cObject* spare) const;
-
     /// A new record of the record's own class with its key fields alone; the caller owns it.
     virtual cObject* cloneKey() const;
 
-    /// Appends the record to a message.
-    virtual void encode(WPayloadWriter* writer) const;
+    /// How many bytes the record takes in a message, its object header included.
+    virtual size_t encodedSize() const;
 
-    /// Records of one class that stand one after the other in a list.
-    struct cRun
-    {
-        std::list<cObject*>::const_iterator at;
-        size_t count;
-    };
+    /// Writes these bytes to @p to and returns their end.
+    virtual uint8_t* encode(uint8_t* to) const;
 
-    /// Appends the records of @p *run, of which this one is the first, and takes them out of it.
-    virtual void encodeRun(WPayloadWriter* writer, cRun* run) const;
-
-    /// Fills the records of @p *run, of which this one is the first and which create() made, with the objects
-    /// of @p *reader, as long as those are of the records' type; the first one is. Nothing of a record's
-    /// former content stays. @p *run then holds the records that have not been filled: after an error the one
-    /// at fault and those behind it.
-    virtual WStatus parseRun(WObjectReader* reader, cRun* run);
+    /// Fills the record, which createRecord() made, from the tags of an object of its type. Nothing of the
+    /// record's former content stays.
+    virtual WStatus decode(std::span<const uint8_t> tags);
 
     eObjectTypes getType() const { return mType; }
-
-    /// A new record of the class that @p type stands for; a plain cObject where no class does.
-    static std::unique_ptr<cObject> create(eObjectTypes type);
 
 protected:
     cObject(const cObject&) = default;

@@ -1,9 +1,7 @@
 #include "zulobj/objectlist.h"
 
-#include <numeric>
-#include <typeinfo>
-
 #include "zulobj/jsonvalue.h"
+#include "zulobj/recordfactory.h"
 
 namespace {
 
@@ -16,190 +14,53 @@ WStatus byteFromJSON(json_t* json, const char* key, uint8_t* value)
     return WStatus::ok();
 }
 
-void freeAll(std::list<cObject*>* records)
-{
-    for (const cObject* record : *records) {
-        delete record;
-    }
-    records->clear();
-}
-
 } // namespace
 
-cObjectList::cObjectList() : cWlog("zulobj.list"), mNext(mObjects.end()), mSpares(mObjects.end()) {}
-
-cObjectList::~cObjectList() { deleteObjects(); }
+cObjectList::cObjectList() : cWlog("zulobj.list"), mNext(mObjects.end()) {}
 
 void cObjectList::add(cObject* object)
 {
-    mDecoded = false;
-    append(object, true);
+    mOwned.emplace_back(object);
+    addBorrowed(object);
 }
 
 void cObjectList::addBorrowed(cObject* object)
 {
+    mObjects.push_back(object);
     mDecoded = false;
-    append(object, false);
-}
-
-void cObjectList::append(cObject* object, bool owned)
-{
-    mObjects.insert(mSpares, object);
-    noteAdded(object == nullptr ? nullptr : &typeid(*object), owned);
-}
-
-void cObjectList::noteAdded(const std::type_info* type, bool owned)
-{
-    if (mRuns.empty() || mRuns.back().type != type || mRuns.back().owned != owned) {
-        beginRun(type, owned);
-    }
-    ++mRuns.back().count;
-}
-
-void cObjectList::beginRun(const std::type_info* type, bool owned)
-{
-    mRuns.push_back({type, owned, 0});
-    mOpenClass = owned ? type : nullptr;
-}
-
-size_t cObjectList::size() const
-{
-    return std::accumulate(mRuns.begin(), mRuns.end(), size_t{0},
-                           [](size_t sum, const cClassRun& run) { return sum + run.count; });
 }
 
 cObject* cObjectList::first()
 {
-    mNext = mRuns.empty() ? mObjects.end() : mObjects.begin();
+    mNext = mObjects.begin();
     return next();
 }
 
-cObject* cObjectList::next()
-{
-    if (mNext == mObjects.end()) {
-        return nullptr;
-    }
-    cObject* object = *mNext++;
-    if (mNext == mSpares) {
-        mNext = mObjects.end();
-    }
-    return object;
-}
+cObject* cObjectList::next() { return mNext == mObjects.end() ? nullptr : *mNext++; }
 
 void cObjectList::deleteObjects()
 {
-    for (const cClassRun& run : mRuns) {
-        dropFirst(run);
-    }
-    freeAll(&mObjects); // spare ones
-    if (mStore) {
-        for (Records& spares : *mStore) {
-            freeAll(&spares);
-        }
-    }
-    forgetObjects();
-}
-
-void cObjectList::reuse(size_t most)
-{
-    if (!mStore) {
-        mStore = std::make_unique<Store>();
-    }
-    for (const cClassRun& run : mRuns) {
-        const bool kept = run.owned && run.type != nullptr && mObjects.front()->getType() < mStore->size();
-        if (kept) {
-            storeFirst(mObjects.front()->getType(), run.count);
-        } else {
-            dropFirst(run);
-        }
-    }
-    storeFirst(mSpareType, mObjects.size());
-    for (Records& spares : *mStore) {
-        for (; spares.size() > most; spares.pop_back()) {
-            delete spares.back();
-        }
-    }
-    forgetObjects();
-}
-
-/// Begins anew with no entries.
-void cObjectList::forgetObjects()
-{
-    constexpr size_t kMaxRunsKept = 64;
-    mRuns.clear();
-    if (mRuns.capacity() > kMaxRunsKept) {
-        mRuns.shrink_to_fit();
-    }
-    mOpenClass = nullptr;
-    mDecoded = false;
+    mObjects.clear();
+    mOwned.clear();
     mNext = mObjects.end();
-    mSpares = mObjects.end();
-}
-
-/// Takes the entries of @p run, which are the first ones, away.
-void cObjectList::dropFirst(const cClassRun& run)
-{
-    for (size_t i = 0; i < run.count; ++i) {
-        if (run.owned) {
-            delete mObjects.front();
-        }
-        mObjects.pop_front();
-    }
-}
-
-/// Moves the first @p count records, which are of @p type, to the store.
-void cObjectList::storeFirst(uint32_t type, size_t count)
-{
-    Records& place = (*mStore)[type];
-    if (count == mObjects.size()) {
-        place.splice(place.end(), mObjects); // unlike a part, all are moved without a walk
-    } else {
-        place.splice(place.end(), mObjects, mObjects.begin(),
-                     std::next(mObjects.begin(), static_cast<std::ptrdiff_t>(count)));
-    }
-}
-
-void cObjectList::addOtherClone(const cObject& object)
-{
-    if (bringSpares(object.getType()) && object.cloneInto(*mSpares)) {
-        takeSpare();
-    } else {
-        add(object.clone());
-    }
-}
-
-/// Has the spare records of @p type stand at mSpares. False where there are none more.
-bool cObjectList::bringSpares(uint32_t type)
-{
-    if (mSpares != mObjects.end() && mSpareType == type) {
-        return true;
-    }
-    if (!mStore || type >= mStore->size() || (*mStore)[type].empty()) {
-        return false;
-    }
-    Records& others = (*mStore)[mSpareType];
-    others.splice(others.end(), mObjects, mSpares, mObjects.end());
-    mSpareType = type;
-    mSpares = (*mStore)[type].begin();
-    mObjects.splice(mObjects.end(), (*mStore)[type]);
-    return true;
+    mDecoded = false;
 }
 
 WStatus cObjectList::encode(WMsg* message) const
 {
     message->type = mMsgType;
     message->event = mMsgType == kEvent;
-    WPayloadWriter writer(&message->payload, WPayloadWriter::REPLACE);
-    auto at = mObjects.begin();
-    for (const cClassRun& stretch : mRuns) {
-        cObject::cRun run{at, stretch.count};
-        if (stretch.type != nullptr) {
-            (*at)->encodeRun(&writer, &run);
-        }
-        at = std::next(run.at, static_cast<std::ptrdiff_t>(run.count)); // nulls are left
-        if (writer.size() > wmsg::kMaxMessageBytes) {
-            return WStatus::error("message", "is larger than permitted");
-        }
+    size_t size = 0;
+    for (const cObject* object : mObjects) {
+        size += object == nullptr ? 0 : object->encodedSize();
+    }
+    if (size > wmsg::kMaxMessageBytes) {
+        return WStatus::error("message", "is larger than permitted");
+    }
+    message->payload.resize(size);
+    uint8_t* to = message->payload.data();
+    for (const cObject* object : mObjects) {
+        to = object == nullptr ? to : object->encode(to);
     }
     return WStatus::ok();
 }
@@ -213,62 +74,38 @@ WStatus cObjectList::decode(const WMsg& message)
     mMsgSeq = message.seq;
     mEvent = message.event;
     mNext = mObjects.end();
-    WObjectReader reader(message.payload.data(), message.payload.size());
-    const WStatus status = decode(&reader);
-    mDecoded = true;
-    if (!status.isOk()) {
-        return status;
-    }
-    // Fewer bytes than a header, if any, are left.
-    WendleObject rest;
-    reader.next(&rest);
-    return reader.status();
-}
-
-WStatus cObjectList::decode(WObjectReader* reader)
-{
+    WObjectReader reader(message.payload);
     WStatus status = WStatus::ok();
-    auto at = mObjects.cbegin();
-    size_t stretch = 0; // begins at the record there
-    uint32_t type = 0;
-    while (status.isOk() && reader->peekType(&type)) {
-        if (stretch < mRuns.size() && (*at)->getType() == type) {
-            cObject::cRun run{at, mRuns[stretch].count};
-            status = (*at)->parseRun(reader, &run);
-            at = run.count == 0 ? run.at : truncate(run.at);
-            ++stretch;
-            continue;
+    auto at = mOwned.begin();
+    for (WendleObject object; reader.next(&object); ++at) {
+        if (at == mOwned.end() || (*at)->getType() != object.type) {
+            truncate(static_cast<size_t>(at - mOwned.begin()));
+            add(zulobj::createRecord(static_cast<eObjectTypes>(object.type)).release());
+            at = std::prev(mOwned.end());
         }
-        truncate(at);
-        append(cObject::create(static_cast<eObjectTypes>(type)).release(), true);
-        cObject::cRun run{std::prev(mObjects.cend()), 1};
-        status = (*run.at)->parseRun(reader, &run);
-        at = truncate(run.at);
-        stretch = mRuns.size();
+        status = (*at)->decode(object.tags);
+        if (!status.isOk()) {
+            break;
+        }
     }
-    truncate(at);
-    return status;
+    truncate(static_cast<size_t>(at - mOwned.begin()));
+    mDecoded = true;
+    return status.isOk() ? reader.status() : status;
 }
 
-cObjectList::Records::const_iterator cObjectList::truncate(Records::const_iterator from)
+/// Frees the records behind the first @p count, all of which the list owns.
+void cObjectList::truncate(size_t count)
 {
-    for (auto count = std::distance(from, mObjects.cend()); count > 0; --count) {
-        delete mObjects.back();
-        mObjects.pop_back();
-        if (--mRuns.back().count == 0) {
-            mRuns.pop_back();
-        }
-    }
-    mOpenClass = mRuns.empty() ? nullptr : mRuns.back().type; // all are owned
-    return mObjects.cend();
+    mOwned.resize(count);
+    mObjects.resize(count);
 }
 
 json_t* cObjectList::getJSONObj() const
 {
     json_t* objects = json_array();
-    for (auto at = mObjects.begin(); at != mSpares; ++at) {
-        if (*at != nullptr) {
-            json_array_append_new(objects, (*at)->getJSONObj());
+    for (const cObject* object : mObjects) {
+        if (object != nullptr) {
+            json_array_append_new(objects, object->getJSONObj());
         }
     }
     json_t* json = json_object();
@@ -298,7 +135,7 @@ WStatus cObjectList::parse(json_t* json)
         if (!status.isOk()) {
             break;
         }
-        std::unique_ptr<cObject> object = cObject::create(static_cast<eObjectTypes>(type));
+        std::unique_ptr<cObject> object = zulobj::createRecord(static_cast<eObjectTypes>(type));
         status = object->parse(entry);
         if (status.isOk()) {
             add(object.release());

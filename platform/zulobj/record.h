@@ -2,6 +2,7 @@
 #define ZULOBJ_RECORD_H
 
 #include <array>
+#include <span>
 
 #include "zulobj/object.h"
 #include "zulobj/text.h"
@@ -25,28 +26,15 @@ struct cField
     cText Record::*text = nullptr;
 };
 
-/// A record class's table of fields, in the order in which they are sent.
-template <class Record>
-struct cFieldTable
-{
-    const cField<Record>* first;
-    size_t count;
-
-    const cField<Record>* begin() const { return first; }
-    const cField<Record>* end() const { return first + count; }
-};
-
 /// Implements every operation of a record by walking the table that Record::table() returns.
 ///
 /// A record class derives from cRecord<itself, its base, its type> and writes its table; record_impl.h has
-/// the walks, which the record's source file instantiates below the table. The compiler knows the table then:
-/// encoding and decoding become straight code.
+/// the walks, which the record's source file instantiates below the table. So the compiler knows the table
+/// and makes straight code of encoding and decoding.
 template <class Record, class Base, eObjectTypes Type>
 class cRecord : public Base
 {
 public:
-    static constexpr eObjectTypes kType = Type;
-
     cTagList getTags() const override;
     json_t* getJSONObj() const override;
     WStatus parse(WendleObject* object, std::vector<WTag*>* tags) override;
@@ -55,20 +43,23 @@ public:
     bool operator<(cObject& other) const override;
     void printKey() const override;
     cObject* clone() const override;
-    bool cloneInto(cObject* spare) const override;
     cObject* cloneKey() const override;
-    void encode(WPayloadWriter* writer) const override;
-    void encodeRun(WPayloadWriter* writer, cObject::cRun* run) const override;
-    WStatus parseRun(WObjectReader* reader, cObject::cRun* run) override;
+    size_t encodedSize() const override;
+    uint8_t* encode(uint8_t* to) const override;
+    WStatus decode(std::span<const uint8_t> tags) override;
 
-    static cFieldTable<Record> fields();
+    /// The fields in the order in which they are sent.
+    static std::span<const cField<Record>> fields();
 
 protected:
     cRecord() : Base(Type) {}
     explicit cRecord(eObjectTypes type) : Base(type) {}
 
 private:
-    [[gnu::noinline]] bool copyLong(Record* copy) const;
+    [[gnu::noinline]] uint8_t* putWithTexts(uint8_t* to) const;
+    [[gnu::noinline]] WStatus decodeWithTexts(std::span<const uint8_t> tags);
+    [[gnu::noinline]] WStatus decodeAnyOrder(std::span<const uint8_t> tags);
+    const Record* sameKind(const cObject* other) const;
 
     const Record& self() const { return static_cast<const Record&>(*this); }
     Record& self() { return static_cast<Record&>(*this); }

@@ -2,19 +2,16 @@
 #define ZULOBJ_TAGLIST_H
 
 #include <memory>
-#include <string>
-#include <string_view>
 #include <vector>
 
+#include "wmsg/wpayload.h"
 #include "wmsg/wtag.h"
 
-/// The tags of one record as objects of their own; the list owns them.
+/// The tags of one record; the list owns them.
 class cTagList
 {
 public:
-    void addNumber(uint16_t tag, uint32_t value);
-    void addFloat(uint16_t tag, float value);
-    void addText(uint16_t tag, std::string_view text);
+    void add(const WTagView& tag) { mTags.push_back(std::make_unique<WTag>(tag.number, tag.value)); }
 
     size_t size() const { return mTags.size(); }
     const WTag& at(size_t index) const { return *mTags.at(index); }

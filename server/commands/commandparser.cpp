@@ -7,6 +7,7 @@
 #include "server/commands/expectation.h"
 #include "server/io/jsonline.h"
 #include "zulobj/objectlist.h"
+#include "zulobj/recordfactory.h"
 
 namespace server {
 
@@ -97,7 +98,7 @@ std::vector<FieldToRead> takeDictionaryFields(CommandWords* words)
 
 bool hasField(uint32_t objectType, const char* name)
 {
-    const std::unique_ptr<cObject> record = cObject::create(static_cast<eObjectTypes>(objectType));
+    const std::unique_ptr<cObject> record = zulobj::createRecord(static_cast<eObjectTypes>(objectType));
     const JsonPtr json(record->getJSONObj());
     return json_object_get(json.get(), name) != nullptr;
 }

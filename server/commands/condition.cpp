@@ -48,7 +48,7 @@ std::string Condition::readValue(const FieldValue& value)
     case zuldict::eWireType::FLOAT:
         return readFloat(value.text);
     case zuldict::eWireType::TEXT:
-        mWanted = inUTF8(value.text);
+        mWanted = utf8::repaired(value.text.c_str());
         break;
     }
     return {};
@@ -101,9 +101,9 @@ bool Condition::holds(const json_t* object) const
     float real = 0.0F;
     switch (mField->wireType) {
     case zuldict::eWireType::NUMBER:
-        return zulobj::numberFromJSON(*mField, json, &number).isOk() && number == mNumber;
+        return zulobj::fromJSON(*mField, json, &number).isOk() && number == mNumber;
     case zuldict::eWireType::FLOAT:
-        return zulobj::floatFromJSON(*mField, json, &real).isOk() && real >= mMin && real <= mMax;
+        return zulobj::fromJSON(*mField, json, &real).isOk() && real >= mMin && real <= mMax;
     case zuldict::eWireType::TEXT:
         break;
     }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <sstream>
 
+#include "wmsg/utf8.h"
 #include "zulobj/jsonvalue.h"
 
 namespace server {
@@ -32,17 +33,10 @@ std::string eventText(const MessageLog::Filter& filter)
     return filter.objectType ? "event " + wantedText(filter) : "event";
 }
 
-/// @p text, cut at the end of a character.
 std::string shortened(const std::string& text)
 {
-    if (text.size() <= kMaxValueBytes) {
-        return text;
-    }
-    size_t size = kMaxValueBytes;
-    while ((static_cast<unsigned char>(text[size]) & 0xC0U) == 0x80U) {
-        --size;
-    }
-    return text.substr(0, size) + "…";
+    const std::string_view cut = utf8::cut(text, kMaxValueBytes);
+    return cut.size() == text.size() ? text : std::string(cut) + "…";
 }
 
 /// The fields of @p object, in its JSON form, that the conditions name: " with portId=1".

@@ -5,7 +5,7 @@
 
 #include "server/io/jsonline.h"
 #include "wmsg/wpayload.h"
-#include "zulobj/object.h"
+#include "zulobj/recordfactory.h"
 
 namespace server {
 
@@ -16,7 +16,7 @@ bool allHold(const Conditions& conditions, WendleObject object)
     if (conditions.empty()) {
         return true;
     }
-    const std::unique_ptr<cObject> record = cObject::create(static_cast<eObjectTypes>(object.type));
+    const std::unique_ptr<cObject> record = zulobj::createRecord(static_cast<eObjectTypes>(object.type));
     return record->parse(&object, nullptr).isOk() && allHold(conditions, JsonPtr(record->getJSONObj()).get());
 }
 
@@ -24,7 +24,7 @@ bool allHold(const Conditions& conditions, WendleObject object)
 
 bool hasObject(const WMsg& message, uint32_t type, const Conditions& conditions)
 {
-    WObjectReader reader(message.payload.data(), message.payload.size());
+    WObjectReader reader(message.payload);
     WendleObject object;
     while (reader.next(&object)) {
         if (object.type == type && allHold(conditions, object)) {

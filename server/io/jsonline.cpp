@@ -6,19 +6,15 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "wmsg/utf8.h"
 #include "zulobj/jsonvalue.h"
 
 namespace server {
 
 namespace {
 
-/// A command may hold any bytes.
-json_t* textOf(const std::string& text)
-{
-    cText repaired;
-    repaired.set(text.data(), text.size());
-    return zulobj::textToJSON(repaired);
-}
+/// A command may hold any bytes; the text ends at a NUL.
+json_t* textOf(const std::string& text) { return json_string(utf8::repaired(text.c_str()).c_str()); }
 
 } // namespace
 
@@ -78,12 +74,6 @@ const char* statusWord(Reply::Status status)
 {
     constexpr const char* kWords[] = {"ok", "timeout", "error", "failed"};
     return kWords[static_cast<size_t>(status)];
-}
-
-std::string inUTF8(const std::string& text)
-{
-    const JsonPtr json(textOf(text));
-    return json_string_value(json.get());
 }
 
 std::string dumped(const json_t* json)

@@ -55,9 +55,6 @@ JsonPtr objectsOf(const cObjectList& list);
 /// The word for @p status in a line.
 const char* statusWord(Reply::Status status);
 
-/// @p text, up to a NUL, with U+FFFD for bytes that are not UTF-8.
-std::string inUTF8(const std::string& text);
-
 /// @p json, of any type, in one line.
 std::string dumped(const json_t* json);
 inline std::string dumped(const JsonPtr& json) { return dumped(json.get()); }

@@ -1,51 +1,14 @@
 #include "server/report/xmltext.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <string_view>
+
+#include "wmsg/utf8.h"
 
 namespace server {
 
 namespace {
-
-constexpr const char* kReplacement = "\xEF\xBF\xBD"; // U+FFFD
-
-struct Character
-{
-    uint32_t code = 0;
-    size_t size = 0; ///< in bytes; 0 where there is no character
-};
-
-/// How many bytes the character that begins with @p first has; 0 where none does.
-size_t sizeBy(uint8_t first)
-{
-    if (first < 0x80) {
-        return 1;
-    }
-    if (first < 0xC0) {
-        return 0;
-    }
-    return first < 0xE0 ? 2 : (first < 0xF0 ? 3 : (first < 0xF8 ? 4 : 0));
-}
-
-/// The UTF-8 character (RFC 3629) at @p text.
-Character characterAt(const std::string& text, size_t at)
-{
-    constexpr uint32_t kMin[] = {0, 0, 0x80, 0x800, 0x10000};
-    const auto first = static_cast<uint8_t>(text[at]);
-    const size_t size = sizeBy(first);
-    if (size == 0 || size > text.size() - at) {
-        return {};
-    }
-    uint32_t code = size == 1 ? first : first & (0x7FU >> size);
-    for (size_t i = 1; i < size; ++i) {
-        const auto next = static_cast<uint8_t>(text[at + i]);
-        if ((next & 0xC0U) != 0x80) {
-            return {};
-        }
-        code = code << 6U | (next & 0x3FU);
-    }
-    const bool surrogate = code >= 0xD800 && code <= 0xDFFF;
-    return code < kMin[size] || surrogate || code > 0x10FFFF ? Character() : Character{code, size};
-}
 
 /// The production Char of XML 1.0.
 bool isXmlCharacter(uint32_t code)
@@ -89,16 +52,16 @@ const char* referenceInAttribute(uint32_t code)
 std::string escaped(const std::string& text, Reference referenceFor)
 {
     std::string xml;
-    for (size_t at = 0; at < text.size();) {
-        const Character character = characterAt(text, at);
+    for (std::string_view left = text; !left.empty();) {
+        const utf8::Character character = utf8::firstCharacter(left);
         if (character.size == 0 || !isXmlCharacter(character.code)) {
-            xml += kReplacement;
+            xml += utf8::kReplacement;
         } else if (const char* reference = referenceFor(character.code)) {
             xml += reference;
         } else {
-            xml.append(text, at, character.size);
+            xml += left.substr(0, character.size);
         }
-        at += character.size == 0 ? 1 : character.size;
+        left.remove_prefix(std::max(character.size, size_t{1}));
     }
     return xml;
 }

@@ -109,7 +109,7 @@ Once answer(uint32_t ports)
         require(list->encode(&message).isOk(), "an answer is not encoded");
         bytes.clear();
         message.appendFrames(bytes);
-        list->reuse(ports);
+        list->deleteObjects();
     };
 }
 

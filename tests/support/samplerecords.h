@@ -110,9 +110,8 @@ inline std::vector<std::unique_ptr<cObject>> sampleRecords()
 /// A record's bytes in a message: equal bytes are equal records.
 inline std::vector<uint8_t> encoded(const cObject& record)
 {
-    std::vector<uint8_t> payload;
-    WPayloadWriter writer(&payload);
-    record.encode(&writer);
+    std::vector<uint8_t> payload(record.encodedSize());
+    EXPECT_EQ(record.encode(payload.data()), payload.data() + payload.size());
     return payload;
 }
 

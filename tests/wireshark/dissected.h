@@ -74,7 +74,7 @@ inline WMsg longMessage(uint8_t seq, size_t size)
     writer.beginObject(13);
     writer.putNumber(1, 1001);
     const std::string text(size, 'x');
-    writer.putText(28, text.data(), text.size());
+    writer.putText(28, text);
     writer.endObject();
     return message;
 }

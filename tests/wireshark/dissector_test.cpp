@@ -153,17 +153,22 @@ TEST_F(FieldsTest, EveryRecordShowsAllOfItsFields)
             const WTag& tag = tags.at(i);
             std::string& cell = row[tag.number() - 1U];
             switch (zuldict::entry(static_cast<eTag>(tag.number())).wireType) {
-            case zuldict::eWireType::NUMBER:
-                cell = std::to_string(wmsg::numberValue(tag.value()));
+            case zuldict::eWireType::NUMBER: {
+                uint32_t number = 0;
+                ASSERT_TRUE(wmsg::getNumber(tag.value(), &number));
+                cell = std::to_string(number);
                 break;
+            }
             case zuldict::eWireType::FLOAT: {
-                std::ostringstream number;
-                number << wmsg::floatValue(tag.value());
-                cell = number.str();
+                float number = 0;
+                ASSERT_TRUE(wmsg::getFloat(tag.value(), &number));
+                std::ostringstream text;
+                text << number;
+                cell = text.str();
                 break;
             }
             case zuldict::eWireType::TEXT:
-                cell.assign(reinterpret_cast<const char*>(tag.value()), tag.size());
+                cell = wmsg::getText(tag.value());
             }
         }
         expected.push_back(row);
@@ -276,11 +281,11 @@ TEST_F(ReassemblyTest, LongestMessageIsPutTogether)
     const std::string text(65535, 'y');
     while (message.payload.size() + 65547 <= wmsg::kMaxMessageBytes) {
         writer.beginObject(13);
-        writer.putText(28, text.data(), text.size());
+        writer.putText(28, text);
         writer.endObject();
     }
     writer.beginObject(13);
-    writer.putText(28, text.data(), wmsg::kMaxMessageBytes - message.payload.size() - 4);
+    writer.putText(28, text.substr(0, wmsg::kMaxMessageBytes - message.payload.size() - 4));
     writer.endObject();
     ASSERT_EQ(message.payload.size(), wmsg::kMaxMessageBytes);
     link.toServerInPieces(framesOf(message), 40000);

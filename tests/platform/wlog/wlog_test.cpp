@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "zulobj/dinput.h"
+#include "zulobj/recordfactory.h"
 
 namespace {
 
@@ -255,7 +256,7 @@ TEST(WlogTest, KeyIsPrintedToTheLog)
     input.setDeviceSerial(1001);
     input.setPortId(3);
     input.printKey();
-    cObject::create(static_cast<eObjectTypes>(99))->printKey();
+    zulobj::createRecord(static_cast<eObjectTypes>(99))->printKey();
     output.take();
     EXPECT_TRUE(contains(output.standardError, "zulobj: OBJ_PORT_DIN deviceSerial=1001 portId=3\n"));
     EXPECT_TRUE(contains(output.standardError, "zulobj: 99\n"));

@@ -1,6 +1,6 @@
 #include "wmsg/wpayload.h"
 
-#include <cstring>
+#include <bit>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -14,29 +14,22 @@ std::vector<uint8_t> payloadWithText(const std::string& text)
     std::vector<uint8_t> payload;
     WPayloadWriter writer(&payload);
     writer.beginObject(1);
-    writer.putText(3, text.data(), text.size());
+    writer.putText(3, text);
     writer.endObject();
     return payload;
 }
 
 std::string textOf(const std::vector<uint8_t>& payload)
 {
-    WObjectReader objects(payload.data(), payload.size());
+    WObjectReader objects(payload);
     WendleObject object;
     WTagView tag;
     EXPECT_TRUE(objects.next(&object));
-    WTagReader tags(object);
+    WTagReader tags(object.tags);
     EXPECT_TRUE(tags.next(&tag));
     EXPECT_FALSE(tags.next(&tag));
     EXPECT_TRUE(tags.status().isOk());
-    return std::string(reinterpret_cast<const char*>(tag.value), tag.size);
-}
-
-float floatOfBits(uint32_t bits)
-{
-    float value = 0;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
+    return std::string(wmsg::getText(tag.value));
 }
 
 TEST(WPayloadTest, ObjectsAndTagsStandOneAfterTheOther)
@@ -45,8 +38,8 @@ TEST(WPayloadTest, ObjectsAndTagsStandOneAfterTheOther)
     WPayloadWriter writer(&payload);
     writer.beginObject(2);
     writer.putNumber(1, 1001);
-    writer.putText(3, "Door", 4);
-    writer.putText(12, "", 0);
+    writer.putText(3, "Door");
+    writer.putText(12, "");
     writer.endObject();
     writer.beginObject(0x01020304);
     writer.endObject();
@@ -70,13 +63,19 @@ TEST(WPayloadTest, FloatsTravelBitForBit)
         std::vector<uint8_t> payload;
         WPayloadWriter writer(&payload);
         writer.beginObject(9);
-        writer.putFloat(29, floatOfBits(bits));
+        writer.putFloat(29, std::bit_cast<float>(bits));
         writer.endObject();
-        const float read = wmsg::floatValue(payload.data() + 12);
-        EXPECT_EQ(wmsg::numberValue(payload.data() + 12), bits);
-        uint32_t readBits = 0;
-        std::memcpy(&readBits, &read, sizeof readBits);
-        EXPECT_EQ(readBits, bits);
+        WObjectReader objects(payload);
+        WendleObject object;
+        ASSERT_TRUE(objects.next(&object));
+        WTagReader tags(object.tags);
+        WTagView tag;
+        ASSERT_TRUE(tags.next(&tag));
+        uint32_t number = 0;
+        float real = 0.0F;
+        ASSERT_TRUE(wmsg::getNumber(tag.value, &number) && wmsg::getFloat(tag.value, &real));
+        EXPECT_EQ(number, bits);
+        EXPECT_EQ(std::bit_cast<uint32_t>(real), bits);
     }
 }
 
@@ -117,7 +116,7 @@ TEST(WPayloadTest, LongBytesThatAreNoTextAreCutAtTheLimit)
 
 TEST(WPayloadTest, NoBytesAreNoObjects)
 {
-    WObjectReader objects(nullptr, 0);
+    WObjectReader objects({});
     WendleObject object;
     EXPECT_FALSE(objects.next(&object));
     EXPECT_TRUE(objects.status().isOk());
@@ -141,7 +140,7 @@ TEST(WPayloadTest, ObjectThatLiesIsRefused)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const std::vector<uint8_t> bytes = hexBytes(row.bytes);
-        WObjectReader objects(bytes.data(), bytes.size());
+        WObjectReader objects(bytes);
         WendleObject object;
         EXPECT_FALSE(objects.next(&object));
         EXPECT_STREQ(objects.status().field(), row.field);
@@ -164,14 +163,51 @@ TEST(WPayloadTest, TagThatLiesIsRefused)
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const std::vector<uint8_t> bytes = hexBytes(row.bytes);
-        WendleObject object;
-        object.tags = bytes.data();
-        object.size = bytes.size();
-        WTagReader tags(object);
+        WTagReader tags(bytes);
         WTagView tag;
         EXPECT_FALSE(tags.next(&tag));
         EXPECT_STREQ(tags.status().field(), row.field);
         EXPECT_FALSE(tags.next(&tag)) << "nothing is read after a fault";
+    }
+}
+
+TEST(WPayloadTest, TheNextTagIsTakenOnlyIfItIsTheWantedOne)
+{
+    const std::vector<uint8_t> bytes = hexBytes("00 01 00 04  00 00 03 e9     ; tag 1, a number\n"
+                                                "00 03 00 02  4f 6b           ; tag 3, a text\n"
+                                                "00 1d 00 04  bf 00 00 00     ; tag 29, a float\n");
+    WTagReader tags(bytes);
+    uint32_t number = 7;
+    float real = 7.0F;
+    std::string_view text = "before";
+    EXPECT_FALSE(tags.takeNumber(2, &number));
+    EXPECT_FALSE(tags.takeText(2, &text));
+    EXPECT_FALSE(tags.takeFloat(2, &real));
+    EXPECT_TRUE(number == 7 && real == 7.0F && text == "before");
+    EXPECT_TRUE(tags.takeNumber(1, &number));
+    EXPECT_EQ(number, 1001U);
+    EXPECT_FALSE(tags.takeNumber(3, &number)) << "a text of two bytes is no number";
+    EXPECT_TRUE(tags.takeText(3, &text));
+    EXPECT_EQ(text, "Ok");
+    EXPECT_FALSE(tags.atEnd());
+    EXPECT_TRUE(tags.takeFloat(29, &real));
+    EXPECT_EQ(real, -0.5F);
+    EXPECT_TRUE(tags.atEnd());
+    EXPECT_FALSE(tags.takeNumber(29, &number));
+    EXPECT_FALSE(tags.takeText(29, &text));
+}
+
+TEST(WPayloadTest, ATagThatLiesIsNotTaken)
+{
+    const std::vector<uint8_t> whole = hexBytes("00 01 00 04 00 00 03 e9");
+    for (size_t size = 0; size < whole.size(); ++size) {
+        SCOPED_TRACE(size);
+        const std::vector<uint8_t> bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
+        WTagReader tags(bytes);
+        uint32_t number = 0;
+        std::string_view text;
+        EXPECT_FALSE(tags.takeNumber(1, &number));
+        EXPECT_FALSE(tags.takeText(1, &text));
     }
 }
 

@@ -8,6 +8,7 @@
 #include "samplerecords.h"
 #include "zulobj/jsonvalue.h"
 #include "zulobj/objectlist.h"
+#include "zulobj/recordfactory.h"
 
 namespace {
 
@@ -84,7 +85,7 @@ TEST(JsonTest, EveryRecordReadsBack)
 {
     for (const auto& record : sampleRecords()) {
         SCOPED_TRACE(record->getType());
-        const std::unique_ptr<cObject> read = cObject::create(record->getType());
+        const std::unique_ptr<cObject> read = zulobj::createRecord(record->getType());
         const WStatus status = parseText(read.get(), textOf(*record));
         EXPECT_TRUE(status.isOk()) << status.text();
         EXPECT_EQ(encoded(*read), encoded(*record));
@@ -95,7 +96,7 @@ TEST(JsonTest, FreshRecordReadsBack)
 {
     for (const auto& record : sampleRecords()) {
         SCOPED_TRACE(record->getType());
-        const std::unique_ptr<cObject> fresh = cObject::create(record->getType());
+        const std::unique_ptr<cObject> fresh = zulobj::createRecord(record->getType());
         const std::unique_ptr<cObject> read(record->clone());
         ASSERT_TRUE(parseText(read.get(), textOf(*fresh)).isOk());
         EXPECT_EQ(textOf(*read), textOf(*fresh)) << "null makes a text one never set and a float NaN";
@@ -171,8 +172,8 @@ TEST(JsonTest, NumberWithoutANameStaysANumber)
 
 TEST(JsonTest, UnknownTypeStandsByItsNumber)
 {
-    EXPECT_EQ(textOf(*cObject::create(static_cast<eObjectTypes>(99))), R"({"type":99})");
-    EXPECT_EQ(textOf(*cObject::create(OBJ_EVENT)), R"({"type":"OBJ_EVENT"})");
+    EXPECT_EQ(textOf(*zulobj::createRecord(static_cast<eObjectTypes>(99))), R"({"type":99})");
+    EXPECT_EQ(textOf(*zulobj::createRecord(OBJ_EVENT)), R"({"type":"OBJ_EVENT"})");
 }
 
 TEST(JsonTest, BytesThatAreNotUtf8BecomeReplacementCharacters)
@@ -250,7 +251,7 @@ TEST(JsonListTest, ListHasItsExactText)
     list.setMsgSeq(200);
     list.add(new cObjectAnalogSample);
     list.add(nullptr);
-    list.add(cObject::create(static_cast<eObjectTypes>(99)).release());
+    list.add(zulobj::createRecord(static_cast<eObjectTypes>(99)).release());
     EXPECT_EQ(textOf(list), R"({"msgType":3,"msgSeq":200,"objects":[{"type":"OBJ_ANALOG_SAMPLE",)"
                             R"("deviceSerial":0,"portNum":0,"sample":0.0,"seqNum":0},{"type":99}]})");
 }

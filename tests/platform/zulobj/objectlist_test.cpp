@@ -6,6 +6,7 @@
 
 #include "hexbytes.h"
 #include "samplerecords.h"
+#include "zulobj/recordfactory.h"
 
 namespace {
 
@@ -143,9 +144,9 @@ std::vector<WMsg> differentMessages()
     cObjectList fresh;
     cObjectList mixed;
     for (auto& record : sampleRecords()) {
-        fresh.add(cObject::create(record->getType()).release());
+        fresh.add(zulobj::createRecord(record->getType()).release());
         mixed.add(record->clone());
-        mixed.add(cObject::create(record->getType()).release());
+        mixed.add(zulobj::createRecord(record->getType()).release());
         full.add(record.release());
     }
     cObjectList thrice;
@@ -318,149 +319,6 @@ TEST(ObjectListTest, ListThatIsTooLargeIsAnError)
     EXPECT_TRUE(list.encode(&message).isOk());
     list.addBorrowed(&capability);
     EXPECT_STREQ(list.encode(&message).field(), "message");
-}
-
-cObjectDInput labelled(uint32_t port, const char* label)
-{
-    cObjectDInput input;
-    input.setPortId(port);
-    input.setPortLabel(label);
-    return input;
-}
-
-TEST(ObjectListTest, AClonedRecordIsWhatCloneReturns)
-{
-    const std::string longer(100, 'x');
-    for (const char* first : {"before", longer.c_str(), static_cast<const char*>(nullptr)}) {
-        for (const char* second : {"after", longer.c_str() + 1, static_cast<const char*>(nullptr)}) {
-            cObjectList list;
-            list.addClone(labelled(1, first));
-            list.reuse(1);
-            const cObjectDInput record = labelled(2, second);
-            list.addClone(record);
-            EXPECT_EQ(encoded(*list.first()), encoded(record));
-            EXPECT_NE(list.first(), &record);
-        }
-    }
-}
-
-TEST(ObjectListTest, EveryKindOfRecordIsClonedIntoAKeptOne)
-{
-    cObjectList list;
-    std::vector<const cObject*> before;
-    for (int round = 0; round < 2; ++round) {
-        list.reuse(1);
-        EXPECT_EQ(list.size(), 0U);
-        EXPECT_EQ(list.first(), nullptr);
-        size_t at = 0;
-        for (auto& record : sampleRecords()) {
-            list.addClone(*record);
-            cObject* clone = list.first();
-            for (size_t i = 0; i < at; ++i) {
-                clone = list.next();
-            }
-            EXPECT_EQ(encoded(*clone), encoded(*record));
-            if (round == 0) {
-                before.push_back(clone);
-            } else {
-                EXPECT_EQ(clone, before[at]);
-            }
-            ++at;
-        }
-        EXPECT_EQ(list.next(), nullptr);
-    }
-}
-
-TEST(ObjectListTest, ABasesCloneIsThatOfTheBase)
-{
-    cObjectList list;
-    const cObjectDInput input = labelled(4, "Door");
-    for (int round = 0; round < 2; ++round) {
-        list.addCloneAs<cObjectPort>(input);
-        list.addClone(input);
-        ASSERT_EQ(list.size(), 2U);
-        const std::unique_ptr<cObject> plain(input.cObjectPort::clone());
-        EXPECT_EQ(encoded(*list.first()), encoded(*plain));
-        EXPECT_EQ(list.first()->getType(), OBJ_PORT);
-        EXPECT_EQ(encoded(*list.next()), encoded(input));
-        list.reuse(10);
-    }
-}
-
-TEST(ObjectListTest, AKeptRecordOfAnotherClassBecomesNoClone)
-{
-    int freed = 0;
-    {
-        cObjectList list;
-        list.add(new CountedRecord(&freed));
-        list.reuse(1);
-        EXPECT_EQ(freed, 0);
-        const cObjectDevice device;
-        list.addClone(device);
-        EXPECT_EQ(typeid(*list.first()), typeid(cObjectDevice));
-        list.addClone(device);
-        EXPECT_EQ(list.size(), 2U);
-    }
-    EXPECT_EQ(freed, 1);
-}
-
-TEST(ObjectListTest, AnEmptiedListKeepsNeitherBorrowedRecordsNorNulls)
-{
-    int ownedFreed = 0;
-    int borrowedFreed = 0;
-    CountedRecord borrowed(&borrowedFreed);
-    cObjectList list;
-    list.addBorrowed(&borrowed);
-    list.add(nullptr);
-    list.add(new CountedRecord(&ownedFreed));
-    list.add(new CountedRecord(&ownedFreed));
-    list.add(new cObject(static_cast<eObjectTypes>(99)));
-    list.reuse(1);
-    EXPECT_EQ(list.size(), 0U);
-    EXPECT_EQ(ownedFreed, 1) << "one of them is kept";
-    list.deleteObjects();
-    EXPECT_EQ(ownedFreed, 2);
-    EXPECT_EQ(borrowedFreed, 0);
-}
-
-TEST(ObjectListTest, AnEmptiedListDecodesLikeAFreshOne)
-{
-    const std::vector<WMsg> messages = differentMessages();
-    cObjectList list;
-    for (const WMsg& message : messages) {
-        list.addClone(labelled(1, "kept"));
-        list.addClone(labelled(2, "kept"));
-        list.reuse(2);
-        list.addClone(labelled(3, "before")); // the other one is spare
-        ASSERT_TRUE(list.decode(message).isOk());
-        EXPECT_EQ(messageOf(list).payload, message.payload);
-        ASSERT_TRUE(list.decode(message).isOk());
-        EXPECT_EQ(messageOf(list).payload, message.payload);
-        list.reuse(2);
-    }
-}
-
-TEST(ObjectListTest, RecordsMayBeAddedWhileOthersAreSpare)
-{
-    cObjectList list;
-    for (uint32_t port = 1; port <= 3; ++port) {
-        list.addClone(labelled(port, "kept"));
-    }
-    list.reuse(3);
-    cObjectAccess borrowed;
-    auto* own = new cObjectCapability;
-    list.addClone(labelled(7, nullptr));
-    list.addBorrowed(&borrowed);
-    list.add(own);
-    list.addClone(labelled(8, nullptr));
-    ASSERT_EQ(list.size(), 4U);
-    EXPECT_EQ(encoded(*list.first()), encoded(labelled(7, nullptr)));
-    EXPECT_EQ(list.next(), &borrowed);
-    EXPECT_EQ(list.next(), own);
-    EXPECT_EQ(encoded(*list.next()), encoded(labelled(8, nullptr)));
-    EXPECT_EQ(list.next(), nullptr);
-    list.addClone(labelled(9, nullptr));
-    EXPECT_EQ(list.next(), nullptr) << "the walk had ended";
 }
 
 } // namespace

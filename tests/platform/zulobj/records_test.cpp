@@ -1,3 +1,4 @@
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -5,12 +6,13 @@
 
 #include "hexbytes.h"
 #include "samplerecords.h"
+#include "zulobj/recordfactory.h"
 
 namespace {
 
 WStatus parseBytes(cObject* record, const std::vector<uint8_t>& payload)
 {
-    WObjectReader objects(payload.data(), payload.size());
+    WObjectReader objects(payload);
     WendleObject object;
     EXPECT_TRUE(objects.next(&object));
     return record->parse(&object, nullptr);
@@ -220,7 +222,7 @@ TEST(RecordTest, TextsOfEveryLengthAreCopied)
 TEST(RecordTest, EveryClassIsMadeFromItsTypeCode)
 {
     for (const auto& record : sampleRecords()) {
-        const std::unique_ptr<cObject> made = cObject::create(record->getType());
+        const std::unique_ptr<cObject> made = zulobj::createRecord(record->getType());
         EXPECT_EQ(typeid(*made), typeid(*record)) << record->getType();
         EXPECT_EQ(made->getType(), record->getType());
     }
@@ -230,7 +232,7 @@ TEST(RecordTest, OtherTypeCodesMakePlainRecords)
 {
     for (const uint32_t type : {5U, 6U, 7U, 8U, uint32_t{OBJ_NUM_OBJECT_TYPES}, 99U, 0xFFFFFFFFU}) {
         SCOPED_TRACE(type);
-        const std::unique_ptr<cObject> made = cObject::create(static_cast<eObjectTypes>(type));
+        const std::unique_ptr<cObject> made = zulobj::createRecord(static_cast<eObjectTypes>(type));
         EXPECT_EQ(typeid(*made), typeid(cObject));
         EXPECT_EQ(static_cast<uint32_t>(made->getType()), type);
     }
@@ -242,7 +244,7 @@ TEST(RecordTest, TagsFillAnotherRecordAlike)
         SCOPED_TRACE(record->getType());
         const cTagList tags = record->getTags();
         std::vector<WTag*> pointers = tags.pointers();
-        const std::unique_ptr<cObject> filled = cObject::create(record->getType());
+        const std::unique_ptr<cObject> filled = zulobj::createRecord(record->getType());
         ASSERT_TRUE(filled->parse(nullptr, &pointers).isOk());
         EXPECT_EQ(encoded(*filled), encoded(*record));
     }
@@ -252,7 +254,7 @@ TEST(RecordTest, BytesFillAnotherRecordAlike)
 {
     for (const auto& record : sampleRecords()) {
         SCOPED_TRACE(record->getType());
-        const std::unique_ptr<cObject> filled = cObject::create(record->getType());
+        const std::unique_ptr<cObject> filled = zulobj::createRecord(record->getType());
         ASSERT_TRUE(parseBytes(filled.get(), encoded(*record)).isOk());
         EXPECT_EQ(encoded(*filled), encoded(*record));
     }
@@ -267,7 +269,7 @@ TEST(RecordTest, TagsAreThoseOfTheEncoding)
         writer.beginObject(record->getType());
         const cTagList tags = record->getTags();
         for (size_t i = 0; i < tags.size(); ++i) {
-            writer.putBytes(tags.at(i).number(), tags.at(i).value(), tags.at(i).size());
+            writer.putTag({tags.at(i).number(), tags.at(i).value()});
         }
         writer.endObject();
         EXPECT_EQ(payload, encoded(*record));
@@ -297,7 +299,7 @@ TEST(RecordTest, SpecialValuesTravelUntouched)
     cObjectAInput sent;
     sent.setDeviceSerial(cObject::kWildcard);
     sent.setPortId(cObject::kWildcard);
-    sent.setGain(wmsg::floatValue(hexBytes("7f c1 23 45").data()));
+    sent.setGain(std::bit_cast<float>(0x7FC12345));
     sent.setOffset(-0.0F);
     sent.setSampledValue(-INFINITY);
     cObjectAInput received;
@@ -349,11 +351,11 @@ TEST(RecordTest, NumberOfAnotherLengthIsNamed)
     for (const char* tag : {"00 18 00 03 00 00 07", "00 18 00 00", "00 18 00 08 00 00 00 00 00 00 00 07"}) {
         SCOPED_TRACE(tag);
         std::vector<uint8_t> bytes = hexBytes(tag);
-        WendleObject object{OBJ_ACCESS, bytes.data(), bytes.size()};
+        WendleObject object{OBJ_ACCESS, bytes};
         cObjectAccess access;
         EXPECT_STREQ(access.parse(&object, nullptr).field(), "portNum");
 
-        WTag whole(24, bytes.data() + 4, bytes.size() - 4);
+        WTag whole(24, std::span(bytes).subspan(4));
         std::vector<WTag*> tags = {&whole};
         EXPECT_STREQ(access.parse(nullptr, &tags).field(), "portNum");
     }
@@ -432,8 +434,8 @@ TEST(RecordTest, RecordsOfOtherClassesHaveOtherIndexes)
     EXPECT_FALSE(input.compIndex(nullptr));
     InputWidget widget;
     EXPECT_TRUE(input.compIndex(&widget)) << "a widget is a record of its class";
-    const std::unique_ptr<cObject> unknown = cObject::create(static_cast<eObjectTypes>(99));
-    const std::unique_ptr<cObject> other = cObject::create(static_cast<eObjectTypes>(98));
+    const std::unique_ptr<cObject> unknown = zulobj::createRecord(static_cast<eObjectTypes>(99));
+    const std::unique_ptr<cObject> other = zulobj::createRecord(static_cast<eObjectTypes>(98));
     EXPECT_TRUE(unknown->compIndex(unknown.get()));
     EXPECT_FALSE(unknown->compIndex(other.get()));
     EXPECT_FALSE(unknown->compIndex(nullptr));

@@ -8,6 +8,7 @@
 #include "server/io/jsonline.h"
 #include "zulobj/ainput.h"
 #include "zulobj/aoutput.h"
+#include "zulobj/recordfactory.h"
 
 using namespace server;
 
@@ -182,7 +183,7 @@ TEST(CommandParserTest, everyFieldOfEveryObjectMayBeExpected)
 {
     size_t fields = 0;
     for (const zuldict::Enumerator& type : zuldict::objectTypes()) {
-        const JsonPtr object(cObject::create(static_cast<eObjectTypes>(type.value))->getJSONObj());
+        const JsonPtr object(zulobj::createRecord(static_cast<eObjectTypes>(type.value))->getJSONObj());
         for (const zuldict::TagEntry& entry : zuldict::tags()) {
             Command command;
             const std::string mistake =

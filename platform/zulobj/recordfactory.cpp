@@ -1,0 +1,44 @@
+#include "zulobj/recordfactory.h"
+
+#include "zulobj/access.h"
+#include "zulobj/adhoc.h"
+#include "zulobj/ainput.h"
+#include "zulobj/aoutput.h"
+#include "zulobj/asample.h"
+#include "zulobj/capability.h"
+#include "zulobj/device.h"
+#include "zulobj/dinput.h"
+#include "zulobj/doutput.h"
+#include "zulobj/port.h"
+
+namespace zulobj {
+
+std::unique_ptr<cObject> createRecord(eObjectTypes type)
+{
+    switch (type) {
+    case OBJ_DEVICE:
+        return std::make_unique<cObjectDevice>();
+    case OBJ_PORT:
+        return std::make_unique<cObjectPort>();
+    case OBJ_PORT_DIN:
+        return std::make_unique<cObjectDInput>();
+    case OBJ_PORT_DOUT:
+        return std::make_unique<cObjectDOutput>();
+    case OBJ_PORT_AIN:
+        return std::make_unique<cObjectAInput>();
+    case OBJ_PORT_AOUT:
+        return std::make_unique<cObjectAOutput>();
+    case OBJ_ANALOG_SAMPLE:
+        return std::make_unique<cObjectAnalogSample>();
+    case OBJ_ACCESS:
+        return std::make_unique<cObjectAccess>();
+    case OBJ_CAPABILITY:
+        return std::make_unique<cObjectCapability>();
+    case OBJ_ADHOC_EVENT:
+        return std::make_unique<cObjectAdhocEvent>();
+    default:
+        return std::make_unique<cObject>(type);
+    }
+}
+
+} // namespace zulobj
