@@ -16,6 +16,7 @@ LAYERS = {
         ["zulversion"],
         ["wlog"],
         ["wmsg"],
+        ["wfile"],
         ["wcapture"],
         ["zullink"],
         ["zuldict"],

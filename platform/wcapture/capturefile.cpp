@@ -5,6 +5,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sys/utsname.h>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -29,7 +30,7 @@ pcapng::sWriter writerNamed(const std::string& program)
 }
 
 /// How many bytes were written; fewer than @p size with errno set.
-size_t writeAll(int fd, const uint8_t* bytes, size_t size)
+size_t writeBytes(int fd, const uint8_t* bytes, size_t size)
 {
     size_t written = 0;
     while (written < size) {
@@ -55,7 +56,13 @@ std::shared_ptr<cCaptureFile> cCaptureFile::create(const std::string& path, cons
         pcapng::appendSectionHeader(&head, writerNamed(program));
         pcapng::appendInterface(&head, program.substr(0, program.find(' ')));
         if (file->append(head)) {
-            return file;
+            try {
+                file->mWriter = std::jthread(
+                    [writer = file.get()](const std::stop_token& stop) { writer->writeBlocks(stop); });
+                return file;
+            } catch (const std::system_error& failure) {
+                errno = failure.code().value();
+            }
         }
     }
     *problem = "the capture file '" + path + "' could not be written: " + strerrordesc_np(errno);
@@ -64,59 +71,99 @@ std::shared_ptr<cCaptureFile> cCaptureFile::create(const std::string& path, cons
 
 cCaptureFile::~cCaptureFile()
 {
-    if (mFd >= 0) {
-        ::close(mFd);
+    if (mWriter.joinable()) {
+        mWriter.request_stop();
+        mWriter.join();
     }
+    ::close(mFd);
 }
 
 void cCaptureFile::setReport(std::function<void(const std::string&)> report)
 {
-    const std::lock_guard<std::mutex> lock(mMutex);
+    const std::lock_guard<std::mutex> lock(mReportMutex);
     mReport = std::move(report);
+}
+
+void cCaptureFile::report(const std::string& sentence)
+{
+    const std::lock_guard<std::mutex> lock(mReportMutex);
+    if (mReport) {
+        mReport(sentence);
+    }
 }
 
 void cCaptureFile::write(pcapng::eDirection direction, const std::vector<uint8_t>& packet)
 {
-    std::function<void(const std::string&)> report;
-    std::string sentence;
-    {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        if (mFd < 0) {
-            return;
-        }
-        mBlock.clear();
-        pcapng::appendPacket(&mBlock, nowNs(), direction, packet.data(), packet.size());
-        if (append(mBlock)) {
-            return;
-        }
-        sentence = "The capture file '" + mPath +
-                   "' ends here, as it could not be written: " + strerrordesc_np(errno) + '.';
-        ::close(mFd);
-        mFd = -1;
-        report = mReport;
-    }
-    if (report) {
-        report(sentence);
-    }
-}
-
-uint32_t cCaptureFile::nextConnection()
-{
     const std::lock_guard<std::mutex> lock(mMutex);
-    return ++mConnections;
+    if (mBroken) {
+        return;
+    }
+    if (mQueuedBytes + packet.size() > kMaxQueuedBytes) {
+        mDropped = true;
+        return;
+    }
+    Block block;
+    pcapng::appendPacket(&block, nowNs(), direction, packet.data(), packet.size());
+    mQueuedBytes += block.size();
+    mQueue.push_back(std::move(block));
+    mChanged.notify_all();
 }
 
-/// False, with errno set, where @p block was not written; then none of it stays.
+void cCaptureFile::flush()
+{
+    std::unique_lock<std::mutex> lock(mMutex);
+    mChanged.wait(lock, [this] { return mQueuedBytes == 0; });
+}
+
+/// The writing thread: ends once it is stopped and everything queued is written.
+void cCaptureFile::writeBlocks(const std::stop_token& stop)
+{
+    bool toldOfDropped = false;
+    std::unique_lock<std::mutex> lock(mMutex);
+    while (mChanged.wait(lock, stop, [this] { return !mQueue.empty(); })) {
+        const std::deque<Block> blocks = std::exchange(mQueue, {});
+        size_t bytes = 0;
+        for (const Block& block : blocks) {
+            bytes += block.size();
+        }
+        const bool tellOfDropped = mDropped && !std::exchange(toldOfDropped, mDropped);
+        const bool broken = mBroken;
+        lock.unlock();
+        const bool written = broken || writeAll(blocks);
+        if (tellOfDropped) {
+            report("Packets are missing in the capture file '" + mPath +
+                   "', as they came faster than they could be written.");
+        }
+        lock.lock();
+        mBroken = mBroken || !written;
+        mQueuedBytes -= bytes;
+        mChanged.notify_all();
+    }
+}
+
+bool cCaptureFile::writeAll(const std::deque<Block>& blocks)
+{
+    for (const Block& block : blocks) {
+        if (!append(block)) {
+            report("The capture file '" + mPath +
+                   "' ends here, as it could not be written: " + strerrordesc_np(errno) + '.');
+            return false;
+        }
+    }
+    return true;
+}
+
+/// False, with errno set, if @p block was not written; then none of it stays.
 bool cCaptureFile::append(const std::vector<uint8_t>& block)
 {
-    const size_t written = writeAll(mFd, block.data(), block.size());
+    const size_t written = writeBytes(mFd, block.data(), block.size());
     if (written == block.size()) {
         return true;
     }
     const int error = errno;
     const off_t end = ::lseek(mFd, 0, SEEK_END);
     if (written > 0 && end >= static_cast<off_t>(written)) {
-        // Where even this fails, readers still find every whole block before the cut one.
+        // If even this fails, readers still find every whole block before the cut one.
         static_cast<void>(::ftruncate(mFd, end - static_cast<off_t>(written)) == 0);
     }
     errno = error;

@@ -1,53 +1,79 @@
 #ifndef WCAPTURE_CAPTUREFILE_H
 #define WCAPTURE_CAPTUREFILE_H
 
+#include <atomic>
+#include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <stop_token>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "wcapture/pcapng.h"
 
-/// Writes packets into a capture file, which is whole after each of them.
+/// Writes packets into a capture file on a thread of its own. Any thread may call.
 ///
-/// Every block goes out in one write(2), without a buffer of its own: whenever the program is killed, the
-/// file ends behind a block. A block that a full disk cuts is taken back. Any thread may call.
+/// Every block goes out in one write(2), without a buffer of its own: if the program is killed, the file ends
+/// behind a block. A block that a full disk cuts is taken back. What waits to be written is bounded.
 class cCaptureFile
 {
 public:
+    static constexpr size_t kMaxQueuedBytes = 16 * 1024 * 1024;
+
     /// Creates or empties the file at @p path, with the rights that the umask leaves of 0666. @p program is
     /// its name and version. Null on failure, with one sentence without its stop in @p *problem.
     static std::shared_ptr<cCaptureFile> create(const std::string& path, const std::string& program,
                                                 std::string* problem);
 
+    /// Writes what is queued first.
     ~cCaptureFile();
     cCaptureFile(const cCaptureFile&) = delete;
     cCaptureFile& operator=(const cCaptureFile&) = delete;
 
-    /// Gets one sentence, once, when the file can't be written any more; nothing is recorded from then on.
-    /// Called on the thread that was about to record.
+    /// @p report gets one sentence, once, if the file can't be written any more, after which nothing is
+    /// recorded; and one, once, if packets come faster than they can be written and some are dropped. It is
+    /// called on the writing thread. Once this returns, the former one is not called any more.
     void setReport(std::function<void(const std::string&)> report);
 
-    /// Appends @p packet with the time of now.
+    /// Queues @p packet with the time of now; doesn't wait for the disk.
     void write(pcapng::eDirection direction, const std::vector<uint8_t>& packet);
 
+    /// Waits until everything queued is in the file or lost.
+    void flush();
+
     /// Counts the connections that are recorded, from 1.
-    uint32_t nextConnection();
+    uint32_t nextConnection() { return ++mConnections; }
 
 private:
+    using Block = std::vector<uint8_t>;
+
     cCaptureFile(std::string path, int fd) : mPath(std::move(path)), mFd(fd) {}
-    bool append(const std::vector<uint8_t>& block);
+    void writeBlocks(const std::stop_token& stop);
+    bool writeAll(const std::deque<Block>& blocks);
+    bool append(const Block& block);
+    void report(const std::string& sentence);
 
     const std::string mPath;
+    const int mFd;
+    std::atomic<uint32_t> mConnections{0};
+
     std::mutex mMutex;
+    std::condition_variable_any mChanged;
 
     // Guarded by mMutex.
-    int mFd; ///< -1 once the file can't be written
-    std::function<void(const std::string&)> mReport;
-    std::vector<uint8_t> mBlock;
-    uint32_t mConnections = 0;
+    std::deque<Block> mQueue;
+    size_t mQueuedBytes = 0; ///< those being written count
+    bool mDropped = false;
+    bool mBroken = false; ///< the file can't be written
+
+    std::mutex mReportMutex;
+    std::function<void(const std::string&)> mReport; ///< guarded by mReportMutex
+
+    std::jthread mWriter; ///< the last member, so that it ends first
 };
 
 #endif

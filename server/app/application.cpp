@@ -159,7 +159,10 @@ bool Application::listen()
         return false;
     }
     if (mCapture) {
-        mCapture->setReport([this](const std::string& sentence) { mConsole.report(sentence); });
+        // Called on the thread that writes the file.
+        mCapture->setReport([this](const std::string& sentence) {
+            boost::asio::post(mIo, [this, sentence] { mConsole.report(sentence); });
+        });
         mMonitor.setCapture(mCapture);
     }
     if (!writePortFile()) {

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "server/io/jsonline.h"
+#include "wmsg/utf8.h"
 #include "zulobj/jsonvalue.h"
 
 namespace server {

@@ -44,16 +44,16 @@ cDevice::cDevice(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, u
     : cDevice()
 {
     zuldevice::describeDevice(this, {dins, douts, ains, aouts, scanners}, label, version, serial);
-    mDigitalInputList = devicepanel::addDigitalInputs(this, &dinTab);
-    mDigitalOutputList = devicepanel::addDigitalOutputs(this, &doutTab);
-    mAnalogInputList = devicepanel::addAnalogInputs(this, &ainTab);
-    mAnalogOutputList = devicepanel::addAnalogOutputs(this, &aoutTab);
+    mDigitalInputList = devicepanel::addDigitalInputs(this, *this, &dinTab);
+    mDigitalOutputList = devicepanel::addDigitalOutputs(this, *this, &doutTab);
+    mAnalogInputList = devicepanel::addAnalogInputs(this, *this, &ainTab);
+    mAnalogOutputList = devicepanel::addAnalogOutputs(this, *this, &aoutTab);
     devicepanel::addWiring(this, &dInputOutputTab, tr("Digital Input and Output Connections"),
                            createDigitalInputGroup(), createDigitalOutputGroup());
     devicepanel::addWiring(this, &aInputOutputTab, tr("Analog Input and Output Connections"),
                            createAnalogInputGroup(), createAnalogOutputGroup());
-    mAccessList = devicepanel::addScanners(this, &accessTab, scanners);
-    mAdHocEvent = devicepanel::addAdHocEditor(this, &adHocTab);
+    mAccessList = devicepanel::addScanners(this, *this, &accessTab, scanners);
+    mAdHocEvent = devicepanel::addAdHocEditor(this, *this, &adHocTab);
     mCore.addCapabilities();
 }
 

@@ -1,20 +1,30 @@
 #include "devicepanel.h"
 
+#include <QCoreApplication>
 #include <QGridLayout>
+#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QScrollArea>
+#include <QTabWidget>
 #include <QVBoxLayout>
 
 #include "caccess.h"
 #include "cadhoc.h"
 #include "cainput.h"
 #include "caoutput.h"
-#include "cdevice.h"
 #include "cdinput.h"
 #include "cdoutput.h"
 #include "scaledwidth.h"
+#include "zuldevice/portrules.h"
 
 namespace {
+
+/// The texts of the panel are the device's.
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(cDevice)
+};
 
 struct Column
 {
@@ -60,7 +70,7 @@ void addPage(QTabWidget* panel, QWidget* page, const QString& title)
 
 /// Fills @p page with @p header and @p count new rows below it.
 template <class Row>
-std::vector<Row*> addRows(const cDevice& device, QWidget* page, QHBoxLayout* header, uint32_t count)
+std::vector<Row*> addRows(const cObjectDevice& device, QWidget* page, QHBoxLayout* header, uint32_t count)
 {
     auto* layout = new QVBoxLayout;
     layout->addLayout(header);
@@ -82,47 +92,48 @@ std::vector<Row*> addRows(const cDevice& device, QWidget* page, QHBoxLayout* hea
 
 /// Connects a signal of every row to a slot of the device.
 template <class Row>
-void connectRows(const std::vector<Row*>& rows, const char* signal, const cDevice* device, const char* slot)
+void connectRows(const std::vector<Row*>& rows, const char* signal, const QTabWidget* panel, const char* slot)
 {
     for (const Row* row : rows) {
-        QObject::connect(row, signal, device, slot);
+        QObject::connect(row, signal, panel, slot);
     }
 }
 
 std::vector<Column> digitalColumns()
 {
-    return {
-        {cDevice::tr("Port Label"), 0}, {cDevice::tr("Default State"), 0}, {cDevice::tr("Current State"), 0}};
+    return {{Texts::tr("Port Label"), 0}, {Texts::tr("Default State"), 0}, {Texts::tr("Current State"), 0}};
 }
 
 } // namespace
 
-std::vector<cDInput*> devicepanel::addDigitalInputs(cDevice* device, QWidget* page)
+std::vector<cDInput*> devicepanel::addDigitalInputs(QTabWidget* panel, const cObjectDevice& device,
+                                                    QWidget* page)
 {
-    addPage(device, page, cDevice::tr("Digital Inputs"));
+    addPage(panel, page, Texts::tr("Digital Inputs"));
     auto rows =
-        addRows<cDInput>(*device, page, headerRow(*page, digitalColumns()), device->getDiscreteInCount());
-    connectRows(rows, SIGNAL(inputChanged(int)), device, SLOT(inputEvent(int)));
+        addRows<cDInput>(device, page, headerRow(*page, digitalColumns()), device.getDiscreteInCount());
+    connectRows(rows, SIGNAL(inputChanged(int)), panel, SLOT(inputEvent(int)));
     return rows;
 }
 
-std::vector<cDOutput*> devicepanel::addDigitalOutputs(cDevice* device, QWidget* page)
+std::vector<cDOutput*> devicepanel::addDigitalOutputs(QTabWidget* panel, const cObjectDevice& device,
+                                                      QWidget* page)
 {
-    addPage(device, page, cDevice::tr("Digital Outputs"));
-    return addRows<cDOutput>(*device, page, headerRow(*page, digitalColumns()),
-                             device->getDiscreteOutCount());
+    addPage(panel, page, Texts::tr("Digital Outputs"));
+    return addRows<cDOutput>(device, page, headerRow(*page, digitalColumns()), device.getDiscreteOutCount());
 }
 
-std::vector<cAInput*> devicepanel::addAnalogInputs(cDevice* device, QScrollArea* page)
+std::vector<cAInput*> devicepanel::addAnalogInputs(QTabWidget* panel, const cObjectDevice& device,
+                                                   QScrollArea* page)
 {
-    addPage(device, page, cDevice::tr("Analog Inputs"));
-    QHBoxLayout* header = headerRow(*page, {{cDevice::tr("Port Label"), 100},
-                                            {cDevice::tr("Gain"), 60},
-                                            {cDevice::tr("Offset"), 60},
-                                            {cDevice::tr("Rate"), 60},
-                                            {cDevice::tr("Current Value"), 0}});
-    auto rows = addRows<cAInput>(*device, page, header, device->getAnalogInCount());
-    connectRows(rows, SIGNAL(sampleEvent(cObjectAnalogSample*)), device,
+    addPage(panel, page, Texts::tr("Analog Inputs"));
+    QHBoxLayout* header = headerRow(*page, {{Texts::tr("Port Label"), 100},
+                                            {Texts::tr("Gain"), 60},
+                                            {Texts::tr("Offset"), 60},
+                                            {Texts::tr("Rate"), 60},
+                                            {Texts::tr("Current Value"), 0}});
+    auto rows = addRows<cAInput>(device, page, header, device.getAnalogInCount());
+    connectRows(rows, SIGNAL(sampleEvent(cObjectAnalogSample*)), panel,
                 SLOT(analogEvent(cObjectAnalogSample*)));
     page->setFrameShape(QFrame::NoFrame);
     // The layout stands on the scroll area itself, which otherwise ignores its minimum size.
@@ -130,47 +141,48 @@ std::vector<cAInput*> devicepanel::addAnalogInputs(cDevice* device, QScrollArea*
     return rows;
 }
 
-std::vector<cAOutput*> devicepanel::addAnalogOutputs(cDevice* device, QWidget* page)
+std::vector<cAOutput*> devicepanel::addAnalogOutputs(QTabWidget* panel, const cObjectDevice& device,
+                                                     QWidget* page)
 {
-    addPage(device, page, cDevice::tr("Analog Outputs"));
-    QHBoxLayout* header = headerRow(*page, {{cDevice::tr("Port Label"), 100},
-                                            {cDevice::tr("Gain"), 60},
-                                            {cDevice::tr("Offset"), 60},
-                                            {cDevice::tr("Current Value"), 0}});
-    return addRows<cAOutput>(*device, page, header, device->getAnalogOutCount());
+    addPage(panel, page, Texts::tr("Analog Outputs"));
+    QHBoxLayout* header = headerRow(*page, {{Texts::tr("Port Label"), 100},
+                                            {Texts::tr("Gain"), 60},
+                                            {Texts::tr("Offset"), 60},
+                                            {Texts::tr("Current Value"), 0}});
+    return addRows<cAOutput>(device, page, header, device.getAnalogOutCount());
 }
 
-void devicepanel::addWiring(cDevice* device, QWidget* page, const QString& title, QGroupBox* inputs,
+void devicepanel::addWiring(QTabWidget* panel, QWidget* page, const QString& title, QGroupBox* inputs,
                             QGroupBox* outputs)
 {
-    addPage(device, page, title);
+    addPage(panel, page, title);
     auto* grid = new QGridLayout;
     grid->addWidget(inputs, 0, 0);
     grid->addWidget(outputs, 0, 1);
     page->setLayout(grid);
 }
 
-std::vector<cAccess*> devicepanel::addScanners(cDevice* device, QWidget* page, uint32_t count)
+std::vector<cAccess*> devicepanel::addScanners(QTabWidget* panel, const cObjectDevice& device, QWidget* page,
+                                               uint32_t count)
 {
-    addPage(device, page, cDevice::tr("Access Events"));
-    QHBoxLayout* header =
-        headerRow(*page, {{cDevice::tr("Scanner Label"), 0}, {cDevice::tr("Scan Code"), 0}});
+    addPage(panel, page, Texts::tr("Access Events"));
+    QHBoxLayout* header = headerRow(*page, {{Texts::tr("Scanner Label"), 0}, {Texts::tr("Scan Code"), 0}});
     // The second title stands above the fields; names and buttons share the rest of the row.
     header->itemAt(1)->widget()->setMinimumWidth(cAccess::kCodeWidth);
     header->setStretch(1, 0);
     header->addSpacing(page->style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing, nullptr, page));
     header->addStretch(1);
-    auto rows = addRows<cAccess>(*device, page, header, count);
-    connectRows(rows, SIGNAL(send_accesss_evnt(int)), device, SLOT(accesEvnt(int)));
+    auto rows = addRows<cAccess>(device, page, header, count);
+    connectRows(rows, SIGNAL(send_accesss_evnt(int)), panel, SLOT(accesEvnt(int)));
     return rows;
 }
 
-cAdHocEvent* devicepanel::addAdHocEditor(cDevice* device, QWidget* page)
+cAdHocEvent* devicepanel::addAdHocEditor(QTabWidget* panel, const cObjectDevice& device, QWidget* page)
 {
-    addPage(device, page, cDevice::tr("Adhoc Events"));
+    addPage(panel, page, Texts::tr("Adhoc Events"));
     auto* editor = new cAdHocEvent;
-    editor->setDeviceSerial(device->getDeviceSerial());
-    QObject::connect(editor, SIGNAL(send_adhoc_evnt(int)), device, SLOT(adHocEvnt(int)));
+    editor->setDeviceSerial(device.getDeviceSerial());
+    QObject::connect(editor, SIGNAL(send_adhoc_evnt(int)), panel, SLOT(adHocEvnt(int)));
     auto* layout = new QVBoxLayout;
     layout->addWidget(editor);
     layout->addStretch(1);

@@ -15,21 +15,23 @@ class cAccess;
 class cAdHocEvent;
 class cDInput;
 class cDOutput;
-class cDevice;
+class cObjectDevice;
 
-/// Builds the pages of a device's panel. Each function adds a tab with @p page, and with as many rows as the
-/// device's record counts, whose events go to the device.
+/// Builds the pages of a device's panel. Each function adds a tab with @p page to @p panel, and as many rows
+/// as
+/// @p device counts, whose events go to the slots of @p panel.
 namespace devicepanel {
 
-std::vector<cDInput*> addDigitalInputs(cDevice* device, QWidget* page);
-std::vector<cDOutput*> addDigitalOutputs(cDevice* device, QWidget* page);
-std::vector<cAInput*> addAnalogInputs(cDevice* device, QScrollArea* page);
-std::vector<cAOutput*> addAnalogOutputs(cDevice* device, QWidget* page);
-std::vector<cAccess*> addScanners(cDevice* device, QWidget* page, uint32_t count);
-cAdHocEvent* addAdHocEditor(cDevice* device, QWidget* page);
+std::vector<cDInput*> addDigitalInputs(QTabWidget* panel, const cObjectDevice& device, QWidget* page);
+std::vector<cDOutput*> addDigitalOutputs(QTabWidget* panel, const cObjectDevice& device, QWidget* page);
+std::vector<cAInput*> addAnalogInputs(QTabWidget* panel, const cObjectDevice& device, QScrollArea* page);
+std::vector<cAOutput*> addAnalogOutputs(QTabWidget* panel, const cObjectDevice& device, QWidget* page);
+std::vector<cAccess*> addScanners(QTabWidget* panel, const cObjectDevice& device, QWidget* page,
+                                  uint32_t count);
+cAdHocEvent* addAdHocEditor(QTabWidget* panel, const cObjectDevice& device, QWidget* page);
 
 /// @p inputs stand to the left of @p outputs.
-void addWiring(cDevice* device, QWidget* page, const QString& title, QGroupBox* inputs, QGroupBox* outputs);
+void addWiring(QTabWidget* panel, QWidget* page, const QString& title, QGroupBox* inputs, QGroupBox* outputs);
 
 } // namespace devicepanel
 

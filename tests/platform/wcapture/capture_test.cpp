@@ -2,6 +2,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <string>
@@ -159,9 +160,9 @@ protected:
     std::shared_ptr<cCaptureFile> create()
     {
         std::string problem;
-        auto file = cCaptureFile::create(mPath, "test 1", &problem);
-        EXPECT_NE(file, nullptr) << problem;
-        return file;
+        mFile = cCaptureFile::create(mPath, "test 1", &problem);
+        EXPECT_NE(mFile, nullptr) << problem;
+        return mFile;
     }
 
     std::unique_ptr<cCapturedLink> link(const std::shared_ptr<cCaptureFile>& file,
@@ -170,8 +171,10 @@ protected:
         return std::make_unique<cCapturedLink>(file, v4("192.0.2.1", 40000), v4("192.0.2.2", 50000), role);
     }
 
+    /// What the file holds once everything queued is written.
     std::vector<RecordedPacket> packets()
     {
+        mFile->flush();
         bool isWhole = false;
         auto found = packetsIn(fileBytes(mPath), &isWhole);
         EXPECT_TRUE(isWhole);
@@ -184,6 +187,7 @@ protected:
     }
 
     char mPath[32] = "/tmp/capture-test-XXXXXX";
+    std::shared_ptr<cCaptureFile> mFile;
 };
 
 /// "direction flags sequence acknowledged bytes", the numbers counted from their beginnings.
@@ -286,7 +290,7 @@ TEST_F(CaptureFileTest, TimesNeverGoBackAndAreNow)
     EXPECT_LE(last, static_cast<uint64_t>(::time(nullptr) + 1) * 1000000000);
 }
 
-TEST_F(CaptureFileTest, EveryPacketIsInTheFileAtOnce)
+TEST_F(CaptureFileTest, EveryPacketComesIntoTheFileWithoutAnotherOne)
 {
     const auto file = create();
     const auto record = link(file);
@@ -294,6 +298,60 @@ TEST_F(CaptureFileTest, EveryPacketIsInTheFileAtOnce)
         send(*record, Bytes(count));
         EXPECT_EQ(packets().size(), 3 + count);
     }
+}
+
+TEST_F(CaptureFileTest, WhatIsQueuedIsWrittenBeforeTheFileEnds)
+{
+    constexpr size_t kCount = 200;
+    link(create())->received(Bytes(kCount * kMaxTcpPayload).data(), kCount * kMaxTcpPayload);
+    mFile.reset();
+    bool isWhole = false;
+    EXPECT_EQ(packetsIn(fileBytes(mPath), &isWhole).size(), kCount + 4);
+    EXPECT_TRUE(isWhole);
+}
+
+/// Everything that can be read from @p fd.
+Bytes readAll(int fd)
+{
+    Bytes bytes;
+    uint8_t buffer[65536];
+    for (ssize_t count = 0; (count = ::read(fd, buffer, sizeof buffer)) > 0;) {
+        bytes.insert(bytes.end(), buffer, buffer + count);
+    }
+    return bytes;
+}
+
+TEST_F(CaptureFileTest, AWriterThatIsStuckDelaysNobodyAndItsQueueIsBounded)
+{
+    std::remove(mPath);
+    ASSERT_EQ(::mkfifo(mPath, 0600), 0);
+    const int reader = ::open(mPath, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(reader, 0);
+    std::vector<std::string> said;
+    create()->setReport([&said](const std::string& sentence) { said.push_back(sentence); });
+    constexpr size_t kCount = 2 * cCaptureFile::kMaxQueuedBytes / kMaxTcpPayload;
+    {
+        // Nobody reads the pipe, so the first blocks fill it.
+        const auto record = link(mFile);
+        for (size_t i = 0; i < kCount; ++i) {
+            record->received(Bytes(kMaxTcpPayload).data(), kMaxTcpPayload);
+        }
+    }
+    ::fcntl(reader, F_SETFL, 0);
+    Bytes bytes;
+    std::thread drain([&] { bytes = readAll(reader); });
+    mFile->flush();
+    mFile.reset();
+    drain.join();
+    ::close(reader);
+    bool isWhole = false;
+    const size_t recorded = packetsIn(bytes, &isWhole).size();
+    EXPECT_TRUE(isWhole);
+    EXPECT_GT(recorded, kCount / 4);
+    EXPECT_LT(recorded, kCount);
+    EXPECT_EQ(said,
+              std::vector<std::string>{"Packets are missing in the capture file '" + std::string(mPath) +
+                                       "', as they came faster than they could be written."});
 }
 
 TEST_F(CaptureFileTest, ThreadsDoNotMixTheirPackets)
@@ -381,12 +439,14 @@ TEST_F(CaptureFileTest, FileThatCannotGrowIsSaidOnceAndEndsWithAWholePacket)
     file->setReport([&said](const std::string& sentence) { said.push_back(sentence); });
     const auto record = link(file);
     send(*record, Bytes(100));
+    file->flush();
     const size_t fitting = fileBytes(mPath).size();
     {
         // Room for the first half of the next block.
         const FileSizeLimit limit(fitting + 100);
         send(*record, Bytes(200));
         send(*record, Bytes(1));
+        file->flush();
     }
     EXPECT_EQ(fileBytes(mPath).size(), fitting);
     EXPECT_EQ(packets().size(), 4U);
