@@ -43,9 +43,8 @@ std::vector<uint8_t> deviceRecord()
     cObjectDevice device;
     device.setDeviceSerial(1001);
     device.setDeviceLabel("Lab");
-    std::vector<uint8_t> payload;
-    WPayloadWriter writer(&payload);
-    device.encode(&writer);
+    std::vector<uint8_t> payload(device.encodedSize());
+    device.encode(payload.data());
     return payload;
 }
 
