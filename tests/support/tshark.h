@@ -1,6 +1,7 @@
 #ifndef TSHARK_H
 #define TSHARK_H
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -84,6 +85,9 @@ public:
                 *complaints += "a Lua error in a frame: " + row.back() + '\n';
             }
             row.pop_back();
+            for (std::string& cell : row) {
+                cell = withNumbers(cell);
+            }
             found.push_back(row);
         }
         return found;
@@ -109,6 +113,19 @@ private:
         std::filesystem::copy_file(file, copy, std::filesystem::copy_options::overwrite_existing);
         std::filesystem::permissions(copy, std::filesystem::perms(0644));
         return copy;
+    }
+
+    /// The values in @p cell with booleans as 1 and 0, as tshark 4.0 prints them; 4.4 prints words.
+    static std::string withNumbers(const std::string& cell)
+    {
+        std::string result;
+        for (size_t begin = 0; begin <= cell.size();) {
+            const size_t end = std::min(cell.find('|', begin), cell.size());
+            const std::string value = cell.substr(begin, end - begin);
+            result += (begin == 0 ? "" : "|") + (value == "True" ? "1" : value == "False" ? "0" : value);
+            begin = end + 1;
+        }
+        return result;
     }
 
     static std::string quoted(const std::string& word)
