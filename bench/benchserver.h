@@ -1,5 +1,4 @@
-#ifndef BENCHSERVER_H
-#define BENCHSERVER_H
+#pragma once
 
 #include <arpa/inet.h>
 #include <cstdint>
@@ -98,5 +97,3 @@ private:
     size_t mSize = 0;
     WMsgReader mReader;
 };
-
-#endif

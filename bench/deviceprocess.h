@@ -1,5 +1,4 @@
-#ifndef DEVICEPROCESS_H
-#define DEVICEPROCESS_H
+#pragma once
 
 #include <QApplication>
 #include <QSocketNotifier>
@@ -85,5 +84,3 @@ private:
     bool mOpened;
     ChildProcess mProcess;
 };
-
-#endif

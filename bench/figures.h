@@ -1,5 +1,4 @@
-#ifndef FIGURES_H
-#define FIGURES_H
+#pragma once
 
 #include <algorithm>
 #include <cstdio>
@@ -44,5 +43,3 @@ inline void print(const std::string& key, const std::vector<double>& rounds)
 }
 
 } // namespace figures
-
-#endif

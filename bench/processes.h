@@ -1,5 +1,4 @@
-#ifndef PROCESSES_H
-#define PROCESSES_H
+#pragma once
 
 #include <csignal>
 #include <cstdio>
@@ -101,5 +100,3 @@ inline void pinTo(eCore which)
     std::fprintf(stderr, "%s\n", what);
     std::exit(1);
 }
-
-#endif

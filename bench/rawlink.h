@@ -1,5 +1,4 @@
-#ifndef RAWLINK_H
-#define RAWLINK_H
+#pragma once
 
 #include <cstdint>
 #include <cstring>
@@ -116,5 +115,3 @@ inline size_t measureAnswer(const uint8_t* data, size_t size)
     }
     return 0;
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SHOWNDEVICE_H
-#define SHOWNDEVICE_H
+#pragma once
 
 #include <QMainWindow>
 #include <memory>
@@ -53,5 +52,3 @@ private:
     QMainWindow mWindow;
     std::unique_ptr<cDevice> mDevice;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef THREADS_H
-#define THREADS_H
+#pragma once
 
 #include <cstdio>
 #include <dirent.h>
@@ -62,5 +61,3 @@ inline void printThreads(pid_t process, const std::map<pid_t, ThreadWork>& befor
     }
     std::fflush(stdout);
 }
-
-#endif

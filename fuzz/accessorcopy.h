@@ -1,5 +1,4 @@
-#ifndef ACCESSORCOPY_H
-#define ACCESSORCOPY_H
+#pragma once
 
 #include <memory>
 
@@ -7,5 +6,3 @@
 
 /// A record of the class of @p record that got each field by its setter from @p record's getter.
 std::unique_ptr<cObject> copiedByAccessors(const cObject& record);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef DEVICEPEER_H
-#define DEVICEPEER_H
+#pragma once
 
 #include <cstdint>
 #include <deque>
@@ -44,5 +43,3 @@ private:
     size_t mPings = 0;
     size_t mPingAnswers = 0;
 };
-
-#endif

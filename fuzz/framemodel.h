@@ -1,5 +1,4 @@
-#ifndef FRAMEMODEL_H
-#define FRAMEMODEL_H
+#pragma once
 
 // The rules of docs/protocol.md for segments once more, written as they are said and not as they run fast.
 
@@ -108,5 +107,3 @@ inline bool operator==(const WMsg& a, const WMsg& b)
     return a.type == b.type && a.seq == b.seq && a.answer == b.answer && a.event == b.event &&
            a.control == b.control && a.payload == b.payload;
 }
-
-#endif

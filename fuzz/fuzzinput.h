@@ -1,5 +1,4 @@
-#ifndef FUZZINPUT_H
-#define FUZZINPUT_H
+#pragma once
 
 #include <algorithm>
 #include <cstddef>
@@ -60,5 +59,3 @@ private:
     const uint8_t* mNext;
     size_t mLeft;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef HELDMEMORY_H
-#define HELDMEMORY_H
+#pragma once
 
 #include <cstddef>
 
@@ -11,5 +10,3 @@ inline size_t heldMemory()
 {
     return __sanitizer_get_current_allocated_bytes != nullptr ? __sanitizer_get_current_allocated_bytes() : 0;
 }
-
-#endif

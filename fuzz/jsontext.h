@@ -1,5 +1,4 @@
-#ifndef JSONTEXT_H
-#define JSONTEXT_H
+#pragma once
 
 #include <cstdlib>
 #include <jansson.h>
@@ -25,5 +24,3 @@ inline JsonRef jsonOf(const std::string& text, size_t flags)
 {
     return JsonRef(json_loadb(text.data(), text.size(), flags, nullptr));
 }
-
-#endif

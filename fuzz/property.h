@@ -1,5 +1,4 @@
-#ifndef PROPERTY_H
-#define PROPERTY_H
+#pragma once
 
 #include <cstdio>
 #include <cstdlib>
@@ -12,5 +11,3 @@ inline void require(bool holds, const char* property)
         std::abort();
     }
 }
-
-#endif

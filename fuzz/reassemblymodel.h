@@ -1,5 +1,4 @@
-#ifndef REASSEMBLYMODEL_H
-#define REASSEMBLYMODEL_H
+#pragma once
 
 #include <algorithm>
 #include <deque>
@@ -110,5 +109,3 @@ private:
     size_t mSegments = 0;
     int64_t mBegunMs = 0;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef RECORDMODEL_H
-#define RECORDMODEL_H
+#pragma once
 
 // The rules of docs/protocol.md for payloads once more, written as they are said.
 
@@ -142,5 +141,3 @@ private:
 };
 
 } // namespace model
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef HANDWRITTEN_H
-#define HANDWRITTEN_H
+#pragma once
 
 #include <cstdint>
 #include <vector>
@@ -26,5 +25,3 @@ void encode(const std::vector<Input>& inputs, std::vector<uint8_t>* bytes);
 bool decode(const std::vector<uint8_t>& bytes, std::vector<Input>* inputs);
 
 } // namespace handwritten
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef WCAPTURE_CAPTUREDLINK_H
-#define WCAPTURE_CAPTUREDLINK_H
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -83,5 +82,3 @@ private:
     sLane mReceived;
     std::vector<uint8_t> mPacket;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef WCAPTURE_CAPTUREFILE_H
-#define WCAPTURE_CAPTUREFILE_H
+#pragma once
 
 #include <atomic>
 #include <condition_variable>
@@ -75,5 +74,3 @@ private:
 
     std::jthread mWriter; ///< the last member, so that it ends first
 };
-
-#endif

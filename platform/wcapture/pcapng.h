@@ -1,5 +1,4 @@
-#ifndef WCAPTURE_PCAPNG_H
-#define WCAPTURE_PCAPNG_H
+#pragma once
 
 // Blocks of a capture file, as the IETF draft "PCAP Next Generation (pcapng) Capture File Format"
 // (draft-ietf-opsawg-pcapng) lays them out. A file is one section header, one interface and then packets:
@@ -43,5 +42,3 @@ void appendPacket(std::vector<uint8_t>* file, uint64_t timeNs, eDirection direct
                   size_t size);
 
 } // namespace pcapng
-
-#endif

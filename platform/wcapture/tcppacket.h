@@ -1,5 +1,4 @@
-#ifndef WCAPTURE_TCPPACKET_H
-#define WCAPTURE_TCPPACKET_H
+#pragma once
 
 // Packets as they stand on a wire: an IPv4 (RFC 791) or IPv6 (RFC 8200) header, a TCP header (RFC 9293)
 // and bytes of the connection, with the checksums that belong there.
@@ -42,5 +41,3 @@ constexpr size_t kMaxTcpPayload = 65000;
 /// packet carries at most and that windows are counted in units of 16 KiB.
 void appendTcpPacket(std::vector<uint8_t>* bytes, const sEndpoint& from, const sEndpoint& to,
                      const sTcpFields& fields, const uint8_t* payload, size_t size);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ATOMICFILE_H
-#define ATOMICFILE_H
+#pragma once
 
 #include <string>
 #include <string_view>
@@ -28,5 +27,3 @@ private:
 
     std::string mPath; ///< without symbolic links
 };
-
-#endif

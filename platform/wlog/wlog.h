@@ -1,5 +1,4 @@
-#ifndef WLOG_H
-#define WLOG_H
+#pragma once
 
 #include <string>
 
@@ -60,5 +59,3 @@ private:
     const char* mLogName;
     char mLogBuffer[1024];
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef UTF8_H
-#define UTF8_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -29,5 +28,3 @@ std::string repaired(std::string_view text);
 std::string_view cut(std::string_view text, size_t maxBytes);
 
 } // namespace utf8
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef WBYTES_H
-#define WBYTES_H
+#pragma once
 
 // Integers in network byte order (RFC 1700, big-endian). Callers have checked that the bytes are there.
 
@@ -45,5 +44,3 @@ inline uint32_t get32(const uint8_t* from) { return getBigEndian<uint32_t>(from)
 inline uint64_t get64(const uint8_t* from) { return getBigEndian<uint64_t>(from); }
 
 } // namespace wmsg
-
-#endif

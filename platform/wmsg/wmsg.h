@@ -1,5 +1,4 @@
-#ifndef WMSG_H
-#define WMSG_H
+#pragma once
 
 // A message travels as one or more segments. Each begins with this header, in network byte order:
 //
@@ -78,5 +77,3 @@ private:
     /// Writes the header of segment number @p segment and returns the length of the payload behind it.
     size_t putHeader(size_t segment, uint8_t* header) const;
 };
-
-#endif

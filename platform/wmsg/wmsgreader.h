@@ -1,5 +1,4 @@
-#ifndef WMSGREADER_H
-#define WMSGREADER_H
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -79,5 +78,3 @@ private:
     size_t mSegmentsUsed = 0;
     int64_t mBegunMs = 0;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef WPAYLOAD_H
-#define WPAYLOAD_H
+#pragma once
 
 // The payload of a message is objects, one after the other, in network byte order:
 //
@@ -228,5 +227,3 @@ private:
     std::span<const uint8_t> mLeft;
     WStatus mStatus = WStatus::ok();
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef WSTATUS_H
-#define WSTATUS_H
+#pragma once
 
 #include <string>
 
@@ -32,5 +31,3 @@ private:
     const char* mField = nullptr;
     const char* mProblem = nullptr;
 };
-
-#endif

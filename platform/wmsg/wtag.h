@@ -1,5 +1,4 @@
-#ifndef WTAG_H
-#define WTAG_H
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -20,5 +19,3 @@ private:
     uint16_t mNumber;
     std::vector<uint8_t> mValue;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULDEVICE_CHECKEDINDEX_H
-#define ZULDEVICE_CHECKEDINDEX_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -22,5 +21,3 @@ const Element& checkedAt(const std::vector<Element>& list, int64_t index, const 
     }
     return list[static_cast<size_t>(index)];
 }
-
-#endif

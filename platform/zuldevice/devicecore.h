@@ -1,5 +1,4 @@
-#ifndef ZULDEVICE_DEVICECORE_H
-#define ZULDEVICE_DEVICECORE_H
+#pragma once
 
 #include <cstdint>
 #include <ostream>
@@ -380,5 +379,3 @@ private:
     std::ostream* mTrace;
     PortListener* mListener;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULDEVICE_OUTPUTLIST_H
-#define ZULDEVICE_OUTPUTLIST_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -29,5 +28,3 @@ private:
     std::vector<int> mOutputs = {0}; // one unused place until the first output is added
     int mCount = 0;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULDEVICE_PLAINDEVICE_H
-#define ZULDEVICE_PLAINDEVICE_H
+#pragma once
 
 #include <memory>
 #include <vector>
@@ -93,5 +92,3 @@ private:
     std::ostream* mTrace;
     DeviceCore<DeviceParts<PlainDInput, PlainDOutput, PlainAInput, PlainAOutput, cObjectAccess>> mCore;
 };
-
-#endif

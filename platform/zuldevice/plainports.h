@@ -1,5 +1,4 @@
-#ifndef ZULDEVICE_PLAINPORTS_H
-#define ZULDEVICE_PLAINPORTS_H
+#pragma once
 
 #include <ctime>
 #include <memory>
@@ -86,5 +85,3 @@ private:
     std::unique_ptr<zuldevice::SampleBuffer> mSamples; ///< null until the first sample
     uint32_t mSampleIdx = 0;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULDEVICE_PORTRULES_H
-#define ZULDEVICE_PORTRULES_H
+#pragma once
 
 #include <array>
 #include <cmath>
@@ -211,5 +210,3 @@ cObjectAnalogSample* takeSample(cObjectAInput* input, float value, time_t now, S
 const cObjectAnalogSample* findSample(const cObjectAInput& input, const SampleBuffer& buffer, uint32_t seq);
 
 } // namespace zuldevice
-
-#endif

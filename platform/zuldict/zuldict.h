@@ -1,5 +1,4 @@
-#ifndef ZULDICT_H
-#define ZULDICT_H
+#pragma once
 
 // The dictionary: every object type and every tag, with its number, wire type and name, in one place.
 // Numbers are for ever: one that goes out of use stays in its table as a comment and is not given out again.
@@ -124,5 +123,3 @@ const char* nameOf(const Enumeration& names, uint32_t value);
 bool valueOf(const Enumeration& names, const char* name, uint32_t* value);
 
 } // namespace zuldict
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULLINK_ASIODRIVER_H
-#define ZULLINK_ASIODRIVER_H
+#pragma once
 
 #include <boost/asio/basic_waitable_timer.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -80,5 +79,3 @@ private:
     bool mReadingPaused = false;
     bool mWaitingToWrite = false;
 };
-
-#endif

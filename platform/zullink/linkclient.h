@@ -1,5 +1,4 @@
-#ifndef ZULLINK_LINKCLIENT_H
-#define ZULLINK_LINKCLIENT_H
+#pragma once
 
 #include <atomic>
 #include <condition_variable>
@@ -120,5 +119,3 @@ private:
     std::jthread mLinkThread;
     std::jthread mDeliveryThread; ///< only without a driver
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULLINK_LINKCLOCK_H
-#define ZULLINK_LINKCLOCK_H
+#pragma once
 
 #include <chrono>
 #include <cstdint>
@@ -24,5 +23,3 @@ inline int64_t linkNowMs()
     using namespace std::chrono;
     return duration_cast<milliseconds>(cLinkClock::now().time_since_epoch()).count();
 }
-
-#endif

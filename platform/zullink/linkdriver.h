@@ -1,5 +1,4 @@
-#ifndef ZULLINK_LINKDRIVER_H
-#define ZULLINK_LINKDRIVER_H
+#pragma once
 
 /// A thread with an event loop that reads a client's connection and calls its listeners, so that a message
 /// and its answer change threads nowhere.
@@ -12,5 +11,3 @@ public:
     /// wait.
     virtual void requestProcessing() = 0;
 };
-
-#endif

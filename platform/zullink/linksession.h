@@ -1,5 +1,4 @@
-#ifndef ZULLINK_LINKSESSION_H
-#define ZULLINK_LINKSESSION_H
+#pragma once
 
 #include <array>
 #include <bitset>
@@ -245,5 +244,3 @@ private:
     std::optional<Entry> mPartialSend; ///< the event in mOutput, to be sent again if that is cut off
     int64_t mLastWrittenMs = 0;        ///< or when mOutput was filled
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULLINK_LINKSETTINGS_H
-#define ZULLINK_LINKSETTINGS_H
+#pragma once
 
 #include <cstddef>
 
@@ -15,5 +14,3 @@ struct sLinkSettings
     size_t queueBytes = 4 * 1024 * 1024; ///< events that wait for the link
     size_t answerBytes = 4 * 1024 * 1024; ///< answers that the peer does not read; then no more is read
 };
-
-#endif

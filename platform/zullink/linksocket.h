@@ -1,5 +1,4 @@
-#ifndef ZULLINK_LINKSOCKET_H
-#define ZULLINK_LINKSOCKET_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -66,5 +65,3 @@ private:
     int mFd;
     std::unique_ptr<cCapturedLink> mRecord; ///< null while nothing is recorded
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULLINK_RECONNECTBACKOFF_H
-#define ZULLINK_RECONNECTBACKOFF_H
+#pragma once
 
 #include <cstdint>
 #include <random>
@@ -27,5 +26,3 @@ private:
     int mBaseMs;
     std::minstd_rand mRandom;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULLINK_RESOLVER_H
-#define ZULLINK_RESOLVER_H
+#pragma once
 
 #include <cstdint>
 #include <netinet/in.h>
@@ -18,5 +17,3 @@ struct sLinkAddress
 /// through c-ares, which unlike the C library can be told to stop. None when there are none, after @p
 /// timeoutMs, or as soon as the descriptor @p wakeFd is readable.
 std::vector<sLinkAddress> resolveAddress(const std::string& host, uint16_t port, int timeoutMs, int wakeFd);
-
-#endif

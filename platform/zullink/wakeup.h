@@ -1,5 +1,4 @@
-#ifndef ZULLINK_WAKEUP_H
-#define ZULLINK_WAKEUP_H
+#pragma once
 
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -38,5 +37,3 @@ public:
 private:
     int mFd;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_ACCESS_H
-#define ZULOBJ_ACCESS_H
+#pragma once
 
 #include "zulobj/record.h"
 
@@ -32,5 +31,3 @@ private:
 };
 
 extern template class cRecord<cObjectAccess, cObject, OBJ_ACCESS>;
-
-#endif

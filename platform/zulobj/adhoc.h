@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_ADHOC_H
-#define ZULOBJ_ADHOC_H
+#pragma once
 
 #include "zulobj/record.h"
 
@@ -32,5 +31,3 @@ private:
 };
 
 extern template class cRecord<cObjectAdhocEvent, cObject, OBJ_ADHOC_EVENT>;
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_AINPUT_H
-#define ZULOBJ_AINPUT_H
+#pragma once
 
 #include <cmath>
 
@@ -47,5 +46,3 @@ private:
 };
 
 extern template class cRecord<cObjectAInput, cObjectPort, OBJ_PORT_AIN>;
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_AOUTPUT_H
-#define ZULOBJ_AOUTPUT_H
+#pragma once
 
 #include <cmath>
 
@@ -44,5 +43,3 @@ private:
 };
 
 extern template class cRecord<cObjectAOutput, cObjectPort, OBJ_PORT_AOUT>;
-
-#endif

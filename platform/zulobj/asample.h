@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_ASAMPLE_H
-#define ZULOBJ_ASAMPLE_H
+#pragma once
 
 #include "zulobj/record.h"
 
@@ -31,5 +30,3 @@ private:
 };
 
 extern template class cRecord<cObjectAnalogSample, cObject, OBJ_ANALOG_SAMPLE>;
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_CAPABILITY_H
-#define ZULOBJ_CAPABILITY_H
+#pragma once
 
 #include "zulobj/record.h"
 
@@ -31,5 +30,3 @@ private:
 };
 
 extern template class cRecord<cObjectCapability, cObject, OBJ_CAPABILITY>;
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_DEVICE_H
-#define ZULOBJ_DEVICE_H
+#pragma once
 
 #include "zulobj/record.h"
 
@@ -62,5 +61,3 @@ private:
 };
 
 extern template class cRecord<cObjectDevice, cObject, OBJ_DEVICE>;
-
-#endif

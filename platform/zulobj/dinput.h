@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_DINPUT_H
-#define ZULOBJ_DINPUT_H
+#pragma once
 
 #include "zulobj/port.h"
 
@@ -24,5 +23,3 @@ private:
 };
 
 extern template class cRecord<cObjectDInput, cObjectPort, OBJ_PORT_DIN>;
-
-#endif

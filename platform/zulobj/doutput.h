@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_DOUTPUT_H
-#define ZULOBJ_DOUTPUT_H
+#pragma once
 
 #include "zulobj/port.h"
 
@@ -25,5 +24,3 @@ private:
 };
 
 extern template class cRecord<cObjectDOutput, cObjectPort, OBJ_PORT_DOUT>;
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_EVENTPUMP_H
-#define ZULOBJ_EVENTPUMP_H
+#pragma once
 
 #include <mutex>
 #include <optional>
@@ -29,5 +28,3 @@ private:
     std::optional<LinkSession::ReplyToken> mToken; ///< none if nothing is being delivered
     uint8_t mType = 0;                             ///< of what is being delivered
 };
-
-#endif

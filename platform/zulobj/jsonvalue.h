@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_JSONVALUE_H
-#define ZULOBJ_JSONVALUE_H
+#pragma once
 
 #include <jansson.h>
 
@@ -38,5 +37,3 @@ WStatus typeFromJSON(json_t* json, uint32_t* type);
 constexpr size_t kDumpFlags = JSON_COMPACT | JSON_REAL_PRECISION(9);
 
 } // namespace zulobj
-
-#endif

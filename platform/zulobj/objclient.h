@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_OBJCLIENT_H
-#define ZULOBJ_OBJCLIENT_H
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -89,5 +88,3 @@ private:
 
     const std::unique_ptr<sLink> mLink;
 };
-
-#endif

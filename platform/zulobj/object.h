@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_OBJECT_H
-#define ZULOBJ_OBJECT_H
+#pragma once
 
 #include <cstdint>
 #include <jansson.h>
@@ -96,5 +95,3 @@ protected:
 private:
     eObjectTypes mType;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_OBJECTLIST_H
-#define ZULOBJ_OBJECTLIST_H
+#pragma once
 
 #include <list>
 #include <memory>
@@ -76,5 +75,3 @@ private:
     std::vector<std::unique_ptr<cObject>> mOwned; ///< the list's own records, in order
     bool mDecoded = false;                        ///< the records are those that decode() made
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_OBJLISTENER_H
-#define ZULOBJ_OBJLISTENER_H
+#pragma once
 
 class cObjectList;
 
@@ -15,5 +14,3 @@ public:
     /// to @p msg.
     virtual void handleObjectAction(cObjectList* msg) = 0;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_PORT_H
-#define ZULOBJ_PORT_H
+#pragma once
 
 #include <array>
 
@@ -59,5 +58,3 @@ private:
 };
 
 extern template class cRecord<cObjectPort, cObject, OBJ_PORT>;
-
-#endif

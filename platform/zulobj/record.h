@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_RECORD_H
-#define ZULOBJ_RECORD_H
+#pragma once
 
 #include <array>
 #include <span>
@@ -64,5 +63,3 @@ private:
     const Record& self() const { return static_cast<const Record&>(*this); }
     Record& self() { return static_cast<Record&>(*this); }
 };
-
-#endif

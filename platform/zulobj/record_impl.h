@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_RECORD_IMPL_H
-#define ZULOBJ_RECORD_IMPL_H
+#pragma once
 
 // The walks of cRecord. Only the source files of the record classes include this.
 
@@ -309,5 +308,3 @@ WStatus cRecord<Record, Base, Type>::decodeAnyOrder(std::span<const uint8_t> tag
     WendleObject object{Type, tags};
     return parse(&object, nullptr);
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_RECORDFACTORY_H
-#define ZULOBJ_RECORDFACTORY_H
+#pragma once
 
 #include <memory>
 
@@ -11,5 +10,3 @@ namespace zulobj {
 std::unique_ptr<cObject> createRecord(eObjectTypes type);
 
 } // namespace zulobj
-
-#endif

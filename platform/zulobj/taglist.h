@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_TAGLIST_H
-#define ZULOBJ_TAGLIST_H
+#pragma once
 
 #include <memory>
 #include <vector>
@@ -22,5 +21,3 @@ public:
 private:
     std::vector<std::unique_ptr<WTag>> mTags;
 };
-
-#endif

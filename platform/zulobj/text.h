@@ -1,5 +1,4 @@
-#ifndef ZULOBJ_TEXT_H
-#define ZULOBJ_TEXT_H
+#pragma once
 
 #include <compare>
 #include <string>
@@ -37,5 +36,3 @@ private:
     bool mSet = false;
     std::string mText; ///< empty if it was never set
 };
-
-#endif

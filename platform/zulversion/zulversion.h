@@ -1,5 +1,4 @@
-#ifndef ZULVERSION_H
-#define ZULVERSION_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -27,5 +26,3 @@ struct Library
 std::string describe(const std::string& program, std::vector<Library> libraries);
 
 } // namespace zulversion
-
-#endif

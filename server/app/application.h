@@ -1,5 +1,4 @@
-#ifndef SERVER_APPLICATION_H
-#define SERVER_APPLICATION_H
+#pragma once
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
@@ -84,5 +83,3 @@ private:
 };
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_OPTIONS_H
-#define SERVER_OPTIONS_H
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -39,5 +38,3 @@ struct ParsedOptions
 ParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version);
 
 } // namespace server
-
-#endif

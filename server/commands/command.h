@@ -1,5 +1,4 @@
-#ifndef SERVER_COMMAND_H
-#define SERVER_COMMAND_H
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -55,5 +54,3 @@ struct Command
 };
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_COMMANDOBJECTS_H
-#define SERVER_COMMANDOBJECTS_H
+#pragma once
 
 // Builds the object that a get or a set sends from the words of its command.
 
@@ -16,5 +15,3 @@ void readObjectToGet(CommandWords* words, Command* command);
 void readObjectToSet(CommandWords* words, Command* command);
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_COMMANDPARSER_H
-#define SERVER_COMMANDPARSER_H
+#pragma once
 
 #include <optional>
 #include <string>
@@ -28,5 +27,3 @@ std::string parseCommand(const std::string& line, Command* command);
 const char* commandHelp();
 
 } // namespace server
-
-#endif

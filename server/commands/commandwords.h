@@ -1,5 +1,4 @@
-#ifndef SERVER_COMMANDWORDS_H
-#define SERVER_COMMANDWORDS_H
+#pragma once
 
 #include <cstdint>
 #include <map>
@@ -72,5 +71,3 @@ std::string numberMistake(const std::string& name, const std::string& text, uint
                           uint32_t max = kMaxNumber);
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_CONDITION_H
-#define SERVER_CONDITION_H
+#pragma once
 
 #include <cstdint>
 #include <jansson.h>
@@ -54,5 +53,3 @@ using Conditions = std::vector<Condition>;
 bool allHold(const Conditions& conditions, const json_t* object);
 
 } // namespace server
-
-#endif

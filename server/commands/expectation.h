@@ -1,5 +1,4 @@
-#ifndef SERVER_EXPECTATION_H
-#define SERVER_EXPECTATION_H
+#pragma once
 
 // The replies to expectations that were not met.
 
@@ -38,5 +37,3 @@ Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t coun
 Reply replyWith(const cObjectList& list);
 
 } // namespace server
-
-#endif

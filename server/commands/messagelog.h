@@ -1,5 +1,4 @@
-#ifndef SERVER_MESSAGELOG_H
-#define SERVER_MESSAGELOG_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -82,5 +81,3 @@ private:
 };
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_NUMBERS_H
-#define SERVER_NUMBERS_H
+#pragma once
 
 // Reads numbers from text, whatever the locale: the whole text must be the number.
 
@@ -31,5 +30,3 @@ std::optional<double> parseDouble(std::string_view text);
 std::optional<double> parseSeconds(std::string_view text);
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_CONSOLE_H
-#define SERVER_CONSOLE_H
+#pragma once
 
 #include <functional>
 #include <string>
@@ -51,5 +50,3 @@ private:
 };
 
 } // namespace server
-
-#endif

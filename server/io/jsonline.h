@@ -1,5 +1,4 @@
-#ifndef SERVER_JSONLINE_H
-#define SERVER_JSONLINE_H
+#pragma once
 
 // The lines that the server prints, as JSON objects.
 
@@ -64,5 +63,3 @@ inline std::string dumped(const JsonPtr& json) { return dumped(json.get()); }
 std::string lineText(const JsonPtr& line, std::chrono::system_clock::time_point time);
 
 } // namespace server
-
-#endif

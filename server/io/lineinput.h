@@ -1,5 +1,4 @@
-#ifndef SERVER_LINEINPUT_H
-#define SERVER_LINEINPUT_H
+#pragma once
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
@@ -44,5 +43,3 @@ private:
 };
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_NONBLOCKINGLINEWRITER_H
-#define SERVER_NONBLOCKINGLINEWRITER_H
+#pragma once
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
@@ -52,5 +51,3 @@ private:
 };
 
 } // namespace server
-
-#endif

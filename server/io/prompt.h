@@ -1,5 +1,4 @@
-#ifndef SERVER_PROMPT_H
-#define SERVER_PROMPT_H
+#pragma once
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
@@ -58,5 +57,3 @@ private:
 };
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_JUNITREPORT_H
-#define SERVER_JUNITREPORT_H
+#pragma once
 
 #include <chrono>
 #include <ctime>
@@ -95,5 +94,3 @@ private:
 };
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_XMLTEXT_H
-#define SERVER_XMLTEXT_H
+#pragma once
 
 #include <string>
 
@@ -14,5 +13,3 @@ std::string xmlText(const std::string& text);
 std::string xmlAttribute(const std::string& text);
 
 } // namespace server
-
-#endif

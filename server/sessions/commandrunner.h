@@ -1,5 +1,4 @@
-#ifndef SERVER_COMMANDRUNNER_H
-#define SERVER_COMMANDRUNNER_H
+#pragma once
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -132,5 +131,3 @@ private:
 };
 
 } // namespace server
-
-#endif

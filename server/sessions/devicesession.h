@@ -1,5 +1,4 @@
-#ifndef SERVER_DEVICESESSION_H
-#define SERVER_DEVICESESSION_H
+#pragma once
 
 #include <deque>
 #include <memory>
@@ -88,5 +87,3 @@ private:
 };
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_DEVICESESSIONS_H
-#define SERVER_DEVICESESSIONS_H
+#pragma once
 
 #include <boost/asio/io_context.hpp>
 #include <deque>
@@ -80,5 +79,3 @@ private:
 };
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_LINKSETTINGS_H
-#define SERVER_LINKSETTINGS_H
+#pragma once
 
 #include <cstddef>
 #include <memory>
@@ -25,5 +24,3 @@ struct LinkSettings
 };
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVER_PEERACCEPTOR_H
-#define SERVER_PEERACCEPTOR_H
+#pragma once
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -40,5 +39,3 @@ private:
 };
 
 } // namespace server
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CFILEDROP_H
-#define CFILEDROP_H
+#pragma once
 
 #include <QObject>
 #include <QStringList>
@@ -24,5 +23,3 @@ private:
     const std::function<bool(const QString&)> mAccepts;
     const std::function<void(const QStringList&)> mOpen;
 };
-
-#endif

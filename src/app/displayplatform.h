@@ -1,5 +1,4 @@
-#ifndef DISPLAYPLATFORM_H
-#define DISPLAYPLATFORM_H
+#pragma once
 
 #include <QtGlobal>
 
@@ -27,5 +26,3 @@ private:
 };
 
 } // namespace displayplatform
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef LANGUAGE_H
-#define LANGUAGE_H
+#pragma once
 
 #include <QString>
 #include <QStringList>
@@ -28,5 +27,3 @@ private:
     QTranslator mOwnTexts;
     QTranslator mQtTexts;
 };
-
-#endif

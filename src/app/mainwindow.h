@@ -1,5 +1,4 @@
-#ifndef MAINWINDOW_H
-#define MAINWINDOW_H
+#pragma once
 
 // Complete, so that the meta-object knows both pointer types of the signals.
 #include "cdevice.h"
@@ -139,5 +138,3 @@ private:
     cScripts mScripts;
     std::shared_ptr<cCaptureFile> mCapture; ///< null if nothing is recorded
 };
-
-#endif

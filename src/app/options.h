@@ -1,5 +1,4 @@
-#ifndef OPTIONS_H
-#define OPTIONS_H
+#pragma once
 
 #include <iosfwd>
 #include <optional>
@@ -32,5 +31,3 @@ struct cParsedOptions
 /// @p version to @p out, with status 0, and wrong usage as one line to @p error, with status 1.
 cParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version, std::ostream& out,
                             std::ostream& error);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SIGNALWATCHER_H
-#define SIGNALWATCHER_H
+#pragma once
 
 #include <QObject>
 
@@ -29,5 +28,3 @@ private:
     int mDescriptor;
     QSocketNotifier* mNotifier = nullptr;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CGUIEXECUTOR_H
-#define CGUIEXECUTOR_H
+#pragma once
 
 #include <QObject>
 #include <QSocketNotifier>
@@ -73,5 +72,3 @@ private:
     bool mWoken = false;
     bool mClosed = false; ///< written by the GUI thread only, which may read it without the lock
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef FILEKIND_H
-#define FILEKIND_H
+#pragma once
 
 #include <QString>
 
@@ -14,5 +13,3 @@ enum class eFileKind
 
 /// Returns what the suffix of @p path, in capitals or not, says about the file.
 eFileKind fileKindOf(const QString& path);
-
-#endif

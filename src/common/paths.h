@@ -1,5 +1,4 @@
-#ifndef PATHS_H
-#define PATHS_H
+#pragma once
 
 #include <QString>
 
@@ -20,5 +19,3 @@ QString deviceFile(const QString& label);
 QString connectionFile(const QString& descriptor);
 
 } // namespace paths
-
-#endif

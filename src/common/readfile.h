@@ -1,5 +1,4 @@
-#ifndef READFILE_H
-#define READFILE_H
+#pragma once
 
 #include <QByteArray>
 #include <QString>
@@ -14,5 +13,3 @@ std::optional<QByteArray> readFile(const QString& path, qint64 maxBytes);
 /// Returns whether readFile() may open the file at @p path. It is not opened: the writer of a pipe would take
 /// that for a reader.
 bool isReadableFile(const QString& path);
-
-#endif

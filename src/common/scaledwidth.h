@@ -1,5 +1,4 @@
-#ifndef SCALEDWIDTH_H
-#define SCALEDWIDTH_H
+#pragma once
 
 #include <QWidget>
 #include <algorithm>
@@ -12,5 +11,3 @@ inline int scaledWidth(const QWidget& widget, int pixels)
     const int steps = std::max(96 / kStep, (widget.logicalDpiX() + kStep / 2) / kStep);
     return pixels * steps * kStep / 96;
 }
-
-#endif

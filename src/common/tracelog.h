@@ -1,5 +1,4 @@
-#ifndef TRACELOG_H
-#define TRACELOG_H
+#pragma once
 
 #include <QLoggingCategory>
 #include <string>
@@ -17,5 +16,3 @@ const QLoggingCategory& scripts(); ///< zulbench.scripts: scripts that begin, fa
 void traceStart(const std::string& version, const QString& language);
 
 } // namespace tracelog
-
-#endif

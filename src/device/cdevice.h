@@ -1,5 +1,4 @@
-#ifndef CDEVICE_H
-#define CDEVICE_H
+#pragma once
 
 #include <QScrollArea>
 #include <QTabWidget>
@@ -182,5 +181,3 @@ private:
     std::condition_variable mSamplingChanged;
     bool mSamplingStops = false; // guarded by mSamplingMutex
 };
-
-#endif

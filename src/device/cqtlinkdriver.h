@@ -1,5 +1,4 @@
-#ifndef CQTLINKDRIVER_H
-#define CQTLINKDRIVER_H
+#pragma once
 
 #include <QSocketNotifier>
 #include <memory>
@@ -46,5 +45,3 @@ private:
     cReadable mWakeupReadable;
     std::unique_ptr<cReadable> mSocketReadable; ///< null while the connection is not to be read
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CWIRINGPAGE_H
-#define CWIRINGPAGE_H
+#pragma once
 
 #include <QCheckBox>
 #include <QDebug>
@@ -143,5 +142,3 @@ private:
     const Names mNames;
     const Lists mLists;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef DEVICEPANEL_H
-#define DEVICEPANEL_H
+#pragma once
 
 #include <cstdint>
 #include <vector>
@@ -34,5 +33,3 @@ cAdHocEvent* addAdHocEditor(QTabWidget* panel, const cObjectDevice& device, QWid
 void addWiring(QTabWidget* panel, QWidget* page, const QString& title, QGroupBox* inputs, QGroupBox* outputs);
 
 } // namespace devicepanel
-
-#endif

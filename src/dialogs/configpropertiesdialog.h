@@ -1,5 +1,4 @@
-#ifndef CONFIGPROPERTIESDIALOG_H
-#define CONFIGPROPERTIESDIALOG_H
+#pragma once
 
 #include <QDialog>
 #include <QString>
@@ -51,5 +50,3 @@ private:
     QString fileName;
     QString previousFileName; ///< the label in the file
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CONNECTIONDIALOG_H
-#define CONNECTIONDIALOG_H
+#pragma once
 
 #include <QDialog>
 #include <QString>
@@ -35,5 +34,3 @@ private:
     Ui::ConnectionDialog* ui;
     QString fileName;
 };
-
-#endif

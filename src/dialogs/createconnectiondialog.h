@@ -1,5 +1,4 @@
-#ifndef CREATECONNECTIONDIALOG_H
-#define CREATECONNECTIONDIALOG_H
+#pragma once
 
 #include <QDialog>
 
@@ -28,5 +27,3 @@ private slots:
 private:
     Ui::createConnectionDialog* ui;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CREATEDIALOG_H
-#define CREATEDIALOG_H
+#pragma once
 
 #include <QDialog>
 #include <QString>
@@ -37,5 +36,3 @@ private:
 
     Ui::createdialog* ui;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef FORMREPORT_H
-#define FORMREPORT_H
+#pragma once
 
 #include "cconfig.h"
 #include "connectionfile.h"
@@ -30,5 +29,3 @@ QString saveConnection(Form& form, const Ui& ui)
     emit form.configUpdated(&config, cConfig::CONNECTION_UPDATE);
     return path;
 }
-
-#endif

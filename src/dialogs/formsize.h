@@ -1,9 +1,6 @@
-#ifndef FORMSIZE_H
-#define FORMSIZE_H
+#pragma once
 
 class QDialog;
 
 /// Gives @p form, as drawn for 96 dots per inch, the size and the places for its display.
 void scaleForm(QDialog& form);
-
-#endif

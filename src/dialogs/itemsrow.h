@@ -1,5 +1,4 @@
-#ifndef ITEMSROW_H
-#define ITEMSROW_H
+#pragma once
 
 class QDialog;
 class QPushButton;
@@ -10,5 +9,3 @@ class QString;
 /// unless that is empty, and a spin box, which comes before the button in the tab order. The form owns the
 /// spin box. A form is laid out once.
 QSpinBox* layOutItemsRow(QDialog& form, const QString& caption, QPushButton& button);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef REMOVEITEMDIALOG_H
-#define REMOVEITEMDIALOG_H
+#pragma once
 
 #include <QDialog>
 #include <QString>
@@ -41,5 +40,3 @@ private:
     QSpinBox* sBox = nullptr;
     QString fileName;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CCONFIG_H
-#define CCONFIG_H
+#pragma once
 
 #include <QByteArray>
 #include <QLatin1String>
@@ -52,5 +51,3 @@ private:
     QByteArray mZULIPBytes;
     QByteArray mZULPortBytes;
 };
-
-#endif

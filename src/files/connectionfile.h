@@ -1,5 +1,4 @@
-#ifndef CONNECTIONFILE_H
-#define CONNECTIONFILE_H
+#pragma once
 
 #include <QByteArray>
 #include <QString>
@@ -37,5 +36,3 @@ struct cConnectionFile
     /// Puts the address and port into @p record, with @p path as the connection file.
     void fill(cConfig& record, const QString& path) const;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef DEVICEFILE_H
-#define DEVICEFILE_H
+#pragma once
 
 #include <QByteArray>
 #include <QString>
@@ -42,5 +41,3 @@ struct cDeviceFile
     uint32_t versionNumber() const;
     uint32_t serialNumber() const;
 };
-
-#endif

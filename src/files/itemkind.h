@@ -1,5 +1,4 @@
-#ifndef ITEMKIND_H
-#define ITEMKIND_H
+#pragma once
 
 #include <QByteArray>
 #include <QString>
@@ -19,5 +18,3 @@ bool add(const QString& path, int instructionType, int number);
 bool remove(const QString& path, int instructionType, int number);
 
 } // namespace itemkind
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef LINEFILE_H
-#define LINEFILE_H
+#pragma once
 
 #include <QByteArray>
 #include <QString>
@@ -15,5 +14,3 @@ std::optional<QByteArray> readLineFile(const QString& path);
 /// The value of one line: what follows the first colon, or the whole line if it has none, without any space
 /// character. Other white space stays.
 QString lineValue(const QString& line);
-
-#endif

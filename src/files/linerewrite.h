@@ -1,5 +1,4 @@
-#ifndef LINEREWRITE_H
-#define LINEREWRITE_H
+#pragma once
 
 #include <QByteArray>
 #include <QString>
@@ -28,5 +27,3 @@ enum eOutcome
 eOutcome rewrite(const QString& path, const cEdit& edit);
 
 } // namespace linerewrite
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SAVEFILE_H
-#define SAVEFILE_H
+#pragma once
 
 class QByteArray;
 class QString;
@@ -9,5 +8,3 @@ bool replaceFile(const QString& path, const QByteArray& content);
 
 /// The same, but overwrites a file in place if its directory is closed to the user.
 bool saveFile(const QString& path, const QByteArray& content);
-
-#endif

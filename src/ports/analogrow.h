@@ -1,5 +1,4 @@
-#ifndef ANALOGROW_H
-#define ANALOGROW_H
+#pragma once
 
 class QHBoxLayout;
 class QLabel;
@@ -7,5 +6,3 @@ class QString;
 
 /// Adds the first columns of an analog row to @p box: the name, the gain, 1, and the offset, 0.
 void beginAnalogRow(QHBoxLayout* box, QLabel* name, const QString& nameText, QLabel* gain, QLabel* offset);
-
-#endif

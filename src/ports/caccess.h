@@ -1,5 +1,4 @@
-#ifndef CACCESS_H
-#define CACCESS_H
+#pragma once
 
 #include <QLabel>
 #include <QLineEdit>
@@ -39,5 +38,3 @@ private:
     QPushButton* mSendEvtBtn;
     QLabel* mQLabel;
 };
-
-#endif

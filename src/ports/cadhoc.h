@@ -1,5 +1,4 @@
-#ifndef CADHOC_H
-#define CADHOC_H
+#pragma once
 
 #include <QLineEdit>
 #include <QPushButton>
@@ -41,5 +40,3 @@ private:
     QLineEdit* mQValue;
     QSpinBox* mEventID;
 };
-
-#endif

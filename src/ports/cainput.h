@@ -1,5 +1,4 @@
-#ifndef CAINPUT_H
-#define CAINPUT_H
+#pragma once
 
 #include <QLabel>
 #include <QSlider>
@@ -89,5 +88,3 @@ private:
     bool connectedStatus = false;
     OutputList outputList;
 };
-
-#endif

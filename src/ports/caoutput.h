@@ -1,5 +1,4 @@
-#ifndef CAOUTPUT_H
-#define CAOUTPUT_H
+#pragma once
 
 #include <QLabel>
 #include <QProgressBar>
@@ -51,5 +50,3 @@ private:
     bool connectedStatus = false;
     int inputPort = 0;
 };
-
-#endif

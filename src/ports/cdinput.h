@@ -1,5 +1,4 @@
-#ifndef CDINPUT_H
-#define CDINPUT_H
+#pragma once
 
 #include <QComboBox>
 #include <QLabel>
@@ -69,5 +68,3 @@ private:
     bool connectedStatus = false;
     OutputList outputList;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CDOUTPUT_H
-#define CDOUTPUT_H
+#pragma once
 
 #include <QLabel>
 #include <QWidget>
@@ -58,5 +57,3 @@ private:
     bool connectedStatus = false;
     int inputPort = 0;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CFIXEDLAYOUTROW_H
-#define CFIXEDLAYOUTROW_H
+#pragma once
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -29,5 +28,3 @@ public:
 private:
     bool mFixed = false;
 };
-
-#endif

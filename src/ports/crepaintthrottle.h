@@ -1,5 +1,4 @@
-#ifndef CREPAINTTHROTTLE_H
-#define CREPAINTTHROTTLE_H
+#pragma once
 
 #include <QElapsedTimer>
 #include <QObject>
@@ -42,5 +41,3 @@ private:
     QElapsedTimer mLastPaint; // invalid before the first one
     bool mPainting = false;
 };
-
-#endif

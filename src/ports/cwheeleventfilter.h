@@ -1,5 +1,4 @@
-#ifndef CWHEELEVENTFILTER_H
-#define CWHEELEVENTFILTER_H
+#pragma once
 
 #include <QObject>
 
@@ -18,5 +17,3 @@ protected:
 private:
     QWidget* mControl;
 };
-
-#endif

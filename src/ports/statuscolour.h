@@ -1,9 +1,6 @@
-#ifndef STATUSCOLOUR_H
-#define STATUSCOLOUR_H
+#pragma once
 
 class QWidget;
 
 /// Fills the background of @p row with red if @p alarm, else with green. The text is black.
 void setStatusColour(QWidget* row, bool alarm);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CSCRIPTRECEIVER_H
-#define CSCRIPTRECEIVER_H
+#pragma once
 
 #include <QObject>
 #include <QScriptable>
@@ -61,5 +60,3 @@ private:
     std::shared_ptr<cGuiExecutor> mExecutor;
     std::stop_token mStopToken;
 };
-
-#endif

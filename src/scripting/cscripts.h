@@ -1,5 +1,4 @@
-#ifndef CSCRIPTS_H
-#define CSCRIPTS_H
+#pragma once
 
 #include <QPointer>
 #include <QThread>
@@ -52,5 +51,3 @@ private:
 
     std::vector<Run> mRuns;
 };
-
-#endif

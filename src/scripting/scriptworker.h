@@ -1,5 +1,4 @@
-#ifndef SCRIPTWORKER_H
-#define SCRIPTWORKER_H
+#pragma once
 
 #include <QObject>
 #include <QScriptValue>
@@ -66,5 +65,3 @@ private:
     std::stop_source mStopSource;
     cScriptReceiver* mReceiver = nullptr; ///< set from the start of a script to its end
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef FAULTLANE_H
-#define FAULTLANE_H
+#pragma once
 
 #include <array>
 #include <boost/asio/ip/tcp.hpp>
@@ -103,5 +102,3 @@ private:
     bool mBusy = false;  ///< a write or a pause is under way
     Clock::time_point mLastDue;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef FAULTPROXY_H
-#define FAULTPROXY_H
+#pragma once
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -63,5 +62,3 @@ private:
 
     std::thread mThread;
 };
-
-#endif

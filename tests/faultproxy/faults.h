@@ -1,5 +1,4 @@
-#ifndef FAULTS_H
-#define FAULTS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -52,5 +51,3 @@ struct FaultCounts
     /// How often a connection was ended on purpose.
     uint64_t outages() const { return resets + closed + silenced; }
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef FAULTYCONNECTION_H
-#define FAULTYCONNECTION_H
+#pragma once
 
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -42,5 +41,3 @@ private:
     bool mOver = false;
     int mDrained = 0;
 };
-
-#endif

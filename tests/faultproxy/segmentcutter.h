@@ -1,5 +1,4 @@
-#ifndef SEGMENTCUTTER_H
-#define SEGMENTCUTTER_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -22,5 +21,3 @@ private:
     std::vector<uint8_t> mBytes;
     bool mLost = false;
 };
-
-#endif

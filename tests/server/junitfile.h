@@ -1,5 +1,4 @@
-#ifndef JUNITFILE_H
-#define JUNITFILE_H
+#pragma once
 
 #include <string>
 
@@ -30,5 +29,3 @@ public:
 private:
     std::string mPath;
 };
-
-#endif

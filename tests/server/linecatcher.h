@@ -1,5 +1,4 @@
-#ifndef LINECATCHER_H
-#define LINECATCHER_H
+#pragma once
 
 #include <string>
 
@@ -38,5 +37,3 @@ std::string member(const server::JsonPtr& json, const char* key);
 std::string object(const server::JsonPtr& json, size_t index, const char* key);
 
 size_t objectCount(const server::JsonPtr& json);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef LOOPEDCONNECTION_H
-#define LOOPEDCONNECTION_H
+#pragma once
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -40,5 +39,3 @@ private:
     std::string mReason;
     size_t mMessages = 0;
 };
-
-#endif

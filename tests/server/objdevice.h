@@ -1,5 +1,4 @@
-#ifndef OBJDEVICE_H
-#define OBJDEVICE_H
+#pragma once
 
 #include <cstdint>
 
@@ -23,5 +22,3 @@ private:
     const uint32_t mSerial;
     cObjectClient mClient;
 };
-
-#endif

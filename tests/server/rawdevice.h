@@ -1,5 +1,4 @@
-#ifndef RAWDEVICE_H
-#define RAWDEVICE_H
+#pragma once
 
 #include <cstdint>
 #include <initializer_list>
@@ -59,5 +58,3 @@ WMsg messageOf(uint8_t type, std::initializer_list<const cObject*> objects);
 
 /// An event with a digital input of this port id.
 WMsg inputEvent(uint32_t portId);
-
-#endif

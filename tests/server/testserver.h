@@ -1,5 +1,4 @@
-#ifndef TESTSERVER_H
-#define TESTSERVER_H
+#pragma once
 
 #include <memory>
 #include <string>
@@ -40,5 +39,3 @@ private:
     uint16_t mPort = 0;
     int mStatus = -1;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CAPTUREREADER_H
-#define CAPTUREREADER_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -66,5 +65,3 @@ inline std::vector<RecordedPacket> packetsIn(const std::vector<uint8_t>& file, b
     *isWhole = at == file.size();
     return packets;
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CAUGHTLOG_H
-#define CAUGHTLOG_H
+#pragma once
 
 #include <algorithm>
 #include <condition_variable>
@@ -57,5 +56,3 @@ private:
     std::condition_variable mChanged;
     std::vector<std::string> mLines; // guarded by mMutex
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CLIENTMESSAGES_H
-#define CLIENTMESSAGES_H
+#pragma once
 
 // What the tests of a client send and expect.
 
@@ -78,5 +77,3 @@ inline std::vector<uint32_t> numbers(uint32_t first, uint32_t last)
     }
     return all;
 }
-
-#endif

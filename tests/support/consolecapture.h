@@ -1,5 +1,4 @@
-#ifndef CONSOLECAPTURE_H
-#define CONSOLECAPTURE_H
+#pragma once
 
 #include <QByteArray>
 #include <iostream>
@@ -40,5 +39,3 @@ private:
     std::ios_base::fmtflags mFormerFlags;
     std::streambuf* mFormerBuffer;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CONVERSATION_H
-#define CONVERSATION_H
+#pragma once
 
 #include <ctime>
 #include <fstream>
@@ -149,5 +148,3 @@ private:
 
     std::vector<Json> mSteps;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef DEVICEFILES_H
-#define DEVICEFILES_H
+#pragma once
 
 #include <QByteArray>
 #include <QList>
@@ -22,5 +21,3 @@ inline QByteArray panelWithLine(int number, const QByteArray& line)
     lines[number - 1] = line;
     return lines.join('\n');
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef DIALOGREPORTS_H
-#define DIALOGREPORTS_H
+#pragma once
 
 #include <QDialog>
 #include <QFile>
@@ -55,5 +54,3 @@ inline QStringList ownMethods(const QMetaObject& type)
     }
     return methods;
 }
-
-#endif

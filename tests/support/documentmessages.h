@@ -1,5 +1,4 @@
-#ifndef DOCUMENTMESSAGES_H
-#define DOCUMENTMESSAGES_H
+#pragma once
 
 #include <cstdint>
 #include <fstream>
@@ -39,5 +38,3 @@ inline std::map<std::string, std::vector<uint8_t>> documentMessages()
     }
     return messages;
 }
-
-#endif

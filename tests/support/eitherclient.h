@@ -1,5 +1,4 @@
-#ifndef EITHERCLIENT_H
-#define EITHERCLIENT_H
+#pragma once
 
 #include <memory>
 
@@ -22,5 +21,3 @@ private:
     std::unique_ptr<HostedClient> mHosted; ///< null where mOwn is the client
     std::unique_ptr<cObjectClient> mOwn;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef FAILINGCALLS_H
-#define FAILINGCALLS_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -42,5 +41,3 @@ public:
     /// How many descriptors this process has open.
     static size_t openDescriptors();
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef FAILINGDISK_H
-#define FAILINGDISK_H
+#pragma once
 
 #include <functional>
 
@@ -21,5 +20,3 @@ enum eFault
 bool doWith(eFault fault, int step, const std::function<void()>& work);
 
 } // namespace failingdisk
-
-#endif

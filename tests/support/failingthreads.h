@@ -1,5 +1,4 @@
-#ifndef FAILINGTHREADS_H
-#define FAILINGTHREADS_H
+#pragma once
 
 /// Makes the next pthread_create() of a program that links failingthreads.cpp fail, in whatever library.
 class FailingThreads
@@ -10,5 +9,3 @@ public:
     /// Returns whether the refusal that refuseNext() asked for has happened.
     static bool hasRefused();
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef FAKENAMESERVER_H
-#define FAKENAMESERVER_H
+#pragma once
 
 #include <atomic>
 #include <cstdint>
@@ -21,5 +20,3 @@ private:
     std::atomic<bool> mOver{false};
     std::thread mThread;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef HEADLESSPROGRAM_H
-#define HEADLESSPROGRAM_H
+#pragma once
 
 #include <QByteArray>
 #include <QElapsedTimer>
@@ -97,5 +96,3 @@ private:
     QProcess mProcess;
     QByteArray mError;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef HEAPMETER_H
-#define HEAPMETER_H
+#pragma once
 
 #include <cstddef>
 
@@ -23,5 +22,3 @@ private:
     const size_t mBefore;
     const size_t mTakenBefore;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef HEXBYTES_H
-#define HEXBYTES_H
+#pragma once
 
 #include <cstdint>
 #include <sstream>
@@ -31,5 +30,3 @@ std::vector<uint8_t> framesOf(const Message& message)
     message.appendFrames(bytes);
     return bytes;
 }
-
-#endif

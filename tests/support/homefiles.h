@@ -1,5 +1,4 @@
-#ifndef HOMEFILES_H
-#define HOMEFILES_H
+#pragma once
 
 #include <QDir>
 #include <QFile>
@@ -48,5 +47,3 @@ private:
     QTemporaryDir mHome;
     QByteArray mFormerHome;
 };
-
-#endif

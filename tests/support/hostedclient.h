@@ -1,5 +1,4 @@
-#ifndef HOSTEDCLIENT_H
-#define HOSTEDCLIENT_H
+#pragma once
 
 #include <functional>
 #include <future>
@@ -11,8 +10,8 @@
 #include <vector>
 
 #include "zullink/linkdriver.h"
-#include "zulobj/objclient.h"
 #include "zullink/wakeup.h"
+#include "zulobj/objclient.h"
 
 /// A client that is lent to a thread with a small event loop.
 class HostedClient : public cLinkDriver
@@ -92,5 +91,3 @@ private:
     bool mOver = false;                             // the host's thread's own
     std::thread mThread;
 };
-
-#endif

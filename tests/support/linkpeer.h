@@ -1,5 +1,4 @@
-#ifndef LINKPEER_H
-#define LINKPEER_H
+#pragma once
 
 #include <cstdint>
 #include <vector>
@@ -110,5 +109,3 @@ private:
     int mPort = 0;
     std::vector<int> mWaiting;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef LISTENERS_H
-#define LISTENERS_H
+#pragma once
 
 #include <chrono>
 #include <condition_variable>
@@ -99,5 +98,3 @@ public:
 private:
     std::function<void(cObjectList*)> mFunction;
 };
-
-#endif

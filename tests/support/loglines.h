@@ -1,5 +1,4 @@
-#ifndef LOGLINES_H
-#define LOGLINES_H
+#pragma once
 
 #include <QByteArrayList>
 #include <QtTest>
@@ -53,5 +52,3 @@ private:
     QByteArrayList mLines;
     Keeper* mKeeper; // the category owns it
 };
-
-#endif

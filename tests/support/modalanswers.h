@@ -1,5 +1,4 @@
-#ifndef MODALANSWERS_H
-#define MODALANSWERS_H
+#pragma once
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -104,5 +103,3 @@ private:
     QQueue<Answer> mAnswers;
     QVector<Shown> mShown;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef PANELVIEW_H
-#define PANELVIEW_H
+#pragma once
 
 #include <QLabel>
 #include <QLayout>
@@ -108,5 +107,3 @@ inline QStringList ownMethods(const QMetaObject& meta)
 }
 
 } // namespace panelview
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef PLAINCONVERSATION_H
-#define PLAINCONVERSATION_H
+#pragma once
 
 #include <deque>
 
@@ -61,5 +60,3 @@ private:
     std::deque<std::unique_ptr<cObjectList>> mSent;
     PlainDevice mDevice;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef QTTESTMAIN_H
-#define QTTESTMAIN_H
+#pragma once
 
 #include <QObject>
 #include <QtTest>
@@ -42,5 +41,3 @@ private:
 
 /// The same without widgets.
 #define ZUL_QTEST_GUILESS(TestCase) ZUL_QTEST_AS(TestCase, cQtTestCase::CORE);
-
-#endif

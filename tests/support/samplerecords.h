@@ -1,5 +1,4 @@
-#ifndef SAMPLERECORDS_H
-#define SAMPLERECORDS_H
+#pragma once
 
 #include <memory>
 #include <vector>
@@ -114,5 +113,3 @@ inline std::vector<uint8_t> encoded(const cObject& record)
     EXPECT_EQ(record.encode(payload.data()), payload.data() + payload.size());
     return payload;
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SCRIPTEDWINDOW_H
-#define SCRIPTEDWINDOW_H
+#pragma once
 
 #include <QLineEdit>
 
@@ -61,5 +60,3 @@ private:
     std::unique_ptr<MainWindow> mWindow;
     int mScripts = 0;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SERVINGPEER_H
-#define SERVINGPEER_H
+#pragma once
 
 #include <atomic>
 #include <memory>
@@ -69,5 +68,3 @@ private:
     std::atomic<int> mEvents{0};
     std::thread mThread;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SHOWNROW_H
-#define SHOWNROW_H
+#pragma once
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -62,5 +61,3 @@ private:
     QWidget* mRow;
     int mLayouts = 0;
 };
-
-#endif

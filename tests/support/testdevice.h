@@ -1,5 +1,4 @@
-#ifndef TESTDEVICE_H
-#define TESTDEVICE_H
+#pragma once
 
 #include <QtTest>
 
@@ -67,5 +66,3 @@ private:
     TestServer mServer;
     std::unique_ptr<cDevice> mDevice;
 };
-
-#endif

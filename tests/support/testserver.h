@@ -1,5 +1,4 @@
-#ifndef TESTSERVER_H
-#define TESTSERVER_H
+#pragma once
 
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -80,5 +79,3 @@ private:
     std::deque<Received> mReceived;
     QByteArray mFlood;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef TSHARK_H
-#define TSHARK_H
+#pragma once
 
 #include <algorithm>
 #include <cstdio>
@@ -172,5 +171,3 @@ private:
     std::string mHome;
     std::string mUnprivileged;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef DISPLAY_H
-#define DISPLAY_H
+#pragma once
 
 #include <QImage>
 #include <QPoint>
@@ -101,5 +100,3 @@ private:
     QString mId;
     QString mTitle;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef ENDURANCERUN_H
-#define ENDURANCERUN_H
+#pragma once
 
 #include <QElapsedTimer>
 #include <QJsonObject>
@@ -76,5 +75,3 @@ private:
     QElapsedTimer mSinceLine;
     EnduranceResult mResult;
 };
-
-#endif

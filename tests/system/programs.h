@@ -1,5 +1,4 @@
-#ifndef PROGRAMS_H
-#define PROGRAMS_H
+#pragma once
 
 #include <QFile>
 #include <QJsonArray>
@@ -98,5 +97,3 @@ QByteArray connectionFile(int port);
 /// Starts the simulator without a display, with these files, connected.
 void startSimulator(Program* simulator, const QByteArray& device, int port,
                     const QStringList& furtherArguments = {});
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SIMULATORWINDOW_H
-#define SIMULATORWINDOW_H
+#pragma once
 
 #include <QByteArray>
 #include <QStringList>
@@ -73,5 +72,3 @@ private:
     Program mProgram;
     ScreenWindow mWindow;
 };
-
-#endif

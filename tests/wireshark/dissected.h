@@ -1,5 +1,4 @@
-#ifndef DISSECTED_H
-#define DISSECTED_H
+#pragma once
 
 #include <gtest/gtest.h>
 #include <string>
@@ -81,5 +80,3 @@ inline WMsg longMessage(uint8_t seq, size_t size)
 
 /// The filter that finds the frames with one of the dissector's complaints.
 inline std::string complaint(const std::string& name) { return "zul.expert." + name; }
-
-#endif

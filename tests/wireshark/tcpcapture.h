@@ -1,5 +1,4 @@
-#ifndef TCPCAPTURE_H
-#define TCPCAPTURE_H
+#pragma once
 
 #include <fstream>
 #include <string>
@@ -107,5 +106,3 @@ private:
     uint64_t mTimeNs = 1700000000ULL * 1000000000;
     size_t mMost = SIZE_MAX;
 };
-
-#endif

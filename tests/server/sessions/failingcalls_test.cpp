@@ -17,8 +17,8 @@
 
 #include "linkpeer.h"
 #include "server/app/application.h"
-#include "zulobj/device.h"
 #include "zullink/linkclock.h"
+#include "zulobj/device.h"
 #include "zulobj/objectlist.h"
 
 namespace {
