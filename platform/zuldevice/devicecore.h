@@ -69,7 +69,8 @@ public:
         }
     }
 
-    /// Returns true if @p reply, an empty list, is now the answer to @p msg, which may be of any type.
+    /// Returns true if @p reply, an empty list, is now the answer to @p msg, which may be of any type. The
+    /// answer borrows the device's records: send it before anything changes them.
     bool handle(cObjectList* msg, cObjectList* reply)
     {
         switch (msg->getMsgType()) {
@@ -232,7 +233,7 @@ private:
         case OBJ_DEVICE:
             traceLine("DEVICE Object");
             if (recordFor<cObjectDevice>(object) != nullptr) {
-                reply->add(mParts.device.clone());
+                reply->addBorrowed(&mParts.device);
             }
             break;
         case OBJ_PORT_DIN:
@@ -273,7 +274,7 @@ private:
     void answerPorts(const cObject* object, const std::vector<Port*>& ports, const char* line,
                      cObjectList* reply)
     {
-        forMatching<Record>(object, ports, [&](const Record& request, const Port* port) {
+        forMatching<Record>(object, ports, [&](const Record& request, Port* port) {
             if (request.getPortType() != port->getPortType()) {
                 reply->add(port->cObjectPort::clone());
                 return;
@@ -281,7 +282,7 @@ private:
             if (line != nullptr) {
                 trace(line, port->getPortId(), '\n');
             }
-            reply->add(port->clone());
+            reply->addBorrowed(port);
         });
     }
 
@@ -307,9 +308,9 @@ private:
         if (recordFor<cObjectCapability>(object) == nullptr) {
             return;
         }
-        for (const cObjectCapability* capability : mParts.capabilities) {
+        for (cObjectCapability* capability : mParts.capabilities) {
             if (capability != nullptr) {
-                reply->add(capability->clone());
+                reply->addBorrowed(capability);
             }
         }
     }
