@@ -273,7 +273,8 @@ void TestCapture::fileThatCannotBeWrittenEndsTheProgramAtOnce()
     const QByteArray name = QFileInfo(program).fileName().toLocal8Bit();
     const QByteArray expected = name + ": the capture file '" + path.toLocal8Bit() +
                                 "' could not be written: " + reason + (name == "zulserver" ? "." : "");
-    QCOMPARE(run.errors().trimmed(), expected);
+    // The simulator has said where its files are.
+    QCOMPARE(run.errors().trimmed().split('\n').last(), expected);
 }
 
 void TestCapture::diskThatFillsUpIsSaidOnceAndTheLinkGoesOn()
