@@ -30,7 +30,7 @@ bool cScripts::start(std::unique_ptr<scriptWorker> worker)
         delete run.thread;
         return false;
     }
-    worker.release();
+    static_cast<void>(worker.release()); // finished() deletes it
     run.life->begun.wait();
     mRuns.push_back(run);
     return true;
