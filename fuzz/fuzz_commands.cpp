@@ -138,20 +138,20 @@ void checkReply(const std::string& line, const std::string& mistake)
 
 void checkNumbers(const std::string& word)
 {
-    uint32_t number = 7;
-    const bool taken = server::parseNumber(word, 10, 1000, &number);
-    require(taken ? number >= 10 && number <= 1000 : number == 7, "a number lies in its range");
+    const std::optional<uint32_t> number = server::parseNumber(word, 10, 1000);
+    require(!number || (*number >= 10 && *number <= 1000), "a number lies in its range");
     const bool digits = !word.empty() && word.size() < 10 &&
                         std::all_of(word.begin(), word.end(), [](char c) { return c >= '0' && c <= '9'; });
     if (digits) {
         const unsigned long expected = std::stoul(word);
-        require(taken == (expected >= 10 && expected <= 1000), "a number in its range is taken");
-        require(!taken || number == expected, "a number is what its digits say");
+        require(number.has_value() == (expected >= 10 && expected <= 1000), "a number in its range is taken");
+        require(!number || *number == expected, "a number is what its digits say");
     }
-    float real = 0.0F;
-    require(!server::parseFloat(word, &real) || std::isfinite(real), "a float is finite");
-    double seconds = 0.0;
-    require(!server::parseSeconds(word, &seconds) || (seconds >= 0.0 && seconds <= server::kMaxSeconds),
+    const std::optional<float> real = server::parseFloat(word);
+    require(!real || std::isfinite(*real), "a float is finite");
+    require(!real || server::parseAnyFloat(word) == real, "a finite float is a float");
+    const std::optional<double> seconds = server::parseSeconds(word);
+    require(!seconds || (*seconds >= 0.0 && *seconds <= server::kMaxSeconds),
             "a time is no longer than a day");
 }
 

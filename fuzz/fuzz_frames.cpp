@@ -1,6 +1,8 @@
 // Segments as raw bytes. The input: a byte whose lowest bit asks for checksums that fit, two bytes that
 // pick a bit to damage, and the bytes that come over the line.
 
+#include <array>
+
 #include "framemodel.h"
 #include "fuzzinput.h"
 #include "property.h"
@@ -74,6 +76,13 @@ void checkWriting(const WMsg& message)
     message.appendFrames(frames);
     require(frames.size() == message.payload.size() + message.segmentCount() * model::kHeader,
             "a message takes its payload and a header for each segment");
+    std::vector<uint8_t> segments;
+    for (size_t i = 0; i < message.segmentCount(); ++i) {
+        std::array<uint8_t, wmsg::kMaxSegmentSize> segment;
+        const size_t bytes = message.segmentMessage(i, segment.data());
+        segments.insert(segments.end(), segment.begin(), segment.begin() + bytes);
+    }
+    require(segments == frames, "a message is its segments");
     const Outcome again = readAll(frames);
     require(!again.broken && again.messages.size() == 1 && again.messages.front() == message,
             "a message that is written reads the same");
