@@ -178,7 +178,7 @@ int main(int argc, char** argv)
     failureHandler.reset();
     // Qt has set the user's locale; numbers in files, in the log and in scripts keep their point.
     std::setlocale(LC_NUMERIC, "C");
-    if (QApplication::windowIcon().isNull()) {
+    if (!parsed.options.headless && QApplication::windowIcon().isNull()) {
         QApplication::setWindowIcon(icon());
     }
     QApplication::setDesktopFileName(QStringLiteral("zulbench"));
