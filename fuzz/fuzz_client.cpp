@@ -20,7 +20,7 @@
 
 namespace {
 
-/// So many steps are done for one input.
+/// The maximum number of steps for one input.
 constexpr size_t kMaxSteps = 60;
 
 /// A wait that takes longer has failed.

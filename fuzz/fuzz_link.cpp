@@ -13,7 +13,7 @@
 
 namespace {
 
-/// So many steps are done for one input.
+/// The maximum number of steps for one input.
 constexpr size_t kMaxSteps = 500;
 
 LinkSession::Settings settingsFor(uint8_t choice)

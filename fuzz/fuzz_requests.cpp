@@ -1,4 +1,5 @@
-// The messages that nobody has taken. The input is a byte that is passed over and a list of steps.
+// The server's log of messages that no wait has taken yet. The input: a byte that is skipped, then a list of
+// steps.
 
 #include <algorithm>
 #include <array>
@@ -13,7 +14,7 @@
 
 namespace {
 
-/// So many steps are done for one input.
+/// The maximum number of steps for one input.
 constexpr size_t kMaxSteps = 2000;
 
 /// The server's memory of messages against a plain list.

@@ -9,7 +9,6 @@ namespace wmsg {
 
 inline uint16_t swap(uint16_t value) { return __builtin_bswap16(value); }
 inline uint32_t swap(uint32_t value) { return __builtin_bswap32(value); }
-inline uint64_t swap(uint64_t value) { return __builtin_bswap64(value); }
 
 /// The integer whose bytes in memory are those of @p value in network byte order; and back again.
 template <class Integer>
@@ -41,6 +40,5 @@ inline void put16(uint8_t* to, uint16_t value) { putBigEndian(to, value); }
 inline void put32(uint8_t* to, uint32_t value) { putBigEndian(to, value); }
 inline uint16_t get16(const uint8_t* from) { return getBigEndian<uint16_t>(from); }
 inline uint32_t get32(const uint8_t* from) { return getBigEndian<uint32_t>(from); }
-inline uint64_t get64(const uint8_t* from) { return getBigEndian<uint64_t>(from); }
 
 } // namespace wmsg

@@ -135,8 +135,8 @@ public:
         event->add(sample);
         traceLine("Got Sample event from port ", sample->getPortNum());
 
-        // The record bears the input's number as its port id, so an output takes the value over only if its
-        // own id is the same.
+        // The port id of the record is the input's number, so an output applies the value only if its own
+        // id is equal.
         cObjectAOutput value;
         value.setPortId(sample->getPortNum());
         value.setSampledValue(sample->getSample());

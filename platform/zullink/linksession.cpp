@@ -134,8 +134,8 @@ void LinkSession::setReading(bool reading, int64_t nowMs)
     }
 }
 
-/// Frees @p seq and takes its handler. Answers come in the order of the requests, so one also tells that none
-/// will come to an earlier request; of these the numbers are freed that nobody waits for.
+/// Frees @p seq and takes its handler. Answers come in the order of the requests, so no earlier request will
+/// be answered any more: frees the numbers of earlier requests without a handler.
 LinkSession::AnswerHandler LinkSession::takeHandler(uint8_t seq)
 {
     const auto answered =

@@ -79,7 +79,7 @@ public:
         WMsg message = {};
         ReplyToken token; ///< for the answer to `message`
         AnswerHandler handler =
-            nullptr; ///< of the request that `message` answers; null if nobody waits for it
+            nullptr; ///< of the request that `message` answers; null if that request has no handler
     };
 
     /// @p numbers is borrowed.
@@ -121,7 +121,7 @@ public:
     /// already.
     void setReading(bool reading, int64_t nowMs);
 
-    /// Answers that nobody waited for.
+    /// The number of answers that matched no request, or a request without a handler.
     uint64_t unmatchedAnswers() const { return mUnmatched; }
 
     // Sending. Messages get their numbers when they are written.
@@ -190,7 +190,7 @@ private:
     {
         uint8_t seq;
         uint64_t request;
-        AnswerHandler handler = nullptr; ///< null if nobody waits
+        AnswerHandler handler = nullptr; ///< null if the answer is not wanted
     };
 
     bool isSound() const { return mConnected && mProblem.empty(); }

@@ -10,7 +10,7 @@ namespace zulobj {
 
 namespace {
 
-/// Not a tag on the wire: an object's type stands in its header.
+/// The type is not a tag on the wire: an object's header holds it.
 const zuldict::TagEntry kTypeEntry = {eTag(0), "type", zuldict::eWireType::NUMBER, &zuldict::objectTypes()};
 
 } // namespace

@@ -36,7 +36,7 @@ struct Command
     uint8_t msgType = 0;
     std::shared_ptr<cObject> object;
 
-    /// The device serial that `object` bears as its only field; without it a plain object has none.
+    /// The device serial to send in `object`, as its only field. If not set, `object` is sent without fields.
     std::optional<uint32_t> objectSerial;
 
     /// The serial of the device that the command names.

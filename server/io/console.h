@@ -35,7 +35,7 @@ public:
     /// Writes @p json, with the time of now, as one line.
     void line(const JsonPtr& json);
 
-    /// Writes the program's name and @p sentence as one line; dropped if nobody reads the error stream.
+    /// Writes the program's name and @p sentence as one line; drops it if the error stream takes nothing.
     void report(const std::string& sentence);
     void debug(const std::string& sentence);
 

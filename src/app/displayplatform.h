@@ -11,8 +11,8 @@ namespace displayplatform {
 /// which Qt would end the program.
 bool prepare(const cOptions& options);
 
-/// While it lives, a platform that cannot start, such as a display that nobody serves, ends the program with
-/// one sentence on standard error and status 1. Qt would abort.
+/// During its lifetime, if Qt's platform cannot start (no server answers at DISPLAY, for instance), the
+/// program ends with one sentence on standard error and status 1. Qt alone would abort.
 class FailureHandler
 {
 public:

@@ -30,8 +30,8 @@ public:
 
     // For scripts, on the script's thread.
 
-    /// Waits so many milliseconds, or until the script is told to stop. Returns at once if the argument is
-    /// not a positive number.
+    /// Waits @p milliseconds, or until the script is told to stop. Returns at once if it is not a positive
+    /// number.
     Q_INVOKABLE void sleep(const QScriptValue& milliseconds = QScriptValue());
 
     /// Types @p code into the row of @p scanner, from 1, and presses its button. Throws if there is none.

@@ -56,7 +56,7 @@ private:
     Faults mFaults;
     FaultCounts mCounts;
     boost::asio::io_context mIo;
-    boost::asio::ip::tcp::acceptor mReserved; ///< keeps the port while nobody listens there
+    boost::asio::ip::tcp::acceptor mReserved; ///< bound to the port while the proxy does not listen
     boost::asio::ip::tcp::acceptor mAcceptor;
     std::vector<std::shared_ptr<FaultyConnection>> mConnections;
 

@@ -331,7 +331,7 @@ TEST_F(CaptureFileTest, AWriterThatIsStuckDelaysNobodyAndItsQueueIsBounded)
     create()->setReport([&said](const std::string& sentence) { said.push_back(sentence); });
     constexpr size_t kCount = 2 * cCaptureFile::kMaxQueuedBytes / kMaxTcpPayload;
     {
-        // Nobody reads the pipe, so the first blocks fill it.
+        // The test does not read the pipe, so the first blocks fill it.
         const auto record = link(mFile);
         for (size_t i = 0; i < kCount; ++i) {
             record->received(Bytes(kMaxTcpPayload).data(), kMaxTcpPayload);
