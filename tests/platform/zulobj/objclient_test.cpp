@@ -68,11 +68,13 @@ TEST_F(ObjClientTest, RecordsWhatItSendsAndReceivesAlsoWhenStartedAgain)
     const auto file = cCaptureFile::create(path, "test 1", &problem);
     Bytes received;
     {
+        // The peers stay until the end, or the client would reconnect before it is started again.
+        std::vector<PeerConnection> peers;
         cObjectClient client(quickSettings());
         for (int round = 0; round < 2; ++round) {
             client.recordTo(file);
             EXPECT_TRUE(startClient(&client));
-            PeerConnection peer = mPeer.accept();
+            PeerConnection& peer = peers.emplace_back(mPeer.accept());
             peer.send(WMsg::ping(false));
             WMsg message;
             ASSERT_TRUE(peer.receiveAny(&message));
@@ -82,6 +84,7 @@ TEST_F(ObjClientTest, RecordsWhatItSendsAndReceivesAlsoWhenStartedAgain)
             message.appendFrames(received);
         }
     }
+    file->flush();
     const Recorded recorded(path);
     std::remove(path);
     EXPECT_TRUE(recorded.isWhole);
