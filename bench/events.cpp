@@ -28,7 +28,7 @@ struct Action
     double returned = 0;
 };
 
-/// The next event that is about an object of @p type, or false where the link broke.
+/// The next event that is about an object of @p type, or false if the link broke.
 bool nextEvent(BenchServer* server, uint32_t type)
 {
     WMsg message;

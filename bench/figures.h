@@ -18,7 +18,7 @@ inline double now()
     return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) / 1e3;
 }
 
-/// The value below which this part of @p values lies; 0 where there is none.
+/// The value below which this part of @p values lies; 0 if there is none.
 inline double quantile(std::vector<double> values, double part)
 {
     if (values.empty()) {

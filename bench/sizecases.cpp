@@ -63,7 +63,7 @@ QString describe(const QTemporaryDir& directory, const Counts& counts)
     return values.save(path) ? path : QString();
 }
 
-/// Milliseconds from the file to the first painted window; negative where there is no file.
+/// Milliseconds from the file to the first painted window; negative if there is no file.
 double timeToWindow(const QTemporaryDir& directory, const Counts& counts)
 {
     const QString path = describe(directory, counts);

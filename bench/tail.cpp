@@ -89,7 +89,7 @@ public:
     explicit Crowd(int link) : mLink(link) {}
 
     /// Asks now and then for @p seconds, with sets in between that come @p together many at a time, or with
-    /// none where that is 0, and waits for all answers. Answers the times of the requests' round trips in
+    /// none if that is 0, and waits for all answers. Answers the times of the requests' round trips in
     /// microseconds.
     std::vector<double> run(double seconds, size_t together)
     {

@@ -22,7 +22,7 @@ public:
     /// Writes the first bytes at @p data that the connection takes; returns how many.
     size_t write(const uint8_t* data, size_t size);
 
-    /// Reads everything that there is; false where that is nothing.
+    /// Reads everything that there is; false if that is nothing.
     bool read();
 
     void close();

@@ -83,7 +83,7 @@ struct Header
     bool control() const { return (flags & 0x04) != 0; }
     bool last() const { return (flags & 0x08) != 0; }
 
-    /// True where no message at all may bear this header.
+    /// True if no message at all may bear this header.
     bool broken() const
     {
         return magic != 0x5A57 || version != 1 || (flags & 0xF0) != 0 || length > kMaxPayload ||

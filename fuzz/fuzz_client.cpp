@@ -26,7 +26,7 @@ constexpr size_t kMaxSteps = 60;
 /// A wait that takes longer has failed.
 constexpr int kPatienceMs = 20000;
 
-/// True once there is something to read at @p fd; false where nothing comes.
+/// True once there is something to read at @p fd; false if nothing comes.
 bool readable(int fd)
 {
     pollfd wait{fd, POLLIN, 0};

@@ -94,7 +94,7 @@ void checkDeviceFile(const QByteArray& bytes)
             "texts read back as they were written");
 }
 
-/// What the last line with @p key, and with none of @p earlier, says; @p former where there is none.
+/// What the last line with @p key, and with none of @p earlier, says; @p former if there is none.
 QString expectedOf(const QStringList& lines, const QString& key, const QStringList& earlier,
                    const QString& former)
 {

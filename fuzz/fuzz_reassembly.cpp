@@ -14,7 +14,7 @@ constexpr size_t kMaxBytes = 1400 * 1024;
 /// The same for most inputs, that they end soon.
 constexpr size_t kFewBytes = 64 * 1024;
 
-/// What a piece counts beside its bytes, so that an input of many small ones ends as soon.
+/// Added to the size of each piece, so that an input of many small pieces ends as soon.
 constexpr size_t kPieceCost = 256;
 
 /// What the reader may hold beside the bytes received.

@@ -1,4 +1,4 @@
-// The server's talk with one device, over a pair of sockets and by a clock that the input moves. The
+// The server's session with one device, over a pair of sockets and by a clock that the input moves. The
 // input: a byte that picks the limits, and a list of steps; see step() for their codes.
 
 #include <algorithm>

@@ -21,7 +21,7 @@ struct Input
 
 void encode(const std::vector<Input>& inputs, std::vector<uint8_t>* bytes);
 
-/// False where a byte that is not a value isn't as encode() writes it.
+/// False if a byte that is not a value isn't as encode() writes it.
 bool decode(const std::vector<uint8_t>& bytes, std::vector<Input>* inputs);
 
 } // namespace handwritten

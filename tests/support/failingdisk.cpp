@@ -28,7 +28,7 @@ Function* next(const char* name)
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-/// True where this call is the one to go wrong.
+/// True if this call is the one to go wrong.
 bool isTheOne() { return plan.armed && !plan.happened && plan.stepsLeft-- == 0; }
 
 /// What happens at the call: the end of the process, or a result of -1.

@@ -15,7 +15,7 @@ enum eFault
               ///< done
 };
 
-/// Does @p work with the @p step-th such call, counted from 0, going wrong. True where the work ended before
+/// Does @p work with the @p step-th such call, counted from 0, going wrong. True if the work ended before
 /// it came to that call. A crash happens to a child process, in which the work is then done.
 bool doWith(eFault fault, int step, const std::function<void()>& work);
 

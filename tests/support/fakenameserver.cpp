@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The answer to @p question (RFC 1035): one address where one of the old kind is asked for, else none.
+/// The answer to @p question (RFC 1035): one address if one of the old kind is asked for, else none.
 std::vector<uint8_t> answerTo(const std::vector<uint8_t>& question)
 {
     std::vector<uint8_t> answer(question.begin(), question.begin() + 12);

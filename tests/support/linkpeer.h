@@ -17,7 +17,7 @@ public:
     PeerConnection(PeerConnection&& other) noexcept;
     PeerConnection& operator=(PeerConnection&& other) noexcept;
 
-    /// Connects to @p port of the loopback address; not open where that fails.
+    /// Connects to @p port of the loopback address; not open if that fails.
     static PeerConnection connectTo(int port);
 
     bool isOpen() const { return mFd >= 0; }
@@ -84,7 +84,7 @@ public:
 
     int port() const { return mPort; }
 
-    /// From now on somebody listens there.
+    /// Listens at the port from now on.
     void listen();
     PeerConnection accept();
 

@@ -60,7 +60,7 @@ inline QList<QWidget*> header(const QTabWidget& panel, int index)
     return widgets(page(panel, index)->layout()->itemAt(0)->layout());
 }
 
-/// The fixed width of a widget, 0 where it has none.
+/// The fixed width of a widget, 0 if it has none.
 inline int fixedWidth(const QWidget* widget)
 {
     return widget->minimumWidth() == widget->maximumWidth() ? widget->minimumWidth() : 0;

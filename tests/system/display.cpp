@@ -31,7 +31,7 @@ enum DumpWord
 };
 constexpr int kColourSize = 12; // bytes
 
-/// The words of @p dump; all 0 where it is too short.
+/// The words of @p dump; all 0 if it is too short.
 std::array<int, WORDS> wordsOf(const QByteArray& dump)
 {
     std::array<int, WORDS> words{};
@@ -245,7 +245,7 @@ void ScreenWindow::click(QPoint point) const
 
 QRect ScreenWindow::geometry() const
 {
-    // Where the mouse is put at the window's corner tells the corner.
+    // The place of the mouse, put at the window's corner, is that of the corner.
     const QString text = mDisplay->xdotool({"mousemove", "--window", mId, "0", "0", "getmouselocation",
                                             "--shell", "getwindowgeometry", "--shell", mId});
     const auto number = [&](const QString& name) {

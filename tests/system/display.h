@@ -43,10 +43,10 @@ public:
     /// What is seen now.
     QImage picture() const;
 
-    /// Keeps the picture of what is seen where a test has failed, beside the tests' other pictures.
+    /// Keeps the picture of what is seen if a test has failed, beside the tests' other pictures.
     void keepPictureOfFailure() const;
 
-    /// Runs xdotool and returns what it printed, trimmed; empty where it failed.
+    /// Runs xdotool and returns what it printed, trimmed; empty if it failed.
     QString xdotool(const QStringList& arguments) const;
 
 private:

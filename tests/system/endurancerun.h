@@ -29,7 +29,7 @@ struct EnduranceResult
 
 /// Sends many requests from the real server to the real simulator through a line full of faults.
 ///
-/// Every answer is told from those to the requests before and after it by its kind and number of port.
+/// The kind and the port number of an answer tell which request it belongs to.
 class EnduranceRun : public QObject
 {
     Q_OBJECT

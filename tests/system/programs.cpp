@@ -28,7 +28,7 @@ Program::Program()
     environment.remove("DISPLAY");
     environment.remove("QT_QPA_PLATFORM");
     mProcess.setProcessEnvironment(environment);
-    // Files never fill up: a program that nobody reads for a while goes on.
+    // A file never fills up, unlike a pipe: a program whose output is read late goes on.
     mOutput.setFileName(mHome.path() + "/output");
     mErrors.setFileName(mHome.path() + "/errors");
     mProcess.setStandardOutputFile(mOutput.fileName());

@@ -14,7 +14,7 @@ class Program
 {
 public:
     Program();
-    /// Kills the program where a test has left it running.
+    /// Kills the program if a test has left it running.
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
@@ -56,7 +56,7 @@ public:
     /// Listens on a free port of the loopback address, unless the arguments say otherwise.
     explicit ServerProgram(const QStringList& arguments = {});
 
-    /// False where it did not come up.
+    /// False if it did not come up.
     bool isListening() const { return mPort != 0; }
     int port() const { return mPort; }
     Program& program() { return mProgram; }

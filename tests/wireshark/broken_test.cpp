@@ -17,7 +17,7 @@ namespace {
 
 Bytes good() { return documentMessages()["event-digital-input"]; }
 
-/// Makes the checksum right again after somebody has changed the segment.
+/// Makes the checksum right again after a change of the segment.
 Bytes mended(Bytes segment)
 {
     wmsg::put32(segment.data() + 12, 0);
@@ -192,7 +192,7 @@ TEST_P(BrokenTest, IsSaidToAnotherReceiverInPieces)
     auto link = capture.link();
     link.toServerInPieces(GetParam().bytes, GetParam().bytes.size() > 10000 ? 1500 : 5);
     Words found = complaintsAbout(capture, {});
-    // Where the bytes cannot be read on, every packet that follows is no segment either.
+    // If the bytes cannot be read on, every packet that follows is no segment either.
     found.erase(std::unique(found.begin(), found.end()), found.end());
     ASSERT_FALSE(found.empty());
     EXPECT_EQ(found.front(), GetParam().complaints.front());
