@@ -23,10 +23,11 @@ bool cGuiExecutor::run(const std::function<void()>& call)
     if (mClosed) {
         return false;
     }
-    eState state = eState::WAITING;
-    enqueue({std::cref(call), &state});
-    mDone.wait(lock, [&state] { return state != eState::WAITING; });
-    return state == eState::DONE;
+    std::promise<bool> promise;
+    std::future<bool> done = promise.get_future();
+    enqueue({std::cref(call), std::move(promise)});
+    lock.unlock();
+    return done.get();
 }
 
 bool cGuiExecutor::post(std::function<void()> call)
@@ -40,7 +41,7 @@ bool cGuiExecutor::post(std::function<void()> call)
         return false;
     }
     mFull = ++mPosted == kMaxPosted;
-    enqueue({std::move(call), nullptr});
+    enqueue({std::move(call), std::nullopt});
     return true;
 }
 
@@ -50,13 +51,12 @@ void cGuiExecutor::close()
     mWakeupNotifier.setEnabled(false);
     const std::lock_guard<std::mutex> lock(mMutex);
     mClosed = true;
-    for (const Task& task : mTasks) {
-        if (task.state != nullptr) {
-            *task.state = eState::REJECTED;
+    for (Task& task : mTasks) {
+        if (task.done) {
+            task.done->set_value(false);
         }
     }
     mTasks.clear();
-    mDone.notify_all();
     mSpaceAvailable.notify_all();
 }
 
@@ -72,14 +72,13 @@ void cGuiExecutor::processTasks()
             wake();
             return;
         }
-        const Task task = takeFirst();
+        Task task = takeFirst();
         lock.unlock();
         task.call();
-        lock.lock();
-        if (task.state != nullptr) {
-            *task.state = eState::DONE;
-            mDone.notify_all();
+        if (task.done) {
+            task.done->set_value(true);
         }
+        lock.lock();
     }
 }
 
@@ -93,7 +92,7 @@ cGuiExecutor::Task cGuiExecutor::takeFirst()
 {
     Task task = std::move(mTasks.front());
     mTasks.pop_front();
-    mPosted -= task.state == nullptr ? 1 : 0;
+    mPosted -= task.done ? 0 : 1;
     // Wake the waiting threads at half: a thread switch for every call would cost more than the calls.
     if (mFull && mPosted <= kMaxPosted / 2) {
         mFull = false;

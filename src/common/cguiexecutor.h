@@ -5,7 +5,9 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <future>
 #include <mutex>
+#include <optional>
 
 #include "zullink/wakeup.h"
 
@@ -38,21 +40,13 @@ public:
     static constexpr int kTimeSliceMs = 5;
 
 private:
-    void processTasks();
-
-    enum class eState
-    {
-        WAITING,
-        DONE,
-        REJECTED
-    };
-
     struct Task
     {
         std::function<void()> call;
-        eState* state; // on the stack of the waiting thread; null if none waits
+        std::optional<std::promise<bool>> done; ///< whether the call ran, if a thread waits for it
     };
 
+    void processTasks();
     void enqueue(Task task);
     Task takeFirst();
     void wake();
@@ -62,7 +56,6 @@ private:
     QSocketNotifier mWakeupNotifier;
 
     std::mutex mMutex;
-    std::condition_variable mDone;
     std::condition_variable mSpaceAvailable;
 
     // Guarded by mMutex.
