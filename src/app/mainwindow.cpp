@@ -10,7 +10,6 @@
 #include "createdialog.h"
 #include "crepaintthrottle.h"
 #include "devicefile.h"
-#include "filekind.h"
 #include "linefile.h"
 #include "paths.h"
 #include "readfile.h"

@@ -1,6 +1,6 @@
 #include "options.h"
 
-#include "filekind.h"
+#include "paths.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -1,22 +1,28 @@
 #include "paths.h"
 
+#include <QFileInfo>
 #include <QProcessEnvironment>
 
-namespace paths {
-
-QString configurationDirectory()
+QString paths::configurationDirectory()
 {
-    const QString home = QProcessEnvironment::systemEnvironment().value(QStringLiteral("HOME"));
-    return home + QStringLiteral("/.zulbench");
+    return QProcessEnvironment::systemEnvironment().value("HOME") + "/.zulbench";
 }
 
-QString configurationPrefix() { return configurationDirectory() + QLatin1Char('/'); }
-
-QString deviceFile(const QString& label) { return configurationPrefix() + label + QStringLiteral(".dev"); }
-
-QString connectionFile(const QString& descriptor)
+QString paths::configurationPrefix() { return configurationDirectory() + '/'; }
+QString paths::deviceFile(const QString& label) { return configurationPrefix() + label + ".dev"; }
+QString paths::connectionFile(const QString& descriptor)
 {
-    return configurationPrefix() + descriptor + QStringLiteral(".con");
+    return configurationPrefix() + descriptor + ".con";
 }
 
-} // namespace paths
+eFileKind fileKindOf(const QString& path)
+{
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    if (suffix == QLatin1String("dev")) {
+        return eFileKind::DEVICE;
+    }
+    if (suffix == QLatin1String("con")) {
+        return eFileKind::CONNECTION;
+    }
+    return suffix == QLatin1String("js") ? eFileKind::SCRIPT : eFileKind::OTHER;
+}

@@ -19,3 +19,15 @@ QString deviceFile(const QString& label);
 QString connectionFile(const QString& descriptor);
 
 } // namespace paths
+
+/// The kinds of files that the program opens, in the order in which it opens several.
+enum class eFileKind
+{
+    DEVICE,
+    CONNECTION,
+    SCRIPT,
+    OTHER
+};
+
+/// Returns what the suffix of @p path, in capitals or not, says about the file.
+eFileKind fileKindOf(const QString& path);
