@@ -24,6 +24,7 @@
 #include "cconfig.h"
 #include "cdevice.h"
 #include "devicefile.h"
+#include "linefile.h"
 #include "mainwindow.h"
 
 namespace {
@@ -60,7 +61,7 @@ QString describe(const QTemporaryDir& directory, const Counts& counts)
     values.serial = "1001";
     values.label = "Bench";
     QString path = directory.filePath("bench.dev");
-    return values.save(path) ? path : QString();
+    return saveFile(path, values.text()) ? path : QString();
 }
 
 /// Milliseconds from the file to the first painted window; negative if there is no file.

@@ -1,24 +1,18 @@
 #include "additemsdialog.h"
 
+#include "formlayout.h"
 #include "formreport.h"
 #include "itemkind.h"
-#include "itemsrow.h"
-#include "ui_additemsdialog.h"
 
 #include <QSpinBox>
 
-addItemsDialog::addItemsDialog(QWidget* parent) : QDialog(parent), ui(new Ui::addItemsDialog)
-{
-    ui->setupUi(this);
-}
-
-addItemsDialog::~addItemsDialog() { delete ui; }
+addItemsDialog::addItemsDialog() { ui.setupUi(this); }
 
 void addItemsDialog::receiveInstruction(int type, const QString& name)
 {
     fileName = name;
     instructionType = type;
-    sBox = layOutItemsRow(*this, itemkind::caption(type), *ui->addButton);
+    sBox = layOutItemsRow(*this, itemkind::caption(type), *ui.addButton);
 }
 
 void addItemsDialog::on_addButton_clicked()

@@ -1,14 +1,9 @@
 #pragma once
 
-#include <QDialog>
-#include <QString>
+#include "ui_additemsdialog.h"
 
 class QSpinBox;
 class cConfig;
-
-namespace Ui {
-class addItemsDialog;
-}
 
 /// Lets the operator add ports or scanners to a device file.
 class addItemsDialog : public QDialog
@@ -16,15 +11,11 @@ class addItemsDialog : public QDialog
     Q_OBJECT
 
 public:
-    explicit addItemsDialog(QWidget* parent = nullptr);
-    ~addItemsDialog() override;
+    addItemsDialog();
 
 signals:
-    /// The record is deleted when the emission returns; connect directly.
     void configUpdated(cConfig* config, int code);
-
-    /// Never emitted.
-    void transferSetupInfo(int kind, QString fileName);
+    void transferSetupInfo(int kind, QString fileName); ///< never emitted
 
 public slots:
     /// Asks for a number of items of the instruction type @p type (itemkind.h). The button changes the device
@@ -35,7 +26,7 @@ private slots:
     void on_addButton_clicked();
 
 private:
-    Ui::addItemsDialog* ui;
+    Ui::addItemsDialog ui;
     int instructionType = 0;
     QSpinBox* sBox = nullptr;
     QString fileName;

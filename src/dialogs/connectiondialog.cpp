@@ -1,37 +1,33 @@
 #include "connectiondialog.h"
 
+#include "formlayout.h"
 #include "formreport.h"
-#include "formsize.h"
-#include "linefile.h"
-#include "ui_connectiondialog.h"
 
 #include <cstdio>
 
-ConnectionDialog::ConnectionDialog(QWidget* parent) : QDialog(parent), ui(new Ui::ConnectionDialog)
+ConnectionDialog::ConnectionDialog()
 {
-    ui->setupUi(this);
+    ui.setupUi(this);
     scaleForm(*this);
     // The button is the form's first child.
-    ui->connectDescriptor->setFocus();
+    ui.connectDescriptor->setFocus();
 }
-
-ConnectionDialog::~ConnectionDialog() { delete ui; }
 
 void ConnectionDialog::receiveConnectionFileName(const QString& name)
 {
     fileName = name;
-    const QByteArray content = readLineFile(fileName).value_or(QByteArray());
-    cConnectionFile connection{ui->connectDescriptor->text(), ui->connectIP->text(), ui->connectPort->text()};
-    connection.read(content, {cConnectionFile::DESCRIPTOR, cConnectionFile::ADDRESS, cConnectionFile::PORT});
-    ui->connectDescriptor->setText(connection.descriptor);
-    ui->connectIP->setText(connection.address);
-    ui->connectPort->setText(connection.port);
+    cConnectionFile connection{ui.connectDescriptor->text(), ui.connectIP->text(), ui.connectPort->text()};
+    connection.read(readLineFile(fileName).value_or(QByteArray()),
+                    {cConnectionFile::DESCRIPTOR, cConnectionFile::ADDRESS, cConnectionFile::PORT});
+    ui.connectDescriptor->setText(connection.descriptor);
+    ui.connectIP->setText(connection.address);
+    ui.connectPort->setText(connection.port);
 }
 
 void ConnectionDialog::on_buttonConfirm_clicked()
 {
     // Before the new file is written, which may have the same name.
     std::remove(fileName.toUtf8().constData());
-    fileName = saveConnection(*this, *ui);
+    fileName = saveConnection(*this, ui);
     close();
 }

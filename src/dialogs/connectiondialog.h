@@ -1,13 +1,8 @@
 #pragma once
 
-#include <QDialog>
-#include <QString>
+#include "ui_connectiondialog.h"
 
 class cConfig;
-
-namespace Ui {
-class ConnectionDialog;
-}
 
 /// Lets the operator edit the connection file in use, which also renames it when the descriptor changes.
 class ConnectionDialog : public QDialog
@@ -15,11 +10,9 @@ class ConnectionDialog : public QDialog
     Q_OBJECT
 
 public:
-    explicit ConnectionDialog(QWidget* parent = nullptr);
-    ~ConnectionDialog() override;
+    ConnectionDialog();
 
 signals:
-    /// The record is deleted when the emission returns; connect directly.
     void configUpdated(cConfig* config, int code);
 
 public slots:
@@ -31,6 +24,6 @@ private slots:
     void on_buttonConfirm_clicked();
 
 private:
-    Ui::ConnectionDialog* ui;
+    Ui::ConnectionDialog ui;
     QString fileName;
 };

@@ -1,20 +1,16 @@
 #include "createconnectiondialog.h"
 
+#include "formlayout.h"
 #include "formreport.h"
-#include "formsize.h"
-#include "ui_createconnectiondialog.h"
 
-createConnectionDialog::createConnectionDialog(QWidget* parent)
-    : QDialog(parent), ui(new Ui::createConnectionDialog)
+createConnectionDialog::createConnectionDialog()
 {
-    ui->setupUi(this);
+    ui.setupUi(this);
     scaleForm(*this);
 }
 
-createConnectionDialog::~createConnectionDialog() { delete ui; }
-
 void createConnectionDialog::on_buttonCreate_clicked()
 {
-    saveConnection(*this, *ui);
+    saveConnection(*this, ui);
     close();
 }

@@ -1,63 +1,55 @@
 #include "createdialog.h"
 
 #include "devicefile.h"
+#include "formlayout.h"
 #include "formreport.h"
-#include "formsize.h"
-#include "ui_createdialog.h"
 
 #include <QMessageBox>
+#include <utility>
 
-createdialog::createdialog(QWidget* parent) : QDialog(parent), ui(new Ui::createdialog)
+namespace {
+
+cDeviceFile describedBy(const Ui::createdialog& ui)
 {
-    ui->setupUi(this);
+    const auto count = [](const QSpinBox* box) { return static_cast<uint32_t>(box->value()); };
+    return {.digitalInputs = count(ui.discInputs),
+            .digitalOutputs = count(ui.discOutputs),
+            .analogInputs = count(ui.anaInputs),
+            .analogOutputs = count(ui.anaOutputs),
+            .scanners = count(ui.devScanners),
+            .type = ui.devType->currentText(),
+            .version = ui.devVersion->text(),
+            .serial = ui.devSerial->text(),
+            .label = ui.devLabel->text()};
+}
+
+} // namespace
+
+createdialog::createdialog()
+{
+    ui.setupUi(this);
     scaleForm(*this);
-    ui->devType->addItem(QStringLiteral("TYPE_DISCRETE_IO"));
+    ui.devType->addItem(QStringLiteral("TYPE_DISCRETE_IO"));
     // The field that has the focus before the form is shown opens selected.
-    ui->discInputs->setFocus();
-}
-
-createdialog::~createdialog() { delete ui; }
-
-QString createdialog::whatIsMissing() const
-{
-    if (ui->devLabel->text().isEmpty()) {
-        return tr("Please provide a label for the device.");
-    }
-    if (ui->devVersion->text().isEmpty()) {
-        return tr("Please provide a version number for the device.");
-    }
-    if (ui->devSerial->text().isEmpty()) {
-        return tr("Please provide a serial number for the device.");
-    }
-    return {};
-}
-
-cDeviceFile createdialog::described() const
-{
-    cDeviceFile device;
-    device.digitalInputs = static_cast<uint32_t>(ui->discInputs->value());
-    device.digitalOutputs = static_cast<uint32_t>(ui->discOutputs->value());
-    device.analogInputs = static_cast<uint32_t>(ui->anaInputs->value());
-    device.analogOutputs = static_cast<uint32_t>(ui->anaOutputs->value());
-    device.scanners = static_cast<uint32_t>(ui->devScanners->value());
-    device.type = ui->devType->currentText();
-    device.version = ui->devVersion->text();
-    device.serial = ui->devSerial->text();
-    device.label = ui->devLabel->text();
-    return device;
+    ui.discInputs->setFocus();
 }
 
 void createdialog::on_createButton_clicked()
 {
-    const QString missing = whatIsMissing();
-    if (!missing.isEmpty()) {
-        QMessageBox::information(this, tr("Device setup"), missing, QMessageBox::Ok);
-        return;
+    const std::pair<const QLineEdit*, QString> requests[] = {
+        {ui.devLabel, tr("Please provide a label for the device.")},
+        {ui.devVersion, tr("Please provide a version number for the device.")},
+        {ui.devSerial, tr("Please provide a serial number for the device.")}};
+    for (const auto& [field, request] : requests) {
+        if (field->text().isEmpty()) {
+            QMessageBox::information(this, tr("Device setup"), request, QMessageBox::Ok);
+            return;
+        }
     }
-    const cDeviceFile device = described();
+    const cDeviceFile device = describedBy(ui);
     const QString path = paths::deviceFile(device.label);
     // A file that cannot be written is reported too; loading it then fails.
-    device.save(path);
+    saveFile(path, device.text());
     reportDeviceFile(*this, path);
     close();
 }

@@ -1,14 +1,8 @@
 #pragma once
 
-#include <QDialog>
-#include <QString>
+#include "ui_createdialog.h"
 
 class cConfig;
-struct cDeviceFile;
-
-namespace Ui {
-class createdialog;
-}
 
 /// Lets the operator describe a new device.
 class createdialog : public QDialog
@@ -16,23 +10,15 @@ class createdialog : public QDialog
     Q_OBJECT
 
 public:
-    explicit createdialog(QWidget* parent = nullptr);
-    ~createdialog() override;
+    createdialog();
 
 signals:
-    /// The record is deleted when the emission returns; connect directly.
     void configUpdated(cConfig* config, int code);
-
-    /// Never emitted.
-    void transferSetupInfo(int kind, QString fileName);
+    void transferSetupInfo(int kind, QString fileName); ///< never emitted
 
 private slots:
     void on_createButton_clicked();
 
 private:
-    /// The message for the first empty field; empty if there is none.
-    QString whatIsMissing() const;
-    cDeviceFile described() const;
-
-    Ui::createdialog* ui;
+    Ui::createdialog ui;
 };

@@ -2,6 +2,7 @@
 
 #include "cconfig.h"
 #include "connectionfile.h"
+#include "linefile.h"
 #include "paths.h"
 
 // How the forms report a change: the record of configUpdated lives until the emission returns.
@@ -23,7 +24,7 @@ QString saveConnection(Form& form, const Ui& ui)
     const cConnectionFile connection{ui.connectDescriptor->text(), ui.connectIP->text(),
                                      ui.connectPort->text()};
     QString path = paths::connectionFile(connection.descriptor);
-    connection.save(path);
+    saveFile(path, connection.text());
     cConfig config;
     connection.fill(config, path);
     emit form.configUpdated(&config, cConfig::CONNECTION_UPDATE);

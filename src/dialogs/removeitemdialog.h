@@ -1,14 +1,9 @@
 #pragma once
 
-#include <QDialog>
-#include <QString>
+#include "ui_removeitemdialog.h"
 
 class QSpinBox;
 class cConfig;
-
-namespace Ui {
-class removeItemDialog;
-}
 
 /// Lets the operator remove ports or scanners from a device file.
 class removeItemDialog : public QDialog
@@ -16,15 +11,11 @@ class removeItemDialog : public QDialog
     Q_OBJECT
 
 public:
-    explicit removeItemDialog(QWidget* parent = nullptr);
-    ~removeItemDialog() override;
+    removeItemDialog();
 
 signals:
-    /// The record is deleted when the emission returns; connect directly.
     void configUpdated(cConfig* config, int code);
-
-    /// Never emitted.
-    void transferSetupInfo(int kind, QString fileName);
+    void transferSetupInfo(int kind, QString fileName); ///< never emitted
 
 public slots:
     /// Asks for a number of items of the instruction type @p type (itemkind.h). The button changes the device
@@ -35,7 +26,7 @@ private slots:
     void on_removeButton_clicked();
 
 private:
-    Ui::removeItemDialog* ui;
+    Ui::removeItemDialog ui;
     int instructionType = 0;
     QSpinBox* sBox = nullptr;
     QString fileName;

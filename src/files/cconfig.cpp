@@ -16,16 +16,6 @@ cConfig::~cConfig()
     delete mZULCurrentFile;
 }
 
-void cConfig::setZULIP(const QString& address) { *mZULIPString = address; }
-void cConfig::setZULPort(const QString& port) { *mZULPortString = port; }
-void cConfig::setZULCurrentFile(const QString& path) { *mZULCurrentFile = path; }
-void cConfig::setZULConnectionFile(const QString& path) { *mZULConnectionFile = path; }
-
-QString cConfig::getZULIP() const { return *mZULIPString; }
-QString cConfig::getZULPort() const { return *mZULPortString; }
-QString cConfig::getZULCurrentFile() const { return *mZULCurrentFile; }
-QString cConfig::getZULConnectionFile() const { return *mZULConnectionFile; }
-
 const char* cConfig::getZULIPChar()
 {
     mZULIPBytes = mZULIPString->toLocal8Bit();

@@ -6,8 +6,8 @@
 
 /// Holds the run-time configuration: the loaded device file and where the server is.
 ///
-/// A dialog reports a change by emitting a record of its own with an update code; the receiver copies the
-/// fields of that code and keeps no pointer to the record.
+/// A dialog reports a change by emitting a record of its own with an update code. It deletes the record when
+/// the emission returns, so the receiver connects directly and copies the fields of that code.
 class cConfig
 {
 public:
@@ -28,15 +28,15 @@ public:
     cConfig& operator=(const cConfig&) = delete;
 
     // No text is checked when it is set.
-    void setZULIP(const QString& address);
-    void setZULPort(const QString& port);
-    void setZULCurrentFile(const QString& path);
-    void setZULConnectionFile(const QString& path);
+    void setZULIP(const QString& address) { *mZULIPString = address; }
+    void setZULPort(const QString& port) { *mZULPortString = port; }
+    void setZULCurrentFile(const QString& path) { *mZULCurrentFile = path; }
+    void setZULConnectionFile(const QString& path) { *mZULConnectionFile = path; }
 
-    QString getZULIP() const;
-    QString getZULPort() const;
-    QString getZULCurrentFile() const;
-    QString getZULConnectionFile() const;
+    QString getZULIP() const { return *mZULIPString; }
+    QString getZULPort() const { return *mZULPortString; }
+    QString getZULCurrentFile() const { return *mZULCurrentFile; }
+    QString getZULConnectionFile() const { return *mZULConnectionFile; }
 
     // The text in the locale's 8-bit encoding. The record owns it; it stays until the next call or the
     // record's end.

@@ -2,7 +2,6 @@
 
 #include "cconfig.h"
 #include "linefile.h"
-#include "savefile.h"
 
 #include <QTextStream>
 #include <algorithm>
@@ -47,8 +46,6 @@ QByteArray cConnectionFile::text() const
     stream.flush();
     return bytes;
 }
-
-bool cConnectionFile::save(const QString& path) const { return saveFile(path, text()); }
 
 void cConnectionFile::fill(cConfig& record, const QString& path) const
 {

@@ -30,9 +30,6 @@ struct cConnectionFile
     /// The three lines.
     QByteArray text() const;
 
-    /// Creates or replaces the file at @p path. False if that cannot be done.
-    bool save(const QString& path) const;
-
     /// Puts the address and port into @p record, with @p path as the connection file.
     void fill(cConfig& record, const QString& path) const;
 };

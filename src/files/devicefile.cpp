@@ -1,7 +1,6 @@
 #include "devicefile.h"
 
 #include "linefile.h"
-#include "savefile.h"
 
 #include <QDebug>
 #include <QTextStream>
@@ -50,8 +49,6 @@ QByteArray cDeviceFile::text() const
     stream.flush();
     return bytes;
 }
-
-bool cDeviceFile::save(const QString& path) const { return saveFile(path, text()); }
 
 bool cDeviceFile::hasTooManyItems() const
 {

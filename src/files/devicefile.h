@@ -31,9 +31,6 @@ struct cDeviceFile
     /// The nine lines, with every value in column 22.
     QByteArray text() const;
 
-    /// Creates or replaces the file at @p path. False if that cannot be done.
-    bool save(const QString& path) const;
-
     /// Whether the counts exceed kMaxItems; no device is built from such a file.
     bool hasTooManyItems() const;
 

@@ -1,6 +1,6 @@
 #include "itemkind.h"
 
-#include "linerewrite.h"
+#include "linefile.h"
 
 #include <QCoreApplication>
 #include <algorithm>
@@ -13,23 +13,17 @@ struct Kind
 {
     const char* caption;
     const char* key;
-    const char* writtenByAdd;
-    const char* writtenByRemove;
 };
 
-// Adding and removing pad the line of the analog inputs differently; files have either form.
 constexpr std::array<Kind, 5> kKinds{{
-    {QT_TRANSLATE_NOOP("itemkind", "Number of Digital Inputs:"),
-     "Digital input(s):", "Digital input(s):    ", "Digital input(s):    "},
-    {QT_TRANSLATE_NOOP("itemkind", "Number of Digital Outputs:"),
-     "Digital output(s):", "Digital output(s):    ", "Digital output(s):    "},
-    {QT_TRANSLATE_NOOP("itemkind", "Number of Analog Inputs:"),
-     "Analog input(s):", "Analog input(s):     ", "Analog input(s):    "},
-    {QT_TRANSLATE_NOOP("itemkind", "Number of Analog Outputs:"),
-     "Analog output(s):", "Analog output(s):    ", "Analog output(s):    "},
-    {QT_TRANSLATE_NOOP("itemkind", "Number of Access Events:"),
-     "Scanner(s):", "Scanner(s):    ", "Scanner(s):    "},
+    {QT_TRANSLATE_NOOP("itemkind", "Number of Digital Inputs:"), "Digital input(s):"},
+    {QT_TRANSLATE_NOOP("itemkind", "Number of Digital Outputs:"), "Digital output(s):"},
+    {QT_TRANSLATE_NOOP("itemkind", "Number of Analog Inputs:"), "Analog input(s):"},
+    {QT_TRANSLATE_NOOP("itemkind", "Number of Analog Outputs:"), "Analog output(s):"},
+    {QT_TRANSLATE_NOOP("itemkind", "Number of Access Events:"), "Scanner(s):"},
 }};
+
+constexpr int kAnalogInputs = 3;
 
 /// Returns null for no kind.
 const Kind* kindOf(int instructionType)
@@ -38,46 +32,38 @@ const Kind* kindOf(int instructionType)
     return known ? &kKinds.at(static_cast<size_t>(instructionType) - 1) : nullptr;
 }
 
-qint64 countIn(const QByteArray& line)
+bool change(const QString& path, int instructionType, int padding,
+            const std::function<qint64(qint64 count)>& newCount)
 {
-    return QString::fromLocal8Bit(line.mid(line.indexOf(':') + 1)).toLongLong();
-}
-
-qint64 sum(qint64 count, int number)
-{
-    return std::min(count, std::numeric_limits<qint64>::max() - number) + number;
-}
-
-qint64 difference(qint64 count, int number) { return std::max<qint64>(count, number) - number; }
-
-bool change(const QString& path, const Kind* kind, const char* Kind::*text,
-            qint64 (*newCount)(qint64 count, int number), int number)
-{
-    return linerewrite::rewrite(path, [=](const QByteArray& line) {
-               return kind != nullptr && line.contains(kind->key)
-                          ? kind->*text + QByteArray::number(newCount(countIn(line), number))
-                          : line;
-           }) != linerewrite::NOT_COPIED;
+    const auto edit = [&, kind = kindOf(instructionType)](const QByteArray& line) {
+        if (kind == nullptr || !line.contains(kind->key)) {
+            return line;
+        }
+        const qint64 count = QString::fromLocal8Bit(line.mid(line.indexOf(':') + 1)).toLongLong();
+        return kind->key + QByteArray(padding, ' ') + QByteArray::number(newCount(count));
+    };
+    return rewriteLines(path, edit) != eRewrite::NOT_COPIED;
 }
 
 } // namespace
 
-namespace itemkind {
-
-QString caption(int instructionType)
+QString itemkind::caption(int instructionType)
 {
     const Kind* kind = kindOf(instructionType);
     return kind == nullptr ? QString() : QCoreApplication::translate("itemkind", kind->caption);
 }
 
-bool add(const QString& path, int instructionType, int number)
+bool itemkind::add(const QString& path, int instructionType, int number)
 {
-    return change(path, kindOf(instructionType), &Kind::writtenByAdd, sum, number);
+    // Adding and removing pad the line of the analog inputs differently; files have either form.
+    const int padding = instructionType == kAnalogInputs ? 5 : 4;
+    const qint64 max = std::numeric_limits<qint64>::max() - number;
+    return change(path, instructionType, padding,
+                  [=](qint64 count) { return std::min(count, max) + number; });
 }
 
-bool remove(const QString& path, int instructionType, int number)
+bool itemkind::remove(const QString& path, int instructionType, int number)
 {
-    return change(path, kindOf(instructionType), &Kind::writtenByRemove, difference, number);
+    return change(path, instructionType, 4,
+                  [number](qint64 count) { return std::max<qint64>(count, number) - number; });
 }
-
-} // namespace itemkind

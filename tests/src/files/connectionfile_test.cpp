@@ -1,6 +1,7 @@
 #include "cconfig.h"
 #include "connectionfile.h"
 #include "homefiles.h"
+#include "linefile.h"
 #include "qttestmain.h"
 
 namespace {
@@ -100,7 +101,7 @@ void TestConnectionFile::savingReplacesTheFile()
 {
     const HomeFiles home;
     const QString path = home.write("lab.con", QByteArray(1000, 'x'));
-    QVERIFY((cConnectionFile{"lab", "10.0.0.5", "50001"}.save(path)));
+    QVERIFY(saveFile(path, cConnectionFile{"lab", "10.0.0.5", "50001"}.text()));
     QCOMPARE(home.read("lab.con"), QByteArray("Connection descriptor:   lab\n"
                                               "Connection IP address:   10.0.0.5\n"
                                               "Connection port number:  50001\n"));
@@ -109,7 +110,7 @@ void TestConnectionFile::savingReplacesTheFile()
 void TestConnectionFile::savingWhereNoDirectoryIsFails()
 {
     const HomeFiles home;
-    QVERIFY((!cConnectionFile{"lab", "10.0.0.5", "50001"}.save(home.pathOf("missing/lab.con"))));
+    QVERIFY(!saveFile(home.pathOf("missing/lab.con"), "any"));
 }
 
 void TestConnectionFile::theRecordGetsAddressPortAndPath()

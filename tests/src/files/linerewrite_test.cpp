@@ -6,7 +6,6 @@
 #include "homefiles.h"
 #include "itemkind.h"
 #include "linefile.h"
-#include "linerewrite.h"
 #include "qttestmain.h"
 
 #include <QLineEdit>
@@ -87,7 +86,7 @@ void TestLineRewrite::theFileKeepsItsModeAndItsLink()
     const QString path = home.write("elsewhere", kPanel7);
     QCOMPARE(chmod(qPrintable(path), 0640), 0);
     QVERIFY(QFile::link(path, home.pathOf("Panel7.dev")));
-    QCOMPARE(linerewrite::rewrite(home.pathOf("Panel7.dev"), unchanged), linerewrite::REPLACED);
+    QCOMPARE(rewriteLines(home.pathOf("Panel7.dev"), unchanged), eRewrite::REPLACED);
     QVERIFY(QFileInfo(home.pathOf("Panel7.dev")).isSymLink());
     struct stat status = {};
     QCOMPARE(stat(qPrintable(path), &status), 0);
@@ -119,7 +118,7 @@ void TestLineRewrite::aCopyIsNeverTakenForTheFile()
 void TestLineRewrite::anEmptyFileStaysEmpty()
 {
     const HomeFiles home;
-    QCOMPARE(linerewrite::rewrite(home.write("Panel7.dev", ""), unchanged), linerewrite::REPLACED);
+    QCOMPARE(rewriteLines(home.write("Panel7.dev", ""), unchanged), eRewrite::REPLACED);
     QCOMPARE(home.read("Panel7.dev"), QByteArray());
     QCOMPARE(home.names(), QStringList("Panel7.dev"));
 }
@@ -129,10 +128,9 @@ void TestLineRewrite::aFileThatIsTooLongKeepsItsLines()
     const auto shortened = [](const QByteArray&) { return QByteArray(); };
     const HomeFiles home;
     const QByteArray longest(static_cast<int>(kMaxLineFileBytes), 'x');
-    QCOMPARE(linerewrite::rewrite(home.write("Panel7.dev", longest), shortened), linerewrite::REPLACED);
+    QCOMPARE(rewriteLines(home.write("Panel7.dev", longest), shortened), eRewrite::REPLACED);
     QCOMPARE(home.read("Panel7.dev"), QByteArray("\n"));
-    QCOMPARE(linerewrite::rewrite(home.write("Panel7.dev", longest + 'x'), shortened),
-             linerewrite::NOT_COPIED);
+    QCOMPARE(rewriteLines(home.write("Panel7.dev", longest + 'x'), shortened), eRewrite::NOT_COPIED);
     QVERIFY(home.read("Panel7.dev") == longest + 'x');
     QCOMPARE(home.names(), QStringList("Panel7.dev"));
 }
@@ -142,7 +140,7 @@ void TestLineRewrite::aFileThatWouldBecomeTooLongKeepsItsLines()
     const auto doubled = [](const QByteArray& line) { return line + line; };
     const HomeFiles home;
     const QByteArray longest(static_cast<int>(kMaxLineFileBytes), 'x');
-    QCOMPARE(linerewrite::rewrite(home.write("Panel7.dev", longest), doubled), linerewrite::NOT_COPIED);
+    QCOMPARE(rewriteLines(home.write("Panel7.dev", longest), doubled), eRewrite::NOT_COPIED);
     QVERIFY(home.read("Panel7.dev") == longest);
     QCOMPARE(home.names(), QStringList("Panel7.dev"));
 }
@@ -173,7 +171,7 @@ void TestLineRewrite::aRewriteThatBrokeOffCanBeRepeated()
 {
     QFETCH(int, fault);
     const int steps = stepsThatAllEndWell(fault, addSix, [](const HomeFiles& home) {
-        return linerewrite::rewrite(home.pathOf("Panel7.dev"), unchanged) == linerewrite::REPLACED &&
+        return rewriteLines(home.pathOf("Panel7.dev"), unchanged) == eRewrite::REPLACED &&
                isOldOrNew(home.read("Panel7.dev")) && !QFile::exists(home.pathOf("Panel7.dev.tmp"));
     });
     QCOMPARE(steps, 8);
@@ -183,13 +181,13 @@ void TestLineRewrite::aFullDiskIsAnOutcome_data()
 {
     QTest::addColumn<int>("step");
     QTest::addColumn<int>("outcome");
-    QTest::newRow("at opening the copy") << 0 << int(linerewrite::NOT_COPIED);
-    QTest::newRow("at writing the copy") << 1 << int(linerewrite::NOT_COPIED);
-    QTest::newRow("at opening the file") << 2 << int(linerewrite::READ_ONLY);
-    QTest::newRow("at opening the replacement") << 3 << int(linerewrite::NOT_REPLACED);
-    QTest::newRow("at writing the replacement") << 4 << int(linerewrite::NOT_REPLACED);
-    QTest::newRow("at synchronising the replacement") << 5 << int(linerewrite::NOT_REPLACED);
-    QTest::newRow("at renaming the replacement") << 6 << int(linerewrite::NOT_REPLACED);
+    QTest::newRow("at opening the copy") << 0 << int(eRewrite::NOT_COPIED);
+    QTest::newRow("at writing the copy") << 1 << int(eRewrite::NOT_COPIED);
+    QTest::newRow("at opening the file") << 2 << int(eRewrite::READ_ONLY);
+    QTest::newRow("at opening the replacement") << 3 << int(eRewrite::NOT_REPLACED);
+    QTest::newRow("at writing the replacement") << 4 << int(eRewrite::NOT_REPLACED);
+    QTest::newRow("at synchronising the replacement") << 5 << int(eRewrite::NOT_REPLACED);
+    QTest::newRow("at renaming the replacement") << 6 << int(eRewrite::NOT_REPLACED);
 }
 
 void TestLineRewrite::aFullDiskIsAnOutcome()
@@ -197,9 +195,9 @@ void TestLineRewrite::aFullDiskIsAnOutcome()
     QFETCH(int, step);
     const HomeFiles home;
     const QString path = home.write("Panel7.dev", kPanel7);
-    int outcome = linerewrite::REPLACED;
+    int outcome = int(eRewrite::REPLACED);
     QVERIFY(!failingdisk::doWith(failingdisk::FULL_DISK, step, [&path, &outcome] {
-        outcome = linerewrite::rewrite(path, [](const QByteArray&) { return QByteArray("new"); });
+        outcome = int(rewriteLines(path, [](const QByteArray&) { return QByteArray("new"); }));
     }));
     QTEST(outcome, "outcome");
     QCOMPARE(home.read("Panel7.dev"), kPanel7);
@@ -241,7 +239,7 @@ void TestLineRewrite::savingADeviceIsAllOrNothing()
     QFETCH(int, fault);
     const QByteArray replacement = otherPanel().text();
     const int steps = stepsThatAllEndWell(
-        fault, [](const QString& path) { otherPanel().save(path); },
+        fault, [](const QString& path) { saveFile(path, otherPanel().text()); },
         [&replacement](const HomeFiles& home) {
             const QByteArray content = home.read("Panel7.dev");
             return content == kPanel7 || content == replacement;
