@@ -3,71 +3,30 @@
 #include "paths.h"
 
 #include <CLI/CLI.hpp>
+#include <QRegularExpression>
 #include <algorithm>
-#include <array>
 #include <ostream>
-#include <string_view>
 #include <vector>
 
 namespace {
 
-const char kProgram[] = "zulbench";
-
-constexpr std::array<std::string_view, 14> kQtOptionsWithValue{"platform",
-                                                               "platformpluginpath",
-                                                               "platformtheme",
-                                                               "plugin",
-                                                               "qwindowgeometry",
-                                                               "geometry",
-                                                               "display",
-                                                               "title",
-                                                               "icon",
-                                                               "session",
-                                                               "style",
-                                                               "stylesheet",
-                                                               "qwindowtitle",
-                                                               "qwindowicon"};
-constexpr std::array<std::string_view, 2> kQtOptionsWithJoinedValue{"style=", "stylesheet="};
-constexpr std::array<std::string_view, 2> kQtSwitches{"reverse", "widgetcount"};
-
-template <class Names>
-bool contains(const Names& names, std::string_view name)
-{
-    return std::find(names.begin(), names.end(), name) != names.end();
-}
-
-/// Returns the text behind one or two dashes; empty if there is no dash.
-std::string_view optionName(std::string_view argument)
-{
-    for (const std::string_view dashes : {"--", "-"}) {
-        if (argument.substr(0, dashes.size()) == dashes) {
-            return argument.substr(dashes.size());
-        }
-    }
-    return {};
-}
-
-bool isQtSwitch(std::string_view name)
-{
-    const auto begins = [name](std::string_view prefix) { return name.substr(0, prefix.size()) == prefix; };
-    return contains(kQtSwitches, name) ||
-           std::any_of(kQtOptionsWithJoinedValue.begin(), kQtOptionsWithJoinedValue.end(), begins);
-}
-
 /// Returns the arguments that are not Qt's, in reverse order as CLI11 takes them.
 std::vector<std::string> ownArguments(int argc, const char* const* argv, bool& platformNamed)
 {
+    const QRegularExpression withValue("^--?(platform(pluginpath|theme)?|plugin|display|session|"
+                                       "style(sheet)?|(qwindow)?(geometry|title|icon))\\z");
+    const QRegularExpression withoutValue("^--?(reverse\\z|widgetcount\\z|style(sheet)?=)");
     std::vector<std::string> own;
     for (int i = 1; i < argc; ++i) {
-        const std::string_view name = optionName(argv[i]);
-        if (contains(kQtOptionsWithValue, name)) {
+        const QString argument = QString::fromLatin1(argv[i]);
+        if (withValue.match(argument).hasMatch()) {
             ++i;
-            platformNamed = platformNamed || (name == "platform" && i < argc);
-        } else if (!isQtSwitch(name)) {
+            platformNamed = platformNamed || (argument.endsWith("-platform") && i < argc);
+        } else if (!withoutValue.match(argument).hasMatch()) {
             own.emplace_back(argv[i]);
         }
     }
-    std::reverse(own.begin(), own.end());
+    std::ranges::reverse(own);
     return own;
 }
 
@@ -78,24 +37,26 @@ void describe(CLI::App& app, const std::string& version, cOptions& options, std:
                          "Print the version, the commit and the libraries' versions, and end");
     app.add_option("FILE", files, "Load this device (.dev) or connection (.con), or run this script (.js)")
         ->type_name("");
-    app.add_option("--device", options.deviceFile, "Load this device file")->type_name("FILE");
-    app.add_option("--connection", options.connectionFile, "Take the server's address from this file")
-        ->type_name("FILE");
+    const auto addFile = [&app](const char* name, auto& target, const char* description) {
+        return app.add_option(name, target, description)->type_name("FILE");
+    };
+    addFile("--device", options.deviceFile, "Load this device file");
+    addFile("--connection", options.connectionFile, "Take the server's address from this file");
     app.add_flag("--connect", options.connect, "Connect to the server");
-    app.add_option("--script", options.scripts,
-                   "Run this JavaScript file; may be given again, needs a device")
-        ->type_name("FILE")
+    addFile("--script", options.scripts, "Run this JavaScript file; may be given again, needs a device")
         ->expected(1)
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    app.add_option("--log-config", options.logConfig, "Log as this log4cpp property file says")
-        ->type_name("FILE");
-    app.add_option("--capture", options.captureFile, "Record what crosses the link in this file (pcapng)")
-        ->type_name("FILE");
+    addFile("--log-config", options.logConfig, "Log as this log4cpp property file says");
+    addFile("--capture", options.captureFile, "Record what crosses the link in this file (pcapng)");
     app.add_flag("--headless", options.headless, "Run without a display");
     app.footer("The device is loaded first, then the connection file, then the device connects, and\n"
                "the scripts start last.\n"
                "Qt's own options, such as -platform and -style, are understood as well.");
+    app.failure_message([](const CLI::App* program, const CLI::Error& mistake) {
+        const std::string name = program->get_name();
+        return name + ": " + mistake.what() + " (see " + name + " --help)\n";
+    });
 }
 
 void takeOnce(std::optional<std::string>& taken, const std::string& file)
@@ -130,31 +91,20 @@ void takeFiles(const std::vector<std::string>& files, cOptions& options)
     }
 }
 
-int report(const CLI::App& app, const CLI::ParseError& outcome, std::ostream& out, std::ostream& error)
-{
-    if (outcome.get_exit_code() != 0) {
-        error << kProgram << ": " << outcome.what() << " (see " << kProgram << " --help)\n";
-        return 1;
-    }
-    const bool help = dynamic_cast<const CLI::CallForHelp*>(&outcome) != nullptr;
-    out << (help ? app.help() : std::string(outcome.what()) + '\n');
-    return 0;
-}
-
 } // namespace
 
 cParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version, std::ostream& out,
                             std::ostream& error)
 {
     cParsedOptions parsed;
-    CLI::App app("Simulates one field device toward a site-monitoring server.", kProgram);
+    CLI::App app("Simulates one field device toward a site-monitoring server.", "zulbench");
     std::vector<std::string> files;
     describe(app, version, parsed.options, files);
     try {
         app.parse(ownArguments(argc, argv, parsed.options.platformNamed));
         takeFiles(files, parsed.options);
     } catch (const CLI::ParseError& outcome) {
-        parsed.exitStatus = report(app, outcome, out, error);
+        parsed.exitStatus = app.exit(outcome, out, error) == 0 ? 0 : 1;
     }
     return parsed;
 }

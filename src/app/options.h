@@ -27,7 +27,6 @@ struct cParsedOptions
 };
 
 /// Parses a command line before the QApplication exists, for which it leaves Qt's own options. Writes help
-/// and
-/// @p version to @p out, with status 0, and wrong usage as one line to @p error, with status 1.
+/// and @p version to @p out, with status 0, and wrong usage as one line to @p error, with status 1.
 cParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version, std::ostream& out,
                             std::ostream& error);
