@@ -8,16 +8,19 @@
 #include <cstring>
 #include <iostream>
 
-namespace {
-
-void useOffscreenPlatform()
+bool displayplatform::prepare(const cOptions& options)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    // A desktop's theme may open the display by itself, and end the program if there is none.
-    qunsetenv("QT_QPA_PLATFORMTHEME");
+    if (options.headless) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        // A desktop's theme may open the display by itself, and end the program if there is none.
+        qunsetenv("QT_QPA_PLATFORMTHEME");
+        return true;
+    }
+    return options.platformNamed || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") ||
+           !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
-void endOnFailure(QtMsgType type, const QMessageLogContext& context, const QString& message)
+void displayplatform::endOnFailure(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
     if (type == QtFatalMsg) {
         std::cerr << "zulbench: the display could not be opened; use --headless to run without one"
@@ -28,20 +31,4 @@ void endOnFailure(QtMsgType type, const QMessageLogContext& context, const QStri
     if (context.category == nullptr || std::strncmp(context.category, "qt.qpa.", 7) != 0) {
         std::cerr << qPrintable(qFormatLogMessage(type, context, message)) << std::endl;
     }
-}
-
-} // namespace
-
-displayplatform::FailureHandler::FailureHandler() : mFormer(qInstallMessageHandler(endOnFailure)) {}
-
-displayplatform::FailureHandler::~FailureHandler() { qInstallMessageHandler(mFormer); }
-
-bool displayplatform::prepare(const cOptions& options)
-{
-    if (options.headless) {
-        useOffscreenPlatform();
-        return true;
-    }
-    return options.platformNamed || !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") ||
-           !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
 
 struct cOptions;
 
@@ -11,18 +11,9 @@ namespace displayplatform {
 /// which Qt would end the program.
 bool prepare(const cOptions& options);
 
-/// During its lifetime, if Qt's platform cannot start (no server answers at DISPLAY, for instance), the
-/// program ends with one sentence on standard error and status 1. Qt alone would abort.
-class FailureHandler
-{
-public:
-    FailureHandler();
-    ~FailureHandler();
-    FailureHandler(const FailureHandler&) = delete;
-    FailureHandler& operator=(const FailureHandler&) = delete;
-
-private:
-    const QtMessageHandler mFormer;
-};
+/// The message handler while the QApplication is constructed. If Qt's platform cannot start (no server
+/// answers at DISPLAY, for instance), it ends the program with one sentence on standard error and status 1;
+/// Qt alone would abort.
+void endOnFailure(QtMsgType type, const QMessageLogContext& context, const QString& message);
 
 } // namespace displayplatform

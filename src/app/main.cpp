@@ -125,38 +125,31 @@ QIcon icon()
     return icon;
 }
 
-/// Ends with @p status, even if a script hangs where nothing can end it: its thread must not outlive what it
-/// uses.
-int leave(MainWindow& window, int status)
-{
-    if (!window.shutDown()) {
-        std::cout.flush();
-        std::_Exit(status);
-    }
-    return status;
-}
-
 int run(const cOptions& options)
 {
     const cLanguage language(cLanguage::wantedByUser());
     tracelog::traceStart(version(), language.code());
-    const cSignalWatcher signalWatcher;
     bool toldToEnd = false;
-    QObject::connect(&signalWatcher, &cSignalWatcher::arrived, [&toldToEnd] {
+    const cSignalWatcher signalWatcher([&toldToEnd](int) {
         toldToEnd = true;
         QApplication::quit();
     });
     MainWindow window;
     const QString problem = carryOut(options, window);
-    if (toldToEnd) {
-        return leave(window, 0);
+    int status = 0;
+    if (!toldToEnd && !problem.isEmpty()) {
+        status = fail(problem);
+    } else if (!toldToEnd) {
+        fitToScreen(window);
+        window.show();
+        status = QApplication::exec();
     }
-    if (!problem.isEmpty()) {
-        return leave(window, fail(problem));
+    if (!window.shutDown()) {
+        // A script hangs where nothing can end it; its thread must not outlive what it uses.
+        std::cout.flush();
+        std::_Exit(status);
     }
-    fitToScreen(window);
-    window.show();
-    return leave(window, QApplication::exec());
+    return status;
 }
 
 } // namespace
@@ -173,9 +166,9 @@ int main(int argc, char** argv)
     cSignalWatcher::block();
     // The reader of the trace may go away; the device stays.
     std::signal(SIGPIPE, SIG_IGN);
-    std::optional<displayplatform::FailureHandler> failureHandler(std::in_place);
+    const QtMessageHandler formerHandler = qInstallMessageHandler(displayplatform::endOnFailure);
     QApplication application(argc, argv);
-    failureHandler.reset();
+    qInstallMessageHandler(formerHandler);
     // Qt has set the user's locale; numbers in files, in the log and in scripts keep their point.
     std::setlocale(LC_NUMERIC, "C");
     if (!parsed.options.headless && QApplication::windowIcon().isNull()) {

@@ -1,60 +1,49 @@
 #include "signalwatcher.h"
 
-#include <QSocketNotifier>
 #include <csignal>
 #include <sys/signalfd.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
-sigset_t watchedSignals()
+const sigset_t& watchedSignals()
 {
-    sigset_t signalSet;
-    sigemptyset(&signalSet);
-    sigaddset(&signalSet, SIGINT);
-    sigaddset(&signalSet, SIGTERM);
+    static const sigset_t signalSet = [] {
+        sigset_t watched;
+        sigemptyset(&watched);
+        sigaddset(&watched, SIGINT);
+        sigaddset(&watched, SIGTERM);
+        return watched;
+    }();
     return signalSet;
-}
-
-void mask(int how)
-{
-    const sigset_t signalSet = watchedSignals();
-    pthread_sigmask(how, &signalSet, nullptr);
-}
-
-int openDescriptor()
-{
-    const sigset_t signalSet = watchedSignals();
-    return signalfd(-1, &signalSet, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
 } // namespace
 
-void cSignalWatcher::block() { mask(SIG_BLOCK); }
+void cSignalWatcher::block() { pthread_sigmask(SIG_BLOCK, &watchedSignals(), nullptr); }
 
-cSignalWatcher::cSignalWatcher(QObject* parent) : QObject(parent), mDescriptor(openDescriptor())
+cSignalWatcher::cSignalWatcher(std::function<void(int)> arrived)
+    : mArrived(std::move(arrived)),
+      mDescriptor(signalfd(-1, &watchedSignals(), SFD_CLOEXEC | SFD_NONBLOCK)),
+      mNotifier(mDescriptor, QSocketNotifier::Read)
 {
     if (mDescriptor < 0) {
-        mask(SIG_UNBLOCK);
-        return;
+        pthread_sigmask(SIG_UNBLOCK, &watchedSignals(), nullptr);
     }
-    mNotifier = new QSocketNotifier(mDescriptor, QSocketNotifier::Read, this);
-    connect(mNotifier, &QSocketNotifier::activated, this, &cSignalWatcher::readSignal);
+    QObject::connect(&mNotifier, &QSocketNotifier::activated, [this] { readSignal(); });
 }
 
 cSignalWatcher::~cSignalWatcher()
 {
-    // Before the descriptor that it watches.
-    delete mNotifier;
-    if (mDescriptor >= 0) {
-        close(mDescriptor);
-    }
+    mNotifier.setEnabled(false);
+    close(mDescriptor);
 }
 
-void cSignalWatcher::readSignal()
+void cSignalWatcher::readSignal() const
 {
     signalfd_siginfo info{};
     if (read(mDescriptor, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
-        emit arrived(static_cast<int>(info.ssi_signo));
+        mArrived(static_cast<int>(info.ssi_signo));
     }
 }

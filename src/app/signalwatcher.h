@@ -1,30 +1,27 @@
 #pragma once
 
-#include <QObject>
+#include <QSocketNotifier>
+#include <functional>
 
-class QSocketNotifier;
-
-/// Turns SIGINT and SIGTERM into a signal of the event loop.
-class cSignalWatcher : public QObject
+/// Turns SIGINT and SIGTERM into calls from the event loop.
+class cSignalWatcher
 {
-    Q_OBJECT
-
 public:
     /// Blocks both signals in this thread and in every thread that it starts later. Call it before the first
     /// thread starts; a signal that comes before the watcher exists is kept for it.
     static void block();
 
-    /// Needs a QCoreApplication. If no descriptor is free, the signals end the process as usual.
-    explicit cSignalWatcher(QObject* parent = nullptr);
-    ~cSignalWatcher() override;
-
-signals:
-    /// Emitted once for each signal that arrived.
-    void arrived(int signalNumber);
+    /// Calls @p arrived with the number of each signal. Needs a QCoreApplication. If no descriptor is free,
+    /// the signals end the process as usual.
+    explicit cSignalWatcher(std::function<void(int signalNumber)> arrived);
+    ~cSignalWatcher();
+    cSignalWatcher(const cSignalWatcher&) = delete;
+    cSignalWatcher& operator=(const cSignalWatcher&) = delete;
 
 private:
-    void readSignal();
+    void readSignal() const;
 
-    int mDescriptor;
-    QSocketNotifier* mNotifier = nullptr;
+    const std::function<void(int)> mArrived;
+    const int mDescriptor;
+    QSocketNotifier mNotifier;
 };
