@@ -19,9 +19,8 @@ bool isUntranslated(const QString& wanted)
 QString localeOfTexts()
 {
     for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        const QByteArray value = qgetenv(variable);
-        if (!value.isEmpty()) {
-            return QString::fromLocal8Bit(value);
+        if (const QString value = qEnvironmentVariable(variable); !value.isEmpty()) {
+            return value;
         }
     }
     return {};
@@ -42,7 +41,7 @@ cLanguage::cLanguage(const QStringList& wanted)
 QStringList cLanguage::wantedByUser()
 {
     const QString locale = localeOfTexts();
-    const QString list = QString::fromLocal8Bit(qgetenv("LANGUAGE"));
+    const QString list = qEnvironmentVariable("LANGUAGE");
     // In the locale C the list is ignored.
     if (QLocale(locale).language() == QLocale::C) {
         return {};

@@ -49,7 +49,9 @@ void traceDevice(const QString& path, const cDeviceFile& values)
 
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui::MainWindow)
 {
-    createConfigurationDirectory();
+    const QString directory = paths::configurationDirectory();
+    qDebug().noquote().nospace() << "Config Dir is: " << directory;
+    QDir(directory).mkpath(QStringLiteral("."));
     ui->setupUi(this);
     new cRepaintThrottle(this);
     new cFileDrop(
@@ -71,25 +73,11 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui::MainWi
 
 MainWindow::~MainWindow()
 {
-    for (const QPointer<QDialog>& dialog : mDialogs) {
-        delete dialog;
-    }
+    qDeleteAll(mDialogs);
     shutDown();
     delete mConfig;
     delete ui;
 }
-
-void MainWindow::createConfigurationDirectory()
-{
-    const QString path = paths::configurationDirectory();
-    qDebug().noquote().nospace() << "Config Dir is: " << path;
-    const QDir directory(path);
-    if (!directory.exists()) {
-        directory.mkpath(QStringLiteral("."));
-    }
-}
-
-void MainWindow::setupStatusBar() {}
 
 void MainWindow::setDeviceEntriesEnabled(bool enabled)
 {
@@ -99,17 +87,18 @@ void MainWindow::setDeviceEntriesEnabled(bool enabled)
     ui->actionSelect_Script_to_Run->setEnabled(enabled);
 }
 
-const cConfig& MainWindow::config() const { return *mConfig; }
-
-cDevice* MainWindow::device() const { return mDevice; }
-
 void MainWindow::updateConfig(cConfig* config, int code)
 {
     if (code == cConfig::DEVICE_FILE_UPDATE) {
         setDeviceFile(config->getZULCurrentFile());
         loadDevice();
     } else if (code == cConfig::CONNECTION_UPDATE) {
-        takeConnection(*config);
+        if (mConfig->getZULConnectionFile() == cConfig::kUnset && mConfig->getZULIP() == cConfig::kUnset &&
+            mConfig->getZULPort() == cConfig::kUnset) {
+            ui->actionEdit_Connection_Configuration->setEnabled(true);
+        }
+        cConnectionFile{{}, config->getZULIP(), config->getZULPort()}.fill(*mConfig,
+                                                                           config->getZULConnectionFile());
     }
 }
 
@@ -119,17 +108,6 @@ void MainWindow::setDeviceFile(const QString& path)
         setDeviceEntriesEnabled(true);
     }
     mConfig->setZULCurrentFile(path);
-}
-
-void MainWindow::takeConnection(const cConfig& config)
-{
-    if (mConfig->getZULConnectionFile() == cConfig::kUnset && mConfig->getZULIP() == cConfig::kUnset &&
-        mConfig->getZULPort() == cConfig::kUnset) {
-        ui->actionEdit_Connection_Configuration->setEnabled(true);
-    }
-    mConfig->setZULIP(config.getZULIP());
-    mConfig->setZULPort(config.getZULPort());
-    mConfig->setZULConnectionFile(config.getZULConnectionFile());
 }
 
 void MainWindow::loadDevice()
@@ -184,9 +162,11 @@ void MainWindow::openAll(QStringList paths)
     }
 }
 
-QString MainWindow::chooseFile(const QString& directory, const QString& filter)
+void MainWindow::chooseFile(const QString& directory, const QString& filter, Opener opener)
 {
-    return QFileDialog::getOpenFileName(this, tr("Open File"), directory, filter);
+    if (!(this->*opener)(QFileDialog::getOpenFileName(this, tr("Open File"), directory, filter))) {
+        reportUnreadableFile();
+    }
 }
 
 void MainWindow::reportUnreadableFile()
@@ -205,27 +185,26 @@ bool MainWindow::openDeviceFile(const QString& path)
     return true;
 }
 
-void MainWindow::on_actionCreate_triggered() { showDialog(createReportingDialog<createdialog>()); }
+void MainWindow::on_actionCreate_triggered() { createDialog<createdialog>()->show(); }
 
 void MainWindow::on_actionLoad_triggered()
 {
     qDebug("Load has been clicked");
-    if (!openDeviceFile(chooseFile(paths::configurationPrefix(), QStringLiteral("Device File (*.dev)")))) {
-        reportUnreadableFile();
-    }
+    chooseFile(paths::configurationPrefix(), QStringLiteral("Device File (*.dev)"),
+               &MainWindow::openDeviceFile);
 }
 
 void MainWindow::on_actionEdit_Device_Configuration_triggered()
 {
-    auto* dialog = createReportingDialog<configPropertiesDialog>();
+    auto* dialog = createDialog<configPropertiesDialog>();
     connect(this, &MainWindow::transferFileName, dialog, &configPropertiesDialog::receiveFileName);
     emit transferFileName(mConfig->getZULCurrentFile());
-    showDialog(dialog);
+    dialog->show();
 }
 
 void MainWindow::on_actionCreate_new_connection_configuration_triggered()
 {
-    showDialog(createReportingDialog<createConnectionDialog>());
+    createDialog<createConnectionDialog>()->show();
 }
 
 bool MainWindow::openConnectionFile(const QString& path)
@@ -248,19 +227,17 @@ bool MainWindow::openConnectionFile(const QString& path)
 void MainWindow::on_actionLoad_existing_connection_configuration_triggered()
 {
     qDebug("Load connection has been clicked");
-    if (!openConnectionFile(
-            chooseFile(paths::configurationPrefix(), QStringLiteral("Connection File (*.con)")))) {
-        reportUnreadableFile();
-    }
+    chooseFile(paths::configurationPrefix(), QStringLiteral("Connection File (*.con)"),
+               &MainWindow::openConnectionFile);
 }
 
 void MainWindow::on_actionEdit_Connection_Configuration_triggered()
 {
-    auto* dialog = createReportingDialog<ConnectionDialog>();
+    auto* dialog = createDialog<ConnectionDialog>();
     connect(this, &MainWindow::transferConnectionFileName, dialog,
             &ConnectionDialog::receiveConnectionFileName);
     emit transferConnectionFileName(mConfig->getZULConnectionFile());
-    showDialog(dialog);
+    dialog->show();
 }
 
 std::optional<MainWindow::cRefusal> MainWindow::connectionRefusal() const
@@ -293,8 +270,6 @@ std::optional<MainWindow::cRefusal> MainWindow::connectToServer()
     return refusal;
 }
 
-void MainWindow::on_actionConnect_changed() {}
-
 void MainWindow::on_actionConnect_triggered()
 {
     if (const std::optional<cRefusal> refusal = connectToServer()) {
@@ -319,11 +294,8 @@ bool MainWindow::runScript(const QString& path)
 
 void MainWindow::on_actionSelect_Script_to_Run_triggered()
 {
-    const QString path =
-        chooseFile(QStringLiteral("/home/user/zulbench/"), QStringLiteral("JavaScript File (*.js)"));
-    if (!runScript(path)) {
-        reportUnreadableFile();
-    }
+    chooseFile(QStringLiteral("/home/user/zulbench/"), QStringLiteral("JavaScript File (*.js)"),
+               &MainWindow::runScript);
 }
 
 void MainWindow::on_actionAdd_Digital_Input_triggered() { openItemsDialog<addItemsDialog>(1); }
@@ -346,30 +318,25 @@ bool MainWindow::shutDown()
 }
 
 template <class Dialog>
-Dialog* MainWindow::createReportingDialog()
+Dialog* MainWindow::createDialog()
 {
     auto* dialog = new Dialog;
     connect(dialog, &Dialog::configUpdated, this, &MainWindow::updateConfig);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    std::erase(mDialogs, nullptr);
+    mDialogs.emplace_back(dialog);
     return dialog;
 }
 
 template <class Dialog>
 void MainWindow::openItemsDialog(int instructionType)
 {
-    auto* dialog = createReportingDialog<Dialog>();
+    auto* dialog = createDialog<Dialog>();
     const auto connection =
         connect(this, &MainWindow::transferInstruction, dialog, &Dialog::receiveInstruction);
     emit transferInstruction(instructionType, mConfig->getZULCurrentFile());
     // The instructions to come are for other dialogs.
     disconnect(connection);
-    showDialog(dialog);
-}
-
-void MainWindow::showDialog(QDialog* dialog)
-{
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    std::erase(mDialogs, nullptr);
-    mDialogs.emplace_back(dialog);
     dialog->show();
 }
 

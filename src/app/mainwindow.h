@@ -68,10 +68,10 @@ public:
     bool shutDown();
 
     /// The record in use; it lives as long as the window.
-    const cConfig& config() const;
+    const cConfig& config() const { return *mConfig; }
 
     /// The panel in use, never null; the next load replaces it.
-    cDevice* device() const;
+    cDevice* device() const { return mDevice; }
 
 signals:
     void transferFileName(QString fileName);
@@ -92,7 +92,7 @@ private slots:
     void on_actionCreate_new_connection_configuration_triggered();
     void on_actionLoad_existing_connection_configuration_triggered();
     void on_actionEdit_Connection_Configuration_triggered();
-    void on_actionConnect_changed();
+    void on_actionConnect_changed() {}
     void on_actionConnect_triggered();
     void on_actionSelect_Script_to_Run_triggered();
     void on_actionAdd_Digital_Input_triggered();
@@ -111,24 +111,23 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    void createConfigurationDirectory();
     /// Does nothing, and nothing calls it: the status bar stays empty.
-    void setupStatusBar();
+    void setupStatusBar() {}
     void setDeviceEntriesEnabled(bool enabled);
     void setDeviceFile(const QString& path);
-    void takeConnection(const cConfig& config);
     void loadDevice();
     void showDevice(const cDeviceFile& values);
     bool canOpen(const QString& path) const;
     bool open(const QString& path);
     void openAll(QStringList paths);
-    QString chooseFile(const QString& directory, const QString& filter);
+    using Opener = bool (MainWindow::*)(const QString& path);
+    /// Asks for a file, passes its path to @p opener, empty if there is none, and reports a failure.
+    void chooseFile(const QString& directory, const QString& filter, Opener opener);
     void reportUnreadableFile();
     template <class Dialog>
-    Dialog* createReportingDialog();
+    Dialog* createDialog();
     template <class Dialog>
     void openItemsDialog(int instructionType);
-    void showDialog(QDialog* dialog);
 
     Ui::MainWindow* ui;
     cDevice* mDevice;
