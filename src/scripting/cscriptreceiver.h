@@ -30,18 +30,10 @@ public:
     Q_INVOKABLE int getDiscreteOutputCount();
     Q_INVOKABLE int getAnalogInputCount();
     Q_INVOKABLE int getAnalogOutputCount();
-
-    /// 1 if the input is set, else 0.
-    Q_INVOKABLE int getDigitalInputValue(int port);
-
-    /// 0 to 100.
-    Q_INVOKABLE int getAnalogInputValue(int port);
-
-    /// 0 if the output is clear, else 1.
-    Q_INVOKABLE int getDigitalOutputValue(int port);
-
-    /// 0 to 100.
-    Q_INVOKABLE int getAnalogOutputValue(int port);
+    Q_INVOKABLE int getDigitalInputValue(int port);  ///< 1 if the input is set, else 0
+    Q_INVOKABLE int getAnalogInputValue(int port);   ///< 0 to 100
+    Q_INVOKABLE int getDigitalOutputValue(int port); ///< 0 if the output is clear, else 1
+    Q_INVOKABLE int getAnalogOutputValue(int port);  ///< 0 to 100
 
 public slots:
     // Post a call of the device's slot of the same name, in one order with all calls of the script.

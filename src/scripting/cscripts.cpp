@@ -11,14 +11,17 @@ constexpr int kStopTimeoutMs = 1500;
 
 } // namespace
 
-cScripts::cScripts() = default;
-
 cScripts::~cScripts() { stop(); }
 
 bool cScripts::start(std::unique_ptr<scriptWorker> worker)
 {
     const Run run{new QThread, worker.get(), worker->stopSource(), std::make_shared<Life>()};
-    QObject::connect(run.thread, &QThread::started, [life = run.life] { announceLife(life); });
+    QObject::connect(run.thread, &QThread::started, [life = run.life] {
+        // Destroyed with all else that the thread holds.
+        thread_local const std::shared_ptr<void> atThreadEnd(nullptr,
+                                                             [life](void*) { life->ended.count_down(); });
+        life->begun.count_down();
+    });
     run.worker->moveToThread(run.thread);
     QObject::connect(run.thread, SIGNAL(started()), run.worker, SLOT(processScript()));
     QObject::connect(run.worker, SIGNAL(finished()), run.thread, SLOT(quit()));
@@ -34,14 +37,6 @@ bool cScripts::start(std::unique_ptr<scriptWorker> worker)
     run.life->begun.wait();
     mRuns.push_back(run);
     return true;
-}
-
-/// Called on the thread itself.
-void cScripts::announceLife(const std::shared_ptr<Life>& life)
-{
-    thread_local const std::shared_ptr<void> atThreadEnd(nullptr,
-                                                         [life](void*) { life->ended.count_down(); });
-    life->begun.count_down();
 }
 
 bool cScripts::stop()

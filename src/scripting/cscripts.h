@@ -15,7 +15,7 @@ class scriptWorker;
 class cScripts
 {
 public:
-    cScripts();
+    cScripts() = default;
     /// Stops the scripts that still run.
     ~cScripts();
 
@@ -46,8 +46,6 @@ private:
         std::stop_source stopSource;
         std::shared_ptr<Life> life;
     };
-
-    static void announceLife(const std::shared_ptr<Life>& life);
 
     std::vector<Run> mRuns;
 };

@@ -16,17 +16,12 @@
 #include "readfile.h"
 #include "tracelog.h"
 
-/// A static library's resources are linked and registered only if a symbol of them is used. The macro does
+/// A static library's resources are linked and registered only if a symbol of them is used. The macros do
 /// not work within a namespace.
-static bool registerSampleScript()
-{
-    Q_INIT_RESOURCE(scripts);
-    return true;
-}
+static void registerSampleScript() { Q_INIT_RESOURCE(scripts); }
+Q_CONSTRUCTOR_FUNCTION(registerSampleScript)
 
 namespace {
-
-const bool kSampleScriptRegistered = registerSampleScript();
 
 /// How often a running script handles its thread's events. The engine counts loops and not time, so a loop
 /// that becomes slow handles them late: a short interval keeps that within bounds.
@@ -36,14 +31,6 @@ constexpr int kStopCheckIntervalMs = 20;
 
 /// The clock's range is finite.
 constexpr double kMaxSleepMs = 1e12;
-
-/// Runs one empty script. The first engine of a process creates, without a lock, what all engines share: two
-/// first ones at a time would free each other's.
-bool prepareEngines()
-{
-    QScriptEngine().evaluate(QString());
-    return true;
-}
 
 /// Returns the list number that a script means by @p number; 0, which is none, if that is not whole.
 int wholeNumber(double number)
@@ -100,7 +87,9 @@ void scriptWorker::processScript()
 
 void scriptWorker::evaluate(const QString& program, const QString& name, cScriptReceiver& receiver)
 {
-    [[maybe_unused]] static const bool prepared = prepareEngines();
+    // The first engine of a process creates, without a lock, what all engines share: two first ones at a time
+    // would free each other's.
+    [[maybe_unused]] static const bool prepared = QScriptEngine().evaluate(QString()).isValid();
     QScriptEngine engine;
     show(&engine, "sender", this);
     show(&engine, "receiver", &receiver);
