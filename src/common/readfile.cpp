@@ -47,8 +47,8 @@ std::optional<QByteArray> readFile(const QString& path, qint64 maxBytes)
         if (!ready && !waitUntilReadable(fd)) {
             return std::nullopt;
         }
-        const ssize_t count = ::read(
-            fd, block.data(), std::min<size_t>(block.size(), static_cast<size_t>(maxBytes - bytes.size())));
+        const qint64 room = std::min<qint64>(block.size(), maxBytes - bytes.size());
+        const ssize_t count = ::read(fd, block.data(), static_cast<size_t>(room));
         if (count == 0) {
             break;
         }

@@ -16,9 +16,6 @@ Q_LOGGING_CATEGORY(scripts, "zulbench.scripts", QtWarningMsg)
 
 void traceStart(const std::string& version, const QString& language)
 {
-    if (!start().isInfoEnabled()) {
-        return;
-    }
     for (const QString& line : QString::fromStdString(version).split('\n')) {
         qCInfo(start, "%s", qPrintable(line));
     }

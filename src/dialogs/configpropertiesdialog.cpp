@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTextStream>
 
 namespace {
@@ -33,17 +34,6 @@ const Field* fieldOf(const QString& line)
     return nullptr;
 }
 
-/// Returns what follows the first colon and the blanks after it. Unlike lineValue() it keeps other spaces,
-/// because a label that loses them is a changed label.
-QString withoutPadding(const QString& line)
-{
-    int begin = line.indexOf(QLatin1Char(':')) + 1;
-    while (begin < line.size() && line.at(begin) == QLatin1Char(' ')) {
-        ++begin;
-    }
-    return line.mid(begin);
-}
-
 } // namespace
 
 configPropertiesDialog::configPropertiesDialog()
@@ -64,18 +54,10 @@ void configPropertiesDialog::receiveFileName(const QString& name)
             QLineEdit* edit = ui.*field->edit;
             edit->setText(lineValue(line));
             if (edit == ui.labelEdit) {
-                previousFileName = withoutPadding(line);
+                // With the spaces that lineValue() removes: a label that loses them is a changed label.
+                previousFileName = line.remove(QRegularExpression("^[^:]*: *"));
             }
         }
-    }
-}
-
-void configPropertiesDialog::renameAfterLabel() const
-{
-    const QString label = ui.labelEdit->text();
-    if (label != previousFileName) {
-        QFile::rename(fileName,
-                      QFileInfo(fileName).path() + QLatin1Char('/') + label + QStringLiteral(".dev"));
     }
 }
 
@@ -89,8 +71,9 @@ void configPropertiesDialog::on_confirmButton_clicked()
         reportDeviceFile(*this, fileName);
     }
     // After the report, because the device is loaded from the old path. Old lines keep the old name.
-    if (outcome == eRewrite::REPLACED || outcome == eRewrite::READ_ONLY) {
-        renameAfterLabel();
+    const bool mayRename = outcome == eRewrite::REPLACED || outcome == eRewrite::READ_ONLY;
+    if (const QString label = ui.labelEdit->text(); mayRename && label != previousFileName) {
+        QFile::rename(fileName, QFileInfo(fileName).path() + '/' + label + ".dev");
     }
     close();
 }

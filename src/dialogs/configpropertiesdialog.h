@@ -24,8 +24,6 @@ private slots:
     void on_confirmButton_clicked();
 
 private:
-    void renameAfterLabel() const;
-
     Ui::configPropertiesDialog ui;
     QString fileName;
     QString previousFileName; ///< the label in the file

@@ -54,6 +54,3 @@ bool cDeviceFile::hasTooManyItems() const
 {
     return uint64_t{digitalInputs} + digitalOutputs + analogInputs + analogOutputs + scanners > kMaxItems;
 }
-
-uint32_t cDeviceFile::versionNumber() const { return version.toUInt(); }
-uint32_t cDeviceFile::serialNumber() const { return serial.toUInt(); }

@@ -35,6 +35,6 @@ struct cDeviceFile
     bool hasTooManyItems() const;
 
     // The decimal number that the text is, or 0 if it is none or does not fit 32 bits.
-    uint32_t versionNumber() const;
-    uint32_t serialNumber() const;
+    uint32_t versionNumber() const { return version.toUInt(); }
+    uint32_t serialNumber() const { return serial.toUInt(); }
 };

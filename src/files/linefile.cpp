@@ -44,14 +44,6 @@ bool replaceFile(const QString& path, const QByteArray& content)
     return file.write({content.constData(), static_cast<size_t>(content.size())}).isOk();
 }
 
-eRewrite replaceIfWritable(const QString& path, const QByteArray& content)
-{
-    if (!QFile(path).open(QIODevice::ReadWrite)) {
-        return eRewrite::READ_ONLY;
-    }
-    return replaceFile(path, content) ? eRewrite::REPLACED : eRewrite::NOT_REPLACED;
-}
-
 } // namespace
 
 std::optional<QByteArray> readLineFile(const QString& path) { return readFile(path, kMaxLineFileBytes); }
@@ -80,7 +72,10 @@ eRewrite rewriteLines(const QString& path, const std::function<QByteArray(const 
         !writeCopy(copy, result)) {
         return eRewrite::NOT_COPIED;
     }
-    const eRewrite outcome = replaceIfWritable(path, result);
+    eRewrite outcome = eRewrite::READ_ONLY;
+    if (QFile(path).open(QIODevice::ReadWrite)) {
+        outcome = replaceFile(path, result) ? eRewrite::REPLACED : eRewrite::NOT_REPLACED;
+    }
     QFile::remove(copy);
     return outcome;
 }
