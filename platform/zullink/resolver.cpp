@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <ares.h>
 #include <arpa/inet.h>
+#include <cstddef>
 #include <cstring>
-#include <memory>
 #include <netdb.h>
 #include <poll.h>
 
@@ -12,50 +12,28 @@
 
 namespace {
 
-void setPort(sockaddr* address, uint16_t port)
-{
-    if (address->sa_family == AF_INET) {
-        reinterpret_cast<sockaddr_in*>(address)->sin_port = htons(port);
-    } else {
-        reinterpret_cast<sockaddr_in6*>(address)->sin6_port = htons(port);
-    }
-}
-
 void append(std::vector<sLinkAddress>* addresses, const sockaddr* address, socklen_t size, uint16_t port)
 {
-    if ((address->sa_family != AF_INET && address->sa_family != AF_INET6) ||
-        size > sizeof(sockaddr_storage)) {
+    if (address->sa_family != AF_INET && address->sa_family != AF_INET6) {
         return;
     }
-    sLinkAddress entry;
+    sLinkAddress& entry = addresses->emplace_back();
     std::memcpy(&entry.storage, address, size);
     entry.size = size;
-    setPort(reinterpret_cast<sockaddr*>(&entry.storage), port);
-    addresses->push_back(entry);
+    static_assert(offsetof(sockaddr_in, sin_port) == offsetof(sockaddr_in6, sin6_port));
+    reinterpret_cast<sockaddr_in*>(&entry.storage)->sin_port = htons(port);
 }
 
-std::vector<sLinkAddress> numericAddress(const std::string& host, uint16_t port)
+void appendNumeric(std::vector<sLinkAddress>* addresses, const char* host, uint16_t port)
 {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = AI_NUMERICHOST;
     addrinfo* found = nullptr;
-    std::vector<sLinkAddress> addresses;
-    if (getaddrinfo(host.c_str(), nullptr, &hints, &found) == 0) {
-        append(&addresses, found->ai_addr, found->ai_addrlen, port);
+    if (getaddrinfo(host, nullptr, &hints, &found) == 0) {
+        append(addresses, found->ai_addr, found->ai_addrlen, port);
         freeaddrinfo(found);
     }
-    return addresses;
-}
-
-/// This machine's own address in both families: that is what the name "localhost" always stands for
-/// (RFC 6761, 6.3), also where no file says so.
-std::vector<sLinkAddress> loopbackAddresses(uint16_t port)
-{
-    std::vector<sLinkAddress> addresses = numericAddress("127.0.0.1", port);
-    const std::vector<sLinkAddress> second = numericAddress("::1", port);
-    addresses.insert(addresses.end(), second.begin(), second.end());
-    return addresses;
 }
 
 /// What a look-up by c-ares has found so far, and the sockets that it waits for.
@@ -63,20 +41,18 @@ struct sLookup
 {
     bool done = false;
     uint16_t port = 0;
-    std::vector<sLinkAddress> addresses;
-    std::vector<pollfd> sockets;
+    std::vector<sLinkAddress> addresses = {};
+    std::vector<pollfd> sockets = {};
 };
 
-void lookupDone(void* argument, int status, int, ares_addrinfo* found)
+void lookupDone(void* argument, int, int, ares_addrinfo* found)
 {
     auto* lookup = static_cast<sLookup*>(argument);
     lookup->done = true;
-    if (status == ARES_SUCCESS) {
+    if (found != nullptr) {
         for (const ares_addrinfo_node* node = found->nodes; node != nullptr; node = node->ai_next) {
             append(&lookup->addresses, node->ai_addr, node->ai_addrlen, lookup->port);
         }
-    }
-    if (found != nullptr) {
         ares_freeaddrinfo(found);
     }
 }
@@ -104,13 +80,11 @@ bool processOnce(ares_channel channel, const sLookup& lookup, int timeoutMs, int
     if (waits.back().revents != 0) {
         return false;
     }
-    waits.pop_back();
+    // Without a socket, for the last one, c-ares looks at its time limits.
     for (const pollfd& entry : waits) {
-        const bool reads = (entry.revents & (POLLIN | POLLERR | POLLHUP)) != 0;
-        const bool writes = (entry.revents & POLLOUT) != 0;
-        ares_process_fd(channel, reads ? entry.fd : ARES_SOCKET_BAD, writes ? entry.fd : ARES_SOCKET_BAD);
+        const ares_socket_t ready = entry.revents != 0 ? entry.fd : ARES_SOCKET_BAD;
+        ares_process_fd(channel, ready, ready);
     }
-    ares_process_fd(channel, ARES_SOCKET_BAD, ARES_SOCKET_BAD);
     return true;
 }
 
@@ -118,16 +92,18 @@ bool processOnce(ares_channel channel, const sLookup& lookup, int timeoutMs, int
 
 std::vector<sLinkAddress> resolveAddress(const std::string& host, uint16_t port, int timeoutMs, int wakeFd)
 {
-    std::vector<sLinkAddress> numeric = numericAddress(host, port);
-    if (!numeric.empty()) {
-        return numeric;
-    }
+    sLookup lookup{.port = port};
     if (host == "localhost") {
-        return loopbackAddresses(port);
+        // In both families, also where no file says so (RFC 6761, 6.3).
+        appendNumeric(&lookup.addresses, "127.0.0.1", port);
+        appendNumeric(&lookup.addresses, "::1", port);
+    } else {
+        appendNumeric(&lookup.addresses, host.c_str(), port);
+    }
+    if (!lookup.addresses.empty()) {
+        return lookup.addresses;
     }
     static const int libraryReady = ares_library_init(ARES_LIB_INIT_ALL);
-    sLookup lookup;
-    lookup.port = port;
     ares_options options{};
     options.sock_state_cb = socketStateChanged;
     options.sock_state_cb_data = &lookup;
