@@ -1,6 +1,5 @@
 #include "zullink/asiodriver.h"
 
-#include <array>
 #include <boost/asio/post.hpp>
 #include <chrono>
 #include <sstream>
@@ -19,22 +18,21 @@ std::string peerOf(const tcp::socket& socket)
     return text.str();
 }
 
-bool isTemporary(const error_code& error)
-{
-    return error == boost::asio::error::would_block || error == boost::asio::error::interrupted;
-}
-
 } // namespace
 
 AsioDriver::AsioDriver(tcp::socket socket, const LinkSession::Settings& settings, LinkNumbers* numbers,
-                       std::unique_ptr<cCapturedLink> record, Owner* owner)
+                       std::shared_ptr<cCaptureFile> capture, Owner* owner)
     : mOwner(owner),
       mSocket(std::move(socket)),
-      mRecord(std::move(record)),
+      mLink(mSocket.native_handle()),
       mPeer(peerOf(mSocket)),
       mSession(settings, numbers),
       mTimer(mSocket.get_executor())
-{}
+{
+    mLink.recordTo(std::move(capture), cCapturedLink::ACCEPTED);
+}
+
+AsioDriver::~AsioDriver() { abandon(); }
 
 void AsioDriver::start()
 {
@@ -46,6 +44,15 @@ void AsioDriver::start()
     flush();
 }
 
+/// The end of an asynchronous operation: calls @p next if the connection is still open and sound.
+void AsioDriver::proceed(const error_code& error, void (AsioDriver::*next)())
+{
+    if (mOwner == nullptr || error == boost::asio::error::operation_aborted) {
+        return;
+    }
+    error ? close(error.message()) : (this->*next)();
+}
+
 void AsioDriver::waitToRead()
 {
     if (!mayRead()) {
@@ -54,36 +61,25 @@ void AsioDriver::waitToRead()
         return;
     }
     mSocket.async_wait(tcp::socket::wait_read, [self = shared_from_this()](const error_code& error) {
-        if (self->mOwner == nullptr) {
-            return;
-        }
-        error ? self->fail(error) : self->receive();
-        if (self->mOwner != nullptr) {
-            self->waitToRead();
-        }
+        self->proceed(error, &AsioDriver::readOn);
     });
+}
+
+void AsioDriver::readOn()
+{
+    receive();
+    if (mOwner != nullptr) {
+        waitToRead();
+    }
 }
 
 void AsioDriver::receive()
 {
-    std::array<uint8_t, 16384> buffer; // on the stack, so that idle connections hold no buffer
-    error_code error;
-    const size_t size = mSocket.read_some(boost::asio::buffer(buffer), error);
-    if (mRecord && size > 0) {
-        mRecord->received(buffer.data(), size);
-    }
-    if (error) {
-        isTemporary(error) ? void() : fail(error);
-        return;
-    }
-    std::span<const uint8_t> bytes(buffer.data(), size);
-    LinkSession::Received received;
-    while (mSession.read(&bytes, linkNowMs(), &received)) {
-        if (received.handler != nullptr) {
-            received.handler(&received.message);
-        } else {
-            mOwner->linkMessage(std::move(received));
-        }
+    const auto onMessage = [this](LinkSession::Received&& received) {
+        mOwner->linkMessage(std::move(received));
+    };
+    if (mLink.receive(&mSession, linkNowMs(), onMessage) == cLinkSocket::CLOSED) {
+        mSession.abandon(mLink.problem());
     }
     flushOrClose();
 }
@@ -94,48 +90,40 @@ void AsioDriver::flushOrClose()
     if (mSession.problem().empty()) {
         flush();
     } else {
-        close(std::string(mSession.problem()));
+        close(mSession.problem());
     }
 }
 
 void AsioDriver::flush()
 {
-    error_code error;
-    std::span<const uint8_t> bytes;
-    while (!mWaitingToWrite && !error && !(bytes = mSession.output(linkNowMs())).empty()) {
-        const size_t size = mSocket.write_some(boost::asio::buffer(bytes.data(), bytes.size()), error);
-        if (mRecord && size > 0) {
-            mRecord->sending(bytes.data(), [size] { return static_cast<ssize_t>(size); });
-        }
-        mSession.written(size, linkNowMs());
-    }
     if (mOwner == nullptr) {
         return;
     }
-    if (isTemporary(error)) {
-        waitToWrite();
-    } else if (error || !mSession.problem().empty()) {
-        closeLater(error);
-        return;
+    if (!mWaitingToWrite) {
+        const cLinkSocket::eOutcome outcome = mLink.flush(&mSession, linkNowMs());
+        mWaitingToWrite = outcome == cLinkSocket::BLOCKED;
+        if (mWaitingToWrite) {
+            mSocket.async_wait(tcp::socket::wait_write, [self = shared_from_this()](const error_code& error) {
+                self->proceed(error, &AsioDriver::writeOn);
+            });
+        } else if (outcome == cLinkSocket::CLOSED) {
+            mSession.abandon(mLink.problem());
+        }
     }
-    armTimer();
+    if (mSession.problem().empty()) {
+        armTimer();
+    } else {
+        // Later, as the caller may be in the middle of something that the end changes.
+        boost::asio::post(mSocket.get_executor(),
+                          [self = shared_from_this()] { self->close(self->mSession.problem()); });
+    }
 }
 
-void AsioDriver::waitToWrite()
+void AsioDriver::writeOn()
 {
-    mWaitingToWrite = true;
-    mSocket.async_wait(tcp::socket::wait_write, [self = shared_from_this()](const error_code& error) {
-        self->mWaitingToWrite = false;
-        if (self->mOwner == nullptr) {
-            return;
-        }
-        if (error) {
-            self->fail(error);
-        } else {
-            self->flush();
-            self->resumeReading();
-        }
-    });
+    mWaitingToWrite = false;
+    flush();
+    resumeReading();
 }
 
 void AsioDriver::resumeReading()
@@ -152,16 +140,13 @@ void AsioDriver::resumeReading()
 void AsioDriver::armTimer()
 {
     const int64_t deadline = mSession.deadline();
-    if (deadline >= mTimerMs) {
-        return;
+    if (deadline < mTimerMs) {
+        mTimerMs = deadline;
+        mTimer.expires_at(LinkTimer::time_point(std::chrono::milliseconds(deadline)));
+        mTimer.async_wait([self = shared_from_this()](const error_code& error) {
+            self->proceed(error, &AsioDriver::checkTimes);
+        });
     }
-    mTimerMs = deadline;
-    mTimer.expires_at(LinkTimer::time_point(std::chrono::milliseconds(deadline)));
-    mTimer.async_wait([self = shared_from_this()](const error_code& error) {
-        if (!error && self->mOwner != nullptr) {
-            self->checkTimes();
-        }
-    });
 }
 
 void AsioDriver::checkTimes()
@@ -172,26 +157,6 @@ void AsioDriver::checkTimes()
     }
     mSession.checkTimes(linkNowMs());
     flushOrClose();
-}
-
-/// The peer has closed the connection, or it is broken.
-void AsioDriver::fail(const error_code& error)
-{
-    const bool ended = error == boost::asio::error::eof;
-    if (mRecord) {
-        ended ? mRecord->peerClosed() : mRecord->peerReset();
-    }
-    close(ended ? "the peer closed the connection" : error.message());
-}
-
-/// Closes from the event loop: the caller may be in the middle of something that the end changes.
-void AsioDriver::closeLater(const error_code& error)
-{
-    boost::asio::post(mSocket.get_executor(), [self = shared_from_this(), error] {
-        if (self->mOwner != nullptr) {
-            error ? self->fail(error) : self->flushOrClose();
-        }
-    });
 }
 
 void AsioDriver::close(const std::string& reason)
@@ -213,6 +178,8 @@ void AsioDriver::abandon()
     mOwner = nullptr;
     mSession.disconnected();
     mTimer.cancel();
+    mLink.shutDown();
+    // It is closed by mLink.
     error_code ignored;
-    mSocket.close(ignored);
+    mSocket.release(ignored);
 }

@@ -6,9 +6,9 @@
 #include <memory>
 #include <string>
 
-#include "wcapture/capturedlink.h"
 #include "zullink/linkclock.h"
 #include "zullink/linksession.h"
+#include "zullink/linksocket.h"
 
 /// A timer by the link's clock.
 using LinkTimer = boost::asio::basic_waitable_timer<cLinkClock>;
@@ -35,9 +35,13 @@ public:
         virtual bool readingPaused() const = 0;
     };
 
-    /// @p owner and @p numbers outlive the driver, or the owner calls abandon(). @p record may be null.
+    /// @p numbers outlives the driver, and @p owner too unless it calls abandon(). Records what crosses the
+    /// connection in @p capture, which may be null.
     AsioDriver(boost::asio::ip::tcp::socket socket, const LinkSession::Settings& settings,
-               LinkNumbers* numbers, std::unique_ptr<cCapturedLink> record, Owner* owner);
+               LinkNumbers* numbers, std::shared_ptr<cCaptureFile> capture, Owner* owner);
+    ~AsioDriver();
+    AsioDriver(const AsioDriver&) = delete;
+    AsioDriver& operator=(const AsioDriver&) = delete;
 
     void start();
 
@@ -60,18 +64,18 @@ public:
 
 private:
     bool mayRead() const { return !mOwner->readingPaused() && !mSession.backlogExceeded(); }
+    void proceed(const boost::system::error_code& error, void (AsioDriver::*next)());
     void waitToRead();
+    void readOn();
     void receive();
     void flushOrClose();
-    void waitToWrite();
+    void writeOn();
     void armTimer();
     void checkTimes();
-    void fail(const boost::system::error_code& error);
-    void closeLater(const boost::system::error_code& error);
 
-    Owner* mOwner; ///< null once the connection is closed
-    boost::asio::ip::tcp::socket mSocket;
-    const std::unique_ptr<cCapturedLink> mRecord; ///< null if nothing is recorded
+    Owner* mOwner;                        ///< null once the connection is closed
+    boost::asio::ip::tcp::socket mSocket; ///< waits for mLink, which owns the descriptor
+    cLinkSocket mLink;
     const std::string mPeer;
     LinkSession mSession;
     LinkTimer mTimer;

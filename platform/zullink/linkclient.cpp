@@ -1,7 +1,6 @@
 #include "zullink/linkclient.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstdio>
 #include <poll.h>
@@ -18,15 +17,8 @@ constexpr int kMaxReads = 16;
 
 constexpr char kClosed[] = "the connection was closed";
 
-LinkSession::Settings sessionSettings(const sLinkSettings& settings)
-{
-    return {.pingAfterMs = settings.pingAfterMs,
-            .giveUpAfterMs = settings.giveUpAfterMs,
-            .queueBytes = settings.queueBytes,
-            .answerBytes = settings.answerBytes,
-            .silent = "the server is silent",
-            .brokenBytes = "received bytes make no sense: "};
-}
+/// What a message that waits to be delivered takes.
+size_t sizeOf(const WMsg& message) { return message.payload.size() + wmsg::kHeaderSize; }
 
 } // namespace
 
@@ -35,7 +27,7 @@ cLinkClient::cLinkClient(const sLinkSettings& settings, const cWlog& log, Delive
       mLog(log),
       mDeliver(std::move(deliver)),
       mBackoff(settings.firstPauseMs, settings.longestPauseMs, std::random_device{}()),
-      mSession(sessionSettings(settings), &mNumbers)
+      mSession({settings, true, "the server is silent", "received bytes make no sense: "}, &mNumbers)
 {}
 
 cLinkClient::~cLinkClient() { stop(); }
@@ -74,7 +66,7 @@ bool cLinkClient::start(const char* address, int port)
 bool cLinkClient::startThreads()
 {
     try {
-        if (mDriver == nullptr && !mDeliveryThread.joinable()) {
+        if (!mDriver && !mDeliveryThread.joinable()) {
             mDeliveryThread = std::jthread([this](const std::stop_token& stop) {
                 std::unique_lock<std::mutex> lock(mMutex);
                 while (mChanged.wait(lock, stop, [this] { return mayDeliver(); }) && !stop.stop_requested()) {
@@ -112,14 +104,14 @@ void cLinkClient::end(const std::vector<LinkSession::AnswerHandler>& handlers)
     }
 }
 
-void cLinkClient::send(WMsg message, const std::optional<LinkSession::ReplyToken>& token)
+void cLinkClient::send(WMsg message, bool mayAnswer)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
     if (!mStarted) {
         return;
     }
-    if (token) {
-        mSession.answer(*token, std::move(message));
+    if (mayAnswer && mToken && mType == message.type) {
+        mSession.answer(*mToken, std::move(message));
     } else {
         mSession.send(std::move(message));
     }
@@ -166,13 +158,12 @@ void cLinkClient::keepLink(const std::stop_token& stop)
     for (mWakeup.reset(); !stop.stop_requested(); mWakeup.reset()) {
         std::string problem;
         const SocketPtr socket = connect(&problem);
+        setUp(socket);
         if (socket) {
-            mLog.info(("Connected to " + server()).c_str());
-            setUp(socket);
+            warnOfDropped();
             problem = keepConnection(stop, *socket);
+            warnOfDropped();
             setDown();
-        } else {
-            reportAttempt(false);
         }
         pause(stop, problem);
     }
@@ -185,38 +176,31 @@ cLinkClient::SocketPtr cLinkClient::connect(std::string* problem)
         resolveAddress(mAddress, mPort, mSettings.connectMs, mWakeup.fd());
     *problem = "the name has no address";
     const int left = static_cast<int>(std::max<int64_t>(deadline - linkNowMs(), 1));
-    SocketPtr socket = cLinkSocket::connectToAny(addresses, left, mWakeup.fd(), problem);
+    SocketPtr socket = cLinkSocket::connectTo(addresses, left, mWakeup.fd(), problem);
     if (socket) {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        socket->recordTo(mCapture);
+        mLog.info(("Connected to " + server()).c_str());
     }
     return socket;
 }
 
-void cLinkClient::reportAttempt(bool connected)
+/// Puts @p socket into use, and tells start() how the attempt came out. Null if it failed.
+void cLinkClient::setUp(const SocketPtr& socket)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
+    mSocket = socket;
+    if (socket) {
+        socket->recordTo(mCapture, cCapturedLink::CONNECTED);
+        mSession.connected(linkNowMs());
+        updateReading(linkNowMs());
+    }
     if (!mFirstAttempt) {
-        mFirstAttempt = connected;
+        mFirstAttempt = socket != nullptr;
         mChanged.notify_all();
     }
 }
 
-void cLinkClient::setUp(const SocketPtr& socket)
-{
-    {
-        const std::lock_guard<std::mutex> lock(mMutex);
-        mSocket = socket;
-        mSession.connected(linkNowMs());
-        updateReading(linkNowMs());
-    }
-    reportAttempt(true);
-    warnOfDropped();
-}
-
 void cLinkClient::setDown()
 {
-    warnOfDropped();
     const std::lock_guard<std::mutex> lock(mMutex);
     if (mSession.hasReceived()) {
         mBackoff.reset();
@@ -259,7 +243,7 @@ std::string cLinkClient::keepConnection(const std::stop_token& stop, const cLink
             }
             waitMs = std::clamp<int64_t>(mSession.deadline() - nowMs, 0, waitMs);
         }
-        if (!mPollsForRoom) {
+        if ((events & POLLOUT) == 0) {
             warnOfDropped();
         }
         // A closed socket would end each poll(), so it is left out unless something is to be done with it.
@@ -283,8 +267,7 @@ short cLinkClient::process(int64_t nowMs, bool reads)
         mSession.checkTimes(nowMs);
         flush(nowMs);
     }
-    mPollsForRoom = !mSession.output(nowMs).empty();
-    return static_cast<short>((mPollsForRoom ? POLLOUT : 0) | (mReading && mDriver == nullptr ? POLLIN : 0));
+    return static_cast<short>((mBlocked ? POLLOUT : 0) | (mReading && !mDriver ? POLLIN : 0));
 }
 
 void cLinkClient::pause(const std::stop_token& stop, const std::string& problem)
@@ -323,11 +306,14 @@ void cLinkClient::deliverNext(std::unique_lock<std::mutex>* lock)
 {
     const LinkSession::Received received = std::move(mInbound.front());
     mInbound.pop_front();
-    mInboundBytes -= received.message.payload.size() + wmsg::kHeaderSize;
+    mInboundBytes -= sizeOf(received.message);
     updateReading(linkNowMs());
+    mToken = received.token;
+    mType = received.message.type;
     lock->unlock();
-    mDeliver(received);
+    mDeliver(received.message);
     lock->lock();
+    mToken.reset();
 }
 
 // Any thread. The caller holds mMutex.
@@ -338,21 +324,15 @@ bool cLinkClient::receive(int64_t nowMs)
     if (!mReading) {
         return false;
     }
-    std::array<uint8_t, 16384> buffer;
-    size_t size = 0;
-    const cLinkSocket::eOutcome outcome = mSocket->receive(buffer.data(), buffer.size(), &size);
+    const auto onMessage = [this](LinkSession::Received&& received) {
+        if (!received.message.answer) {
+            mInboundBytes += sizeOf(received.message);
+            mInbound.push_back(std::move(received));
+        }
+    };
+    const cLinkSocket::eOutcome outcome = mSocket->receive(&mSession, nowMs, onMessage);
     if (outcome == cLinkSocket::CLOSED) {
         mSession.abandon(kClosed);
-    }
-    std::span<const uint8_t> bytes(buffer.data(), size);
-    LinkSession::Received received;
-    while (mSession.read(&bytes, nowMs, &received)) {
-        if (received.handler) {
-            received.handler(&received.message);
-        } else if (!received.message.answer) {
-            mInboundBytes += received.message.payload.size() + wmsg::kHeaderSize;
-            mInbound.push_back(std::exchange(received, {}));
-        }
     }
     flush(nowMs);
     return outcome == cLinkSocket::DONE;
@@ -364,19 +344,13 @@ void cLinkClient::flush(int64_t nowMs)
     if (!mSocket) {
         return;
     }
-    std::span<const uint8_t> bytes = mSession.output(nowMs);
-    for (bool taken = true; taken && !bytes.empty();) {
-        size_t sent = 0;
-        if (mSocket->sendSome(bytes.data(), bytes.size(), &sent) == cLinkSocket::CLOSED) {
-            mSession.abandon(kClosed);
-        } else if (sent > 0) {
-            mSession.written(sent, nowMs);
-        }
-        taken = sent == bytes.size();
-        bytes = mSession.output(nowMs);
+    const cLinkSocket::eOutcome outcome = mSocket->flush(&mSession, nowMs);
+    if (outcome == cLinkSocket::CLOSED) {
+        mSession.abandon(kClosed);
     }
     updateReading(nowMs);
-    if (!mSession.problem().empty() || (!bytes.empty() && !mPollsForRoom)) {
+    const bool wasBlocked = std::exchange(mBlocked, outcome == cLinkSocket::BLOCKED);
+    if (!mSession.problem().empty() || (mBlocked && !wasBlocked)) {
         mWakeup.wake();
     }
 }
@@ -399,7 +373,7 @@ void cLinkClient::updateReading(int64_t nowMs)
 void cLinkClient::requestDelivery()
 {
     mChanged.notify_all();
-    if (mDriver != nullptr) {
-        mDriver->requestProcessing();
+    if (mDriver) {
+        mDriver();
     }
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -11,7 +10,6 @@
 #include <thread>
 
 #include "wlog/wlog.h"
-#include "zullink/linkdriver.h"
 #include "zullink/linksession.h"
 #include "zullink/linksettings.h"
 #include "zullink/linksocket.h"
@@ -29,8 +27,8 @@ public:
     /// No further message is read while more bytes than this wait to be delivered.
     static constexpr size_t kMaxQueuedBytes = 256 * 1024;
 
-    /// Called with each message that is not an answer, one at a time.
-    using Delivery = std::function<void(const LinkSession::Received&)>;
+    /// Called with each message that is not an answer, one at a time, without a lock.
+    using Delivery = std::function<void(const WMsg&)>;
 
     /// @p log is borrowed.
     cLinkClient(const sLinkSettings& settings, const cWlog& log, Delivery deliver);
@@ -38,14 +36,14 @@ public:
 
     // As in cObjectClient.
     void recordTo(std::shared_ptr<cCaptureFile> file);
-    void setDriver(cLinkDriver* driver) { mDriver = driver; }
+    void setDriver(std::function<void()> requestProcessing) { mDriver = std::move(requestProcessing); }
     int processIo();
     bool start(const char* address, int port);
     void stop();
     uint64_t unmatchedAnswers() const;
 
-    /// Sends @p message, as the answer to the message of @p token if there is one.
-    void send(WMsg message, const std::optional<LinkSession::ReplyToken>& token);
+    /// Sends @p message. If @p mayAnswer and a message of its type is being delivered, it is the answer.
+    void send(WMsg message, bool mayAnswer);
 
     enum eOutcome
     {
@@ -63,7 +61,6 @@ private:
     // The link thread.
     void keepLink(const std::stop_token& stop);
     SocketPtr connect(std::string* problem);
-    void reportAttempt(bool connected);
     void setUp(const SocketPtr& socket);
     void setDown();
     void warnOfDropped();
@@ -87,8 +84,8 @@ private:
     const sLinkSettings mSettings;
     const cWlog& mLog;
     const Delivery mDeliver;
-    cLinkDriver* mDriver = nullptr; ///< set before the threads start
-    cWakeup mWakeup;                ///< of the link thread
+    std::function<void()> mDriver; ///< has processIo() called soon; null if there is none
+    cWakeup mWakeup;               ///< of the link thread
 
     // The link thread's own; start() sets them before that thread runs.
     std::string mAddress;
@@ -109,11 +106,15 @@ private:
     std::shared_ptr<cCaptureFile> mCapture;
     std::deque<LinkSession::Received> mInbound; ///< messages to be delivered
     size_t mInboundBytes = 0;
-    bool mReading = false;                  ///< the socket is to be read
-    bool mBackpressured = false;            ///< too many answers wait: nothing is delivered
-    std::atomic<bool> mPollsForRoom{false}; ///< the link thread waits until more can be written
+    bool mReading = false;       ///< the socket is to be read
+    bool mBackpressured = false; ///< too many answers wait: nothing is delivered
+    bool mBlocked = false;       ///< the link thread waits until more can be written
     bool mStarted = false;
     std::optional<bool> mFirstAttempt; ///< whether it has connected; none while it lasts
+
+    // Of the message that is being delivered.
+    std::optional<LinkSession::ReplyToken> mToken; ///< none if there is none
+    uint8_t mType = 0;
 
     // The starting thread's own.
     std::jthread mLinkThread;

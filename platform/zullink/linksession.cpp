@@ -55,7 +55,9 @@ std::vector<LinkSession::AnswerHandler> LinkSession::drop(bool keepsMessages)
 {
     mConnected = false;
     if (keepsMessages && mPartialSend && isWriting()) {
-        requeue(std::move(*mPartialSend));
+        count(*mPartialSend, true);
+        mQueue.push_front(std::move(*mPartialSend));
+        trim();
     }
     mPartialSend.reset();
     mOutput = {};
@@ -229,13 +231,6 @@ void LinkSession::push(Entry entry)
     }
     count(entry, true);
     mQueue.push_back(std::move(entry));
-    trim();
-}
-
-void LinkSession::requeue(Entry entry)
-{
-    count(entry, true);
-    mQueue.push_front(std::move(entry));
     trim();
 }
 

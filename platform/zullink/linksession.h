@@ -14,6 +14,7 @@
 
 #include "wmsg/wmsg.h"
 #include "wmsg/wmsgreader.h"
+#include "zullink/linksettings.h"
 
 /// Gives out the sequence numbers of the messages that one side originates: 1 to 255, then 0, and so on.
 ///
@@ -39,13 +40,8 @@ private:
 class LinkSession
 {
 public:
-    struct Settings
+    struct Settings : sLinkLimits
     {
-        int pingAfterMs = 10000;   ///< nothing received for so long: ping
-        int giveUpAfterMs = 30000; ///< nothing received, or nothing written, for so long: the peer is gone
-        size_t queueBytes = 4 * 1024 * 1024;  ///< messages that this side originates and that wait
-        size_t answerBytes = 4 * 1024 * 1024; ///< answers that wait; backlogExceeded() beyond it
-
         /// True: what waits outlives the connection, and past queueBytes the oldest event is dropped.
         /// False: everything ends with the connection, which is given up past queueBytes.
         bool keepsMessages = true;
@@ -77,9 +73,8 @@ public:
     struct Received
     {
         WMsg message = {};
-        ReplyToken token; ///< for the answer to `message`
-        AnswerHandler handler =
-            nullptr; ///< of the request that `message` answers; null if that request has no handler
+        ReplyToken token;                ///< for the answer to `message`
+        AnswerHandler handler = nullptr; ///< of the request that `message` answers; null if it has none
     };
 
     /// @p numbers is borrowed.
@@ -102,8 +97,6 @@ public:
     /// Gives the connection up: nothing more is read or written, and problem() is @p reason unless there was
     /// one.
     void abandon(const std::string& reason);
-
-    bool isConnected() const { return mConnected; }
 
     /// Why the connection must be given up, in a few words; empty while it is sound.
     const std::string& problem() const { return mProblem; }
@@ -197,7 +190,6 @@ private:
     bool isWriting() const { return mWritten < mOutput.size(); }
     bool isFull() const { return mOutstanding.size() + mQueuedRequests >= kMaxOutstanding; }
     void push(Entry entry);
-    void requeue(Entry entry);
     void count(const Entry& entry, bool added);
     void trim();
     void assignSequence(Entry* entry);

@@ -1,6 +1,7 @@
 #include "zullink/linksocket.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <netinet/tcp.h>
@@ -13,31 +14,36 @@
 
 namespace {
 
-bool isTransient(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
-
-void setProblem(std::string* problem, int error) { *problem = strerrordesc_np(error); }
-
-/// How the connection attempt on @p fd came out: 0 or an errno.
-int connectError(int fd)
+/// Waits for the end of the attempt to connect @p fd. Returns 0 or an errno.
+int waitForConnect(int fd, int64_t deadlineMs, int wakeFd)
 {
+    pollfd waits[] = {{fd, POLLOUT, 0}, {wakeFd, POLLIN, 0}};
+    int ready = 0;
+    do {
+        ready = poll(waits, 2, static_cast<int>(std::max<int64_t>(deadlineMs - linkNowMs(), 0)));
+    } while (ready < 0 && errno == EINTR);
+    if (ready <= 0 || waits[1].revents != 0) {
+        return ETIMEDOUT;
+    }
     int error = 0;
     socklen_t size = sizeof error;
     return getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
-/// True when the attempt on @p fd came to an end, good or bad, in time.
-bool waitForConnect(int fd, int timeoutMs, int wakeFd)
+/// Returns 0 or an errno.
+int connectSocket(int fd, const sLinkAddress& address, int64_t deadlineMs, int wakeFd)
 {
-    const int64_t deadline = linkNowMs() + timeoutMs;
-    pollfd waits[] = {{fd, POLLOUT, 0}, {wakeFd, POLLIN, 0}};
-    int ready = -1;
-    for (int64_t left = timeoutMs; ready < 0 && left >= 0; left = deadline - linkNowMs()) {
-        ready = poll(waits, 2, static_cast<int>(left));
-        if (ready < 0 && errno != EINTR) {
-            return false;
+    // Messages are small and each one counts: no waiting for more (tcp(7)).
+    const int on = 1;
+    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    if (connect(fd, reinterpret_cast<const sockaddr*>(&address.storage), address.size) != 0) {
+        const bool pending = errno == EINPROGRESS || errno == EINTR;
+        const int error = pending ? waitForConnect(fd, deadlineMs, wakeFd) : errno;
+        if (error != 0) {
+            return error;
         }
     }
-    return ready > 0 && waits[1].revents == 0 && waits[0].revents != 0;
+    return cLinkSocket::isSelfConnected(fd) ? ECONNREFUSED : 0;
 }
 
 bool isReadable(int fd)
@@ -48,100 +54,88 @@ bool isReadable(int fd)
 
 } // namespace
 
-std::shared_ptr<cLinkSocket> cLinkSocket::connectTo(const sLinkAddress& address, int timeoutMs, int wakeFd,
-                                                    std::string* problem)
+std::shared_ptr<cLinkSocket> cLinkSocket::connectTo(const std::vector<sLinkAddress>& addresses, int timeoutMs,
+                                                    int wakeFd, std::string* problem)
 {
-    const int fd = socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-    if (fd < 0) {
-        setProblem(problem, errno);
-        return nullptr;
-    }
-    auto link = std::make_shared<cLinkSocket>(fd);
-    // Messages are small and each one counts: no waiting for more (tcp(7)).
-    const int on = 1;
-    setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-
-    int error = 0;
-    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address.storage), address.size) != 0) {
-        error = errno;
-        if (error == EINPROGRESS || error == EINTR) {
-            error = waitForConnect(fd, timeoutMs, wakeFd) ? connectError(fd) : ETIMEDOUT;
-        }
-    }
-    if (error == 0 && link->isSelfConnected()) {
-        error = ECONNREFUSED;
-    }
-    if (error != 0) {
-        setProblem(problem, error);
-        return nullptr;
-    }
-    return link;
-}
-
-std::shared_ptr<cLinkSocket> cLinkSocket::connectToAny(const std::vector<sLinkAddress>& addresses,
-                                                       int timeoutMs, int wakeFd, std::string* problem)
-{
-    const int64_t deadline = linkNowMs() + timeoutMs;
-    size_t untried = addresses.size();
+    const int64_t deadlineMs = linkNowMs() + timeoutMs;
+    auto untried = static_cast<int64_t>(addresses.size());
     for (const sLinkAddress& address : addresses) {
-        const int64_t left = std::max<int64_t>(deadline - linkNowMs(), 1);
-        const int share = static_cast<int>(left / static_cast<int64_t>(untried--)) + 1;
-        std::shared_ptr<cLinkSocket> socket = connectTo(address, share, wakeFd, problem);
-        if (socket || isReadable(wakeFd)) {
-            return socket;
+        const int fd = socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+        int error = errno;
+        if (fd >= 0) {
+            auto link = std::make_shared<cLinkSocket>(fd);
+            const int64_t nowMs = linkNowMs();
+            const int64_t shareMs = std::max<int64_t>(deadlineMs - nowMs, 1) / untried + 1;
+            error = connectSocket(fd, address, nowMs + shareMs, wakeFd);
+            if (error == 0) {
+                return link;
+            }
         }
+        *problem = strerrordesc_np(error);
+        if (isReadable(wakeFd)) {
+            return nullptr;
+        }
+        --untried;
     }
     return nullptr;
 }
 
 cLinkSocket::~cLinkSocket() { close(mFd); }
 
-void cLinkSocket::recordTo(std::shared_ptr<cCaptureFile> file)
+void cLinkSocket::recordTo(std::shared_ptr<cCaptureFile> file, cCapturedLink::eRole role)
 {
-    mRecord = cCapturedLink::of(std::move(file), mFd, cCapturedLink::CONNECTED);
+    mRecord = cCapturedLink::of(std::move(file), mFd, role);
 }
 
-cLinkSocket::eOutcome cLinkSocket::receive(uint8_t* buffer, size_t size, size_t* received)
+cLinkSocket::eOutcome cLinkSocket::receive(LinkSession* session, int64_t nowMs,
+                                           const MessageHandler& onMessage)
 {
-    const ssize_t count = recv(mFd, buffer, size, 0);
-    if (count > 0) {
-        *received = static_cast<size_t>(count);
-        if (mRecord) {
-            mRecord->received(buffer, *received);
-        }
-        return DONE;
+    std::array<uint8_t, 16384> buffer; // on the stack, so that idle connections hold no buffer
+    const ssize_t size = recv(mFd, buffer.data(), buffer.size(), 0);
+    if (size <= 0) {
+        return failed(size == 0 ? 0 : errno);
     }
-    if (count < 0 && isTransient(errno)) {
-        return NOTHING;
-    }
-    recordEnd(count == 0);
-    return CLOSED;
-}
-
-void cLinkSocket::recordEnd(bool orderly)
-{
+    std::span<const uint8_t> bytes(buffer.data(), static_cast<size_t>(size));
     if (mRecord) {
-        orderly ? mRecord->peerClosed() : mRecord->peerReset();
+        mRecord->received(bytes.data(), bytes.size());
     }
-}
-
-ssize_t cLinkSocket::sendRecorded(const uint8_t* bytes, size_t size)
-{
-    return mRecord->sending(bytes, [this, bytes, size] { return ::send(mFd, bytes, size, MSG_NOSIGNAL); });
-}
-
-cLinkSocket::eOutcome cLinkSocket::sendSome(const uint8_t* bytes, size_t size, size_t* sent)
-{
-    for (;;) {
-        const ssize_t count = mRecord ? sendRecorded(bytes, size) : ::send(mFd, bytes, size, MSG_NOSIGNAL);
-        if (count > 0) {
-            *sent = static_cast<size_t>(count);
-            return DONE;
-        }
-        if (errno != EINTR) {
-            return isTransient(errno) ? NOTHING : CLOSED;
+    LinkSession::Received received;
+    while (session->read(&bytes, nowMs, &received)) {
+        if (received.handler) {
+            received.handler(&received.message);
+        } else {
+            onMessage(std::exchange(received, {}));
         }
     }
+    return DONE;
+}
+
+cLinkSocket::eOutcome cLinkSocket::flush(LinkSession* session, int64_t nowMs)
+{
+    std::span<const uint8_t> bytes;
+    const auto send = [this, &bytes] { return ::send(mFd, bytes.data(), bytes.size(), MSG_NOSIGNAL); };
+    while (!(bytes = session->output(nowMs)).empty()) {
+        const ssize_t size = mRecord ? mRecord->sending(bytes.data(), send) : send();
+        if (size >= 0) {
+            session->written(static_cast<size_t>(size), nowMs);
+        } else if (errno != EINTR) {
+            return failed(errno);
+        }
+    }
+    return DONE;
+}
+
+/// @p error is an errno, or 0 if the peer has closed the connection.
+cLinkSocket::eOutcome cLinkSocket::failed(int error)
+{
+    if (error == EAGAIN || error == EWOULDBLOCK || error == EINTR) {
+        return BLOCKED;
+    }
+    if (mRecord) {
+        error == 0 ? mRecord->peerClosed() : mRecord->peerReset();
+    }
+    mProblem = error == 0 ? "the peer closed the connection" : strerrordesc_np(error);
+    return CLOSED;
 }
 
 void cLinkSocket::shutDown()
@@ -152,13 +146,13 @@ void cLinkSocket::shutDown()
     }
 }
 
-bool cLinkSocket::isSelfConnected() const
+bool cLinkSocket::isSelfConnected(int fd)
 {
     sockaddr_storage own{};
     sockaddr_storage peer{};
     socklen_t ownSize = sizeof own;
     socklen_t peerSize = sizeof peer;
-    return getsockname(mFd, reinterpret_cast<sockaddr*>(&own), &ownSize) == 0 &&
-           getpeername(mFd, reinterpret_cast<sockaddr*>(&peer), &peerSize) == 0 && ownSize == peerSize &&
+    return getsockname(fd, reinterpret_cast<sockaddr*>(&own), &ownSize) == 0 &&
+           getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peerSize) == 0 && ownSize == peerSize &&
            std::memcmp(&own, &peer, ownSize) == 0;
 }

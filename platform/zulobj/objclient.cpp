@@ -1,46 +1,55 @@
 #include "zulobj/objclient.h"
 
-#include <optional>
 #include <string>
 #include <utility>
 
 #include "zullink/linkclient.h"
-#include "zulobj/eventpump.h"
-
-struct cObjectClient::sLink
-{
-    sLink(const Settings& settings, const cWlog& log)
-        : client(settings, log, [this, &log](const LinkSession::Received& received) {
-              const WStatus status = pump.deliver(received);
-              if (!status.isOk()) {
-                  log.warn(("A message of type " + std::to_string(received.message.type) +
-                            " was not understood: " + status.text())
-                               .c_str());
-              }
-          })
-    {}
-
-    cEventPump pump;
-    cLinkClient client;
-};
 
 cObjectClient::cObjectClient(const Settings& settings)
-    : cWlog("zulobj.client"), mLink(std::make_unique<sLink>(settings, *this))
+    : cWlog("zulobj.client"),
+      mLink(std::make_unique<cLinkClient>(settings, *this, [this](const WMsg& message) { deliver(message); }))
 {}
 
 cObjectClient::~cObjectClient() = default;
 
-void cObjectClient::addListener(cObjectListener* listener) { mLink->pump.addListener(listener); }
+void cObjectClient::addListener(cObjectListener* listener)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mListeners.push_back(listener);
+}
 
-void cObjectClient::recordTo(std::shared_ptr<cCaptureFile> file) { mLink->client.recordTo(std::move(file)); }
+void cObjectClient::deliver(const WMsg& message)
+{
+    cObjectList list;
+    const WStatus status = list.decode(message);
+    if (!status.isOk()) {
+        warn(("A message of type " + std::to_string(message.type) + " was not understood: " + status.text())
+                 .c_str());
+        return;
+    }
+    std::vector<cObjectListener*> called;
+    {
+        const std::lock_guard<std::mutex> lock(mMutex);
+        called = mListeners;
+    }
+    // No lock is held during a call: a listener may wait for the thread that adds one.
+    for (cObjectListener* listener : called) {
+        listener->handleObjectAction(&list);
+    }
+}
 
-void cObjectClient::setDriver(cLinkDriver* driver) { mLink->client.setDriver(driver); }
+void cObjectClient::recordTo(std::shared_ptr<cCaptureFile> file) { mLink->recordTo(std::move(file)); }
 
-int cObjectClient::processIo() { return mLink->client.processIo(); }
+void cObjectClient::setDriver(std::function<void()> requestProcessing)
+{
+    mLink->setDriver(std::move(requestProcessing));
+}
 
-bool cObjectClient::start(const char* address, int port) { return mLink->client.start(address, port); }
+int cObjectClient::processIo() { return mLink->processIo(); }
 
-void cObjectClient::stop() { mLink->client.stop(); }
+bool cObjectClient::start(const char* address, int port) { return mLink->start(address, port); }
+
+void cObjectClient::stop() { mLink->stop(); }
 
 void cObjectClient::send(cObjectList* list)
 {
@@ -51,8 +60,7 @@ void cObjectClient::send(cObjectList* list)
         return;
     }
     const uint8_t type = list->getMsgType();
-    const bool mayAnswer = type == cObjectList::kSet || type == cObjectList::kRequest;
-    mLink->client.send(std::move(message), mayAnswer ? mLink->pump.tokenFor(type) : std::nullopt);
+    mLink->send(std::move(message), type == cObjectList::kSet || type == cObjectList::kRequest);
 }
 
 cObjectClient::eMsgStatus cObjectClient::get(cObjectList* request, cObjectList* answer, int timeoutMs)
@@ -81,7 +89,7 @@ cObjectClient::eMsgStatus cObjectClient::getIndexes(cObjectList* request, cObjec
     return MSG_OK;
 }
 
-uint64_t cObjectClient::unmatchedAnswers() const { return mLink->client.unmatchedAnswers(); }
+uint64_t cObjectClient::unmatchedAnswers() const { return mLink->unmatchedAnswers(); }
 
 cObjectClient::eMsgStatus cObjectClient::request(uint8_t type, cObjectList* list, cObjectList* answer,
                                                  int timeoutMs)
@@ -92,12 +100,9 @@ cObjectClient::eMsgStatus cObjectClient::request(uint8_t type, cObjectList* list
         return MSG_ERROR;
     }
     WMsg received;
-    switch (mLink->client.request(std::move(message), timeoutMs, &received)) {
-    case cLinkClient::ANSWERED:
-        return answer->decode(received).isOk() ? MSG_OK : MSG_ERROR;
-    case cLinkClient::BUSY:
+    const cLinkClient::eOutcome outcome = mLink->request(std::move(message), timeoutMs, &received);
+    if (outcome == cLinkClient::BUSY) {
         return MSG_BUSY;
-    default:
-        return MSG_ERROR;
     }
+    return outcome == cLinkClient::ANSWERED && answer->decode(received).isOk() ? MSG_OK : MSG_ERROR;
 }

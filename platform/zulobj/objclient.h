@@ -1,15 +1,19 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <mutex>
+#include <vector>
 
 #include "wlog/wlog.h"
-#include "zullink/linkdriver.h"
 #include "zullink/linksettings.h"
 #include "zulobj/objectlist.h"
 #include "zulobj/objlistener.h"
 
 class cCaptureFile;
+class cLinkClient;
+struct WMsg;
 
 /// Keeps a device's connection to the monitoring server.
 ///
@@ -44,9 +48,11 @@ public:
     /// Records every connection that comes from now on in @p file, or none if it is null.
     void recordTo(std::shared_ptr<cCaptureFile> file);
 
-    /// Has @p driver, which outlives the client, read the connection and call the listeners. Once, before
-    /// start(); start(), stop() and processIo() are then for the driver's thread only.
-    void setDriver(cLinkDriver* driver);
+    /// Leaves reading the connection and calling the listeners to a thread with an event loop, the driver's,
+    /// so that a message and its answer change threads nowhere. @p requestProcessing has processIo() called
+    /// on that thread soon; any thread may call it, and it does not wait. Once, before start(); start(),
+    /// stop() and processIo() are then for the driver's thread only.
+    void setDriver(std::function<void()> requestProcessing);
 
     /// Reads what has come and delivers it to the listeners, without waiting. To be called when the driver is
     /// asked to, and when the descriptor that it returned last is readable; -1 means to wait for
@@ -82,9 +88,10 @@ public:
     uint64_t unmatchedAnswers() const;
 
 private:
-    struct sLink;
-
     eMsgStatus request(uint8_t type, cObjectList* list, cObjectList* answer, int timeoutMs);
+    void deliver(const WMsg& message);
 
-    const std::unique_ptr<sLink> mLink;
+    std::mutex mMutex;
+    std::vector<cObjectListener*> mListeners; ///< guarded by mMutex
+    const std::unique_ptr<cLinkClient> mLink; ///< ends first: its thread calls the listeners
 };

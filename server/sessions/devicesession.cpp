@@ -28,8 +28,7 @@ DeviceSession::DeviceSession(boost::asio::ip::tcp::socket socket, const LinkSett
       mAskTimer(socket.get_executor()),
       mIdentifyTimer(socket.get_executor())
 {
-    auto record = cCapturedLink::of(settings.capture, socket.native_handle(), cCapturedLink::ACCEPTED);
-    mDriver = std::make_shared<AsioDriver>(std::move(socket), settings.link, numbers, std::move(record),
+    mDriver = std::make_shared<AsioDriver>(std::move(socket), settings.link, numbers, settings.capture,
                                            static_cast<AsioDriver::Owner*>(this));
 }
 

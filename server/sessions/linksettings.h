@@ -12,7 +12,7 @@ namespace server {
 struct LinkSettings
 {
     /// Nothing outlives a connection.
-    LinkSession::Settings link{.keepsMessages = false};
+    LinkSession::Settings link{sLinkLimits(), false};
 
     int askAgainMs = 1000; ///< the pause after an answer without a device record
     int askAttempts = 5;

@@ -17,7 +17,7 @@
 #include "wlog/wlog.h"
 
 cDevice::cDevice()
-    : mObjectClient(new cObjectClient(cObjectClient::Settings{.startMs = kStartMs})),
+    : mObjectClient(new cObjectClient(cObjectClient::Settings{sLinkLimits(), kStartMs})),
       mLinkDriver(mObjectClient),
       mCore({*this, mDigitalInputList, mDigitalOutputList, mAnalogInputList, mAnalogOutputList, mAccessList,
              mCapabilityList},
@@ -31,7 +31,6 @@ cDevice::cDevice()
                     {mAnalogInputList, mAnalogOutputList, mAnalogInputRadioButtonList,
                      mAnalogOutputCheckboxList, selectedAnalogInput})
 {
-    mObjectClient->setDriver(&mLinkDriver);
     // A page without a tab would be shown in the panel's corner.
     for (QWidget* page : {&dinTab, &doutTab, static_cast<QWidget*>(&ainTab), &aoutTab, &accessTab, &adHocTab,
                           &dInputOutputTab, &aInputOutputTab}) {

@@ -13,7 +13,10 @@ bool cQtLinkDriver::cReadable::event(QEvent* event)
     return true;
 }
 
-cQtLinkDriver::cQtLinkDriver(cObjectClient* client) : mClient(client), mWakeupReadable(mWakeup.fd(), this) {}
+cQtLinkDriver::cQtLinkDriver(cObjectClient* client) : mClient(client), mWakeupReadable(mWakeup.fd(), this)
+{
+    mClient->setDriver([this] { mWakeup.wake(); });
+}
 
 void cQtLinkDriver::stop()
 {

@@ -3,20 +3,17 @@
 #include <QSocketNotifier>
 #include <memory>
 
-#include "zullink/linkdriver.h"
 #include "zullink/wakeup.h"
 
 class cObjectClient;
 
 /// Runs a client's link on the event loop of the GUI thread.
 ///
-/// GUI thread only, but for requestProcessing(). It outlives the client.
-class cQtLinkDriver : public cLinkDriver
+/// GUI thread only. It outlives the client.
+class cQtLinkDriver
 {
 public:
     explicit cQtLinkDriver(cObjectClient* client);
-
-    void requestProcessing() override { mWakeup.wake(); }
 
     /// Leaves the client alone from now on: it is about to be deleted.
     void stop();

@@ -12,7 +12,7 @@
 class LoopedDriver : private AsioDriver::Owner
 {
 public:
-    explicit LoopedDriver(const LinkSession::Settings& settings = {.keepsMessages = false});
+    explicit LoopedDriver(const LinkSession::Settings& settings = {sLinkLimits(), false});
     ~LoopedDriver() override;
 
     void send(WMsg message);

@@ -9,21 +9,20 @@
 #include <utility>
 #include <vector>
 
-#include "zullink/linkdriver.h"
 #include "zullink/wakeup.h"
 #include "zulobj/objclient.h"
 
 /// A client that is lent to a thread with a small event loop.
-class HostedClient : public cLinkDriver
+class HostedClient
 {
 public:
     explicit HostedClient(const cObjectClient::Settings& settings)
         : mClient(std::make_unique<cObjectClient>(settings))
     {
-        mClient->setDriver(this);
+        mClient->setDriver([this] { mBell.wake(); });
         mThread = std::thread([this] { handleEvents(); });
     }
-    ~HostedClient() override
+    ~HostedClient()
     {
         run([this] {
             mClient->stop();
@@ -33,8 +32,6 @@ public:
     }
     HostedClient(const HostedClient&) = delete;
     HostedClient& operator=(const HostedClient&) = delete;
-
-    void requestProcessing() override { mBell.wake(); }
 
     cObjectClient* client() const { return mClient.get(); }
     std::thread::id thread() const { return mThread.get_id(); }

@@ -43,29 +43,20 @@ sLinkAddress loopbackAddress(int port)
 
 TEST(LinkSocketTest, ASocketThatReachedItselfSaysSo)
 {
-    const int fd = socketConnectedToItself();
-    ASSERT_GE(fd, 0);
-    EXPECT_TRUE(cLinkSocket(fd).isSelfConnected());
+    const cLinkSocket socket(socketConnectedToItself());
+    ASSERT_GE(socket.fd(), 0);
+    EXPECT_TRUE(cLinkSocket::isSelfConnected(socket.fd()));
 }
 
 TEST(LinkSocketTest, ASocketThatReachedAPeerDoesNotTalkToItself)
 {
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sLinkAddress address;
-    auto* loopback = reinterpret_cast<sockaddr_in*>(&address.storage);
-    loopback->sin_family = AF_INET;
-    loopback->sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.size = sizeof *loopback;
-    ASSERT_EQ(bind(listener, generic(loopback), address.size), 0);
-    ASSERT_EQ(listen(listener, 1), 0);
-    ASSERT_EQ(getsockname(listener, generic(loopback), &address.size), 0);
-
+    LinkPeer peer;
     const cWakeup wakeup;
     std::string problem;
-    const auto connection = cLinkSocket::connectTo(address, 10000, wakeup.fd(), &problem);
+    const auto connection =
+        cLinkSocket::connectTo({loopbackAddress(peer.port())}, 10000, wakeup.fd(), &problem);
     ASSERT_TRUE(connection) << problem;
-    EXPECT_FALSE(connection->isSelfConnected());
-    close(listener);
+    EXPECT_FALSE(cLinkSocket::isSelfConnected(connection->fd()));
 }
 
 TEST(LinkSocketTest, AnAddressThatDoesNotAnswerLeavesTimeForTheNext)
@@ -76,7 +67,7 @@ TEST(LinkSocketTest, AnAddressThatDoesNotAnswerLeavesTimeForTheNext)
     std::string problem;
     constexpr int kTimeoutMs = 1000;
     const int64_t begun = linkNowMs();
-    const auto connection = cLinkSocket::connectToAny(
+    const auto connection = cLinkSocket::connectTo(
         {loopbackAddress(silent.port()), loopbackAddress(good.port())}, kTimeoutMs, wakeup.fd(), &problem);
     EXPECT_TRUE(connection) << problem;
     EXPECT_GE(linkNowMs() - begun, kTimeoutMs / 2) << "the first address had its share";
@@ -88,11 +79,11 @@ TEST(LinkSocketTest, AnAddressThatRefusesLeavesItsTimeToTheNext)
     LinkPeer good;
     const cWakeup wakeup;
     std::string problem;
-    EXPECT_TRUE(cLinkSocket::connectToAny(
+    EXPECT_TRUE(cLinkSocket::connectTo(
         {loopbackAddress(closed.port()), loopbackAddress(closed.port()), loopbackAddress(good.port())}, 10000,
         wakeup.fd(), &problem))
         << problem;
-    EXPECT_FALSE(cLinkSocket::connectToAny({loopbackAddress(closed.port())}, 10000, wakeup.fd(), &problem));
+    EXPECT_FALSE(cLinkSocket::connectTo({loopbackAddress(closed.port())}, 10000, wakeup.fd(), &problem));
     EXPECT_EQ(problem, "Connection refused");
 }
 
@@ -103,6 +94,6 @@ TEST(LinkSocketTest, AWakeUpEndsTheAttemptsAtAllAddresses)
     cWakeup wakeup;
     wakeup.wake();
     std::string problem;
-    EXPECT_FALSE(cLinkSocket::connectToAny({loopbackAddress(silent.port()), loopbackAddress(good.port())},
-                                           600000, wakeup.fd(), &problem));
+    EXPECT_FALSE(cLinkSocket::connectTo({loopbackAddress(silent.port()), loopbackAddress(good.port())},
+                                        600000, wakeup.fd(), &problem));
 }

@@ -153,7 +153,7 @@ TEST(FailingCallsTest, aSignalDoesNotEndAnAttemptToConnect)
     std::string problem;
     const int64_t begun = linkNowMs();
     FailingCalls::arm("poll", 1, EINTR);
-    EXPECT_FALSE(cLinkSocket::connectTo(address, 300, wakeup.fd(), &problem));
+    EXPECT_FALSE(cLinkSocket::connectTo({address}, 300, wakeup.fd(), &problem));
     EXPECT_TRUE(FailingCalls::disarm());
     EXPECT_GE(linkNowMs() - begun, 300);
 }

@@ -310,6 +310,29 @@ TEST_F(ObjClientTest, EveryMessageTypeReachesTheListenerAsItWasSent)
     }
 }
 
+TEST_F(ObjClientTest, AListenerAddedTwiceIsCalledTwiceAndOneAddedByAListenerFromTheNextMessageOn)
+{
+    cObjectClient client(quickSettings());
+    RecordingListener twice;
+    RecordingListener late;
+    FunctionListener adding([&](cObjectList* list) {
+        if (list->getMsgType() == 3) {
+            client.addListener(&late);
+        }
+    });
+    client.addListener(&twice);
+    client.addListener(&adding);
+    client.addListener(&twice);
+    ASSERT_TRUE(startClient(&client));
+    PeerConnection peer = mPeer.accept();
+    peer.send(messageOf(3, 1));
+    peer.send(messageOf(4, 2));
+    EXPECT_TRUE(late.waitForCount(1));
+    client.stop();
+    EXPECT_EQ(twice.types(), (std::vector<int>{3, 3, 4, 4}));
+    EXPECT_EQ(late.types(), (std::vector<int>{4}));
+}
+
 TEST_F(ObjClientTest, ListOfTheSameTypeIsTheAnswerWhicheverThreadSendsIt)
 {
     for (const uint8_t type : {cObjectList::kSet, cObjectList::kRequest}) {

@@ -27,7 +27,7 @@ protected:
         mPeer = ends[0];
         mDriver = std::make_shared<AsioDriver>(
             boost::asio::ip::tcp::socket(mIo, boost::asio::ip::tcp::v4(), ends[1]),
-            LinkSession::Settings{.keepsMessages = false}, &mNumbers, nullptr,
+            LinkSession::Settings{sLinkLimits(), false}, &mNumbers, nullptr,
             static_cast<AsioDriver::Owner*>(this));
         mDriver->start();
         WMsg message;

@@ -19,7 +19,7 @@ WMsg messageOf(size_t payload)
 
 TEST(OutgoingTest, whatHasBeenSentNoLongerCounts)
 {
-    LinkSession::Settings settings{.keepsMessages = false};
+    LinkSession::Settings settings{sLinkLimits(), false};
     settings.queueBytes = 1000;
     LoopedDriver looped(settings);
     for (int i = 0; i < 100; ++i) {
@@ -31,7 +31,7 @@ TEST(OutgoingTest, whatHasBeenSentNoLongerCounts)
 
 TEST(OutgoingTest, aPeerThatNeverReadsIsDropped)
 {
-    LinkSession::Settings settings{.keepsMessages = false};
+    LinkSession::Settings settings{sLinkLimits(), false};
     settings.queueBytes = 100000;
     LoopedDriver looped(settings);
     // The system takes some megabytes first.
@@ -45,7 +45,7 @@ TEST(OutgoingTest, aPeerThatNeverReadsIsDropped)
 
 TEST(OutgoingTest, pingsOfAPeerThatDoesNotReadFillNoQueue)
 {
-    LinkSession::Settings settings{.keepsMessages = false};
+    LinkSession::Settings settings{sLinkLimits(), false};
     settings.queueBytes = 8192;
     LoopedDriver looped(settings);
     std::vector<uint8_t> pings;
