@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "wmsg/utf8.h"
@@ -16,60 +17,39 @@ bool isXmlCharacter(uint32_t code)
     return code >= 0x20 ? code != 0xFFFE && code != 0xFFFF : code == '\t' || code == '\n' || code == '\r';
 }
 
-/// What stands for a character that can't stand for itself, or null.
-using Reference = const char* (*)(uint32_t);
-
-const char* referenceInText(uint32_t code)
+/// A character that cannot stand for itself.
+struct Reference
 {
-    switch (code) {
-    case '&':
-        return "&amp;";
-    case '<':
-        return "&lt;";
-    case '>':
-        return "&gt;";
-    case '\r':
-        return "&#13;";
-    default:
-        return nullptr;
-    }
-}
+    uint32_t code;
+    const char* text;
+};
 
-const char* referenceInAttribute(uint32_t code)
-{
-    switch (code) {
-    case '"':
-        return "&quot;";
-    case '\t':
-        return "&#9;";
-    case '\n':
-        return "&#10;";
-    default:
-        return referenceInText(code);
-    }
-}
+constexpr Reference kReferences[] = {{'&', "&amp;"},  {'<', "&lt;"},  {'>', "&gt;"},  {'\r', "&#13;"},
+                                     {'"', "&quot;"}, {'\t', "&#9;"}, {'\n', "&#10;"}};
+constexpr size_t kInText = 4; ///< the first of them; the others only in an attribute
 
-std::string escaped(const std::string& text, Reference referenceFor)
+std::string escaped(const std::string& text, std::span<const Reference> references)
 {
     std::string xml;
     for (std::string_view left = text; !left.empty();) {
-        const utf8::Character character = utf8::firstCharacter(left);
-        if (character.size == 0 || !isXmlCharacter(character.code)) {
+        const auto [code, size] = utf8::firstCharacter(left);
+        const auto reference = std::ranges::find(references, code, &Reference::code);
+        if (size == 0 || !isXmlCharacter(code)) {
             xml += utf8::kReplacement;
-        } else if (const char* reference = referenceFor(character.code)) {
-            xml += reference;
+        } else if (reference != references.end()) {
+            xml += reference->text;
         } else {
-            xml += left.substr(0, character.size);
+            xml += left.substr(0, size);
         }
-        left.remove_prefix(std::max(character.size, size_t{1}));
+        left.remove_prefix(std::max(size, size_t{1}));
     }
     return xml;
 }
 
 } // namespace
 
-std::string xmlText(const std::string& text) { return escaped(text, referenceInText); }
+std::string xmlText(const std::string& text) { return escaped(text, std::span(kReferences).first(kInText)); }
 
-std::string xmlAttribute(const std::string& text) { return escaped(text, referenceInAttribute); }
+std::string xmlAttribute(const std::string& text) { return escaped(text, kReferences); }
 
 } // namespace server
