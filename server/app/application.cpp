@@ -61,7 +61,7 @@ Application::Application(Options options, const LinkSettings& settings, const St
 
 Application::~Application()
 {
-    mConsole.setTypedLine(nullptr);
+    mConsole.setPrompt(nullptr);
     removePortFile();
     if (mCapture) {
         // Connections are closed, and that is recorded, after the console is gone.
@@ -230,7 +230,7 @@ void Application::takeCommands()
         mPrompt = std::make_unique<Prompt>(mIo, mStreams.input);
         mPrompt->onLine = [this](const std::string& line) { mRunner.submit(line); };
         mPrompt->start();
-        mConsole.setTypedLine(mPrompt.get());
+        mConsole.setPrompt(mPrompt.get());
     } else {
         mLineInput = std::make_unique<LineInput>(mIo, mStreams.input, kMaxCommandBytes);
         mLineInput->onLine = [this](const std::string& line) {

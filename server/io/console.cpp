@@ -1,49 +1,24 @@
 #include "server/io/console.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <poll.h>
 #include <unistd.h>
 
 namespace server {
 
 namespace {
 
-class HideTypedLine
-{
-public:
-    explicit HideTypedLine(TypedLine* line) : mLine(line)
-    {
-        if (mLine != nullptr) {
-            mLine->hide();
-        }
-    }
-    ~HideTypedLine()
-    {
-        if (mLine != nullptr) {
-            mLine->show();
-        }
-    }
-    HideTypedLine(const HideTypedLine&) = delete;
-    HideTypedLine& operator=(const HideTypedLine&) = delete;
-
-private:
-    TypedLine* mLine;
-};
-
 /// Writes what the reader takes without waiting. An error cannot be reported anywhere.
 void writeWithoutWaiting(int fd, const std::string& text)
 {
     size_t written = 0;
-    while (written < text.size()) {
-        pollfd entry{fd, POLLOUT, 0};
-        const int ready = ::poll(&entry, 1, 0);
-        const ssize_t size = ready > 0 ? ::write(fd, text.data() + written, text.size() - written) : -1;
-        if (size > 0) {
-            written += static_cast<size_t>(size);
-        } else if (ready == 0 || errno != EINTR) {
+    while (written < text.size() && NonBlockingLineWriter::writable(fd, 0)) {
+        const ssize_t size = ::write(fd, text.data() + written, text.size() - written);
+        if (size < 0 && errno != EINTR) {
             return;
         }
+        written += static_cast<size_t>(std::max<ssize_t>(size, 0));
     }
 }
 
@@ -55,10 +30,9 @@ Console::Console(boost::asio::io_context& io, int outputFd, int errorFd, bool ve
 
 void Console::line(const JsonPtr& json)
 {
-    const HideTypedLine aside(mTypedLine);
     const std::string text = lineText(json, std::chrono::system_clock::now());
     onLine(text);
-    mOutput.writeLine(text);
+    writeBesidePrompt([&] { mOutput.writeLine(text); });
 }
 
 void Console::report(const std::string& sentence) { text("zulserver: " + sentence + "\n"); }
@@ -72,8 +46,18 @@ void Console::debug(const std::string& sentence)
 
 void Console::text(const std::string& lines)
 {
-    const HideTypedLine aside(mTypedLine);
-    writeWithoutWaiting(mErrorFd, lines);
+    writeBesidePrompt([&] { writeWithoutWaiting(mErrorFd, lines); });
+}
+
+void Console::writeBesidePrompt(const std::function<void()>& write)
+{
+    if (mPrompt != nullptr) {
+        mPrompt->hide();
+    }
+    write();
+    if (mPrompt != nullptr) {
+        mPrompt->show();
+    }
 }
 
 } // namespace server

@@ -5,17 +5,9 @@
 
 #include "server/io/jsonline.h"
 #include "server/io/nonblockinglinewriter.h"
+#include "server/io/prompt.h"
 
 namespace server {
-
-/// The command that the user is typing, as it stands on the screen.
-class TypedLine
-{
-public:
-    virtual ~TypedLine() = default;
-    virtual void hide() = 0;
-    virtual void show() = 0;
-};
 
 /// Writes JSON lines to the output and everything else to the error stream.
 class Console
@@ -26,8 +18,8 @@ public:
 
     NonBlockingLineWriter& output() { return mOutput; }
 
-    /// Hides @p typedLine, borrowed, while a line is written. Null for none.
-    void setTypedLine(TypedLine* typedLine) { mTypedLine = typedLine; }
+    /// Hides what the user is typing at @p prompt, borrowed, while a line is written. Null for none.
+    void setPrompt(Prompt* prompt) { mPrompt = prompt; }
 
     /// Called with each line, before it is written.
     std::function<void(const std::string&)> onLine = [](const std::string&) {};
@@ -43,10 +35,12 @@ public:
     void text(const std::string& lines);
 
 private:
+    void writeBesidePrompt(const std::function<void()>& write);
+
     NonBlockingLineWriter mOutput;
     int mErrorFd;
     bool mVerbose;
-    TypedLine* mTypedLine = nullptr;
+    Prompt* mPrompt = nullptr;
 };
 
 } // namespace server

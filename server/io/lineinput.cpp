@@ -10,30 +10,19 @@
 
 namespace server {
 
-LineInput::LineInput(boost::asio::io_context& io, int fd, size_t maxBytes)
-    : mIo(io), mStream(io), mMaxBytes(maxBytes)
-{
-    // A program may be started without a standard input.
-    const int copy = ::dup(fd);
-    if (copy < 0) {
-        mOpenError = errno == EBADF ? 0 : errno;
-        return;
-    }
-    boost::system::error_code error;
-    mStream.assign(copy, error);
-    if (error) {
-        mOpenError = error.value();
-        ::close(copy);
-    }
-}
-
 void LineInput::start()
 {
-    if (mStream.is_open()) {
-        waitForInput();
-    } else if (mOpenError != 0) {
-        endInput(mOpenError);
+    const int copy = ::dup(mFd);
+    boost::system::error_code error(copy < 0 ? errno : 0, boost::system::system_category());
+    if (copy >= 0) {
+        mStream.assign(copy, error);
     }
+    if (!error) {
+        waitForInput();
+        return;
+    }
+    ::close(copy);
+    onError(error.message());
 }
 
 void LineInput::waitForInput()

@@ -11,9 +11,11 @@ namespace server {
 class LineInput
 {
 public:
-    /// Reads from a duplicate of @p fd and leaves its modes as they are. A line longer than @p maxBytes is
-    /// cut after one byte more, so that the listener sees that it is too long.
-    LineInput(boost::asio::io_context& io, int fd, size_t maxBytes);
+    /// Reads from a duplicate of @p fd, made by start(), and leaves its modes as they are. A line longer than
+    /// @p maxBytes is cut after one byte more, so that the listener sees that it is too long.
+    LineInput(boost::asio::io_context& io, int fd, size_t maxBytes)
+        : mIo(io), mStream(io), mFd(fd), mMaxBytes(maxBytes)
+    {}
 
     /// Called for each line, without its end.
     std::function<void(const std::string&)> onLine;
@@ -36,7 +38,7 @@ private:
 
     boost::asio::io_context& mIo;
     boost::asio::posix::stream_descriptor mStream;
-    int mOpenError = 0;
+    const int mFd;
     const size_t mMaxBytes;
     std::string mLine;
     bool mHeld = false;

@@ -28,6 +28,16 @@ NonBlockingLineWriter::NonBlockingLineWriter(boost::asio::io_context& io, int fd
     : mIo(io), mStream(io, duplicateOf(fd))
 {}
 
+bool NonBlockingLineWriter::writable(int fd, int timeoutMs)
+{
+    pollfd entry{fd, POLLOUT, 0};
+    int ready = ::poll(&entry, 1, timeoutMs);
+    while (ready < 0 && errno == EINTR) {
+        ready = ::poll(&entry, 1, timeoutMs);
+    }
+    return ready > 0;
+}
+
 void NonBlockingLineWriter::writeLine(const std::string& line)
 {
     if (mEnded) {
@@ -38,7 +48,7 @@ void NonBlockingLineWriter::writeLine(const std::string& line)
     if (!mWaiting) {
         writeWhatGoes();
     }
-    mCongested = mPending.size() - mWritten > kCongestedBytes;
+    mCongested = pending() > kCongestedBytes;
 }
 
 bool NonBlockingLineWriter::finish(int timeoutMs)
@@ -46,54 +56,43 @@ bool NonBlockingLineWriter::finish(int timeoutMs)
     if (mEnded) {
         return true; // onWriteFailed was called
     }
-    while (!mEnded && mWritten < mPending.size() && writable(timeoutMs)) {
+    while (!mEnded && pending() > 0 && writable(mStream.native_handle(), timeoutMs)) {
         writeSome();
     }
-    const bool all = mWritten == mPending.size();
     mEnded = true;
     boost::system::error_code ignored;
     mStream.close(ignored);
-    return all;
-}
-
-bool NonBlockingLineWriter::writable(int timeoutMs) const
-{
-    pollfd entry{const_cast<boost::asio::posix::stream_descriptor&>(mStream).native_handle(), POLLOUT, 0};
-    int ready = ::poll(&entry, 1, timeoutMs);
-    while (ready < 0 && errno == EINTR) {
-        ready = ::poll(&entry, 1, timeoutMs);
-    }
-    return ready > 0;
+    return pending() == 0;
 }
 
 /// Writes as much as a writable pipe takes without blocking. False if nothing can be written now.
 bool NonBlockingLineWriter::writeSome()
 {
-    const size_t size = std::min<size_t>(mPending.size() - mWritten, PIPE_BUF);
+    const size_t size = std::min<size_t>(pending(), PIPE_BUF);
     const ssize_t count = ::write(mStream.native_handle(), mPending.data() + mWritten, size);
-    if (count < 0) {
-        const int error = errno;
-        if (error != EINTR && error != EAGAIN) {
-            breakOff(error);
-        }
-        return error == EINTR;
+    if (count >= 0) {
+        mWritten += static_cast<size_t>(count);
+        return true;
     }
-    mWritten += static_cast<size_t>(count);
-    return true;
+    const int error = errno;
+    if (error != EINTR && error != EAGAIN) {
+        mEnded = true;
+        boost::asio::post(mIo, [this, error] { onWriteFailed(std::generic_category().message(error)); });
+    }
+    return error == EINTR;
 }
 
 void NonBlockingLineWriter::writeWhatGoes()
 {
-    while (!mEnded && mWritten < mPending.size() && writable(0) && writeSome()) {
+    while (!mEnded && pending() > 0 && writable(mStream.native_handle(), 0) && writeSome()) {
     }
-    if (mEnded || mWritten == mPending.size()) {
-        mPending.clear();
+    const bool all = mEnded || pending() == 0;
+    if (all || mWritten > kCongestedBytes) {
+        mPending.erase(0, mEnded ? std::string::npos : mWritten);
         mWritten = 0;
+    }
+    if (all) {
         return;
-    }
-    if (mWritten > kCongestedBytes) {
-        mPending.erase(0, mWritten);
-        mWritten = 0;
     }
     mWaiting = true;
     mStream.async_wait(boost::asio::posix::stream_descriptor::wait_write,
@@ -103,17 +102,11 @@ void NonBlockingLineWriter::writeWhatGoes()
                                return;
                            }
                            writeWhatGoes();
-                           if (mCongested && mPending.size() - mWritten <= kCongestedBytes / 2) {
+                           if (mCongested && pending() <= kCongestedBytes / 2) {
                                mCongested = false;
                                onWritable();
                            }
                        });
-}
-
-void NonBlockingLineWriter::breakOff(int error)
-{
-    mEnded = true;
-    boost::asio::post(mIo, [this, error] { onWriteFailed(std::generic_category().message(error)); });
 }
 
 } // namespace server

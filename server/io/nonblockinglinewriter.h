@@ -26,6 +26,9 @@ public:
     /// Called once from the event loop, with the reason, if nothing can be written any more.
     std::function<void(const std::string&)> onWriteFailed;
 
+    /// Whether @p fd takes bytes within @p timeoutMs, or an error is to be had from it.
+    static bool writable(int fd, int timeoutMs);
+
     /// Appends @p line and a line end.
     void writeLine(const std::string& line);
 
@@ -36,10 +39,9 @@ public:
     bool finish(int timeoutMs);
 
 private:
-    bool writable(int timeoutMs) const;
+    size_t pending() const { return mPending.size() - mWritten; }
     bool writeSome();
     void writeWhatGoes();
-    void breakOff(int error);
 
     boost::asio::io_context& mIo;
     boost::asio::posix::stream_descriptor mStream;

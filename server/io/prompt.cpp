@@ -43,21 +43,6 @@ Prompt::Prompt(boost::asio::io_context& io, int fd)
     if (mScreen == nullptr) {
         mScreen = ::fdopen(::dup(STDERR_FILENO), "w");
     }
-    setUpEditor();
-}
-
-Prompt::~Prompt()
-{
-    hide();
-    el_set(mEditor, EL_UNBUFFERED, 0);
-    el_end(mEditor);
-    history_end(mHistory);
-    std::fclose(mScreen);
-    std::fclose(mInput);
-}
-
-void Prompt::setUpEditor()
-{
     mEditor = el_init("zulserver", mInput, mScreen, mScreen);
     mHistory = history_init();
     HistEvent event;
@@ -72,6 +57,16 @@ void Prompt::setUpEditor()
     el_set(mEditor, EL_BIND, "^D", "ed-delete-next-char", nullptr);
     el_set(mEditor, EL_BIND, "\\ex", "ed-unassigned", nullptr);
     el_set(mEditor, EL_BIND, "\\eX", "ed-unassigned", nullptr);
+}
+
+Prompt::~Prompt()
+{
+    hide();
+    el_set(mEditor, EL_UNBUFFERED, 0);
+    el_end(mEditor);
+    history_end(mHistory);
+    std::fclose(mScreen);
+    std::fclose(mInput);
 }
 
 void Prompt::start()
@@ -133,13 +128,10 @@ void Prompt::takeKey()
 {
     int size = 0;
     const char* text = el_gets(mEditor, &size);
-    if (text != nullptr && size > 0 && (text[size - 1] == '\n' || text[size - 1] == '\r')) {
-        finishLine(std::string(text, static_cast<size_t>(size) - 1));
+    if (text == nullptr || size <= 0 || (text[size - 1] != '\n' && text[size - 1] != '\r')) {
+        return;
     }
-}
-
-void Prompt::finishLine(const std::string& line)
-{
+    const std::string line(text, static_cast<size_t>(size) - 1);
     if (line.find_first_not_of(" \t") != std::string::npos) {
         HistEvent event;
         history(mHistory, &event, H_ENTER, line.c_str());

@@ -8,15 +8,13 @@
 #include <histedit.h>
 #include <string>
 
-#include "server/io/console.h"
-
 namespace server {
 
 /// Lets a user type commands at a terminal, with editing and a history.
 ///
 /// Prompt and typed text go to the terminal itself. It blocks the event loop only until all bytes of a key
 /// have arrived.
-class Prompt final : public TypedLine
+class Prompt
 {
 public:
     /// True if the program may edit lines at @p fd: a capable terminal, in the foreground.
@@ -24,7 +22,7 @@ public:
 
     /// Changes the modes of the terminal at @p fd, borrowed; the destructor restores them.
     Prompt(boost::asio::io_context& io, int fd);
-    ~Prompt() override;
+    ~Prompt();
     Prompt(const Prompt&) = delete;
     Prompt& operator=(const Prompt&) = delete;
 
@@ -33,18 +31,17 @@ public:
 
     void start();
 
-    void hide() override;
-    void show() override;
+    /// Takes the prompt and the typed text from the screen until show().
+    void hide();
+    void show();
 
 private:
     static int readKey(EditLine* editor, wchar_t* key);
 
     int readByte(char* byte);
-    void setUpEditor();
     void waitForKey();
     void waitForSignal();
     void takeKey();
-    void finishLine(const std::string& line);
     void restart();
 
     boost::asio::posix::stream_descriptor mStream;
