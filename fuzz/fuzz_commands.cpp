@@ -7,7 +7,7 @@
 #include "jsontext.h"
 #include "property.h"
 #include "server/commands/commandparser.h"
-#include "server/commands/numbers.h"
+#include "server/commands/commandwords.h"
 #include "server/io/jsonline.h"
 #include "zulobj/recordfactory.h"
 
@@ -17,33 +17,17 @@ using server::Command;
 
 bool sameBits(double a, double b) { return a == b && std::signbit(a) == std::signbit(b); }
 
-std::vector<uint8_t> payloadOf(const Command& command)
+bool sameConditions(const server::Conditions& a, const server::Conditions& b)
 {
-    cObjectList list;
-    list.setMsgType(command.msgType);
-    if (command.object) {
-        list.addBorrowed(command.object.get());
-    }
-    WMsg message;
-    require(list.encode(&message).isOk(), "a command's message can be sent");
-    require(message.type == command.msgType, "the message is of the command's type");
-    cObjectList received;
-    require(received.decode(message).isOk() && received.size() == (command.object ? 1U : 0U),
-            "a command's message is readable");
-    return message.payload;
-}
-
-bool sameConditions(const Command& a, const Command& b)
-{
-    return std::equal(a.conditions.begin(), a.conditions.end(), b.conditions.begin(), b.conditions.end(),
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](const auto& one, const auto& other) { return one.text() == other.text(); });
 }
 
 bool same(const Command& a, const Command& b)
 {
-    return a.kind == b.kind && a.msgType == b.msgType && a.device == b.device &&
-           a.objectType == b.objectType && sameBits(a.seconds, b.seconds) && payloadOf(a) == payloadOf(b) &&
-           sameConditions(a, b);
+    return a.kind == b.kind && a.message == b.message && a.filter.deviceSerial == b.filter.deviceSerial &&
+           a.filter.objectType == b.filter.objectType && sameBits(a.seconds, b.seconds) &&
+           sameConditions(a.filter.conditions, b.filter.conditions);
 }
 
 bool isExpectation(const Command& command)
@@ -55,13 +39,14 @@ bool isExpectation(const Command& command)
 /// Every condition is on a field that the object has, and answers for a record in its first state.
 void checkConditions(const Command& command)
 {
-    if (command.conditions.empty()) {
+    const server::MessageLog::Filter& filter = command.filter;
+    if (filter.conditions.empty()) {
         return;
     }
-    require(isExpectation(command) && command.objectType.has_value(), "conditions are an object's");
-    const auto record = zulobj::createRecord(static_cast<eObjectTypes>(*command.objectType));
+    require(isExpectation(command) && filter.objectType.has_value(), "conditions are an object's");
+    const auto record = zulobj::createRecord(static_cast<eObjectTypes>(*filter.objectType));
     const JsonRef json(record->getJSONObj());
-    for (const server::Condition& condition : command.conditions) {
+    for (const server::Condition& condition : filter.conditions) {
         require(json_object_get(json.get(), condition.name()) != nullptr, "an object has the field");
         require(!condition.holds(nullptr), "where no field is, no condition holds");
         condition.holds(json.get());
@@ -74,14 +59,16 @@ void checkCommand(const Command& command)
         command.kind == Command::Kind::EXCHANGE || command.kind == Command::Kind::EXPECT_ANSWER;
     const bool wait = command.kind == Command::Kind::WAIT_EVENT ||
                       command.kind == Command::Kind::WAIT_DEVICE || isExpectation(command);
-    require(exchange == (command.object != nullptr), "a get and a set have an object, and nothing else has");
-    require(!exchange || command.msgType <= cObjectList::kRequest, "an exchange is a set or a request");
+    cObjectList sent;
+    require(sent.decode(command.message).isOk(), "a command's message is readable");
+    require(sent.size() == (exchange ? 1U : 0U), "a get and a set have an object, and nothing else has");
+    require(!exchange || command.message.type <= cObjectList::kRequest, "an exchange is a set or a request");
     require(command.seconds >= 0.0 && command.seconds <= server::kMaxSeconds, "no time is beyond a day");
     require(!(exchange || wait) || command.seconds > 0.0, "nobody waits for no time");
-    require(!command.objectType || command.kind == Command::Kind::WAIT_EVENT || isExpectation(command),
+    require(!command.filter.objectType || exchange || command.kind == Command::Kind::WAIT_EVENT ||
+                isExpectation(command),
             "only what is waited for has a type");
     checkConditions(command);
-    payloadOf(command);
 }
 
 void checkMistake(const std::string& line, const std::string& mistake)
@@ -124,7 +111,7 @@ void checkReply(const std::string& line, const std::string& mistake)
     server::Reply reply;
     reply.status = mistake.empty() ? server::Reply::Status::TIMEOUT : server::Reply::Status::ERROR;
     reply.error = mistake;
-    const std::string text = server::dumped(server::replyLine(line, 0.25, std::move(reply)));
+    const std::string text = server::dumped(server::replyLine(line, 0.25, reply));
     require(!text.empty() && text.find('\n') == std::string::npos, "a reply is one line");
     const JsonRef json = jsonOf(text, 0);
     require(json != nullptr, "a reply is JSON");

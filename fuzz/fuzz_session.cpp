@@ -249,7 +249,7 @@ private:
     void sessionIdentified(server::DeviceSession& session) override
     {
         require(!mIdentified && !mClosed, "a device says once who it is");
-        require(session.device() != nullptr, "a device that has said who it is is known");
+        require(session.device().has_value(), "a device that has said who it is is known");
         mIdentified = true;
     }
 

@@ -6,8 +6,8 @@
 #include <unistd.h>
 #include <utility>
 
-#include "server/commands/commandparser.h"
 #include "server/commands/commandwords.h"
+#include "wfile/atomicfile.h"
 
 namespace server {
 
@@ -18,7 +18,7 @@ constexpr int kLastLinesMs = 2000;
 
 std::string cannotWrite(const char* what, const std::string& path, const WStatus& status)
 {
-    return std::string("The ") + what + " " + quoted(path) + " cannot be written: " + status.problem() + ".";
+    return std::string("The ") + what + " " + quoted(path) + " cannot be written: " + status.problem();
 }
 
 } // namespace
@@ -28,41 +28,43 @@ Application::Application(Options options, const LinkSettings& settings, const St
     : mOptions(std::move(options)),
       mStreams(streams),
       mProgram(std::move(program)),
-      mReportFile(mOptions.junit.value_or("")),
-      mPortFile(mOptions.portFile.value_or("")),
       mConsole(mIo, streams.output, streams.error, mOptions.verbose),
-      mMonitor(mIo, mConsole, mLog, settings),
-      mRunner(mIo, mConsole, mMonitor, mLog),
+      mSessions(mIo, mConsole, settings),
+      mRunner(mIo, mConsole, mSessions),
       mAcceptor(mIo),
       mSignals(mIo),
       mTimer(mIo)
 {
-    mConsole.output().onWritable = [this] { mMonitor.resumeReading(); };
+    mConsole.output().onWritable = [this] { mSessions.resumeReading(); };
     mConsole.output().onWriteFailed = [this](const std::string& reason) {
         failRun("Standard output cannot be written: " + reason + ".");
         finish(1);
     };
-    mMonitor.onChange = [this] {
+    mSessions.onChange = [this] {
         if (mFinished) {
             return;
         }
-        mRunner.monitorChanged();
-        if (mOptions.count && mMonitor.messages() >= *mOptions.count) {
+        mRunner.sessionsChanged();
+        if (mOptions.count && mSessions.log().added() >= *mOptions.count) {
             finish(mRunner.exitStatusCutOff());
         }
     };
     mRunner.onEnd = [this] { finish(mRunner.exitStatus()); };
-    mAcceptor.onPeer = [this](boost::asio::ip::tcp::socket socket) { mMonitor.add(std::move(socket)); };
+    mAcceptor.onPeer = [this](boost::asio::ip::tcp::socket socket) { mSessions.add(std::move(socket)); };
     mAcceptor.onError = [this](const std::string& sentence) { mConsole.report(sentence); };
     if (mOptions.junit) {
-        watchCommands();
+        mRunner.onBegin = [this](const std::string& text) { mReport.commandBegun(text); };
+        mRunner.onReply = [this](const Reply& reply, double seconds) { mReport.commandDone(reply, seconds); };
+        mConsole.onLine = [this](const std::string& line) { mReport.addLine(line); };
     }
 }
 
 Application::~Application()
 {
     mConsole.setPrompt(nullptr);
-    removePortFile();
+    if (mPortFileWritten) {
+        ::unlink(mOptions.portFile->c_str());
+    }
     if (mCapture) {
         // Connections are closed, and that is recorded, after the console is gone.
         mCapture->setReport(nullptr);
@@ -82,36 +84,28 @@ void Application::endOnSignals()
 
 int Application::run()
 {
-    if (!checkFile("report", mOptions.junit, mReportFile) ||
-        !checkFile("port file", mOptions.portFile, mPortFile)) {
+    if (!checkFile("report", mOptions.junit) || !checkFile("port file", mOptions.portFile)) {
         return 1;
     }
     if (listen()) {
         startTimer();
         takeCommands();
-        mAcceptor.start();
+        mAcceptor.accept();
         mIo.run();
     } else {
         mStatus = 1;
         submitGivenCommands(); // for the report
     }
-    removePortFile();
     writeReport();
     return mStatus;
 }
 
-void Application::watchCommands()
-{
-    mRunner.setWatcher(&mReport);
-    mConsole.onLine = [this](const std::string& line) { mReport.addLine(line); };
-}
-
 /// False, after a report, if there is a @p path and its file cannot be written.
-bool Application::checkFile(const char* what, const std::optional<std::string>& path, const cAtomicFile& file)
+bool Application::checkFile(const char* what, const std::optional<std::string>& path)
 {
-    const WStatus status = path ? file.check() : WStatus::ok();
+    const WStatus status = path ? cAtomicFile(*path).check() : WStatus::ok();
     if (!status.isOk()) {
-        mConsole.report(cannotWrite(what, *path, status));
+        mConsole.report(cannotWrite(what, *path, status) + ".");
     }
     return status.isOk();
 }
@@ -130,9 +124,9 @@ void Application::writeReport()
     if (!mRunFailure.empty()) {
         mReport.runFailed(mRunFailure);
     }
-    const WStatus status = mReportFile.write(mReport.xml());
+    const WStatus status = cAtomicFile(*mOptions.junit).write(mReport.xml());
     if (!status.isOk()) {
-        mConsole.report(cannotWrite("report", *mOptions.junit, status));
+        mConsole.report(cannotWrite("report", *mOptions.junit, status) + ".");
         mStatus = 1;
     }
 }
@@ -151,8 +145,14 @@ void Application::stop()
 bool Application::listen()
 {
     std::string problem = mAcceptor.open(mOptions.listen, mOptions.port);
+    const boost::asio::ip::tcp::endpoint& endpoint = mAcceptor.endpoint();
     if (problem.empty() && mOptions.capture) {
         mCapture = cCaptureFile::create(*mOptions.capture, mProgram, &problem);
+    }
+    if (problem.empty() && mOptions.portFile) {
+        const WStatus status = cAtomicFile(*mOptions.portFile).write(std::to_string(endpoint.port()) + "\n");
+        mPortFileWritten = status.isOk();
+        problem = mPortFileWritten ? "" : cannotWrite("port file", *mOptions.portFile, status);
     }
     if (!problem.empty()) {
         failRun(problem + ".");
@@ -163,38 +163,14 @@ bool Application::listen()
         mCapture->setReport([this](const std::string& sentence) {
             boost::asio::post(mIo, [this, sentence] { mConsole.report(sentence); });
         });
-        mMonitor.setCapture(mCapture);
+        mSessions.setCapture(mCapture);
     }
-    if (!writePortFile()) {
-        return false;
-    }
-    const boost::asio::ip::tcp::endpoint endpoint = mAcceptor.endpoint();
     if (!endpoint.address().is_loopback()) {
         mConsole.report("Listening at " + endpoint.address().to_string() +
                         ": other machines can reach this server, which asks nobody for a password.");
     }
     mConsole.line(listeningLine(endpoint.address().to_string(), endpoint.port()));
     return true;
-}
-
-bool Application::writePortFile()
-{
-    if (!mOptions.portFile) {
-        return true;
-    }
-    const WStatus status = mPortFile.write(std::to_string(mAcceptor.endpoint().port()) + "\n");
-    mPortFileWritten = status.isOk();
-    if (!mPortFileWritten) {
-        failRun(cannotWrite("port file", *mOptions.portFile, status));
-    }
-    return mPortFileWritten;
-}
-
-void Application::removePortFile()
-{
-    if (std::exchange(mPortFileWritten, false)) {
-        ::unlink(mOptions.portFile->c_str());
-    }
 }
 
 void Application::startTimer()

@@ -7,16 +7,13 @@
 #include <string>
 
 #include "server/app/options.h"
-#include "server/commands/messagelog.h"
 #include "server/io/console.h"
 #include "server/io/lineinput.h"
 #include "server/io/prompt.h"
 #include "server/report/junitreport.h"
 #include "server/sessions/commandrunner.h"
 #include "server/sessions/devicesessions.h"
-#include "server/sessions/linksettings.h"
 #include "server/sessions/peeracceptor.h"
-#include "wfile/atomicfile.h"
 
 namespace server {
 
@@ -47,11 +44,8 @@ public:
     void stop();
 
 private:
-    void watchCommands();
-    bool checkFile(const char* what, const std::optional<std::string>& path, const cAtomicFile& file);
+    bool checkFile(const char* what, const std::optional<std::string>& path);
     void writeReport();
-    bool writePortFile();
-    void removePortFile();
     void failRun(const std::string& sentence);
     bool listen();
     void takeCommands();
@@ -62,13 +56,10 @@ private:
     const Options mOptions;
     const Streams mStreams;
     const std::string mProgram;
-    const cAtomicFile mReportFile;
-    const cAtomicFile mPortFile;
     std::shared_ptr<cCaptureFile> mCapture; ///< may be null
     boost::asio::io_context mIo;
     Console mConsole;
-    MessageLog mLog;
-    DeviceSessions mMonitor;
+    DeviceSessions mSessions;
     CommandRunner mRunner;
     PeerAcceptor mAcceptor;
     JunitReport mReport;

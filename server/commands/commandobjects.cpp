@@ -1,33 +1,32 @@
 #include "server/commands/commandobjects.h"
 
-#include "zulobj/ainput.h"
-#include "zulobj/aoutput.h"
-#include "zulobj/asample.h"
-#include "zulobj/capability.h"
-#include "zulobj/device.h"
-#include "zulobj/dinput.h"
-#include "zulobj/doutput.h"
+#include <array>
+#include <bit>
+#include <string_view>
+
+#include "zulobj/objectlist.h"
+#include "zulobj/recordfactory.h"
 
 namespace server {
 
 namespace {
 
-uint32_t readSerial(CommandWords* words) { return words->number("serial").value_or(cObject::kWildcard); }
+/// A word or field of a command that fills a field of the object.
+struct Part
+{
+    const char* name = nullptr;
+    eTag tag = {};
 
-uint32_t readNumberWord(CommandWords* words, const std::string& name, uint32_t min)
+    /// Takes the value, of a float its bits. Nothing if the command does not give it.
+    std::optional<uint32_t> (*read)(const Part& part, CommandWords* words) = nullptr;
+
+    bool required = false;
+};
+
+std::optional<uint32_t> readPort(const Part& part, CommandWords* words)
 {
     const std::string word = words->word();
-    const std::optional<uint32_t> number = parseNumber(word, min);
-    if (!number) {
-        words->fail(word.empty() ? "The command needs " + name + "." : numberMistake(name, word, min));
-    }
-    return number.value_or(0);
-}
-
-uint32_t readPort(CommandWords* words, bool required)
-{
-    const std::string word = words->word();
-    if (word.empty() && required) {
+    if (word.empty() && part.required) {
         words->fail("The command needs a PORT, or * for every port.");
     }
     if (word.empty() || word == "*") {
@@ -37,146 +36,127 @@ uint32_t readPort(CommandWords* words, bool required)
     if (!port) {
         words->fail("PORT is neither * nor a whole number from 1 to 4294967295: " + quoted(word) + ".");
     }
-    return port.value_or(0);
+    return port;
 }
 
-/// Returns OBJ_IO_STATE_UNKNOWN if the field is absent or wrong.
-cObject::eObjectIOState readState(CommandWords* words, const std::string& name)
+template <uint32_t Min>
+std::optional<uint32_t> readWord(const Part& part, CommandWords* words)
 {
-    const std::optional<std::string> text = words->text(name);
+    const std::string word = words->word();
+    const std::optional<uint32_t> number = parseNumber(word, Min);
+    if (!number) {
+        words->fail(word.empty() ? std::string("The command needs ") + part.name + "."
+                                 : numberMistake(part.name, word, Min));
+    }
+    return number;
+}
+
+std::optional<uint32_t> readNumber(const Part& part, CommandWords* words) { return words->number(part.name); }
+
+std::optional<uint32_t> readReal(const Part& part, CommandWords* words)
+{
+    const std::optional<float> real = words->real(part.name);
+    return real ? std::make_optional(std::bit_cast<uint32_t>(*real)) : std::nullopt;
+}
+
+std::optional<uint32_t> readState(const Part& part, CommandWords* words)
+{
+    const std::optional<std::string> text = words->text(part.name);
     if (text == "high") {
         return cObject::OBJ_IO_STATE_SET;
     }
-    if (text == "low") {
-        return cObject::OBJ_IO_STATE_CLEAR;
+    if (text && text != "low") {
+        words->fail(part.name + (" is neither high nor low: " + quoted(*text)) + ".");
     }
-    if (text) {
-        words->fail(name + " is neither high nor low: " + quoted(*text) + ".");
-    }
-    return cObject::OBJ_IO_STATE_UNKNOWN;
+    return text ? std::make_optional<uint32_t>(cObject::OBJ_IO_STATE_CLEAR) : std::nullopt;
 }
 
-template <class Record>
-std::shared_ptr<cObject> getRecord(CommandWords* words)
-{
-    auto record = std::make_shared<Record>();
-    record->setDeviceSerial(readSerial(words));
-    return record;
-}
+constexpr Part kAnyPort{"PORT", TAG_PORT_ID, readPort};
+constexpr Part kPort{"PORT", TAG_PORT_ID, readPort, true};
+constexpr Part kPortNum{"PORT", TAG_PORT_NUM, readWord<1>};
+constexpr Part kSeqNum{"SEQ", TAG_SEQ_NUM, readWord<0>};
+constexpr Part kSerial{"serial", TAG_DEVICE_SERIAL, readNumber};
+constexpr Part kPortType{"portType", TAG_PORT_TYPE, readNumber};
+constexpr Part kState{"state", TAG_OUTPUT_STATE, readState};
+constexpr Part kDefault{"default", TAG_DEFAULT_STATE, readState};
+constexpr Part kOnlyDefault{"default", TAG_DEFAULT_STATE, readState, true};
+constexpr Part kRate{"rate", TAG_SAMPLE_RATE, readNumber};
+constexpr Part kGain{"gain", TAG_GAIN, readReal};
+constexpr Part kOffset{"offset", TAG_OFFSET, readReal};
+constexpr Part kValue{"value", TAG_SAMPLED_VALUE, readReal, true};
 
-template <class Port>
-std::shared_ptr<Port> readPortRecord(CommandWords* words, bool required)
-{
-    auto port = std::make_shared<Port>();
-    port->setPortId(readPort(words, required));
-    port->setDeviceSerial(readSerial(words));
-    return port;
-}
-
-template <class Port>
-std::shared_ptr<cObject> getPort(CommandWords* words)
-{
-    auto port = readPortRecord<Port>(words, false);
-    port->setPortType(words->number("portType").value_or(port->getPortType()));
-    return port;
-}
-
-std::shared_ptr<cObject> getSample(CommandWords* words)
-{
-    auto sample = std::make_shared<cObjectAnalogSample>();
-    sample->setPortNum(readNumberWord(words, "PORT", 1));
-    sample->setSeqNum(readNumberWord(words, "SEQ", 0));
-    sample->setDeviceSerial(readSerial(words));
-    return sample;
-}
-
-std::shared_ptr<cObject> setDInput(CommandWords* words)
-{
-    auto port = readPortRecord<cObjectDInput>(words, true);
-    port->setDefaultState(readState(words, "default"));
-    if (port->getDefaultState() == cObject::OBJ_IO_STATE_UNKNOWN) {
-        words->failWithout("default");
-    }
-    return port;
-}
-
-std::shared_ptr<cObject> setDOutput(CommandWords* words)
-{
-    auto port = readPortRecord<cObjectDOutput>(words, true);
-    port->setOutputState(readState(words, "state"));
-    port->setDefaultState(readState(words, "default"));
-    return port;
-}
-
-std::shared_ptr<cObject> setAInput(CommandWords* words)
-{
-    auto port = readPortRecord<cObjectAInput>(words, true);
-    port->setSampleRate(words->number("rate").value_or(port->getSampleRate()));
-    port->setGain(words->real("gain").value_or(port->getGain()));
-    port->setOffset(words->real("offset").value_or(port->getOffset()));
-    return port;
-}
-
-std::shared_ptr<cObject> setAOutput(CommandWords* words)
-{
-    auto port = readPortRecord<cObjectAOutput>(words, true);
-    if (const auto value = words->real("value")) {
-        port->setSampledValue(*value);
-    } else {
-        words->failWithout("value");
-    }
-    return port;
-}
-
-using ObjectReader = std::shared_ptr<cObject> (*)(CommandWords*);
-
+/// An object that a command names by a word.
 struct ObjectWord
 {
-    const char* word;
-    ObjectReader read;
+    std::string_view verb;
+    std::string_view word;
+    eObjectTypes type;
+    std::array<Part, 5> parts; ///< in the order in which they are read, up to the first without a name
 };
 
-constexpr ObjectWord kGetWords[] = {
-    {"device", getRecord<cObjectDevice>},
-    {"capability", getRecord<cObjectCapability>},
-    {"din", getPort<cObjectDInput>},
-    {"dout", getPort<cObjectDOutput>},
-    {"ain", getPort<cObjectAInput>},
-    {"aout", getPort<cObjectAOutput>},
-    {"sample", getSample},
+constexpr ObjectWord kObjectWords[] = {
+    {"get", "device", OBJ_DEVICE, {{kSerial}}},
+    {"get", "capability", OBJ_CAPABILITY, {{kSerial}}},
+    {"get", "din", OBJ_PORT_DIN, {{kAnyPort, kSerial, kPortType}}},
+    {"get", "dout", OBJ_PORT_DOUT, {{kAnyPort, kSerial, kPortType}}},
+    {"get", "ain", OBJ_PORT_AIN, {{kAnyPort, kSerial, kPortType}}},
+    {"get", "aout", OBJ_PORT_AOUT, {{kAnyPort, kSerial, kPortType}}},
+    {"get", "sample", OBJ_ANALOG_SAMPLE, {{kPortNum, kSeqNum, kSerial}}},
+    {"set", "din", OBJ_PORT_DIN, {{kPort, kSerial, kOnlyDefault}}},
+    {"set", "dout", OBJ_PORT_DOUT, {{kPort, kSerial, kState, kDefault}}},
+    {"set", "ain", OBJ_PORT_AIN, {{kPort, kSerial, kRate, kGain, kOffset}}},
+    {"set", "aout", OBJ_PORT_AOUT, {{kPort, kSerial, kValue}}},
 };
 
-constexpr ObjectWord kSetWords[] = {
-    {"din", setDInput},
-    {"dout", setDOutput},
-    {"ain", setAInput},
-    {"aout", setAOutput},
-};
-
-/// Finds the object by the field that gives its type code, or by the word that names it.
-template <size_t N>
-void readObject(const std::string& verb, const ObjectWord (&known)[N], CommandWords* words, Command* command)
+/// Gives the field @p tag of @p record its value.
+void setField(cObject* record, eTag tag, uint32_t value)
 {
-    if (const auto type = words->number("object")) {
-        command->object = std::make_shared<cObject>(static_cast<eObjectTypes>(*type));
-        command->objectSerial = words->number("serial");
-        return;
-    }
-    const std::string word = words->word();
-    for (const ObjectWord& candidate : known) {
-        if (word == candidate.word) {
-            command->object = candidate.read(words);
-            return;
+    std::array<uint8_t, wmsg::kNumberTagSize> bytes;
+    wmsg::putNumberTag(bytes.data(), tag, value);
+    WendleObject field{record->getType(), bytes};
+    static_cast<void>(record->parse(&field, nullptr));
+}
+
+std::vector<uint8_t> readParts(const ObjectWord& object, CommandWords* words)
+{
+    const std::unique_ptr<cObject> record = zulobj::createRecord(object.type);
+    setField(record.get(), TAG_DEVICE_SERIAL, cObject::kWildcard); // unless it is given
+    for (auto part = object.parts.begin(); part != object.parts.end() && part->name != nullptr; ++part) {
+        if (const std::optional<uint32_t> value = part->read(*part, words)) {
+            setField(record.get(), part->tag, *value);
+        } else if (part->required) {
+            words->failWithout(part->name);
         }
     }
-    words->fail(word.empty() ? "The command does not say what to " + verb + "."
-                             : "There is no " + quoted(word) + " to " + verb + ".");
+    std::vector<uint8_t> payload(record->encodedSize());
+    record->encode(payload.data());
+    return payload;
 }
 
 } // namespace
 
-void readObjectToGet(CommandWords* words, Command* command) { readObject("get", kGetWords, words, command); }
-
-void readObjectToSet(CommandWords* words, Command* command) { readObject("set", kSetWords, words, command); }
+std::optional<uint32_t> readObject(const std::string& verb, CommandWords* words, WMsg* message)
+{
+    message->type = verb == "get" ? cObjectList::kRequest : cObjectList::kSet;
+    if (const std::optional<uint32_t> type = words->number("object")) {
+        WPayloadWriter writer(&message->payload);
+        writer.beginObject(*type);
+        if (const std::optional<uint32_t> serial = words->number("serial")) {
+            writer.putNumber(TAG_DEVICE_SERIAL, *serial);
+        }
+        writer.endObject();
+        return type;
+    }
+    const std::string word = words->word();
+    for (const ObjectWord& object : kObjectWords) {
+        if (object.verb == verb && object.word == word) {
+            message->payload = readParts(object, words);
+            return object.type;
+        }
+    }
+    words->fail(word.empty() ? "The command does not say what to " + verb + "."
+                             : "There is no " + quoted(word) + " to " + verb + ".");
+    return std::nullopt;
+}
 
 } // namespace server

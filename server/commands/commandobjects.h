@@ -1,17 +1,15 @@
 #pragma once
 
-// Builds the object that a get or a set sends from the words of its command.
-
-#include "server/commands/command.h"
 #include "server/commands/commandwords.h"
+#include "wmsg/wmsg.h"
 
 namespace server {
 
-/// Fills the object of @p *command with what a request asks for: keys that are not given stand for every
-/// device and every port. It stays null after a mistake in the object's name.
-void readObjectToGet(CommandWords* words, Command* command);
-
-/// Fills it with what a set changes: fields that are not given say that the device leaves them as they are.
-void readObjectToSet(CommandWords* words, Command* command);
+/// Fills @p *message from the words of a "get" or a "set" and returns the type of its object; nothing after
+/// a mistake in the object's name.
+///
+/// In a get, keys that are not given stand for every device and every port. In a set, fields that are not
+/// given say that the device leaves them as they are.
+std::optional<uint32_t> readObject(const std::string& verb, CommandWords* words, WMsg* message);
 
 } // namespace server

@@ -3,9 +3,7 @@
 #include <algorithm>
 
 #include "server/commands/commandobjects.h"
-#include "server/commands/commandwords.h"
 #include "server/commands/expectation.h"
-#include "server/io/jsonline.h"
 #include "zulobj/objectlist.h"
 #include "zulobj/recordfactory.h"
 
@@ -13,37 +11,14 @@ namespace server {
 
 namespace {
 
-constexpr double kAnswerSeconds = 5.0;
-constexpr double kWaitSeconds = 10.0;
-
-void readTime(CommandWords* words, const std::string& name, Command* command, double usual)
-{
-    const std::optional<std::string> text = words->text(name);
-    command->seconds = text ? parseSeconds(*text).value_or(0.0) : usual;
-    if (command->seconds == 0.0) {
-        words->fail(name + " is not a number of seconds above 0 and up to 86400: " + quoted(*text) + ".");
-    }
-}
-
-void readExchange(CommandWords* words, Command* command)
-{
-    command->kind = Command::Kind::EXCHANGE;
-    command->device = words->number("device");
-    readTime(words, "timeout", command, kAnswerSeconds);
-}
-
 void readGet(CommandWords* words, Command* command)
 {
-    readExchange(words, command);
-    command->msgType = cObjectList::kRequest;
-    readObjectToGet(words, command);
+    command->filter.objectType = readObject("get", words, &command->message);
 }
 
 void readSet(CommandWords* words, Command* command)
 {
-    readExchange(words, command);
-    command->msgType = cObjectList::kSet;
-    readObjectToSet(words, command);
+    command->filter.objectType = readObject("set", words, &command->message);
 }
 
 void readObjectType(CommandWords* words, Command* command)
@@ -53,18 +28,16 @@ void readObjectType(CommandWords* words, Command* command)
     if (word.empty()) {
         return;
     }
-    command->objectType = zuldict::valueOf(zuldict::objectTypes(), word.c_str(), &type)
-                              ? std::make_optional(type)
-                              : parseNumber(word);
-    if (!command->objectType) {
+    command->filter.objectType = zuldict::valueOf(zuldict::objectTypes(), word.c_str(), &type)
+                                     ? std::make_optional(type)
+                                     : parseNumber(word);
+    if (!command->filter.objectType) {
         words->fail(quoted(word) + " is no type of an object.");
     }
 }
 
 void readWait(CommandWords* words, Command* command)
 {
-    command->device = words->number("device");
-    readTime(words, "timeout", command, kWaitSeconds);
     const std::string word = words->word();
     if (word == "event") {
         command->kind = Command::Kind::WAIT_EVENT;
@@ -78,19 +51,15 @@ void readWait(CommandWords* words, Command* command)
     }
 }
 
-struct FieldToRead
-{
-    const zuldict::TagEntry* entry;
-    FieldValue value;
-};
+using ExpectedField = std::pair<const zuldict::TagEntry*, FieldValue>;
 
 /// Every field that the dictionary knows.
-std::vector<FieldToRead> takeDictionaryFields(CommandWords* words)
+std::vector<ExpectedField> takeDictionaryFields(CommandWords* words)
 {
-    std::vector<FieldToRead> fields;
+    std::vector<ExpectedField> fields;
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
         if (std::optional<FieldValue> value = words->field(entry.name)) {
-            fields.push_back({&entry, *std::move(value)});
+            fields.emplace_back(&entry, *std::move(value));
         }
     }
     return fields;
@@ -98,97 +67,67 @@ std::vector<FieldToRead> takeDictionaryFields(CommandWords* words)
 
 bool hasField(uint32_t objectType, const char* name)
 {
-    const std::unique_ptr<cObject> record = zulobj::createRecord(static_cast<eObjectTypes>(objectType));
-    const JsonPtr json(record->getJSONObj());
+    const JsonPtr json(zulobj::createRecord(static_cast<eObjectTypes>(objectType))->getJSONObj());
     return json_object_get(json.get(), name) != nullptr;
 }
 
-void readConditions(CommandWords* words, const std::vector<FieldToRead>& fields, Command* command)
+void readConditions(CommandWords* words, const std::vector<ExpectedField>& fields, MessageLog::Filter* filter)
 {
-    if (!command->objectType && !fields.empty()) {
-        words->fail("The field " + quoted(fields.front().entry->name) + " needs the type of its object.");
-        return;
-    }
-    for (const FieldToRead& field : fields) {
-        if (!hasField(*command->objectType, field.entry->name)) {
-            words->fail(typeText(*command->objectType) + " has no field " + quoted(field.entry->name) + ".");
-            return;
+    for (const auto& [entry, value] : fields) {
+        if (!filter->objectType) {
+            words->fail("The field " + quoted(entry->name) + " needs the type of its object.");
+        } else if (!hasField(*filter->objectType, entry->name)) {
+            words->fail(typeText(*filter->objectType) + " has no field " + quoted(entry->name) + ".");
+        } else {
+            words->fail(Condition::read(*entry, value, &filter->conditions.emplace_back()));
         }
-        Condition condition;
-        const std::string mistake = Condition::read(*field.entry, field.value, &condition);
-        if (!mistake.empty()) {
-            words->fail(mistake);
-        }
-        command->conditions.push_back(condition);
-    }
-}
-
-void readExpectedEvent(CommandWords* words, std::string word, Command* command)
-{
-    command->kind = word == "no" ? Command::Kind::EXPECT_NO_EVENT : Command::Kind::EXPECT_EVENT;
-    if (word == "no") {
-        word = words->word();
-    }
-    if (word == "event") {
-        readObjectType(words, command);
-    } else {
-        words->fail("The command expects \"event\", \"no event\" or \"get\".");
-    }
-}
-
-void readExpectedAnswer(CommandWords* words, Command* command)
-{
-    command->kind = Command::Kind::EXPECT_ANSWER;
-    command->msgType = cObjectList::kRequest;
-    readObjectToGet(words, command);
-    if (command->object) {
-        command->objectType = command->object->getType();
     }
 }
 
 void readExpect(CommandWords* words, Command* command)
 {
-    command->device = words->number("device");
-    readTime(words, "within", command, kWaitSeconds);
     if (words->field("timeout")) {
         words->fail("The command takes within=S, not timeout=S.");
     }
     // Before the fields of get: portType is one of them, and is a condition here.
-    const std::vector<FieldToRead> fields = takeDictionaryFields(words);
-    const std::string word = words->word();
+    const std::vector<ExpectedField> fields = takeDictionaryFields(words);
+    std::string word = words->word();
     if (word == "get") {
-        readExpectedAnswer(words, command);
+        command->kind = Command::Kind::EXPECT_ANSWER;
+        readGet(words, command);
     } else {
-        readExpectedEvent(words, word, command);
+        command->kind = word == "no" ? Command::Kind::EXPECT_NO_EVENT : Command::Kind::EXPECT_EVENT;
+        word = word == "no" ? words->word() : word;
+        if (word == "event") {
+            readObjectType(words, command);
+        } else {
+            words->fail("The command expects \"event\", \"no event\" or \"get\".");
+        }
     }
     if (!words->failed()) {
-        readConditions(words, fields, command);
+        readConditions(words, fields, &command->filter);
+    }
+}
+
+void readDrop(CommandWords* words, Command* command)
+{
+    if (!command->filter.deviceSerial) {
+        words->failWithout("device");
     }
 }
 
 void readSend(CommandWords* words, Command* command)
 {
-    command->kind = Command::Kind::SEND;
-    command->device = words->number("device");
     const std::optional<uint32_t> type = words->number("type", 0, 255);
     if (!type) {
         words->failWithout("type");
     }
-    command->msgType = static_cast<uint8_t>(type.value_or(0));
-}
-
-void readDrop(CommandWords* words, Command* command)
-{
-    command->kind = Command::Kind::DROP;
-    command->device = words->number("device");
-    if (!command->device) {
-        words->failWithout("device");
-    }
+    command->message.type = static_cast<uint8_t>(type.value_or(0));
+    command->message.event = command->message.type == cObjectList::kEvent;
 }
 
 void readSleep(CommandWords* words, Command* command)
 {
-    command->kind = Command::Kind::SLEEP;
     const std::string word = words->word();
     const std::optional<double> seconds = parseSeconds(word);
     command->seconds = seconds.value_or(0.0);
@@ -199,49 +138,78 @@ void readSleep(CommandWords* words, Command* command)
     }
 }
 
-/// Reads a command that is a single word.
-template <Command::Kind Kind>
-void readAlone(CommandWords*, Command* command)
-{
-    command->kind = Kind;
-}
+void readNothing(CommandWords*, Command*) {}
 
+/// A command by its first word.
 struct Verb
 {
     const char* word;
+    Command::Kind kind; ///< unless `read` says another
     void (*read)(CommandWords*, Command*);
+    const char* help;
+    bool namesDevice = false;        ///< takes device=SERIAL
+    const char* timeField = nullptr; ///< says how long the command waits
+    double seconds = 0.0;            ///< how long it waits without that field
 };
 
 constexpr Verb kVerbs[] = {
-    {"get", readGet},
-    {"set", readSet},
-    {"wait", readWait},
-    {"expect", readExpect},
-    {"forget", readAlone<Command::Kind::FORGET>},
-    {"drop", readDrop},
-    {"send", readSend},
-    {"sleep", readSleep},
-    {"help", readAlone<Command::Kind::HELP>},
-    {"quit", readAlone<Command::Kind::QUIT>},
+    {"get", Command::Kind::EXCHANGE, readGet,
+     "get device|capability [serial=N]\n"
+     "get din|dout|ain|aout [PORT|*] [serial=N] [portType=N]\n"
+     "get sample PORT SEQ [serial=N]\n"
+     "get object=N [serial=N]\n",
+     true, "timeout", 5.0},
+    {"set", Command::Kind::EXCHANGE, readSet,
+     "set din PORT|* default=high|low [serial=N]\n"
+     "set dout PORT|* [state=high|low] [default=high|low] [serial=N]\n"
+     "set ain PORT|* [rate=N] [gain=F] [offset=F] [serial=N]\n"
+     "set aout PORT|* value=F [serial=N]\n"
+     "set object=N [serial=N]\n",
+     true, "timeout", 5.0},
+    {"wait", Command::Kind::WAIT_EVENT, readWait,
+     "wait event [OBJECT-TYPE]\n"
+     "wait device\n"
+     "wait disconnected\n",
+     true, "timeout", 10.0},
+    {"expect", Command::Kind::EXPECT_EVENT, readExpect,
+     "expect event [OBJECT-TYPE [NAME=VALUE]...]\n"
+     "expect no event [OBJECT-TYPE [NAME=VALUE]...]\n"
+     "expect get ... [NAME=VALUE]...\n",
+     true, "within", 10.0},
+    {"forget", Command::Kind::FORGET, readNothing, "forget\n"},
+    {"drop", Command::Kind::DROP, readDrop, "drop device=SERIAL\n", true},
+    {"case", Command::Kind::CASE, readNothing, "case NAME\n"},
+    {"send", Command::Kind::SEND, readSend, "send type=N\n", true},
+    {"sleep", Command::Kind::SLEEP, readSleep, "sleep S\n"},
+    {"help", Command::Kind::HELP, readNothing, "help\n"},
+    {"quit", Command::Kind::QUIT, readNothing, "quit\n"},
 };
+
+/// Reads what several commands have in common, then the rest.
+void readCommand(const Verb& verb, CommandWords* words, Command* command)
+{
+    command->kind = verb.kind;
+    if (verb.namesDevice) {
+        command->filter.deviceSerial = words->number("device");
+    }
+    if (verb.timeField != nullptr) {
+        const std::optional<std::string> text = words->text(verb.timeField);
+        command->seconds = text ? parseSeconds(*text).value_or(0.0) : verb.seconds;
+        if (command->seconds == 0.0) {
+            words->fail(verb.timeField +
+                        (" is not a number of seconds above 0 and up to 86400: " + quoted(*text)) + ".");
+        }
+    }
+    verb.read(words, command);
+}
 
 } // namespace
 
-std::string trimmed(const std::string& text)
-{
-    const size_t begin = text.find_first_not_of(kBlanks);
-    return begin == std::string::npos ? std::string()
-                                      : text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
-}
-
-bool isSkipped(const std::string& trimmedLine) { return trimmedLine.empty() || trimmedLine[0] == '#'; }
-
 std::optional<std::string> caseName(const std::string& trimmedLine)
 {
-    constexpr const char* kWord = "case";
     const size_t end = std::min(trimmedLine.find_first_of(kBlanks), trimmedLine.size());
-    return trimmedLine.substr(0, end) == kWord ? std::make_optional(trimmed(trimmedLine.substr(end)))
-                                               : std::nullopt;
+    return trimmedLine.substr(0, end) == "case" ? std::make_optional(trimmed(trimmedLine.substr(end)))
+                                                : std::nullopt;
 }
 
 std::string parseCommand(const std::string& line, Command* command)
@@ -258,7 +226,7 @@ std::string parseCommand(const std::string& line, Command* command)
     const std::string first = words.word();
     for (const Verb& verb : kVerbs) {
         if (first == verb.word) {
-            verb.read(&words, command);
+            readCommand(verb, &words, command);
             return words.finish();
         }
     }
@@ -266,30 +234,13 @@ std::string parseCommand(const std::string& line, Command* command)
                          : "There is no command " + quoted(first) + ".";
 }
 
-const char* commandHelp()
+std::string commandHelp()
 {
-    return "get device|capability [serial=N]\n"
-           "get din|dout|ain|aout [PORT|*] [serial=N] [portType=N]\n"
-           "get sample PORT SEQ [serial=N]\n"
-           "get object=N [serial=N]\n"
-           "set din PORT|* default=high|low [serial=N]\n"
-           "set dout PORT|* [state=high|low] [default=high|low] [serial=N]\n"
-           "set ain PORT|* [rate=N] [gain=F] [offset=F] [serial=N]\n"
-           "set aout PORT|* value=F [serial=N]\n"
-           "set object=N [serial=N]\n"
-           "wait event [OBJECT-TYPE]\n"
-           "wait device\n"
-           "wait disconnected\n"
-           "expect event [OBJECT-TYPE [NAME=VALUE]...]\n"
-           "expect no event [OBJECT-TYPE [NAME=VALUE]...]\n"
-           "expect get ... [NAME=VALUE]...\n"
-           "forget\n"
-           "drop device=SERIAL\n"
-           "case NAME\n"
-           "send type=N\n"
-           "sleep S\n"
-           "help\n"
-           "quit\n"
+    std::string text;
+    for (const Verb& verb : kVerbs) {
+        text += verb.help;
+    }
+    return text +
            "get and set wait 5 seconds for the answer, wait waits 10; timeout=S changes that.\n"
            "expect looks for 10 seconds; within=S changes that. NAME=VALUE is a field as the lines print "
            "it.\n"

@@ -3,18 +3,42 @@
 #include <optional>
 #include <string>
 
-#include "server/commands/command.h"
+#include "server/commands/messagelog.h"
 
 namespace server {
 
-/// The maximum size of a command line, in bytes.
-constexpr size_t kMaxCommandBytes = 4096;
+/// A command line that was understood.
+struct Command
+{
+    enum class Kind
+    {
+        EXCHANGE, ///< send a message and wait for its answer
+        SEND,     ///< send a message and wait for nothing
+        WAIT_EVENT,
+        WAIT_DEVICE,
+        WAIT_DISCONNECTED,
+        EXPECT_EVENT,
+        EXPECT_NO_EVENT,
+        EXPECT_ANSWER, ///< send a message again and again until its answer is as expected
+        FORGET,        ///< the messages and the ended connections so far
+        DROP,          ///< close the connection of a device
+        CASE,          ///< begin a case of the report
+        SLEEP,
+        HELP,
+        QUIT
+    };
 
-/// @p text without the blanks at both of its ends.
-std::string trimmed(const std::string& text);
+    Kind kind = Kind::HELP;
 
-/// True if the line is blank or begins with '#'.
-bool isSkipped(const std::string& trimmedLine);
+    /// EXCHANGE, EXPECT_ANSWER and SEND: what is sent.
+    WMsg message;
+
+    /// The device that the command names, and the object that it waits for.
+    MessageLog::Filter filter;
+
+    /// How long to wait or sleep.
+    double seconds = 0.0;
+};
 
 /// The trimmed name in the command "case NAME"; nothing for any other line.
 std::optional<std::string> caseName(const std::string& trimmedLine);
@@ -24,6 +48,6 @@ std::optional<std::string> caseName(const std::string& trimmedLine);
 std::string parseCommand(const std::string& line, Command* command);
 
 /// The text of the command "help": every command with its fields, in lines.
-const char* commandHelp();
+std::string commandHelp();
 
 } // namespace server

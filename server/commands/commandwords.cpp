@@ -32,6 +32,15 @@ size_t endOfToken(const std::string& line, size_t begin)
 
 } // namespace
 
+std::string trimmed(const std::string& text)
+{
+    const size_t begin = text.find_first_not_of(kBlanks);
+    return begin == std::string::npos ? std::string()
+                                      : text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
+}
+
+bool isSkipped(const std::string& trimmedLine) { return trimmedLine.empty() || trimmedLine[0] == '#'; }
+
 CommandWords::CommandWords(const std::string& line)
 {
     for (size_t begin = line.find_first_not_of(kBlanks); begin != std::string::npos;) {
@@ -50,29 +59,22 @@ CommandWords::CommandWords(const std::string& line)
 void CommandWords::addField(const std::string& token, size_t equals)
 {
     const std::string name = token.substr(0, equals);
-    FieldValue value;
-    value.text = token.substr(equals + 1);
-    value.written = value.text;
-    value.inMarks = value.text[0] == '"';
+    FieldValue value{token.substr(equals + 1), token.substr(equals + 1)};
     if (name.empty()) {
         fail("A field has no name: " + quoted(token) + ".");
-    } else if (value.inMarks && !readMarked(&value)) {
-        fail("The field " + quoted(name) +
-             " is no text in quotation marks, as JSON has it: " + value.written + ".");
-    } else if (!mFields.emplace(name, value).second) {
+    }
+    if (value.written.starts_with('"')) {
+        const JsonPtr json(json_loadb(value.written.data(), value.written.size(), JSON_DECODE_ANY, nullptr));
+        if (json_is_string(json.get())) {
+            value.text.assign(json_string_value(json.get()), json_string_length(json.get()));
+        } else {
+            fail("The field " + quoted(name) +
+                 " is no text in quotation marks, as JSON has it: " + value.written + ".");
+        }
+    }
+    if (!mFields.emplace(name, value).second) {
         fail("The field " + quoted(name) + " is given twice.");
     }
-}
-
-/// Decodes the text; false if it is no JSON text.
-bool CommandWords::readMarked(FieldValue* value)
-{
-    const JsonPtr json(json_loadb(value->text.data(), value->text.size(), JSON_DECODE_ANY, nullptr));
-    if (!json_is_string(json.get())) {
-        return false;
-    }
-    value->text.assign(json_string_value(json.get()), json_string_length(json.get()));
-    return true;
 }
 
 std::string CommandWords::word() { return mNext == mWords.size() ? std::string() : mWords[mNext++]; }
@@ -108,13 +110,6 @@ std::optional<float> CommandWords::real(const std::string& name)
              quoted(*value) + ".");
     }
     return number;
-}
-
-void CommandWords::fail(const std::string& sentence)
-{
-    if (mMistake.empty()) {
-        mMistake = sentence;
-    }
 }
 
 std::string CommandWords::finish()

@@ -11,15 +11,23 @@
 
 namespace server {
 
+/// The maximum size of a command line, in bytes.
+constexpr size_t kMaxCommandBytes = 4096;
+
 /// What separates words.
 constexpr const char* kBlanks = " \t\r\n\v\f";
+
+/// @p text without the blanks at both of its ends.
+std::string trimmed(const std::string& text);
+
+/// True if the line is blank or begins with '#'.
+bool isSkipped(const std::string& trimmedLine);
 
 /// The value of a field.
 struct FieldValue
 {
     std::string text;
-    std::string written;  ///< the text as the line has it
-    bool inMarks = false; ///< written in quotation marks, as JSON has a text
+    std::string written; ///< as the line has it: in quotation marks, as JSON has a text, or without
 };
 
 /// Hands out the words and fields (NAME=VALUE) of one command line and keeps the first mistake in them.
@@ -44,16 +52,15 @@ public:
     void failWithout(const std::string& name) { fail("The command needs the field \"" + name + "\"."); }
 
     /// Keeps @p sentence if it is the first mistake.
-    void fail(const std::string& sentence);
+    void fail(const std::string& sentence) { mMistake = mMistake.empty() ? sentence : mMistake; }
+
+    bool failed() const { return !mMistake.empty(); }
 
     /// Returns the first mistake, or an empty text. Words and fields that are left are a mistake.
     std::string finish();
 
-    bool failed() const { return !mMistake.empty(); }
-
 private:
     void addField(const std::string& token, size_t equals);
-    bool readMarked(FieldValue* value);
 
     std::vector<std::string> mWords;
     size_t mNext = 0;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "server/io/jsonline.h"
 #include "wmsg/utf8.h"
 #include "zulobj/jsonvalue.h"
 
@@ -34,32 +33,22 @@ std::string Condition::read(const zuldict::TagEntry& field, const FieldValue& va
     *condition = Condition();
     condition->mField = &field;
     condition->mText = field.name + ("=" + value.written);
-    return condition->readValue(value);
-}
-
-std::string Condition::readValue(const FieldValue& value)
-{
-    mNull = !value.inMarks && value.text == "null" && mField->wireType != zuldict::eWireType::NUMBER;
-    if (mNull) {
-        return {};
+    if (field.wireType == zuldict::eWireType::NUMBER) {
+        return condition->readNumber(value.text);
     }
-    switch (mField->wireType) {
-    case zuldict::eWireType::NUMBER:
-        return readNumber(value.text);
-    case zuldict::eWireType::FLOAT:
-        return readFloat(value.text);
-    case zuldict::eWireType::TEXT:
-        mWanted = utf8::repaired(value.text.c_str());
-        break;
-    }
-    return {};
+    condition->mNull = value.written == "null";
+    condition->mWanted = utf8::repaired(value.text.c_str());
+    return condition->mNull || field.wireType == zuldict::eWireType::TEXT ? ""
+                                                                          : condition->readFloat(value.text);
 }
 
 std::string Condition::readNumber(const std::string& text)
 {
-    const std::optional<uint32_t> number = parseNumber(text);
-    mNumber = number.value_or(0);
-    if (number || (mField->names != nullptr && zuldict::valueOf(*mField->names, text.c_str(), &mNumber))) {
+    const std::optional<uint32_t> parsed = parseNumber(text);
+    uint32_t number = parsed.value_or(0);
+    const bool named = mField->names != nullptr && zuldict::valueOf(*mField->names, text.c_str(), &number);
+    mMin = mMax = number;
+    if (parsed || named) {
         return {};
     }
     return mField->names == nullptr
@@ -92,17 +81,14 @@ std::string Condition::readFloat(const std::string& text)
 bool Condition::holds(const json_t* object) const
 {
     json_t* json = json_object_get(object, mField->name);
-    if (json == nullptr || json_is_null(json)) {
-        return json != nullptr && mNull;
-    }
-    if (mNull) {
-        return false;
+    if (mNull || json_is_null(json)) {
+        return mNull && json_is_null(json);
     }
     uint32_t number = 0;
     float real = 0.0F;
     switch (mField->wireType) {
     case zuldict::eWireType::NUMBER:
-        return zulobj::fromJSON(*mField, json, &number).isOk() && number == mNumber;
+        return zulobj::fromJSON(*mField, json, &number).isOk() && number >= mMin && number <= mMax;
     case zuldict::eWireType::FLOAT:
         return zulobj::fromJSON(*mField, json, &real).isOk() && real >= mMin && real <= mMax;
     case zuldict::eWireType::TEXT:
@@ -113,8 +99,8 @@ bool Condition::holds(const json_t* object) const
 
 bool allHold(const Conditions& conditions, const json_t* object)
 {
-    return std::all_of(conditions.begin(), conditions.end(),
-                       [object](const Condition& condition) { return condition.holds(object); });
+    return std::ranges::all_of(conditions,
+                               [object](const Condition& condition) { return condition.holds(object); });
 }
 
 } // namespace server

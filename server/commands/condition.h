@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <jansson.h>
 #include <string>
 #include <vector>
@@ -34,16 +33,14 @@ public:
     const std::string& text() const { return mText; }
 
 private:
-    std::string readValue(const FieldValue& value);
     std::string readNumber(const std::string& text);
     std::string readFloat(const std::string& text);
 
     const zuldict::TagEntry* mField = nullptr;
     std::string mText;
     bool mNull = false;
-    uint32_t mNumber = 0;
-    float mMin = 0.0F;
-    float mMax = 0.0F;
+    double mMin = 0.0; ///< of a number or a float
+    double mMax = 0.0;
     std::string mWanted; ///< of a text
 };
 

@@ -1,7 +1,5 @@
 #include "server/commands/expectation.h"
 
-#include <algorithm>
-#include <cstdlib>
 #include <sstream>
 
 #include "wmsg/utf8.h"
@@ -10,11 +8,6 @@
 namespace server {
 
 namespace {
-
-Reply failedReply(const std::string& sentence)
-{
-    return {.status = Reply::Status::FAILED, .error = sentence};
-}
 
 /// "OBJ_PORT_DIN with portId=2 inputState=OBJ_IO_STATE_SET".
 std::string wantedText(const MessageLog::Filter& filter)
@@ -33,37 +26,39 @@ std::string eventText(const MessageLog::Filter& filter)
     return filter.objectType ? "event " + wantedText(filter) : "event";
 }
 
+/// "1 message", "2 messages".
+std::string countText(size_t count, const char* what)
+{
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
 std::string shortened(const std::string& text)
 {
     const std::string_view cut = utf8::cut(text, kMaxValueBytes);
     return cut.size() == text.size() ? text : std::string(cut) + "…";
 }
 
-/// The fields of @p object, in its JSON form, that the conditions name: " with portId=1".
-std::string fieldsText(const json_t* object, const Conditions& conditions)
-{
-    std::string text;
-    for (const Condition& condition : conditions) {
-        const json_t* value = json_object_get(object, condition.name());
-        // A name needs no marks in a command either.
-        const bool bare = json_is_string(value) && condition.isNumber();
-        text += (text.empty() ? " with " : " ") + std::string(condition.name()) + "=" +
-                shortened(bare ? json_string_value(value) : dumped(value));
-    }
-    return text;
-}
-
-/// The last object of the type that is meant, as it is: "; the last one with portId=1", or nothing.
+/// The last of @p objects that is of the type: ", the last one with portId=1", or nothing.
 std::string lastText(const json_t* objects, const MessageLog::Filter& filter)
 {
     const JsonPtr type(zulobj::typeToJSON(*filter.objectType));
-    for (size_t i = json_array_size(objects); i > 0 && !filter.conditions.empty(); --i) {
-        const json_t* object = json_array_get(objects, i - 1);
-        if (json_equal(json_object_get(object, "type"), type.get()) == 1) {
-            return ", the last one" + fieldsText(object, filter.conditions);
-        }
+    const json_t* last = nullptr;
+    size_t index = 0;
+    json_t* object = nullptr;
+    json_array_foreach(objects, index, object)
+    {
+        last = json_equal(json_object_get(object, "type"), type.get()) == 1 ? object : last;
     }
-    return {};
+    std::string text;
+    for (size_t i = 0; last != nullptr && i < filter.conditions.size(); ++i) {
+        const Condition& condition = filter.conditions[i];
+        const json_t* value = json_object_get(last, condition.name());
+        // A name needs no marks in a command either.
+        const bool bare = json_is_string(value) && condition.isNumber();
+        text += (i == 0 ? ", the last one with " : " ") + std::string(condition.name()) + "=" +
+                shortened(bare ? json_string_value(value) : dumped(value));
+    }
+    return text;
 }
 
 JsonPtr linesOf(const MessageLog::Latest& latest)
@@ -76,11 +71,6 @@ JsonPtr linesOf(const MessageLog::Latest& latest)
         }
     }
     return lines;
-}
-
-std::string messagesText(size_t count)
-{
-    return std::to_string(count) + (count == 1 ? " message" : " messages");
 }
 
 } // namespace
@@ -98,33 +88,45 @@ std::string secondsText(double seconds)
     return text.str();
 }
 
+Reply replyWith(const WMsg& message)
+{
+    cObjectList list;
+    const WStatus status = list.decode(message);
+    if (!status.isOk()) {
+        return {.status = Reply::Status::ERROR,
+                .error = "The answer was not understood: " + status.text() + "."};
+    }
+    return {.msgType = message.type, .objects = objectsOf(list)};
+}
+
 Reply missedEvent(const MessageLog::Filter& filter, double seconds, const MessageLog& log)
 {
     const MessageLog::Latest all = log.latest({filter.deviceSerial, {}, {}}, kMaxInstead, kMaxInsteadBytes);
     const MessageLog::Latest near =
         log.latest({filter.deviceSerial, filter.objectType, {}}, kMaxInstead, kMaxInsteadBytes);
-    Reply reply = failedReply("No " + eventText(filter) + " came within " + secondsText(seconds));
-    reply.received = linesOf(near.all > 0 ? near : all);
+    Reply reply{.status = Reply::Status::FAILED,
+                .error = "No " + eventText(filter) + " came within " + secondsText(seconds),
+                .received = linesOf(near.all > 0 ? near : all)};
     if (all.all == 0) {
         reply.error += "; nothing else came.";
     } else if (!filter.objectType || near.all == 0) {
-        reply.error += "; " + messagesText(all.all) + " came instead, without such an object.";
+        reply.error += "; " + countText(all.all, "message") + " came instead, without such an object.";
     } else {
-        const size_t shown = json_array_size(reply.received.get());
-        const json_t* last = shown == 0 ? nullptr : json_array_get(reply.received.get(), shown - 1);
-        reply.error += "; " + messagesText(near.all) + " with " + typeText(*filter.objectType) +
+        const json_t* shown = reply.received.get();
+        const json_t* last = json_array_get(shown, json_array_size(shown) - 1); // null if none is shown
+        reply.error += "; " + countText(near.all, "message") + " with " + typeText(*filter.objectType) +
                        " came instead" + lastText(json_object_get(last, "objects"), filter) + ".";
     }
     return reply;
 }
 
-Reply unwantedEvent(const MessageLog::Filter& filter, cObjectList* list)
+Reply unwantedEvent(const MessageLog::Filter& filter, const WMsg& message)
 {
-    Reply reply = replyWith(*list);
+    Reply reply = replyWith(message);
     reply.status = Reply::Status::FAILED;
-    const cObject* first = filter.objectType ? nullptr : list->first();
-    reply.error = "An " + eventText(filter) +
-                  (first == nullptr ? "" : " with " + typeText(first->getType())) + " came.";
+    WendleObject first;
+    const bool any = !filter.objectType && WObjectReader(message.payload).next(&first);
+    reply.error = "An " + eventText(filter) + (any ? " with " + typeText(first.type) : "") + " came.";
     return reply;
 }
 
@@ -132,17 +134,13 @@ Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t coun
 {
     const std::string within = " within " + secondsText(seconds);
     if (count == 0) {
-        return failedReply("No answer came" + within + "; " + wantedText(filter) + " was expected.");
+        return {.status = Reply::Status::FAILED,
+                .error = "No answer came" + within + "; " + wantedText(filter) + " was expected."};
     }
     last.status = Reply::Status::FAILED;
-    last.error = "No answer had an " + wantedText(filter) + within + "; " + std::to_string(count) +
-                 (count == 1 ? " answer came" : " answers came") + lastText(last.objects.get(), filter) + ".";
+    last.error = "No answer had an " + wantedText(filter) + within + "; " + countText(count, "answer") +
+                 " came" + lastText(last.objects.get(), filter) + ".";
     return last;
-}
-
-Reply replyWith(const cObjectList& list)
-{
-    return {.msgType = list.getMsgType(), .objects = objectsOf(list)};
 }
 
 } // namespace server

@@ -1,14 +1,12 @@
 #pragma once
 
-// The replies to expectations that were not met.
+// The replies with messages, and those to expectations that were not met.
 
 #include <cstdint>
-#include <optional>
 #include <string>
 
 #include "server/commands/messagelog.h"
 #include "server/io/jsonline.h"
-#include "zulobj/objectlist.h"
 
 namespace server {
 
@@ -23,17 +21,17 @@ std::string typeText(uint32_t objectType);
 /// "2 seconds".
 std::string secondsText(double seconds);
 
+/// A reply with the type and the objects of @p message; an error if they are malformed.
+Reply replyWith(const WMsg& message);
+
 /// The reply if no message of @p log matches @p filter: it names what was received instead, first of all
 /// messages with an object of the type.
 Reply missedEvent(const MessageLog::Filter& filter, double seconds, const MessageLog& log);
 
-/// The reply if the message @p list was received and should not have been.
-Reply unwantedEvent(const MessageLog::Filter& filter, cObjectList* list);
+/// The reply if @p message was received and should not have been.
+Reply unwantedEvent(const MessageLog::Filter& filter, const WMsg& message);
 
 /// The reply if none of @p count answers matches @p filter; @p last is the reply with the last one.
 Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t count, Reply last);
-
-/// A reply with the type and the objects of @p list.
-Reply replyWith(const cObjectList& list);
 
 } // namespace server

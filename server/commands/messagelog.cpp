@@ -13,9 +13,6 @@ namespace {
 
 bool allHold(const Conditions& conditions, WendleObject object)
 {
-    if (conditions.empty()) {
-        return true;
-    }
     const std::unique_ptr<cObject> record = zulobj::createRecord(static_cast<eObjectTypes>(object.type));
     return record->parse(&object, nullptr).isOk() && allHold(conditions, JsonPtr(record->getJSONObj()).get());
 }
@@ -27,7 +24,7 @@ bool hasObject(const WMsg& message, uint32_t type, const Conditions& conditions)
     WObjectReader reader(message.payload);
     WendleObject object;
     while (reader.next(&object)) {
-        if (object.type == type && allHold(conditions, object)) {
+        if (object.type == type && (conditions.empty() || allHold(conditions, object))) {
             return true;
         }
     }
@@ -47,12 +44,12 @@ void MessageLog::add(uint32_t deviceSerial, WMsg message)
 
 bool MessageLog::take(const Filter& filter, uint64_t since, WMsg* message)
 {
-    const auto found = mEntries.begin() + (search(filter, since) - mEntries.cbegin());
+    const auto found = search(filter, since);
     if (found == mEntries.end()) {
         return false;
     }
-    mPayloadBytes -= found->message.payload.size();
-    *message = std::move(found->message);
+    *message = found->message;
+    mPayloadBytes -= message->payload.size();
     mEntries.erase(found);
     return true;
 }
@@ -67,18 +64,17 @@ MessageLog::Latest MessageLog::latest(const Filter& filter, size_t max, size_t p
 {
     Latest latest;
     size_t left = payloadBytes;
-    bool room = true;
     for (auto entry = mEntries.rbegin(); entry != mEntries.rend(); ++entry) {
-        if (matches(filter, *entry)) {
-            ++latest.all;
-            room = room && latest.entries.size() < max && entry->message.payload.size() <= left;
-            if (room) {
-                left -= entry->message.payload.size();
-                latest.entries.push_back(&*entry);
-            }
+        const size_t size = entry->message.payload.size();
+        if (!matches(filter, *entry)) {
+            continue;
         }
+        if (latest.all == latest.entries.size() && latest.all < max && size <= left) {
+            left -= size;
+            latest.entries.push_front(&*entry);
+        }
+        ++latest.all;
     }
-    std::reverse(latest.entries.begin(), latest.entries.end());
     return latest;
 }
 
@@ -90,8 +86,7 @@ void MessageLog::clear()
 
 MessageLog::Entries::const_iterator MessageLog::search(const Filter& filter, uint64_t since) const
 {
-    const auto begin = std::lower_bound(mEntries.begin(), mEntries.end(), since,
-                                        [](const Entry& entry, uint64_t id) { return entry.id < id; });
+    const auto begin = std::ranges::lower_bound(mEntries, since, {}, &Entry::id);
     return std::find_if(begin, mEntries.end(),
                         [&filter](const Entry& entry) { return matches(filter, entry); });
 }

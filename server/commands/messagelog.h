@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
-#include <vector>
 
 #include "server/commands/condition.h"
 #include "wmsg/wmsg.h"
@@ -42,8 +41,8 @@ public:
     /// The latest messages that match.
     struct Latest
     {
-        size_t all = 0;                    ///< how many match
-        std::vector<const Entry*> entries; ///< oldest first; valid until the log changes
+        size_t all = 0;                   ///< how many match
+        std::deque<const Entry*> entries; ///< oldest first; valid until the log changes
     };
 
     MessageLog() = default;

@@ -2,9 +2,7 @@
 
 #include <charconv>
 #include <cmath>
-#include <limits>
 #include <system_error>
-#include <utility>
 
 namespace server {
 
@@ -30,7 +28,7 @@ std::optional<Real> parseFinite(std::string_view text)
 
 std::optional<uint32_t> parseNumber(std::string_view text, uint32_t min, uint32_t max)
 {
-    const bool hex = text.size() > 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+    const bool hex = text.starts_with("0x") || text.starts_with("0X");
     const std::optional<uint32_t> number = parse<uint32_t>(hex ? text.substr(2) : text, hex ? 16 : 10);
     return number && *number >= min && *number <= max ? number : std::nullopt;
 }
@@ -39,15 +37,8 @@ std::optional<float> parseFloat(std::string_view text) { return parseFinite<floa
 
 std::optional<float> parseAnyFloat(std::string_view text)
 {
-    using Limits = std::numeric_limits<float>;
-    constexpr std::pair<std::string_view, float> kNames[] = {
-        {"nan", Limits::quiet_NaN()}, {"inf", Limits::infinity()}, {"-inf", -Limits::infinity()}};
-    for (const auto& [name, number] : kNames) {
-        if (text == name) {
-            return number;
-        }
-    }
-    return parseFloat(text);
+    const bool named = text == "nan" || text == "inf" || text == "-inf";
+    return named ? parse<float>(text) : parseFloat(text);
 }
 
 std::optional<double> parseDouble(std::string_view text) { return parseFinite<double>(text); }

@@ -46,22 +46,20 @@ JsonPtr messageLine(uint32_t deviceSerial, const cObjectList& message)
     return line;
 }
 
-JsonPtr disconnectedLine(const std::string& peer, std::optional<uint32_t> deviceSerial,
-                         const std::string& reason)
-{
-    return JsonPtr(json_pack("{s:s, s:o, s:o, s:o}", "event", "disconnected", "peer", textOf(peer),
-                             "deviceSerial", deviceSerial ? json_integer(*deviceSerial) : json_null(),
-                             "reason", textOf(reason)));
-}
-
-JsonPtr replyLine(const std::string& command, double seconds, Reply reply)
+JsonPtr disconnectedLine(const std::string& peer, const cObjectDevice* device, const std::string& reason)
 {
     return JsonPtr(json_pack(
-        "{s:s, s:o, s:s, s:o, s:o, s:f, s:o*, s:o*}", "event", "reply", "command", textOf(command), "status",
+        "{s:s, s:o, s:o, s:o}", "event", "disconnected", "peer", textOf(peer), "deviceSerial",
+        device != nullptr ? json_integer(device->getDeviceSerial()) : json_null(), "reason", textOf(reason)));
+}
+
+JsonPtr replyLine(const std::string& command, double seconds, const Reply& reply)
+{
+    return JsonPtr(json_pack(
+        "{s:s, s:o, s:s, s:o, s:O, s:f, s:o*, s:O*}", "event", "reply", "command", textOf(command), "status",
         statusWord(reply.status), "msgType", reply.msgType ? json_integer(*reply.msgType) : json_null(),
-        "objects", reply.objects ? reply.objects.release() : json_array(), "seconds",
-        std::round(seconds * 1e6) / 1e6, "error", reply.error.empty() ? nullptr : textOf(reply.error), "came",
-        reply.received.release()));
+        "objects", reply.objects.get(), "seconds", std::round(seconds * 1e6) / 1e6, "error",
+        reply.error.empty() ? nullptr : textOf(reply.error), "came", reply.received.get()));
 }
 
 JsonPtr objectsOf(const cObjectList& list)
@@ -72,7 +70,7 @@ JsonPtr objectsOf(const cObjectList& list)
 
 const char* statusWord(Reply::Status status)
 {
-    constexpr const char* kWords[] = {"ok", "timeout", "error", "failed"};
+    constexpr const char* kWords[] = {"ok", "error", "timeout", "failed"};
     return kWords[static_cast<size_t>(status)];
 }
 

@@ -25,18 +25,19 @@ using JsonPtr = std::unique_ptr<json_t, JsonDeleter>;
 /// The result of a command.
 struct Reply
 {
+    /// In the order in which one of several decides the exit status.
     enum class Status
     {
         OK,
-        TIMEOUT,
         ERROR,
+        TIMEOUT,
         FAILED ///< an expectation was not met
     };
 
     Status status = Status::OK;
-    std::optional<uint8_t> msgType = {}; ///< that of the answer, or of the event waited for
-    JsonPtr objects = {};                ///< an array; null stands for an empty one
-    std::string error = {};              ///< one sentence, or empty
+    std::optional<uint8_t> msgType = {};     ///< that of the answer, or of the event waited for
+    JsonPtr objects = JsonPtr(json_array()); ///< of that message
+    std::string error = {};                  ///< one sentence, or empty
     JsonPtr received = {}; ///< the messages received instead of the one expected: an array or null
 };
 
@@ -44,9 +45,8 @@ JsonPtr listeningLine(const std::string& address, uint16_t port);
 JsonPtr connectedLine(const std::string& peer);
 JsonPtr deviceLine(const std::string& peer, const cObjectDevice& device);
 JsonPtr messageLine(uint32_t deviceSerial, const cObjectList& message);
-JsonPtr disconnectedLine(const std::string& peer, std::optional<uint32_t> deviceSerial,
-                         const std::string& reason);
-JsonPtr replyLine(const std::string& command, double seconds, Reply reply);
+JsonPtr disconnectedLine(const std::string& peer, const cObjectDevice* device, const std::string& reason);
+JsonPtr replyLine(const std::string& command, double seconds, const Reply& reply);
 
 /// The records of @p list as an array.
 JsonPtr objectsOf(const cObjectList& list);

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <unistd.h>
 
 #include "server/commands/commandparser.h"
@@ -21,13 +20,6 @@ std::string attribute(const char* name, const std::string& value)
 
 std::string attribute(const char* name, size_t value) { return attribute(name, std::to_string(value)); }
 
-std::string secondsAttribute(double seconds)
-{
-    std::array<char, 64> text;
-    std::snprintf(text.data(), text.size(), "%.6f", seconds);
-    return attribute("time", text.data());
-}
-
 /// ISO 8601 in UTC; the schema permits no zone.
 std::string timestamp(std::time_t time)
 {
@@ -45,19 +37,28 @@ std::string hostName()
 
 } // namespace
 
+/// A new case begins unless the command belongs to the last one.
 void JunitReport::commandBegun(const std::string& text)
 {
-    enter(text);
     mCommand = text;
+    const std::string name = caseName(text).value_or("");
+    if (mCases.size() >= mLimits.cases) {
+        return;
+    }
+    if (!name.empty()) {
+        mGrouped = true;
+        open(name);
+    } else if (!mGrouped) {
+        open(text);
+    }
 }
 
-void JunitReport::commandDone(Reply::Status status, const std::string& error, double seconds)
+void JunitReport::commandDone(const Reply& reply, double seconds)
 {
     mCases.back().seconds += seconds;
-    if (status == Reply::Status::FAILED) {
-        judge(Result::FAILED, statusWord(status), error);
-    } else if (status != Reply::Status::OK) {
-        judge(Result::ERROR, statusWord(status), error);
+    if (reply.status != Reply::Status::OK) {
+        judge(reply.status == Reply::Status::FAILED ? Result::FAILED : Result::ERROR,
+              statusWord(reply.status), reply.error);
     }
 }
 
@@ -92,8 +93,7 @@ void JunitReport::cutOff() { judge(Result::SKIPPED, "", "The run ended before th
 
 void JunitReport::neverBegun(const std::string& text)
 {
-    enter(text);
-    mCommand = text;
+    commandBegun(text);
     judge(Result::SKIPPED, "", "The run ended before this command began.");
 }
 
@@ -104,26 +104,7 @@ void JunitReport::runFailed(const std::string& sentence)
     judge(Result::ERROR, statusWord(Reply::Status::ERROR), sentence);
 }
 
-/// Opens a new case for the command @p text unless it belongs to the last one.
-void JunitReport::enter(const std::string& text)
-{
-    const std::string name = caseName(text).value_or("");
-    if (mCases.size() >= mLimits.cases) {
-        return;
-    }
-    if (!name.empty()) {
-        mGrouped = true;
-        open(name);
-    } else if (!mGrouped) {
-        open(text);
-    }
-}
-
-void JunitReport::open(const std::string& name)
-{
-    mCases.emplace_back();
-    mCases.back().name = name;
-}
+void JunitReport::open(const std::string& name) { mCases.emplace_back().name = name; }
 
 /// The first failure or error decides; a skipped command counts only if there is none.
 void JunitReport::judge(Result result, const std::string& type, const std::string& message)
@@ -140,8 +121,7 @@ void JunitReport::judge(Result result, const std::string& type, const std::strin
 
 size_t JunitReport::count(Result result) const
 {
-    return static_cast<size_t>(std::count_if(mCases.begin(), mCases.end(),
-                                             [result](const Case& one) { return one.result == result; }));
+    return static_cast<size_t>(std::ranges::count(mCases, result, &Case::result));
 }
 
 std::string JunitReport::counts() const
@@ -149,7 +129,7 @@ std::string JunitReport::counts() const
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - mBegun;
     return attribute("name", kSuite) + attribute("tests", mCases.size()) +
            attribute("failures", count(Result::FAILED)) + attribute("errors", count(Result::ERROR)) +
-           attribute("skipped", count(Result::SKIPPED)) + secondsAttribute(time.count());
+           attribute("skipped", count(Result::SKIPPED)) + attribute("time", std::to_string(time.count()));
 }
 
 std::string JunitReport::outputXml(const Output& output)
@@ -170,7 +150,7 @@ std::string JunitReport::outputXml(const Output& output)
 std::string JunitReport::caseXml(const Case& one)
 {
     std::string xml = "<testcase" + attribute("classname", kSuite) + attribute("name", one.name) +
-                      secondsAttribute(one.seconds) + ">\n";
+                      attribute("time", std::to_string(one.seconds)) + ">\n";
     if (one.result == Result::SKIPPED) {
         xml += "<skipped" + attribute("message", one.message) + "/>\n";
     } else if (one.result != Result::PASSED) {

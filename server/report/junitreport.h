@@ -7,14 +7,13 @@
 #include <vector>
 
 #include "server/io/jsonline.h"
-#include "server/sessions/commandrunner.h"
 
 namespace server {
 
 /// Collects the results of the commands and writes them as the JUnit XML that build servers read.
 ///
 /// A command is a case; after "case NAME" all commands up to the next "case" are one case of this name.
-class JunitReport final : public CommandRunner::Watcher
+class JunitReport
 {
 public:
     struct Limits
@@ -27,8 +26,10 @@ public:
     JunitReport() = default;
     explicit JunitReport(const Limits& limits) : mLimits(limits) {}
 
-    void commandBegun(const std::string& text) override;
-    void commandDone(Reply::Status status, const std::string& error, double seconds) override;
+    void commandBegun(const std::string& text);
+
+    /// The running command was answered.
+    void commandDone(const Reply& reply, double seconds);
 
     /// Adds a line of the server's output to the last case.
     void addLine(const std::string& line);
@@ -73,7 +74,6 @@ private:
         Output output;
     };
 
-    void enter(const std::string& text);
     void open(const std::string& name);
     void judge(Result result, const std::string& type, const std::string& message);
     void dropLine(Output* output);

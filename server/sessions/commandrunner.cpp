@@ -1,11 +1,11 @@
 #include "server/sessions/commandrunner.h"
 
+#include <algorithm>
 #include <boost/asio/post.hpp>
 #include <utility>
 
-#include "server/commands/commandparser.h"
+#include "server/commands/commandwords.h"
 #include "server/commands/expectation.h"
-#include "zulobj/objectlist.h"
 
 namespace server {
 
@@ -16,21 +16,6 @@ const char* const kTooManyUnanswered = "The device has left 255 requests unanswe
 /// The pause between an answer that is not as expected and the next request.
 constexpr std::chrono::milliseconds kAskAgainPause(100);
 
-/// True for a command that waits for something other than an answer.
-bool isWait(Command::Kind kind)
-{
-    switch (kind) {
-    case Command::Kind::WAIT_EVENT:
-    case Command::Kind::WAIT_DEVICE:
-    case Command::Kind::WAIT_DISCONNECTED:
-    case Command::Kind::EXPECT_EVENT:
-    case Command::Kind::EXPECT_NO_EVENT:
-        return true;
-    default:
-        return false;
-    }
-}
-
 Reply replyWith(const cObjectDevice& device)
 {
     return {.objects = JsonPtr(json_pack("[o]", device.getJSONObj()))};
@@ -38,9 +23,8 @@ Reply replyWith(const cObjectDevice& device)
 
 } // namespace
 
-CommandRunner::CommandRunner(boost::asio::io_context& io, Console& console, DeviceSessions& monitor,
-                             MessageLog& log)
-    : mIo(io), mConsole(console), mMonitor(monitor), mLog(log), mTimer(io), mAskTimer(io)
+CommandRunner::CommandRunner(boost::asio::io_context& io, Console& console, DeviceSessions& sessions)
+    : mIo(io), mConsole(console), mSessions(sessions), mTimer(io), mAskTimer(io)
 {}
 
 void CommandRunner::submit(const std::string& line)
@@ -81,74 +65,70 @@ void CommandRunner::startNext()
 
 void CommandRunner::begin()
 {
-    mRun = Run();
-    mRun->id = ++mRuns;
-    mRun->begun = Clock::now();
-    mRun->text = std::move(mQueue.front());
     const bool wasFull = full();
+    mRun.emplace();
+    mRun->id = ++mRuns;
+    mRun->text = std::move(mQueue.front());
     mQueue.pop_front();
     if (wasFull && !full()) {
         onSpaceAvailable();
     }
-    if (mWatcher != nullptr) {
-        mWatcher->commandBegun(mRun->text);
-    }
+    onBegin(mRun->text);
     const std::string mistake = parseCommand(mRun->text, &mRun->command);
     if (!mistake.empty()) {
         fail(mistake);
         return;
     }
-    const Command& command = mRun->command;
-    mRun->filter = {command.device, command.objectType, command.conditions};
-    wakeUp(&mTimer, std::chrono::duration<double>(command.seconds), &CommandRunner::timeUp);
-    execute(command.kind);
+    wakeUp(&mTimer, std::chrono::duration<double>(mRun->command.seconds), &CommandRunner::timeUp);
+    execute();
 }
 
-void CommandRunner::execute(Command::Kind kind)
+void CommandRunner::execute()
 {
-    switch (kind) {
+    switch (mRun->command.kind) {
     case Command::Kind::EXCHANGE:
     case Command::Kind::EXPECT_ANSWER:
-        exchange();
-        break;
+        return exchange();
     case Command::Kind::SEND:
-        send();
-        break;
+        return send();
     case Command::Kind::DROP:
-        drop();
-        break;
+        return drop();
     case Command::Kind::HELP:
         mConsole.text(commandHelp());
-        end(Reply());
-        break;
+        return end({});
     case Command::Kind::FORGET:
-        mLog.clear();
-        mMonitor.forgetEnded();
-        end(Reply());
-        break;
+        mSessions.forget();
+        return end({});
     case Command::Kind::CASE:
-        end(Reply());
-        break;
+        return end({});
     case Command::Kind::QUIT:
-        end(Reply());
+        end({});
         mEnded = true;
-        onEnd();
-        break;
+        return onEnd();
+    case Command::Kind::SLEEP:
+        return;
+    default:
+        return sessionsChanged();
+    }
+}
+
+void CommandRunner::sessionsChanged()
+{
+    if (!mRun) {
+        return;
+    }
+    switch (mRun->command.kind) {
     case Command::Kind::WAIT_EVENT:
     case Command::Kind::EXPECT_EVENT:
-        lookForEvent();
-        break;
+        return lookForEvent();
     case Command::Kind::EXPECT_NO_EVENT:
-        lookForUnwantedEvent();
-        break;
+        return lookForUnwantedEvent();
     case Command::Kind::WAIT_DEVICE:
-        lookForDevice();
-        break;
+        return lookForDevice();
     case Command::Kind::WAIT_DISCONNECTED:
-        lookForEnded();
-        break;
-    case Command::Kind::SLEEP:
-        break;
+        return lookForEnded();
+    default:
+        return;
     }
 }
 
@@ -156,7 +136,7 @@ void CommandRunner::execute(Command::Kind kind)
 DeviceSessions::SessionPtr CommandRunner::pickDevice()
 {
     std::string problem;
-    DeviceSessions::SessionPtr session = mMonitor.pick(mRun->command.device, &problem);
+    DeviceSessions::SessionPtr session = mSessions.pick(mRun->command.filter.deviceSerial, &problem);
     if (!session) {
         fail(problem);
     }
@@ -166,40 +146,35 @@ DeviceSessions::SessionPtr CommandRunner::pickDevice()
 void CommandRunner::exchange()
 {
     const DeviceSessions::SessionPtr session = pickDevice();
-    WMsg message;
-    if (!session || !encode(&message)) {
+    if (!session) {
         return;
     }
-    const uint64_t request = session->request(std::move(message), [this, id = mRun->id](const WMsg* answer) {
+    mRun->request = session->request(mRun->command.message, [this, id = mRun->id](const WMsg* answer) {
         if (mRun && mRun->id == id) {
             answered(answer);
         }
     });
-    if (request == 0) {
+    if (mRun->request == 0) {
         fail(kTooManyUnanswered);
-        return;
+    } else {
+        mRun->session = session;
     }
-    mRun->session = session;
-    mRun->request = request;
 }
 
 void CommandRunner::answered(const WMsg* answer)
 {
+    mRun->session.reset();
     if (answer == nullptr) {
         fail("The device disconnected before it answered.");
         return;
     }
-    mRun->session.reset();
-    cObjectList list;
-    const WStatus status = list.decode(*answer);
-    const Command& command = mRun->command;
-    if (!status.isOk()) {
-        fail("The answer was not understood: " + status.text() + ".");
-    } else if (command.kind == Command::Kind::EXCHANGE ||
-               hasObject(*answer, *command.objectType, command.conditions)) {
-        end(replyWith(list));
+    Reply reply = replyWith(*answer);
+    const auto& [device, objectType, conditions] = mRun->command.filter;
+    if (reply.status != Reply::Status::OK || mRun->command.kind == Command::Kind::EXCHANGE ||
+        hasObject(*answer, *objectType, conditions)) {
+        end(reply);
     } else {
-        mRun->lastAnswer = replyWith(list);
+        mRun->lastAnswer = std::move(reply);
         ++mRun->answers;
         wakeUp(&mAskTimer, kAskAgainPause, &CommandRunner::exchange);
     }
@@ -208,13 +183,9 @@ void CommandRunner::answered(const WMsg* answer)
 void CommandRunner::send()
 {
     const DeviceSessions::SessionPtr session = pickDevice();
-    WMsg message;
-    if (!session || !encode(&message)) {
-        return;
-    }
-    if (session->send(std::move(message))) {
-        end(Reply());
-    } else {
+    if (session && session->send(mRun->command.message)) {
+        end({});
+    } else if (session) {
         fail(kTooManyUnanswered);
     }
 }
@@ -223,79 +194,39 @@ void CommandRunner::drop()
 {
     if (const DeviceSessions::SessionPtr session = pickDevice()) {
         session->drop();
-        end(Reply());
-    }
-}
-
-/// False when the command has been answered with an error.
-bool CommandRunner::encode(WMsg* message)
-{
-    const Command& command = mRun->command;
-    if (command.objectSerial) {
-        message->type = command.msgType;
-        WPayloadWriter writer(&message->payload);
-        writer.beginObject(command.object->getType());
-        writer.putNumber(TAG_DEVICE_SERIAL, *command.objectSerial);
-        writer.endObject();
-        return true;
-    }
-    cObjectList list;
-    list.setMsgType(command.msgType);
-    if (command.object) {
-        list.addBorrowed(command.object.get());
-    }
-    const WStatus status = list.encode(message);
-    if (!status.isOk()) {
-        fail("The message cannot be sent: " + status.text() + ".");
-    }
-    return status.isOk();
-}
-
-void CommandRunner::monitorChanged()
-{
-    if (mRun && isWait(mRun->command.kind)) {
-        execute(mRun->command.kind);
+        end({});
     }
 }
 
 void CommandRunner::lookForEvent()
 {
     WMsg message;
-    if (!mLog.take(mRun->filter, mRun->scannedUpTo, &message)) {
-        mRun->scannedUpTo = mLog.added();
-        return;
-    }
-    cObjectList list;
-    const WStatus status = list.decode(message);
-    if (status.isOk()) {
-        end(replyWith(list));
+    if (mSessions.log().take(mRun->command.filter, mRun->scannedUpTo, &message)) {
+        end(replyWith(message));
     } else {
-        fail("The message was not understood: " + status.text() + ".");
+        mRun->scannedUpTo = mSessions.log().added();
     }
 }
 
 void CommandRunner::lookForUnwantedEvent()
 {
-    const WMsg* message = mLog.find(mRun->filter, mRun->scannedUpTo);
-    mRun->scannedUpTo = mLog.added();
-    cObjectList list;
-    if (message != nullptr && list.decode(*message).isOk()) {
-        end(unwantedEvent(mRun->filter, &list));
+    const WMsg* message = mSessions.log().find(mRun->command.filter, mRun->scannedUpTo);
+    mRun->scannedUpTo = mSessions.log().added();
+    if (message != nullptr) {
+        end(unwantedEvent(mRun->command.filter, *message));
     }
 }
 
 void CommandRunner::lookForDevice()
 {
-    const DeviceSessions::SessionPtr session = mMonitor.first(mRun->command.device);
-    if (session) {
+    if (const DeviceSessions::SessionPtr session = mSessions.first(mRun->command.filter.deviceSerial)) {
         end(replyWith(*session->device()));
     }
 }
 
 void CommandRunner::lookForEnded()
 {
-    const std::optional<DeviceSessions::Ended> ended = mMonitor.takeEnded(mRun->command.device);
-    if (ended) {
+    if (const auto ended = mSessions.takeEnded(mRun->command.filter.deviceSerial)) {
         end(*ended ? replyWith(**ended) : Reply());
     }
 }
@@ -315,39 +246,33 @@ void CommandRunner::wakeUp(boost::asio::steady_timer* timer, std::chrono::durati
 
 void CommandRunner::timeUp()
 {
-    const double seconds = mRun->command.seconds;
-    const auto timedOut = [this, seconds](const char* what) {
-        fail(what + (" within " + secondsText(seconds)) + ".", Reply::Status::TIMEOUT);
+    const auto& [kind, message, filter, seconds] = mRun->command;
+    const auto timedOut = [this](const char* what) {
+        fail(what + (" within " + secondsText(mRun->command.seconds)) + ".", Reply::Status::TIMEOUT);
     };
-    switch (mRun->command.kind) {
+    switch (kind) {
     case Command::Kind::SLEEP:
     case Command::Kind::EXPECT_NO_EVENT:
-        end(Reply());
-        break;
+        return end({});
     case Command::Kind::EXPECT_EVENT:
-        end(missedEvent(mRun->filter, seconds, mLog));
-        break;
+        return end(missedEvent(filter, seconds, mSessions.log()));
     case Command::Kind::EXPECT_ANSWER:
-        end(missedAnswer(mRun->filter, seconds, mRun->answers, std::move(mRun->lastAnswer)));
-        break;
+        return end(missedAnswer(filter, seconds, mRun->answers, std::move(mRun->lastAnswer)));
     case Command::Kind::WAIT_EVENT:
-        timedOut("No such event came");
-        break;
+        return timedOut("No such event came");
     case Command::Kind::WAIT_DEVICE:
-        timedOut("No such device came");
-        break;
+        return timedOut("No such device came");
     case Command::Kind::WAIT_DISCONNECTED:
-        timedOut("No such connection ended");
-        break;
+        return timedOut("No such connection ended");
     default:
-        timedOut("The device did not answer");
+        return timedOut("The device did not answer");
     }
 }
 
 bool CommandRunner::runTimedOut()
 {
     const bool running = isRunning();
-    mTimedOut = true;
+    mWorst = std::max(mWorst, Reply::Status::TIMEOUT);
     mEnded = true;
     if (running) {
         fail("The time of the whole run is over.", Reply::Status::TIMEOUT);
@@ -355,23 +280,17 @@ bool CommandRunner::runTimedOut()
     return running;
 }
 
-void CommandRunner::end(Reply reply)
+void CommandRunner::end(const Reply& reply)
 {
     mTimer.cancel();
     mAskTimer.cancel();
     if (const std::shared_ptr<DeviceSession> session = mRun->session.lock()) {
         session->giveUp(mRun->request);
     }
-    const Reply::Status status = reply.status;
-    mTimedOut = mTimedOut || status == Reply::Status::TIMEOUT;
-    mFailed = mFailed || status == Reply::Status::ERROR;
-    mExpectationFailed = mExpectationFailed || status == Reply::Status::FAILED;
-    const std::string error = reply.error;
+    mWorst = std::max(mWorst, reply.status);
     const std::chrono::duration<double> time = Clock::now() - mRun->begun;
-    mConsole.line(replyLine(mRun->text, time.count(), std::move(reply)));
-    if (mWatcher != nullptr) {
-        mWatcher->commandDone(status, error, time.count());
-    }
+    mConsole.line(replyLine(mRun->text, time.count(), reply));
+    onReply(reply, time.count());
     mRun.reset();
     startNext();
 }

@@ -9,8 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "server/commands/command.h"
-#include "server/commands/messagelog.h"
+#include "server/commands/commandparser.h"
 #include "server/io/console.h"
 #include "server/sessions/devicesessions.h"
 
@@ -22,22 +21,13 @@ class CommandRunner
 public:
     static constexpr size_t kMaxWaiting = 1000;
 
-    /// Observes the commands.
-    class Watcher
-    {
-    public:
-        virtual ~Watcher() = default;
-        virtual void commandBegun(const std::string& text) = 0;
-
-        /// The reply to the running command was printed. @p error is empty if there is none.
-        virtual void commandDone(Reply::Status status, const std::string& error, double seconds) = 0;
-    };
-
     /// Everything is borrowed.
-    CommandRunner(boost::asio::io_context& io, Console& console, DeviceSessions& monitor, MessageLog& log);
+    CommandRunner(boost::asio::io_context& io, Console& console, DeviceSessions& sessions);
 
-    /// @p watcher is borrowed; null for none.
-    void setWatcher(Watcher* watcher) { mWatcher = watcher; }
+    /// Called with the text of a command that begins, and with its reply, once printed, and its time in
+    /// seconds.
+    std::function<void(const std::string&)> onBegin = [](const std::string&) {};
+    std::function<void(const Reply&, double)> onReply = [](const Reply&, double) {};
 
     /// Called after "quit", or when the last command is done after endOfCommands().
     std::function<void()> onEnd;
@@ -55,7 +45,7 @@ public:
     void endOfCommands();
 
     /// Checks whether the running command has got what it waits for.
-    void monitorChanged();
+    void sessionsChanged();
 
     /// Ends the running command as timed out, as the time of the whole run is over. False if none was
     /// running.
@@ -69,10 +59,10 @@ public:
 
     /// 0, or the largest that applies: 2 when a command ended in error, 3 when one timed out, 4 when an
     /// expectation was not met.
-    int exitStatus() const { return mExpectationFailed ? 4 : (mTimedOut ? 3 : (mFailed ? 2 : 0)); }
+    int exitStatus() const { return mWorst == Reply::Status::OK ? 0 : static_cast<int>(mWorst) + 1; }
 
     /// The status of a run that is cut off: 0 or 4.
-    int exitStatusCutOff() const { return mExpectationFailed ? 4 : 0; }
+    int exitStatusCutOff() const { return mWorst == Reply::Status::FAILED ? exitStatus() : 0; }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -82,10 +72,9 @@ private:
         uint64_t id = 0;
         std::string text;
         Command command;
-        Clock::time_point begun;
+        Clock::time_point begun = Clock::now();
         std::weak_ptr<DeviceSession> session; ///< of the device that should answer
         uint64_t request = 0;                 ///< the number for giveUp()
-        MessageLog::Filter filter;            ///< for the message or object that the command waits for
         uint64_t scannedUpTo = 0;             ///< messages before this one do not match
         size_t answers = 0;                   ///< that were not as expected
         Reply lastAnswer;                     ///< the last of them
@@ -93,41 +82,36 @@ private:
 
     void startNext();
     void begin();
-    void execute(Command::Kind kind);
+    void execute();
     DeviceSessions::SessionPtr pickDevice();
     void exchange();
     void answered(const WMsg* answer);
     void send();
-    bool encode(WMsg* message);
+    void drop();
     void lookForEvent();
     void lookForUnwantedEvent();
     void lookForDevice();
     void lookForEnded();
-    void drop();
 
     void wakeUp(boost::asio::steady_timer* timer, std::chrono::duration<double> after,
                 void (CommandRunner::*then)());
     void timeUp();
-    void end(Reply reply);
+    void end(const Reply& reply);
     void fail(const std::string& sentence, Reply::Status status = Reply::Status::ERROR);
 
     boost::asio::io_context& mIo;
     Console& mConsole;
-    DeviceSessions& mMonitor;
-    MessageLog& mLog;
+    DeviceSessions& mSessions;
     boost::asio::steady_timer mTimer;
     boost::asio::steady_timer mAskTimer;
-    Watcher* mWatcher = nullptr;
 
     std::deque<std::string> mQueue;
     std::optional<Run> mRun;
     uint64_t mRuns = 0;
-    bool mStarting = false;
+    bool mStarting = false; ///< the event loop is about to start the next command
     bool mNoMore = false;
     bool mEnded = false;
-    bool mFailed = false;
-    bool mTimedOut = false;
-    bool mExpectationFailed = false;
+    Reply::Status mWorst = Reply::Status::OK;
 };
 
 } // namespace server

@@ -36,15 +36,22 @@ DeviceSession::~DeviceSession() { mDriver->abandon(); }
 
 void DeviceSession::start()
 {
-    mIdentifyTimer.expires_after(std::chrono::milliseconds(mSettings.identifyMs));
-    mIdentifyTimer.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
-        const std::shared_ptr<DeviceSession> self = weak.lock();
-        if (!error && self && !self->mDevice) {
-            self->mDriver->close("it does not say which device it is");
-        }
-    });
+    after(&mIdentifyTimer, mSettings.identifyMs, &DeviceSession::closeAsUnknown);
     mDriver->start();
     askForDevice();
+}
+
+/// Calls @p then unless the device says first who it is, or the connection ends.
+void DeviceSession::after(LinkTimer* timer, int ms, void (DeviceSession::*then)())
+{
+    timer->expires_after(std::chrono::milliseconds(ms));
+    timer->async_wait([weak = weak_from_this(), then](const boost::system::error_code& error) {
+        const std::shared_ptr<DeviceSession> self = weak.lock();
+        // A cancelled wait may have been on its way already.
+        if (!error && self && !self->mDevice && !self->mClosed) {
+            (self.get()->*then)();
+        }
+    });
 }
 
 uint64_t DeviceSession::request(WMsg message, LinkSession::AnswerHandler handler)
@@ -94,7 +101,11 @@ void DeviceSession::takeDevice(const WMsg& answer)
     }
     const cObjectDevice* device = deviceIn(&list);
     if (device == nullptr || !status.isOk()) {
-        askAgain();
+        if (mAsked == mSettings.askAttempts) {
+            closeAsUnknown();
+        } else {
+            after(&mAskTimer, mSettings.askAgainMs, &DeviceSession::askForDevice);
+        }
         return;
     }
     mDevice = *device;
@@ -105,21 +116,6 @@ void DeviceSession::takeDevice(const WMsg& answer)
     for (WMsg& message : held) {
         mListener->sessionMessage(*this, std::move(message));
     }
-}
-
-void DeviceSession::askAgain()
-{
-    if (mAsked == mSettings.askAttempts) {
-        mDriver->close("it does not say which device it is");
-        return;
-    }
-    mAskTimer.expires_after(std::chrono::milliseconds(mSettings.askAgainMs));
-    mAskTimer.async_wait([weak = weak_from_this()](const boost::system::error_code& error) {
-        const std::shared_ptr<DeviceSession> self = weak.lock();
-        if (!error && self && !self->mClosed) {
-            self->askForDevice();
-        }
-    });
 }
 
 void DeviceSession::linkMessage(LinkSession::Received&& received)

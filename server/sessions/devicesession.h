@@ -5,11 +5,26 @@
 #include <optional>
 #include <string>
 
-#include "server/sessions/linksettings.h"
+#include "wcapture/capturefile.h"
 #include "zullink/asiodriver.h"
 #include "zulobj/device.h"
 
 namespace server {
+
+/// Times in milliseconds and limits in bytes of the connection to a device, and its recording.
+struct LinkSettings
+{
+    /// Nothing outlives a connection.
+    LinkSession::Settings link{sLinkLimits(), false};
+
+    int askAgainMs = 1000; ///< the pause after an answer without a device record
+    int askAttempts = 5;
+    int identifyMs = 30000;              ///< the device must have sent its record by then
+    size_t heldBytes = 16 * 1024 * 1024; ///< messages that wait for the device record
+    size_t heldMessageOverhead = 128;    ///< added to the payload of each
+
+    std::shared_ptr<cCaptureFile> capture; ///< null if nothing is recorded
+};
 
 /// Talks to one device, from its connection to its end.
 ///
@@ -61,17 +76,18 @@ public:
 
     const std::string& peer() const { return mDriver->peer(); }
 
-    /// The record of the device, or null before it has sent it.
-    const cObjectDevice* device() const { return mDevice ? &*mDevice : nullptr; }
+    /// The record of the device, once it has sent it.
+    const std::optional<cObjectDevice>& device() const { return mDevice; }
 
 private:
     void linkMessage(LinkSession::Received&& received) override;
     void linkClosed(const std::string& reason) override;
     bool readingPaused() const override { return mListener->readingPaused(); }
 
+    void after(LinkTimer* timer, int ms, void (DeviceSession::*then)());
     void askForDevice();
     void takeDevice(const WMsg& answer);
-    void askAgain();
+    void closeAsUnknown() { mDriver->close("it does not say which device it is"); }
     void hold(WMsg&& message);
 
     const LinkSettings mSettings;

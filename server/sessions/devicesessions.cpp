@@ -6,9 +6,17 @@
 
 namespace server {
 
-DeviceSessions::DeviceSessions(boost::asio::io_context& io, Console& console, MessageLog& log,
-                               const LinkSettings& settings)
-    : mIo(io), mConsole(console), mLog(log), mSettings(settings)
+namespace {
+
+bool isMeant(const std::optional<cObjectDevice>& device, std::optional<uint32_t> serial)
+{
+    return !serial || (device && *serial == device->getDeviceSerial());
+}
+
+} // namespace
+
+DeviceSessions::DeviceSessions(boost::asio::io_context& io, Console& console, const LinkSettings& settings)
+    : mIo(io), mConsole(console), mSettings(settings)
 {}
 
 void DeviceSessions::add(boost::asio::ip::tcp::socket socket)
@@ -23,11 +31,9 @@ void DeviceSessions::add(boost::asio::ip::tcp::socket socket)
 std::vector<DeviceSessions::SessionPtr> DeviceSessions::matching(std::optional<uint32_t> serial) const
 {
     std::vector<SessionPtr> found;
-    std::copy_if(mSessions.begin(), mSessions.end(), std::back_inserter(found),
-                 [serial](const SessionPtr& session) {
-                     const cObjectDevice* device = session->device();
-                     return device != nullptr && (!serial || *serial == device->getDeviceSerial());
-                 });
+    std::ranges::copy_if(mSessions, std::back_inserter(found), [serial](const SessionPtr& session) {
+        return session->device() && isMeant(session->device(), serial);
+    });
     return found;
 }
 
@@ -56,15 +62,20 @@ DeviceSessions::SessionPtr DeviceSessions::first(std::optional<uint32_t> serial)
 
 std::optional<DeviceSessions::Ended> DeviceSessions::takeEnded(std::optional<uint32_t> serial)
 {
-    const auto found = std::find_if(mEnded.begin(), mEnded.end(), [serial](const Ended& device) {
-        return !serial || (device && *serial == device->getDeviceSerial());
-    });
+    const auto found =
+        std::ranges::find_if(mEnded, [serial](const Ended& device) { return isMeant(device, serial); });
     if (found == mEnded.end()) {
         return std::nullopt;
     }
     const Ended device = std::move(*found);
     mEnded.erase(found);
     return device;
+}
+
+void DeviceSessions::forget()
+{
+    mLog.clear();
+    mEnded.clear();
 }
 
 void DeviceSessions::resumeReading()
@@ -93,26 +104,18 @@ void DeviceSessions::sessionMessage(DeviceSession& session, WMsg&& message)
     }
     const uint32_t serial = session.device()->getDeviceSerial();
     mConsole.line(messageLine(serial, list));
-    ++mMessages;
     mLog.add(serial, std::move(message));
     onChange();
 }
 
 void DeviceSessions::sessionClosed(DeviceSession& session, const std::string& reason)
 {
-    const auto found = std::find_if(mSessions.begin(), mSessions.end(),
-                                    [&session](const SessionPtr& other) { return other.get() == &session; });
+    const auto found = std::ranges::find(mSessions, &session, &SessionPtr::get);
     // Functions of the session are on the stack, so it is destroyed later.
     boost::asio::post(mIo, [ended = std::move(*found)] {});
     mSessions.erase(found);
-    Ended device;
-    std::optional<uint32_t> serial;
-    if (session.device() != nullptr) {
-        device = *session.device();
-        serial = device->getDeviceSerial();
-    }
-    mConsole.line(disconnectedLine(session.peer(), serial, reason));
-    mEnded.push_back(std::move(device));
+    const Ended& device = mEnded.emplace_back(session.device());
+    mConsole.line(disconnectedLine(session.peer(), device ? &*device : nullptr, reason));
     if (mEnded.size() > kMaxEnded) {
         mEnded.pop_front();
     }

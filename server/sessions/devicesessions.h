@@ -22,9 +22,8 @@ public:
 
     static constexpr size_t kMaxEnded = 10000;
 
-    /// Everything is borrowed. Messages are printed and put into @p log.
-    DeviceSessions(boost::asio::io_context& io, Console& console, MessageLog& log,
-                   const LinkSettings& settings);
+    /// Everything is borrowed.
+    DeviceSessions(boost::asio::io_context& io, Console& console, const LinkSettings& settings);
 
     /// Called after a device has come, a message was printed or a connection has ended.
     std::function<void()> onChange;
@@ -49,11 +48,11 @@ public:
     /// there is none.
     std::optional<Ended> takeEnded(std::optional<uint32_t> serial);
 
-    /// Removes all connections that have ended.
-    void forgetEnded() { mEnded.clear(); }
+    /// What the devices have sent and no command has taken.
+    MessageLog& log() { return mLog; }
 
-    /// Messages printed so far.
-    uint64_t messages() const { return mMessages; }
+    /// Removes the messages that were kept and the connections that have ended.
+    void forget();
 
     /// Resumes reading from every device after the output was congested.
     void resumeReading();
@@ -70,12 +69,11 @@ private:
 
     boost::asio::io_context& mIo;
     Console& mConsole;
-    MessageLog& mLog;
+    MessageLog mLog;
     LinkSettings mSettings;
     LinkNumbers mNumbers;              ///< of messages to all devices
     std::vector<SessionPtr> mSessions; ///< in the order of connecting
     std::deque<Ended> mEnded;          ///< the latest kMaxEnded that no command took
-    uint64_t mMessages = 0;
 };
 
 } // namespace server

@@ -6,8 +6,6 @@
 
 namespace server {
 
-PeerAcceptor::PeerAcceptor(boost::asio::io_context& io) : mAcceptor(io), mRetryTimer(io) {}
-
 std::string PeerAcceptor::open(const std::string& address, uint16_t port)
 {
     using boost::asio::ip::tcp;

@@ -12,7 +12,7 @@ namespace server {
 class PeerAcceptor
 {
 public:
-    explicit PeerAcceptor(boost::asio::io_context& io);
+    explicit PeerAcceptor(boost::asio::io_context& io) : mAcceptor(io), mRetryTimer(io) {}
 
     std::function<void(boost::asio::ip::tcp::socket)> onPeer;
 
@@ -26,10 +26,10 @@ public:
     /// Where it listens.
     const boost::asio::ip::tcp::endpoint& endpoint() const { return mEndpoint; }
 
-    void start() { accept(); }
+    /// Accepts from now on.
+    void accept();
 
 private:
-    void accept();
     void retryLater(const boost::system::error_code& error);
 
     boost::asio::ip::tcp::acceptor mAcceptor;

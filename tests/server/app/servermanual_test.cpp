@@ -15,6 +15,7 @@
 
 #include "documentmessages.h"
 #include "server/commands/commandparser.h"
+#include "server/commands/commandwords.h"
 #include "server/io/jsonline.h"
 #include "zuldict/zuldict.h"
 
@@ -123,7 +124,7 @@ JsonPtr replyWithEverything()
     Reply reply;
     reply.error = "It failed.";
     reply.received.reset(json_array());
-    return replyLine("quit", 0.0, std::move(reply));
+    return replyLine("quit", 0.0, reply);
 }
 
 /// The lines of the help that are commands, not sentences.
@@ -195,7 +196,7 @@ TEST(ServerManualTest, everyLineHasTheMembersThatTheManualNames)
     const std::pair<const char*, JsonPtr> lines[] = {
         {"listening", listeningLine("::1", 1)}, {"connected", connectedLine("peer")},
         {"device", deviceLine("peer", device)}, {"message", messageLine(1, list)},
-        {"reply", replyWithEverything()},       {"disconnected", disconnectedLine("peer", {}, "reason")},
+        {"reply", replyWithEverything()},       {"disconnected", disconnectedLine("peer", nullptr, "reason")},
     };
     const std::vector<Row> rows = table("`event`", "when");
     ASSERT_EQ(rows.size(), std::size(lines));
@@ -331,15 +332,10 @@ TEST(ServerManualTest, commandsSendTheMessagesOfTheDocumentOfTheBytes)
     for (const auto& [text, name] : commands) {
         Command command;
         ASSERT_EQ(parseCommand(text, &command), "") << text;
-        cObjectList list;
-        list.setMsgType(command.msgType);
-        list.addBorrowed(command.object.get());
-        WMsg message;
-        ASSERT_TRUE(list.encode(&message).isOk());
         const std::vector<uint8_t>& expected = messages[name];
         ASSERT_GT(expected.size(), wmsg::kHeaderSize) << name;
-        message.seq = expected[5];
-        EXPECT_EQ(framesOf(message), expected) << text;
+        command.message.seq = expected[5];
+        EXPECT_EQ(framesOf(command.message), expected) << text;
     }
 }
 

@@ -5,9 +5,11 @@
 #include <utility>
 
 #include "server/commands/commandparser.h"
+#include "server/commands/commandwords.h"
 #include "server/io/jsonline.h"
 #include "zulobj/ainput.h"
 #include "zulobj/aoutput.h"
+#include "zulobj/objectlist.h"
 #include "zulobj/recordfactory.h"
 
 using namespace server;
@@ -28,6 +30,14 @@ void PrintTo(const Good& row, std::ostream* out) { *out << row.name; }
 
 std::string nameOf(const testing::TestParamInfo<Good>& info) { return info.param.name; }
 
+/// The object that the command sends, or null.
+std::unique_ptr<cObject> objectOf(const Command& command)
+{
+    cObjectList list;
+    EXPECT_TRUE(list.decode(command.message).isOk());
+    return std::unique_ptr<cObject>(list.size() == 0 ? nullptr : list.first()->clone());
+}
+
 constexpr Command::Kind kExchange = Command::Kind::EXCHANGE;
 constexpr Command::Kind kEvent = Command::Kind::WAIT_EVENT;
 constexpr Command::Kind kSend = Command::Kind::SEND;
@@ -44,11 +54,12 @@ TEST_P(GoodCommandTest, isUnderstood)
     Command command;
     ASSERT_EQ(parseCommand(row.line, &command), "");
     EXPECT_EQ(command.kind, row.kind);
-    EXPECT_EQ(command.msgType, row.msgType);
+    EXPECT_EQ(command.message.type, row.msgType);
     EXPECT_EQ(command.seconds, row.seconds);
-    ASSERT_EQ(command.object != nullptr, row.object != nullptr);
+    const std::unique_ptr<cObject> object = objectOf(command);
+    ASSERT_EQ(object != nullptr, row.object != nullptr);
     if (row.object != nullptr) {
-        const JsonPtr json(command.object->getJSONObj());
+        const JsonPtr json(object->getJSONObj());
         const JsonPtr wanted(json_loads(row.object, 0, nullptr));
         ASSERT_TRUE(wanted);
         const char* key = nullptr;
@@ -142,19 +153,18 @@ TEST(CommandParserTest, anObjectByItsCodeHasNoFields)
 {
     Command command;
     ASSERT_EQ(parseCommand("get object=2", &command), "");
-    EXPECT_EQ(command.object->getTags().size(), 0U);
-    EXPECT_EQ(command.object->getType(), OBJ_PORT_DIN);
+    EXPECT_EQ(command.message.payload, (std::vector<uint8_t>{0, 0, 0, OBJ_PORT_DIN, 0, 0, 0, 0}));
 }
 
 TEST(CommandParserTest, devicesAndTypesAreTaken)
 {
     Command command;
     ASSERT_EQ(parseCommand("wait event OBJ_ACCESS device=0xABC", &command), "");
-    EXPECT_EQ(command.device, 0xABCU);
-    EXPECT_EQ(command.objectType, uint32_t(OBJ_ACCESS));
+    EXPECT_EQ(command.filter.deviceSerial, 0xABCU);
+    EXPECT_EQ(command.filter.objectType, uint32_t(OBJ_ACCESS));
     ASSERT_EQ(parseCommand("wait event", &command), "");
-    EXPECT_FALSE(command.device);
-    EXPECT_FALSE(command.objectType);
+    EXPECT_FALSE(command.filter.deviceSerial);
+    EXPECT_FALSE(command.filter.objectType);
 }
 
 TEST(CommandParserTest, conditionsAreTakenFromAnywhere)
@@ -162,20 +172,20 @@ TEST(CommandParserTest, conditionsAreTakenFromAnywhere)
     Command command;
     ASSERT_EQ(parseCommand("expect portId=2 event portLabel=\"INPUT 2\" OBJ_PORT_DIN device=3", &command),
               "");
-    EXPECT_EQ(command.objectType, uint32_t(OBJ_PORT_DIN));
-    EXPECT_EQ(command.device, 3U);
-    ASSERT_EQ(command.conditions.size(), 2U);
-    EXPECT_EQ(command.conditions[0].text(), "portId=2");
-    EXPECT_EQ(command.conditions[1].text(), "portLabel=\"INPUT 2\"");
+    EXPECT_EQ(command.filter.objectType, uint32_t(OBJ_PORT_DIN));
+    EXPECT_EQ(command.filter.deviceSerial, 3U);
+    ASSERT_EQ(command.filter.conditions.size(), 2U);
+    EXPECT_EQ(command.filter.conditions[0].text(), "portId=2");
+    EXPECT_EQ(command.filter.conditions[1].text(), "portLabel=\"INPUT 2\"");
 }
 
 TEST(CommandParserTest, thePortTypeOfAnExpectedAnswerIsACondition)
 {
     Command command;
     ASSERT_EQ(parseCommand("expect get ain 1 portType=OBJ_PORT", &command), "");
-    ASSERT_EQ(command.conditions.size(), 1U);
-    EXPECT_EQ(command.conditions[0].text(), "portType=OBJ_PORT");
-    const JsonPtr asked(command.object->getJSONObj());
+    ASSERT_EQ(command.filter.conditions.size(), 1U);
+    EXPECT_EQ(command.filter.conditions[0].text(), "portType=OBJ_PORT");
+    const JsonPtr asked(objectOf(command)->getJSONObj());
     EXPECT_STREQ(json_string_value(json_object_get(asked.get(), "portType")), "OBJ_PORT_AIN");
 }
 
@@ -208,7 +218,8 @@ TEST(CommandParserTest, unsetNumbersAreNaNBitForBit)
 {
     Command command;
     ASSERT_EQ(parseCommand("set ain 1 gain=0.1", &command), "");
-    const auto& input = dynamic_cast<cObjectAInput&>(*command.object);
+    const auto object = objectOf(command);
+    const auto& input = dynamic_cast<cObjectAInput&>(*object);
     EXPECT_EQ(input.getGain(), 0.1F);
     EXPECT_TRUE(std::isnan(input.getOffset()));
     EXPECT_EQ(input.getSampleRate(), cObject::kRateUnchanged);
@@ -232,27 +243,26 @@ TEST(CommandParserTest, blankLinesAndCommentsAreSkipped)
 TEST(CommandTest, anObjectBearsTheSerialThatIsGiven)
 {
     Command command;
-    ASSERT_EQ(parseCommand("set object=0", &command), "");
-    EXPECT_FALSE(command.objectSerial);
     ASSERT_EQ(parseCommand("set object=0 serial=1001", &command), "");
-    EXPECT_EQ(command.objectSerial, 1001U);
+    EXPECT_EQ(command.message.payload,
+              (std::vector<uint8_t>{0, 0, 0, 0, 0, 0, 0, 8, 0, 1, 0, 4, 0, 0, 3, 0xE9}));
     ASSERT_EQ(parseCommand("expect get object=99 serial=0x10", &command), "");
-    EXPECT_EQ(command.objectSerial, 16U);
+    EXPECT_EQ(command.message.payload,
+              (std::vector<uint8_t>{0, 0, 0, 99, 0, 0, 0, 8, 0, 1, 0, 4, 0, 0, 0, 16}));
 }
 
 TEST(CommandTest, aValueMayBeNaNOrInfinite)
 {
     Command command;
     ASSERT_EQ(parseCommand("set ain 1 gain=nan offset=-inf", &command), "");
-    const auto* input = dynamic_cast<const cObjectAInput*>(command.object.get());
-    ASSERT_NE(input, nullptr);
-    EXPECT_TRUE(std::isnan(input->getGain()));
-    EXPECT_FALSE(std::signbit(input->getGain()));
-    EXPECT_EQ(input->getOffset(), -HUGE_VALF);
+    auto object = objectOf(command);
+    const auto& input = dynamic_cast<const cObjectAInput&>(*object);
+    EXPECT_TRUE(std::isnan(input.getGain()));
+    EXPECT_FALSE(std::signbit(input.getGain()));
+    EXPECT_EQ(input.getOffset(), -HUGE_VALF);
     ASSERT_EQ(parseCommand("set aout 1 value=inf", &command), "");
-    const auto* output = dynamic_cast<const cObjectAOutput*>(command.object.get());
-    ASSERT_NE(output, nullptr);
-    EXPECT_EQ(output->getSampledValue(), HUGE_VALF);
+    object = objectOf(command);
+    EXPECT_EQ(dynamic_cast<const cObjectAOutput&>(*object).getSampledValue(), HUGE_VALF);
 }
 
 class BadCommandTest : public testing::TestWithParam<std::pair<const char*, const char*>>

@@ -63,7 +63,7 @@ TEST(MessageLogTest, conditionsHoldForOneObjectTogether)
     const auto wanted = [](const char* conditions) {
         server::Command command;
         EXPECT_EQ(parseCommand(std::string("expect event OBJ_PORT_DIN ") + conditions, &command), "");
-        return MessageLog::Filter{{}, command.objectType, command.conditions};
+        return command.filter;
     };
     EXPECT_EQ(log.find(wanted("portId=2 inputState=OBJ_IO_STATE_SET"), 0), nullptr);
     EXPECT_NE(log.find(wanted("portId=1 inputState=OBJ_IO_STATE_SET"), 0), nullptr);

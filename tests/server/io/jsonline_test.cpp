@@ -74,9 +74,11 @@ TEST(JsonLineTest, floatsReadBackAsTheSameAndNaNIsNull)
 
 TEST(JsonLineTest, disconnected)
 {
-    EXPECT_EQ(dumped(disconnectedLine("1.2.3.4:5", {}, "it is silent")),
+    EXPECT_EQ(dumped(disconnectedLine("1.2.3.4:5", nullptr, "it is silent")),
               R"({"event":"disconnected","peer":"1.2.3.4:5","deviceSerial":null,"reason":"it is silent"})");
-    EXPECT_EQ(dumped(disconnectedLine("1.2.3.4:5", 6, "gone")),
+    cObjectDevice device;
+    device.setDeviceSerial(6);
+    EXPECT_EQ(dumped(disconnectedLine("1.2.3.4:5", &device, "gone")),
               R"({"event":"disconnected","peer":"1.2.3.4:5","deviceSerial":6,"reason":"gone"})");
 }
 
@@ -88,7 +90,7 @@ TEST(JsonLineTest, replies)
     Reply late;
     late.status = Reply::Status::TIMEOUT;
     late.error = "Late.";
-    EXPECT_EQ(dumped(replyLine("x", 5.0000004, std::move(late))),
+    EXPECT_EQ(dumped(replyLine("x", 5.0000004, late)),
               R"({"event":"reply","command":"x","status":"timeout","msgType":null,"objects":[],)"
               R"("seconds":5.0,"error":"Late."})");
     cObjectDevice device;
@@ -97,7 +99,7 @@ TEST(JsonLineTest, replies)
     Reply answered;
     answered.msgType = 1;
     answered.objects = objectsOf(list);
-    const JsonPtr line = replyLine("get device", 1.5, std::move(answered));
+    const JsonPtr line = replyLine("get device", 1.5, answered);
     EXPECT_EQ(json_integer_value(json_object_get(line.get(), "msgType")), 1);
     EXPECT_EQ(json_array_size(json_object_get(line.get(), "objects")), 1U);
 }

@@ -15,7 +15,7 @@ void run(JunitReport* report, const std::string& command, Reply::Status status =
 {
     report->commandBegun(command);
     report->addLine("line of " + command);
-    report->commandDone(status, error, 0.25);
+    report->commandDone({.status = status, .error = error}, 0.25);
 }
 
 void write(const JunitReport& report, const JunitFile& file) { std::ofstream(file.path()) << report.xml(); }
@@ -121,7 +121,7 @@ TEST(JunitReportTest, theLatestLinesOfACaseAreKept)
     for (int i = 1; i <= 9; ++i) {
         report.addLine("message 000" + std::to_string(i)); // 13 bytes with its end
     }
-    report.commandDone(Reply::Status::OK, "", 1);
+    report.commandDone({}, 1);
     const JunitFile file;
     write(report, file);
     EXPECT_EQ(file.mistakes(), "");
