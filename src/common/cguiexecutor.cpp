@@ -67,11 +67,7 @@ void cGuiExecutor::processTasks()
     std::unique_lock<std::mutex> lock(mMutex);
     mWakeup.reset();
     mWoken = false;
-    while (!mTasks.empty()) {
-        if (timer.hasExpired(kTimeSliceMs)) {
-            wake();
-            return;
-        }
+    while (!mTasks.empty() && !timer.hasExpired(kTimeSliceMs)) {
         Task task = takeFirst();
         lock.unlock();
         task.call();
@@ -79,6 +75,9 @@ void cGuiExecutor::processTasks()
             task.done->set_value(true);
         }
         lock.lock();
+    }
+    if (!mTasks.empty()) {
+        wake();
     }
 }
 

@@ -14,13 +14,6 @@
 
 namespace {
 
-bool isAlwaysReady(int fd)
-{
-    struct stat status
-    {};
-    return fstat(fd, &status) == 0 && (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode));
-}
-
 /// Returns false if the event loop was told to end first.
 bool waitUntilReadable(int fd)
 {
@@ -40,7 +33,8 @@ std::optional<QByteArray> readFile(const QString& path, qint64 maxBytes)
         return std::nullopt;
     }
     const auto closer = qScopeGuard([fd] { ::close(fd); });
-    const bool ready = isAlwaysReady(fd);
+    struct stat status = {};
+    const bool ready = fstat(fd, &status) == 0 && (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode));
     std::array<char, 16 * 1024> block{};
     QByteArray bytes;
     while (bytes.size() < maxBytes) {
