@@ -8,31 +8,12 @@
 /// within a namespace.
 static void registerTranslations() { Q_INIT_RESOURCE(translations); }
 
-namespace {
-
-bool isUntranslated(const QString& wanted)
-{
-    const QLocale::Language language = QLocale(wanted).language();
-    return language == QLocale::English || language == QLocale::C;
-}
-
-QString localeOfTexts()
-{
-    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        if (const QString value = qEnvironmentVariable(variable); !value.isEmpty()) {
-            return value;
-        }
-    }
-    return {};
-}
-
-} // namespace
-
 cLanguage::cLanguage(const QStringList& wanted)
 {
     registerTranslations();
     for (const QString& name : wanted) {
-        if (isUntranslated(name) || load(name)) {
+        const QLocale::Language language = QLocale(name).language();
+        if (language == QLocale::English || language == QLocale::C || load(name)) {
             break;
         }
     }
@@ -40,7 +21,12 @@ cLanguage::cLanguage(const QStringList& wanted)
 
 QStringList cLanguage::wantedByUser()
 {
-    const QString locale = localeOfTexts();
+    QString locale;
+    // A later one overrides those before it.
+    for (const char* variable : {"LANG", "LC_MESSAGES", "LC_ALL"}) {
+        const QString value = qEnvironmentVariable(variable);
+        locale = value.isEmpty() ? locale : value;
+    }
     const QString list = qEnvironmentVariable("LANGUAGE");
     // In the locale C the list is ignored.
     if (QLocale(locale).language() == QLocale::C) {

@@ -47,7 +47,7 @@ void traceDevice(const QString& path, const cDeviceFile& values)
 
 } // namespace
 
-MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui::MainWindow)
+MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWindow)
 {
     const QString directory = paths::configurationDirectory();
     qDebug().noquote().nospace() << "Config Dir is: " << directory;

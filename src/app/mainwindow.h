@@ -13,12 +13,9 @@
 #include <vector>
 
 class QDialog;
+class Ui_MainWindow;
 class cConfig;
 struct cDeviceFile;
-
-namespace Ui {
-class MainWindow;
-}
 
 /// Assembles the program: menus, dialogs, the configuration record and the device panel.
 class MainWindow : public QMainWindow
@@ -129,7 +126,7 @@ private:
     template <class Dialog>
     void openItemsDialog(int instructionType);
 
-    Ui::MainWindow* ui;
+    Ui_MainWindow* ui;
     cDevice* mDevice;
     cConfig* mConfig;
     bool connected;

@@ -4,13 +4,6 @@
 
 #include "scriptworker.h"
 
-namespace {
-
-/// The time in which all scripts together have to end.
-constexpr int kStopTimeoutMs = 1500;
-
-} // namespace
-
 cScripts::~cScripts() { stop(); }
 
 bool cScripts::start(std::unique_ptr<scriptWorker> worker)
@@ -49,7 +42,7 @@ bool cScripts::stop()
             run.thread->quit();
         }
     }
-    QDeadlineTimer deadline(kStopTimeoutMs);
+    QDeadlineTimer deadline(1500); // ms, for all scripts together
     for (const Run& run : mRuns) {
         if (run.thread != nullptr && !run.thread->wait(deadline)) {
             return false;
