@@ -44,13 +44,12 @@ void AsioDriver::start()
     flush();
 }
 
-/// The end of an asynchronous operation: calls @p next if the connection is still open and sound.
+/// The end of an asynchronous operation: calls @p next if the connection is still open.
 void AsioDriver::proceed(const error_code& error, void (AsioDriver::*next)())
 {
-    if (mOwner == nullptr || error == boost::asio::error::operation_aborted) {
-        return;
+    if (mOwner != nullptr && error != boost::asio::error::operation_aborted) {
+        error ? close(error.message()) : (this->*next)();
     }
-    error ? close(error.message()) : (this->*next)();
 }
 
 void AsioDriver::waitToRead()
@@ -61,54 +60,25 @@ void AsioDriver::waitToRead()
         return;
     }
     mSocket.async_wait(tcp::socket::wait_read, [self = shared_from_this()](const error_code& error) {
-        self->proceed(error, &AsioDriver::readOn);
+        self->proceed(error, &AsioDriver::receive);
+        self->waitToRead();
     });
-}
-
-void AsioDriver::readOn()
-{
-    receive();
-    if (mOwner != nullptr) {
-        waitToRead();
-    }
 }
 
 void AsioDriver::receive()
 {
-    const auto onMessage = [this](LinkSession::Received&& received) {
-        mOwner->linkMessage(std::move(received));
-    };
-    if (mLink.receive(&mSession, linkNowMs(), onMessage) == cLinkSocket::CLOSED) {
-        mSession.abandon(mLink.problem());
-    }
-    flushOrClose();
-}
-
-/// Outside of the owner's calls the connection may be closed at once.
-void AsioDriver::flushOrClose()
-{
-    if (mSession.problem().empty()) {
-        flush();
-    } else {
-        close(mSession.problem());
-    }
+    mLink.receive(&mSession, linkNowMs(),
+                  [this](LinkSession::Received&& received) { mOwner->linkMessage(std::move(received)); });
+    flush();
 }
 
 void AsioDriver::flush()
 {
-    if (mOwner == nullptr) {
-        return;
-    }
-    if (!mWaitingToWrite) {
-        const cLinkSocket::eOutcome outcome = mLink.flush(&mSession, linkNowMs());
-        mWaitingToWrite = outcome == cLinkSocket::BLOCKED;
-        if (mWaitingToWrite) {
-            mSocket.async_wait(tcp::socket::wait_write, [self = shared_from_this()](const error_code& error) {
-                self->proceed(error, &AsioDriver::writeOn);
-            });
-        } else if (outcome == cLinkSocket::CLOSED) {
-            mSession.abandon(mLink.problem());
-        }
+    if (!mWaitingToWrite && !mLink.flush(&mSession, linkNowMs())) {
+        mWaitingToWrite = true;
+        mSocket.async_wait(tcp::socket::wait_write, [self = shared_from_this()](const error_code& error) {
+            self->proceed(error, &AsioDriver::writeOn);
+        });
     }
     if (mSession.problem().empty()) {
         armTimer();
@@ -128,7 +98,7 @@ void AsioDriver::writeOn()
 
 void AsioDriver::resumeReading()
 {
-    if (mReadingPaused && mOwner != nullptr && mayRead()) {
+    if (mReadingPaused && mayRead()) {
         mReadingPaused = false;
         mSession.setReading(true, linkNowMs());
         armTimer();
@@ -156,7 +126,7 @@ void AsioDriver::checkTimes()
         receive(); // the loop may be late
     }
     mSession.checkTimes(linkNowMs());
-    flushOrClose();
+    flush();
 }
 
 void AsioDriver::close(const std::string& reason)

@@ -63,12 +63,13 @@ public:
     const std::string& peer() const { return mPeer; }
 
 private:
-    bool mayRead() const { return !mOwner->readingPaused() && !mSession.backlogExceeded(); }
+    bool mayRead() const
+    {
+        return mOwner != nullptr && !mOwner->readingPaused() && !mSession.backlogExceeded();
+    }
     void proceed(const boost::system::error_code& error, void (AsioDriver::*next)());
     void waitToRead();
-    void readOn();
     void receive();
-    void flushOrClose();
     void writeOn();
     void armTimer();
     void checkTimes();

@@ -15,8 +15,6 @@ namespace {
 /// So often the link thread reads before it looks at other things.
 constexpr int kMaxReads = 16;
 
-constexpr char kClosed[] = "the connection was closed";
-
 /// What a message that waits to be delivered takes.
 size_t sizeOf(const WMsg& message) { return message.payload.size() + wmsg::kHeaderSize; }
 
@@ -239,7 +237,7 @@ std::string cLinkClient::keepConnection(const std::stop_token& stop, const cLink
             const int64_t nowMs = linkNowMs();
             events = process(nowMs, reads);
             if (!mSession.problem().empty()) {
-                return mSession.problem();
+                return socket.isClosed() ? "the connection was closed" : mSession.problem();
             }
             waitMs = std::clamp<int64_t>(mSession.deadline() - nowMs, 0, waitMs);
         }
@@ -330,12 +328,9 @@ bool cLinkClient::receive(int64_t nowMs)
             mInbound.push_back(std::move(received));
         }
     };
-    const cLinkSocket::eOutcome outcome = mSocket->receive(&mSession, nowMs, onMessage);
-    if (outcome == cLinkSocket::CLOSED) {
-        mSession.abandon(kClosed);
-    }
+    const bool received = mSocket->receive(&mSession, nowMs, onMessage);
     flush(nowMs);
-    return outcome == cLinkSocket::DONE;
+    return received;
 }
 
 /// Writes what the connection takes without waiting, and leaves the rest to the link thread.
@@ -344,12 +339,8 @@ void cLinkClient::flush(int64_t nowMs)
     if (!mSocket) {
         return;
     }
-    const cLinkSocket::eOutcome outcome = mSocket->flush(&mSession, nowMs);
-    if (outcome == cLinkSocket::CLOSED) {
-        mSession.abandon(kClosed);
-    }
+    const bool wasBlocked = std::exchange(mBlocked, !mSocket->flush(&mSession, nowMs));
     updateReading(nowMs);
-    const bool wasBlocked = std::exchange(mBlocked, outcome == cLinkSocket::BLOCKED);
     if (!mSession.problem().empty() || (mBlocked && !wasBlocked)) {
         mWakeup.wake();
     }

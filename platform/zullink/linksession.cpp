@@ -66,21 +66,18 @@ std::vector<LinkSession::AnswerHandler> LinkSession::drop(bool keepsMessages)
     mPingDue = false;
 
     std::vector<AnswerHandler> ended;
-    for (Outstanding& outstanding : mOutstanding) {
-        release(outstanding.seq);
-        ended.push_back(std::move(outstanding.handler));
+    for (Entry& entry : std::exchange(mOutstanding, {})) {
+        release(entry.message.seq);
+        ended.push_back(std::move(entry.handler));
     }
-    mOutstanding.clear();
-    const auto ends = [keepsMessages](const Entry& entry) {
-        return !keepsMessages || entry.kind == eKind::ANSWER;
-    };
-    for (Entry& entry : mQueue) {
-        if (ends(entry)) {
+    for (Entry& entry : std::exchange(mQueue, {})) {
+        if (keepsMessages && entry.kind != eKind::ANSWER) {
+            mQueue.push_back(std::move(entry));
+        } else {
             count(entry, false);
             ended.push_back(std::move(entry.handler));
         }
     }
-    std::erase_if(mQueue, ends);
     std::erase(ended, nullptr);
     return ended;
 }
@@ -140,9 +137,8 @@ void LinkSession::setReading(bool reading, int64_t nowMs)
 /// be answered any more: frees the numbers of earlier requests without a handler.
 LinkSession::AnswerHandler LinkSession::takeHandler(uint8_t seq)
 {
-    const auto answered =
-        std::find_if(mOutstanding.begin(), mOutstanding.end(),
-                     [seq](const Outstanding& outstanding) { return outstanding.seq == seq; });
+    const auto answered = std::find_if(mOutstanding.begin(), mOutstanding.end(),
+                                       [seq](const Entry& entry) { return entry.message.seq == seq; });
     if (answered == mOutstanding.end()) {
         ++mUnmatched;
         return nullptr;
@@ -151,14 +147,14 @@ LinkSession::AnswerHandler LinkSession::takeHandler(uint8_t seq)
     if (handler == nullptr) {
         ++mUnmatched;
     }
-    const auto isGivenUp = [](const Outstanding& outstanding) { return outstanding.handler == nullptr; };
-    std::for_each(mOutstanding.begin(), answered, [&](const Outstanding& outstanding) {
-        if (isGivenUp(outstanding)) {
-            release(outstanding.seq);
+    const auto end = answered + 1;
+    const auto isOver = [this](const Entry& entry) {
+        if (entry.handler == nullptr) {
+            release(entry.message.seq);
         }
-    });
-    release(seq);
-    mOutstanding.erase(std::remove_if(mOutstanding.begin(), answered, isGivenUp), answered + 1);
+        return entry.handler == nullptr;
+    };
+    mOutstanding.erase(std::remove_if(mOutstanding.begin(), end, isOver), end);
     return handler;
 }
 
@@ -198,7 +194,7 @@ uint64_t LinkSession::request(WMsg message, AnswerHandler handler)
 
 void LinkSession::giveUp(uint64_t request)
 {
-    for (Outstanding& outstanding : mOutstanding) {
+    for (Entry& outstanding : mOutstanding) {
         if (outstanding.request == request) {
             outstanding.handler = nullptr;
             return;
@@ -294,25 +290,17 @@ void LinkSession::fillOutput()
     Entry entry = std::move(mQueue.front());
     count(entry, false);
     mQueue.pop_front();
-    assignSequence(&entry);
+    if (!std::exchange(entry.numbered, true)) {
+        entry.message.seq = mNumbers->next(mTaken);
+    }
     entry.message.appendFrames(mOutput);
     if (entry.kind == eKind::EVENT) {
         mPartialSend = std::move(entry);
-    }
-}
-
-void LinkSession::assignSequence(Entry* entry)
-{
-    if (entry->numbered) {
-        return;
-    }
-    const uint8_t seq = mNumbers->next(mTaken);
-    entry->message.seq = seq;
-    entry->numbered = true;
-    if (entry->kind == eKind::REQUEST) {
-        mTaken.set(seq);
-        mNumbers->acquire(seq);
-        mOutstanding.push_back({seq, entry->request, std::move(entry->handler)});
+    } else if (entry.kind == eKind::REQUEST) {
+        mTaken.set(entry.message.seq);
+        mNumbers->acquire(entry.message.seq);
+        entry.message.payload = {};
+        mOutstanding.push_back(std::move(entry));
     }
 }
 

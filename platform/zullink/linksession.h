@@ -168,21 +168,13 @@ private:
         REQUEST
     };
 
-    /// A message that waits to be written.
+    /// A message that waits to be written, or a request that waits for its answer.
     struct Entry
     {
         WMsg message = {};
         eKind kind = eKind::EVENT;
         bool numbered = false;
-        uint64_t request = 0; ///< of a REQUEST
-        AnswerHandler handler = nullptr;
-    };
-
-    /// A request that was written, at least in part.
-    struct Outstanding
-    {
-        uint8_t seq;
-        uint64_t request;
+        uint64_t request = 0;            ///< of a REQUEST
         AnswerHandler handler = nullptr; ///< null if the answer is not wanted
     };
 
@@ -192,7 +184,6 @@ private:
     void push(Entry entry);
     void count(const Entry& entry, bool added);
     void trim();
-    void assignSequence(Entry* entry);
     void fillOutput();
     AnswerHandler takeHandler(uint8_t seq);
     void release(uint8_t seq);
@@ -216,8 +207,8 @@ private:
     bool mPinged = false; ///< since mLastReceivedMs
 
     // Requests.
-    std::deque<Outstanding> mOutstanding; ///< oldest first
-    std::bitset<256> mTaken;              ///< the numbers in mOutstanding
+    std::deque<Entry> mOutstanding; ///< written at least in part, oldest first, without payload
+    std::bitset<256> mTaken;        ///< the numbers in mOutstanding
     size_t mQueuedRequests = 0;
     uint64_t mLastRequest = 0;
     uint64_t mUnmatched = 0;

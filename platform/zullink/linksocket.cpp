@@ -87,13 +87,13 @@ void cLinkSocket::recordTo(std::shared_ptr<cCaptureFile> file, cCapturedLink::eR
     mRecord = cCapturedLink::of(std::move(file), mFd, role);
 }
 
-cLinkSocket::eOutcome cLinkSocket::receive(LinkSession* session, int64_t nowMs,
-                                           const MessageHandler& onMessage)
+bool cLinkSocket::receive(LinkSession* session, int64_t nowMs, const MessageHandler& onMessage)
 {
     std::array<uint8_t, 16384> buffer; // on the stack, so that idle connections hold no buffer
     const ssize_t size = recv(mFd, buffer.data(), buffer.size(), 0);
     if (size <= 0) {
-        return failed(size == 0 ? 0 : errno);
+        mayGoOn(session, size == 0 ? 0 : errno);
+        return false;
     }
     std::span<const uint8_t> bytes(buffer.data(), static_cast<size_t>(size));
     if (mRecord) {
@@ -107,10 +107,10 @@ cLinkSocket::eOutcome cLinkSocket::receive(LinkSession* session, int64_t nowMs,
             onMessage(std::exchange(received, {}));
         }
     }
-    return DONE;
+    return true;
 }
 
-cLinkSocket::eOutcome cLinkSocket::flush(LinkSession* session, int64_t nowMs)
+bool cLinkSocket::flush(LinkSession* session, int64_t nowMs)
 {
     std::span<const uint8_t> bytes;
     const auto send = [this, &bytes] { return ::send(mFd, bytes.data(), bytes.size(), MSG_NOSIGNAL); };
@@ -119,23 +119,25 @@ cLinkSocket::eOutcome cLinkSocket::flush(LinkSession* session, int64_t nowMs)
         if (size >= 0) {
             session->written(static_cast<size_t>(size), nowMs);
         } else if (errno != EINTR) {
-            return failed(errno);
+            return !mayGoOn(session, errno);
         }
     }
-    return DONE;
+    return true;
 }
 
-/// @p error is an errno, or 0 if the peer has closed the connection.
-cLinkSocket::eOutcome cLinkSocket::failed(int error)
+/// @p error is an errno, or 0 if the peer has closed the connection. If it will not pass, gives @p session
+/// up.
+bool cLinkSocket::mayGoOn(LinkSession* session, int error)
 {
     if (error == EAGAIN || error == EWOULDBLOCK || error == EINTR) {
-        return BLOCKED;
+        return true;
     }
     if (mRecord) {
         error == 0 ? mRecord->peerClosed() : mRecord->peerReset();
     }
-    mProblem = error == 0 ? "the peer closed the connection" : strerrordesc_np(error);
-    return CLOSED;
+    session->abandon(error == 0 ? "the peer closed the connection" : strerrordesc_np(error));
+    mClosed = true;
+    return false;
 }
 
 void cLinkSocket::shutDown()

@@ -29,26 +29,22 @@ public:
     /// Records in @p file, which may be null, what crosses the connection from now on.
     void recordTo(std::shared_ptr<cCaptureFile> file, cCapturedLink::eRole role);
 
-    enum eOutcome
-    {
-        DONE,
-        BLOCKED, ///< poll first
-        CLOSED   ///< by the peer, by shutDown() or by an error; problem() says why
-    };
-
     /// For poll(2) only.
     int fd() const { return mFd; }
+
+    /// True once the peer, shutDown() or an error has ended the connection: then receive() or flush() has
+    /// given the session up, with the reason.
+    bool isClosed() const { return mClosed; }
 
     /// Gets the messages that are not an awaited answer.
     using MessageHandler = std::function<void(LinkSession::Received&&)>;
 
-    /// Reads once, for @p session, and calls the handlers of the answers that have come.
-    eOutcome receive(LinkSession* session, int64_t nowMs, const MessageHandler& onMessage);
+    /// Reads once, for @p session, and calls the handlers of the answers that have come. True if anything
+    /// has.
+    bool receive(LinkSession* session, int64_t nowMs, const MessageHandler& onMessage);
 
-    /// Writes what @p session has to write. BLOCKED: the rest has to wait.
-    eOutcome flush(LinkSession* session, int64_t nowMs);
-
-    const std::string& problem() const { return mProblem; }
+    /// Writes what @p session has to write. False if the rest must wait until more can be written.
+    bool flush(LinkSession* session, int64_t nowMs);
 
     void shutDown();
 
@@ -57,9 +53,9 @@ public:
     static bool isSelfConnected(int fd);
 
 private:
-    eOutcome failed(int error);
+    bool mayGoOn(LinkSession* session, int error);
 
     const int mFd;
     std::unique_ptr<cCapturedLink> mRecord; ///< null while nothing is recorded
-    std::string mProblem;
+    bool mClosed = false;
 };
