@@ -1,19 +1,6 @@
 #include "caccess.h"
 
 #include <QHBoxLayout>
-#include <QRegularExpression>
-
-namespace {
-
-/// The text of the row for @p label. "SCANNER %1" is the text to translate, whatever the number.
-QString shown(const char* label)
-{
-    static const QRegularExpression numbered(QStringLiteral("^SCANNER ([0-9]+)$"));
-    const QRegularExpressionMatch match = numbered.match(QString::fromUtf8(label));
-    return match.hasMatch() ? cAccess::tr("SCANNER %1").arg(match.captured(1)) : cAccess::tr(label);
-}
-
-} // namespace
 
 cAccess::cAccess()
 {
@@ -21,7 +8,6 @@ cAccess::cAccess()
     mQLabel = new QLabel;
     box->addWidget(mQLabel, 1);
     mCardSerialNum = new QLineEdit;
-    mCardSerialNum->setText("");
     mCardSerialNum->setFixedWidth(kCodeWidth);
     box->addWidget(mCardSerialNum);
     mQLabel->setBuddy(mCardSerialNum);
@@ -33,7 +19,10 @@ cAccess::cAccess()
 
 void cAccess::setLabel(const char* label)
 {
-    mQLabel->setText(shown(label));
+    const QString text = QString::fromUtf8(label);
+    const QString prefix = QStringLiteral("SCANNER ");
+    // The text to translate is the same whatever the number.
+    mQLabel->setText(text.startsWith(prefix) ? tr("SCANNER %1").arg(text.mid(prefix.size())) : tr(label));
     mCardSerialNum->setAccessibleName(mQLabel->text());
     mSendEvtBtn->setAccessibleName(mSendEvtBtn->text() + QLatin1Char(' ') + mQLabel->text());
     cObjectAccess::setLabel(label);

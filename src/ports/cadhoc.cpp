@@ -63,16 +63,11 @@ void cAdHocEvent::EvtBtnClicked()
     setPortId(static_cast<uint32_t>(mEventID->value()));
     setEventLabel(mQLabel->text().toLocal8Bit().constData());
     setEventValue(mQValue->text().toLocal8Bit().constData());
-    trace();
-    emit send_adhoc_evnt(0);
-}
-
-void cAdHocEvent::trace() const
-{
     // The stream stays hexadecimal after the serial, so the id is hexadecimal too.
     qDebug() << "Sending Ad hoc event:" << Qt::endl
              << "Device Serial: 0x" << Qt::hex << getDeviceSerial() << Qt::endl
              << "Event ID: " << getPortId() << Qt::endl
              << "Event Label:" << getEventLabel() << Qt::endl
              << "Event Value:" << getEventValue() << Qt::endl;
+    emit send_adhoc_evnt(0);
 }

@@ -33,8 +33,6 @@ public slots:
     void EvtBtnClicked();
 
 private:
-    void trace() const;
-
     QPushButton* mSendEvtBtn;
     QLineEdit* mQLabel;
     QLineEdit* mQValue;

@@ -3,24 +3,23 @@
 #include <QDebug>
 #include <iostream>
 
-#include "analogrow.h"
-#include "cfixedlayoutrow.h"
-#include "cwheeleventfilter.h"
-#include "scaledwidth.h"
+#include "portrow.h"
 
 cAInput::cAInput() : mLastSampleTime(time(nullptr))
 {
     auto* box = new cFixedLayoutRow;
-    beginAnalogRow(box, &mQLabel, tr("PortName"), &mQGain, &mQOffset);
+    mQLabel.setText(tr("PortName"));
+    addFixedCell(box, &mQLabel, 100);
+    mQGain.setNum(1.0);
+    addFixedCell(box, &mQGain, 60);
+    mQOffset.setNum(0.0);
+    addFixedCell(box, &mQOffset, 60);
     mQSampleRate.setNum(10);
-    mQSampleRate.setFixedWidth(scaledWidth(mQSampleRate, 60));
-    box->addWidget(&mQSampleRate);
+    addFixedCell(box, &mQSampleRate, 60);
 
     mQSampleValue = new QSlider(Qt::Horizontal);
-    mQSampleValue->setMinimum(0);
-    mQSampleValue->setMaximum(100);
-    mQSampleValue->setTracking(true);
-    new cWheelEventFilter(mQSampleValue);
+    mQSampleValue->setRange(0, 100);
+    filterWheel(mQSampleValue);
     mQLabel.setBuddy(mQSampleValue);
     box->addWidget(mQSampleValue);
     auto* value = new QLabel;

@@ -1,18 +1,19 @@
 #include "caoutput.h"
 
-#include <QHBoxLayout>
 #include <algorithm>
 #include <cmath>
 
-#include "analogrow.h"
+#include "portrow.h"
 
 cAOutput::cAOutput()
 {
     auto* box = new QHBoxLayout;
-    beginAnalogRow(box, &mQLabel, tr("PortName"), &mQGain, &mQOffset);
-    mQSampleValue.setMinimum(0);
-    mQSampleValue.setMaximum(100);
-    mQSampleValue.setOrientation(Qt::Horizontal);
+    mQLabel.setText(tr("PortName"));
+    addFixedCell(box, &mQLabel, 100);
+    mQGain.setNum(1.0);
+    addFixedCell(box, &mQGain, 60);
+    mQOffset.setNum(0.0);
+    addFixedCell(box, &mQOffset, 60);
     box->addWidget(&mQSampleValue);
 
     setMinimumValue(0.0F);
@@ -35,5 +36,3 @@ void cAOutput::setSampledValue(float value)
     }
     cObjectAOutput::setSampledValue(value);
 }
-
-int cAOutput::getCurrentSample() const { return mQSampleValue.value(); }

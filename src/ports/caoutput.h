@@ -5,7 +5,6 @@
 #include <QWidget>
 
 #include "zuldevice/portrules.h"
-#include "zulobj/aoutput.h"
 #include "zulobj/objectlist.h"
 
 /// An analog output: a row on the panel that is also the record.
@@ -26,7 +25,7 @@ public:
     void setSampledValue(float value);
 
     /// The bar's value, 0 to 100.
-    int getCurrentSample() const;
+    int getCurrentSample() const { return mQSampleValue.value(); }
 
     /// Appends a clone of the record, whatever the request.
     void populateMsg(cObjectList* msg, cObjectPort* /*request*/) { msg->add(clone()); }

@@ -2,9 +2,6 @@
 
 #include <QDebug>
 
-#include "cwheeleventfilter.h"
-#include "statuscolour.h"
-
 cDInput::cDInput() : mRow(new cFixedLayoutRow)
 {
     mQLabel = new QLabel("PortName");
@@ -13,9 +10,8 @@ cDInput::cDInput() : mRow(new cFixedLayoutRow)
     mRow->addWidget(mQDefaultState, 1);
     setDefaultState(OBJ_IO_STATE_CLEAR);
     mQCurrentState = new QComboBox;
-    mQCurrentState->addItem("LOW");
-    mQCurrentState->addItem("HIGH");
-    new cWheelEventFilter(mQCurrentState);
+    mQCurrentState->addItems({"LOW", "HIGH"});
+    filterWheel(mQCurrentState);
     mQLabel->setBuddy(mQCurrentState);
     mRow->addWidget(mQCurrentState, 1);
     connect(mQCurrentState, SIGNAL(currentIndexChanged(int)), this, SLOT(combo_select(int)));

@@ -1,13 +1,11 @@
 #pragma once
 
 #include <QComboBox>
-#include <QLabel>
 #include <QWidget>
 
-#include "cfixedlayoutrow.h"
+#include "portrow.h"
 #include "zuldevice/outputlist.h"
 #include "zuldevice/portrules.h"
-#include "zulobj/dinput.h"
 #include "zulobj/objectlist.h"
 
 /// A digital input: a row on the panel that is also the record.

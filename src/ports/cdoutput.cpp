@@ -1,7 +1,5 @@
 #include "cdoutput.h"
 
-#include "statuscolour.h"
-
 cDOutput::cDOutput() : mRow(new cFixedLayoutRow)
 {
     mQLabel = new QLabel(tr("PortName"));

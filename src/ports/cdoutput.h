@@ -1,11 +1,9 @@
 #pragma once
 
-#include <QLabel>
 #include <QWidget>
 
-#include "cfixedlayoutrow.h"
+#include "portrow.h"
 #include "zuldevice/portrules.h"
-#include "zulobj/doutput.h"
 #include "zulobj/objectlist.h"
 
 /// A digital output: a row on the panel that is also the record.

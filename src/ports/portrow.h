@@ -3,6 +3,8 @@
 #include <QHBoxLayout>
 #include <QLabel>
 
+// What the rows of the panel are made of.
+
 /// The layout of a port's row, which can change the text of a cell without a new layout.
 ///
 /// A label invalidates the layout of its whole page with every text, which costs more than the rest of a
@@ -28,3 +30,13 @@ public:
 private:
     bool mFixed = false;
 };
+
+/// Appends @p cell to @p row with a fixed @p width, in pixels at 96 dpi.
+void addFixedCell(QHBoxLayout* row, QLabel* cell, int width);
+
+/// Fills the background of @p row with red if @p alarm, else with green. The text is black.
+void setStatusColour(QWidget* row, bool alarm);
+
+/// Lets the wheel change @p control only while that has the focus. Otherwise the wheel scrolls the page; it
+/// does not give the control the focus.
+void filterWheel(QWidget* control);
