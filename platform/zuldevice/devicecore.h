@@ -1,221 +1,162 @@
 #pragma once
 
-#include <cstdint>
+#include <algorithm>
 #include <ostream>
-#include <vector>
+#include <type_traits>
 
 #include "zuldevice/checkedindex.h"
 #include "zuldevice/portrules.h"
-#include "zulobj/access.h"
 #include "zulobj/adhoc.h"
 #include "zulobj/capability.h"
 #include "zulobj/objectlist.h"
 
-/// Learns which ports change.
-class PortListener
-{
-public:
-    virtual ~PortListener() = default;
-
-    /// An operator, a wire or a set may have changed the record of @p port.
-    virtual void changed(const cObjectPort& port) = 0;
-};
-
-/// The record of a device and the lists of its parts, which stay their owner's. A part is a record of the
-/// library's class, or a row of a window that is one.
-template <class DInput, class DOutput, class AInput, class AOutput, class Access>
-struct DeviceParts
-{
-    cObjectDevice& device;
-    const std::vector<DInput*>& digitalInputs;
-    const std::vector<DOutput*>& digitalOutputs;
-    const std::vector<AInput*>& analogInputs;
-    const std::vector<AOutput*>& analogOutputs;
-    const std::vector<Access*>& scanners;
-    std::vector<cObjectCapability*>& capabilities; ///< the core deletes them
-};
-
 /// What a device does with the messages of its server, and the events that it reports.
 ///
-/// It fills the lists that its owner sends. It writes a trace, whose quirks stay: some lines leave the stream
-/// in hexadecimal mode. Messages skip nulls in the lists of parts; a wrong index in an event ends the
-/// program.
-template <class Parts>
+/// @p Device is a cObjectDevice that befriends the core. Its lists hold pointers, plain or unique; messages
+/// skip nulls, and a wrong index in an event ends the program. It sends answers and events by send(list) and
+/// passes on an input's state or value by drive(output, value), once for each wired output.
+///
+/// The trace has quirks that stay: some lines leave the stream in hexadecimal mode.
+template <class Device>
 class DeviceCore
 {
 public:
-    /// @p trace and @p listener may be null. Like the parts, they outlive the core.
-    DeviceCore(const Parts& parts, std::ostream* trace, PortListener* listener = nullptr)
-        : mParts(parts), mTrace(trace), mListener(listener)
-    {}
-
-    ~DeviceCore()
-    {
-        for (const cObjectCapability* capability : mParts.capabilities) {
-            delete capability;
-        }
-    }
-
-    DeviceCore(const DeviceCore&) = delete;
-    DeviceCore& operator=(const DeviceCore&) = delete;
+    /// Both outlive the core.
+    DeviceCore(Device& device, std::ostream& trace) : mDevice(device), mTrace(trace) {}
 
     /// Fills the capability list, once the scanners are there.
     void addCapabilities()
     {
         addCapability("analogout", "yes");
         addCapability("version", "4.0.2");
-        for (const cObjectAccess* scanner : mParts.scanners) {
+        for (const auto& scanner : mDevice.mAccessList) {
             addCapability("access_reader", scanner->getLabel());
         }
     }
 
-    /// Returns true if @p reply, an empty list, is now the answer to @p msg, which may be of any type. The
-    /// answer borrows the device's records: send it before anything changes them.
-    bool handle(cObjectList* msg, cObjectList* reply)
+    void handleRequest(cObjectList* msg)
     {
-        switch (msg->getMsgType()) {
-        case cObjectList::kRequest:
-            handleRequest(msg, reply);
-            return true;
-        case cObjectList::kSet:
-            handleSet(msg, reply);
-            return true;
-        case cObjectList::kEvent:
-            return false;
-        default:
-            traceUnknown(*msg);
-            return false;
-        }
+        static constexpr Handler kHandlers[] = {
+            {OBJ_DEVICE, "DEVICE Object", &DeviceCore::answerDevice},
+            {OBJ_PORT_DIN, "DIN Object", &DeviceCore::answerPorts<cObjectDInput>},
+            {OBJ_PORT_DOUT, "DOUT Object", &DeviceCore::answerPorts<cObjectDOutput>},
+            {OBJ_PORT_AIN, "AIN Object", &DeviceCore::answerPorts<cObjectAInput>},
+            {OBJ_PORT_AOUT, "AOUT Object", &DeviceCore::answerPorts<cObjectAOutput>},
+            {OBJ_ANALOG_SAMPLE, "ASAMPLE Object", &DeviceCore::answerSample},
+            {OBJ_CAPABILITY, "CAPABILITY Object", &DeviceCore::answerCapabilities},
+            {OBJ_ACCESS, "Access Object", nullptr},
+        };
+        answer(msg, kHandlers);
+    }
+
+    void handleSet(cObjectList* msg)
+    {
+        static constexpr Handler kHandlers[] = {
+            {OBJ_DEVICE, "DEVICE Object", &DeviceCore::setDevice},
+            {OBJ_PORT_DIN, "DIN Object", &DeviceCore::setPorts<cObjectDInput>},
+            {OBJ_PORT_DOUT, "DOUT Object", &DeviceCore::setPorts<cObjectDOutput>},
+            {OBJ_PORT_AIN, "AIN Object", &DeviceCore::setPorts<cObjectAInput>},
+            {OBJ_PORT_AOUT, "AOUT Object", &DeviceCore::setPorts<cObjectAOutput>},
+            {OBJ_ACCESS, "Access Object", nullptr},
+        };
+        answer(msg, kHandlers);
     }
 
     /// The trace of a message of an unknown type. The stream stays hexadecimal.
     void traceUnknown(const cObjectList& msg)
     {
-        trace("Unknown type ", std::hex, static_cast<unsigned>(msg.getMsgType()), ' ');
+        mTrace << "Unknown type " << std::hex << static_cast<unsigned>(msg.getMsgType()) << ' ';
     }
 
-    void handleRequest(cObjectList* msg, cObjectList* reply)
+    // Events. Positions count from 0.
+
+    void inputEvent(int64_t position)
     {
-        reply->setMsgType(msg->getMsgType());
-        for (const cObject* object = msg->first(); object != nullptr; object = msg->next()) {
-            answer(object, reply);
-        }
-        flush();
+        const auto& input = *checkedAt(mDevice.mDigitalInputList, position, "mDigitalInputList");
+        driveOutputs(input, mDevice.mDigitalOutputList, "mDigitalOutputList", input.getInputState());
+        report(input.clone());
     }
 
-    void handleSet(cObjectList* msg, cObjectList* reply)
+    /// Takes @p sample over.
+    void analogEvent(cObjectAnalogSample* sample)
     {
-        reply->setMsgType(msg->getMsgType());
-        for (const cObject* object = msg->first(); object != nullptr; object = msg->next()) {
-            apply(object);
-        }
-        flush();
-    }
-
-    // Events: each fills @p event, an empty list. @p drive is called with each wired output and the input's
-    // state or value. Positions count from 0.
-
-    template <class Drive>
-    void inputEvent(int64_t position, Drive drive, cObjectList* event)
-    {
-        const auto* input = checkedAt(mParts.digitalInputs, position, "mDigitalInputList");
-        for (int k = 0; k < input->getOutputCount(); ++k) {
-            const int64_t output = input->getOutputPort(k);
-            drive(checkedAt(mParts.digitalOutputs, output - 1, "mDigitalOutputList"), input->getInputState());
-        }
-        event->setMsgType(cObjectList::kEvent);
-        event->add(input->clone());
-    }
-
-    /// @p sample now belongs to @p event.
-    template <class Drive>
-    void analogEvent(cObjectAnalogSample* sample, Drive drive, cObjectList* event)
-    {
-        event->setMsgType(cObjectList::kEvent);
-        event->add(sample);
-        traceLine("Got Sample event from port ", sample->getPortNum());
-
+        const uint32_t port = sample->getPortNum();
+        traceLine("Got Sample event from port ", port);
         // The port id of the record is the input's number, so an output applies the value only if its own
         // id is equal.
         cObjectAOutput value;
-        value.setPortId(sample->getPortNum());
+        value.setPortId(port);
         value.setSampledValue(sample->getSample());
-        const auto* input =
-            checkedAt(mParts.analogInputs, int64_t{sample->getPortNum()} - 1, "mAnalogInputList");
-        for (int k = 0; k < input->getOutputCount(); ++k) {
-            const int64_t output = input->getOutputPort(k);
-            drive(checkedAt(mParts.analogOutputs, output - 1, "mAnalogOutputList"), &value);
-        }
-        sample->setDeviceSerial(mParts.device.getDeviceSerial());
+        const auto& input = *checkedAt(mDevice.mAnalogInputList, int64_t{port} - 1, "mAnalogInputList");
+        driveOutputs(input, mDevice.mAnalogOutputList, "mAnalogOutputList", &value);
+        sample->setDeviceSerial(mDevice.getDeviceSerial());
+        report(sample);
     }
 
-    void accessEvent(int64_t position, cObjectList* event)
+    void accessEvent(int64_t position)
     {
-        const cObjectAccess* access = checkedAt(mParts.scanners, position, "mAccessList");
+        const cObjectAccess& access = *checkedAt(mDevice.mAccessList, position, "mAccessList");
         // The stream stays hexadecimal after the serial, and a scan code never set ends its output for good.
         traceLine("Got an access event ");
-        traceLine("Serial 0x", std::hex, access->getDeviceSerial());
-        traceLine("Port ", access->getPortNum());
-        traceLine("Scancode ", access->getScanCode());
-        event->setMsgType(cObjectList::kEvent);
-        event->add(access->clone());
+        traceLine("Serial 0x", std::hex, access.getDeviceSerial());
+        traceLine("Port ", access.getPortNum());
+        traceLine("Scancode ", access.getScanCode());
+        report(access.clone());
     }
 
     /// @p record stays the caller's; a null makes an empty event.
-    void adHocEvent(cObjectAdhocEvent* record, cObjectList* event)
+    void adHocEvent(cObjectAdhocEvent* record)
     {
         traceLine("Transmit an ad-hoc event ");
-        event->setMsgType(cObjectList::kEvent);
-        event->addBorrowed(record);
+        cObjectList event;
+        event.setMsgType(cObjectList::kEvent);
+        event.addBorrowed(record);
+        mDevice.send(&event);
     }
 
 private:
+    /// What to write and to do for a record of a message; nothing to do if @p act is null.
+    struct Handler
+    {
+        eObjectTypes type;
+        const char* line;
+        void (DeviceCore::*act)(const cObject* object, cObjectList* reply);
+    };
+
     void addCapability(const char* label, const char* value)
     {
         auto* capability = new cObjectCapability;
-        capability->setDeviceSerial(mParts.device.getDeviceSerial());
-        capability->setCapId(static_cast<uint32_t>(mParts.capabilities.size()) + 1);
+        capability->setDeviceSerial(mDevice.getDeviceSerial());
+        capability->setCapId(static_cast<uint32_t>(mDevice.mCapabilityList.size()) + 1);
         capability->setLabel(label);
         capability->setValue(value);
-        mParts.capabilities.push_back(capability);
-    }
-
-    template <class... Pieces>
-    void trace(const Pieces&... pieces)
-    {
-        if (mTrace != nullptr) {
-            (*mTrace << ... << pieces);
-        }
-    }
-
-    void flush()
-    {
-        if (mTrace != nullptr) {
-            mTrace->flush();
-        }
+        mDevice.mCapabilityList.emplace_back(capability);
     }
 
     template <class... Pieces>
     void traceLine(const Pieces&... pieces)
     {
-        trace(pieces..., '\n');
-        flush();
+        (mTrace << ... << pieces) << std::endl;
     }
 
-    /// Calls @p action with @p object as a @p Record and each port whose id matches, in list order, if the
-    /// object is one and for this device.
-    template <class Record, class Port, class Action>
-    void forMatching(const cObject* object, const std::vector<Port*>& ports, Action action)
+    template <class Handlers>
+    void answer(cObjectList* msg, const Handlers& handlers)
     {
-        const auto* record = recordFor<Record>(object);
-        if (record == nullptr) {
-            return;
-        }
-        for (Port* port : ports) {
-            if (port != nullptr && zuldevice::matches(record->getPortId(), port->getPortId())) {
-                action(*record, port);
+        cObjectList reply;
+        reply.setMsgType(msg->getMsgType());
+        for (const cObject* object = msg->first(); object != nullptr; object = msg->next()) {
+            const auto* handler = std::ranges::find(handlers, object->getType(), &Handler::type);
+            if (handler == std::end(handlers)) {
+                traceLine("Unknown object ", static_cast<uint32_t>(object->getType()));
+                continue;
+            }
+            traceLine(handler->line);
+            if (handler->act != nullptr) {
+                (this->*handler->act)(object, &reply);
             }
         }
+        mTrace.flush();
+        mDevice.send(&reply);
     }
 
     /// Null if @p object is not a @p Record or is for another device.
@@ -223,67 +164,52 @@ private:
     const Record* recordFor(const cObject* object) const
     {
         const auto* record = dynamic_cast<const Record*>(object);
-        const uint32_t own = mParts.device.getDeviceSerial();
+        const uint32_t own = mDevice.getDeviceSerial();
         return record != nullptr && zuldevice::matches(record->getDeviceSerial(), own) ? record : nullptr;
     }
 
-    void answer(const cObject* object, cObjectList* reply)
+    auto& portsFor(const cObjectDInput&) { return mDevice.mDigitalInputList; }
+    auto& portsFor(const cObjectDOutput&) { return mDevice.mDigitalOutputList; }
+    auto& portsFor(const cObjectAInput&) { return mDevice.mAnalogInputList; }
+    auto& portsFor(const cObjectAOutput&) { return mDevice.mAnalogOutputList; }
+
+    void answerDevice(const cObject* object, cObjectList* reply)
     {
-        switch (object->getType()) {
-        case OBJ_DEVICE:
-            traceLine("DEVICE Object");
-            if (recordFor<cObjectDevice>(object) != nullptr) {
-                reply->addBorrowed(&mParts.device);
-            }
-            break;
-        case OBJ_PORT_DIN:
-            traceLine("DIN Object");
-            answerPorts<cObjectDInput>(object, mParts.digitalInputs, nullptr, reply);
-            break;
-        case OBJ_PORT_DOUT:
-            traceLine("DOUT Object");
-            answerPorts<cObjectDOutput>(object, mParts.digitalOutputs, nullptr, reply);
-            break;
-        case OBJ_PORT_AIN:
-            traceLine("AIN Object");
-            answerPorts<cObjectAInput>(object, mParts.analogInputs, "Packing Ananlog Port portId ", reply);
-            break;
-        case OBJ_PORT_AOUT:
-            traceLine("AOUT Object");
-            answerPorts<cObjectAOutput>(object, mParts.analogOutputs, "Packing Analog Output portId ", reply);
-            break;
-        case OBJ_ANALOG_SAMPLE:
-            traceLine("ASAMPLE Object");
-            answerSample(object, reply);
-            break;
-        case OBJ_CAPABILITY:
-            traceLine("CAPABILITY Object");
-            answerCapabilities(object, reply);
-            break;
-        case OBJ_ACCESS:
-            traceLine("Access Object");
-            break;
-        default:
-            traceLine("Unknown object ", static_cast<uint32_t>(object->getType()));
+        if (recordFor<cObjectDevice>(object) != nullptr) {
+            reply->addBorrowed(&mDevice);
         }
     }
 
     /// Appends the ports that @p object asks for: in full if it asks for their own type, else as plain port
-    /// records. Before each full one, @p line is written with the port's id, unless null.
-    template <class Record, class Port>
-    void answerPorts(const cObject* object, const std::vector<Port*>& ports, const char* line,
-                     cObjectList* reply)
+    /// records.
+    template <class Record>
+    void answerPorts(const cObject* object, cObjectList* reply)
     {
-        forMatching<Record>(object, ports, [&](const Record& request, Port* port) {
-            if (request.getPortType() != port->getPortType()) {
+        const auto* request = recordFor<Record>(object);
+        if (request == nullptr) {
+            return;
+        }
+        for (const auto& port : portsFor(*request)) {
+            if (port == nullptr || !zuldevice::matches(request->getPortId(), port->getPortId())) {
+                continue;
+            }
+            if (request->getPortType() == port->getPortType()) {
+                tracePacking(*port);
+                reply->addBorrowed(&*port);
+            } else {
                 reply->add(port->cObjectPort::clone());
-                return;
             }
-            if (line != nullptr) {
-                trace(line, port->getPortId(), '\n');
-            }
-            reply->addBorrowed(port);
-        });
+        }
+    }
+
+    void tracePacking(const cObjectPort&) {}
+    void tracePacking(const cObjectAInput& input)
+    {
+        mTrace << "Packing Ananlog Port portId " << input.getPortId() << '\n';
+    }
+    void tracePacking(const cObjectAOutput& output)
+    {
+        mTrace << "Packing Analog Output portId " << output.getPortId() << '\n';
     }
 
     void answerSample(const cObject* object, cObjectList* reply)
@@ -292,7 +218,7 @@ private:
         if (request == nullptr) {
             return;
         }
-        for (const auto* input : mParts.analogInputs) {
+        for (const auto& input : mDevice.mAnalogInputList) {
             // The wildcard does not stand for every port here.
             if (input == nullptr || input->getPortId() != request->getPortNum()) {
                 continue;
@@ -308,75 +234,63 @@ private:
         if (recordFor<cObjectCapability>(object) == nullptr) {
             return;
         }
-        for (cObjectCapability* capability : mParts.capabilities) {
+        for (const auto& capability : mDevice.mCapabilityList) {
             if (capability != nullptr) {
-                reply->addBorrowed(capability);
+                reply->addBorrowed(&*capability);
             }
         }
     }
 
-    void apply(const cObject* object)
+    void setDevice(const cObject* object, cObjectList* /*reply*/)
     {
-        switch (object->getType()) {
-        case OBJ_DEVICE:
-            traceLine("DEVICE Object");
-            if (recordFor<cObjectDevice>(object) != nullptr) {
-                traceLine("Can't think of anything to be set on a Device");
-            }
-            break;
-        case OBJ_PORT_DIN:
-            traceLine("DIN Object");
-            forMatching<cObjectDInput>(object, mParts.digitalInputs, [&](const auto& request, auto* input) {
-                if (applyTo(request, input)) {
-                    trace("Setting default", true);
-                }
-            });
-            break;
-        case OBJ_PORT_DOUT:
-            traceLine("DOUT Object");
-            forMatching<cObjectDOutput>(object, mParts.digitalOutputs,
-                                        [&](const auto& request, auto* output) { applyTo(request, output); });
-            break;
-        case OBJ_PORT_AIN:
-            traceLine("AIN Object");
-            forMatching<cObjectAInput>(object, mParts.analogInputs,
-                                       [&](const auto& request, auto* input) { applyTo(request, input); });
-            break;
-        case OBJ_PORT_AOUT:
-            traceLine("AOUT Object");
-            applyToAnalogOutputs(object);
-            break;
-        case OBJ_ACCESS:
-            traceLine("Access Object");
-            break;
-        default:
-            traceLine("Unknown object ", static_cast<uint32_t>(object->getType()));
+        if (recordFor<cObjectDevice>(object) != nullptr) {
+            traceLine("Can't think of anything to be set on a Device");
         }
     }
 
-    void applyToAnalogOutputs(const cObject* object)
+    template <class Record>
+    void setPorts(const cObject* object, cObjectList* /*reply*/)
     {
-        const auto* request = recordFor<cObjectAOutput>(object);
-        // Each output tests the port id itself, after marking itself connected.
-        for (auto* output : mParts.analogOutputs) {
-            if (request != nullptr && output != nullptr) {
-                applyTo(*request, output);
+        const auto* request = recordFor<Record>(object);
+        if (request == nullptr) {
+            return;
+        }
+        // An analog output tests the port id itself, after marking itself connected.
+        constexpr bool kEvery = std::is_same_v<Record, cObjectAOutput>;
+        for (const auto& port : portsFor(*request)) {
+            if (port != nullptr && (kEvery || zuldevice::matches(request->getPortId(), port->getPortId()))) {
+                zuldevice::applySet(*request, &*port);
+                traceSet(*request);
             }
         }
     }
 
-    /// Returns false if @p request changes nothing.
-    template <class Record, class Port>
-    bool applyTo(const Record& request, Port* port)
+    void traceSet(const cObjectPort&) {}
+    void traceSet(const cObjectDInput& request)
     {
-        const bool applied = zuldevice::applySet(request, port);
-        if (applied && mListener != nullptr) {
-            mListener->changed(*port);
+        if (request.getDefaultState() != cObject::OBJ_IO_STATE_UNKNOWN) {
+            mTrace << "Setting default" << true;
         }
-        return applied;
     }
 
-    Parts mParts;
-    std::ostream* mTrace;
-    PortListener* mListener;
+    /// Passes @p value on to the outputs that are wired to @p input; @p name is that of the list @p outputs.
+    template <class Input, class Outputs, class Value>
+    void driveOutputs(const Input& input, const Outputs& outputs, const char* name, Value value)
+    {
+        for (int k = 0; k < input.getOutputCount(); ++k) {
+            mDevice.drive(&*checkedAt(outputs, int64_t{input.getOutputPort(k)} - 1, name), value);
+        }
+    }
+
+    /// Sends an event of @p object, which it takes over.
+    void report(cObject* object)
+    {
+        cObjectList event;
+        event.setMsgType(cObjectList::kEvent);
+        event.add(object);
+        mDevice.send(&event);
+    }
+
+    Device& mDevice;
+    std::ostream& mTrace;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -10,20 +11,19 @@
 ///
 /// Ports and scanners are numbered from 1. Operator actions return false, and do nothing, for a number or a
 /// value that the device does not have.
-class PlainDevice
+class PlainDevice : public cObjectDevice
 {
 public:
-    class Listener : public PortListener
-    {
-    public:
-        /// An answer or an event for the server. @p list is valid during the call only.
-        virtual void send(cObjectList* list) = 0;
-    };
+    /// Called with each answer and event for the server, which is valid during the call only.
+    using Send = std::function<void(cObjectList* list)>;
+
+    template <class Part>
+    using List = std::vector<std::unique_ptr<Part>>;
 
     /// @p label is UTF-8. @p now is the time in seconds: the first samples are due a sample rate later.
-    /// @p listener and @p trace, which may be null, outlive the device.
+    /// @p trace outlives the device.
     PlainDevice(const zuldevice::Counts& counts, const char* label, uint32_t version, uint32_t serial,
-                time_t now, Listener* listener, std::ostream* trace = nullptr);
+                time_t now, Send send, std::ostream& trace);
 
     /// Handles a message of the server. The answer is sent before this returns.
     void handle(cObjectList* msg);
@@ -44,51 +44,28 @@ public:
     bool scan(uint32_t scanner, const char* code);
     void adhoc(uint32_t id, const char* label, const char* value);
 
-    const cObjectDevice& record() const { return mRecord; }
-    const std::vector<PlainDInput*>& digitalInputs() const { return mDigitalInputs.all; }
-    const std::vector<PlainDOutput*>& digitalOutputs() const { return mDigitalOutputs.all; }
-    const std::vector<PlainAInput*>& analogInputs() const { return mAnalogInputs.all; }
-    const std::vector<PlainAOutput*>& analogOutputs() const { return mAnalogOutputs.all; }
+    const List<PlainDInput>& digitalInputs() const { return mDigitalInputList; }
+    const List<PlainDOutput>& digitalOutputs() const { return mDigitalOutputList; }
+    const List<PlainAInput>& analogInputs() const { return mAnalogInputList; }
+    const List<PlainAOutput>& analogOutputs() const { return mAnalogOutputList; }
 
 private:
-    /// Parts that are kept until the end.
-    template <class Part>
-    struct Owned
+    friend class DeviceCore<PlainDevice>;
+
+    void send(cObjectList* list) const { mSend(list); }
+    static void drive(PlainDOutput* output, eObjectIOState state) { zuldevice::drive(output, state); }
+    static void drive(PlainAOutput* output, const cObjectAOutput* value)
     {
-        Owned() = default;
-        Owned(const Owned&) = delete;
-        Owned& operator=(const Owned&) = delete;
-        ~Owned()
-        {
-            for (const Part* part : all) {
-                delete part;
-            }
-        }
+        zuldevice::applySet(*value, output);
+    }
 
-        /// Null for a @p number that is not there.
-        Part* at(uint32_t number) const
-        {
-            return number >= 1 && number <= all.size() ? all[number - 1] : nullptr;
-        }
-
-        std::vector<Part*> all;
-    };
-
-    template <class Part, class... Arguments>
-    void fill(Owned<Part>* parts, uint32_t count, Arguments... arguments);
-    template <class Input, class Output>
-    static bool connect(Input* input, uint32_t inputNumber, Output* output, uint32_t outputNumber,
-                        bool connect);
-    void reportSample(cObjectAnalogSample* sample);
-
-    cObjectDevice mRecord;
-    Owned<PlainDInput> mDigitalInputs;
-    Owned<PlainDOutput> mDigitalOutputs;
-    Owned<PlainAInput> mAnalogInputs;
-    Owned<PlainAOutput> mAnalogOutputs;
-    Owned<cObjectAccess> mScanners;
-    std::vector<cObjectCapability*> mCapabilities;
-    Listener* mListener;
-    std::ostream* mTrace;
-    DeviceCore<DeviceParts<PlainDInput, PlainDOutput, PlainAInput, PlainAOutput, cObjectAccess>> mCore;
+    List<PlainDInput> mDigitalInputList;
+    List<PlainDOutput> mDigitalOutputList;
+    List<PlainAInput> mAnalogInputList;
+    List<PlainAOutput> mAnalogOutputList;
+    List<cObjectAccess> mAccessList;
+    List<cObjectCapability> mCapabilityList;
+    const Send mSend;
+    std::ostream& mTrace;
+    DeviceCore<PlainDevice> mCore{*this, mTrace};
 };

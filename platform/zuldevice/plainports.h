@@ -1,8 +1,5 @@
 #pragma once
 
-#include <ctime>
-#include <memory>
-
 #include "zuldevice/outputlist.h"
 #include "zuldevice/portrules.h"
 
@@ -68,20 +65,23 @@ public:
     explicit PlainAInput(time_t now) : mLastSampleTime(now) {}
 
     void setValue(int value) { mValue = value; }
-    int getValue() const { return mValue; }
 
     /// Returns a periodic sample, which belongs to the caller, or null if none is due at @p now.
-    cObjectAnalogSample* checkSample(time_t now, std::ostream* trace);
+    cObjectAnalogSample* checkSample(time_t now, std::ostream& trace)
+    {
+        const auto value = static_cast<float>(mValue);
+        return zuldevice::checkSample(this, value, now, &mLastSampleTime, &mSamples, &mSampleIdx, trace);
+    }
 
     /// The kept periodic sample with sequence number @p seq, or null.
     const cObjectAnalogSample* findSample(uint32_t seq) const
     {
-        return mSamples == nullptr ? nullptr : zuldevice::findSample(*this, *mSamples, seq);
+        return zuldevice::findSample(*this, mSamples, seq);
     }
 
 private:
     int mValue = 0;
     time_t mLastSampleTime;
-    std::unique_ptr<zuldevice::SampleBuffer> mSamples; ///< null until the first sample
+    zuldevice::SampleBuffer mSamples;
     uint32_t mSampleIdx = 0;
 };

@@ -25,20 +25,16 @@ bool setAlarmStatus(cObjectPort* port, cObject::eObjectIOState state, cObject::e
     return alarm;
 }
 
-bool sampleDue(uint32_t rate, time_t last, time_t now)
+cObjectAnalogSample* checkSample(cObjectAInput* input, float value, time_t now, time_t* last,
+                                 SampleBuffer* buffer, uint32_t* index, std::ostream& trace)
 {
-    const uint32_t seconds = rate * 60U;
-    return static_cast<int64_t>(now) > static_cast<int64_t>(last) + int64_t{seconds};
-}
-
-cObjectAnalogSample* takeSample(cObjectAInput* input, float value, time_t now, SampleBuffer* buffer,
-                                uint32_t* index, std::ostream* trace)
-{
-    input->setSampledValue(value);
-    if (trace != nullptr) {
-        *trace << "Sample time for port " << input->getPortId() << " : " << now << " : " << value
-               << std::endl;
+    const uint32_t rate = input->getSampleRate() * 60U; // in seconds, wraps at 32 bits
+    if (static_cast<int64_t>(now) <= static_cast<int64_t>(*last) + int64_t{rate}) {
+        return nullptr;
     }
+    *last = now;
+    input->setSampledValue(value);
+    trace << "Sample time for port " << input->getPortId() << " : " << now << " : " << value << std::endl;
     cObjectAnalogSample& slot = (*buffer)[*index];
     slot.setDeviceSerial(input->getDeviceSerial());
     slot.setPortNum(input->getPortId());
@@ -51,7 +47,7 @@ cObjectAnalogSample* takeSample(cObjectAInput* input, float value, time_t now, S
 
 const cObjectAnalogSample* findSample(const cObjectAInput& input, const SampleBuffer& buffer, uint32_t seq)
 {
-    const auto found = std::find_if(buffer.begin(), buffer.end(), [&](const cObjectAnalogSample& slot) {
+    const auto found = std::ranges::find_if(buffer, [&](const cObjectAnalogSample& slot) {
         return slot.getPortNum() == input.getPortId() && slot.getSeqNum() == seq;
     });
     return found == buffer.end() ? nullptr : &*found;

@@ -35,16 +35,10 @@ struct Counts
 void describeDevice(cObjectDevice* device, const Counts& counts, const char* label, uint32_t version,
                     uint32_t serial);
 
-/// "INPUT 3" and the like.
-inline std::string numbered(const char* word, uint32_t number)
+/// @p word ends in a blank: "INPUT " and the like.
+inline void describePort(cObjectPort* port, const std::string& word, uint32_t number, uint32_t serial)
 {
-    return word + (' ' + std::to_string(number));
-}
-
-template <class Port>
-void describePort(Port* port, const char* word, uint32_t number, uint32_t serial)
-{
-    port->setPortLabel(numbered(word, number).c_str());
+    port->setPortLabel((word + std::to_string(number)).c_str());
     port->setDeviceSerial(serial);
     port->setPortId(number);
 }
@@ -54,7 +48,7 @@ void describePort(Port* port, const char* word, uint32_t number, uint32_t serial
 template <std::derived_from<cObjectDInput> Input>
 void describe(Input* input, uint32_t number, uint32_t serial, const char* /*unit*/)
 {
-    describePort(input, "INPUT", number, serial);
+    describePort(input, "INPUT ", number, serial);
     input->setDefaultState(cObject::OBJ_IO_STATE_CLEAR);
     input->setInputState(cObject::OBJ_IO_STATE_CLEAR);
     input->updateStatus();
@@ -63,7 +57,7 @@ void describe(Input* input, uint32_t number, uint32_t serial, const char* /*unit
 template <std::derived_from<cObjectDOutput> Output>
 void describe(Output* output, uint32_t number, uint32_t serial, const char* /*unit*/)
 {
-    describePort(output, "OUTPUT", number, serial);
+    describePort(output, "OUTPUT ", number, serial);
     output->setDefaultState(cObject::OBJ_IO_STATE_CLEAR);
     output->setOutputState(cObject::OBJ_IO_STATE_CLEAR);
     output->updateStatus();
@@ -72,7 +66,7 @@ void describe(Output* output, uint32_t number, uint32_t serial, const char* /*un
 template <std::derived_from<cObjectAInput> Input>
 void describe(Input* input, uint32_t number, uint32_t serial, const char* unit)
 {
-    describePort(input, "AIN", number, serial);
+    describePort(input, "AIN ", number, serial);
     input->setSampleRate(10);
     input->setGain(1.0F);
     input->setOffset(0.0F);
@@ -82,7 +76,7 @@ void describe(Input* input, uint32_t number, uint32_t serial, const char* unit)
 template <std::derived_from<cObjectAOutput> Output>
 void describe(Output* output, uint32_t number, uint32_t serial, const char* unit)
 {
-    describePort(output, "AOUT", number, serial);
+    describePort(output, "AOUT ", number, serial);
     output->setMinimumValue(0.0F);
     output->setMaximumValue(100.0F);
     output->setGain(1.0F);
@@ -96,7 +90,7 @@ void describe(Access* scanner, uint32_t number, uint32_t serial, const char* /*u
 {
     scanner->setDeviceSerial(serial);
     scanner->setPortNum(number);
-    scanner->setLabel(numbered("SCANNER", number).c_str());
+    scanner->setLabel(("SCANNER " + std::to_string(number)).c_str());
 }
 
 /// True if @p received, a device serial or port id, is @p own or the wildcard.
@@ -108,22 +102,20 @@ inline bool matches(uint32_t received, uint32_t own)
 /// Sets the alarm status: clear while the state is the default one. Returns true for an alarm.
 bool setAlarmStatus(cObjectPort* port, cObject::eObjectIOState state, cObject::eObjectIOState defaultState);
 
-// applySet() applies the set of a server to one port and returns false if it leaves all as it is.
+// applySet() applies the set of a server to one port.
 
 /// A known default state is taken over, the input state never.
 template <class Input>
-bool applySet(const cObjectDInput& request, Input* input)
+void applySet(const cObjectDInput& request, Input* input)
 {
-    const bool known = request.getDefaultState() != cObject::OBJ_IO_STATE_UNKNOWN;
-    if (known) {
+    if (request.getDefaultState() != cObject::OBJ_IO_STATE_UNKNOWN) {
         input->setDefaultState(request.getDefaultState());
     }
-    return known;
 }
 
 /// Known states are taken over, and the status is recomputed in any case.
 template <class Output>
-bool applySet(const cObjectDOutput& request, Output* output)
+void applySet(const cObjectDOutput& request, Output* output)
 {
     if (request.getDefaultState() != cObject::OBJ_IO_STATE_UNKNOWN) {
         output->setDefaultState(request.getDefaultState());
@@ -132,40 +124,32 @@ bool applySet(const cObjectDOutput& request, Output* output)
         output->setOutputState(request.getOutputState());
     }
     output->updateStatus();
-    return true;
 }
 
 /// A rate, gain or offset that is not "unchanged" is taken over.
 template <class Input>
-bool applySet(const cObjectAInput& request, Input* input)
+void applySet(const cObjectAInput& request, Input* input)
 {
-    const bool rate = request.getSampleRate() != cObject::kRateUnchanged;
-    const bool gain = !std::isnan(request.getGain());
-    const bool offset = !std::isnan(request.getOffset());
-    if (rate) {
+    if (request.getSampleRate() != cObject::kRateUnchanged) {
         input->setSampleRate(request.getSampleRate());
     }
-    if (gain) {
+    if (!std::isnan(request.getGain())) {
         input->setGain(request.getGain());
     }
-    if (offset) {
+    if (!std::isnan(request.getOffset())) {
         input->setOffset(request.getOffset());
     }
-    return rate || gain || offset;
 }
 
 /// The output is marked connected, then takes over a value, from a server or a wired input, unless that is
 /// NaN or for another port id.
 template <class Output>
-bool applySet(const cObjectAOutput& object, Output* output)
+void applySet(const cObjectAOutput& object, Output* output)
 {
     output->setConnectedStatus(true);
-    const bool taken =
-        matches(object.getPortId(), output->getPortId()) && !std::isnan(object.getSampledValue());
-    if (taken) {
+    if (matches(object.getPortId(), output->getPortId()) && !std::isnan(object.getSampledValue())) {
         output->setSampledValue(object.getSampledValue());
     }
-    return taken;
 }
 
 /// Gives a digital output the state of the input that drives it.
@@ -177,34 +161,27 @@ void drive(Output* output, cObject::eObjectIOState state)
     output->updateStatus();
 }
 
+/// Wires @p output to @p input, or unwires it.
 template <class Input, class Output>
-void wire(Input* input, int inputNumber, Output* output, int outputNumber)
+void wire(Input* input, int inputNumber, Output* output, int outputNumber, bool connect)
 {
-    output->setInputPort(inputNumber);
-    output->setConnectedStatus(true);
-    input->addOutputPort(outputNumber);
-}
-
-template <class Input, class Output>
-void unwire(Input* input, Output* output, int outputNumber)
-{
-    output->setConnectedStatus(false);
-    output->setInputPort(0);
-    input->findAndRemove(outputNumber);
+    output->setConnectedStatus(connect);
+    output->setInputPort(connect ? inputNumber : 0);
+    if (connect) {
+        input->addOutputPort(outputNumber);
+    } else {
+        input->findAndRemove(outputNumber);
+    }
 }
 
 /// The latest periodic samples of an analog input, a ring. A slot never filled has another port number.
 using SampleBuffer = std::array<cObjectAnalogSample, 32>;
 
-/// True if more than @p rate minutes have passed since @p last; both times in seconds. The minutes as seconds
-/// wrap at 32 bits.
-bool sampleDue(uint32_t rate, time_t last, time_t now);
-
-/// Takes a periodic sample of @p value at @p now: stores it in the record and in slot @p *index of @p buffer,
-/// which moves on, and returns a copy that belongs to the caller. The line of the trace goes to @p trace
-/// unless null.
-cObjectAnalogSample* takeSample(cObjectAInput* input, float value, time_t now, SampleBuffer* buffer,
-                                uint32_t* index, std::ostream* trace);
+/// Takes a periodic sample of @p value if more than the rate of @p input has passed from @p *last to @p now,
+/// in seconds; else returns null. The sample goes to the record, to @p trace and to slot @p *index of
+/// @p buffer, and a copy to the caller, who owns it.
+cObjectAnalogSample* checkSample(cObjectAInput* input, float value, time_t now, time_t* last,
+                                 SampleBuffer* buffer, uint32_t* index, std::ostream& trace);
 
 /// The kept sample of @p input with sequence number @p seq, or null.
 const cObjectAnalogSample* findSample(const cObjectAInput& input, const SampleBuffer& buffer, uint32_t seq);

@@ -1,10 +1,14 @@
 #include "cdevice.h"
 
 #include <QDebug>
+#include <QGridLayout>
+#include <QStyle>
 #include <atomic>
 #include <chrono>
-#include <cstring>
+#include <condition_variable>
 #include <iostream>
+#include <mutex>
+#include <system_error>
 
 #include "caccess.h"
 #include "cadhoc.h"
@@ -16,20 +20,37 @@
 #include "devicepanel.h"
 #include "wlog/wlog.h"
 
+namespace {
+
+void addWiring(QTabWidget* panel, QWidget* page, const QString& title, QGroupBox* inputs, QGroupBox* outputs)
+{
+    devicepanel::addPage(panel, page, title);
+    auto* grid = new QGridLayout(page);
+    grid->addWidget(inputs, 0, 0);
+    grid->addWidget(outputs, 0, 1);
+}
+
+} // namespace
+
 cDevice::cDevice()
     : mObjectClient(new cObjectClient(cObjectClient::Settings{sLinkLimits(), kStartMs})),
       mLinkDriver(mObjectClient),
-      mCore({*this, mDigitalInputList, mDigitalOutputList, mAnalogInputList, mAnalogOutputList, mAccessList,
-             mCapabilityList},
-            &std::cout),
-      mDigitalWiring({"digital", "mDigitalInputList", "mDigitalOutputList", "mDigitalInputRadioButtonList",
-                      "mDigitalOutputCheckboxList"},
-                     {mDigitalInputList, mDigitalOutputList, mDigitalInputRadioButtonList,
-                      mDigitalOutputCheckboxList, selectedDigitalInput}),
-      mAnalogWiring({"analog", "mAnalogInputList", "mAnalogOutputList", "mAnalogInputRadioButtonList",
-                     "mAnalogOutputCheckboxList"},
-                    {mAnalogInputList, mAnalogOutputList, mAnalogInputRadioButtonList,
-                     mAnalogOutputCheckboxList, selectedAnalogInput})
+      mCore(*this, std::cout),
+      mDigitalWiring({"digital",
+                      {mDigitalInputList, "mDigitalInputList"},
+                      {mDigitalOutputList, "mDigitalOutputList"},
+                      {mDigitalInputRadioButtonList, "mDigitalInputRadioButtonList"},
+                      {mDigitalOutputCheckboxList, "mDigitalOutputCheckboxList"},
+                      {mDigitalInputRadioButtonList, "mDigitalInputRadioButtonList"},
+                      selectedDigitalInput}),
+      // A script's selection marks the digital button of that number: scripts rely on it.
+      mAnalogWiring({"analog",
+                     {mAnalogInputList, "mAnalogInputList"},
+                     {mAnalogOutputList, "mAnalogOutputList"},
+                     {mAnalogInputRadioButtonList, "mAnalogInputRadioButtonList"},
+                     {mAnalogOutputCheckboxList, "mAnalogOutputCheckboxList"},
+                     {mDigitalInputRadioButtonList, "mDigitalInputRadioButtonList"},
+                     selectedAnalogInput})
 {
     // A page without a tab would be shown in the panel's corner.
     for (QWidget* page : {&dinTab, &doutTab, static_cast<QWidget*>(&ainTab), &aoutTab, &accessTab, &adHocTab,
@@ -43,16 +64,12 @@ cDevice::cDevice(uint32_t dins, uint32_t douts, uint32_t ains, uint32_t aouts, u
     : cDevice()
 {
     zuldevice::describeDevice(this, {dins, douts, ains, aouts, scanners}, label, version, serial);
-    mDigitalInputList = devicepanel::addDigitalInputs(this, *this, &dinTab);
-    mDigitalOutputList = devicepanel::addDigitalOutputs(this, *this, &doutTab);
-    mAnalogInputList = devicepanel::addAnalogInputs(this, *this, &ainTab);
-    mAnalogOutputList = devicepanel::addAnalogOutputs(this, *this, &aoutTab);
-    devicepanel::addWiring(this, &dInputOutputTab, tr("Digital Input and Output Connections"),
-                           createDigitalInputGroup(), createDigitalOutputGroup());
-    devicepanel::addWiring(this, &aInputOutputTab, tr("Analog Input and Output Connections"),
-                           createAnalogInputGroup(), createAnalogOutputGroup());
-    mAccessList = devicepanel::addScanners(this, *this, &accessTab, scanners);
-    mAdHocEvent = devicepanel::addAdHocEditor(this, *this, &adHocTab);
+    addPortPages();
+    addWiring(this, &dInputOutputTab, tr("Digital Input and Output Connections"), createDigitalInputGroup(),
+              createDigitalOutputGroup());
+    addWiring(this, &aInputOutputTab, tr("Analog Input and Output Connections"), createAnalogInputGroup(),
+              createAnalogOutputGroup());
+    addEventPages(scanners);
     mCore.addCapabilities();
 }
 
@@ -60,9 +77,58 @@ cDevice::~cDevice()
 {
     // Threads that wait for the executor could not be joined.
     mExecutor->close();
-    stopSampling();
+    mSamplingStop.request_stop();
+    mSampleThreads.clear();
     mLinkDriver.stop();
     delete mObjectClient;
+    qDeleteAll(mCapabilityList);
+}
+
+void cDevice::addPortPages()
+{
+    using devicepanel::addRows;
+    const uint32_t serial = getDeviceSerial();
+    const std::vector<devicepanel::Column> states{
+        {tr("Port Label")}, {tr("Default State")}, {tr("Current State")}};
+    mDigitalInputList = addRows<cDInput>(this, {&dinTab, tr("Digital Inputs"), states}, getDiscreteInCount(),
+                                         serial, SIGNAL(inputChanged(int)), SLOT(inputEvent(int)));
+    mDigitalOutputList =
+        addRows<cDOutput>(this, {&doutTab, tr("Digital Outputs"), states}, getDiscreteOutCount(), serial);
+    std::vector<devicepanel::Column> values{{tr("Port Label"), 100},
+                                            {tr("Gain"), 60},
+                                            {tr("Offset"), 60},
+                                            {tr("Rate"), 60},
+                                            {tr("Current Value")}};
+    mAnalogInputList =
+        addRows<cAInput>(this, {&ainTab, tr("Analog Inputs"), values}, getAnalogInCount(), serial,
+                         SIGNAL(sampleEvent(cObjectAnalogSample*)), SLOT(analogEvent(cObjectAnalogSample*)));
+    ainTab.setFrameShape(QFrame::NoFrame);
+    // The layout stands on the scroll area itself, which otherwise ignores its minimum size.
+    ainTab.layout()->setSizeConstraint(QLayout::SetMinimumSize);
+    values.erase(values.begin() + 3); // outputs have no rate
+    mAnalogOutputList =
+        addRows<cAOutput>(this, {&aoutTab, tr("Analog Outputs"), values}, getAnalogOutCount(), serial);
+}
+
+void cDevice::addEventPages(uint32_t scanners)
+{
+    mAccessList = devicepanel::addRows<cAccess>(
+        this, {&accessTab, tr("Access Events"), {{tr("Scanner Label")}, {tr("Scan Code")}}}, scanners,
+        getDeviceSerial(), SIGNAL(send_accesss_evnt(int)), SLOT(accesEvnt(int)));
+    // The second title stands above the fields; names and buttons share the rest of the row.
+    auto* header = static_cast<QHBoxLayout*>(accessTab.layout()->itemAt(0));
+    header->itemAt(1)->widget()->setMinimumWidth(cAccess::kCodeWidth);
+    header->setStretch(1, 0);
+    header->addSpacing(style()->pixelMetric(QStyle::PM_LayoutHorizontalSpacing, nullptr, &accessTab));
+    header->addStretch(1);
+
+    devicepanel::addPage(this, &adHocTab, tr("Adhoc Events"));
+    mAdHocEvent = new cAdHocEvent;
+    mAdHocEvent->setDeviceSerial(getDeviceSerial());
+    connect(mAdHocEvent, SIGNAL(send_adhoc_evnt(int)), this, SLOT(adHocEvnt(int)));
+    auto* layout = new QVBoxLayout(&adHocTab);
+    layout->addWidget(mAdHocEvent);
+    layout->addStretch(1);
 }
 
 void cDevice::start(cConfig* config)
@@ -71,118 +137,80 @@ void cDevice::start(cConfig* config)
     qDebug().noquote().nospace() << "Starting with " << config->getZULIP() << ":" << config->getZULPort();
     const long port = config->getZULPort().toLong();
     mObjectClient->start(config->getZULIPChar(), static_cast<int>(port & 0xFFFF));
-    startSampling();
-}
-
-cDInput* cDevice::getInput(int index) const
-{
-    return checkedAt(mDigitalInputList, index, "mDigitalInputList");
-}
-
-cDOutput* cDevice::getOutput(int index) const
-{
-    return checkedAt(mDigitalOutputList, index, "mDigitalOutputList");
-}
-
-int cDevice::getDigitalInputValue(int port) const
-{
-    return checkedAt(mDigitalInputList, int64_t{port} - 1, "mDigitalInputList")->getCurrentState();
-}
-
-int cDevice::getAnalogInputValue(int port) const
-{
-    return checkedAt(mAnalogInputList, int64_t{port} - 1, "mAnalogInputList")->getCurrentSample();
-}
-
-int cDevice::getDigitalOutputValue(int port) const
-{
-    return checkedAt(mDigitalOutputList, int64_t{port} - 1, "mDigitalOutputList")->getCurrentState();
-}
-
-int cDevice::getAnalogOutputValue(int port) const
-{
-    return checkedAt(mAnalogOutputList, int64_t{port} - 1, "mAnalogOutputList")->getCurrentSample();
-}
-
-void cDevice::handleObjectAction(cObjectList* msg)
-{
-    mExecutor->run([&] { dispatch(msg); });
-}
-
-void cDevice::dispatch(cObjectList* msg)
-{
-    switch (msg->getMsgType()) {
-    case cObjectList::kRequest:
-        handleRequest(msg);
-        break;
-    case cObjectList::kSet:
-        qDebug() << "SET ";
-        handleSet(msg);
-        break;
-    case cObjectList::kEvent:
-        qDebug() << "EVT ";
-        break;
-    default:
-        mCore.traceUnknown(*msg);
+    try {
+        mSampleThreads.emplace_back(&cDevice::sample_thread, this);
+    } catch (const std::system_error& error) {
+        const std::string line = "No periodic samples: no thread: " + error.code().message();
+        cWlog("zulbench").error(line.c_str());
     }
 }
 
-void cDevice::handleRequest(cObjectList* msg)
+cDInput* cDevice::getInput(int index) const { return mDigitalWiring.input(int64_t{index} + 1); }
+
+cDOutput* cDevice::getOutput(int index) const { return mDigitalWiring.output(int64_t{index} + 1); }
+
+int cDevice::getDigitalInputValue(int port) const { return mDigitalWiring.input(port)->getCurrentState(); }
+
+int cDevice::getAnalogInputValue(int port) const { return mAnalogWiring.input(port)->getCurrentSample(); }
+
+int cDevice::getDigitalOutputValue(int port) const { return mDigitalWiring.output(port)->getCurrentState(); }
+
+int cDevice::getAnalogOutputValue(int port) const { return mAnalogWiring.output(port)->getCurrentSample(); }
+
+void cDevice::handleObjectAction(cObjectList* msg)
 {
-    cObjectList reply;
-    mCore.handleRequest(msg, &reply);
-    mObjectClient->send(&reply);
+    mExecutor->run([&] {
+        switch (msg->getMsgType()) {
+        case cObjectList::kRequest:
+            handleRequest(msg);
+            break;
+        case cObjectList::kSet:
+            qDebug() << "SET ";
+            handleSet(msg);
+            break;
+        case cObjectList::kEvent:
+            qDebug() << "EVT ";
+            break;
+        default:
+            mCore.traceUnknown(*msg);
+        }
+    });
 }
 
-void cDevice::handleSet(cObjectList* msg)
+void cDevice::handleRequest(cObjectList* msg) { mCore.handleRequest(msg); }
+
+void cDevice::handleSet(cObjectList* msg) { mCore.handleSet(msg); }
+
+/// Emits @p signal while only @p slot of @p receiver is connected.
+template <class Signal, class Receiver, class Slot, class Value>
+void cDevice::emitTo(Signal signal, const Receiver* receiver, Slot slot, Value value)
 {
-    cObjectList reply;
-    mCore.handleSet(msg, &reply);
-    mObjectClient->send(&reply);
+    const auto wire = connect(this, signal, receiver, slot);
+    emit(this->*signal)(value);
+    disconnect(wire);
+}
+
+void cDevice::drive(const cDOutput* output, eObjectIOState state)
+{
+    emitTo(&cDevice::digitalOutputUpdated, output, &cDOutput::updateOutput, state);
+}
+
+void cDevice::drive(const cAOutput* output, cObjectAOutput* value)
+{
+    emitTo(&cDevice::analogOutputUpdated, output, &cAOutput::updateObject, value);
 }
 
 void cDevice::inputEvent(int index)
 {
     qDebug().nospace() << "Got an input event from port " << int64_t{index} + 1 << Qt::endl;
-    cObjectList event;
-    mCore.inputEvent(
-        index,
-        [this](const cDOutput* output, eObjectIOState state) {
-            const auto wire = connect(this, &cDevice::digitalOutputUpdated, output, &cDOutput::updateOutput);
-            emit digitalOutputUpdated(state);
-            disconnect(wire);
-        },
-        &event);
-    mObjectClient->send(&event);
+    mCore.inputEvent(index);
 }
 
-void cDevice::analogEvent(cObjectAnalogSample* sample)
-{
-    cObjectList event;
-    mCore.analogEvent(
-        sample,
-        [this](const cAOutput* output, cObjectAOutput* value) {
-            const auto wire = connect(this, &cDevice::analogOutputUpdated, output, &cAOutput::updateObject);
-            emit analogOutputUpdated(value);
-            disconnect(wire);
-        },
-        &event);
-    mObjectClient->send(&event);
-}
+void cDevice::analogEvent(cObjectAnalogSample* sample) { mCore.analogEvent(sample); }
 
-void cDevice::accesEvnt(int index)
-{
-    cObjectList event;
-    mCore.accessEvent(index, &event);
-    mObjectClient->send(&event);
-}
+void cDevice::accesEvnt(int index) { mCore.accessEvent(index); }
 
-void cDevice::adHocEvnt(int)
-{
-    cObjectList event;
-    mCore.adHocEvent(mAdHocEvent, &event);
-    mObjectClient->send(&event);
-}
+void cDevice::adHocEvnt(int) { mCore.adHocEvent(mAdHocEvent); }
 
 bool cDevice::scan(int scanner, const QString& code)
 {
@@ -202,20 +230,14 @@ void cDevice::setDigitalInput_Slot(int port, int value)
 {
     qDebug() << "Digital slot";
     qDebug().nospace() << "Port: " << port << " Value: " << value;
-    const cDInput* input = checkedAt(mDigitalInputList, int64_t{port} - 1, "mDigitalInputList");
-    const auto wire = connect(this, &cDevice::setDigitalInput_Signal, input, &cDInput::scriptInputChange);
-    emit setDigitalInput_Signal(value);
-    disconnect(wire);
+    emitTo(&cDevice::setDigitalInput_Signal, mDigitalWiring.input(port), &cDInput::scriptInputChange, value);
 }
 
 void cDevice::setAnalogInput_Slot(int port, int value)
 {
     qDebug() << "Analog slot";
     qDebug().nospace() << "Port: " << port << " Value: " << value;
-    const cAInput* input = checkedAt(mAnalogInputList, int64_t{port} - 1, "mAnalogInputList");
-    const auto wire = connect(this, &cDevice::setAnalogInput_Signal, input, &cAInput::scriptInputChange);
-    emit setAnalogInput_Signal(value);
-    disconnect(wire);
+    emitTo(&cDevice::setAnalogInput_Signal, mAnalogWiring.input(port), &cAInput::scriptInputChange, value);
 }
 
 QGroupBox* cDevice::createDigitalInputGroup()
@@ -258,68 +280,32 @@ void cDevice::analogCheckBoxStateChanged(int state)
 
 void cDevice::connectDigitalInput_Slot(int input, int output, bool connect)
 {
-    mDigitalWiring.connect(input, getDiscreteInCount(), output, getDiscreteOutCount(), connect,
-                           mDigitalInputRadioButtonList);
+    mDigitalWiring.connect(input, getDiscreteInCount(), output, getDiscreteOutCount(), connect);
 }
 
 void cDevice::connectAnalogInput_Slot(int input, int output, bool connect)
 {
-    // The digital button of the same number shows the selection: scripts rely on it.
-    mAnalogWiring.connect(input, getAnalogInCount(), output, getAnalogOutCount(), connect,
-                          mDigitalInputRadioButtonList);
-}
-
-void cDevice::startSampling()
-{
-    pthread_t thread{};
-    const int error = pthread_create(&thread, nullptr, &cDevice::sample_thread, this);
-    if (error == 0) {
-        mSampleThreads.push_back(thread);
-    } else {
-        const std::string line = std::string("No periodic samples: no thread: ") + std::strerror(error);
-        cWlog("zulbench").error(line.c_str());
-    }
-}
-
-void cDevice::stopSampling()
-{
-    {
-        const std::lock_guard<std::mutex> lock(mSamplingMutex);
-        mSamplingStops = true;
-    }
-    mSamplingChanged.notify_all();
-    for (const pthread_t thread : mSampleThreads) {
-        pthread_join(thread, nullptr);
-    }
-    mSampleThreads.clear();
+    mAnalogWiring.connect(input, getAnalogInCount(), output, getAnalogOutCount(), connect);
 }
 
 void* cDevice::sample_thread(void* arg)
 {
     auto* device = static_cast<cDevice*>(arg);
     const auto posted = std::make_shared<std::atomic<bool>>(false);
-    do {
+    const std::stop_token stop = device->mSamplingStop.get_token();
+    std::mutex mutex;
+    std::unique_lock<std::mutex> lock(mutex);
+    while (!stop.stop_requested()) {
         // A pass still posted serves for this second too.
         if (!posted->exchange(true)) {
             device->mExecutor->post([device, posted] {
                 *posted = false;
-                device->samplePass();
+                for (cAInput* input : device->mAnalogInputList) {
+                    input->checkSample();
+                }
             });
         }
-    } while (device->waitForNextPass());
-    return nullptr;
-}
-
-/// Waits a second. Returns false if the device is being destroyed.
-bool cDevice::waitForNextPass()
-{
-    std::unique_lock<std::mutex> lock(mSamplingMutex);
-    return !mSamplingChanged.wait_for(lock, std::chrono::seconds(1), [this] { return mSamplingStops; });
-}
-
-void cDevice::samplePass()
-{
-    for (cAInput* input : mAnalogInputList) {
-        input->checkSample();
+        std::condition_variable_any().wait_for(lock, stop, std::chrono::seconds(1), [] { return false; });
     }
+    return nullptr;
 }

@@ -2,10 +2,9 @@
 
 #include <QScrollArea>
 #include <QTabWidget>
-#include <condition_variable>
 #include <memory>
-#include <mutex>
-#include <pthread.h>
+#include <stop_token>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -133,19 +132,24 @@ public slots:
     void analogCheckBoxStateChanged(int state);
 
 private:
+    friend class DeviceCore<cDevice>;
+
+    void addPortPages();
+    void addEventPages(uint32_t scanners);
     QGroupBox* createDigitalInputGroup();
     QGroupBox* createDigitalOutputGroup();
     QGroupBox* createAnalogInputGroup();
     QGroupBox* createAnalogOutputGroup();
 
-    void dispatch(cObjectList* msg);
     void handleRequest(cObjectList* msg);
     void handleSet(cObjectList* msg);
 
-    void startSampling();
-    void stopSampling();
-    bool waitForNextPass();
-    void samplePass();
+    void send(cObjectList* list) { mObjectClient->send(list); }
+    void drive(const cDOutput* output, eObjectIOState state);
+    void drive(const cAOutput* output, cObjectAOutput* value);
+
+    template <class Signal, class Receiver, class Slot, class Value>
+    void emitTo(Signal signal, const Receiver* receiver, Slot slot, Value value);
 
     cObjectClient* mObjectClient;
     std::vector<cDInput*> mDigitalInputList;
@@ -171,13 +175,11 @@ private:
     int32_t selectedAnalogInput = 0;
 
     cQtLinkDriver mLinkDriver;
-    DeviceCore<DeviceParts<cDInput, cDOutput, cAInput, cAOutput, cAccess>> mCore;
+    DeviceCore<cDevice> mCore;
     cWiringPage<cDInput, cDOutput> mDigitalWiring;
     cWiringPage<cAInput, cAOutput> mAnalogWiring;
 
     std::shared_ptr<cGuiExecutor> mExecutor = std::make_shared<cGuiExecutor>();
-    std::vector<pthread_t> mSampleThreads;
-    std::mutex mSamplingMutex;
-    std::condition_variable mSamplingChanged;
-    bool mSamplingStops = false; // guarded by mSamplingMutex
+    std::vector<std::jthread> mSampleThreads;
+    std::stop_source mSamplingStop; // for all of them
 };

@@ -12,50 +12,56 @@
 
 /// The page on which inputs of one kind, digital or analog, are wired to outputs.
 ///
-/// A radio button selects an input, check boxes mark the outputs that are wired to it. The lists and the
-/// selection are the device's. Ports are numbered from 1.
+/// A radio button selects an input, check boxes mark the outputs that are wired to it. Ports are numbered
+/// from 1; a wrong number ends the program.
 template <class Input, class Output>
 class cWiringPage
 {
 public:
-    /// How the page's parts are called.
-    struct Names
+    /// A list of the device.
+    template <class Part>
+    struct List
+    {
+        Part* at(int64_t number) const { return checkedAt(parts, number - 1, name); }
+
+        std::vector<Part*>& parts;
+        const char* name;
+    };
+
+    /// What belongs to the page and stays the device's.
+    struct Parts
     {
         const char* kind; ///< begins the object names
-        const char* inputs;
-        const char* outputs;
-        const char* buttons;
-        const char* boxes;
+        List<Input> inputs;
+        List<Output> outputs;
+        List<QRadioButton> buttons;
+        List<QCheckBox> boxes;
+        List<QRadioButton> marked; ///< the buttons that show what a script selects
+        int32_t& selected;         ///< 0 for none
     };
 
-    struct Lists
-    {
-        const std::vector<Input*>& inputs;
-        const std::vector<Output*>& outputs;
-        std::vector<QRadioButton*>& buttons;
-        std::vector<QCheckBox*>& boxes;
-        int32_t& selected; ///< 0 for none
-    };
+    explicit cWiringPage(const Parts& parts) : mParts(parts) {}
 
-    cWiringPage(const Names& names, const Lists& lists) : mNames(names), mLists(lists) {}
+    Input* input(int64_t number) const { return mParts.inputs.at(number); }
+    Output* output(int64_t number) const { return mParts.outputs.at(number); }
 
     /// Returns a group of @p count radio buttons, whose clicks go to @p slot of @p receiver.
-    QGroupBox* createInputs(const QString& title, const QString& text, uint32_t count, QObject* receiver,
-                            const char* slot)
+    QGroupBox* createInputs(const QString& title, const QString& text, uint32_t count,
+                            const QObject* receiver, const char* slot)
     {
-        QGroupBox* group = buttonGroup(title, text, inputPrefix(), count, &mLists.buttons);
-        for (QRadioButton* button : mLists.buttons) {
+        QGroupBox* group = buttonGroup(title, text, inputPrefix(), count, &mParts.buttons.parts);
+        for (const QRadioButton* button : mParts.buttons.parts) {
             QObject::connect(button, SIGNAL(clicked()), receiver, slot);
         }
         return group;
     }
 
     /// Returns a group of @p count disabled check boxes, whose changes go to @p slot of @p receiver.
-    QGroupBox* createOutputs(const QString& title, const QString& text, uint32_t count, QObject* receiver,
-                             const char* slot)
+    QGroupBox* createOutputs(const QString& title, const QString& text, uint32_t count,
+                             const QObject* receiver, const char* slot)
     {
-        QGroupBox* group = buttonGroup(title, text, outputPrefix(), count, &mLists.boxes);
-        for (QCheckBox* box : mLists.boxes) {
+        QGroupBox* group = buttonGroup(title, text, outputPrefix(), count, &mParts.boxes.parts);
+        for (QCheckBox* box : mParts.boxes.parts) {
             box->setEnabled(false);
             QObject::connect(box, SIGNAL(stateChanged(int)), receiver, slot);
         }
@@ -66,54 +72,45 @@ public:
     /// driven by it. Ticks stay.
     void select(const QObject* button, uint32_t count)
     {
-        mLists.selected = numberOf(button, inputPrefix());
-        qDebug().nospace() << "Selected " << mNames.kind << " input is: " << mLists.selected;
-        for (uint32_t i = 0; i < count; ++i) {
-            const int driver = checkedAt(mLists.outputs, i, mNames.outputs)->getInputPort();
-            checkedAt(mLists.boxes, i, mNames.boxes)->setEnabled(driver == 0 || driver == mLists.selected);
+        mParts.selected = numberOf(button, inputPrefix());
+        qDebug().nospace() << "Selected " << mParts.kind << " input is: " << mParts.selected;
+        for (uint32_t number = 1; number <= count; ++number) {
+            const int driver = output(number)->getInputPort();
+            mParts.boxes.at(number)->setEnabled(driver == 0 || driver == mParts.selected);
         }
     }
 
     /// Wires the output of @p box to the selected input, or unwires it. Nothing happens without a selection.
     void tick(const QObject* box, bool checked)
     {
-        const int number = numberOf(box, outputPrefix());
-        if (mLists.selected == 0) {
-            return;
-        }
-        Output* output = checkedAt(mLists.outputs, int64_t{number} - 1, mNames.outputs);
-        Input* input = checkedAt(mLists.inputs, int64_t{mLists.selected} - 1, mNames.inputs);
-        if (checked) {
-            zuldevice::wire(input, mLists.selected, output, number);
-        } else {
-            zuldevice::unwire(input, output, number);
+        if (mParts.selected != 0) {
+            const int number = numberOf(box, outputPrefix());
+            zuldevice::wire(input(mParts.selected), mParts.selected, output(number), number, checked);
         }
     }
 
-    /// What a script's connect does: it clicks the button of @p input, shows the one of that number in
-    /// @p shown checked, and ticks or unticks the box of @p output unless that is wired already. The button
-    /// and the box signal first and change then, so the box may signal twice. Numbers beyond @p inputs and
-    /// @p outputs do nothing.
-    void connect(int input, uint32_t inputs, int output, uint32_t outputs, bool connect,
-                 const std::vector<QRadioButton*>& shown)
+    /// What a script's connect does: it clicks the button of @p input, marks it, and ticks or unticks the box
+    /// of @p output unless that is wired already. The button and the box signal first and change then, so the
+    /// box may signal twice. Numbers beyond @p inputs and @p outputs do nothing.
+    void connect(int input, uint32_t inputs, int output, uint32_t outputs, bool connect)
     {
         if (input < 1 || static_cast<uint32_t>(input) > inputs) {
             return;
         }
-        emit checkedAt(mLists.buttons, int64_t{input} - 1, mNames.buttons)->clicked(false);
-        checkedAt(shown, int64_t{input} - 1, "mDigitalInputRadioButtonList")->setChecked(true);
+        emit mParts.buttons.at(input)->clicked(false);
+        mParts.marked.at(input)->setChecked(true);
         if (output < 1 || static_cast<uint32_t>(output) > outputs ||
-            checkedAt(mLists.outputs, int64_t{output} - 1, mNames.outputs)->getConnectedStatus()) {
+            mParts.outputs.at(output)->getConnectedStatus()) {
             return;
         }
-        QCheckBox* box = checkedAt(mLists.boxes, int64_t{output} - 1, mNames.boxes);
+        QCheckBox* box = mParts.boxes.at(output);
         emit box->stateChanged(connect ? Qt::Checked : Qt::Unchecked);
         box->setChecked(connect);
     }
 
 private:
-    QString inputPrefix() const { return mNames.kind + QStringLiteral("RadioButton_"); }
-    QString outputPrefix() const { return mNames.kind + QStringLiteral("CheckBox_"); }
+    QString inputPrefix() const { return mParts.kind + QStringLiteral("RadioButton_"); }
+    QString outputPrefix() const { return mParts.kind + QStringLiteral("CheckBox_"); }
 
     /// The number at the end of the object name; 0 if there is none.
     static int numberOf(const QObject* button, const QString& prefix)
@@ -129,9 +126,8 @@ private:
         auto* group = new QGroupBox(title);
         auto* layout = new QVBoxLayout;
         for (uint32_t number = 1; number <= count; ++number) {
-            auto* button = new Button(text + QString::number(number));
+            auto* button = list->emplace_back(new Button(text + QString::number(number)));
             button->setObjectName(prefix + QString::number(number));
-            list->push_back(button);
             layout->addWidget(button);
         }
         layout->addStretch(1);
@@ -139,6 +135,5 @@ private:
         return group;
     }
 
-    const Names mNames;
-    const Lists mLists;
+    const Parts mParts;
 };

@@ -70,14 +70,11 @@ int cAInput::getCurrentSample() const { return mQSampleValue->value(); }
 
 float cAInput::getSampledValue() const { return static_cast<float>(getCurrentSample()); }
 
-void cAInput::checkSample() { checkSample(time(nullptr)); }
-
 void cAInput::checkSample(time_t now)
 {
-    if (zuldevice::sampleDue(getSampleRate(), mLastSampleTime, now)) {
-        mLastSampleTime = now;
-        emit sampleEvent(
-            zuldevice::takeSample(this, getSampledValue(), now, &mSampleBuffer, &mSampleIdx, &std::cout));
+    if (auto* sample = zuldevice::checkSample(this, getSampledValue(), now, &mLastSampleTime, &mSampleBuffer,
+                                              &mSampleIdx, std::cout)) {
+        emit sampleEvent(sample);
     }
 }
 

@@ -7,8 +7,6 @@
 
 #include "zuldevice/outputlist.h"
 #include "zuldevice/portrules.h"
-#include "zulobj/ainput.h"
-#include "zulobj/asample.h"
 #include "zulobj/objectlist.h"
 
 /// An analog input: a row on the panel that is also the record and keeps the latest samples.
@@ -35,7 +33,7 @@ public:
     float getSampledValue() const;
 
     /// Takes a periodic sample if one is due at the present time, or at @p now, in seconds.
-    void checkSample();
+    void checkSample() { checkSample(time(nullptr)); }
     void checkSample(time_t now);
 
     /// The kept periodic sample with sequence number @p seq, or null.

@@ -6,12 +6,13 @@
 #include "zuldevice/plaindevice.h"
 
 /// A device without a window for a conversation.
-class PlainConversation : public ConversationDevice, public PlainDevice::Listener
+class PlainConversation : public ConversationDevice
 {
 public:
-    explicit PlainConversation(const Conversation& conversation, std::ostream* trace = nullptr)
-        : mDevice(conversation.counts(), conversation.label().c_str(), conversation.version(),
-                  conversation.serial(), 0, this, trace)
+    PlainConversation(const Conversation& conversation, std::ostream& trace)
+        : mDevice(
+              conversation.counts(), conversation.label().c_str(), conversation.version(),
+              conversation.serial(), 0, [this](cObjectList* list) { mSent.push_back(copy(*list)); }, trace)
     {}
 
     void receive(const cObjectList& list) override { mDevice.handle(copy(list).get()); }
@@ -42,9 +43,6 @@ public:
         return list;
     }
     bool hasMore() override { return !mSent.empty(); }
-
-    void send(cObjectList* list) override { mSent.push_back(copy(*list)); }
-    void changed(const cObjectPort&) override {}
 
 private:
     static uint32_t number(int value) { return static_cast<uint32_t>(value); }

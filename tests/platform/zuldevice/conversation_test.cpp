@@ -2,18 +2,22 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 TEST(Conversation, aDeviceWithoutAWindowSendsTheRecordedBytes)
 {
     const Conversation conversation(CONVERSATION);
     ASSERT_GT(conversation.size(), 100U);
-    PlainConversation device(conversation);
+    std::ostringstream trace;
+    PlainConversation device(conversation, trace);
     EXPECT_EQ(conversation.playTo(&device), "");
 }
 
 TEST(Conversation, aDifferentDeviceIsTold)
 {
     const Conversation conversation(CONVERSATION);
-    PlainConversation device(conversation);
+    std::ostringstream trace;
+    PlainConversation device(conversation, trace);
     device.setDigitalInput(2, 1);
     device.next();
     EXPECT_NE(conversation.playTo(&device), "");

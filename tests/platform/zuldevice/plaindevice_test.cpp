@@ -11,11 +11,28 @@ constexpr time_t kMade = 1000000;
 constexpr auto kHigh = cObject::OBJ_IO_STATE_SET;
 constexpr auto kLow = cObject::OBJ_IO_STATE_CLEAR;
 
-/// Notes what a device sends, and the types of the ports that change with their numbers.
-class Notes : public PlainDevice::Listener
+class PlainDeviceTest : public testing::Test
 {
-public:
-    void send(cObjectList* list) override
+protected:
+    /// Has the device handle a set of one object.
+    void set(cObject* object)
+    {
+        cObjectList list;
+        list.setMsgType(cObjectList::kSet);
+        list.addBorrowed(object);
+        mDevice.handle(&list);
+    }
+
+    template <class Port>
+    static Port portOf(uint32_t number)
+    {
+        Port port;
+        port.setDeviceSerial(cObject::kWildcard);
+        port.setPortId(number);
+        return port;
+    }
+
+    void note(cObjectList* list)
     {
         cObject* object = list->first();
         mTypes.push_back(object == nullptr ? -1 : static_cast<int>(object->getType()));
@@ -23,41 +40,12 @@ public:
             mSequence.push_back(sample->getSeqNum());
         }
     }
-    void changed(const cObjectPort& port) override
-    {
-        mChanged.emplace_back(port.getType(), port.getPortId());
-    }
 
-    std::vector<int> mTypes;
+    std::vector<int> mTypes; ///< of the first records that the device sends; -1 for an empty list
     std::vector<uint32_t> mSequence;
-    std::vector<std::pair<uint32_t, uint32_t>> mChanged;
-};
-
-using Ports = std::vector<std::pair<uint32_t, uint32_t>>;
-
-class PlainDeviceTest : public testing::Test
-{
-protected:
-    /// Has the device handle a set of one object, which is taken over.
-    void set(cObject* object)
-    {
-        cObjectList list;
-        list.setMsgType(cObjectList::kSet);
-        list.add(object);
-        mDevice.handle(&list);
-    }
-
-    template <class Port>
-    static Port* portOf(uint32_t number)
-    {
-        auto* port = new Port;
-        port->setDeviceSerial(cObject::kWildcard);
-        port->setPortId(number);
-        return port;
-    }
-
-    Notes mNotes;
-    PlainDevice mDevice{{3, 2, 2, 2, 2}, "Panel", 7, kSerial, kMade, &mNotes};
+    std::ostringstream mTrace;
+    PlainDevice mDevice{
+        {3, 2, 2, 2, 2}, "Panel", 7, kSerial, kMade, [this](cObjectList* list) { note(list); }, mTrace};
 };
 
 } // namespace
@@ -74,16 +62,15 @@ TEST_F(PlainDeviceTest, actionsOnWhatIsNotThereDoNothing)
     }
     EXPECT_FALSE(mDevice.setAnalogInput(1, 101));
     EXPECT_FALSE(mDevice.setAnalogInput(1, -1));
-    EXPECT_TRUE(mNotes.mTypes.empty());
-    EXPECT_TRUE(mNotes.mChanged.empty());
+    EXPECT_TRUE(mTypes.empty());
 }
 
 TEST_F(PlainDeviceTest, aDigitalInputIsReportedWhenItChanges)
 {
     EXPECT_TRUE(mDevice.setDigitalInput(2, false));
-    EXPECT_TRUE(mNotes.mTypes.empty());
+    EXPECT_TRUE(mTypes.empty());
     EXPECT_TRUE(mDevice.setDigitalInput(2, true));
-    EXPECT_EQ(mNotes.mTypes, std::vector<int>{OBJ_PORT_DIN});
+    EXPECT_EQ(mTypes, std::vector<int>{OBJ_PORT_DIN});
     EXPECT_EQ(mDevice.digitalInputs()[1]->getInputState(), kHigh);
     EXPECT_EQ(mDevice.digitalInputs()[1]->getPortStatus(), cObject::OBJ_STATUS_ALARM_SET);
 }
@@ -94,7 +81,6 @@ TEST_F(PlainDeviceTest, aWiredOutputFollowsItsInput)
     EXPECT_TRUE(mDevice.setDigitalInput(1, true));
     EXPECT_EQ(mDevice.digitalOutputs()[1]->getOutputState(), kHigh);
     EXPECT_EQ(mDevice.digitalOutputs()[0]->getOutputState(), kLow);
-    EXPECT_EQ(mNotes.mChanged, (Ports{{OBJ_PORT_DIN, 1}, {OBJ_PORT_DOUT, 2}}));
     EXPECT_TRUE(mDevice.connectDigitalInput(1, 2, false));
     EXPECT_TRUE(mDevice.setDigitalInput(1, false));
     EXPECT_EQ(mDevice.digitalOutputs()[1]->getOutputState(), kHigh);
@@ -121,34 +107,33 @@ TEST_F(PlainDeviceTest, aWiredAnalogOutputTakesTheValueOfItsOwnNumberOnly)
     EXPECT_TRUE(mDevice.analogOutputs()[1]->getConnectedStatus());
 }
 
-TEST_F(PlainDeviceTest, aSetTellsWhichPortsChange)
+TEST_F(PlainDeviceTest, aSetChangesThePortsOfItsNumber)
 {
-    auto* input = portOf<cObjectDInput>(cObject::kWildcard);
-    input->setDefaultState(kHigh);
-    set(input);
-    EXPECT_EQ(mNotes.mChanged, (Ports{{OBJ_PORT_DIN, 1}, {OBJ_PORT_DIN, 2}, {OBJ_PORT_DIN, 3}}));
-    mNotes.mChanged.clear();
-    set(portOf<cObjectDInput>(1));
-    set(portOf<cObjectAInput>(1));
-    set(portOf<cObjectAOutput>(1));
-    EXPECT_TRUE(mNotes.mChanged.empty());
-    auto* output = portOf<cObjectAOutput>(2);
-    output->setSampledValue(5.0F);
-    set(output);
-    EXPECT_EQ(mNotes.mChanged, (Ports{{OBJ_PORT_AOUT, 2}}));
-    EXPECT_EQ(mNotes.mTypes, std::vector<int>(5, -1)); // an empty answer each
+    auto input = portOf<cObjectDInput>(cObject::kWildcard);
+    input.setDefaultState(kHigh);
+    set(&input);
+    for (const auto& changed : mDevice.digitalInputs()) {
+        EXPECT_EQ(changed->getDefaultState(), kHigh);
+        EXPECT_EQ(changed->getPortStatus(), cObject::OBJ_STATUS_ALARM_SET);
+    }
+    auto output = portOf<cObjectAOutput>(2);
+    output.setSampledValue(5.0F);
+    set(&output);
+    EXPECT_EQ(mDevice.analogOutputs()[0]->getSampledValue(), 0.0F);
+    EXPECT_EQ(mDevice.analogOutputs()[1]->getSampledValue(), 5.0F);
+    EXPECT_EQ(mTypes, std::vector<int>(2, -1)); // an empty answer each
 }
 
 TEST_F(PlainDeviceTest, theFirstSamplesAreDueTenMinutesAfterTheDeviceWasMade)
 {
     mDevice.takeSamples(kMade + 600);
-    EXPECT_TRUE(mNotes.mTypes.empty());
+    EXPECT_TRUE(mTypes.empty());
     mDevice.takeSamples(kMade + 601);
-    EXPECT_EQ(mNotes.mTypes, (std::vector<int>{OBJ_ANALOG_SAMPLE, OBJ_ANALOG_SAMPLE}));
+    EXPECT_EQ(mTypes, (std::vector<int>{OBJ_ANALOG_SAMPLE, OBJ_ANALOG_SAMPLE}));
     mDevice.takeSamples(kMade + 1201);
-    EXPECT_EQ(mNotes.mTypes.size(), 2U);
+    EXPECT_EQ(mTypes.size(), 2U);
     mDevice.takeSamples(kMade + 1202);
-    EXPECT_EQ(mNotes.mSequence, (std::vector<uint32_t>{1, 1, 2, 2}));
+    EXPECT_EQ(mSequence, (std::vector<uint32_t>{1, 1, 2, 2}));
 }
 
 TEST_F(PlainDeviceTest, theLast32SamplesAreKept)
@@ -158,7 +143,7 @@ TEST_F(PlainDeviceTest, theLast32SamplesAreKept)
     input.setSampleRate(0);
     EXPECT_EQ(input.findSample(0), nullptr);
     for (time_t second = 1; second <= 270; ++second) {
-        const std::unique_ptr<cObjectAnalogSample> sample(input.checkSample(kMade + second, nullptr));
+        const std::unique_ptr<cObjectAnalogSample> sample(input.checkSample(kMade + second, mTrace));
         ASSERT_NE(sample, nullptr);
         EXPECT_EQ(sample->getSeqNum(), static_cast<uint32_t>(second % 256));
     }
@@ -167,7 +152,7 @@ TEST_F(PlainDeviceTest, theLast32SamplesAreKept)
     }
 }
 
-TEST(SampleDue, theRateHasToHavePassed)
+TEST(PlainAInputTest, theRateHasToHavePassed)
 {
     const struct
     {
@@ -184,20 +169,20 @@ TEST(SampleDue, theRateHasToHavePassed)
                 {71582789, 44, false}, // wraps to 44 seconds
                 {71582789, 45, true}};
     for (const auto& row : rows) {
-        EXPECT_EQ(zuldevice::sampleDue(row.rate, kMade, kMade + row.seconds), row.due)
-            << row.rate << ' ' << row.seconds;
+        std::ostringstream trace;
+        PlainAInput input(kMade);
+        input.setSampleRate(row.rate);
+        const std::unique_ptr<cObjectAnalogSample> sample(input.checkSample(kMade + row.seconds, trace));
+        EXPECT_EQ(sample != nullptr, row.due) << row.rate << ' ' << row.seconds;
     }
 }
 
-TEST(PlainDevice, theTraceTellsWhatHappens)
+TEST_F(PlainDeviceTest, theTraceTellsWhatHappens)
 {
-    Notes notes;
-    std::ostringstream trace;
-    PlainDevice device({1, 0, 0, 0, 1}, "Panel", 7, kSerial, kMade, &notes, &trace);
-    device.scan(1, "K");
-    device.adhoc(1, "a", "b");
-    EXPECT_EQ(trace.str(), "Got an access event \nSerial 0x4d\nPort 1\nScancode K\n"
-                           "Transmit an ad-hoc event \n");
+    mDevice.scan(1, "K");
+    mDevice.adhoc(1, "a", "b");
+    EXPECT_EQ(mTrace.str(), "Got an access event \nSerial 0x4d\nPort 1\nScancode K\n"
+                            "Transmit an ad-hoc event \n");
 }
 
 TEST(CheckedIndexDeathTest, aWrongIndexNamesTheListAndItself)

@@ -100,7 +100,7 @@ void TestConversation::theWindowWritesTheTraceOfADeviceWithoutOne()
     QVERIFY(window.connect());
     conversation.playTo(&window);
     std::ostringstream trace;
-    PlainConversation plain(conversation, &trace);
+    PlainConversation plain(conversation, trace);
     conversation.playTo(&plain);
     QVERIFY(trace.str().size() > 1000);
     QCOMPARE(window.trace(), QByteArray::fromStdString(trace.str()));
