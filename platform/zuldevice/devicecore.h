@@ -4,7 +4,6 @@
 #include <ostream>
 #include <type_traits>
 
-#include "zuldevice/checkedindex.h"
 #include "zuldevice/portrules.h"
 #include "zulobj/adhoc.h"
 #include "zulobj/capability.h"
@@ -34,33 +33,8 @@ public:
         }
     }
 
-    void handleRequest(cObjectList* msg)
-    {
-        static constexpr Handler kHandlers[] = {
-            {OBJ_DEVICE, "DEVICE Object", &DeviceCore::answerDevice},
-            {OBJ_PORT_DIN, "DIN Object", &DeviceCore::answerPorts<cObjectDInput>},
-            {OBJ_PORT_DOUT, "DOUT Object", &DeviceCore::answerPorts<cObjectDOutput>},
-            {OBJ_PORT_AIN, "AIN Object", &DeviceCore::answerPorts<cObjectAInput>},
-            {OBJ_PORT_AOUT, "AOUT Object", &DeviceCore::answerPorts<cObjectAOutput>},
-            {OBJ_ANALOG_SAMPLE, "ASAMPLE Object", &DeviceCore::answerSample},
-            {OBJ_CAPABILITY, "CAPABILITY Object", &DeviceCore::answerCapabilities},
-            {OBJ_ACCESS, "Access Object", nullptr},
-        };
-        answer(msg, kHandlers);
-    }
-
-    void handleSet(cObjectList* msg)
-    {
-        static constexpr Handler kHandlers[] = {
-            {OBJ_DEVICE, "DEVICE Object", &DeviceCore::setDevice},
-            {OBJ_PORT_DIN, "DIN Object", &DeviceCore::setPorts<cObjectDInput>},
-            {OBJ_PORT_DOUT, "DOUT Object", &DeviceCore::setPorts<cObjectDOutput>},
-            {OBJ_PORT_AIN, "AIN Object", &DeviceCore::setPorts<cObjectAInput>},
-            {OBJ_PORT_AOUT, "AOUT Object", &DeviceCore::setPorts<cObjectAOutput>},
-            {OBJ_ACCESS, "Access Object", nullptr},
-        };
-        answer(msg, kHandlers);
-    }
+    void handleRequest(cObjectList* msg) { handle(msg, &Handler::answer); }
+    void handleSet(cObjectList* msg) { handle(msg, &Handler::apply); }
 
     /// The trace of a message of an unknown type. The stream stays hexadecimal.
     void traceUnknown(const cObjectList& msg)
@@ -108,19 +82,19 @@ public:
     void adHocEvent(cObjectAdhocEvent* record)
     {
         traceLine("Transmit an ad-hoc event ");
-        cObjectList event;
-        event.setMsgType(cObjectList::kEvent);
-        event.addBorrowed(record);
-        mDevice.send(&event);
+        report(record, &cObjectList::addBorrowed);
     }
 
 private:
-    /// What to write and to do for a record of a message; nothing to do if @p act is null.
+    using Act = void (DeviceCore::*)(const cObject* object, cObjectList* reply);
+
+    /// What to write for a record, and to do with it in a request and in a set; null if it is unknown there.
     struct Handler
     {
         eObjectTypes type;
         const char* line;
-        void (DeviceCore::*act)(const cObject* object, cObjectList* reply);
+        Act answer;
+        Act apply;
     };
 
     void addCapability(const char* label, const char* value)
@@ -139,25 +113,35 @@ private:
         (mTrace << ... << pieces) << std::endl;
     }
 
-    template <class Handlers>
-    void answer(cObjectList* msg, const Handlers& handlers)
+    void handle(cObjectList* msg, Act Handler::*act)
     {
+        using Core = DeviceCore;
+        static constexpr Handler kHandlers[] = {
+            {OBJ_DEVICE, "DEVICE Object", &Core::answerTo<cObjectDevice>, &Core::applyTo<cObjectDevice>},
+            {OBJ_PORT_DIN, "DIN Object", &Core::answerTo<cObjectDInput>, &Core::applyTo<cObjectDInput>},
+            {OBJ_PORT_DOUT, "DOUT Object", &Core::answerTo<cObjectDOutput>, &Core::applyTo<cObjectDOutput>},
+            {OBJ_PORT_AIN, "AIN Object", &Core::answerTo<cObjectAInput>, &Core::applyTo<cObjectAInput>},
+            {OBJ_PORT_AOUT, "AOUT Object", &Core::answerTo<cObjectAOutput>, &Core::applyTo<cObjectAOutput>},
+            {OBJ_ANALOG_SAMPLE, "ASAMPLE Object", &Core::answerTo<cObjectAnalogSample>, nullptr},
+            {OBJ_CAPABILITY, "CAPABILITY Object", &Core::answerTo<cObjectCapability>, nullptr},
+            {OBJ_ACCESS, "Access Object", &Core::ignore, &Core::ignore},
+        };
         cObjectList reply;
         reply.setMsgType(msg->getMsgType());
         for (const cObject* object = msg->first(); object != nullptr; object = msg->next()) {
-            const auto* handler = std::ranges::find(handlers, object->getType(), &Handler::type);
-            if (handler == std::end(handlers)) {
+            const auto* handler = std::ranges::find(kHandlers, object->getType(), &Handler::type);
+            if (handler == std::end(kHandlers) || handler->*act == nullptr) {
                 traceLine("Unknown object ", static_cast<uint32_t>(object->getType()));
-                continue;
-            }
-            traceLine(handler->line);
-            if (handler->act != nullptr) {
-                (this->*handler->act)(object, &reply);
+            } else {
+                traceLine(handler->line);
+                (this->*(handler->*act))(object, &reply);
             }
         }
         mTrace.flush();
         mDevice.send(&reply);
     }
+
+    void ignore(const cObject* /*object*/, cObjectList* /*reply*/) {}
 
     /// Null if @p object is not a @p Record or is for another device.
     template <class Record>
@@ -168,33 +152,44 @@ private:
         return record != nullptr && zuldevice::matches(record->getDeviceSerial(), own) ? record : nullptr;
     }
 
+    template <class Record>
+    void answerTo(const cObject* object, cObjectList* reply)
+    {
+        if (const auto* request = recordFor<Record>(object)) {
+            answer(*request, reply);
+        }
+    }
+
+    template <class Record>
+    void applyTo(const cObject* object, cObjectList* /*reply*/)
+    {
+        if (const auto* request = recordFor<Record>(object)) {
+            apply(*request);
+        }
+    }
+
     auto& portsFor(const cObjectDInput&) { return mDevice.mDigitalInputList; }
     auto& portsFor(const cObjectDOutput&) { return mDevice.mDigitalOutputList; }
     auto& portsFor(const cObjectAInput&) { return mDevice.mAnalogInputList; }
     auto& portsFor(const cObjectAOutput&) { return mDevice.mAnalogOutputList; }
 
-    void answerDevice(const cObject* object, cObjectList* reply)
-    {
-        if (recordFor<cObjectDevice>(object) != nullptr) {
-            reply->addBorrowed(&mDevice);
-        }
-    }
+    void answer(const cObjectDevice&, cObjectList* reply) { reply->addBorrowed(&mDevice); }
 
-    /// Appends the ports that @p object asks for: in full if it asks for their own type, else as plain port
+    /// Appends the ports that @p request asks for: in full if it asks for their own type, else as plain port
     /// records.
-    template <class Record>
-    void answerPorts(const cObject* object, cObjectList* reply)
+    template <std::derived_from<cObjectPort> Request>
+    void answer(const Request& request, cObjectList* reply)
     {
-        const auto* request = recordFor<Record>(object);
-        if (request == nullptr) {
-            return;
-        }
-        for (const auto& port : portsFor(*request)) {
-            if (port == nullptr || !zuldevice::matches(request->getPortId(), port->getPortId())) {
+        for (const auto& port : portsFor(request)) {
+            if (port == nullptr || !zuldevice::matches(request.getPortId(), port->getPortId())) {
                 continue;
             }
-            if (request->getPortType() == port->getPortType()) {
-                tracePacking(*port);
+            if (request.getPortType() == port->getPortType()) {
+                if constexpr (std::is_same_v<Request, cObjectAInput>) {
+                    mTrace << "Packing Ananlog Port portId " << port->getPortId() << '\n';
+                } else if constexpr (std::is_same_v<Request, cObjectAOutput>) {
+                    mTrace << "Packing Analog Output portId " << port->getPortId() << '\n';
+                }
                 reply->addBorrowed(&*port);
             } else {
                 reply->add(port->cObjectPort::clone());
@@ -202,38 +197,21 @@ private:
         }
     }
 
-    void tracePacking(const cObjectPort&) {}
-    void tracePacking(const cObjectAInput& input)
+    void answer(const cObjectAnalogSample& request, cObjectList* reply)
     {
-        mTrace << "Packing Ananlog Port portId " << input.getPortId() << '\n';
-    }
-    void tracePacking(const cObjectAOutput& output)
-    {
-        mTrace << "Packing Analog Output portId " << output.getPortId() << '\n';
-    }
-
-    void answerSample(const cObject* object, cObjectList* reply)
-    {
-        const auto* request = recordFor<cObjectAnalogSample>(object);
-        if (request == nullptr) {
-            return;
-        }
         for (const auto& input : mDevice.mAnalogInputList) {
             // The wildcard does not stand for every port here.
-            if (input == nullptr || input->getPortId() != request->getPortNum()) {
+            if (input == nullptr || input->getPortId() != request.getPortNum()) {
                 continue;
             }
-            if (const cObjectAnalogSample* sample = input->findSample(request->getSeqNum())) {
+            if (const cObjectAnalogSample* sample = input->findSample(request.getSeqNum())) {
                 reply->add(sample->clone());
             }
         }
     }
 
-    void answerCapabilities(const cObject* object, cObjectList* reply)
+    void answer(const cObjectCapability&, cObjectList* reply)
     {
-        if (recordFor<cObjectCapability>(object) == nullptr) {
-            return;
-        }
         for (const auto& capability : mDevice.mCapabilityList) {
             if (capability != nullptr) {
                 reply->addBorrowed(&*capability);
@@ -241,35 +219,23 @@ private:
         }
     }
 
-    void setDevice(const cObject* object, cObjectList* /*reply*/)
-    {
-        if (recordFor<cObjectDevice>(object) != nullptr) {
-            traceLine("Can't think of anything to be set on a Device");
-        }
-    }
+    void apply(const cObjectDevice&) { traceLine("Can't think of anything to be set on a Device"); }
 
-    template <class Record>
-    void setPorts(const cObject* object, cObjectList* /*reply*/)
+    template <std::derived_from<cObjectPort> Request>
+    void apply(const Request& request)
     {
-        const auto* request = recordFor<Record>(object);
-        if (request == nullptr) {
-            return;
-        }
         // An analog output tests the port id itself, after marking itself connected.
-        constexpr bool kEvery = std::is_same_v<Record, cObjectAOutput>;
-        for (const auto& port : portsFor(*request)) {
-            if (port != nullptr && (kEvery || zuldevice::matches(request->getPortId(), port->getPortId()))) {
-                zuldevice::applySet(*request, &*port);
-                traceSet(*request);
+        constexpr bool kEvery = std::is_same_v<Request, cObjectAOutput>;
+        for (const auto& port : portsFor(request)) {
+            if (port == nullptr || !(kEvery || zuldevice::matches(request.getPortId(), port->getPortId()))) {
+                continue;
             }
-        }
-    }
-
-    void traceSet(const cObjectPort&) {}
-    void traceSet(const cObjectDInput& request)
-    {
-        if (request.getDefaultState() != cObject::OBJ_IO_STATE_UNKNOWN) {
-            mTrace << "Setting default" << true;
+            zuldevice::applySet(request, &*port);
+            if constexpr (std::is_same_v<Request, cObjectDInput>) {
+                if (request.getDefaultState() != cObject::OBJ_IO_STATE_UNKNOWN) {
+                    mTrace << "Setting default" << true;
+                }
+            }
         }
     }
 
@@ -282,12 +248,12 @@ private:
         }
     }
 
-    /// Sends an event of @p object, which it takes over.
-    void report(cObject* object)
+    /// Sends an event of @p object, which belongs to it unless it is borrowed.
+    void report(cObject* object, void (cObjectList::*add)(cObject*) = &cObjectList::add)
     {
         cObjectList event;
         event.setMsgType(cObjectList::kEvent);
-        event.add(object);
+        (event.*add)(object);
         mDevice.send(&event);
     }
 

@@ -49,16 +49,12 @@ PlainDevice::PlainDevice(const zuldevice::Counts& counts, const char* label, uin
 
 void PlainDevice::handle(cObjectList* msg)
 {
-    switch (msg->getMsgType()) {
-    case cObjectList::kRequest:
+    const uint8_t type = msg->getMsgType();
+    if (type == cObjectList::kRequest) {
         mCore.handleRequest(msg);
-        break;
-    case cObjectList::kSet:
+    } else if (type == cObjectList::kSet) {
         mCore.handleSet(msg);
-        break;
-    case cObjectList::kEvent:
-        break;
-    default:
+    } else if (type != cObjectList::kEvent) {
         mCore.traceUnknown(*msg);
     }
 }

@@ -3,7 +3,6 @@
 #include <QDebug>
 #include <QGridLayout>
 #include <QStyle>
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <iostream>
@@ -36,7 +35,8 @@ cDevice::cDevice()
     : mObjectClient(new cObjectClient(cObjectClient::Settings{sLinkLimits(), kStartMs})),
       mLinkDriver(mObjectClient),
       mCore(*this, std::cout),
-      mDigitalWiring({"digital",
+      mDigitalWiring({this,
+                      "digital",
                       {mDigitalInputList, "mDigitalInputList"},
                       {mDigitalOutputList, "mDigitalOutputList"},
                       {mDigitalInputRadioButtonList, "mDigitalInputRadioButtonList"},
@@ -44,7 +44,8 @@ cDevice::cDevice()
                       {mDigitalInputRadioButtonList, "mDigitalInputRadioButtonList"},
                       selectedDigitalInput}),
       // A script's selection marks the digital button of that number: scripts rely on it.
-      mAnalogWiring({"analog",
+      mAnalogWiring({this,
+                     "analog",
                      {mAnalogInputList, "mAnalogInputList"},
                      {mAnalogOutputList, "mAnalogOutputList"},
                      {mAnalogInputRadioButtonList, "mAnalogInputRadioButtonList"},
@@ -140,8 +141,7 @@ void cDevice::start(cConfig* config)
     try {
         mSampleThreads.emplace_back(&cDevice::sample_thread, this);
     } catch (const std::system_error& error) {
-        const std::string line = "No periodic samples: no thread: " + error.code().message();
-        cWlog("zulbench").error(line.c_str());
+        cWlog("zulbench").error(("No periodic samples: no thread: " + error.code().message()).c_str());
     }
 }
 
@@ -160,18 +160,15 @@ int cDevice::getAnalogOutputValue(int port) const { return mAnalogWiring.output(
 void cDevice::handleObjectAction(cObjectList* msg)
 {
     mExecutor->run([&] {
-        switch (msg->getMsgType()) {
-        case cObjectList::kRequest:
+        const uint8_t type = msg->getMsgType();
+        if (type == cObjectList::kRequest) {
             handleRequest(msg);
-            break;
-        case cObjectList::kSet:
+        } else if (type == cObjectList::kSet) {
             qDebug() << "SET ";
             handleSet(msg);
-            break;
-        case cObjectList::kEvent:
+        } else if (type == cObjectList::kEvent) {
             qDebug() << "EVT ";
-            break;
-        default:
+        } else {
             mCore.traceUnknown(*msg);
         }
     });
@@ -242,25 +239,25 @@ void cDevice::setAnalogInput_Slot(int port, int value)
 
 QGroupBox* cDevice::createDigitalInputGroup()
 {
-    return mDigitalWiring.createInputs(tr("Inputs:"), tr("Digital Input "), getDiscreteInCount(), this,
+    return mDigitalWiring.createInputs(tr("Inputs:"), tr("Digital Input "), getDiscreteInCount(),
                                        SLOT(digitalRadioButtonClicked()));
 }
 
 QGroupBox* cDevice::createDigitalOutputGroup()
 {
-    return mDigitalWiring.createOutputs(tr("Outputs:"), tr("Digital Output "), getDiscreteOutCount(), this,
+    return mDigitalWiring.createOutputs(tr("Outputs:"), tr("Digital Output "), getDiscreteOutCount(),
                                         SLOT(digitalCheckBoxStateChanged(int)));
 }
 
 QGroupBox* cDevice::createAnalogInputGroup()
 {
-    return mAnalogWiring.createInputs(tr("Inputs:"), tr("Analog Input "), getAnalogInCount(), this,
+    return mAnalogWiring.createInputs(tr("Inputs:"), tr("Analog Input "), getAnalogInCount(),
                                       SLOT(analogRadioButtonClicked()));
 }
 
 QGroupBox* cDevice::createAnalogOutputGroup()
 {
-    return mAnalogWiring.createOutputs(tr("Outputs:"), tr("Analog Output "), getAnalogOutCount(), this,
+    return mAnalogWiring.createOutputs(tr("Outputs:"), tr("Analog Output "), getAnalogOutCount(),
                                        SLOT(analogCheckBoxStateChanged(int)));
 }
 
@@ -291,15 +288,14 @@ void cDevice::connectAnalogInput_Slot(int input, int output, bool connect)
 void* cDevice::sample_thread(void* arg)
 {
     auto* device = static_cast<cDevice*>(arg);
-    const auto posted = std::make_shared<std::atomic<bool>>(false);
     const std::stop_token stop = device->mSamplingStop.get_token();
     std::mutex mutex;
     std::unique_lock<std::mutex> lock(mutex);
     while (!stop.stop_requested()) {
         // A pass still posted serves for this second too.
-        if (!posted->exchange(true)) {
-            device->mExecutor->post([device, posted] {
-                *posted = false;
+        if (!device->mPassPosted.exchange(true)) {
+            device->mExecutor->post([device] {
+                device->mPassPosted = false;
                 for (cAInput* input : device->mAnalogInputList) {
                     input->checkSample();
                 }

@@ -2,6 +2,7 @@
 
 #include <QScrollArea>
 #include <QTabWidget>
+#include <atomic>
 #include <memory>
 #include <stop_token>
 #include <thread>
@@ -84,7 +85,6 @@ public:
     /// Fills the ad-hoc editor in and presses its button. False for an @p id that the form does not take.
     bool adhoc(int id, const QString& label, const QString& value);
 
-    /// The number of sampling threads that run.
     size_t samplingThreads() const { return mSampleThreads.size(); }
 
 signals:
@@ -182,4 +182,5 @@ private:
     std::shared_ptr<cGuiExecutor> mExecutor = std::make_shared<cGuiExecutor>();
     std::vector<std::jthread> mSampleThreads;
     std::stop_source mSamplingStop; // for all of them
+    std::atomic<bool> mPassPosted = false;
 };

@@ -7,7 +7,6 @@
 #include <QVBoxLayout>
 #include <vector>
 
-#include "zuldevice/checkedindex.h"
 #include "zuldevice/portrules.h"
 
 /// The page on which inputs of one kind, digital or analog, are wired to outputs.
@@ -31,6 +30,7 @@ public:
     /// What belongs to the page and stays the device's.
     struct Parts
     {
+        const QObject* device;
         const char* kind; ///< begins the object names
         List<Input> inputs;
         List<Output> outputs;
@@ -45,25 +45,19 @@ public:
     Input* input(int64_t number) const { return mParts.inputs.at(number); }
     Output* output(int64_t number) const { return mParts.outputs.at(number); }
 
-    /// Returns a group of @p count radio buttons, whose clicks go to @p slot of @p receiver.
-    QGroupBox* createInputs(const QString& title, const QString& text, uint32_t count,
-                            const QObject* receiver, const char* slot)
+    /// Returns a titled column of @p count radio buttons, whose clicks go to @p slot of the device.
+    QGroupBox* createInputs(const QString& title, const QString& text, uint32_t count, const char* slot)
     {
-        QGroupBox* group = buttonGroup(title, text, inputPrefix(), count, &mParts.buttons.parts);
-        for (const QRadioButton* button : mParts.buttons.parts) {
-            QObject::connect(button, SIGNAL(clicked()), receiver, slot);
-        }
-        return group;
+        return buttonGroup(title, text, inputPrefix(), count, &mParts.buttons.parts, SIGNAL(clicked()), slot);
     }
 
-    /// Returns a group of @p count disabled check boxes, whose changes go to @p slot of @p receiver.
-    QGroupBox* createOutputs(const QString& title, const QString& text, uint32_t count,
-                             const QObject* receiver, const char* slot)
+    /// Returns a titled column of @p count disabled check boxes, whose changes go to @p slot of the device.
+    QGroupBox* createOutputs(const QString& title, const QString& text, uint32_t count, const char* slot)
     {
-        QGroupBox* group = buttonGroup(title, text, outputPrefix(), count, &mParts.boxes.parts);
+        QGroupBox* group = buttonGroup(title, text, outputPrefix(), count, &mParts.boxes.parts,
+                                       SIGNAL(stateChanged(int)), slot);
         for (QCheckBox* box : mParts.boxes.parts) {
             box->setEnabled(false);
-            QObject::connect(box, SIGNAL(stateChanged(int)), receiver, slot);
         }
         return group;
     }
@@ -118,16 +112,17 @@ private:
         return button->objectName().remove(prefix).toInt();
     }
 
-    /// A titled column of buttons, numbered in text and object name, each also appended to @p list.
+    /// The buttons are numbered in text and object name, and appended to @p list.
     template <class Button>
-    static QGroupBox* buttonGroup(const QString& title, const QString& text, const QString& prefix,
-                                  uint32_t count, std::vector<Button*>* list)
+    QGroupBox* buttonGroup(const QString& title, const QString& text, const QString& prefix, uint32_t count,
+                           std::vector<Button*>* list, const char* signal, const char* slot)
     {
         auto* group = new QGroupBox(title);
         auto* layout = new QVBoxLayout;
         for (uint32_t number = 1; number <= count; ++number) {
             auto* button = list->emplace_back(new Button(text + QString::number(number)));
             button->setObjectName(prefix + QString::number(number));
+            QObject::connect(button, signal, mParts.device, slot);
             layout->addWidget(button);
         }
         layout->addStretch(1);

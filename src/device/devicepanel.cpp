@@ -33,11 +33,10 @@ QHBoxLayout* devicepanel::headerRow(const Page& page)
     header->setContentsMargins(style->pixelMetric(QStyle::PM_LayoutLeftMargin, nullptr, page.widget), 0,
                                style->pixelMetric(QStyle::PM_LayoutRightMargin, nullptr, page.widget), 0);
     for (const Column& column : page.columns) {
-        auto* label = new QLabel(column.title);
         if (column.width > 0) {
-            addFixedCell(header, label, column.width);
+            addFixedCell(header, new QLabel, column.title, column.width);
         } else {
-            header->addWidget(label, 1);
+            header->addWidget(new QLabel(column.title), 1);
         }
     }
     return header;

@@ -4,7 +4,7 @@
 
 cAccess::cAccess()
 {
-    auto* box = new QHBoxLayout;
+    auto* box = new QHBoxLayout(this);
     mQLabel = new QLabel;
     box->addWidget(mQLabel, 1);
     mCardSerialNum = new QLineEdit;
@@ -14,7 +14,6 @@ cAccess::cAccess()
     mSendEvtBtn = new QPushButton("Send Event");
     box->addWidget(mSendEvtBtn, 1);
     connect(mSendEvtBtn, SIGNAL(clicked()), this, SLOT(EvtBtnClicked()));
-    setLayout(box);
 }
 
 void cAccess::setLabel(const char* label)

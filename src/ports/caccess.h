@@ -8,8 +8,6 @@
 #include "zulobj/access.h"
 
 /// A card scanner: a row on the panel that is also the record.
-///
-/// GUI thread only, like every widget.
 class cAccess : public QWidget, public cObjectAccess
 {
     Q_OBJECT

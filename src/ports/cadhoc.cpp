@@ -11,9 +11,8 @@ QGroupBox* groupAround(const QString& title, QWidget* control)
 {
     control->setAccessibleName(title);
     auto* group = new QGroupBox(title);
-    auto* box = new QVBoxLayout;
+    auto* box = new QVBoxLayout(group);
     box->addWidget(control);
-    group->setLayout(box);
     return group;
 }
 
@@ -27,17 +26,13 @@ cAdHocEvent::cAdHocEvent()
     mEventID = new QSpinBox;
     mEventID->setMinimum(1);
 
-    auto* grid = new QGridLayout;
+    auto* grid = new QGridLayout(this);
     grid->addWidget(groupAround(tr("Event ID"), mEventID), 0, 0);
     grid->addWidget(groupAround(tr("Event Label"), mQLabel), 0, 1);
     grid->addWidget(groupAround(tr("Event Value"), mQValue), 0, 2);
     grid->addWidget(groupAround(tr("Send"), mSendEvtBtn), 0, 3);
     mSendEvtBtn->setAccessibleName(mSendEvtBtn->text());
     connect(mSendEvtBtn, SIGNAL(clicked()), this, SLOT(EvtBtnClicked()));
-    setLayout(grid);
-    setTabOrder(mEventID, mQLabel);
-    setTabOrder(mQLabel, mQValue);
-    setTabOrder(mQValue, mSendEvtBtn);
 }
 
 bool cAdHocEvent::send(int id, const QString& label, const QString& value)

@@ -8,8 +8,6 @@
 #include "zulobj/adhoc.h"
 
 /// The editor of ad-hoc events: a form on the panel that is also the record.
-///
-/// GUI thread only, like every widget.
 class cAdHocEvent : public QWidget, public cObjectAdhocEvent
 {
     Q_OBJECT

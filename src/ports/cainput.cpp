@@ -8,22 +8,17 @@
 cAInput::cAInput() : mLastSampleTime(time(nullptr))
 {
     auto* box = new cFixedLayoutRow;
-    mQLabel.setText(tr("PortName"));
-    addFixedCell(box, &mQLabel, 100);
-    mQGain.setNum(1.0);
-    addFixedCell(box, &mQGain, 60);
-    mQOffset.setNum(0.0);
-    addFixedCell(box, &mQOffset, 60);
-    mQSampleRate.setNum(10);
-    addFixedCell(box, &mQSampleRate, 60);
+    addFixedCell(box, &mQLabel, tr("PortName"), 100);
+    addFixedCell(box, &mQGain, "1", 60);
+    addFixedCell(box, &mQOffset, "0", 60);
+    addFixedCell(box, &mQSampleRate, "10", 60);
 
     mQSampleValue = new QSlider(Qt::Horizontal);
     mQSampleValue->setRange(0, 100);
     filterWheel(mQSampleValue);
     mQLabel.setBuddy(mQSampleValue);
     box->addWidget(mQSampleValue);
-    auto* value = new QLabel;
-    value->setNum(0);
+    auto* value = new QLabel("0");
     // Room for the largest value, so that the row does not shift while the slider moves.
     value->setMinimumWidth(value->fontMetrics().horizontalAdvance("100"));
     connect(mQSampleValue, &QSlider::valueChanged, value,
@@ -65,10 +60,6 @@ void cAInput::setDisplayUnit(const char* unit)
     mQUnit.setText(QString::fromLocal8Bit(unit));
     cObjectAInput::setDisplayUnit(unit);
 }
-
-int cAInput::getCurrentSample() const { return mQSampleValue->value(); }
-
-float cAInput::getSampledValue() const { return static_cast<float>(getCurrentSample()); }
 
 void cAInput::checkSample(time_t now)
 {

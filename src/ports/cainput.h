@@ -5,13 +5,10 @@
 #include <QWidget>
 #include <ctime>
 
-#include "zuldevice/outputlist.h"
 #include "zuldevice/portrules.h"
 #include "zulobj/objectlist.h"
 
 /// An analog input: a row on the panel that is also the record and keeps the latest samples.
-///
-/// GUI thread only, like every widget.
 class cAInput : public QWidget, public cObjectAInput
 {
     Q_OBJECT
@@ -29,8 +26,8 @@ public:
     void setDisplayUnit(const char* unit);
 
     /// The slider's value, 0 to 100.
-    int getCurrentSample() const;
-    float getSampledValue() const;
+    int getCurrentSample() const { return mQSampleValue->value(); }
+    float getSampledValue() const { return static_cast<float>(getCurrentSample()); }
 
     /// Takes a periodic sample if one is due at the present time, or at @p now, in seconds.
     void checkSample() { checkSample(time(nullptr)); }

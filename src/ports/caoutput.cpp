@@ -7,19 +7,15 @@
 
 cAOutput::cAOutput()
 {
-    auto* box = new QHBoxLayout;
-    mQLabel.setText(tr("PortName"));
-    addFixedCell(box, &mQLabel, 100);
-    mQGain.setNum(1.0);
-    addFixedCell(box, &mQGain, 60);
-    mQOffset.setNum(0.0);
-    addFixedCell(box, &mQOffset, 60);
+    auto* box = new QHBoxLayout(this);
+    addFixedCell(box, &mQLabel, tr("PortName"), 100);
+    addFixedCell(box, &mQGain, "1", 60);
+    addFixedCell(box, &mQOffset, "0", 60);
     box->addWidget(&mQSampleValue);
 
     setMinimumValue(0.0F);
     setMaximumValue(100.0F);
     setDisplayUnit("%FTO");
-    setLayout(box);
 }
 
 void cAOutput::setPortName(QString& name)

@@ -8,8 +8,6 @@
 #include "zulobj/objectlist.h"
 
 /// An analog output: a row on the panel that is also the record.
-///
-/// GUI thread only, like every widget.
 class cAOutput : public QWidget, public cObjectAOutput
 {
     Q_OBJECT

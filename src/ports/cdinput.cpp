@@ -31,8 +31,6 @@ void cDInput::setDefaultState(eObjectIOState state)
     updateStatus();
 }
 
-int cDInput::getCurrentState() const { return getInputState() == OBJ_IO_STATE_SET ? 1 : 0; }
-
 void cDInput::updateStatus()
 {
     setStatusColour(this, zuldevice::setAlarmStatus(this, getInputState(), getDefaultState()));
@@ -46,5 +44,3 @@ void cDInput::combo_select(int index)
     updateStatus();
     emit inputChanged(static_cast<int>(getPortId()) - 1);
 }
-
-void cDInput::scriptInputChange(int index) { mQCurrentState->setCurrentIndex(index); }

@@ -4,13 +4,10 @@
 #include <QWidget>
 
 #include "portrow.h"
-#include "zuldevice/outputlist.h"
 #include "zuldevice/portrules.h"
 #include "zulobj/objectlist.h"
 
 /// A digital input: a row on the panel that is also the record.
-///
-/// GUI thread only, like every widget.
 class cDInput : public QWidget, public cObjectDInput
 {
     Q_OBJECT
@@ -25,7 +22,7 @@ public:
     void setDefaultState(eObjectIOState state);
 
     /// 1 if the input state is OBJ_IO_STATE_SET, else 0.
-    int getCurrentState() const;
+    int getCurrentState() const { return getInputState() == OBJ_IO_STATE_SET ? 1 : 0; }
 
     /// Recomputes the alarm status from current and default state, and the row's colour from that.
     void updateStatus();
@@ -56,7 +53,7 @@ public slots:
     void combo_select(int index);
 
     /// Selects 0 ("LOW") or 1 ("HIGH"); no event if that is selected already.
-    void scriptInputChange(int index);
+    void scriptInputChange(int index) { mQCurrentState->setCurrentIndex(index); }
 
 private:
     cFixedLayoutRow* mRow;

@@ -13,8 +13,6 @@ cDOutput::cDOutput() : mRow(new cFixedLayoutRow)
     updateStatus();
 }
 
-void cDOutput::setPortName(QString& name) { mQLabel->setText(name); }
-
 void cDOutput::setDefaultState(eObjectIOState state)
 {
     mRow->setText(mQDefaultState, state == OBJ_IO_STATE_SET ? tr("HIGH") : tr("LOW"));
@@ -26,8 +24,6 @@ void cDOutput::setOutputState(eObjectIOState state)
     mRow->setText(mQCurrentState, state == OBJ_IO_STATE_SET ? tr("HIGH") : tr("LOW"));
     cObjectDOutput::setOutputState(state);
 }
-
-int cDOutput::getCurrentState() const { return getOutputState() == OBJ_IO_STATE_CLEAR ? 0 : 1; }
 
 void cDOutput::updateStatus()
 {

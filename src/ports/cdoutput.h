@@ -7,8 +7,6 @@
 #include "zulobj/objectlist.h"
 
 /// A digital output: a row on the panel that is also the record.
-///
-/// GUI thread only, like every widget.
 class cDOutput : public QWidget, public cObjectDOutput
 {
     Q_OBJECT
@@ -17,7 +15,7 @@ public:
     cDOutput();
 
     /// Shows the name; the record's port label is set separately.
-    void setPortName(QString& name);
+    void setPortName(QString& name) { mQLabel->setText(name); }
 
     /// Show and store a state. Unlike the input's, they leave updateStatus() to the caller.
     void setDefaultState(eObjectIOState state);
@@ -25,7 +23,7 @@ public:
 
     /// 0 if the output state is OBJ_IO_STATE_CLEAR, else 1: an unknown state counts as high, unlike an
     /// input's.
-    int getCurrentState() const;
+    int getCurrentState() const { return getOutputState() == OBJ_IO_STATE_CLEAR ? 0 : 1; }
 
     /// Recomputes the alarm status from current and default state, and the row's colour from that.
     void updateStatus();

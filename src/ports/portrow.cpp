@@ -25,8 +25,9 @@ protected:
 
 } // namespace
 
-void addFixedCell(QHBoxLayout* row, QLabel* cell, int width)
+void addFixedCell(QHBoxLayout* row, QLabel* cell, const QString& text, int width)
 {
+    cell->setText(text);
     cell->setFixedWidth(scaledWidth(*cell, width));
     row->addWidget(cell);
 }

@@ -31,8 +31,8 @@ private:
     bool mFixed = false;
 };
 
-/// Appends @p cell to @p row with a fixed @p width, in pixels at 96 dpi.
-void addFixedCell(QHBoxLayout* row, QLabel* cell, int width);
+/// Appends @p cell to @p row with a @p text and a fixed @p width, in pixels at 96 dpi.
+void addFixedCell(QHBoxLayout* row, QLabel* cell, const QString& text, int width);
 
 /// Fills the background of @p row with red if @p alarm, else with green. The text is black.
 void setStatusColour(QWidget* row, bool alarm);

@@ -55,6 +55,7 @@ private slots:
 
     void theEditorsMethodsStandInTheirOrder();
     void theEditorsForm();
+    void tabGoesThroughTheEditorFromLeftToRight();
     void theEventIdStaysInItsRange_data();
     void theEventIdStaysInItsRange();
     void theEditorSendsWhatStandsInIt();
@@ -151,6 +152,20 @@ void TestEventWidgets::theEditorsForm()
     QCOMPARE(field<QLineEdit>(editor, "Event Label")->text(), QString());
     QCOMPARE(field<QLineEdit>(editor, "Event Value")->text(), QString());
     QCOMPARE(field<QPushButton>(editor, "Send")->text(), QString("Send Event"));
+}
+
+void TestEventWidgets::tabGoesThroughTheEditorFromLeftToRight()
+{
+    const cAdHocEvent editor;
+    QWidget* const fields[] = {field<QSpinBox>(editor, "Event ID"), field<QLineEdit>(editor, "Event Label"),
+                               field<QLineEdit>(editor, "Event Value"), button(editor)};
+    for (size_t i = 0; i + 1 < std::size(fields); ++i) {
+        const QWidget* next = fields[i]->nextInFocusChain();
+        while ((next->focusPolicy() & Qt::TabFocus) == 0 || next->focusProxy() != nullptr) {
+            next = next->nextInFocusChain();
+        }
+        QCOMPARE(next, fields[i + 1]);
+    }
 }
 
 void TestEventWidgets::theEventIdStaysInItsRange_data()
