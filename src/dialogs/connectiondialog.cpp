@@ -17,8 +17,7 @@ void ConnectionDialog::receiveConnectionFileName(const QString& name)
 {
     fileName = name;
     cConnectionFile connection{ui.connectDescriptor->text(), ui.connectIP->text(), ui.connectPort->text()};
-    connection.read(readLineFile(fileName).value_or(QByteArray()),
-                    {cConnectionFile::DESCRIPTOR, cConnectionFile::ADDRESS, cConnectionFile::PORT});
+    connection.read(readLineFile(fileName).value_or(QByteArray()));
     ui.connectDescriptor->setText(connection.descriptor);
     ui.connectIP->setText(connection.address);
     ui.connectPort->setText(connection.port);

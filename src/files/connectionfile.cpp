@@ -5,6 +5,7 @@
 
 #include <QTextStream>
 #include <algorithm>
+#include <span>
 
 namespace {
 
@@ -14,25 +15,30 @@ struct Line
     QString cConnectionFile::*value;
 };
 
-/// In the order of cConnectionFile::eField.
 constexpr Line kLines[] = {{"Connection descriptor:", &cConnectionFile::descriptor},
                            {"Connection IP address:", &cConnectionFile::address},
                            {"Connection port number:", &cConnectionFile::port}};
 
-} // namespace
-
-void cConnectionFile::read(const QByteArray& content, std::initializer_list<eField> fields)
+void readLines(cConnectionFile& connection, const QByteArray& content, std::span<const Line> lines)
 {
     QTextStream stream(content);
-    QString line;
-    while (stream.readLineInto(&line)) {
-        const auto* match = std::find_if(fields.begin(), fields.end(), [&line](eField field) {
-            return line.contains(QLatin1String(kLines[field].key));
-        });
-        if (match != fields.end()) {
-            this->*kLines[*match].value = lineValue(line);
+    QString text;
+    while (stream.readLineInto(&text)) {
+        const auto match = std::ranges::find_if(
+            lines, [&text](const Line& line) { return text.contains(QLatin1String(line.key)); });
+        if (match != lines.end()) {
+            connection.*match->value = lineValue(text);
         }
     }
+}
+
+} // namespace
+
+void cConnectionFile::read(const QByteArray& content) { readLines(*this, content, kLines); }
+
+void cConnectionFile::readServer(const QByteArray& content)
+{
+    readLines(*this, content, std::span(kLines).subspan(1));
 }
 
 QByteArray cConnectionFile::text() const

@@ -2,7 +2,6 @@
 
 #include <QByteArray>
 #include <QString>
-#include <initializer_list>
 
 class cConfig;
 
@@ -11,21 +10,15 @@ class cConfig;
 /// The file is text in the locale's encoding, one value a line behind its key. No value is ever checked.
 struct cConnectionFile
 {
-    enum eField
-    {
-        DESCRIPTOR,
-        ADDRESS,
-        PORT
-    };
-
     QString descriptor;
     QString address;
     QString port;
 
-    /// Takes over what a file with this content says about @p fields. A line counts for the first of the
-    /// fields whose key it contains; of several lines for one field the last one counts. A field without a
-    /// line keeps its value.
-    void read(const QByteArray& content, std::initializer_list<eField> fields);
+    // Each takes over values of a file with this content: all three, or the server's address and port. A line
+    // counts for the first of these values whose key it contains; of several lines for one value the last one
+    // counts. A value without a line stays.
+    void read(const QByteArray& content);
+    void readServer(const QByteArray& content);
 
     /// The three lines.
     QByteArray text() const;
