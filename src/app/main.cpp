@@ -2,9 +2,9 @@
 #include "language.h"
 #include "mainwindow.h"
 #include "options.h"
+#include "paths.h"
 #include "readfile.h"
 #include "signalwatcher.h"
-#include "tracelog.h"
 #include "wcapture/capturefile.h"
 #include "wlog/wlog.h"
 #include "zulversion/zulversion.h"
@@ -14,7 +14,11 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QIcon>
+#include <QLocale>
+#include <QLoggingCategory>
 #include <QScreen>
+#include <QSysInfo>
+#include <QTextCodec>
 #include <algorithm>
 #include <clocale>
 #include <csignal>
@@ -23,9 +27,25 @@
 
 namespace {
 
+// Off unless QT_LOGGING_RULES says otherwise.
+Q_LOGGING_CATEGORY(startTrace, "zulbench.start", QtWarningMsg)
+
 std::string version()
 {
     return zulversion::describe("zulbench", {{"Qt", qVersion()}, {"CLI11", CLI11_VERSION}});
+}
+
+void traceStart(const QString& language)
+{
+    for (const QString& line : QString::fromStdString(version()).split('\n')) {
+        qCInfo(startTrace, "%s", qPrintable(line));
+    }
+    qCInfo(startTrace, "system %s, kernel %s", qPrintable(QSysInfo::prettyProductName()),
+           qPrintable(QSysInfo::kernelVersion()));
+    qCInfo(startTrace, "display %s", qPrintable(QGuiApplication::platformName()));
+    qCInfo(startTrace, "locale %s, texts in %s, files in %s", qPrintable(QLocale().name()),
+           qPrintable(language), QTextCodec::codecForLocale()->name().constData());
+    qCInfo(startTrace, "configuration %s", qPrintable(paths::configurationDirectory()));
 }
 
 int fail(const QString& reason)
@@ -128,7 +148,7 @@ QIcon icon()
 int run(const cOptions& options)
 {
     const cLanguage language(cLanguage::wantedByUser());
-    tracelog::traceStart(version(), language.code());
+    traceStart(language.code());
     bool toldToEnd = false;
     const cSignalWatcher signalWatcher([&toldToEnd](int) {
         toldToEnd = true;

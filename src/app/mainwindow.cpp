@@ -15,7 +15,6 @@
 #include "readfile.h"
 #include "removeitemdialog.h"
 #include "scriptworker.h"
-#include "tracelog.h"
 #include "ui_mainwindow.h"
 #include "wlog/wlog.h"
 
@@ -24,10 +23,14 @@
 #include <QDebug>
 #include <QDir>
 #include <QFileDialog>
+#include <QLoggingCategory>
 #include <QMessageBox>
 #include <algorithm>
 
 namespace {
+
+// Off unless QT_LOGGING_RULES says otherwise.
+Q_LOGGING_CATEGORY(fileTrace, "zulbench.files", QtWarningMsg)
 
 /// Returns nothing if the file cannot be read.
 std::optional<cDeviceFile> deviceFileAt(const QString& path)
@@ -38,7 +41,7 @@ std::optional<cDeviceFile> deviceFileAt(const QString& path)
 
 void traceDevice(const QString& path, const cDeviceFile& values)
 {
-    qCDebug(tracelog::files,
+    qCDebug(fileTrace,
             "device \"%s\": serial %u, digital inputs %u, digital outputs %u, analog inputs %u, "
             "analog outputs %u, scanners %u",
             qPrintable(path), values.serialNumber(), values.digitalInputs, values.digitalOutputs,
@@ -214,12 +217,12 @@ bool MainWindow::openConnectionFile(const QString& path)
         return false;
     }
     cConnectionFile connection{{}, mConfig->getZULIP(), mConfig->getZULPort()};
-    connection.read(*content, {cConnectionFile::ADDRESS, cConnectionFile::PORT});
+    connection.readServer(*content);
     if (mConfig->getZULConnectionFile() == cConfig::kUnset) {
         ui->actionEdit_Connection_Configuration->setEnabled(true);
     }
     connection.fill(*mConfig, path);
-    qCDebug(tracelog::files, "connection \"%s\": address \"%s\", port \"%s\"", qPrintable(path),
+    qCDebug(fileTrace, "connection \"%s\": address \"%s\", port \"%s\"", qPrintable(path),
             qPrintable(connection.address), qPrintable(connection.port));
     return true;
 }

@@ -1,5 +1,6 @@
 #include "scriptworker.h"
 
+#include <QLoggingCategory>
 #include <QScriptContext>
 #include <QScriptEngine>
 #include <QTextStream>
@@ -14,7 +15,6 @@
 #include "cguiexecutor.h"
 #include "cscriptreceiver.h"
 #include "readfile.h"
-#include "tracelog.h"
 
 /// A static library's resources are linked and registered only if a symbol of them is used. The macros do
 /// not work within a namespace.
@@ -22,6 +22,9 @@ static void registerSampleScript() { Q_INIT_RESOURCE(scripts); }
 Q_CONSTRUCTOR_FUNCTION(registerSampleScript)
 
 namespace {
+
+// Off unless QT_LOGGING_RULES says otherwise.
+Q_LOGGING_CATEGORY(scriptTrace, "zulbench.scripts", QtWarningMsg)
 
 /// How often a running script handles its thread's events. The engine counts loops and not time, so a loop
 /// that becomes slow handles them late: a short interval keeps that within bounds.
@@ -52,10 +55,10 @@ void show(QScriptEngine* engine, const char* name, QObject* object)
 void traceEnd(const QScriptEngine& engine, const QString& name)
 {
     if (engine.hasUncaughtException()) {
-        qCDebug(tracelog::scripts, "failed %s, line %d: %s", qPrintable(name),
-                engine.uncaughtExceptionLineNumber(), qPrintable(engine.uncaughtException().toString()));
+        qCDebug(scriptTrace, "failed %s, line %d: %s", qPrintable(name), engine.uncaughtExceptionLineNumber(),
+                qPrintable(engine.uncaughtException().toString()));
     }
-    qCDebug(tracelog::scripts, "end \"%s\"", qPrintable(name));
+    qCDebug(scriptTrace, "end \"%s\"", qPrintable(name));
 }
 
 } // namespace
@@ -101,7 +104,7 @@ void scriptWorker::evaluate(const QString& program, const QString& name, cScript
     });
     stopCheck.start(kStopCheckIntervalMs);
     engine.setProcessEventsInterval(kEventIntervalMs);
-    qCDebug(tracelog::scripts, "begin \"%s\"", qPrintable(name));
+    qCDebug(scriptTrace, "begin \"%s\"", qPrintable(name));
     engine.evaluate(program, name, 1);
     traceEnd(engine, name);
 }
