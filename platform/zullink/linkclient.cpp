@@ -108,8 +108,8 @@ void cLinkClient::send(WMsg message, bool mayAnswer)
     if (!mStarted) {
         return;
     }
-    if (mayAnswer && mToken && mType == message.type) {
-        mSession.answer(*mToken, std::move(message));
+    if (mayAnswer && mDelivering != nullptr && mDelivering->message.type == message.type) {
+        mSession.answer(mDelivering->token, std::move(message));
     } else {
         mSession.send(std::move(message));
     }
@@ -154,59 +154,54 @@ void cLinkClient::keepLink(const std::stop_token& stop)
         }
     });
     for (mWakeup.reset(); !stop.stop_requested(); mWakeup.reset()) {
-        std::string problem;
+        std::string problem = "the name has no address";
         const SocketPtr socket = connect(&problem);
-        setUp(socket);
+        setSocket(socket);
         if (socket) {
             warnOfDropped();
             problem = keepConnection(stop, *socket);
             warnOfDropped();
-            setDown();
+            setSocket(nullptr);
         }
         pause(stop, problem);
     }
 }
 
+/// Null on failure, with the reason in @p *problem if there was an address.
 cLinkClient::SocketPtr cLinkClient::connect(std::string* problem)
 {
     const int64_t deadline = linkNowMs() + mSettings.connectMs;
-    const std::vector<sLinkAddress> addresses =
-        resolveAddress(mAddress, mPort, mSettings.connectMs, mWakeup.fd());
-    *problem = "the name has no address";
-    const int left = static_cast<int>(std::max<int64_t>(deadline - linkNowMs(), 1));
-    SocketPtr socket = cLinkSocket::connectTo(addresses, left, mWakeup.fd(), problem);
+    const auto addresses = resolveAddress(mAddress, mPort, mSettings.connectMs, mWakeup.fd());
+    const auto leftMs = static_cast<int>(deadline - linkNowMs());
+    SocketPtr socket = cLinkSocket::connectTo(addresses, leftMs, mWakeup.fd(), problem);
     if (socket) {
         mLog.info(("Connected to " + server()).c_str());
     }
     return socket;
 }
 
-/// Puts @p socket into use, and tells start() how the attempt came out. Null if it failed.
-void cLinkClient::setUp(const SocketPtr& socket)
+/// Puts @p socket, which is null while the link is down, in the place of the one before. Tells start() how
+/// the first attempt came out.
+void cLinkClient::setSocket(const SocketPtr& socket)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    mSocket = socket;
-    if (socket) {
-        socket->recordTo(mCapture, cCapturedLink::CONNECTED);
-        mSession.connected(linkNowMs());
-        updateReading(linkNowMs());
+    if (mSocket) {
+        if (mSession.hasReceived()) {
+            mBackoff.reset();
+        }
+        end(mSession.disconnected());
+        mSocket->shutDown();
     }
+    mSocket = socket;
+    if (mSocket) {
+        mSocket->recordTo(mCapture, cCapturedLink::CONNECTED);
+        mSession.connected(linkNowMs());
+    }
+    updateReading(linkNowMs());
     if (!mFirstAttempt) {
-        mFirstAttempt = socket != nullptr;
+        mFirstAttempt = mSocket != nullptr;
         mChanged.notify_all();
     }
-}
-
-void cLinkClient::setDown()
-{
-    const std::lock_guard<std::mutex> lock(mMutex);
-    if (mSession.hasReceived()) {
-        mBackoff.reset();
-    }
-    end(mSession.disconnected());
-    mSocket->shutDown();
-    mSocket.reset();
-    updateReading(linkNowMs());
 }
 
 void cLinkClient::warnOfDropped()
@@ -306,12 +301,11 @@ void cLinkClient::deliverNext(std::unique_lock<std::mutex>* lock)
     mInbound.pop_front();
     mInboundBytes -= sizeOf(received.message);
     updateReading(linkNowMs());
-    mToken = received.token;
-    mType = received.message.type;
+    mDelivering = &received;
     lock->unlock();
     mDeliver(received.message);
     lock->lock();
-    mToken.reset();
+    mDelivering = nullptr;
 }
 
 // Any thread. The caller holds mMutex.

@@ -61,8 +61,7 @@ private:
     // The link thread.
     void keepLink(const std::stop_token& stop);
     SocketPtr connect(std::string* problem);
-    void setUp(const SocketPtr& socket);
-    void setDown();
+    void setSocket(const SocketPtr& socket);
     void warnOfDropped();
     std::string keepConnection(const std::stop_token& stop, const cLinkSocket& socket);
     short process(int64_t nowMs, bool reads);
@@ -106,15 +105,12 @@ private:
     std::shared_ptr<cCaptureFile> mCapture;
     std::deque<LinkSession::Received> mInbound; ///< messages to be delivered
     size_t mInboundBytes = 0;
-    bool mReading = false;       ///< the socket is to be read
-    bool mBackpressured = false; ///< too many answers wait: nothing is delivered
-    bool mBlocked = false;       ///< the link thread waits until more can be written
+    const LinkSession::Received* mDelivering = nullptr; ///< the message that is being delivered
+    bool mReading = false;                              ///< the socket is to be read
+    bool mBackpressured = false;                        ///< too many answers wait: nothing is delivered
+    bool mBlocked = false;                              ///< the link thread waits until more can be written
     bool mStarted = false;
     std::optional<bool> mFirstAttempt; ///< whether it has connected; none while it lasts
-
-    // Of the message that is being delivered.
-    std::optional<LinkSession::ReplyToken> mToken; ///< none if there is none
-    uint8_t mType = 0;
 
     // The starting thread's own.
     std::jthread mLinkThread;

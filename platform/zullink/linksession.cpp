@@ -28,10 +28,6 @@ uint8_t LinkNumbers::next(const std::bitset<256>& own)
     return mCurrMsgSeq;
 }
 
-LinkSession::LinkSession(const Settings& settings, LinkNumbers* numbers)
-    : mSettings(settings), mNumbers(numbers)
-{}
-
 LinkSession::~LinkSession() { drop(false); }
 
 void LinkSession::connected(int64_t nowMs)
@@ -182,7 +178,8 @@ void LinkSession::answer(const ReplyToken& token, WMsg message)
 
 uint64_t LinkSession::request(WMsg message, AnswerHandler handler)
 {
-    if (isFull() || (!mConnected && !mSettings.keepsMessages)) {
+    const auto queued = static_cast<size_t>(std::ranges::count(mQueue, eKind::REQUEST, &Entry::kind));
+    if (mOutstanding.size() + queued >= kMaxOutstanding || (!mConnected && !mSettings.keepsMessages)) {
         return 0;
     }
     push({.message = std::move(message),
@@ -194,16 +191,14 @@ uint64_t LinkSession::request(WMsg message, AnswerHandler handler)
 
 void LinkSession::giveUp(uint64_t request)
 {
-    for (Entry& outstanding : mOutstanding) {
-        if (outstanding.request == request) {
-            outstanding.handler = nullptr;
-            return;
-        }
+    if (request == 0) {
+        return;
     }
-    const auto queued = std::find_if(mQueue.begin(), mQueue.end(), [request](const Entry& entry) {
-        return entry.kind == eKind::REQUEST && entry.request == request;
-    });
-    if (queued != mQueue.end()) {
+    const auto outstanding = std::ranges::find(mOutstanding, request, &Entry::request);
+    const auto queued = std::ranges::find(mQueue, request, &Entry::request);
+    if (outstanding != mOutstanding.end()) {
+        outstanding->handler = nullptr;
+    } else if (queued != mQueue.end()) {
         count(*queued, false);
         mQueue.erase(queued);
     }
@@ -214,9 +209,6 @@ void LinkSession::count(const Entry& entry, bool added)
     const size_t cost = entry.message.payload.size() + sizeof(Entry);
     size_t& bytes = entry.kind == eKind::ANSWER ? mAnswerBytes : mQueueBytes;
     bytes = added ? bytes + cost : bytes - cost;
-    if (entry.kind == eKind::REQUEST) {
-        mQueuedRequests = added ? mQueuedRequests + 1 : mQueuedRequests - 1;
-    }
 }
 
 void LinkSession::push(Entry entry)
@@ -237,8 +229,7 @@ void LinkSession::trim()
         abandon(kNotReading);
     }
     while (mSettings.keepsMessages && mQueueBytes > mSettings.queueBytes) {
-        const auto oldest = std::find_if(mQueue.begin(), mQueue.end(),
-                                         [](const Entry& entry) { return entry.kind == eKind::EVENT; });
+        const auto oldest = std::ranges::find(mQueue, eKind::EVENT, &Entry::kind);
         if (oldest == mQueue.end()) {
             return;
         }

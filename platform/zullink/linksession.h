@@ -78,7 +78,7 @@ public:
     };
 
     /// @p numbers is borrowed.
-    LinkSession(const Settings& settings, LinkNumbers* numbers);
+    LinkSession(const Settings& settings, LinkNumbers* numbers) : mSettings(settings), mNumbers(numbers) {}
     ~LinkSession();
     LinkSession(const LinkSession&) = delete;
     LinkSession& operator=(const LinkSession&) = delete;
@@ -180,7 +180,6 @@ private:
 
     bool isSound() const { return mConnected && mProblem.empty(); }
     bool isWriting() const { return mWritten < mOutput.size(); }
-    bool isFull() const { return mOutstanding.size() + mQueuedRequests >= kMaxOutstanding; }
     void push(Entry entry);
     void count(const Entry& entry, bool added);
     void trim();
@@ -209,7 +208,6 @@ private:
     // Requests.
     std::deque<Entry> mOutstanding; ///< written at least in part, oldest first, without payload
     std::bitset<256> mTaken;        ///< the numbers in mOutstanding
-    size_t mQueuedRequests = 0;
     uint64_t mLastRequest = 0;
     uint64_t mUnmatched = 0;
 

@@ -36,14 +36,11 @@ int connectSocket(int fd, const sLinkAddress& address, int64_t deadlineMs, int w
     // Messages are small and each one counts: no waiting for more (tcp(7)).
     const int on = 1;
     setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    int error = 0;
     if (connect(fd, reinterpret_cast<const sockaddr*>(&address.storage), address.size) != 0) {
-        const bool pending = errno == EINPROGRESS || errno == EINTR;
-        const int error = pending ? waitForConnect(fd, deadlineMs, wakeFd) : errno;
-        if (error != 0) {
-            return error;
-        }
+        error = errno == EINPROGRESS || errno == EINTR ? waitForConnect(fd, deadlineMs, wakeFd) : errno;
     }
-    return cLinkSocket::isSelfConnected(fd) ? ECONNREFUSED : 0;
+    return error == 0 && cLinkSocket::isSelfConnected(fd) ? ECONNREFUSED : error;
 }
 
 bool isReadable(int fd)

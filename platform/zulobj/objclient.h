@@ -60,11 +60,10 @@ public:
     int processIo();
 
     /// Starts the threads and the first attempt to connect to @p address, a name or a number, and @p port,
-    /// 0 to 65535. True if the connection stands within Settings::startMs. False does not mean the end: the
-    /// client goes on trying, unless the address is null or empty, the port out of range or the system out of
-    /// threads, which starts nothing. Started again, it gives its connection up and turns to the new address;
-    /// events that wait are kept. One thread at a time; no listener may be waiting for that thread's return
-    /// from stop().
+    /// 0 to 65535. True if the connection stands within Settings::startMs; else the client goes on trying,
+    /// unless an argument is out of range or the system is out of threads. Started again, it gives its
+    /// connection up and turns to the new address; events that wait are kept. One thread at a time; no
+    /// listener may be waiting for that thread's return from stop().
     bool start(const char* address, int port);
 
     /// Ends the connection and joins every thread. What waits to be sent is dropped.
