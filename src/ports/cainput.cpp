@@ -13,9 +13,9 @@ cAInput::cAInput() : mLastSampleTime(time(nullptr))
     addFixedCell(box, &mQOffset, "0", 60);
     addFixedCell(box, &mQSampleRate, "10", 60);
 
-    mQSampleValue = new QSlider(Qt::Horizontal);
+    mQSampleValue = new cFocusedWheel<QSlider>;
+    mQSampleValue->setOrientation(Qt::Horizontal);
     mQSampleValue->setRange(0, 100);
-    filterWheel(mQSampleValue);
     mQLabel.setBuddy(mQSampleValue);
     box->addWidget(mQSampleValue);
     auto* value = new QLabel("0");

@@ -9,9 +9,8 @@ cDInput::cDInput() : mRow(new cFixedLayoutRow)
     mQDefaultState = new QLabel("LOW");
     mRow->addWidget(mQDefaultState, 1);
     setDefaultState(OBJ_IO_STATE_CLEAR);
-    mQCurrentState = new QComboBox;
+    mQCurrentState = new cFocusedWheel<QComboBox>;
     mQCurrentState->addItems({"LOW", "HIGH"});
-    filterWheel(mQCurrentState);
     mQLabel->setBuddy(mQCurrentState);
     mRow->addWidget(mQCurrentState, 1);
     connect(mQCurrentState, SIGNAL(currentIndexChanged(int)), this, SLOT(combo_select(int)));

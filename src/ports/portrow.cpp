@@ -2,26 +2,17 @@
 
 #include "scaledwidth.h"
 
-#include <QEvent>
-
 namespace {
 
-class cWheelEventFilter : public QObject
+/// The roles that are not set here come from the row's parent.
+QPalette rowPalette(const QColor& background)
 {
-public:
-    using QObject::QObject;
-
-protected:
-    bool eventFilter(QObject* control, QEvent* event) override
-    {
-        if (event->type() != QEvent::Wheel || static_cast<QWidget*>(control)->hasFocus()) {
-            return false;
-        }
-        // Qt offers an ignored event to the parent widget.
-        event->ignore();
-        return true;
-    }
-};
+    QPalette palette;
+    palette.setBrush(QPalette::Window, background);
+    // Both colours are too bright for the white text of a dark palette.
+    palette.setBrush(QPalette::WindowText, Qt::black);
+    return palette;
+}
 
 } // namespace
 
@@ -34,22 +25,12 @@ void addFixedCell(QHBoxLayout* row, QLabel* cell, const QString& text, int width
 
 void setStatusColour(QWidget* row, bool alarm)
 {
-    const QColor background(alarm ? Qt::red : Qt::green);
+    static const QPalette kAlarm = rowPalette(Qt::red);
+    static const QPalette kClear = rowPalette(Qt::green);
+    const QPalette& palette = alarm ? kAlarm : kClear;
     // Setting a palette visits every child.
-    if (row->autoFillBackground() && row->palette().color(QPalette::Window) == background) {
-        return;
+    if (!row->autoFillBackground() || row->palette().window() != palette.window()) {
+        row->setPalette(palette);
+        row->setAutoFillBackground(true);
     }
-    // The roles that are not set here come from the row's parent.
-    QPalette palette;
-    palette.setBrush(QPalette::Window, background);
-    // Both colours are too bright for the white text of a dark palette.
-    palette.setBrush(QPalette::WindowText, Qt::black);
-    row->setPalette(palette);
-    row->setAutoFillBackground(true);
-}
-
-void filterWheel(QWidget* control)
-{
-    control->setFocusPolicy(Qt::StrongFocus);
-    control->installEventFilter(new cWheelEventFilter(control));
 }
