@@ -25,9 +25,9 @@ bool sameConditions(const server::Conditions& a, const server::Conditions& b)
 
 bool same(const Command& a, const Command& b)
 {
-    return a.kind == b.kind && a.message == b.message && a.filter.deviceSerial == b.filter.deviceSerial &&
-           a.filter.objectType == b.filter.objectType && sameBits(a.seconds, b.seconds) &&
-           sameConditions(a.filter.conditions, b.filter.conditions);
+    return a.kind == b.kind && a.message.type == b.message.type && a.message.payload == b.message.payload &&
+           a.filter.deviceSerial == b.filter.deviceSerial && a.filter.objectType == b.filter.objectType &&
+           sameBits(a.seconds, b.seconds) && sameConditions(a.filter.conditions, b.filter.conditions);
 }
 
 bool isExpectation(const Command& command)

@@ -18,7 +18,7 @@ constexpr int kLastLinesMs = 2000;
 
 std::string cannotWrite(const char* what, const std::string& path, const WStatus& status)
 {
-    return std::string("The ") + what + " " + quoted(path) + " cannot be written: " + status.problem();
+    return std::string("The ") + what + " " + quote(path) + " cannot be written: " + status.problem();
 }
 
 } // namespace

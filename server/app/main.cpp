@@ -15,7 +15,7 @@ namespace {
 /// Opens the standard streams that are closed, so that no socket gets their numbers.
 void fillStandardStreams()
 {
-    int opened = ::open("/dev/null", O_RDONLY);
+    int opened = 0;
     while (opened >= 0 && opened <= 2) {
         opened = ::open("/dev/null", O_RDONLY);
     }

@@ -16,9 +16,8 @@ namespace {
 constexpr const char* kFooter =
     "Standard output carries one JSON object per line. Commands are read from standard input, one per line,\n"
     "unless --command or --commands gives them; the command \"help\" lists them.\n"
-    "Exit status: 0 done; 1 wrong usage or cannot listen; 2 a command ended in error; 3 a command or the "
-    "run\n"
-    "timed out; 4 an expectation was not met.";
+    "Exit status: 0 done; 1 wrong usage or cannot listen; 2 a command ended in error; "
+    "3 a command or the run\ntimed out; 4 an expectation was not met.";
 
 /// The options before they are checked.
 struct RawOptions
@@ -34,25 +33,20 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
     app->footer(kFooter);
     app->set_version_flag("--version", version,
                           "Print the version, the commit and the libraries' versions, and end");
-    app->add_option("--listen", options->listen, "Listen at this address, 127.0.0.1 unless given")
-        ->type_name("ADDRESS");
-    app->add_option("--port", raw->port, "Listen at this port, 50000 unless given; 0 picks a free one")
-        ->type_name("N");
-    app->add_option("--port-file", options->portFile, "Write the port to this file while the server listens")
-        ->type_name("FILE");
-    app->add_option("--command", options->commands, "Run this command; may be given again")
-        ->type_name("COMMAND")
+    const auto add = [app](const char* name, auto* value, const char* type, const char* help) {
+        return app->add_option(name, *value, help)->type_name(type);
+    };
+    add("--listen", &options->listen, "ADDRESS", "Listen at this address, 127.0.0.1 unless given");
+    add("--port", &raw->port, "N", "Listen at this port, 50000 unless given; 0 picks a free one");
+    add("--port-file", &options->portFile, "FILE", "Write the port to this file while the server listens");
+    add("--command", &options->commands, "COMMAND", "Run this command; may be given again")
         ->allow_extra_args(false);
-    app->add_option("--commands", raw->commandsFile, "Then run the commands of this file, one per line")
-        ->type_name("FILE");
-    app->add_option("--count", raw->count, "End after so many messages")->type_name("N");
-    app->add_option("--timeout", raw->timeout, "End after so many seconds: the run has timed out")
-        ->type_name("S");
-    app->add_option("--junit", options->junit, "Write a report of the run to this file, as JUnit XML")
-        ->type_name("FILE");
-    app->add_option("--capture", options->capture,
-                    "Record what devices and server exchange in this file (pcapng)")
-        ->type_name("FILE");
+    add("--commands", &raw->commandsFile, "FILE", "Then run the commands of this file, one per line");
+    add("--count", &raw->count, "N", "End after so many messages");
+    add("--timeout", &raw->timeout, "S", "End after so many seconds: the run has timed out");
+    add("--junit", &options->junit, "FILE", "Write a report of the run to this file, as JUnit XML");
+    add("--capture", &options->capture, "FILE",
+        "Record what devices and server exchange in this file (pcapng)");
     app->add_flag("--verbose", options->verbose, "Say more on standard error");
 }
 
@@ -70,14 +64,14 @@ std::string readCommands(const std::string& path, std::vector<std::string>* comm
         text.append(block.data(), static_cast<size_t>(file.gcount()));
     }
     if (text.size() > kMaxFileBytes) {
-        return quoted(path) + " holds more than 16 MiB.";
+        return quote(path) + " holds more than 16 MiB.";
     }
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
         commands->push_back(line);
     }
     // A directory opens but never reaches its end.
-    return file.eof() ? std::string() : "Cannot read " + quoted(path) + ": " + std::strerror(errno) + ".";
+    return file.eof() ? std::string() : "Cannot read " + quote(path) + ": " + std::strerror(errno) + ".";
 }
 
 /// Checks the options. Returns what is wrong with them, or an empty text.
@@ -97,7 +91,7 @@ std::string check(const CLI::App& app, const RawOptions& raw, Options* options)
     }
     options->timeout = parseSeconds(raw.timeout);
     if (app.count("--timeout") > 0 && options->timeout.value_or(0.0) == 0.0) {
-        return "--timeout is not a number of seconds above 0 and up to 86400: " + quoted(raw.timeout) + ".";
+        return "--timeout is not a number of seconds above 0 and up to 86400: " + quote(raw.timeout) + ".";
     }
     const bool fileGiven = app.count("--commands") > 0;
     options->commandsGiven = fileGiven || app.count("--command") > 0;

@@ -34,7 +34,7 @@ std::optional<uint32_t> readPort(const Part& part, CommandWords* words)
     }
     const std::optional<uint32_t> port = parseNumber(word, 1);
     if (!port) {
-        words->fail("PORT is neither * nor a whole number from 1 to 4294967295: " + quoted(word) + ".");
+        words->fail("PORT is neither * nor a whole number from 1 to 4294967295: " + quote(word) + ".");
     }
     return port;
 }
@@ -66,7 +66,7 @@ std::optional<uint32_t> readState(const Part& part, CommandWords* words)
         return cObject::OBJ_IO_STATE_SET;
     }
     if (text && text != "low") {
-        words->fail(part.name + (" is neither high nor low: " + quoted(*text)) + ".");
+        words->fail(part.name + (" is neither high nor low: " + quote(*text)) + ".");
     }
     return text ? std::make_optional<uint32_t>(cObject::OBJ_IO_STATE_CLEAR) : std::nullopt;
 }
@@ -155,7 +155,7 @@ std::optional<uint32_t> readObject(const std::string& verb, CommandWords* words,
         }
     }
     words->fail(word.empty() ? "The command does not say what to " + verb + "."
-                             : "There is no " + quoted(word) + " to " + verb + ".");
+                             : "There is no " + quote(word) + " to " + verb + ".");
     return std::nullopt;
 }
 

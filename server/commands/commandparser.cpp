@@ -32,7 +32,7 @@ void readObjectType(CommandWords* words, Command* command)
                                      ? std::make_optional(type)
                                      : parseNumber(word);
     if (!command->filter.objectType) {
-        words->fail(quoted(word) + " is no type of an object.");
+        words->fail(quote(word) + " is no type of an object.");
     }
 }
 
@@ -75,11 +75,11 @@ void readConditions(CommandWords* words, const std::vector<ExpectedField>& field
 {
     for (const auto& [entry, value] : fields) {
         if (!filter->objectType) {
-            words->fail("The field " + quoted(entry->name) + " needs the type of its object.");
+            words->fail("The field " + quote(entry->name) + " needs the type of its object.");
         } else if (!hasField(*filter->objectType, entry->name)) {
-            words->fail(typeText(*filter->objectType) + " has no field " + quoted(entry->name) + ".");
+            words->fail(typeText(*filter->objectType) + " has no field " + quote(entry->name) + ".");
         } else {
-            words->fail(Condition::read(*entry, value, &filter->conditions.emplace_back()));
+            filter->conditions.emplace_back(*entry, value, words);
         }
     }
 }
@@ -134,7 +134,7 @@ void readSleep(CommandWords* words, Command* command)
     if (word.empty()) {
         words->fail("The command needs a number of seconds.");
     } else if (!seconds) {
-        words->fail("The time is not a number of seconds from 0 to 86400: " + quoted(word) + ".");
+        words->fail("The time is not a number of seconds from 0 to 86400: " + quote(word) + ".");
     }
 }
 
@@ -197,7 +197,7 @@ void readCommand(const Verb& verb, CommandWords* words, Command* command)
         command->seconds = text ? parseSeconds(*text).value_or(0.0) : verb.seconds;
         if (command->seconds == 0.0) {
             words->fail(verb.timeField +
-                        (" is not a number of seconds above 0 and up to 86400: " + quoted(*text)) + ".");
+                        (" is not a number of seconds above 0 and up to 86400: " + quote(*text)) + ".");
         }
     }
     verb.read(words, command);
@@ -231,7 +231,7 @@ std::string parseCommand(const std::string& line, Command* command)
         }
     }
     return first.empty() ? "The line does not begin with a command."
-                         : "There is no command " + quoted(first) + ".";
+                         : "There is no command " + quote(first) + ".";
 }
 
 std::string commandHelp()

@@ -1,6 +1,9 @@
 #include "server/commands/commandwords.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <system_error>
 
 #include "server/io/jsonline.h"
 
@@ -8,26 +11,32 @@ namespace server {
 
 namespace {
 
-/// The position after the text in quotation marks at @p begin; the end of the line if no mark closes it.
-size_t endOfMarked(const std::string& line, size_t begin)
+template <class Number, class... Format>
+std::optional<Number> parse(std::string_view text, Format... format)
 {
-    for (size_t at = begin + 1; at < line.size(); ++at) {
-        if (line[at] == '\\') {
-            ++at;
-        } else if (line[at] == '"') {
-            return at + 1;
-        }
-    }
-    return line.size();
+    Number number = 0;
+    const char* const end = text.data() + text.size();
+    const std::from_chars_result result = std::from_chars(text.data(), end, number, format...);
+    return result.ec == std::errc() && result.ptr == end ? std::make_optional(number) : std::nullopt;
+}
+
+template <class Real>
+std::optional<Real> parseFinite(std::string_view text)
+{
+    const std::optional<Real> number = parse<Real>(text);
+    return number && std::isfinite(*number) ? number : std::nullopt;
 }
 
 /// The position after the word or field at @p begin. Blanks in quotation marks belong to it.
 size_t endOfToken(const std::string& line, size_t begin)
 {
-    const size_t end = std::min(line.find_first_of(kBlanks, begin), line.size());
-    const size_t equals = line.find('=', begin);
-    const bool marked = equals < end && equals + 1 < line.size() && line[equals + 1] == '"';
-    return marked ? std::min(line.find_first_of(kBlanks, endOfMarked(line, equals + 1)), line.size()) : end;
+    size_t at = std::min(line.find_first_of(std::string("=") + kBlanks, begin), line.size());
+    if (line.compare(at, 2, "=\"") == 0) {
+        for (at += 2; at < line.size() && line[at] != '"'; ++at) {
+            at += line[at] == '\\' ? 1 : 0;
+        }
+    }
+    return std::min(line.find_first_of(kBlanks, at), line.size());
 }
 
 } // namespace
@@ -40,6 +49,29 @@ std::string trimmed(const std::string& text)
 }
 
 bool isSkipped(const std::string& trimmedLine) { return trimmedLine.empty() || trimmedLine[0] == '#'; }
+
+std::optional<uint32_t> parseNumber(std::string_view text, uint32_t min, uint32_t max)
+{
+    const bool hex = text.starts_with("0x") || text.starts_with("0X");
+    const std::optional<uint32_t> number = parse<uint32_t>(hex ? text.substr(2) : text, hex ? 16 : 10);
+    return number && *number >= min && *number <= max ? number : std::nullopt;
+}
+
+std::optional<float> parseFloat(std::string_view text) { return parseFinite<float>(text); }
+
+std::optional<float> parseAnyFloat(std::string_view text)
+{
+    const bool named = text == "nan" || text == "inf" || text == "-inf";
+    return named ? parse<float>(text) : parseFloat(text);
+}
+
+std::optional<double> parseDouble(std::string_view text) { return parseFinite<double>(text); }
+
+std::optional<double> parseSeconds(std::string_view text)
+{
+    const std::optional<double> seconds = parseDouble(text);
+    return seconds && !std::signbit(*seconds) && *seconds <= kMaxSeconds ? seconds : std::nullopt;
+}
 
 CommandWords::CommandWords(const std::string& line)
 {
@@ -61,19 +93,19 @@ void CommandWords::addField(const std::string& token, size_t equals)
     const std::string name = token.substr(0, equals);
     FieldValue value{token.substr(equals + 1), token.substr(equals + 1)};
     if (name.empty()) {
-        fail("A field has no name: " + quoted(token) + ".");
+        fail("A field has no name: " + quote(token) + ".");
     }
     if (value.written.starts_with('"')) {
         const JsonPtr json(json_loadb(value.written.data(), value.written.size(), JSON_DECODE_ANY, nullptr));
         if (json_is_string(json.get())) {
             value.text.assign(json_string_value(json.get()), json_string_length(json.get()));
         } else {
-            fail("The field " + quoted(name) +
+            fail("The field " + quote(name) +
                  " is no text in quotation marks, as JSON has it: " + value.written + ".");
         }
     }
     if (!mFields.emplace(name, value).second) {
-        fail("The field " + quoted(name) + " is given twice.");
+        fail("The field " + quote(name) + " is given twice.");
     }
 }
 
@@ -107,7 +139,7 @@ std::optional<float> CommandWords::real(const std::string& name)
     const std::optional<float> number = value ? parseAnyFloat(*value) : std::nullopt;
     if (value && !number) {
         fail(name + " is neither a decimal number that a float can hold nor nan, inf or -inf: " +
-             quoted(*value) + ".");
+             quote(*value) + ".");
     }
     return number;
 }
@@ -115,20 +147,20 @@ std::optional<float> CommandWords::real(const std::string& name)
 std::string CommandWords::finish()
 {
     if (const std::string left = word(); !left.empty()) {
-        fail("The command does not take " + quoted(left) + ".");
+        fail("The command does not take " + quote(left) + ".");
     }
     if (!mFields.empty()) {
-        fail("The command does not take the field " + quoted(mFields.begin()->first) + ".");
+        fail("The command does not take the field " + quote(mFields.begin()->first) + ".");
     }
     return mMistake;
 }
 
-std::string quoted(const std::string& text) { return '"' + text + '"'; }
+std::string quote(const std::string& text) { return '"' + text + '"'; }
 
 std::string numberMistake(const std::string& name, const std::string& text, uint32_t min, uint32_t max)
 {
     return name + " is not a whole number from " + std::to_string(min) + " to " + std::to_string(max) + ": " +
-           quoted(text) + ".";
+           quote(text) + ".";
 }
 
 } // namespace server

@@ -4,10 +4,8 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <utility>
+#include <string_view>
 #include <vector>
-
-#include "server/commands/numbers.h"
 
 namespace server {
 
@@ -22,6 +20,29 @@ std::string trimmed(const std::string& text);
 
 /// True if the line is blank or begins with '#'.
 bool isSkipped(const std::string& trimmedLine);
+
+/// The maximum of a whole number.
+constexpr uint32_t kMaxNumber = 0xFFFFFFFF;
+
+/// The maximum time in a command or an option, in seconds.
+constexpr double kMaxSeconds = 86400.0;
+
+// These read numbers, whatever the locale. The whole text must be the number.
+
+/// A whole number, decimal or hexadecimal after "0x", from @p min to @p max.
+std::optional<uint32_t> parseNumber(std::string_view text, uint32_t min = 0, uint32_t max = kMaxNumber);
+
+/// A decimal number that a float can hold, not NaN or infinity.
+std::optional<float> parseFloat(std::string_view text);
+
+/// The same, and also "nan", "inf" and "-inf".
+std::optional<float> parseAnyFloat(std::string_view text);
+
+/// The same as parseFloat() for a double.
+std::optional<double> parseDouble(std::string_view text);
+
+/// A time in decimal seconds from 0 to kMaxSeconds.
+std::optional<double> parseSeconds(std::string_view text);
 
 /// The value of a field.
 struct FieldValue
@@ -68,10 +89,8 @@ private:
     std::string mMistake;
 };
 
-/// @p text in quotation marks. Without the overload a variable would be passed to std::quoted, which the
-/// compiler finds too if a header of the library includes <iomanip>.
-std::string quoted(const std::string& text);
-inline std::string quoted(std::string& text) { return quoted(std::as_const(text)); }
+/// @p text in quotation marks.
+std::string quote(const std::string& text);
 
 /// The sentence that @p name is not a whole number from @p min to @p max.
 std::string numberMistake(const std::string& name, const std::string& text, uint32_t min = 0,

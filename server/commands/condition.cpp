@@ -28,54 +28,49 @@ std::string namesOf(const zuldict::Enumeration& names)
 
 } // namespace
 
-std::string Condition::read(const zuldict::TagEntry& field, const FieldValue& value, Condition* condition)
+Condition::Condition(const zuldict::TagEntry& field, const FieldValue& value, CommandWords* words)
+    : mField(&field),
+      mText(field.name + ("=" + value.written)),
+      mNull(value.written == "null" && !isNumber()),
+      mWanted(utf8::repaired(value.text.c_str()))
 {
-    *condition = Condition();
-    condition->mField = &field;
-    condition->mText = field.name + ("=" + value.written);
-    if (field.wireType == zuldict::eWireType::NUMBER) {
-        return condition->readNumber(value.text);
+    if (isNumber()) {
+        readNumber(value.text, words);
+    } else if (field.wireType == zuldict::eWireType::FLOAT && !mNull) {
+        readFloat(value.text, words);
     }
-    condition->mNull = value.written == "null";
-    condition->mWanted = utf8::repaired(value.text.c_str());
-    return condition->mNull || field.wireType == zuldict::eWireType::TEXT ? ""
-                                                                          : condition->readFloat(value.text);
 }
 
-std::string Condition::readNumber(const std::string& text)
+void Condition::readNumber(const std::string& text, CommandWords* words)
 {
     const std::optional<uint32_t> parsed = parseNumber(text);
     uint32_t number = parsed.value_or(0);
     const bool named = mField->names != nullptr && zuldict::valueOf(*mField->names, text.c_str(), &number);
     mMin = mMax = number;
-    if (parsed || named) {
-        return {};
+    if (!parsed && !named) {
+        words->fail(mField->names == nullptr
+                        ? numberMistake(mField->name, text)
+                        : std::string(mField->name) + " is neither a whole number nor one of " +
+                              namesOf(*mField->names) + ": " + quote(text) + ".");
     }
-    return mField->names == nullptr
-               ? numberMistake(mField->name, text)
-               : mField->name + (" is neither a whole number nor one of " + namesOf(*mField->names)) + ": " +
-                     quoted(text) + ".";
 }
 
-std::string Condition::readFloat(const std::string& text)
+void Condition::readFloat(const std::string& text, CommandWords* words)
 {
     const size_t mark = text.find('~');
-    if (mark == std::string::npos) {
-        if (const auto number = parseFloat(text)) {
-            mMin = mMax = *number;
-            return {};
-        }
+    const auto nearest = parseFloat(text);
+    const auto number = parseDouble(text.substr(0, mark));
+    const auto tolerance = parseDouble(mark == std::string::npos ? "" : text.substr(mark + 1));
+    if (nearest) {
+        mMin = mMax = *nearest;
+    } else if (number && tolerance && *tolerance >= 0.0) {
+        mMin = toFloat(*number - *tolerance);
+        mMax = toFloat(*number + *tolerance);
     } else {
-        const auto number = parseDouble(text.substr(0, mark));
-        const auto tolerance = parseDouble(text.substr(mark + 1));
-        if (number && tolerance && *tolerance >= 0.0) {
-            mMin = toFloat(*number - *tolerance);
-            mMax = toFloat(*number + *tolerance);
-            return {};
-        }
+        words->fail(std::string(mField->name) +
+                    " is neither a decimal number that a float can hold, nor N~T, nor null: " + quote(text) +
+                    ".");
     }
-    return mField->name +
-           (" is neither a decimal number that a float can hold, nor N~T, nor null: " + quoted(text) + ".");
 }
 
 bool Condition::holds(const json_t* object) const

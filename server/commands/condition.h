@@ -13,13 +13,12 @@ namespace server {
 class Condition
 {
 public:
-    /// Reads what @p field should be. Returns one sentence that says what is wrong with it, or an empty text
-    /// when @p *condition has been filled.
+    /// Reads what @p field should be; a wrong @p value is a mistake in @p *words.
     ///
     /// A number is decimal, hexadecimal or the name of an enumerator. A float is a decimal number, which is
     /// compared as a float, or N~T for all from N-T to N+T, both rounded to floats. "null" without quotation
     /// marks stands for what is null in JSON: a text never set, NaN and infinity.
-    static std::string read(const zuldict::TagEntry& field, const FieldValue& value, Condition* condition);
+    Condition(const zuldict::TagEntry& field, const FieldValue& value, CommandWords* words);
 
     /// Compares @p object, in the form of getJSONObj().
     bool holds(const json_t* object) const;
@@ -33,12 +32,12 @@ public:
     const std::string& text() const { return mText; }
 
 private:
-    std::string readNumber(const std::string& text);
-    std::string readFloat(const std::string& text);
+    void readNumber(const std::string& text, CommandWords* words);
+    void readFloat(const std::string& text, CommandWords* words);
 
-    const zuldict::TagEntry* mField = nullptr;
+    const zuldict::TagEntry* mField;
     std::string mText;
-    bool mNull = false;
+    bool mNull;
     double mMin = 0.0; ///< of a number or a float
     double mMax = 0.0;
     std::string mWanted; ///< of a text

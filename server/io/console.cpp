@@ -24,10 +24,6 @@ void writeWithoutWaiting(int fd, const std::string& text)
 
 } // namespace
 
-Console::Console(boost::asio::io_context& io, int outputFd, int errorFd, bool verbose)
-    : mOutput(io, outputFd), mErrorFd(errorFd), mVerbose(verbose)
-{}
-
 void Console::line(const JsonPtr& json)
 {
     const std::string text = lineText(json, std::chrono::system_clock::now());

@@ -14,7 +14,9 @@ class Console
 {
 public:
     /// @p errorFd is borrowed. Without @p verbose debug() does nothing.
-    Console(boost::asio::io_context& io, int outputFd, int errorFd, bool verbose);
+    Console(boost::asio::io_context& io, int outputFd, int errorFd, bool verbose)
+        : mOutput(io, outputFd), mErrorFd(errorFd), mVerbose(verbose)
+    {}
 
     NonBlockingLineWriter& output() { return mOutput; }
 

@@ -11,22 +11,14 @@
 
 namespace server {
 
-namespace {
-
-int duplicateOf(int fd)
+NonBlockingLineWriter::NonBlockingLineWriter(boost::asio::io_context& io, int fd) : mIo(io), mStream(io)
 {
     const int copy = ::dup(fd);
     if (copy < 0) {
         throw boost::system::system_error(errno, boost::system::generic_category());
     }
-    return copy;
+    mStream.assign(copy);
 }
-
-} // namespace
-
-NonBlockingLineWriter::NonBlockingLineWriter(boost::asio::io_context& io, int fd)
-    : mIo(io), mStream(io, duplicateOf(fd))
-{}
 
 bool NonBlockingLineWriter::writable(int fd, int timeoutMs)
 {

@@ -13,6 +13,10 @@ namespace {
 
 constexpr const char* kSuite = "zulserver";
 
+constexpr const char* kFailure = "failure";
+constexpr const char* kError = "error";
+constexpr const char* kSkipped = "skipped";
+
 std::string attribute(const char* name, const std::string& value)
 {
     return std::string(" ") + name + "=\"" + xmlAttribute(value) + "\"";
@@ -57,8 +61,8 @@ void JunitReport::commandDone(const Reply& reply, double seconds)
 {
     mCases.back().seconds += seconds;
     if (reply.status != Reply::Status::OK) {
-        judge(reply.status == Reply::Status::FAILED ? Result::FAILED : Result::ERROR,
-              statusWord(reply.status), reply.error);
+        judge(reply.status == Reply::Status::FAILED ? kFailure : kError, statusWord(reply.status),
+              reply.error);
     }
 }
 
@@ -89,47 +93,33 @@ void JunitReport::dropLine(Output* output)
     ++output->leftOut;
 }
 
-void JunitReport::cutOff() { judge(Result::SKIPPED, "", "The run ended before this command was done."); }
+void JunitReport::cutOff() { judge(kSkipped, "", "The run ended before this command was done."); }
 
 void JunitReport::neverBegun(const std::string& text)
 {
     commandBegun(text);
-    judge(Result::SKIPPED, "", "The run ended before this command began.");
+    judge(kSkipped, "", "The run ended before this command began.");
 }
 
 void JunitReport::runFailed(const std::string& sentence)
 {
     open("the run");
     mCommand.clear();
-    judge(Result::ERROR, statusWord(Reply::Status::ERROR), sentence);
+    judge(kError, statusWord(Reply::Status::ERROR), sentence);
 }
 
 void JunitReport::open(const std::string& name) { mCases.emplace_back().name = name; }
 
 /// The first failure or error decides; a skipped command counts only if there is none.
-void JunitReport::judge(Result result, const std::string& type, const std::string& message)
+void JunitReport::judge(const std::string& element, const std::string& type, const std::string& message)
 {
     Case& current = mCases.back();
-    if (current.result == Result::PASSED ||
-        (current.result == Result::SKIPPED && result != Result::SKIPPED)) {
-        current.result = result;
+    if (current.element.empty() || (current.element == kSkipped && element != kSkipped)) {
+        current.element = element;
         current.type = type;
         current.message = message;
         current.command = mCommand;
     }
-}
-
-size_t JunitReport::count(Result result) const
-{
-    return static_cast<size_t>(std::ranges::count(mCases, result, &Case::result));
-}
-
-std::string JunitReport::counts() const
-{
-    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - mBegun;
-    return attribute("name", kSuite) + attribute("tests", mCases.size()) +
-           attribute("failures", count(Result::FAILED)) + attribute("errors", count(Result::ERROR)) +
-           attribute("skipped", count(Result::SKIPPED)) + attribute("time", std::to_string(time.count()));
 }
 
 std::string JunitReport::outputXml(const Output& output)
@@ -151,19 +141,25 @@ std::string JunitReport::caseXml(const Case& one)
 {
     std::string xml = "<testcase" + attribute("classname", kSuite) + attribute("name", one.name) +
                       attribute("time", std::to_string(one.seconds)) + ">\n";
-    if (one.result == Result::SKIPPED) {
+    if (one.element == kSkipped) {
         xml += "<skipped" + attribute("message", one.message) + "/>\n";
-    } else if (one.result != Result::PASSED) {
-        const std::string element = one.result == Result::FAILED ? "failure" : "error";
-        xml += "<" + element + attribute("message", one.message) + attribute("type", one.type) + ">" +
-               xmlText(one.command) + "\n" + xmlText(one.message) + "</" + element + ">\n";
+    } else if (!one.element.empty()) {
+        xml += "<" + one.element + attribute("message", one.message) + attribute("type", one.type) + ">" +
+               xmlText(one.command) + "\n" + xmlText(one.message) + "</" + one.element + ">\n";
     }
     return xml + outputXml(one.output) + "</testcase>\n";
 }
 
 std::string JunitReport::xml() const
 {
-    const std::string attributes = counts();
+    const auto count = [this](const char* element) {
+        return static_cast<size_t>(std::ranges::count(mCases, element, &Case::element));
+    };
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - mBegun;
+    const std::string attributes =
+        attribute("name", kSuite) + attribute("tests", mCases.size()) +
+        attribute("failures", count(kFailure)) + attribute("errors", count(kError)) +
+        attribute("skipped", count(kSkipped)) + attribute("time", std::to_string(time.count()));
     std::string xml = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites" + attributes +
                       ">\n<testsuite" + attributes + attribute("timestamp", timestamp(mStarted)) +
                       attribute("hostname", hostName()) + ">\n";

@@ -47,14 +47,6 @@ public:
     std::string xml() const;
 
 private:
-    enum class Result
-    {
-        PASSED,
-        FAILED,
-        ERROR,
-        SKIPPED
-    };
-
     /// Lines of output, the latest ones.
     struct Output
     {
@@ -66,7 +58,7 @@ private:
     struct Case
     {
         std::string name;
-        Result result = Result::PASSED;
+        std::string element; ///< "failure", "error" or "skipped"; empty if it passed
         std::string type;    ///< of a failure or an error: the status of the command
         std::string message; ///< why it did not pass
         std::string command; ///< the one that did not pass
@@ -75,10 +67,8 @@ private:
     };
 
     void open(const std::string& name);
-    void judge(Result result, const std::string& type, const std::string& message);
+    void judge(const std::string& element, const std::string& type, const std::string& message);
     void dropLine(Output* output);
-    size_t count(Result result) const;
-    std::string counts() const;
     static std::string outputXml(const Output& output);
     static std::string caseXml(const Case& one);
 

@@ -92,7 +92,11 @@ void CommandRunner::execute()
     case Command::Kind::SEND:
         return send();
     case Command::Kind::DROP:
-        return drop();
+        if (const DeviceSessions::SessionPtr session = pickDevice()) {
+            session->drop();
+            end({});
+        }
+        return;
     case Command::Kind::HELP:
         mConsole.text(commandHelp());
         return end({});
@@ -105,8 +109,6 @@ void CommandRunner::execute()
         end({});
         mEnded = true;
         return onEnd();
-    case Command::Kind::SLEEP:
-        return;
     default:
         return sessionsChanged();
     }
@@ -124,23 +126,36 @@ void CommandRunner::sessionsChanged()
     case Command::Kind::EXPECT_NO_EVENT:
         return lookForUnwantedEvent();
     case Command::Kind::WAIT_DEVICE:
-        return lookForDevice();
+        if (const auto found = mSessions.matching(mRun->command.filter.deviceSerial); !found.empty()) {
+            end(replyWith(*found.front()->device()));
+        }
+        return;
     case Command::Kind::WAIT_DISCONNECTED:
-        return lookForEnded();
+        if (const auto ended = mSessions.takeEnded(mRun->command.filter.deviceSerial)) {
+            end(*ended ? replyWith(**ended) : Reply());
+        }
+        return;
     default:
         return;
     }
 }
 
-/// The device that the running command means. If there is none, the command ends in an error.
+/// The only device that the running command can mean. If there is none, the command ends in an error.
 DeviceSessions::SessionPtr CommandRunner::pickDevice()
 {
-    std::string problem;
-    DeviceSessions::SessionPtr session = mSessions.pick(mRun->command.filter.deviceSerial, &problem);
-    if (!session) {
-        fail(problem);
+    const std::optional<uint32_t> serial = mRun->command.filter.deviceSerial;
+    const std::vector<DeviceSessions::SessionPtr> found = mSessions.matching(serial);
+    if (found.size() == 1) {
+        return found.front();
     }
-    return session;
+    const std::string withSerial = serial ? " with the serial " + std::to_string(*serial) : "";
+    if (found.empty()) {
+        fail("No device" + withSerial + " is connected.");
+    } else {
+        fail("Several devices" + withSerial + " are connected" +
+             (serial ? "." : ": pick one with device=SERIAL."));
+    }
+    return nullptr;
 }
 
 void CommandRunner::exchange()
@@ -190,14 +205,6 @@ void CommandRunner::send()
     }
 }
 
-void CommandRunner::drop()
-{
-    if (const DeviceSessions::SessionPtr session = pickDevice()) {
-        session->drop();
-        end({});
-    }
-}
-
 void CommandRunner::lookForEvent()
 {
     WMsg message;
@@ -214,20 +221,6 @@ void CommandRunner::lookForUnwantedEvent()
     mRun->scannedUpTo = mSessions.log().added();
     if (message != nullptr) {
         end(unwantedEvent(mRun->command.filter, *message));
-    }
-}
-
-void CommandRunner::lookForDevice()
-{
-    if (const DeviceSessions::SessionPtr session = mSessions.first(mRun->command.filter.deviceSerial)) {
-        end(replyWith(*session->device()));
-    }
-}
-
-void CommandRunner::lookForEnded()
-{
-    if (const auto ended = mSessions.takeEnded(mRun->command.filter.deviceSerial)) {
-        end(*ended ? replyWith(**ended) : Reply());
     }
 }
 

@@ -87,11 +87,8 @@ private:
     void exchange();
     void answered(const WMsg* answer);
     void send();
-    void drop();
     void lookForEvent();
     void lookForUnwantedEvent();
-    void lookForDevice();
-    void lookForEnded();
 
     void wakeUp(boost::asio::steady_timer* timer, std::chrono::duration<double> after,
                 void (CommandRunner::*then)());

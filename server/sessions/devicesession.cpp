@@ -76,15 +76,10 @@ void DeviceSession::askForDevice()
     ++mAsked;
     cObjectDevice any;
     any.setDeviceSerial(cObject::kWildcard);
-    cObjectList list;
-    list.setMsgType(cObjectList::kRequest);
-    list.addBorrowed(&any);
     WMsg message;
-    const WStatus status = list.encode(&message);
-    if (!status.isOk()) {
-        mListener->sessionReport(*this, "The device was not asked who it is: " + status.text() + ".");
-        return;
-    }
+    message.type = cObjectList::kRequest;
+    message.payload.resize(any.encodedSize());
+    any.encode(message.payload.data());
     request(std::move(message), [this](const WMsg* answer) {
         if (answer != nullptr) {
             takeDevice(*answer);
@@ -99,21 +94,22 @@ void DeviceSession::takeDevice(const WMsg& answer)
     if (!status.isOk()) {
         mListener->sessionReport(*this, "The device record was not understood: " + status.text() + ".");
     }
-    const cObjectDevice* device = deviceIn(&list);
-    if (device == nullptr || !status.isOk()) {
-        if (mAsked == mSettings.askAttempts) {
-            closeAsUnknown();
-        } else {
-            after(&mAskTimer, mSettings.askAgainMs, &DeviceSession::askForDevice);
-        }
-        return;
+    const cObjectDevice* device = status.isOk() ? deviceIn(&list) : nullptr;
+    if (device != nullptr) {
+        identified(*device);
+    } else if (mAsked == mSettings.askAttempts) {
+        closeAsUnknown();
+    } else {
+        after(&mAskTimer, mSettings.askAgainMs, &DeviceSession::askForDevice);
     }
-    mDevice = *device;
+}
+
+void DeviceSession::identified(const cObjectDevice& device)
+{
+    mDevice = device;
     mIdentifyTimer.cancel();
     mListener->sessionIdentified(*this);
-    std::deque<WMsg> held;
-    std::swap(held, mHeld);
-    for (WMsg& message : held) {
+    for (WMsg& message : std::exchange(mHeld, {})) {
         mListener->sessionMessage(*this, std::move(message));
     }
 }

@@ -87,6 +87,7 @@ private:
     void after(LinkTimer* timer, int ms, void (DeviceSession::*then)());
     void askForDevice();
     void takeDevice(const WMsg& answer);
+    void identified(const cObjectDevice& device);
     void closeAsUnknown() { mDriver->close("it does not say which device it is"); }
     void hold(WMsg&& message);
 

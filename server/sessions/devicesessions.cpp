@@ -15,10 +15,6 @@ bool isMeant(const std::optional<cObjectDevice>& device, std::optional<uint32_t>
 
 } // namespace
 
-DeviceSessions::DeviceSessions(boost::asio::io_context& io, Console& console, const LinkSettings& settings)
-    : mIo(io), mConsole(console), mSettings(settings)
-{}
-
 void DeviceSessions::add(boost::asio::ip::tcp::socket socket)
 {
     auto session = std::make_shared<DeviceSession>(std::move(socket), mSettings,
@@ -35,29 +31,6 @@ std::vector<DeviceSessions::SessionPtr> DeviceSessions::matching(std::optional<u
         return session->device() && isMeant(session->device(), serial);
     });
     return found;
-}
-
-DeviceSessions::SessionPtr DeviceSessions::pick(std::optional<uint32_t> serial, std::string* problem) const
-{
-    const std::vector<SessionPtr> found = matching(serial);
-    if (found.size() == 1) {
-        return found.front();
-    }
-    const std::string withSerial = serial ? " with the serial " + std::to_string(*serial) : "";
-    if (found.empty()) {
-        *problem = "No device" + withSerial + " is connected.";
-    } else if (serial) {
-        *problem = "Several devices" + withSerial + " are connected.";
-    } else {
-        *problem = "Several devices are connected: pick one with device=SERIAL.";
-    }
-    return nullptr;
-}
-
-DeviceSessions::SessionPtr DeviceSessions::first(std::optional<uint32_t> serial) const
-{
-    const std::vector<SessionPtr> found = matching(serial);
-    return found.empty() ? nullptr : found.front();
 }
 
 std::optional<DeviceSessions::Ended> DeviceSessions::takeEnded(std::optional<uint32_t> serial)
@@ -120,16 +93,6 @@ void DeviceSessions::sessionClosed(DeviceSession& session, const std::string& re
         mEnded.pop_front();
     }
     onChange();
-}
-
-void DeviceSessions::sessionReport(const DeviceSession& session, const std::string& sentence)
-{
-    mConsole.report(session.peer() + ": " + sentence);
-}
-
-void DeviceSessions::sessionDebug(const DeviceSession& session, const std::string& sentence)
-{
-    mConsole.debug(session.peer() + ": " + sentence);
 }
 
 } // namespace server

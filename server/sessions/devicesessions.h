@@ -23,7 +23,9 @@ public:
     static constexpr size_t kMaxEnded = 10000;
 
     /// Everything is borrowed.
-    DeviceSessions(boost::asio::io_context& io, Console& console, const LinkSettings& settings);
+    DeviceSessions(boost::asio::io_context& io, Console& console, const LinkSettings& settings)
+        : mIo(io), mConsole(console), mSettings(settings)
+    {}
 
     /// Called after a device has come, a message was printed or a connection has ended.
     std::function<void()> onChange;
@@ -34,12 +36,9 @@ public:
     /// Takes over the socket of a new client.
     void add(boost::asio::ip::tcp::socket socket);
 
-    /// The only device, of those with @p serial if one is given. Null, with one sentence in @p *problem, if
-    /// there is none or more than one.
-    SessionPtr pick(std::optional<uint32_t> serial, std::string* problem) const;
-
-    /// The device that connected first, of those with @p serial if one is given, or null.
-    SessionPtr first(std::optional<uint32_t> serial) const;
+    /// The devices that have said who they are, those with @p serial if one is given, in the order of
+    /// connecting.
+    std::vector<SessionPtr> matching(std::optional<uint32_t> serial) const;
 
     /// The device of a connection, or nothing if it did not say who it is.
     using Ended = std::optional<cObjectDevice>;
@@ -62,10 +61,14 @@ private:
     void sessionMessage(DeviceSession& session, WMsg&& message) override;
     void sessionClosed(DeviceSession& session, const std::string& reason) override;
     bool readingPaused() const override { return mConsole.output().congested(); }
-    void sessionReport(const DeviceSession& session, const std::string& sentence) override;
-    void sessionDebug(const DeviceSession& session, const std::string& sentence) override;
-
-    std::vector<SessionPtr> matching(std::optional<uint32_t> serial) const;
+    void sessionReport(const DeviceSession& session, const std::string& sentence) override
+    {
+        mConsole.report(session.peer() + ": " + sentence);
+    }
+    void sessionDebug(const DeviceSession& session, const std::string& sentence) override
+    {
+        mConsole.debug(session.peer() + ": " + sentence);
+    }
 
     boost::asio::io_context& mIo;
     Console& mConsole;

@@ -30,23 +30,19 @@ void PeerAcceptor::accept()
 {
     mAcceptor.async_accept(
         [this](const boost::system::error_code& error, boost::asio::ip::tcp::socket socket) {
-            if (error == boost::asio::error::operation_aborted) {
-                return;
-            }
-            if (error) {
+            if (!error) {
+                mFailing = false;
+                onPeer(std::move(socket));
+                accept();
+            } else if (error != boost::asio::error::operation_aborted) {
                 retryLater(error);
-                return;
             }
-            mFailing = false;
-            onPeer(std::move(socket));
-            accept();
         });
 }
 
 void PeerAcceptor::retryLater(const boost::system::error_code& error)
 {
-    if (!mFailing) {
-        mFailing = true;
+    if (!std::exchange(mFailing, true)) {
         onError("New connections cannot be accepted for now: " + error.message() + ".");
     }
     mRetryTimer.expires_after(std::chrono::seconds(1));

@@ -23,16 +23,18 @@ struct Row
 
 void PrintTo(const Row& row, std::ostream* out) { *out << row.name; }
 
-/// The field of a command line, and its row in the dictionary.
-std::string readCondition(const std::string& line, Condition* condition)
+/// The condition that the one field of a command line stands for.
+Condition readCondition(const std::string& line)
 {
     CommandWords words(line);
+    std::optional<Condition> condition;
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
         if (const std::optional<FieldValue> value = words.field(entry.name)) {
-            return Condition::read(entry, *value, condition);
+            condition.emplace(entry, *value, &words);
         }
     }
-    return words.finish();
+    EXPECT_EQ(words.finish(), "");
+    return condition.value();
 }
 
 JsonPtr objectWith(const std::string& name, const std::string& json)
@@ -48,8 +50,7 @@ class ConditionTest : public testing::TestWithParam<Row>
 TEST_P(ConditionTest, holdsOrNot)
 {
     const Row& row = GetParam();
-    Condition condition;
-    ASSERT_EQ(readCondition(row.field, &condition), "");
+    const Condition condition = readCondition(row.field);
     EXPECT_EQ(condition.text(), row.field);
     const JsonPtr object = objectWith(condition.name(), row.json);
     ASSERT_TRUE(object);
@@ -93,9 +94,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(ConditionTextTest, anObjectWithoutTheFieldDoesNotMatch)
 {
-    Condition condition;
-    ASSERT_EQ(readCondition("label=null", &condition), "");
-    EXPECT_FALSE(condition.holds(objectWith("portId", "1").get()));
+    EXPECT_FALSE(readCondition("label=null").holds(objectWith("portId", "1").get()));
 }
 
 TEST(ConditionTextTest, everyNameOfTheDictionaryIsTaken)
@@ -107,8 +106,7 @@ TEST(ConditionTextTest, everyNameOfTheDictionaryIsTaken)
         }
         for (const zuldict::Enumerator& enumerator : *entry.names) {
             ++enumerators;
-            Condition condition;
-            EXPECT_EQ(readCondition(std::string(entry.name) + "=" + enumerator.name, &condition), "");
+            const Condition condition = readCondition(std::string(entry.name) + "=" + enumerator.name);
             const JsonPtr object = objectWith(entry.name, "\"" + std::string(enumerator.name) + "\"");
             EXPECT_TRUE(condition.holds(object.get())) << enumerator.name;
         }
