@@ -81,6 +81,8 @@ PeerConnection PeerConnection::connectTo(int port)
     return PeerConnection(fd);
 }
 
+int PeerConnection::port() const { return portOf(mFd); }
+
 bool PeerConnection::waitForBytes(int timeoutMs) const
 {
     pollfd wait{mFd, POLLIN, 0};

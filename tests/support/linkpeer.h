@@ -22,6 +22,9 @@ public:
 
     bool isOpen() const { return mFd >= 0; }
 
+    /// The port of this end.
+    int port() const;
+
     /// True when there is something to receive, or the end, within @p timeoutMs.
     bool waitForBytes(int timeoutMs) const;
     bool send(const std::vector<uint8_t>& bytes);

@@ -40,7 +40,7 @@ expect_status() {
 
 # What the XPath expression $2 makes of report $1, which is sound.
 report() {
-    xmllint --noout --schema "$tests/server/junit.xsd" "$work/$1.xml" 2>"$work/verdict" ||
+    xmllint --noout --schema "$tests/support/junit.xsd" "$work/$1.xml" 2>"$work/verdict" ||
         fail "$(head -c 500 "$work/verdict")"
     xmllint --xpath "$2" "$work/$1.xml"
 }

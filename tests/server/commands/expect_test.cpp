@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <string>
 
+#include "localserver.h"
 #include "objdevice.h"
 #include "rawdevice.h"
 #include "server/commands/expectation.h"
-#include "testserver.h"
 #include "zulobj/access.h"
 #include "zulobj/adhoc.h"
 #include "zulobj/dinput.h"
@@ -54,7 +54,7 @@ protected:
         EXPECT_EQ(member(reply(command, "failed"), "error"), sentence);
     }
 
-    TestServer mServer;
+    LocalServer mServer;
     RawDevice mDevice;
 };
 

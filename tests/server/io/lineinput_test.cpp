@@ -4,8 +4,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include "localserver.h"
 #include "server/io/lineinput.h"
-#include "testserver.h"
 
 namespace {
 
@@ -77,7 +77,7 @@ TEST_F(LineInputTest, everyLineComesInTheEnd)
 
 TEST(CommandFloodTest, everyCommandIsAnsweredInItsOrder)
 {
-    TestServer server;
+    LocalServer server;
     const size_t commands = 3 * server::CommandRunner::kMaxWaiting;
     std::thread typing([&] {
         for (size_t i = 0; i < commands; ++i) {

@@ -7,9 +7,9 @@
 
 #include "faultproxy.h"
 #include "hexbytes.h"
+#include "localserver.h"
 #include "objdevice.h"
 #include "rawdevice.h"
-#include "testserver.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ std::vector<std::unique_ptr<RawDevice>> crowdAt(uint16_t port)
 
 TEST(BadPeersTest, aGoodDeviceIsServedBetweenTheSingleBytesOfManyOthers)
 {
-    TestServer server;
+    LocalServer server;
     ObjDevice good(1);
     ASSERT_TRUE(good.connectTo(server.port()));
     server.lines().next("device");
@@ -61,7 +61,7 @@ TEST(BadPeersTest, aLineThatFallsSilentIsLeftByBothEndsAndTheDeviceComesBack)
     clientSettings.pingAfterMs = 100;
     clientSettings.giveUpAfterMs = 2000;
     clientSettings.firstPauseMs = 1;
-    TestServer server(serverSettings);
+    LocalServer server(serverSettings);
     FaultProxy line(server.port());
     ObjDevice device(7, clientSettings);
     ASSERT_TRUE(device.connectTo(line.port()));
@@ -88,7 +88,7 @@ TEST(BadPeersTest, manySilentPeersAreDroppedAndTheGoodOneStays)
     server::LinkSettings settings;
     settings.link.pingAfterMs = 100;
     settings.link.giveUpAfterMs = 2000;
-    TestServer server(settings);
+    LocalServer server(settings);
     ObjDevice good(1);
     ASSERT_TRUE(good.connectTo(server.port()));
     server.lines().next("device");

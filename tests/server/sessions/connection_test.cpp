@@ -7,9 +7,9 @@
 #include <thread>
 #include <vector>
 
+#include "localserver.h"
 #include "objdevice.h"
 #include "rawdevice.h"
-#include "testserver.h"
 #include "zulobj/device.h"
 #include "zulobj/dinput.h"
 #include "zulobj/objectlist.h"
@@ -35,7 +35,7 @@ protected:
 
     std::string reasonOfNextEnd() { return member(mServer.lines().next("disconnected"), "reason"); }
 
-    TestServer mServer;
+    LocalServer mServer;
     RawDevice mGood{mServer.port()};
 };
 
@@ -170,7 +170,7 @@ TEST_F(ConnectionTest, aPingIsAnswered)
 
 TEST(ConnectionTimesTest, aSilentPeerIsPingedAndThenDropped)
 {
-    TestServer server(impatient());
+    LocalServer server(impatient());
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -183,7 +183,7 @@ TEST(ConnectionTimesTest, anIdlePeerThatAnswersPingsStays)
 {
     server::LinkSettings settings = impatient();
     settings.link.giveUpAfterMs = 1000000;
-    TestServer server(settings);
+    LocalServer server(settings);
     RawDevice device(server.port());
     device.identify(1);
     for (int i = 0; i < 3; ++i) {
@@ -199,7 +199,7 @@ TEST(ConnectionTimesTest, pingsDoNotCount)
 {
     server::LinkSettings settings = impatient();
     settings.link.giveUpAfterMs = 1000000;
-    TestServer server(settings);
+    LocalServer server(settings);
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -212,7 +212,7 @@ TEST(ConnectionTimesTest, aPeerThatNeverReadsIsDropped)
 {
     server::LinkSettings settings;
     settings.link.giveUpAfterMs = 2000;
-    TestServer server(settings);
+    LocalServer server(settings);
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -234,7 +234,7 @@ TEST(ConnectionTimesTest, aPeerThatNeverReadsIsDropped)
 
 TEST(IdentifyTest, messagesAreHeldUntilTheDeviceLine)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     for (uint32_t port = 1; port <= 3; ++port) {
         device.send(inputEvent(port));
@@ -257,7 +257,7 @@ TEST(IdentifyTest, messagesAreHeldUntilTheDeviceLine)
 
 TEST(IdentifyTest, theDeviceIsAskedAtOnce)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     const WMsg question = device.receive();
     EXPECT_EQ(question.type, cObjectList::kRequest);
@@ -275,7 +275,7 @@ TEST(IdentifyTest, anEmptyAnswerIsAskedAgainAFewTimes)
 {
     server::LinkSettings settings;
     settings.askAgainMs = 1;
-    TestServer server(settings);
+    LocalServer server(settings);
     RawDevice device(server.port());
     const cObject other(OBJ_MSG_INFO);
     for (int asked = 1; asked <= settings.askAttempts; ++asked) {
@@ -292,7 +292,7 @@ TEST(IdentifyTest, aLateRecordIsTaken)
 {
     server::LinkSettings settings;
     settings.askAgainMs = 1;
-    TestServer server(settings);
+    LocalServer server(settings);
     RawDevice device(server.port());
     device.answer(device.receive(), {});
     device.identify(8);
@@ -303,7 +303,7 @@ TEST(IdentifyTest, aClientThatNeverSaysIsDropped)
 {
     server::LinkSettings settings;
     settings.identifyMs = 20;
-    TestServer server(settings);
+    LocalServer server(settings);
     RawDevice device(server.port());
     EXPECT_EQ(member(server.lines().next("disconnected"), "reason"), "it does not say which device it is");
 }
@@ -316,7 +316,7 @@ TEST(IdentifyTest, exactlyAsMuchAsPermittedIsHeld)
         SCOPED_TRACE(bound);
         server::LinkSettings settings;
         settings.heldBytes = bound;
-        TestServer server(settings);
+        LocalServer server(settings);
         RawDevice device(server.port());
         const WMsg question = device.receive();
         for (uint32_t port = 1; port <= 3; ++port) {
@@ -333,7 +333,7 @@ TEST(IdentifyTest, aClientThatTalksTooMuchBeforeIsDropped)
 {
     server::LinkSettings settings;
     settings.heldBytes = 1000;
-    TestServer server(settings);
+    LocalServer server(settings);
     RawDevice device(server.port());
     for (uint32_t port = 1; port <= 20; ++port) {
         device.send(inputEvent(port));

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 #include <string>
 
+#include "localserver.h"
 #include "objdevice.h"
 #include "rawdevice.h"
-#include "testserver.h"
 #include "zulobj/adhoc.h"
 #include "zulobj/dinput.h"
 #include "zulobj/objectlist.h"
@@ -27,7 +27,7 @@ void expectError(const server::JsonPtr& reply, const std::string& sentence)
 
 TEST(MonitorTest, aDeviceOnTheLibrarysClient)
 {
-    TestServer server;
+    LocalServer server;
     ObjDevice device(4711);
     ASSERT_TRUE(device.connectTo(server.port()));
     EXPECT_EQ(member(server.lines().next(), "event"), "connected");
@@ -58,7 +58,7 @@ TEST(MonitorTest, aDeviceOnTheLibrarysClient)
 
 TEST(MonitorTest, threeHundredRequestsInARow)
 {
-    TestServer server;
+    LocalServer server;
     ObjDevice device(1);
     ASSERT_TRUE(device.connectTo(server.port()));
     server.lines().next("device");
@@ -74,7 +74,7 @@ TEST(MonitorTest, threeHundredRequestsInARow)
 
 TEST(MonitorTest, aNewConnectionDoesNotStartTheCountAgain)
 {
-    TestServer server;
+    LocalServer server;
     for (const uint8_t number : {1, 2, 3}) {
         RawDevice device(server.port());
         const WMsg question = device.receive();
@@ -86,7 +86,7 @@ TEST(MonitorTest, aNewConnectionDoesNotStartTheCountAgain)
 
 TEST(MonitorTest, sequenceNumbersWrapFrom255To0)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -101,7 +101,7 @@ TEST(MonitorTest, sequenceNumbersWrapFrom255To0)
 
 TEST(MonitorTest, noDeviceAndSeveral)
 {
-    TestServer server;
+    LocalServer server;
     expectError(server.reply("get device"), "No device is connected.");
     expectError(server.reply("send type=3"), "No device is connected.");
     RawDevice unknown(server.port());
@@ -127,7 +127,7 @@ TEST(MonitorTest, noDeviceAndSeveral)
 
 TEST(MonitorTest, twoDevicesWithOneSerialAreBothThere)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice first(server.port());
     first.identify(5);
     server.lines().next("device");
@@ -144,7 +144,7 @@ TEST(MonitorTest, twoDevicesWithOneSerialAreBothThere)
 
 TEST(MonitorTest, aBadCommandIsAnErrorAndSendsNothing)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -157,7 +157,7 @@ TEST(MonitorTest, aBadCommandIsAnErrorAndSendsNothing)
 
 TEST(MonitorTest, aCommandSendsItsObject)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.type("set din 7 default=high serial=3");
@@ -184,7 +184,7 @@ TEST(MonitorTest, aCommandSendsItsObject)
 
 TEST(MonitorTest, dropClosesTheConnectionOfItsDevice)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice first(server.port());
     first.identify(1);
     server.lines().next("device");
@@ -207,7 +207,7 @@ TEST(MonitorTest, dropClosesTheConnectionOfItsDevice)
 
 TEST(MonitorTest, aConnectionThatEndedBeforeIsNotMissedAndTakenOnce)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice unknown(server.port());
     unknown.disconnect();
     server.lines().next("disconnected");
@@ -232,7 +232,7 @@ TEST(MonitorTest, aConnectionThatEndedBeforeIsNotMissedAndTakenOnce)
 
 TEST(MonitorTest, aConnectionIsWaitedForUntilItEnds)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(5);
     server.lines().next("device");
@@ -244,7 +244,7 @@ TEST(MonitorTest, aConnectionIsWaitedForUntilItEnds)
 
 TEST(MonitorTest, forgetTakesTheConnectionsThatEnded)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.disconnect();
     server.lines().next("disconnected");
@@ -254,7 +254,7 @@ TEST(MonitorTest, forgetTakesTheConnectionsThatEnded)
 
 TEST(MonitorTest, sendWaitsForNothingAndItsAnswerIsDropped)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -271,7 +271,7 @@ TEST(MonitorTest, sendWaitsForNothingAndItsAnswerIsDropped)
 
 TEST(MonitorTest, anEventIsSentAsOne)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -283,7 +283,7 @@ TEST(MonitorTest, answersThatMatchNothingAreDropped)
 {
     server::Options options;
     options.verbose = true;
-    TestServer server({}, options);
+    LocalServer server({}, options);
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -301,7 +301,7 @@ TEST(MonitorTest, answersThatMatchNothingAreDropped)
 
 TEST(MonitorTest, aLateAnswerDoesNotPairWithALaterRequest)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -327,7 +327,7 @@ TEST(MonitorTest, aLateAnswerDoesNotPairWithALaterRequest)
 
 TEST(MonitorTest, aNumberWhoseAnswerIsLateIsNotReused)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -341,7 +341,7 @@ TEST(MonitorTest, aNumberWhoseAnswerIsLateIsNotReused)
 
 TEST(MonitorTest, aDeviceThatLeaves255RequestsUnansweredIsAskedNothingMore)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -374,7 +374,7 @@ TEST(MonitorTest, aDeviceThatLeaves255RequestsUnansweredIsAskedNothingMore)
 
 TEST(MonitorTest, anAnswerThatIsNotUnderstoodIsAnError)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -390,7 +390,7 @@ TEST(MonitorTest, anAnswerThatIsNotUnderstoodIsAnError)
 
 TEST(MonitorTest, aDeviceThatGoesAwayEndsItsCommand)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -403,7 +403,7 @@ TEST(MonitorTest, aDeviceThatGoesAwayEndsItsCommand)
 
 TEST(MonitorTest, repliesComeInTheOrderOfTheCommands)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -419,7 +419,7 @@ TEST(MonitorTest, repliesComeInTheOrderOfTheCommands)
 
 TEST(MonitorTest, waitTakesEachMessageOnceAndTheEarlierOnesToo)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     cObjectAdhocEvent adhoc;
@@ -441,7 +441,7 @@ TEST(MonitorTest, waitTakesEachMessageOnceAndTheEarlierOnesToo)
 
 TEST(MonitorTest, waitWaitsForTheRightOne)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice first(server.port());
     first.identify(1);
     server.lines().next("device");
@@ -461,7 +461,7 @@ TEST(MonitorTest, waitWaitsForTheRightOne)
 
 TEST(MonitorTest, waitDevice)
 {
-    TestServer server;
+    LocalServer server;
     EXPECT_EQ(member(server.reply("wait device timeout=0.01"), "error"),
               "No such device came within 0.01 seconds.");
     server.type("wait device");
@@ -482,7 +482,7 @@ TEST(MonitorTest, waitDevice)
 
 TEST(MonitorTest, helpSpeaksOnTheErrorStream)
 {
-    TestServer server;
+    LocalServer server;
     EXPECT_EQ(statusOf(server.reply("help")), "ok");
     std::string line;
     ASSERT_TRUE(server.errors().nextText(&line));
@@ -491,22 +491,22 @@ TEST(MonitorTest, helpSpeaksOnTheErrorStream)
 
 TEST(MonitorTest, quitEndsWithTheStatusSoFar)
 {
-    TestServer good;
+    LocalServer good;
     EXPECT_EQ(statusOf(good.reply("quit")), "ok");
     EXPECT_EQ(good.wait(), 0);
-    TestServer bad;
+    LocalServer bad;
     bad.type("foo\nquit\nsleep 1");
     bad.lines().next("reply");
     EXPECT_EQ(member(bad.lines().next("reply"), "command"), "quit");
     EXPECT_EQ(bad.wait(), 2);
-    TestServer late;
+    LocalServer late;
     late.type("wait device timeout=0.01\nfoo\nquit");
     EXPECT_EQ(late.wait(), 3);
 }
 
 TEST(MonitorTest, aLineThatNeverEndsIsOneError)
 {
-    TestServer server;
+    LocalServer server;
     server.type("get " + std::string(20000, 'x'));
     expectError(server.lines().next(), "The command is longer than 4096 bytes.");
     EXPECT_EQ(statusOf(server.reply("sleep 0")), "ok");
@@ -514,7 +514,7 @@ TEST(MonitorTest, aLineThatNeverEndsIsOneError)
 
 TEST(MonitorTest, aThousandPortsInOneAnswer)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");
@@ -540,7 +540,7 @@ TEST(MonitorTest, aThousandPortsInOneAnswer)
 
 TEST(MonitorTest, nothingIsLostWhenTheReaderIsSlow)
 {
-    TestServer server;
+    LocalServer server;
     RawDevice device(server.port());
     device.identify(1);
     server.lines().next("device");

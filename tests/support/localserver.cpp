@@ -1,11 +1,11 @@
-#include "testserver.h"
+#include "localserver.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 #include <utility>
 
-TestServer::TestServer(const server::LinkSettings& settings, server::Options options)
+LocalServer::LocalServer(const server::LinkSettings& settings, server::Options options)
 {
     int input[2] = {-1, -1};
     int output[2] = {-1, -1};
@@ -27,7 +27,7 @@ TestServer::TestServer(const server::LinkSettings& settings, server::Options opt
     mPort = static_cast<uint16_t>(json_integer_value(json_object_get(listening.get(), "port")));
 }
 
-TestServer::~TestServer()
+LocalServer::~LocalServer()
 {
     mApplication->stop();
     wait();
@@ -38,7 +38,7 @@ TestServer::~TestServer()
     }
 }
 
-int TestServer::wait()
+int LocalServer::wait()
 {
     if (mThread.joinable()) {
         mThread.join();
@@ -46,13 +46,13 @@ int TestServer::wait()
     return mStatus;
 }
 
-void TestServer::type(const std::string& command)
+void LocalServer::type(const std::string& command)
 {
     const std::string line = command + "\n";
     EXPECT_EQ(::write(mTyping, line.data(), line.size()), static_cast<ssize_t>(line.size()));
 }
 
-server::JsonPtr TestServer::reply(const std::string& command)
+server::JsonPtr LocalServer::reply(const std::string& command)
 {
     type(command);
     return mLines->next("reply");

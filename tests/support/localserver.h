@@ -8,13 +8,13 @@
 #include "server/app/application.h"
 
 /// A whole server in this process, at a free port, with pipes for its standard streams.
-class TestServer
+class LocalServer
 {
 public:
-    explicit TestServer(const server::LinkSettings& settings = {}, server::Options options = {});
-    ~TestServer();
-    TestServer(const TestServer&) = delete;
-    TestServer& operator=(const TestServer&) = delete;
+    explicit LocalServer(const server::LinkSettings& settings = {}, server::Options options = {});
+    ~LocalServer();
+    LocalServer(const LocalServer&) = delete;
+    LocalServer& operator=(const LocalServer&) = delete;
 
     uint16_t port() const { return mPort; }
     LineCatcher& lines() { return *mLines; }
