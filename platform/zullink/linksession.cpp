@@ -28,8 +28,6 @@ uint8_t LinkNumbers::next(const std::bitset<256>& own)
     return mCurrMsgSeq;
 }
 
-LinkSession::~LinkSession() { drop(false); }
-
 void LinkSession::connected(int64_t nowMs)
 {
     ++mConnection;
@@ -42,10 +40,6 @@ void LinkSession::connected(int64_t nowMs)
     mLastReceivedMs = nowMs;
     mPinged = false;
 }
-
-std::vector<LinkSession::AnswerHandler> LinkSession::disconnected() { return drop(mSettings.keepsMessages); }
-
-std::vector<LinkSession::AnswerHandler> LinkSession::clear() { return drop(false); }
 
 std::vector<LinkSession::AnswerHandler> LinkSession::drop(bool keepsMessages)
 {
@@ -238,8 +232,6 @@ void LinkSession::trim()
         ++(mConnected ? mDropped.whileUp : mDropped.whileDown);
     }
 }
-
-LinkSession::Dropped LinkSession::takeDropped() { return std::exchange(mDropped, {}); }
 
 std::span<const uint8_t> LinkSession::output(int64_t nowMs)
 {

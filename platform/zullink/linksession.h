@@ -10,6 +10,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "wmsg/wmsg.h"
@@ -79,7 +80,7 @@ public:
 
     /// @p numbers is borrowed.
     LinkSession(const Settings& settings, LinkNumbers* numbers) : mSettings(settings), mNumbers(numbers) {}
-    ~LinkSession();
+    ~LinkSession() { clear(); }
     LinkSession(const LinkSession&) = delete;
     LinkSession& operator=(const LinkSession&) = delete;
 
@@ -89,10 +90,10 @@ public:
 
     /// Drops what belongs to the connection; an event that was written in part waits for the next one.
     /// Returns the handlers of the requests that ended, for the caller to call with null.
-    std::vector<AnswerHandler> disconnected();
+    std::vector<AnswerHandler> disconnected() { return drop(mSettings.keepsMessages); }
 
     /// Drops everything that waits to be sent. Returns handlers like disconnected().
-    std::vector<AnswerHandler> clear();
+    std::vector<AnswerHandler> clear() { return drop(false); }
 
     /// Gives the connection up: nothing more is read or written, and problem() is @p reason unless there was
     /// one.
@@ -142,7 +143,7 @@ public:
     };
 
     /// Events that were dropped since the last call.
-    Dropped takeDropped();
+    Dropped takeDropped() { return std::exchange(mDropped, {}); }
 
     // Writing.
 

@@ -20,14 +20,14 @@ public:
     int fd() const { return mFd; }
     void wake()
     {
-        // A call that fails is made again: whoever waits must not wait on.
+        // Again if it fails: a wake-up must not be lost.
         if (eventfd_write(mFd, 1) != 0) {
             static_cast<void>(eventfd_write(mFd, 1));
         }
     }
     void reset()
     {
-        // What stays readable would end every wait at once. Where nothing is there to read, both fail.
+        // An undrained eventfd makes every poll() return. If there is nothing to read, both calls fail.
         eventfd_t value = 0;
         if (eventfd_read(mFd, &value) != 0) {
             static_cast<void>(eventfd_read(mFd, &value));

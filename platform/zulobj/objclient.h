@@ -48,10 +48,9 @@ public:
     /// Records every connection that comes from now on in @p file, or none if it is null.
     void recordTo(std::shared_ptr<cCaptureFile> file);
 
-    /// Leaves reading the connection and calling the listeners to a thread with an event loop, the driver's,
-    /// so that a message and its answer change threads nowhere. @p requestProcessing has processIo() called
-    /// on that thread soon; any thread may call it, and it does not wait. Once, before start(); start(),
-    /// stop() and processIo() are then for the driver's thread only.
+    /// Leaves reading the connection and calling the listeners to a thread with an event loop, the driver's.
+    /// @p requestProcessing has processIo() called there soon; any thread may call it, and it does not wait.
+    /// Once, before start(); start(), stop() and processIo() are then for the driver's thread only.
     void setDriver(std::function<void()> requestProcessing);
 
     /// Reads what has come and delivers it to the listeners, without waiting. To be called when the driver is
