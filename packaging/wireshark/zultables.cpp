@@ -59,7 +59,7 @@ void writeConstants(std::ostream& out)
     writeConstant(out, "rateUnchanged", cObject::kRateUnchanged);
 }
 
-void writeNames(std::ostream& out, const zuldict::Enumeration& names)
+void writeNames(std::ostream& out, zuldict::Enumeration names)
 {
     out << "{";
     for (const zuldict::Enumerator& name : names) {
@@ -84,9 +84,9 @@ void writeTags(std::ostream& out)
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
         out << "        [" << entry.tag << "] = { name = " << quoted(entry.name)
             << ", wire = " << quoted(wireTypes[static_cast<int>(entry.wireType)]);
-        if (entry.names != nullptr) {
+        if (!entry.names.empty()) {
             out << ", names = ";
-            writeNames(out, *entry.names);
+            writeNames(out, entry.names);
         }
         out << " },\n";
     }

@@ -1,17 +1,11 @@
 #include "zuldict/zuldict.h"
 
 #include <algorithm>
-#include <cstring>
+#include <string_view>
 
 namespace zuldict {
 
 namespace {
-
-template <size_t N>
-constexpr Enumeration enumeration(const Enumerator (&names)[N])
-{
-    return {names, N};
-}
 
 // A row a line, so that a new one changes no other.
 // clang-format off
@@ -60,79 +54,61 @@ constexpr Enumerator kDeviceTypeNames[] = {
 };
 // clang-format on
 
-constexpr Enumeration kObjectTypes = enumeration(kObjectTypeNames);
-constexpr Enumeration kIOStates = enumeration(kIOStateNames);
-constexpr Enumeration kStatuses = enumeration(kStatusNames);
-constexpr Enumeration kDeviceTypes = enumeration(kDeviceTypeNames);
-
 constexpr TagEntry kTags[] = {
-    {TAG_DEVICE_SERIAL, "deviceSerial", eWireType::NUMBER, nullptr},
-    {TAG_PORT_ID, "portId", eWireType::NUMBER, nullptr},
-    {TAG_PORT_LABEL, "portLabel", eWireType::TEXT, nullptr},
-    {TAG_PORT_STATUS, "portStatus", eWireType::NUMBER, &kStatuses},
-    {TAG_PORT_TYPE, "portType", eWireType::NUMBER, &kObjectTypes},
-    {TAG_INPUT_STATE, "inputState", eWireType::NUMBER, &kIOStates},
-    {TAG_OUTPUT_STATE, "outputState", eWireType::NUMBER, &kIOStates},
-    {TAG_DEFAULT_STATE, "defaultState", eWireType::NUMBER, &kIOStates},
-    {TAG_GAIN, "gain", eWireType::FLOAT, nullptr},
-    {TAG_OFFSET, "offset", eWireType::FLOAT, nullptr},
-    {TAG_SAMPLE_RATE, "sampleRate", eWireType::NUMBER, nullptr},
-    {TAG_DISPLAY_UNIT, "displayUnit", eWireType::TEXT, nullptr},
-    {TAG_SAMPLED_VALUE, "sampledValue", eWireType::FLOAT, nullptr},
-    {TAG_LAST_SAMPLE_SEQ, "lastSampleSeq", eWireType::NUMBER, nullptr},
-    {TAG_MINIMUM_VALUE, "minimumValue", eWireType::FLOAT, nullptr},
-    {TAG_MAXIMUM_VALUE, "maximumValue", eWireType::FLOAT, nullptr},
-    {TAG_DEVICE_LABEL, "deviceLabel", eWireType::TEXT, nullptr},
-    {TAG_DEVICE_TYPE, "deviceType", eWireType::NUMBER, &kDeviceTypes},
-    {TAG_VERSION, "version", eWireType::NUMBER, nullptr},
-    {TAG_DISCRETE_IN_COUNT, "discreteInCount", eWireType::NUMBER, nullptr},
-    {TAG_DISCRETE_OUT_COUNT, "discreteOutCount", eWireType::NUMBER, nullptr},
-    {TAG_ANALOG_IN_COUNT, "analogInCount", eWireType::NUMBER, nullptr},
-    {TAG_ANALOG_OUT_COUNT, "analogOutCount", eWireType::NUMBER, nullptr},
-    {TAG_PORT_NUM, "portNum", eWireType::NUMBER, nullptr},
-    {TAG_LABEL, "label", eWireType::TEXT, nullptr},
-    {TAG_SCAN_CODE, "scanCode", eWireType::TEXT, nullptr},
-    {TAG_EVENT_LABEL, "eventLabel", eWireType::TEXT, nullptr},
-    {TAG_EVENT_VALUE, "eventValue", eWireType::TEXT, nullptr},
-    {TAG_SAMPLE, "sample", eWireType::FLOAT, nullptr},
-    {TAG_SEQ_NUM, "seqNum", eWireType::NUMBER, nullptr},
-    {TAG_CAP_ID, "capId", eWireType::NUMBER, nullptr},
-    {TAG_VALUE, "value", eWireType::TEXT, nullptr},
+    {TAG_DEVICE_SERIAL, "deviceSerial", eWireType::NUMBER},
+    {TAG_PORT_ID, "portId", eWireType::NUMBER},
+    {TAG_PORT_LABEL, "portLabel", eWireType::TEXT},
+    {TAG_PORT_STATUS, "portStatus", eWireType::NUMBER, kStatusNames},
+    {TAG_PORT_TYPE, "portType", eWireType::NUMBER, kObjectTypeNames},
+    {TAG_INPUT_STATE, "inputState", eWireType::NUMBER, kIOStateNames},
+    {TAG_OUTPUT_STATE, "outputState", eWireType::NUMBER, kIOStateNames},
+    {TAG_DEFAULT_STATE, "defaultState", eWireType::NUMBER, kIOStateNames},
+    {TAG_GAIN, "gain", eWireType::FLOAT},
+    {TAG_OFFSET, "offset", eWireType::FLOAT},
+    {TAG_SAMPLE_RATE, "sampleRate", eWireType::NUMBER},
+    {TAG_DISPLAY_UNIT, "displayUnit", eWireType::TEXT},
+    {TAG_SAMPLED_VALUE, "sampledValue", eWireType::FLOAT},
+    {TAG_LAST_SAMPLE_SEQ, "lastSampleSeq", eWireType::NUMBER},
+    {TAG_MINIMUM_VALUE, "minimumValue", eWireType::FLOAT},
+    {TAG_MAXIMUM_VALUE, "maximumValue", eWireType::FLOAT},
+    {TAG_DEVICE_LABEL, "deviceLabel", eWireType::TEXT},
+    {TAG_DEVICE_TYPE, "deviceType", eWireType::NUMBER, kDeviceTypeNames},
+    {TAG_VERSION, "version", eWireType::NUMBER},
+    {TAG_DISCRETE_IN_COUNT, "discreteInCount", eWireType::NUMBER},
+    {TAG_DISCRETE_OUT_COUNT, "discreteOutCount", eWireType::NUMBER},
+    {TAG_ANALOG_IN_COUNT, "analogInCount", eWireType::NUMBER},
+    {TAG_ANALOG_OUT_COUNT, "analogOutCount", eWireType::NUMBER},
+    {TAG_PORT_NUM, "portNum", eWireType::NUMBER},
+    {TAG_LABEL, "label", eWireType::TEXT},
+    {TAG_SCAN_CODE, "scanCode", eWireType::TEXT},
+    {TAG_EVENT_LABEL, "eventLabel", eWireType::TEXT},
+    {TAG_EVENT_VALUE, "eventValue", eWireType::TEXT},
+    {TAG_SAMPLE, "sample", eWireType::FLOAT},
+    {TAG_SEQ_NUM, "seqNum", eWireType::NUMBER},
+    {TAG_CAP_ID, "capId", eWireType::NUMBER},
+    {TAG_VALUE, "value", eWireType::TEXT},
 };
 
-constexpr size_t kTagCount = sizeof kTags / sizeof kTags[0];
-
-constexpr bool numbersRunFromOne()
-{
-    for (size_t i = 0; i < kTagCount; ++i) {
-        if (kTags[i].tag != i + 1) {
-            return false;
-        }
-    }
-    return true;
-}
-static_assert(numbersRunFromOne(), "entry() finds a tag's row by its number");
+static_assert(std::ranges::all_of(kTags, [](const TagEntry& row) { return row.tag == &row - kTags + 1; }),
+              "entry() finds a tag's row by its number");
 
 } // namespace
 
-TagTable tags() { return {kTags, kTagCount}; }
+std::span<const TagEntry> tags() { return kTags; }
 
 const TagEntry& entry(eTag tag) { return kTags[tag - 1]; }
 
-const Enumeration& objectTypes() { return kObjectTypes; }
+Enumeration objectTypes() { return kObjectTypeNames; }
 
-const char* nameOf(const Enumeration& names, uint32_t value)
+const char* nameOf(Enumeration names, uint32_t value)
 {
-    const auto* found = std::find_if(names.begin(), names.end(),
-                                     [value](const Enumerator& name) { return name.value == value; });
+    const auto found = std::ranges::find(names, value, &Enumerator::value);
     return found == names.end() ? nullptr : found->name;
 }
 
-bool valueOf(const Enumeration& names, const char* name, uint32_t* value)
+bool valueOf(Enumeration names, const char* name, uint32_t* value)
 {
-    const auto* found = std::find_if(names.begin(), names.end(), [name](const Enumerator& candidate) {
-        return std::strcmp(candidate.name, name) == 0;
-    });
+    const auto found = std::ranges::find(names, std::string_view(name), &Enumerator::name);
     if (found == names.end()) {
         return false;
     }

@@ -1,10 +1,10 @@
 #pragma once
 
 // The dictionary: every object type and every tag, with its number, wire type and name, in one place.
-// Numbers are for ever: one that goes out of use stays in its table as a comment and is not given out again.
+// Numbers never change: one that goes out of use stays in its table as a comment and is not used again.
 
-#include <cstddef>
 #include <cstdint>
+#include <span>
 
 /// What an object is. Any 32-bit code may arrive; these are the known ones.
 enum eObjectTypes : uint32_t
@@ -79,15 +79,7 @@ struct Enumerator
     const char* name;
 };
 
-/// A range of enumerators, so that tables of any length have one type.
-struct Enumeration
-{
-    const Enumerator* first;
-    size_t count;
-
-    const Enumerator* begin() const { return first; }
-    const Enumerator* end() const { return first + count; }
-};
+using Enumeration = std::span<const Enumerator>;
 
 /// One row of the dictionary of tags.
 struct TagEntry
@@ -95,31 +87,22 @@ struct TagEntry
     eTag tag;
     const char* name; ///< also the key in JSON
     eWireType wireType;
-    const Enumeration* names; ///< for a number that is an enumerator, or null
-};
-
-struct TagTable
-{
-    const TagEntry* first;
-    size_t count;
-
-    const TagEntry* begin() const { return first; }
-    const TagEntry* end() const { return first + count; }
+    Enumeration names = {}; ///< of a number that is an enumerator
 };
 
 /// All tags in the order of their numbers, which run from 1 without a gap.
-TagTable tags();
+std::span<const TagEntry> tags();
 
 /// The row of a known tag.
 const TagEntry& entry(eTag tag);
 
 /// All object types by name.
-const Enumeration& objectTypes();
+Enumeration objectTypes();
 
-/// The name of @p value, or null where it has none.
-const char* nameOf(const Enumeration& names, uint32_t value);
+/// Null if @p value has no name.
+const char* nameOf(Enumeration names, uint32_t value);
 
-/// Finds the value that @p name stands for; false, and @p *value unchanged, where there is none.
-bool valueOf(const Enumeration& names, const char* name, uint32_t* value);
+/// False, with @p *value unchanged, if @p name is not among @p names.
+bool valueOf(Enumeration names, const char* name, uint32_t* value);
 
 } // namespace zuldict

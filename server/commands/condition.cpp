@@ -17,7 +17,7 @@ float toFloat(double number)
     return static_cast<float>(std::clamp(number, -kLargest, kLargest));
 }
 
-std::string namesOf(const zuldict::Enumeration& names)
+std::string namesOf(zuldict::Enumeration names)
 {
     std::string text;
     for (const zuldict::Enumerator& name : names) {
@@ -45,13 +45,13 @@ void Condition::readNumber(const std::string& text, CommandWords* words)
 {
     const std::optional<uint32_t> parsed = parseNumber(text);
     uint32_t number = parsed.value_or(0);
-    const bool named = mField->names != nullptr && zuldict::valueOf(*mField->names, text.c_str(), &number);
+    const bool named = zuldict::valueOf(mField->names, text.c_str(), &number);
     mMin = mMax = number;
     if (!parsed && !named) {
-        words->fail(mField->names == nullptr
+        words->fail(mField->names.empty()
                         ? numberMistake(mField->name, text)
                         : std::string(mField->name) + " is neither a whole number nor one of " +
-                              namesOf(*mField->names) + ": " + quote(text) + ".");
+                              namesOf(mField->names) + ": " + quote(text) + ".");
     }
 }
 

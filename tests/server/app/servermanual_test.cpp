@@ -312,8 +312,8 @@ TEST(ServerManualTest, everyNameOfTheDictionaryIsInTheDocumentOfTheBytes)
     }
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
         EXPECT_TRUE(isThere(entry.name)) << entry.name;
-        for (size_t i = 0; entry.names != nullptr && i < entry.names->count; ++i) {
-            EXPECT_TRUE(isThere(entry.names->first[i].name)) << entry.names->first[i].name;
+        for (const zuldict::Enumerator& enumerator : entry.names) {
+            EXPECT_TRUE(isThere(enumerator.name)) << enumerator.name;
         }
     }
 }
@@ -346,8 +346,8 @@ TEST(ServerManualTest, everyNameInCapitalsIsOneOfTheDictionary)
         known.insert(type.name);
     }
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
-        for (size_t i = 0; entry.names != nullptr && i < entry.names->count; ++i) {
-            known.insert(entry.names->first[i].name);
+        for (const zuldict::Enumerator& enumerator : entry.names) {
+            known.insert(enumerator.name);
         }
     }
     for (const std::string& name : foundIn(manual(), R"(\b((?:OBJ|TYPE)_[A-Z_]+))")) {

@@ -101,10 +101,7 @@ TEST(ConditionTextTest, everyNameOfTheDictionaryIsTaken)
 {
     size_t enumerators = 0;
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
-        if (entry.names == nullptr) {
-            continue;
-        }
-        for (const zuldict::Enumerator& enumerator : *entry.names) {
+        for (const zuldict::Enumerator& enumerator : entry.names) {
             ++enumerators;
             const Condition condition = readCondition(std::string(entry.name) + "=" + enumerator.name);
             const JsonPtr object = objectWith(entry.name, "\"" + std::string(enumerator.name) + "\"");
