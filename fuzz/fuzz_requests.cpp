@@ -8,9 +8,9 @@
 
 #include "framemodel.h"
 #include "fuzzinput.h"
+#include "payloadwriter.h"
 #include "property.h"
 #include "server/commands/messagelog.h"
-#include "wmsg/wpayload.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ private:
     void add(FuzzInput* input)
     {
         Entry entry{mAdded++, input->number8() % 3U, WMsg()};
-        WPayloadWriter writer(&entry.message.payload);
+        PayloadWriter writer(&entry.message.payload);
         for (size_t objects = input->number8() % 4; objects > 0; --objects) {
             writer.beginObject(input->number8() % 3);
             writer.putText(1, std::string(input->number8() % 40, 'x'));

@@ -3,8 +3,8 @@
 
 #include "fuzzinput.h"
 #include "jsontext.h"
+#include "payloadwriter.h"
 #include "property.h"
-#include "wmsg/wpayload.h"
 #include "zulobj/jsonvalue.h"
 #include "zulobj/text.h"
 
@@ -16,7 +16,7 @@ bool isUTF8(std::string_view text) { return JsonRef(json_stringn(text.data(), te
 std::string sent(const std::string& text)
 {
     std::vector<uint8_t> payload;
-    WPayloadWriter writer(&payload);
+    PayloadWriter writer(&payload);
     writer.beginObject(OBJ_ACCESS);
     writer.putText(TAG_LABEL, text);
     writer.endObject();
@@ -80,9 +80,8 @@ void checkName(const std::string& word)
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
         require(&zuldict::entry(entry.tag) == &entry, "a tag finds its row");
         uint32_t value = 0;
-        if (entry.names != nullptr && zuldict::valueOf(*entry.names, word.c_str(), &value)) {
-            require(word.c_str() == std::string(zuldict::nameOf(*entry.names, value)),
-                    "a name has one value");
+        if (zuldict::valueOf(entry.names, word.c_str(), &value)) {
+            require(word.c_str() == std::string(zuldict::nameOf(entry.names, value)), "a name has one value");
         }
     }
 }

@@ -27,13 +27,6 @@ cCapturedLink::cCapturedLink(std::shared_ptr<cCaptureFile> file, const sEndpoint
 {
     // Two connections that get the same ports are told apart by where their numbers begin (RFC 9293, 3.4.1).
     mSent.next = mReceived.next = mFile->nextConnection() << 20;
-    shakeHands(role);
-}
-
-cCapturedLink::~cCapturedLink() { closed(); }
-
-void cCapturedLink::shakeHands(eRole role)
-{
     sLane& first = role == CONNECTED ? mSent : mReceived;
     sLane& second = opposite(&first);
     write(&first, sTcpFields::kSyn);
@@ -43,10 +36,12 @@ void cCapturedLink::shakeHands(eRole role)
     write(&first, sTcpFields::kAck);
 }
 
-void cCapturedLink::received(const uint8_t* bytes, size_t size)
+cCapturedLink::~cCapturedLink() { closed(); }
+
+void cCapturedLink::received(std::span<const uint8_t> bytes)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    record(&mReceived, bytes, size);
+    record(&mReceived, bytes);
 }
 
 void cCapturedLink::closed()
@@ -58,7 +53,7 @@ void cCapturedLink::closed()
 void cCapturedLink::peerClosed()
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    // Whoever has shut the socket down reads its end as well, whatever the peer does.
+    // After a shutdown this side reads the end even if the peer has sent none.
     if (!mSent.ended) {
         end(&mReceived, sTcpFields::kFin);
     }
@@ -74,14 +69,13 @@ void cCapturedLink::peerReset()
     mSent.ended = true;
 }
 
-void cCapturedLink::record(sLane* lane, const uint8_t* bytes, size_t size)
+void cCapturedLink::record(sLane* lane, std::span<const uint8_t> bytes)
 {
-    while (size > 0 && !lane->ended) {
-        const size_t portion = std::min(size, kMaxTcpPayload);
-        write(lane, sTcpFields::kPush | sTcpFields::kAck, bytes, portion);
-        lane->next += static_cast<uint32_t>(portion);
-        bytes += portion;
-        size -= portion;
+    while (!bytes.empty() && !lane->ended) {
+        const auto portion = bytes.first(std::min(bytes.size(), kMaxTcpPayload));
+        write(lane, sTcpFields::kPush | sTcpFields::kAck, portion);
+        lane->next += static_cast<uint32_t>(portion.size());
+        bytes = bytes.subspan(portion.size());
     }
 }
 
@@ -94,13 +88,10 @@ void cCapturedLink::end(sLane* lane, uint8_t flag)
     }
 }
 
-void cCapturedLink::write(sLane* lane, uint8_t flags, const uint8_t* bytes, size_t size)
+void cCapturedLink::write(sLane* lane, uint8_t flags, std::span<const uint8_t> bytes)
 {
-    sTcpFields fields;
-    fields.flags = flags;
-    fields.sequence = lane->next;
-    fields.acknowledged = (flags & sTcpFields::kAck) != 0 ? opposite(lane).next : 0;
+    const uint32_t acknowledged = (flags & sTcpFields::kAck) != 0 ? opposite(lane).next : 0;
     mPacket.clear();
-    appendTcpPacket(&mPacket, lane->from, lane->to, fields, bytes, size);
+    appendTcpPacket(&mPacket, lane->from, lane->to, {flags, lane->next, acknowledged}, bytes);
     mFile->write(lane->direction, mPacket);
 }

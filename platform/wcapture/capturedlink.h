@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <sys/types.h>
 #include <vector>
 
@@ -11,9 +12,9 @@
 
 /// Records one TCP connection as packets that network tools can follow.
 ///
-/// The bytes are those that crossed the link, in the portions in which the system took or gave them. The
-/// headers are made up around them: real addresses and ports, sequence numbers that count the bytes, a
-/// handshake at the beginning and a FIN or RST at the end. Any thread may call.
+/// The payloads are the bytes that crossed the link, as the system took or gave them. The headers are made
+/// up: real addresses and ports, sequence numbers that count the bytes, a handshake at the beginning and a
+/// FIN or RST at the end. Any thread may call.
 class cCapturedLink
 {
 public:
@@ -23,37 +24,37 @@ public:
         ACCEPTED
     };
 
-    /// Records the connection of the socket @p fd from now on. Null where @p file is, and where the system
-    /// does not tell the socket's addresses.
+    /// Records the connection of the socket @p fd from now on. Returns null if @p file is null or if the
+    /// system does not tell the socket's addresses.
     static std::unique_ptr<cCapturedLink> of(std::shared_ptr<cCaptureFile> file, int fd, eRole role);
 
     cCapturedLink(std::shared_ptr<cCaptureFile> file, const sEndpoint& own, const sEndpoint& peer,
                   eRole role);
 
-    /// Where nobody has closed the connection, this side does.
+    /// Calls closed().
     ~cCapturedLink();
     cCapturedLink(const cCapturedLink&) = delete;
     cCapturedLink& operator=(const cCapturedLink&) = delete;
 
-    /// Calls @p send, which sends from @p bytes and returns like send(2), and records what was taken; to
-    /// other threads that is one step, so that no answer is recorded before its request.
+    /// Calls @p send, which sends from @p bytes and returns like send(2), and records what was taken. The
+    /// lock is held meanwhile, so that no answer is recorded before its request.
     template <class Send>
     ssize_t sending(const uint8_t* bytes, Send send)
     {
         const std::lock_guard<std::mutex> lock(mMutex);
         const ssize_t count = send();
         if (count > 0) {
-            record(&mSent, bytes, static_cast<size_t>(count));
+            record(&mSent, {bytes, static_cast<size_t>(count)});
         }
         return count;
     }
 
-    void received(const uint8_t* bytes, size_t size);
+    void received(std::span<const uint8_t> bytes);
 
     /// This side sends no more.
     void closed();
 
-    /// The peer sends no more, or has broken the connection off. Not recorded behind closed().
+    /// The peer sends no more, or has reset the connection. Not recorded after closed().
     void peerClosed();
     void peerReset();
 
@@ -68,11 +69,10 @@ private:
         bool ended = false;
     };
 
-    void shakeHands(eRole role);
     sLane& opposite(const sLane* lane) { return lane == &mSent ? mReceived : mSent; }
-    void record(sLane* lane, const uint8_t* bytes, size_t size);
+    void record(sLane* lane, std::span<const uint8_t> bytes);
     void end(sLane* lane, uint8_t flag);
-    void write(sLane* lane, uint8_t flags, const uint8_t* bytes = nullptr, size_t size = 0);
+    void write(sLane* lane, uint8_t flags, std::span<const uint8_t> bytes = {});
 
     const std::shared_ptr<cCaptureFile> mFile;
     std::mutex mMutex;

@@ -1,5 +1,6 @@
 #include "wcapture/capturefile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -19,29 +20,11 @@ uint64_t nowNs()
 
 pcapng::sWriter writerNamed(const std::string& program)
 {
-    pcapng::sWriter writer;
     utsname name{};
-    if (uname(&name) == 0) {
-        writer.hardware = name.machine;
-        writer.system = std::string(name.sysname) + ' ' + name.release;
+    if (uname(&name) != 0) {
+        return {"", "", program};
     }
-    writer.program = program;
-    return writer;
-}
-
-/// How many bytes were written; fewer than @p size with errno set.
-size_t writeBytes(int fd, const uint8_t* bytes, size_t size)
-{
-    size_t written = 0;
-    while (written < size) {
-        const ssize_t count = ::write(fd, bytes + written, size - written);
-        if (count > 0) {
-            written += static_cast<size_t>(count);
-        } else if (count == 0 || errno != EINTR) {
-            break;
-        }
-    }
-    return written;
+    return {name.machine, std::string(name.sysname) + ' ' + name.release, program};
 }
 
 } // namespace
@@ -71,10 +54,7 @@ std::shared_ptr<cCaptureFile> cCaptureFile::create(const std::string& path, cons
 
 cCaptureFile::~cCaptureFile()
 {
-    if (mWriter.joinable()) {
-        mWriter.request_stop();
-        mWriter.join();
-    }
+    mWriter = {}; // ends the thread, which uses the file
     ::close(mFd);
 }
 
@@ -92,7 +72,7 @@ void cCaptureFile::report(const std::string& sentence)
     }
 }
 
-void cCaptureFile::write(pcapng::eDirection direction, const std::vector<uint8_t>& packet)
+void cCaptureFile::write(pcapng::eDirection direction, std::span<const uint8_t> packet)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
     if (mBroken) {
@@ -103,7 +83,7 @@ void cCaptureFile::write(pcapng::eDirection direction, const std::vector<uint8_t
         return;
     }
     Block block;
-    pcapng::appendPacket(&block, nowNs(), direction, packet.data(), packet.size());
+    pcapng::appendPacket(&block, nowNs(), direction, packet);
     mQueuedBytes += block.size();
     mQueue.push_back(std::move(block));
     mChanged.notify_all();
@@ -122,14 +102,16 @@ void cCaptureFile::writeBlocks(const std::stop_token& stop)
     std::unique_lock<std::mutex> lock(mMutex);
     while (mChanged.wait(lock, stop, [this] { return !mQueue.empty(); })) {
         const std::deque<Block> blocks = std::exchange(mQueue, {});
-        size_t bytes = 0;
-        for (const Block& block : blocks) {
-            bytes += block.size();
-        }
+        const size_t bytes = mQueuedBytes;
         const bool tellOfDropped = mDropped && !std::exchange(toldOfDropped, mDropped);
         const bool broken = mBroken;
         lock.unlock();
-        const bool written = broken || writeAll(blocks);
+        const bool written =
+            broken || std::ranges::all_of(blocks, [this](auto& block) { return append(block); });
+        if (!written) {
+            report("The capture file '" + mPath +
+                   "' ends here, as it could not be written: " + strerrordesc_np(errno) + '.');
+        }
         if (tellOfDropped) {
             report("Packets are missing in the capture file '" + mPath +
                    "', as they came faster than they could be written.");
@@ -141,30 +123,27 @@ void cCaptureFile::writeBlocks(const std::stop_token& stop)
     }
 }
 
-bool cCaptureFile::writeAll(const std::deque<Block>& blocks)
+/// False, with errno set, if @p block was not written; then none of it stays.
+bool cCaptureFile::append(const Block& block)
 {
-    for (const Block& block : blocks) {
-        if (!append(block)) {
-            report("The capture file '" + mPath +
-                   "' ends here, as it could not be written: " + strerrordesc_np(errno) + '.');
-            return false;
+    std::span<const uint8_t> left = block;
+    while (!left.empty()) {
+        const ssize_t count = ::write(mFd, left.data(), left.size());
+        if (count > 0) {
+            left = left.subspan(static_cast<size_t>(count));
+        } else if (count == 0 || errno != EINTR) {
+            break;
         }
     }
-    return true;
-}
-
-/// False, with errno set, if @p block was not written; then none of it stays.
-bool cCaptureFile::append(const std::vector<uint8_t>& block)
-{
-    const size_t written = writeBytes(mFd, block.data(), block.size());
-    if (written == block.size()) {
+    if (left.empty()) {
         return true;
     }
     const int error = errno;
+    const auto written = static_cast<off_t>(block.size() - left.size());
     const off_t end = ::lseek(mFd, 0, SEEK_END);
-    if (written > 0 && end >= static_cast<off_t>(written)) {
+    if (written > 0 && end >= written) {
         // If even this fails, readers still find every whole block before the cut one.
-        static_cast<void>(::ftruncate(mFd, end - static_cast<off_t>(written)) == 0);
+        static_cast<void>(::ftruncate(mFd, end - written) == 0);
     }
     errno = error;
     return false;

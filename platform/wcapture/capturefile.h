@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <span>
 #include <stop_token>
 #include <string>
 #include <thread>
@@ -16,30 +17,30 @@
 
 /// Writes packets into a capture file on a thread of its own. Any thread may call.
 ///
-/// Every block goes out in one write(2), without a buffer of its own: if the program is killed, the file ends
-/// behind a block. A block that a full disk cuts is taken back. What waits to be written is bounded.
+/// Every block goes out in one write(2): if the program is killed, the file ends behind a block. A block that
+/// a full disk cuts is removed. The queue is bounded.
 class cCaptureFile
 {
 public:
     static constexpr size_t kMaxQueuedBytes = 16 * 1024 * 1024;
 
     /// Creates or empties the file at @p path, with the rights that the umask leaves of 0666. @p program is
-    /// its name and version. Null on failure, with one sentence without its stop in @p *problem.
+    /// its name and version. Returns null on failure, with one sentence without its full stop in @p *problem.
     static std::shared_ptr<cCaptureFile> create(const std::string& path, const std::string& program,
                                                 std::string* problem);
 
-    /// Writes what is queued first.
+    /// Writes first what is queued.
     ~cCaptureFile();
     cCaptureFile(const cCaptureFile&) = delete;
     cCaptureFile& operator=(const cCaptureFile&) = delete;
 
     /// @p report gets one sentence, once, if the file can't be written any more, after which nothing is
-    /// recorded; and one, once, if packets come faster than they can be written and some are dropped. It is
+    /// recorded; and one, once, if packets are dropped as they come faster than they can be written. It is
     /// called on the writing thread. Once this returns, the former one is not called any more.
     void setReport(std::function<void(const std::string&)> report);
 
-    /// Queues @p packet with the time of now; doesn't wait for the disk.
-    void write(pcapng::eDirection direction, const std::vector<uint8_t>& packet);
+    /// Queues @p packet with the present time; doesn't wait for the disk.
+    void write(pcapng::eDirection direction, std::span<const uint8_t> packet);
 
     /// Waits until everything queued is in the file or lost.
     void flush();
@@ -52,7 +53,6 @@ private:
 
     cCaptureFile(std::string path, int fd) : mPath(std::move(path)), mFd(fd) {}
     void writeBlocks(const std::stop_token& stop);
-    bool writeAll(const std::deque<Block>& blocks);
     bool append(const Block& block);
     void report(const std::string& sentence);
 
@@ -72,5 +72,5 @@ private:
     std::mutex mReportMutex;
     std::function<void(const std::string&)> mReport; ///< guarded by mReportMutex
 
-    std::jthread mWriter; ///< the last member, so that it ends first
+    std::jthread mWriter;
 };

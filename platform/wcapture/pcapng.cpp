@@ -1,5 +1,7 @@
 #include "wcapture/pcapng.h"
 
+#include <algorithm>
+
 namespace pcapng {
 
 namespace {
@@ -17,7 +19,9 @@ constexpr uint64_t kSectionLengthUnknown = ~uint64_t{0};
 constexpr uint16_t kLinkTypeRaw = 101;
 constexpr uint32_t kNoSnapLength = 0;
 
-constexpr uint16_t kEndOfOptions = 0;
+/// Code and length of the option that ends all.
+constexpr uint32_t kEndOfOptions = 0;
+
 constexpr uint16_t kHardware = 2;
 constexpr uint16_t kSystem = 3;
 constexpr uint16_t kProgram = 4;
@@ -28,103 +32,91 @@ constexpr uint16_t kPacketFlags = 2;
 /// Times in units of 10 to the power of -9 seconds.
 constexpr uint8_t kNanoseconds = 9;
 
-void put16(std::vector<uint8_t>* to, uint16_t value)
-{
-    to->push_back(static_cast<uint8_t>(value));
-    to->push_back(static_cast<uint8_t>(value >> 8));
-}
+using Bytes = std::vector<uint8_t>;
 
-void put32(std::vector<uint8_t>* to, uint32_t value)
+/// Little-endian.
+template <class Integer>
+void put(Bytes* to, Integer value)
 {
-    put16(to, static_cast<uint16_t>(value));
-    put16(to, static_cast<uint16_t>(value >> 16));
-}
-
-void put64(std::vector<uint8_t>* to, uint64_t value)
-{
-    put32(to, static_cast<uint32_t>(value));
-    put32(to, static_cast<uint32_t>(value >> 32));
-}
-
-void putPadded(std::vector<uint8_t>* to, const uint8_t* bytes, size_t size)
-{
-    to->insert(to->end(), bytes, bytes + size);
-    to->resize(to->size() + (4 - size % 4) % 4);
-}
-
-void putOption(std::vector<uint8_t>* to, uint16_t code, const uint8_t* value, size_t size)
-{
-    put16(to, code);
-    put16(to, static_cast<uint16_t>(size));
-    putPadded(to, value, size);
-}
-
-void putText(std::vector<uint8_t>* to, uint16_t code, const std::string& text)
-{
-    if (!text.empty()) {
-        putOption(to, code, reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    for (size_t byte = 0; byte < sizeof value; ++byte) {
+        to->push_back(static_cast<uint8_t>(value >> (8 * byte)));
     }
 }
 
-/// Where the block begins; its length is filled in when it ends.
-size_t beginBlock(std::vector<uint8_t>* to, uint32_t type)
+void putPadded(Bytes* to, std::span<const uint8_t> bytes)
+{
+    to->insert(to->end(), bytes.begin(), bytes.end());
+    to->resize(to->size() + (4 - bytes.size() % 4) % 4);
+}
+
+void putOption(Bytes* to, uint16_t code, std::span<const uint8_t> value)
+{
+    put(to, code);
+    put(to, static_cast<uint16_t>(value.size()));
+    putPadded(to, value);
+}
+
+void putText(Bytes* to, uint16_t code, const std::string& text)
+{
+    if (!text.empty()) {
+        putOption(to, code, {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+    }
+}
+
+/// Where the block begins; endBlock() fills in its length.
+size_t beginBlock(Bytes* to, uint32_t type)
 {
     const size_t begin = to->size();
-    put32(to, type);
-    put32(to, 0);
+    put(to, type);
+    put(to, uint32_t{0});
     return begin;
 }
 
-void endBlock(std::vector<uint8_t>* to, size_t begin)
+void endBlock(Bytes* to, size_t begin)
 {
-    put16(to, kEndOfOptions);
-    put16(to, 0);
-    const auto length = static_cast<uint32_t>(to->size() - begin + 4);
-    put32(to, length);
-    for (size_t byte = 0; byte < 4; ++byte) {
-        (*to)[begin + 4 + byte] = static_cast<uint8_t>(length >> (8 * byte));
-    }
+    put(to, kEndOfOptions);
+    put(to, static_cast<uint32_t>(to->size() - begin + 4));
+    std::copy(to->end() - 4, to->end(), to->begin() + static_cast<std::ptrdiff_t>(begin + 4));
 }
 
 } // namespace
 
-void appendSectionHeader(std::vector<uint8_t>* file, const sWriter& writer)
+void appendSectionHeader(Bytes* file, const sWriter& writer)
 {
     const size_t begin = beginBlock(file, kSectionHeader);
-    put32(file, kByteOrderMagic);
-    put16(file, kMajorVersion);
-    put16(file, kMinorVersion);
-    put64(file, kSectionLengthUnknown);
+    put(file, kByteOrderMagic);
+    put(file, kMajorVersion);
+    put(file, kMinorVersion);
+    put(file, kSectionLengthUnknown);
     putText(file, kHardware, writer.hardware);
     putText(file, kSystem, writer.system);
     putText(file, kProgram, writer.program);
     endBlock(file, begin);
 }
 
-void appendInterface(std::vector<uint8_t>* file, const std::string& name)
+void appendInterface(Bytes* file, const std::string& name)
 {
     const size_t begin = beginBlock(file, kInterface);
-    put16(file, kLinkTypeRaw);
-    put16(file, 0);
-    put32(file, kNoSnapLength);
+    put(file, kLinkTypeRaw);
+    put(file, uint16_t{0});
+    put(file, kNoSnapLength);
     putText(file, kInterfaceName, name);
-    putOption(file, kTimeResolution, &kNanoseconds, 1);
+    putOption(file, kTimeResolution, {&kNanoseconds, 1});
     endBlock(file, begin);
 }
 
-void appendPacket(std::vector<uint8_t>* file, uint64_t timeNs, eDirection direction, const uint8_t* packet,
-                  size_t size)
+void appendPacket(Bytes* file, uint64_t timeNs, eDirection direction, std::span<const uint8_t> packet)
 {
     const size_t begin = beginBlock(file, kEnhancedPacket);
-    put32(file, 0); // the interface
-    put32(file, static_cast<uint32_t>(timeNs >> 32));
-    put32(file, static_cast<uint32_t>(timeNs));
-    put32(file, static_cast<uint32_t>(size));
-    put32(file, static_cast<uint32_t>(size));
-    putPadded(file, packet, size);
-    const auto flags = static_cast<uint8_t>(direction);
-    const uint8_t value[] = {flags, 0, 0, 0};
-    putOption(file, kPacketFlags, value, sizeof value);
+    put(file, uint32_t{0}); // the interface
+    put(file, static_cast<uint32_t>(timeNs >> 32));
+    put(file, static_cast<uint32_t>(timeNs));
+    put(file, static_cast<uint32_t>(packet.size()));
+    put(file, static_cast<uint32_t>(packet.size()));
+    putPadded(file, packet);
+    put(file, kPacketFlags);
+    put(file, static_cast<uint16_t>(sizeof direction));
+    put(file, static_cast<uint32_t>(direction));
     endBlock(file, begin);
 }
 

@@ -8,16 +8,16 @@
 //            n  body, then options: 2 code, 2 length, value padded to a multiple of 4; 0 and 0 end them
 //            4  length of the whole block again
 //
-// The section header tells the byte order, which here is little-endian on every machine.
+// The section header tells the byte order, here always little-endian.
 
-#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
 namespace pcapng {
 
-/// Which way a packet went, as the lowest two bits of the option epb_flags say it.
+/// Which way a packet went: the lowest two bits of the option epb_flags.
 enum class eDirection : uint32_t
 {
     INBOUND = 1,
@@ -38,7 +38,7 @@ void appendSectionHeader(std::vector<uint8_t>* file, const sWriter& writer);
 void appendInterface(std::vector<uint8_t>* file, const std::string& name);
 
 /// @p timeNs counts from 1970.
-void appendPacket(std::vector<uint8_t>* file, uint64_t timeNs, eDirection direction, const uint8_t* packet,
-                  size_t size);
+void appendPacket(std::vector<uint8_t>* file, uint64_t timeNs, eDirection direction,
+                  std::span<const uint8_t> packet);
 
 } // namespace pcapng

@@ -15,7 +15,7 @@ constexpr size_t kTcpHeader = 20;
 constexpr uint8_t kTtl = 64;
 constexpr uint16_t kDontFragment = 0x4000;
 
-/// As wide as a window can be, so that nobody takes the peer for a slow one (RFC 7323).
+/// The widest window (RFC 7323), so that no tool reports a full one.
 constexpr uint16_t kWindow = 0xFFFF;
 constexpr uint8_t kWindowScale = 14;
 
@@ -23,7 +23,7 @@ constexpr uint8_t kWindowScale = 14;
 constexpr std::array<uint8_t, 8> kOpeningOptions{
     2, 4, kMaxTcpPayload >> 8, kMaxTcpPayload & 0xFF, 1 /* no operation */, 3, 3, kWindowScale};
 
-/// The Internet checksum (RFC 1071) of what the sum of 32-bit words has added up.
+/// The Internet checksum (RFC 1071) from a sum of 32-bit words.
 uint16_t checksumOf(uint64_t sum)
 {
     while (sum > 0xFFFF) {
@@ -41,7 +41,7 @@ void putV4Header(uint8_t* header, const sEndpoint& from, const sEndpoint& to, si
     header[9] = IPPROTO_TCP;
     std::copy_n(from.address.begin(), 4, header + 12);
     std::copy_n(to.address.begin(), 4, header + 16);
-    wmsg::put16(header + 10, checksumOf(wmsg::checksumAdd(0, header, kV4Header)));
+    wmsg::put16(header + 10, checksumOf(wmsg::checksumAdd(0, {header, kV4Header})));
 }
 
 void putV6Header(uint8_t* header, const sEndpoint& from, const sEndpoint& to, size_t tcpSize)
@@ -54,16 +54,12 @@ void putV6Header(uint8_t* header, const sEndpoint& from, const sEndpoint& to, si
     std::copy_n(to.address.begin(), 16, header + 24);
 }
 
-/// The sum over the addresses, the protocol and the length, which the checksum of TCP covers as well.
+/// The sum over addresses, protocol and length, which the TCP checksum covers as well.
 uint64_t pseudoHeaderSum(const sEndpoint& from, const sEndpoint& to, size_t tcpSize)
 {
     const size_t size = from.isV6 ? 16 : 4;
-    uint64_t sum = wmsg::checksumAdd(0, from.address.data(), size);
-    sum = wmsg::checksumAdd(sum, to.address.data(), size);
-    std::array<uint8_t, 8> rest{};
-    wmsg::put32(rest.data(), static_cast<uint32_t>(tcpSize));
-    wmsg::put32(rest.data() + 4, IPPROTO_TCP);
-    return wmsg::checksumAdd(sum, rest.data(), rest.size());
+    const uint64_t sum = wmsg::checksumAdd(tcpSize + IPPROTO_TCP, std::span(from.address).first(size));
+    return wmsg::checksumAdd(sum, std::span(to.address).first(size));
 }
 
 } // namespace
@@ -89,12 +85,12 @@ bool sEndpoint::from(const sockaddr_storage& storage, sEndpoint* endpoint)
 }
 
 void appendTcpPacket(std::vector<uint8_t>* bytes, const sEndpoint& from, const sEndpoint& to,
-                     const sTcpFields& fields, const uint8_t* payload, size_t size)
+                     const sTcpFields& fields, std::span<const uint8_t> payload)
 {
     const size_t ipHeader = from.isV6 ? kV6Header : kV4Header;
     const bool isSyn = (fields.flags & sTcpFields::kSyn) != 0;
     const size_t tcpHeader = kTcpHeader + (isSyn ? kOpeningOptions.size() : 0);
-    const size_t tcpSize = tcpHeader + size;
+    const size_t tcpSize = tcpHeader + payload.size();
 
     const size_t begin = bytes->size();
     bytes->resize(begin + ipHeader + tcpHeader);
@@ -114,11 +110,11 @@ void appendTcpPacket(std::vector<uint8_t>* bytes, const sEndpoint& from, const s
     tcp[13] = fields.flags;
     wmsg::put16(tcp + 14, kWindow);
     if (isSyn) {
-        std::copy(kOpeningOptions.begin(), kOpeningOptions.end(), tcp + kTcpHeader);
+        std::ranges::copy(kOpeningOptions, tcp + kTcpHeader);
     }
     uint64_t sum = pseudoHeaderSum(from, to, tcpSize);
-    sum = wmsg::checksumAdd(sum, tcp, tcpHeader);
-    sum = wmsg::checksumAdd(sum, payload, size);
+    sum = wmsg::checksumAdd(sum, {tcp, tcpHeader});
+    sum = wmsg::checksumAdd(sum, payload);
     wmsg::put16(tcp + 16, checksumOf(sum));
-    bytes->insert(bytes->end(), payload, payload + size);
+    bytes->insert(bytes->end(), payload.begin(), payload.end());
 }

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <sys/socket.h>
 #include <vector>
 
@@ -16,7 +17,7 @@ struct sEndpoint
     std::array<uint8_t, 16> address{}; ///< the first 4 bytes of it for IPv4
     uint16_t port = 0;
 
-    /// False for what is neither IPv4 nor IPv6. An IPv4 address inside an IPv6 one becomes plain IPv4.
+    /// False if @p storage is neither IPv4 nor IPv6. An IPv4-mapped IPv6 address becomes an IPv4 one.
     static bool from(const sockaddr_storage& storage, sEndpoint* endpoint);
 };
 
@@ -34,10 +35,10 @@ struct sTcpFields
     uint32_t acknowledged = 0;
 };
 
-/// The most bytes that one packet carries beside its headers; both kinds of header leave room for it.
+/// In bytes; both kinds of IP header leave room for it.
 constexpr size_t kMaxTcpPayload = 65000;
 
-/// Appends one packet from @p from to @p to, both of one kind. One with the SYN flag says how much a
-/// packet carries at most and that windows are counted in units of 16 KiB.
+/// Appends one packet from @p from to @p to, both of one kind. A packet with the SYN flag announces the
+/// largest segment size, kMaxTcpPayload, and windows in units of 16 KiB.
 void appendTcpPacket(std::vector<uint8_t>* bytes, const sEndpoint& from, const sEndpoint& to,
-                     const sTcpFields& fields, const uint8_t* payload, size_t size);
+                     const sTcpFields& fields, std::span<const uint8_t> payload);

@@ -1,6 +1,7 @@
 #include "wmsg/utf8.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace utf8 {
 
@@ -10,26 +11,15 @@ constexpr size_t kMaxSize = 4;
 
 constexpr bool continues(char byte) { return (static_cast<uint8_t>(byte) & 0xC0U) == 0x80; }
 
-/// The size of the character that begins with @p first; 0 if none does.
-constexpr size_t sizeBy(uint8_t first)
-{
-    if (first < 0x80) {
-        return 1;
-    }
-    if (first < 0xC0 || first >= 0xF8) {
-        return 0;
-    }
-    return first < 0xE0 ? 2 : (first < 0xF0 ? 3 : 4);
-}
-
 } // namespace
 
 Character firstCharacter(std::string_view text)
 {
     constexpr uint32_t kMinCode[kMaxSize + 1] = {0, 0, 0x80, 0x800, 0x10000};
     const auto first = static_cast<uint8_t>(text.empty() ? '\x80' : text.front());
-    const size_t size = sizeBy(first);
-    if (size == 0 || size > text.size()) {
+    const auto ones = static_cast<size_t>(std::countl_one(first));
+    const size_t size = std::max(ones, size_t{1});
+    if (ones == 1 || size > kMaxSize || size > text.size()) {
         return {};
     }
     uint32_t code = size == 1 ? first : first & (0x7FU >> size);
@@ -59,15 +49,11 @@ std::string_view cut(std::string_view text, size_t maxBytes)
     if (text.size() <= maxBytes) {
         return text;
     }
-    for (size_t size = maxBytes; size + kMaxSize > maxBytes; --size) {
-        if (!continues(text[size])) {
-            return text.substr(0, size);
-        }
-        if (size == 0) {
-            break;
-        }
+    size_t size = maxBytes;
+    while (continues(text[size]) && size > 0 && maxBytes - size < kMaxSize - 1) {
+        --size;
     }
-    return text.substr(0, maxBytes);
+    return text.substr(0, continues(text[size]) ? maxBytes : size);
 }
 
 } // namespace utf8

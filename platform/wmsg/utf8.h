@@ -23,8 +23,8 @@ Character firstCharacter(std::string_view text);
 /// @p text with kReplacement for each byte that belongs to no character.
 std::string repaired(std::string_view text);
 
-/// The beginning of @p text, at most @p maxBytes, cut at the end of a character. If there is no such place
-/// near the end, the bytes are no text and are cut at @p maxBytes.
+/// The beginning of @p text, at most @p maxBytes, cut at the end of a character; bytes that are no text are
+/// cut at @p maxBytes.
 std::string_view cut(std::string_view text, size_t maxBytes);
 
 } // namespace utf8

@@ -4,41 +4,27 @@
 
 #include <cstdint>
 #include <cstring>
+#include <endian.h>
 
 namespace wmsg {
 
-inline uint16_t swap(uint16_t value) { return __builtin_bswap16(value); }
-inline uint32_t swap(uint32_t value) { return __builtin_bswap32(value); }
-
-/// The integer whose bytes in memory are those of @p value in network byte order; and back again.
-template <class Integer>
-Integer bigEndian(Integer value)
+inline void put16(uint8_t* to, uint16_t value)
 {
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    return swap(value);
-#else
-    return value;
-#endif
-}
-
-template <class Integer>
-void putBigEndian(uint8_t* to, Integer value)
-{
-    value = bigEndian(value);
+    value = htobe16(value);
     std::memcpy(to, &value, sizeof value);
 }
 
-template <class Integer>
-Integer getBigEndian(const uint8_t* from)
+inline void put32(uint8_t* to, uint32_t value)
 {
-    Integer value = 0;
-    std::memcpy(&value, from, sizeof value);
-    return bigEndian(value);
+    value = htobe32(value);
+    std::memcpy(to, &value, sizeof value);
 }
 
-inline void put16(uint8_t* to, uint16_t value) { putBigEndian(to, value); }
-inline void put32(uint8_t* to, uint32_t value) { putBigEndian(to, value); }
-inline uint16_t get16(const uint8_t* from) { return getBigEndian<uint16_t>(from); }
-inline uint32_t get32(const uint8_t* from) { return getBigEndian<uint32_t>(from); }
+inline uint16_t get16(const uint8_t* from) { return static_cast<uint16_t>(from[0] << 8 | from[1]); }
+
+inline uint32_t get32(const uint8_t* from)
+{
+    return uint32_t{from[0]} << 24 | uint32_t{from[1]} << 16 | uint32_t{from[2]} << 8 | from[3];
+}
 
 } // namespace wmsg

@@ -16,6 +16,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 namespace wmsg {
@@ -40,11 +41,11 @@ constexpr size_t kMaxSegments = 1024;
 /// The type of a ping and of its answer; it stands beside the control flag only.
 constexpr uint8_t kControlPing = 0;
 
-/// The checksum of @p size bytes at @p data: the complement of the ones' complement sum of their 32-bit
-/// words (the method of RFC 1071 with words twice as wide), padded with zero bytes. The checksum's own
-/// place counts as zero while it is computed. @p sum carries the sum of what came before, to be continued
-/// at a multiple of four bytes.
-uint64_t checksumAdd(uint64_t sum, const uint8_t* data, size_t size);
+// The checksum is the complement of the ones' complement sum of the 32-bit words of the bytes, padded with
+// zero bytes: the method of RFC 1071 with words twice as wide. Its own place counts as zero.
+
+/// Adds the words of @p bytes to @p sum, that of the bytes before, a multiple of four; 0 at the beginning.
+uint64_t checksumAdd(uint64_t sum, std::span<const uint8_t> bytes);
 uint32_t checksumFinish(uint64_t sum);
 
 } // namespace wmsg
@@ -65,15 +66,11 @@ struct WMsg
     /// How many segments the message takes: at least one.
     size_t segmentCount() const;
 
-    /// Writes segment number @p segment (below segmentCount()) to @p frame, which has room for
-    /// wmsg::kMaxSegmentSize bytes, and returns its size, header included. Only the last segment bears the
-    /// last-segment flag; every other one is full.
+    /// Writes segment number @p segment (below segmentCount()) to @p frame, which has room for it, and
+    /// returns its size, header included. Only the last segment bears the last-segment flag; every other one
+    /// is full.
     size_t segmentMessage(size_t segment, uint8_t* frame) const;
 
     /// Appends all segments to @p bytes.
     void appendFrames(std::vector<uint8_t>& bytes) const;
-
-private:
-    /// Writes the header of segment number @p segment and returns the length of the payload behind it.
-    size_t putHeader(size_t segment, uint8_t* header) const;
 };

@@ -1,11 +1,23 @@
 #include "wmsg/wmsgreader.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <utility>
 
 #include "wmsg/wbytes.h"
+
+namespace {
+
+/// Cuts at most @p size bytes off the front of the @p *left bytes at @p *data.
+std::span<const uint8_t> takeFront(const uint8_t** data, size_t* left, size_t size)
+{
+    const std::span front(*data, std::min(*left, size));
+    *data += front.size();
+    *left -= front.size();
+    return front;
+}
+
+} // namespace
 
 WMsgReader::eResult WMsgReader::read(const uint8_t** data, size_t* size, int64_t nowMs, WMsg* message)
 {
@@ -20,7 +32,10 @@ WMsgReader::eResult WMsgReader::read(const uint8_t** data, size_t* size, int64_t
             if (idle()) {
                 mBegunMs = nowMs;
             }
-            if (!takeHeaderBytes(data, size)) {
+            const auto bytes = takeFront(data, size, wmsg::kHeaderSize - mHeaderUsed);
+            std::copy(bytes.begin(), bytes.end(), mHeader.data() + mHeaderUsed);
+            mHeaderUsed += bytes.size();
+            if (mHeaderUsed < wmsg::kHeaderSize) {
                 return MORE;
             }
             const WStatus status = checkHeader();
@@ -29,7 +44,7 @@ WMsgReader::eResult WMsgReader::read(const uint8_t** data, size_t* size, int64_t
             }
             mPayloadLeft = segmentLength();
         }
-        takePayloadBytes(data, size);
+        appendPayload(takeFront(data, size, mPayloadLeft));
         if (mPayloadLeft > 0) {
             return MORE;
         }
@@ -48,16 +63,6 @@ int64_t WMsgReader::deadline() const
     return idle() ? std::numeric_limits<int64_t>::max() : mBegunMs + mLimits.ageMs + 1;
 }
 
-bool WMsgReader::takeHeaderBytes(const uint8_t** data, size_t* size)
-{
-    const size_t taken = std::min(*size, wmsg::kHeaderSize - mHeaderUsed);
-    std::memcpy(mHeader.data() + mHeaderUsed, *data, taken);
-    mHeaderUsed += taken;
-    *data += taken;
-    *size -= taken;
-    return mHeaderUsed == wmsg::kHeaderSize;
-}
-
 size_t WMsgReader::segmentLength() const { return wmsg::get32(mHeader.data() + 8); }
 
 WStatus WMsgReader::checkHeader() const
@@ -68,18 +73,18 @@ WStatus WMsgReader::checkHeader() const
     if (mHeader[2] != wmsg::kVersion) {
         return WStatus::error("protocol version", "is not known");
     }
-    if ((flags() & ~wmsg::kFlagsKnown) != 0) {
+    if (has(static_cast<uint8_t>(~wmsg::kFlagsKnown))) {
         return WStatus::error("flags", "are not all known");
     }
     if (segmentLength() > wmsg::kMaxSegmentPayload) {
         return WStatus::error("payload length", "is more than a segment holds");
     }
-    return isControl() ? checkControl() : checkContinuation();
+    return has(wmsg::kFlagControl) ? checkControl() : checkContinuation();
 }
 
 WStatus WMsgReader::checkControl() const
 {
-    if ((flags() & wmsg::kFlagLastSegment) == 0 || wmsg::get16(mHeader.data() + 6) != 0) {
+    if (!has(wmsg::kFlagLastSegment) || wmsg::get16(mHeader.data() + 6) != 0) {
         return WStatus::error("segment number", "of a control message is not its only one");
     }
     if (segmentLength() != 0) {
@@ -103,74 +108,62 @@ WStatus WMsgReader::checkContinuation() const
         return WStatus::ok();
     }
     const bool same = mMessage.type == mHeader[4] && mMessage.seq == mHeader[5] &&
-                      mMessage.answer == ((flags() & wmsg::kFlagAnswer) != 0) &&
-                      mMessage.event == ((flags() & wmsg::kFlagEvent) != 0);
+                      mMessage.answer == has(wmsg::kFlagAnswer) && mMessage.event == has(wmsg::kFlagEvent);
     return same ? WStatus::ok() : WStatus::error("segment", "belongs to another message");
 }
 
-void WMsgReader::takePayloadBytes(const uint8_t** data, size_t* size)
+void WMsgReader::appendPayload(std::span<const uint8_t> bytes)
 {
-    // A control message has no payload, so whatever comes here belongs to the message.
-    const size_t taken = std::min(*size, mPayloadLeft);
-    if (taken == 0) {
-        return;
-    }
+    // While a vector grows it exists twice. So it doubles up to kMaxDoubled; beyond that it grows once more,
+    // to the largest message permitted, of which the system backs what is written to.
     std::vector<uint8_t>& payload = mMessage.payload;
-    reserveFor(payload.size() + taken);
-    payload.insert(payload.end(), *data, *data + taken);
-    mPayloadLeft -= taken;
-    *data += taken;
-    *size -= taken;
-}
-
-/// Room that grows exists twice for a moment. So it doubles while that costs little; beyond that it grows
-/// once more, to the largest message permitted, of which the system backs what is written to.
-void WMsgReader::reserveFor(size_t size)
-{
-    std::vector<uint8_t>& payload = mMessage.payload;
+    const size_t size = payload.size() + bytes.size();
     if (size > payload.capacity()) {
         const size_t room = std::min(std::max(size, payload.capacity() * 2), mLimits.messageBytes);
         payload.reserve(room <= kMaxDoubled ? room : mLimits.messageBytes);
     }
+    payload.insert(payload.end(), bytes.begin(), bytes.end());
+    mPayloadLeft -= bytes.size();
 }
 
 bool WMsgReader::checksumMatches() const
 {
-    const size_t length = segmentLength();
-    uint64_t sum = wmsg::checksumAdd(0, mHeader.data(), wmsg::kHeaderSize - 4);
-    sum = wmsg::checksumAdd(sum, mMessage.payload.data() + mMessage.payload.size() - length, length);
-    return wmsg::checksumFinish(sum) == wmsg::get32(mHeader.data() + 12);
+    const uint64_t sum = wmsg::checksumAdd(0, std::span(mHeader).first(wmsg::kHeaderSize - 4));
+    const auto part = std::span(mMessage.payload).last(segmentLength());
+    return wmsg::checksumFinish(wmsg::checksumAdd(sum, part)) == wmsg::get32(mHeader.data() + 12);
 }
 
+/// True if @p *message is complete.
 bool WMsgReader::finishSegment(WMsg* message)
 {
     mHeaderUsed = 0;
-    if (isControl()) {
+    if (has(wmsg::kFlagControl)) {
         message->payload.clear();
-        message->type = mHeader[4];
-        message->seq = mHeader[5];
-        message->control = true;
-        message->answer = (flags() & wmsg::kFlagAnswer) != 0;
-        message->event = (flags() & wmsg::kFlagEvent) != 0;
+        readHeader(message);
         return true;
     }
-    mMessage.type = mHeader[4];
-    mMessage.seq = mHeader[5];
-    mMessage.control = false;
-    mMessage.answer = (flags() & wmsg::kFlagAnswer) != 0;
-    mMessage.event = (flags() & wmsg::kFlagEvent) != 0;
+    readHeader(&mMessage);
     ++mSegmentsUsed;
-    if ((flags() & wmsg::kFlagLastSegment) == 0) {
+    if (!has(wmsg::kFlagLastSegment)) {
         return false;
     }
     mSegmentsUsed = 0;
     std::swap(*message, mMessage);
-    // Goes on with the memory of the message that has been replaced, unless that is much to keep.
+    // The next message uses the memory of the one that has been replaced, unless that is much to keep.
     if (mMessage.payload.capacity() > kMaxDoubled) {
         mMessage = WMsg();
     }
     mMessage.payload.clear();
     return true;
+}
+
+void WMsgReader::readHeader(WMsg* message) const
+{
+    message->type = mHeader[4];
+    message->seq = mHeader[5];
+    message->answer = has(wmsg::kFlagAnswer);
+    message->event = has(wmsg::kFlagEvent);
+    message->control = has(wmsg::kFlagControl);
 }
 
 WMsgReader::eResult WMsgReader::broken(WStatus status)

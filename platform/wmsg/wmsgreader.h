@@ -9,9 +9,9 @@
 
 /// Turns the bytes of one connection into messages.
 ///
-/// It knows no socket and no clock: the caller hands it bytes and the time. Memory grows with the bytes
-/// received and never beyond kMaxDoubled and one message of the largest permitted size. After a broken byte
-/// the connection can't be read on: the caller closes it and starts the next one with a fresh reader.
+/// It has no socket and no clock: the caller passes bytes and the time. Memory grows with the bytes received,
+/// up to kMaxDoubled and one message of the largest permitted size. After BROKEN the caller closes the
+/// connection and starts the next one with a new reader.
 class WMsgReader
 {
 public:
@@ -40,10 +40,10 @@ public:
     /// reader may use its former memory, so one message that is handed in again and again saves taking any.
     eResult read(const uint8_t** data, size_t* size, int64_t nowMs, WMsg* message);
 
-    /// True when a message has been begun and is older than permitted at @p nowMs.
+    /// True if a message has been begun and is older than permitted at @p nowMs.
     bool overdue(int64_t nowMs) const { return nowMs >= deadline(); }
 
-    /// When the message that has been begun becomes overdue; the largest time if there is none.
+    /// When the message that has been begun becomes overdue; the largest time if none has.
     int64_t deadline() const;
 
     /// Why the bytes were refused.
@@ -51,18 +51,16 @@ public:
 
 private:
     bool idle() const { return mHeaderUsed == 0 && mSegmentsUsed == 0; }
-    bool takeHeaderBytes(const uint8_t** data, size_t* size);
     WStatus checkHeader() const;
     WStatus checkControl() const;
     WStatus checkContinuation() const;
-    void takePayloadBytes(const uint8_t** data, size_t* size);
-    void reserveFor(size_t size);
+    void appendPayload(std::span<const uint8_t> bytes);
     bool checksumMatches() const;
     bool finishSegment(WMsg* message);
+    void readHeader(WMsg* message) const;
     eResult broken(WStatus status);
 
-    uint8_t flags() const { return mHeader[3]; }
-    bool isControl() const { return (flags() & wmsg::kFlagControl) != 0; }
+    bool has(uint8_t flag) const { return (mHeader[3] & flag) != 0; }
     size_t segmentLength() const;
 
     Limits mLimits;

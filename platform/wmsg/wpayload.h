@@ -71,37 +71,26 @@ inline uint8_t* putObjectHeader(uint8_t* to, uint32_t type, size_t tagsSize)
     return to + kObjectHeaderSize;
 }
 
-inline uint8_t* putNumberTag(uint8_t* to, uint16_t tag, uint32_t value)
+/// @p value is a uint32_t or a float.
+template <class Number>
+inline uint8_t* putNumberTag(uint8_t* to, uint16_t tag, Number value)
 {
     put32(to, tagHeader(tag, kNumberSize));
-    put32(to + kTagHeaderSize, value);
+    put32(to + kTagHeaderSize, std::bit_cast<uint32_t>(value));
     return to + kNumberTagSize;
-}
-
-inline uint8_t* putFloatTag(uint8_t* to, uint16_t tag, float value)
-{
-    return putNumberTag(to, tag, std::bit_cast<uint32_t>(value));
 }
 
 uint8_t* putTextTag(uint8_t* to, uint16_t tag, std::string_view text);
 
-// Each function reads the value of a tag. False if it doesn't have the size of a number.
-
-inline bool getNumber(std::span<const uint8_t> value, uint32_t* number)
+/// Reads a uint32_t or a float. False if @p value doesn't have the size of one.
+template <class Number>
+inline bool getNumber(std::span<const uint8_t> value, Number* number)
 {
     if (value.size() != kNumberSize) {
         return false;
     }
-    *number = get32(value.data());
+    *number = std::bit_cast<Number>(get32(value.data()));
     return true;
-}
-
-inline bool getFloat(std::span<const uint8_t> value, float* number)
-{
-    uint32_t bits = 0;
-    const bool read = getNumber(value, &bits);
-    *number = read ? std::bit_cast<float>(bits) : *number;
-    return read;
 }
 
 inline std::string_view getText(std::span<const uint8_t> value)
@@ -111,51 +100,25 @@ inline std::string_view getText(std::span<const uint8_t> value)
 
 } // namespace wmsg
 
-/// Appends objects to a payload tag by tag.
-class WPayloadWriter
-{
-public:
-    /// @p payload outlives the writer.
-    explicit WPayloadWriter(std::vector<uint8_t>* payload) : mPayload(payload) {}
-
-    /// Every tag stands between beginObject() and endObject().
-    void beginObject(uint32_t type);
-    void endObject();
-
-    void putNumber(uint16_t tag, uint32_t value);
-    void putFloat(uint16_t tag, float value);
-    void putText(uint16_t tag, std::string_view text);
-    void putTag(const WTagView& tag);
-
-private:
-    uint8_t* extend(size_t size);
-
-    std::vector<uint8_t>* mPayload;
-    size_t mObjectStart = 0;
-};
-
 /// Walks the objects of a payload, which outlives the walk.
 class WObjectReader
 {
 public:
-    explicit WObjectReader(std::span<const uint8_t> payload)
-        : mNext(payload.data()), mEnd(payload.data() + payload.size())
-    {}
+    explicit WObjectReader(std::span<const uint8_t> payload) : mLeft(payload) {}
 
     /// Fills @p *object with the next one. False at the end and at the first fault.
     bool next(WendleObject* object)
     {
-        const auto left = static_cast<size_t>(mEnd - mNext);
-        if (left < wmsg::kObjectHeaderSize) {
-            return left == 0 ? false : fail("object", "ends within its header");
+        if (mLeft.size() < wmsg::kObjectHeaderSize) {
+            return mLeft.empty() ? false : fail("object", "ends within its header");
         }
-        const size_t size = wmsg::get32(mNext + 4);
-        if (size > left - wmsg::kObjectHeaderSize) {
+        const size_t size = wmsg::get32(mLeft.data() + 4);
+        if (size > mLeft.size() - wmsg::kObjectHeaderSize) {
             return fail("object length", "is more than the message holds");
         }
-        object->type = wmsg::get32(mNext);
-        object->tags = {mNext + wmsg::kObjectHeaderSize, size};
-        mNext += wmsg::kObjectHeaderSize + size;
+        object->type = wmsg::get32(mLeft.data());
+        object->tags = mLeft.subspan(wmsg::kObjectHeaderSize, size);
+        mLeft = mLeft.subspan(wmsg::kObjectHeaderSize + size);
         return true;
     }
 
@@ -166,12 +129,11 @@ private:
     bool fail(const char* field, const char* problem)
     {
         mStatus = WStatus::error(field, problem);
-        mNext = mEnd;
+        mLeft = {};
         return false;
     }
 
-    const uint8_t* mNext;
-    const uint8_t* mEnd;
+    std::span<const uint8_t> mLeft;
     WStatus mStatus = WStatus::ok();
 };
 
@@ -189,41 +151,46 @@ public:
     // Each function reads the next tag if it is @p tag and complete. Else it returns false and the walk stays
     // where it is.
 
-    bool takeNumber(uint16_t tag, uint32_t* value)
+    /// @p *value is a uint32_t or a float.
+    template <class Number>
+    bool takeNumber(uint16_t tag, Number* value)
     {
         if (mLeft.size() < wmsg::kNumberTagSize ||
             wmsg::get32(mLeft.data()) != wmsg::tagHeader(tag, wmsg::kNumberSize)) {
             return false;
         }
-        *value = wmsg::get32(mLeft.data() + wmsg::kTagHeaderSize);
+        *value = std::bit_cast<Number>(wmsg::get32(mLeft.data() + wmsg::kTagHeaderSize));
         mLeft = mLeft.subspan(wmsg::kNumberTagSize);
         return true;
-    }
-
-    bool takeFloat(uint16_t tag, float* value)
-    {
-        uint32_t bits = std::bit_cast<uint32_t>(*value);
-        const bool taken = takeNumber(tag, &bits);
-        *value = std::bit_cast<float>(bits);
-        return taken;
     }
 
     /// @p *text points into the object.
     bool takeText(uint16_t tag, std::string_view* text)
     {
-        if (mLeft.size() < wmsg::kTagHeaderSize || wmsg::get16(mLeft.data()) != tag) {
+        WTagView next;
+        if (!peek(&next) || next.number != tag) {
+            return false;
+        }
+        *text = wmsg::getText(next.value);
+        mLeft = mLeft.subspan(wmsg::kTagHeaderSize + next.value.size());
+        return true;
+    }
+
+private:
+    /// False if the next tag isn't complete.
+    bool peek(WTagView* tag) const
+    {
+        if (mLeft.size() < wmsg::kTagHeaderSize) {
             return false;
         }
         const size_t size = wmsg::get16(mLeft.data() + 2);
         if (size > mLeft.size() - wmsg::kTagHeaderSize) {
             return false;
         }
-        *text = wmsg::getText(mLeft.subspan(wmsg::kTagHeaderSize, size));
-        mLeft = mLeft.subspan(wmsg::kTagHeaderSize + size);
+        *tag = {wmsg::get16(mLeft.data()), mLeft.subspan(wmsg::kTagHeaderSize, size)};
         return true;
     }
 
-private:
     std::span<const uint8_t> mLeft;
     WStatus mStatus = WStatus::ok();
 };

@@ -15,14 +15,12 @@ public:
 
     bool isOk() const { return mField == nullptr; }
 
-    /// The field at fault, or null when all is well.
+    // Null if all is well.
     const char* field() const { return mField; }
-
-    /// What is wrong with the field, or null when all is well.
     const char* problem() const { return mProblem; }
 
     /// "ok", or the field and its problem in one line.
-    std::string text() const;
+    std::string text() const { return isOk() ? "ok" : std::string(mField) + ": " + mProblem; }
 
 private:
     WStatus() = default;

@@ -94,7 +94,7 @@ bool cLinkSocket::receive(LinkSession* session, int64_t nowMs, const MessageHand
     }
     std::span<const uint8_t> bytes(buffer.data(), static_cast<size_t>(size));
     if (mRecord) {
-        mRecord->received(bytes.data(), bytes.size());
+        mRecord->received(bytes);
     }
     LinkSession::Received received;
     while (session->read(&bytes, nowMs, &received)) {

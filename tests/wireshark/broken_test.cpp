@@ -21,8 +21,7 @@ Bytes good() { return documentMessages()["event-digital-input"]; }
 Bytes mended(Bytes segment)
 {
     wmsg::put32(segment.data() + 12, 0);
-    wmsg::put32(segment.data() + 12,
-                wmsg::checksumFinish(wmsg::checksumAdd(0, segment.data(), segment.size())));
+    wmsg::put32(segment.data() + 12, wmsg::checksumFinish(wmsg::checksumAdd(0, segment)));
     return segment;
 }
 

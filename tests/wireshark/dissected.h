@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "payloadwriter.h"
 #include "tcpcapture.h"
 #include "tshark.h"
 #include "wmsg/wmsg.h"
-#include "wmsg/wpayload.h"
 
 using Bytes = std::vector<uint8_t>;
 using Words = Tshark::Words;
@@ -69,9 +69,9 @@ inline WMsg messageOf(uint8_t type, uint8_t seq, bool isAnswer = false)
 inline WMsg longMessage(uint8_t seq, size_t size)
 {
     WMsg message = messageOf(3, seq);
-    WPayloadWriter writer(&message.payload);
+    PayloadWriter writer(&message.payload);
     writer.beginObject(13);
-    writer.putNumber(1, 1001);
+    writer.putNumber(1, 1001U);
     const std::string text(size, 'x');
     writer.putText(28, text);
     writer.endObject();

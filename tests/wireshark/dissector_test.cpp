@@ -161,7 +161,7 @@ TEST_F(FieldsTest, EveryRecordShowsAllOfItsFields)
             }
             case zuldict::eWireType::FLOAT: {
                 float number = 0;
-                ASSERT_TRUE(wmsg::getFloat(tag.value(), &number));
+                ASSERT_TRUE(wmsg::getNumber(tag.value(), &number));
                 std::ostringstream text;
                 text << number;
                 cell = text.str();
@@ -188,7 +188,7 @@ TEST_F(FieldsTest, EveryTagOfTheDictionaryIsAFieldWithItsNames)
         field << "F\t" << entry.name << "\tzul." << entry.name << '\t'
               << types[static_cast<int>(entry.wireType)] << "\tzul\t";
         EXPECT_TRUE(contains(fields.output, field.str())) << entry.name;
-        for (const auto& one : entry.names != nullptr ? *entry.names : zuldict::Enumeration{nullptr, 0}) {
+        for (const auto& one : entry.names) {
             std::ostringstream value;
             value << "V\tzul." << entry.name << '\t' << one.value << '\t' << one.name << '\n';
             EXPECT_TRUE(contains(values.output, value.str())) << value.str();
@@ -277,7 +277,7 @@ TEST_F(ReassemblyTest, LongestMessageIsPutTogether)
     TcpCapture capture;
     auto link = capture.link();
     WMsg message = messageOf(3, 1);
-    WPayloadWriter writer(&message.payload);
+    PayloadWriter writer(&message.payload);
     const std::string text(65535, 'y');
     while (message.payload.size() + 65547 <= wmsg::kMaxMessageBytes) {
         writer.beginObject(13);

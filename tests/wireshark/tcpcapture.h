@@ -89,12 +89,12 @@ private:
     void add(const sEndpoint& from, const sEndpoint& to, const sTcpFields& fields, const Bytes& bytes)
     {
         Bytes packet;
-        appendTcpPacket(&packet, from, to, fields, bytes.data(), bytes.size());
+        appendTcpPacket(&packet, from, to, fields, bytes);
         const size_t size = packet.size();
         packet.resize(std::min(size, mMost));
         wait(1);
         const size_t begin = mFile.size();
-        pcapng::appendPacket(&mFile, mTimeNs, pcapng::eDirection::INBOUND, packet.data(), packet.size());
+        pcapng::appendPacket(&mFile, mTimeNs, pcapng::eDirection::INBOUND, packet);
         // The length on the wire stands behind the one here.
         for (size_t byte = 0; byte < 4; ++byte) {
             mFile[begin + 24 + byte] = static_cast<uint8_t>(size >> (8 * byte));

@@ -49,8 +49,7 @@ TEST(PcapngTest, PacketHasItsTimeLengthAndDirection)
 {
     Bytes file;
     const Bytes packet{0xAA, 0xBB, 0xCC, 0xDD, 0xEE};
-    pcapng::appendPacket(&file, 0x0123456789ABCDEF, pcapng::eDirection::OUTBOUND, packet.data(),
-                         packet.size());
+    pcapng::appendPacket(&file, 0x0123456789ABCDEF, pcapng::eDirection::OUTBOUND, packet);
     EXPECT_EQ(file, hexBytes("06 00 00 00  34 00 00 00 ; type, length of 52\n"
                              "00 00 00 00              ; interface 0\n"
                              "67 45 23 01  ef cd ab 89 ; time, the upper half first\n"
@@ -93,8 +92,7 @@ TEST(TcpPacketTest, OverIpVersion4)
     fields.flags = sTcpFields::kPush | sTcpFields::kAck;
     fields.sequence = 0x01020304;
     fields.acknowledged = 0x05060708;
-    appendTcpPacket(&packet, v4("192.0.2.1", 50000), v4("192.0.2.2", 40000), fields, payload.data(),
-                    payload.size());
+    appendTcpPacket(&packet, v4("192.0.2.1", 50000), v4("192.0.2.2", 40000), fields, payload);
     EXPECT_EQ(packet, hexBytes("45 00 00 2b  00 00 40 00 ; version 4, 20 bytes, of 43; don't fragment\n"
                                "40 06 b6 c9              ; TTL 64, TCP, checksum\n"
                                "c0 00 02 01  c0 00 02 02\n"
@@ -111,8 +109,7 @@ TEST(TcpPacketTest, OverIpVersion6)
     const Bytes payload{'Z', 'W'};
     sTcpFields fields;
     fields.flags = sTcpFields::kAck;
-    appendTcpPacket(&packet, v6("2001:db8::1", 50000), v6("2001:db8::2", 40000), fields, payload.data(),
-                    payload.size());
+    appendTcpPacket(&packet, v6("2001:db8::1", 50000), v6("2001:db8::2", 40000), fields, payload);
     EXPECT_EQ(packet, hexBytes("60 00 00 00  00 16 06 40 ; version 6; 22 bytes follow: TCP; 64 hops\n"
                                "20 01 0d b8  00 00 00 00  00 00 00 00  00 00 00 01\n"
                                "20 01 0d b8  00 00 00 00  00 00 00 00  00 00 00 02\n"
@@ -127,7 +124,7 @@ TEST(TcpPacketTest, FirstOneSaysHowTheConnectionCounts)
     Bytes packet;
     sTcpFields fields;
     fields.flags = sTcpFields::kSyn;
-    appendTcpPacket(&packet, v4("192.0.2.1", 1), v4("192.0.2.2", 2), fields, nullptr, 0);
+    appendTcpPacket(&packet, v4("192.0.2.1", 1), v4("192.0.2.2", 2), fields, {});
     const Bytes tcp(packet.begin() + 20, packet.end());
     EXPECT_EQ(tcp, hexBytes("00 01 00 02  00 00 00 00  00 00 00 00\n"
                             "70 02 ff ff  07 d6 00 00 ; 28 bytes, SYN\n"
@@ -211,7 +208,7 @@ TEST_F(CaptureFileTest, ConnectionIsFollowedFromItsHandshakeToItsEnd)
     {
         const auto record = link(file);
         send(*record, Bytes(10));
-        record->received(Bytes(7).data(), 7);
+        record->received(Bytes(7));
         send(*record, Bytes(5));
         record->peerClosed();
     }
@@ -268,7 +265,7 @@ TEST_F(CaptureFileTest, BytesThatOnePacketCannotHoldFillSeveral)
     for (size_t i = 0; i < bytes.size(); ++i) {
         bytes[i] = static_cast<uint8_t>(i * 7);
     }
-    link(file)->received(bytes.data(), bytes.size());
+    link(file)->received(bytes);
     Bytes joined;
     for (const RecordedPacket& packet : packets()) {
         const Bytes part = packet.payload();
@@ -303,7 +300,7 @@ TEST_F(CaptureFileTest, EveryPacketComesIntoTheFileWithoutAnotherOne)
 TEST_F(CaptureFileTest, WhatIsQueuedIsWrittenBeforeTheFileEnds)
 {
     constexpr size_t kCount = 200;
-    link(create())->received(Bytes(kCount * kMaxTcpPayload).data(), kCount * kMaxTcpPayload);
+    link(create())->received(Bytes(kCount * kMaxTcpPayload));
     mFile.reset();
     bool isWhole = false;
     EXPECT_EQ(packetsIn(fileBytes(mPath), &isWhole).size(), kCount + 4);
@@ -334,7 +331,7 @@ TEST_F(CaptureFileTest, AWriterThatIsStuckDelaysNobodyAndItsQueueIsBounded)
         // The test does not read the pipe, so the first blocks fill it.
         const auto record = link(mFile);
         for (size_t i = 0; i < kCount; ++i) {
-            record->received(Bytes(kMaxTcpPayload).data(), kMaxTcpPayload);
+            record->received(Bytes(kMaxTcpPayload));
         }
     }
     ::fcntl(reader, F_SETFL, 0);
@@ -362,7 +359,7 @@ TEST_F(CaptureFileTest, ThreadsDoNotMixTheirPackets)
         const auto record = link(file);
         std::thread receiver([&record] {
             for (int i = 0; i < kCount; ++i) {
-                record->received(Bytes(33).data(), 33);
+                record->received(Bytes(33));
             }
         });
         for (int i = 0; i < kCount; ++i) {

@@ -9,7 +9,7 @@ namespace {
 
 uint32_t checksum(const std::vector<uint8_t>& bytes)
 {
-    return wmsg::checksumFinish(wmsg::checksumAdd(0, bytes.data(), bytes.size()));
+    return wmsg::checksumFinish(wmsg::checksumAdd(0, bytes));
 }
 
 WMsg messageOf(uint8_t type, uint8_t seq, std::vector<uint8_t> payload)
@@ -153,8 +153,8 @@ TEST(WMsgTest, ChecksumOfPiecesIsThatOfTheWhole)
     }
     for (size_t cut = 0; cut <= bytes.size(); cut += 4) {
         SCOPED_TRACE(cut);
-        const uint64_t sum = wmsg::checksumAdd(0, bytes.data(), cut);
-        const uint64_t whole = wmsg::checksumAdd(sum, bytes.data() + cut, bytes.size() - cut);
+        const uint64_t sum = wmsg::checksumAdd(0, std::span(bytes).first(cut));
+        const uint64_t whole = wmsg::checksumAdd(sum, std::span(bytes).subspan(cut));
         EXPECT_EQ(wmsg::checksumFinish(whole), checksum(bytes));
     }
 }

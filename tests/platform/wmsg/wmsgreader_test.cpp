@@ -47,7 +47,7 @@ bool sameMessage(const WMsg& left, const WMsg& right)
 Bytes seal(Bytes segment)
 {
     wmsg::put32(segment.data() + 12, 0);
-    const uint64_t sum = wmsg::checksumAdd(0, segment.data(), segment.size());
+    const uint64_t sum = wmsg::checksumAdd(0, segment);
     wmsg::put32(segment.data() + 12, wmsg::checksumFinish(sum));
     return segment;
 }

@@ -38,8 +38,7 @@ Bytes endlessSegments(size_t count, size_t payload)
         segment[3] = wmsg::kFlagEvent;
         wmsg::put16(segment.data() + 6, static_cast<uint16_t>(i));
         wmsg::put32(segment.data() + 12, 0);
-        wmsg::put32(segment.data() + 12,
-                    wmsg::checksumFinish(wmsg::checksumAdd(0, segment.data(), segment.size())));
+        wmsg::put32(segment.data() + 12, wmsg::checksumFinish(wmsg::checksumAdd(0, segment)));
         bytes.insert(bytes.end(), segment.begin(), segment.end());
     }
     return bytes;
