@@ -1,5 +1,6 @@
 #include "wlog/wlog.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <exception>
@@ -30,17 +31,14 @@ log4cpp::Appender* makeStderrAppender()
 using Properties = std::map<std::string, std::string>;
 using Categories = std::vector<log4cpp::Category*>;
 
-std::string trimmed(const std::string& text)
+std::string trimmed(std::string text)
 {
-    const size_t first = text.find_first_not_of(" \t\r");
-    return first == std::string::npos ? std::string()
-                                      : text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
+    text.erase(text.find_last_not_of(" \t\r") + 1);
+    return text.erase(0, text.find_first_not_of(" \t\r"));
 }
 
-bool begins(const std::string& text, const std::string& prefix) { return text.rfind(prefix, 0) == 0; }
-
-/// The lines of a property file, without the "log4cpp." that a name may begin with. A line without "=" is
-/// a name without a value.
+/// The lines of a property file, without the "log4cpp." that a name may begin with. A line without "=" is a
+/// name with an empty value.
 Properties readProperties(const char* path)
 {
     Properties properties;
@@ -50,58 +48,32 @@ Properties readProperties(const char* path)
         if (line.empty()) {
             continue;
         }
-        const size_t equals = line.find('=');
-        std::string name = trimmed(line.substr(0, equals));
-        if (begins(name, "log4cpp.")) {
-            name.erase(0, std::string("log4cpp.").size());
+        if (line.starts_with("log4cpp.")) {
+            line.erase(0, line.find('.') + 1);
         }
-        properties[name] = equals == std::string::npos ? std::string() : trimmed(line.substr(equals + 1));
+        const size_t equals = std::min(line.find('='), line.size());
+        properties[trimmed(line.substr(0, equals))] = trimmed(line.substr(equals).erase(0, 1));
     }
     return properties;
 }
 
-bool isKnown(const std::string& name)
-{
-    return name == "rootCategory" || begins(name, "category.") || begins(name, "additivity.") ||
-           begins(name, "appender.");
-}
-
-/// Whether the property says of which type an appender is, and that type writes a file.
-bool isFileAppender(const std::string& name, const std::string& value)
-{
-    const std::string type = "FileAppender";
-    return begins(name, "appender.") &&
-           name.find('.', std::string("appender.").size()) == std::string::npos &&
-           value.size() >= type.size() && value.compare(value.size() - type.size(), type.size(), type) == 0;
-}
-
-/// What log4cpp would pass over, in a few words; empty when there is nothing.
-std::string overlooked(const Properties& properties)
+/// What log4cpp would ignore in the file, in a few words; empty if there is nothing.
+std::string ignoredProblem(const Properties& properties)
 {
     for (const auto& [name, value] : properties) {
-        if (!isKnown(name)) {
+        const std::string kind = name.substr(0, name.find('.') + 1);
+        if (name != "rootCategory" && kind != "category." && kind != "additivity." && kind != "appender.") {
             return "nothing is known by the name '" + name + "'";
         }
+        // "appender.NAME" has the type of the appender.
+        const bool writesFile =
+            kind == "appender." && name.rfind('.') + 1 == kind.size() && value.ends_with("FileAppender");
         const auto fileName = properties.find(name + ".fileName");
-        if (isFileAppender(name, value) && (fileName == properties.end() || fileName->second.empty())) {
+        if (writesFile && (fileName == properties.end() || fileName->second.empty())) {
             return name + ".fileName is missing";
         }
     }
     return {};
-}
-
-/// The same of what log4cpp has made of the file.
-std::string unwritable(const Categories& categories)
-{
-    for (log4cpp::Category* category : categories) {
-        for (log4cpp::Appender* appender : category->getAllAppenders()) {
-            // An appender opens its output without a word; opening it again tells.
-            if (!appender->reopen()) {
-                return "the file of appender '" + appender->getName() + "' cannot be written";
-            }
-        }
-    }
-    return log4cpp::Category::getRoot().getAllAppenders().empty() ? "rootCategory names no appender" : "";
 }
 
 /// Configures log4cpp; returns why that failed, or an empty text.
@@ -113,10 +85,18 @@ std::string configure(const char* path)
         return failure.what();
     }
     const std::unique_ptr<Categories> categories(log4cpp::Category::getCurrentCategories());
-    return unwritable(*categories);
+    for (log4cpp::Category* category : *categories) {
+        for (log4cpp::Appender* appender : category->getAllAppenders()) {
+            // An appender ignores that its file can't be opened; reopen() tells.
+            if (!appender->reopen()) {
+                return "the file of appender '" + appender->getName() + "' cannot be written";
+            }
+        }
+    }
+    return log4cpp::Category::getRoot().getAllAppenders().empty() ? "rootCategory names no appender" : "";
 }
 
-/// Takes every output away and gives lines from @p rootPriority up to standard error.
+/// Removes every output and sends lines of @p rootPriority and above to standard error.
 void startOver(int rootPriority)
 {
     const std::unique_ptr<Categories> categories(log4cpp::Category::getCurrentCategories());
@@ -144,7 +124,7 @@ void cWlog::init(WlogPiority priority)
 
 std::string cWlog::init(const char* configFile)
 {
-    std::string problem = overlooked(readProperties(configFile));
+    std::string problem = ignoredProblem(readProperties(configFile));
     if (problem.empty()) {
         const int before = log4cpp::Category::getRoot().getPriority();
         problem = configure(configFile);

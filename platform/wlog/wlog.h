@@ -2,13 +2,13 @@
 
 #include <string>
 
-/// Gives a class a log category of its own on top of log4cpp.
+/// A log category of log4cpp for the class that derives from it.
 ///
 /// Lines go where init() sent them: to standard error by default, never to standard output.
 class cWlog
 {
 public:
-    /// log4cpp's priority values; a lower value is more severe.
+    /// The priorities of log4cpp; a lower value is more severe.
     enum WlogPiority
     {
         EMERG = 0,
@@ -30,11 +30,10 @@ public:
     /// Call it before other threads log. Calling it again changes the level and adds no second output.
     static void init(WlogPiority priority);
 
-    /// Sets logging up from a log4cpp property file: the root category's line names the only outputs there
-    /// then are. Returns an empty text, or one sentence that says why the file was not taken; the logging set
-    /// up before then stays. What log4cpp itself would pass over in silence is such a reason: a file that
-    /// can't be written or is not named, a line that it doesn't know, a root category without an output.
-    /// Call it before other threads log.
+    /// Sets logging up from a log4cpp property file, whose outputs replace standard error. Returns an empty
+    /// text, or one sentence that says why the file was not taken; then lines go to standard error as before.
+    /// Refuses also what log4cpp ignores: a file that can't be written or is not named, an unknown line, a
+    /// root category without an output. Call it before other threads log.
     static std::string init(const char* configFile);
 
     /// Changes the category; @p logName must outlive this object.
@@ -47,7 +46,7 @@ public:
     void info(const char* text) const;
     void debug(const char* text) const;
 
-    /// True when a debug line would be written: costly texts are built only then.
+    /// Whether a debug line would be written; check it before building a costly text.
     bool debugEnabled() const;
 
 protected:
