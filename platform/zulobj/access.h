@@ -3,8 +3,6 @@
 #include "zulobj/record.h"
 
 /// A card scanner, with the code that it scanned last.
-///
-/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
 class cObjectAccess : public cRecord<cObjectAccess, cObject, OBJ_ACCESS>
 {
 public:
@@ -21,7 +19,15 @@ public:
     void setScanCode(const char* scanCode) { mScanCode.set(scanCode); }
     const char* getScanCode() const { return mScanCode.get(); }
 
-    static constexpr std::array<cField<cObjectAccess>, 4> table();
+    static constexpr auto table()
+    {
+        return std::to_array<Field>({
+            {TAG_DEVICE_SERIAL, &cObjectAccess::mDeviceSerial, true},
+            {TAG_PORT_NUM, &cObjectAccess::mPortNum, true},
+            {TAG_LABEL, &cObjectAccess::mLabel},
+            {TAG_SCAN_CODE, &cObjectAccess::mScanCode},
+        });
+    }
 
 private:
     uint32_t mDeviceSerial = 0;
@@ -29,5 +35,3 @@ private:
     cText mLabel;
     cText mScanCode;
 };
-
-extern template class cRecord<cObjectAccess, cObject, OBJ_ACCESS>;

@@ -3,8 +3,6 @@
 #include "zulobj/record.h"
 
 /// An event that the operator makes up.
-///
-/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
 class cObjectAdhocEvent : public cRecord<cObjectAdhocEvent, cObject, OBJ_ADHOC_EVENT>
 {
 public:
@@ -21,7 +19,15 @@ public:
     void setEventValue(const char* eventValue) { mEventValue.set(eventValue); }
     const char* getEventValue() const { return mEventValue.get(); }
 
-    static constexpr std::array<cField<cObjectAdhocEvent>, 4> table();
+    static constexpr auto table()
+    {
+        return std::to_array<Field>({
+            {TAG_DEVICE_SERIAL, &cObjectAdhocEvent::mDeviceSerial, true},
+            {TAG_PORT_ID, &cObjectAdhocEvent::mPortId, true},
+            {TAG_EVENT_LABEL, &cObjectAdhocEvent::mEventLabel},
+            {TAG_EVENT_VALUE, &cObjectAdhocEvent::mEventValue},
+        });
+    }
 
 private:
     uint32_t mDeviceSerial = 0;
@@ -29,5 +35,3 @@ private:
     cText mEventLabel;
     cText mEventValue;
 };
-
-extern template class cRecord<cObjectAdhocEvent, cObject, OBJ_ADHOC_EVENT>;

@@ -5,8 +5,6 @@
 #include "zulobj/port.h"
 
 /// An analog input as the server sees it.
-///
-/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
 class cObjectAInput : public cRecord<cObjectAInput, cObjectPort, OBJ_PORT_AIN>
 {
 public:
@@ -34,7 +32,15 @@ public:
     void setLastSampleSeq(uint32_t lastSampleSeq) { mLastSampleSeq = lastSampleSeq; }
     uint32_t getLastSampleSeq() const { return mLastSampleSeq; }
 
-    static constexpr std::array<cField<cObjectAInput>, 11> table();
+    static constexpr auto table()
+    {
+        return cObjectPort::table<cObjectAInput>(Field{TAG_GAIN, &cObjectAInput::mGain},
+                                                 Field{TAG_OFFSET, &cObjectAInput::mOffset},
+                                                 Field{TAG_SAMPLE_RATE, &cObjectAInput::mSampleRate},
+                                                 Field{TAG_DISPLAY_UNIT, &cObjectAInput::mDisplayUnit},
+                                                 Field{TAG_SAMPLED_VALUE, &cObjectAInput::mSampledValue},
+                                                 Field{TAG_LAST_SAMPLE_SEQ, &cObjectAInput::mLastSampleSeq});
+    }
 
 private:
     float mGain = NAN;
@@ -44,5 +50,3 @@ private:
     float mSampledValue = 0.0F;
     uint32_t mLastSampleSeq = 0;
 };
-
-extern template class cRecord<cObjectAInput, cObjectPort, OBJ_PORT_AIN>;

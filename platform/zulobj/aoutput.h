@@ -5,8 +5,6 @@
 #include "zulobj/port.h"
 
 /// An analog output as the server sees it.
-///
-/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
 class cObjectAOutput : public cRecord<cObjectAOutput, cObjectPort, OBJ_PORT_AOUT>
 {
 public:
@@ -31,7 +29,15 @@ public:
     void setSampledValue(float sampledValue) { mSampledValue = sampledValue; }
     float getSampledValue() const { return mSampledValue; }
 
-    static constexpr std::array<cField<cObjectAOutput>, 11> table();
+    static constexpr auto table()
+    {
+        return cObjectPort::table<cObjectAOutput>(Field{TAG_GAIN, &cObjectAOutput::mGain},
+                                                  Field{TAG_OFFSET, &cObjectAOutput::mOffset},
+                                                  Field{TAG_MINIMUM_VALUE, &cObjectAOutput::mMinimumValue},
+                                                  Field{TAG_MAXIMUM_VALUE, &cObjectAOutput::mMaximumValue},
+                                                  Field{TAG_DISPLAY_UNIT, &cObjectAOutput::mDisplayUnit},
+                                                  Field{TAG_SAMPLED_VALUE, &cObjectAOutput::mSampledValue});
+    }
 
 private:
     float mGain = NAN;
@@ -41,5 +47,3 @@ private:
     cText mDisplayUnit;
     float mSampledValue = NAN;
 };
-
-extern template class cRecord<cObjectAOutput, cObjectPort, OBJ_PORT_AOUT>;

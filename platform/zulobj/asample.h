@@ -20,7 +20,15 @@ public:
     void setSeqNum(uint32_t seqNum) { mSeqNum = seqNum; }
     uint32_t getSeqNum() const { return mSeqNum; }
 
-    static constexpr std::array<cField<cObjectAnalogSample>, 4> table();
+    static constexpr auto table()
+    {
+        return std::to_array<Field>({
+            {TAG_DEVICE_SERIAL, &cObjectAnalogSample::mDeviceSerial, true},
+            {TAG_PORT_NUM, &cObjectAnalogSample::mPortNum, true},
+            {TAG_SAMPLE, &cObjectAnalogSample::mSample},
+            {TAG_SEQ_NUM, &cObjectAnalogSample::mSeqNum, true},
+        });
+    }
 
 private:
     uint32_t mDeviceSerial = 0;
@@ -28,5 +36,3 @@ private:
     float mSample = 0.0F;
     uint32_t mSeqNum = 0;
 };
-
-extern template class cRecord<cObjectAnalogSample, cObject, OBJ_ANALOG_SAMPLE>;

@@ -3,8 +3,6 @@
 #include "zulobj/record.h"
 
 /// One thing that the device says it can do.
-///
-/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
 class cObjectCapability : public cRecord<cObjectCapability, cObject, OBJ_CAPABILITY>
 {
 public:
@@ -20,7 +18,15 @@ public:
     void setValue(const char* value) { mValue.set(value); }
     const char* getValue() const { return mValue.get(); }
 
-    static constexpr std::array<cField<cObjectCapability>, 4> table();
+    static constexpr auto table()
+    {
+        return std::to_array<Field>({
+            {TAG_DEVICE_SERIAL, &cObjectCapability::mDeviceSerial, true},
+            {TAG_CAP_ID, &cObjectCapability::mCapId, true},
+            {TAG_LABEL, &cObjectCapability::mLabel},
+            {TAG_VALUE, &cObjectCapability::mValue},
+        });
+    }
 
 private:
     uint32_t mDeviceSerial = 0;
@@ -28,5 +34,3 @@ private:
     cText mLabel;
     cText mValue;
 };
-
-extern template class cRecord<cObjectCapability, cObject, OBJ_CAPABILITY>;

@@ -3,8 +3,6 @@
 #include "zulobj/record.h"
 
 /// The device itself: what it is called and how many ports it has.
-///
-/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
 class cObjectDevice : public cRecord<cObjectDevice, cObject, OBJ_DEVICE>
 {
 public:
@@ -47,7 +45,19 @@ public:
     void setAnalogOutCount(uint32_t analogOutCount) { mAnalogOutCount = analogOutCount; }
     uint32_t getAnalogOutCount() const { return mAnalogOutCount; }
 
-    static constexpr std::array<cField<cObjectDevice>, 8> table();
+    static constexpr auto table()
+    {
+        return std::to_array<Field>({
+            {TAG_DEVICE_SERIAL, &cObjectDevice::mDeviceSerial, true},
+            {TAG_DEVICE_LABEL, &cObjectDevice::mDeviceLabel},
+            {TAG_DEVICE_TYPE, &cObjectDevice::mDeviceType},
+            {TAG_VERSION, &cObjectDevice::mVersion},
+            {TAG_DISCRETE_IN_COUNT, &cObjectDevice::mDiscreteInCount},
+            {TAG_DISCRETE_OUT_COUNT, &cObjectDevice::mDiscreteOutCount},
+            {TAG_ANALOG_IN_COUNT, &cObjectDevice::mAnalogInCount},
+            {TAG_ANALOG_OUT_COUNT, &cObjectDevice::mAnalogOutCount},
+        });
+    }
 
 private:
     uint32_t mDeviceSerial = 0;
@@ -59,5 +69,3 @@ private:
     uint32_t mAnalogInCount = 0;
     uint32_t mAnalogOutCount = 0;
 };
-
-extern template class cRecord<cObjectDevice, cObject, OBJ_DEVICE>;

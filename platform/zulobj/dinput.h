@@ -3,8 +3,6 @@
 #include "zulobj/port.h"
 
 /// A digital input as the server sees it.
-///
-/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
 class cObjectDInput : public cRecord<cObjectDInput, cObjectPort, OBJ_PORT_DIN>
 {
 public:
@@ -15,11 +13,13 @@ public:
     void setDefaultState(eObjectIOState defaultState) { mDefaultState = defaultState; }
     eObjectIOState getDefaultState() const { return static_cast<eObjectIOState>(mDefaultState); }
 
-    static constexpr std::array<cField<cObjectDInput>, 7> table();
+    static constexpr auto table()
+    {
+        return cObjectPort::table<cObjectDInput>(Field{TAG_INPUT_STATE, &cObjectDInput::mInputState},
+                                                 Field{TAG_DEFAULT_STATE, &cObjectDInput::mDefaultState});
+    }
 
 private:
     uint32_t mInputState = OBJ_IO_STATE_UNKNOWN;
     uint32_t mDefaultState = OBJ_IO_STATE_UNKNOWN;
 };
-
-extern template class cRecord<cObjectDInput, cObjectPort, OBJ_PORT_DIN>;

@@ -3,8 +3,6 @@
 #include "zulobj/port.h"
 
 /// A digital output as the server sees it.
-///
-/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
 class cObjectDOutput : public cRecord<cObjectDOutput, cObjectPort, OBJ_PORT_DOUT>
 {
 public:
@@ -16,11 +14,13 @@ public:
     void setDefaultState(eObjectIOState defaultState) { mDefaultState = defaultState; }
     eObjectIOState getDefaultState() const { return static_cast<eObjectIOState>(mDefaultState); }
 
-    static constexpr std::array<cField<cObjectDOutput>, 7> table();
+    static constexpr auto table()
+    {
+        return cObjectPort::table<cObjectDOutput>(Field{TAG_OUTPUT_STATE, &cObjectDOutput::mOutputState},
+                                                  Field{TAG_DEFAULT_STATE, &cObjectDOutput::mDefaultState});
+    }
 
 private:
     uint32_t mOutputState = OBJ_IO_STATE_UNKNOWN;
     uint32_t mDefaultState = OBJ_IO_STATE_UNKNOWN;
 };
-
-extern template class cRecord<cObjectDOutput, cObjectPort, OBJ_PORT_DOUT>;

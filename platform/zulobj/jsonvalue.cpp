@@ -8,16 +8,11 @@
 
 namespace zulobj {
 
-namespace {
-
-/// The type is not a tag on the wire: an object's header holds it.
-const zuldict::TagEntry kTypeEntry = {eTag(0), "type", zuldict::eWireType::NUMBER, &zuldict::objectTypes()};
-
-} // namespace
+const zuldict::TagEntry kTypeEntry = {eTag(0), "type", zuldict::eWireType::NUMBER, zuldict::objectTypes()};
 
 json_t* toJSON(const zuldict::TagEntry& entry, uint32_t value)
 {
-    const char* name = entry.names == nullptr ? nullptr : zuldict::nameOf(*entry.names, value);
+    const char* name = zuldict::nameOf(entry.names, value);
     return name == nullptr ? json_integer(value) : json_string(name);
 }
 
@@ -33,8 +28,8 @@ json_t* toJSON(const zuldict::TagEntry& /*entry*/, const cText& text)
 
 WStatus fromJSON(const zuldict::TagEntry& entry, json_t* json, uint32_t* value)
 {
-    if (json_is_string(json) && entry.names != nullptr) {
-        return zuldict::valueOf(*entry.names, json_string_value(json), value)
+    if (json_is_string(json) && !entry.names.empty()) {
+        return zuldict::valueOf(entry.names, json_string_value(json), value)
                    ? WStatus::ok()
                    : WStatus::error(entry.name, "has an unknown name");
     }
@@ -81,9 +76,5 @@ WStatus fromJSON(const zuldict::TagEntry& entry, json_t* json, cText* text)
     text->set(std::string_view(json_string_value(json), json_string_length(json)));
     return WStatus::ok();
 }
-
-json_t* typeToJSON(uint32_t type) { return toJSON(kTypeEntry, type); }
-
-WStatus typeFromJSON(json_t* json, uint32_t* type) { return fromJSON(kTypeEntry, json, type); }
 
 } // namespace zulobj

@@ -29,9 +29,8 @@ WStatus fromJSON(const zuldict::TagEntry& entry, json_t* json, float* value);
 /// Null makes it a text never set.
 WStatus fromJSON(const zuldict::TagEntry& entry, json_t* json, cText* text);
 
-/// The type of an object: its name, or its number if it has none.
-json_t* typeToJSON(uint32_t type);
-WStatus typeFromJSON(json_t* json, uint32_t* type);
+/// The type of an object, which is not a tag on the wire: the object's header holds it.
+extern const zuldict::TagEntry kTypeEntry;
 
 /// The flags for json_dumps() with which a float reads back as the same float, on one line.
 constexpr size_t kDumpFlags = JSON_COMPACT | JSON_REAL_PRECISION(9);

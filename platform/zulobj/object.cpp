@@ -5,16 +5,6 @@
 #include "wlog/wlog.h"
 #include "zulobj/jsonvalue.h"
 
-namespace {
-
-std::string typeText(eObjectTypes type)
-{
-    const char* name = zuldict::nameOf(zuldict::objectTypes(), type);
-    return name != nullptr ? name : std::to_string(type);
-}
-
-} // namespace
-
 cObject::~cObject() = default;
 
 cTagList cObject::getTags() const { return {}; }
@@ -22,7 +12,7 @@ cTagList cObject::getTags() const { return {}; }
 json_t* cObject::getJSONObj() const
 {
     json_t* json = json_object();
-    json_object_set_new(json, "type", zulobj::typeToJSON(mType));
+    json_object_set_new(json, "type", zulobj::toJSON(zulobj::kTypeEntry, mType));
     return json;
 }
 
@@ -63,8 +53,8 @@ WStatus cObject::decode(std::span<const uint8_t> tags)
 
 void cObject::logKey(const std::string& key) const
 {
-    const cWlog log("zulobj");
-    log.info((typeText(mType) + key).c_str());
+    const char* name = zuldict::nameOf(zuldict::objectTypes(), mType);
+    cWlog("zulobj").info(((name != nullptr ? name : std::to_string(mType)) + key).c_str());
 }
 
 WStatus cObject::checkJSONType(json_t* json) const
@@ -73,13 +63,8 @@ WStatus cObject::checkJSONType(json_t* json) const
         return WStatus::error("object", "is not a JSON object");
     }
     json_t* type = json_object_get(json, "type");
-    if (type == nullptr) {
-        return WStatus::ok();
-    }
-    uint32_t code = 0;
-    const WStatus status = zulobj::typeFromJSON(type, &code);
-    if (!status.isOk()) {
-        return status;
-    }
-    return code == mType ? WStatus::ok() : WStatus::error("type", "is that of another record");
+    uint32_t code = mType;
+    const WStatus status =
+        type == nullptr ? WStatus::ok() : zulobj::fromJSON(zulobj::kTypeEntry, type, &code);
+    return !status.isOk() || code == mType ? status : WStatus::error("type", "is that of another record");
 }

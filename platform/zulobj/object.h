@@ -13,7 +13,8 @@
 
 /// The base of every record, and by itself a record of any type without fields.
 ///
-/// Records are values without locks: one thread at a time.
+/// Records are values without locks: one thread at a time. Their text getters return null for a text never
+/// set, else a pointer that holds until the text is set again.
 class cObject
 {
 public:

@@ -131,7 +131,7 @@ WStatus cObjectList::parse(json_t* json)
     for (size_t i = 0; status.isOk() && i < json_array_size(objects); ++i) {
         json_t* entry = json_array_get(objects, i);
         uint32_t type = 0;
-        status = zulobj::typeFromJSON(json_object_get(entry, "type"), &type);
+        status = zulobj::fromJSON(zulobj::kTypeEntry, json_object_get(entry, "type"), &type);
         if (!status.isOk()) {
             break;
         }

@@ -28,8 +28,7 @@ public:
     void setMsgSeq(uint8_t seq) { mMsgSeq = seq; }
     uint8_t getMsgSeq() const { return mMsgSeq; }
 
-    /// The event flag of a received list; a list of type 3 is sent as an event whatever it says.
-    void setEvent(bool event) { mEvent = event; }
+    /// The event flag of a received list; one to be sent is an event if its type is 3.
     bool getEvent() const { return mEvent; }
 
     /// Appends @p object, which now belongs to the list. A null is kept and is skipped by encode().

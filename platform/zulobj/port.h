@@ -1,12 +1,8 @@
 #pragma once
 
-#include <array>
-
 #include "zulobj/record.h"
 
 /// What the four kinds of port have in common, and by itself a plain port record.
-///
-/// Text getters return null for a text never set, else a pointer that holds until the text is set again.
 class cObjectPort : public cRecord<cObjectPort, cObject, OBJ_PORT>
 {
 public:
@@ -31,23 +27,22 @@ public:
     void setPortType(uint32_t portType) { mPortType = portType; }
     uint32_t getPortType() const { return mPortType; }
 
-    static constexpr std::array<cField<cObjectPort>, 5> table();
-
-protected:
-    explicit cObjectPort(eObjectTypes type) : cRecord(type), mPortType(type) {}
-
-    /// The rows that every kind of port begins its table with.
-    template <class Port>
-    static constexpr std::array<cField<Port>, 5> portFields()
+    /// The fields of every kind of port, then @p own.
+    template <class Port = cObjectPort, class... Own>
+    static constexpr auto table(Own... own)
     {
-        return {{
+        return std::to_array<cField<Port>>({
             {TAG_DEVICE_SERIAL, &cObjectPort::mDeviceSerial, true},
             {TAG_PORT_ID, &cObjectPort::mPortId, true},
             {TAG_PORT_LABEL, &cObjectPort::mPortLabel},
             {TAG_PORT_STATUS, &cObjectPort::mPortStatus},
             {TAG_PORT_TYPE, &cObjectPort::mPortType},
-        }};
+            own...,
+        });
     }
+
+protected:
+    explicit cObjectPort(eObjectTypes type) : cRecord(type), mPortType(type) {}
 
 private:
     uint32_t mDeviceSerial = 0;
@@ -56,5 +51,3 @@ private:
     uint32_t mPortStatus = OBJ_STATUS_ALARM_UNKNOWN;
     uint32_t mPortType;
 };
-
-extern template class cRecord<cObjectPort, cObject, OBJ_PORT>;

@@ -1,46 +1,29 @@
 #pragma once
 
-// The walks of cRecord. Only the source files of the record classes include this.
+// The walks of cRecord, for a source file that instantiates a record class.
 
 #include <algorithm>
-#include <sstream>
 #include <utility>
 
 #include "zulobj/jsonvalue.h"
 #include "zulobj/record.h"
 
-/// One table of the fields of a base and those of a class derived from it.
-template <class Record, size_t A, size_t B>
-constexpr std::array<cField<Record>, A + B> joinFields(const std::array<cField<Record>, A>& base,
-                                                       const std::array<cField<Record>, B>& own)
-{
-    return [&]<size_t... I, size_t... J>(std::index_sequence<I...>, std::index_sequence<J...>)
-    {
-        return std::array<cField<Record>, A + B>{base[I]..., own[J]...};
-    }
-    (std::make_index_sequence<A>{}, std::make_index_sequence<B>{});
-}
-
-// What each wire type does, by overloads for the three kinds of member.
+// What each wire type does. A number is a uint32_t or a float.
 namespace zulobj::wire {
 
-inline bool lacksText(uint32_t) { return true; }
-inline bool lacksText(float) { return true; }
+inline bool lacksText(auto /*number*/) { return true; }
 inline bool lacksText(const cText& text) { return !text.isSet(); }
 
-inline size_t tagSize(uint32_t) { return wmsg::kNumberTagSize; }
-inline size_t tagSize(float) { return wmsg::kNumberTagSize; }
+inline size_t tagSize(auto /*number*/) { return wmsg::kNumberTagSize; }
 inline size_t tagSize(const cText& text) { return text.isSet() ? wmsg::textTagSize(text.bytes()) : 0; }
 
-inline uint8_t* put(uint8_t* to, eTag tag, uint32_t value) { return wmsg::putNumberTag(to, tag, value); }
-inline uint8_t* put(uint8_t* to, eTag tag, float value) { return wmsg::putFloatTag(to, tag, value); }
+inline uint8_t* put(uint8_t* to, eTag tag, auto number) { return wmsg::putNumberTag(to, tag, number); }
 inline uint8_t* put(uint8_t* to, eTag tag, const cText& text)
 {
     return text.isSet() ? wmsg::putTextTag(to, tag, text.bytes()) : to;
 }
 
-inline bool take(WTagReader* tags, eTag tag, uint32_t* value) { return tags->takeNumber(tag, value); }
-inline bool take(WTagReader* tags, eTag tag, float* value) { return tags->takeFloat(tag, value); }
+inline bool take(WTagReader* tags, eTag tag, auto* number) { return tags->takeNumber(tag, number); }
 inline bool take(WTagReader* tags, eTag tag, cText* text)
 {
     std::string_view bytes;
@@ -52,8 +35,7 @@ inline bool take(WTagReader* tags, eTag tag, cText* text)
     return true;
 }
 
-inline bool set(std::span<const uint8_t> bytes, uint32_t* value) { return wmsg::getNumber(bytes, value); }
-inline bool set(std::span<const uint8_t> bytes, float* value) { return wmsg::getFloat(bytes, value); }
+inline bool set(std::span<const uint8_t> bytes, auto* number) { return wmsg::getNumber(bytes, number); }
 inline bool set(std::span<const uint8_t> bytes, cText* text)
 {
     text->set(wmsg::getText(bytes));
@@ -64,43 +46,29 @@ inline bool set(std::span<const uint8_t> bytes, cText* text)
 
 /// Calls @p visit with the member that @p field names.
 template <class Record, class Field, class Visit>
-[[gnu::always_inline]] inline auto visitField(Record& record, const Field& field, Visit visit)
+inline auto visitField(Record& record, const Field& field, Visit visit)
 {
-    if (field.number != nullptr) {
-        return visit(record.*field.number);
-    }
-    return field.real != nullptr ? visit(record.*field.real) : visit(record.*field.text);
+    return std::visit([&](auto member) { return visit(record.*member); }, field.member);
 }
 
 /// Calls @p visit with each field of the table and its member, in straight code, while it returns true.
 /// Returns whether it always did.
 template <class Record, class Visit>
-[[gnu::always_inline]] inline bool visitFields(Record& record, Visit visit)
+inline bool visitFields(Record& record, Visit visit)
 {
     static constexpr auto kTable = std::remove_const_t<Record>::table();
-    return [&]<size_t... I>(std::index_sequence<I...>) __attribute__((always_inline))
+    return [&]<size_t... I>(std::index_sequence<I...>)
     {
         return (visitField(record, kTable[I], [&](auto& member) { return visit(kTable[I], member); }) && ...);
     }
     (std::make_index_sequence<kTable.size()>{});
 }
 
-template <class Record>
-[[gnu::always_inline]] inline size_t tagsSize(const Record& record)
-{
-    size_t size = 0;
-    visitFields(record, [&size](const auto&, const auto& member) {
-        size += zulobj::wire::tagSize(member);
-        return true;
-    });
-    return size;
-}
-
 /// Writes the whole object and returns its end.
 template <class Record>
-[[gnu::always_inline]] inline uint8_t* putFields(const Record& record, eObjectTypes type, uint8_t* to)
+inline uint8_t* putFields(const Record& record, eObjectTypes type, uint8_t* to)
 {
-    to = wmsg::putObjectHeader(to, type, tagsSize(record));
+    to = wmsg::putObjectHeader(to, type, record.Record::encodedSize() - wmsg::kObjectHeaderSize);
     visitFields(record, [&to](const auto& field, const auto& member) {
         to = zulobj::wire::put(to, field.tag, member);
         return true;
@@ -122,23 +90,14 @@ WStatus setField(Record* record, uint16_t tag, std::span<const uint8_t> value)
 }
 
 template <class Record, class Base, eObjectTypes Type>
-std::span<const cField<Record>> cRecord<Record, Base, Type>::fields()
-{
-    static constexpr auto kTable = Record::table();
-    return kTable;
-}
-
-template <class Record, class Base, eObjectTypes Type>
 cTagList cRecord<Record, Base, Type>::getTags() const
 {
     std::vector<uint8_t> bytes(encodedSize());
     encode(bytes.data());
     cTagList tags;
-    WendleObject object;
     WTagView tag;
-    WObjectReader(bytes).next(&object);
-    for (WTagReader reader(object.tags); reader.next(&tag);) {
-        tags.add(tag);
+    for (WTagReader reader{std::span(bytes).subspan(wmsg::kObjectHeaderSize)}; reader.next(&tag);) {
+        tags.emplace_back(tag.number, tag.value);
     }
     return tags;
 }
@@ -147,7 +106,7 @@ template <class Record, class Base, eObjectTypes Type>
 json_t* cRecord<Record, Base, Type>::getJSONObj() const
 {
     json_t* json = cObject::getJSONObj();
-    for (const cField<Record>& field : Record::fields()) {
+    for (const Field& field : fields()) {
         const zuldict::TagEntry& entry = zuldict::entry(field.tag);
         json_t* value =
             visitField(self(), field, [&](const auto& member) { return zulobj::toJSON(entry, member); });
@@ -178,7 +137,7 @@ template <class Record, class Base, eObjectTypes Type>
 WStatus cRecord<Record, Base, Type>::parse(json_t* json)
 {
     WStatus status = this->checkJSONType(json);
-    for (const cField<Record>& field : Record::fields()) {
+    for (const Field& field : fields()) {
         const zuldict::TagEntry& entry = zuldict::entry(field.tag);
         json_t* value = json_object_get(json, entry.name);
         if (value != nullptr && status.isOk()) {
@@ -197,40 +156,44 @@ const Record* cRecord<Record, Base, Type>::sameKind(const cObject* other) const
     return record != nullptr && record->getType() == this->getType() ? record : nullptr;
 }
 
+/// The key fields in the table's order.
+template <class Record, class Base, eObjectTypes Type>
+std::vector<uint32_t> cRecord<Record, Base, Type>::key() const
+{
+    std::vector<uint32_t> key;
+    for (const Field& field : fields()) {
+        if (field.key) {
+            key.push_back(self().*field.number());
+        }
+    }
+    return key;
+}
+
 template <class Record, class Base, eObjectTypes Type>
 bool cRecord<Record, Base, Type>::compIndex(cObject* other) const
 {
     const Record* record = sameKind(other);
-    return record != nullptr && std::ranges::all_of(Record::fields(), [&](const cField<Record>& field) {
-               return !field.key || self().*field.number == record->*field.number;
-           });
+    return record != nullptr && key() == record->key();
 }
 
 template <class Record, class Base, eObjectTypes Type>
 bool cRecord<Record, Base, Type>::operator<(cObject& other) const
 {
     const Record* record = sameKind(&other);
-    if (record == nullptr) {
-        return this->getType() < other.getType();
-    }
-    for (const cField<Record>& field : Record::fields()) {
-        if (field.key && self().*field.number != record->*field.number) {
-            return self().*field.number < record->*field.number;
-        }
-    }
-    return false;
+    return record != nullptr ? key() < record->key() : this->getType() < other.getType();
 }
 
 template <class Record, class Base, eObjectTypes Type>
 void cRecord<Record, Base, Type>::printKey() const
 {
-    std::ostringstream key;
-    for (const cField<Record>& field : Record::fields()) {
+    std::string key;
+    for (const Field& field : fields()) {
         if (field.key) {
-            key << ' ' << zuldict::entry(field.tag).name << '=' << self().*field.number;
+            key += std::string(" ") + zuldict::entry(field.tag).name + '=' +
+                   std::to_string(self().*field.number());
         }
     }
-    this->logKey(key.str());
+    this->logKey(key);
 }
 
 template <class Record, class Base, eObjectTypes Type>
@@ -246,9 +209,9 @@ template <class Record, class Base, eObjectTypes Type>
 cObject* cRecord<Record, Base, Type>::cloneKey() const
 {
     auto* copy = new Record;
-    for (const cField<Record>& field : Record::fields()) {
+    for (const Field& field : fields()) {
         if (field.key) {
-            copy->*field.number = self().*field.number;
+            copy->*field.number() = self().*field.number();
         }
     }
     return copy;
@@ -257,7 +220,12 @@ cObject* cRecord<Record, Base, Type>::cloneKey() const
 template <class Record, class Base, eObjectTypes Type>
 size_t cRecord<Record, Base, Type>::encodedSize() const
 {
-    return wmsg::kObjectHeaderSize + tagsSize(self());
+    size_t size = wmsg::kObjectHeaderSize;
+    visitFields(self(), [&size](const auto&, const auto& member) {
+        size += zulobj::wire::tagSize(member);
+        return true;
+    });
+    return size;
 }
 
 template <class Record, class Base, eObjectTypes Type>
@@ -269,7 +237,7 @@ uint8_t* cRecord<Record, Base, Type>::putWithTexts(uint8_t* to) const
 template <class Record, class Base, eObjectTypes Type>
 uint8_t* cRecord<Record, Base, Type>::encode(uint8_t* to) const
 {
-    // Without texts nothing is called and no register is saved.
+    // Without a text no function is called, so no register is saved.
     const bool numbersOnly =
         visitFields(self(), [](const auto&, const auto& member) { return zulobj::wire::lacksText(member); });
     return numbersOnly ? putFields(self(), Type, to) : putWithTexts(to);

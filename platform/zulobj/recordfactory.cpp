@@ -10,6 +10,18 @@
 #include "zulobj/dinput.h"
 #include "zulobj/doutput.h"
 #include "zulobj/port.h"
+#include "zulobj/record_impl.h"
+
+template class cRecord<cObjectAccess, cObject, OBJ_ACCESS>;
+template class cRecord<cObjectAdhocEvent, cObject, OBJ_ADHOC_EVENT>;
+template class cRecord<cObjectAInput, cObjectPort, OBJ_PORT_AIN>;
+template class cRecord<cObjectAOutput, cObjectPort, OBJ_PORT_AOUT>;
+template class cRecord<cObjectAnalogSample, cObject, OBJ_ANALOG_SAMPLE>;
+template class cRecord<cObjectCapability, cObject, OBJ_CAPABILITY>;
+template class cRecord<cObjectDevice, cObject, OBJ_DEVICE>;
+template class cRecord<cObjectDInput, cObjectPort, OBJ_PORT_DIN>;
+template class cRecord<cObjectDOutput, cObjectPort, OBJ_PORT_DOUT>;
+template class cRecord<cObjectPort, cObject, OBJ_PORT>;
 
 namespace zulobj {
 

@@ -12,10 +12,14 @@ public:
     const char* get() const { return mSet ? mText.c_str() : nullptr; }
 
     /// Copies @p text; null makes the field a text never set again.
-    void set(const char* text);
+    void set(const char* text) { text == nullptr ? clear() : set(std::string_view(text)); }
 
     /// Copies @p text up to a NUL in it.
-    void set(std::string_view text);
+    void set(std::string_view text)
+    {
+        mText.assign(text.substr(0, text.find('\0')));
+        mSet = true;
+    }
 
     /// Makes the field a text never set again.
     void clear()

@@ -139,12 +139,13 @@ std::optional<uint32_t> readObject(const std::string& verb, CommandWords* words,
 {
     message->type = verb == "get" ? cObjectList::kRequest : cObjectList::kSet;
     if (const std::optional<uint32_t> type = words->number("object")) {
-        WPayloadWriter writer(&message->payload);
-        writer.beginObject(*type);
-        if (const std::optional<uint32_t> serial = words->number("serial")) {
-            writer.putNumber(TAG_DEVICE_SERIAL, *serial);
+        const std::optional<uint32_t> serial = words->number("serial");
+        const size_t tags = serial ? wmsg::kNumberTagSize : 0;
+        message->payload.resize(wmsg::kObjectHeaderSize + tags);
+        uint8_t* tag = wmsg::putObjectHeader(message->payload.data(), *type, tags);
+        if (serial) {
+            wmsg::putNumberTag(tag, TAG_DEVICE_SERIAL, *serial);
         }
-        writer.endObject();
         return type;
     }
     const std::string word = words->word();

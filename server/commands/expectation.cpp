@@ -41,7 +41,7 @@ std::string shortened(const std::string& text)
 /// The last of @p objects that is of the type: ", the last one with portId=1", or nothing.
 std::string lastText(const json_t* objects, const MessageLog::Filter& filter)
 {
-    const JsonPtr type(zulobj::typeToJSON(*filter.objectType));
+    const JsonPtr type(zulobj::toJSON(zulobj::kTypeEntry, *filter.objectType));
     const json_t* last = nullptr;
     size_t index = 0;
     json_t* object = nullptr;
