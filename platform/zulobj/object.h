@@ -7,7 +7,6 @@
 
 #include "wmsg/wpayload.h"
 #include "wmsg/wstatus.h"
-#include "wmsg/wtag.h"
 #include "zuldict/zuldict.h"
 #include "zulobj/taglist.h"
 

@@ -57,7 +57,6 @@ protected:
 private:
     [[gnu::noinline, gnu::flatten]] uint8_t* putWithTexts(uint8_t* to) const;
     [[gnu::noinline, gnu::flatten]] WStatus decodeWithTexts(std::span<const uint8_t> tags);
-    [[gnu::noinline]] WStatus decodeAnyOrder(std::span<const uint8_t> tags);
     const Record* sameKind(const cObject* other) const;
     std::vector<uint32_t> key() const;
 

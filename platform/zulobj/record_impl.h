@@ -265,14 +265,10 @@ WStatus cRecord<Record, Base, Type>::decodeWithTexts(std::span<const uint8_t> ta
     const bool inOrder = visitFields(self(), [&reader](const auto& field, auto& member) {
         return zulobj::wire::take(&reader, field.tag, &member);
     });
-    return inOrder && reader.atEnd() ? WStatus::ok() : decodeAnyOrder(tags);
-}
-
-/// Decodes tags that stand in another order than the table's, unknown and absent ones among them.
-template <class Record, class Base, eObjectTypes Type>
-WStatus cRecord<Record, Base, Type>::decodeAnyOrder(std::span<const uint8_t> tags)
-{
+    if (inOrder && reader.atEnd()) {
+        return WStatus::ok();
+    }
+    // The tags stand in another order than the table's, or unknown and absent ones are among them.
     self() = Record();
-    WendleObject object{Type, tags};
-    return parse(&object, nullptr);
+    return cObject::decode(tags);
 }

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "wmsg/wtag.h"
+#include "wmsg/wpayload.h"
 
 /// The tags of one record, in the order of its table.
 using cTagList = std::vector<WTag>;

@@ -11,7 +11,7 @@ std::string describe(const std::string& program, std::vector<Library> libraries)
 {
     libraries.push_back({"c-ares", ares_version(nullptr)});
     libraries.push_back({"jansson", jansson_version_str()});
-    // It does not tell at run time; its headers know the first two numbers only.
+    // log4cpp does not tell at run time, and its headers have only the first two numbers.
     libraries.push_back({"log4cpp", LOG4CPP_RELEASE});
 
     std::string text = program + " " + version() + "\ncommit " + commit() + "\n";

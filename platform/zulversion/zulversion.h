@@ -9,8 +9,8 @@ namespace zulversion {
 /// The version of the whole tree, as the build names it.
 const char* version();
 
-/// The commit that was built, in hexadecimal, with " with changes" behind it when files had been edited
-/// since; "unknown" when it was built outside a repository.
+/// The commit that was built, in hexadecimal, followed by " with changes" if files had been edited since;
+/// "unknown" if it was built outside a repository.
 const char* commit();
 
 /// A library and its version.
@@ -21,8 +21,8 @@ struct Library
 };
 
 /// What --version prints, without a newline at the end: the program and its version, the commit, and
-/// @p libraries together with those that every program here stands on. The libraries' versions are those
-/// found at run time where the library tells.
+/// @p libraries with those that every program here uses. Versions are those found at run time if the library
+/// tells.
 std::string describe(const std::string& program, std::vector<Library> libraries);
 
 } // namespace zulversion
