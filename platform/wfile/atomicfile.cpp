@@ -94,7 +94,7 @@ std::string withoutLinks(const std::string& path)
 
 cAtomicFile::cAtomicFile(const std::string& path) : mPath(path.empty() ? path : withoutLinks(path)) {}
 
-/// Whether what stands at the path, if anything, is a regular file that may be written.
+/// An error unless the path is free or names a regular file that may be written.
 WStatus cAtomicFile::checkTarget() const
 {
     struct stat found = {};

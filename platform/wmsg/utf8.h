@@ -8,7 +8,7 @@
 /// UTF-8 as RFC 3629 defines it: no overlong forms, no surrogates, nothing above U+10FFFF.
 namespace utf8 {
 
-/// U+FFFD, which stands for bytes that are no character.
+/// U+FFFD, the replacement for bytes that are no character.
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
 struct Character

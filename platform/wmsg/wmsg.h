@@ -38,7 +38,7 @@ constexpr size_t kMaxSegmentPayload = kMaxSegmentSize - kHeaderSize;
 constexpr size_t kMaxMessageBytes = 1024 * 1024;
 constexpr size_t kMaxSegments = 1024;
 
-/// The type of a ping and of its answer; it stands beside the control flag only.
+/// The type of a ping and of its answer, which have the control flag.
 constexpr uint8_t kControlPing = 0;
 
 // The checksum is the complement of the ones' complement sum of the 32-bit words of the bytes, padded with

@@ -35,9 +35,9 @@ public:
     WMsgReader() = default;
     explicit WMsgReader(const Limits& limits) : mLimits(limits) {}
 
-    /// Reads from @p *data, which holds @p *size bytes, and moves both on past what it used.
-    /// @p nowMs is the time by any clock that never goes back. On MESSAGE, @p *message has been replaced; the
-    /// reader may use its former memory, so one message that is handed in again and again saves taking any.
+    /// Reads from the @p *size bytes at @p *data and moves both past what it used. @p nowMs is the time by
+    /// any monotonic clock. On MESSAGE, @p *message has been replaced; the reader may reuse its former
+    /// memory, so pass the same message again.
     eResult read(const uint8_t** data, size_t* size, int64_t nowMs, WMsg* message);
 
     /// True if a message has been begun and is older than permitted at @p nowMs.

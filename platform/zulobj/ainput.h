@@ -16,8 +16,7 @@ public:
     void setOffset(float offset) { mOffset = offset; }
     float getOffset() const { return mOffset; }
 
-    /// Minutes between samples. kRateUnchanged in a set leaves the rate as it is, and stands until one is
-    /// set.
+    /// Minutes between samples; kRateUnchanged until set. In a set, that leaves the rate as it is.
     void setSampleRate(uint32_t sampleRate) { mSampleRate = sampleRate; }
     uint32_t getSampleRate() const { return mSampleRate; }
 

@@ -52,8 +52,8 @@ public:
     WStatus encode(WMsg* message) const;
 
     /// Replaces the content by that of a received message. After an error the list holds the records before
-    /// the one at fault. Records that an earlier decode() made are used again if type and place fit, so
-    /// pointers to them see the new content.
+    /// the one at fault. Records of an earlier decode() are reused if type and place fit, so pointers to them
+    /// see the new content.
     WStatus decode(const WMsg& message);
 
     /// A new reference: {"msgType", "msgSeq", "objects"}, nulls left out.

@@ -6,7 +6,7 @@
 
 namespace zulobj {
 
-/// A new record of the class that @p type stands for; a plain cObject if no class does.
+/// A new record of the class for @p type; a plain cObject if there is none.
 std::unique_ptr<cObject> createRecord(eObjectTypes type);
 
 } // namespace zulobj

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// A text field of a record: it tells a text never set (null) from an empty one.
+/// A text field of a record, in which a text never set (null) differs from an empty one.
 class cText
 {
 public:
