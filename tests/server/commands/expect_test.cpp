@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "localserver.h"
-#include "objdevice.h"
-#include "rawdevice.h"
+#include "serveddevice.h"
 #include "server/commands/expectation.h"
 #include "zulobj/access.h"
 #include "zulobj/adhoc.h"
@@ -24,16 +22,9 @@ WMsg inputEventWith(uint32_t portId, cObject::eObjectIOState state)
     return messageOf(cObjectList::kEvent, {&input});
 }
 
-/// A server with one device, 1, that has identified itself.
-class ExpectTest : public testing::Test
+class ExpectTest : public ServedDeviceTest
 {
 protected:
-    ExpectTest() : mDevice(mServer.port())
-    {
-        mDevice.identify(1);
-        mServer.lines().next("device");
-    }
-
     /// Sends a message and waits until the server has it.
     void send(const WMsg& message)
     {
@@ -53,9 +44,6 @@ protected:
     {
         EXPECT_EQ(member(reply(command, "failed"), "error"), sentence);
     }
-
-    LocalServer mServer;
-    RawDevice mDevice;
 };
 
 } // namespace
@@ -105,9 +93,7 @@ TEST_F(ExpectTest, waitAndExpectTakeFromTheSameMessages)
 
 TEST_F(ExpectTest, theDeviceThatIsMeantCounts)
 {
-    RawDevice other(mServer.port());
-    other.identify(2);
-    mServer.lines().next("device");
+    RawDevice other = deviceAt(&mServer, 2);
     send(inputEvent(1));
     expectMissed("expect event OBJ_PORT_DIN portId=1 device=2 within=0.01",
                  "No event OBJ_PORT_DIN with portId=1 came within 0.01 seconds; nothing else came.");

@@ -7,36 +7,26 @@
 #include <thread>
 #include <vector>
 
-#include "localserver.h"
-#include "objdevice.h"
-#include "rawdevice.h"
+#include "hexbytes.h"
+#include "serveddevice.h"
 #include "zulobj/device.h"
 #include "zulobj/dinput.h"
 #include "zulobj/objectlist.h"
 
 namespace {
 
-/// The server of a test, with one device that stays well while another one misbehaves.
-class ConnectionTest : public testing::Test
+/// The device stays well while another one misbehaves.
+class ConnectionTest : public ServedDeviceTest
 {
 protected:
     void expectOthersGoOn()
     {
-        mGood.send(inputEvent(77));
+        mDevice.send(inputEvent(77));
         const server::JsonPtr message = mServer.lines().next("message");
         EXPECT_EQ(object(message, 0, "portId"), "77");
     }
 
-    void SetUp() override
-    {
-        mGood.identify(1);
-        mServer.lines().next("device");
-    }
-
     std::string reasonOfNextEnd() { return member(mServer.lines().next("disconnected"), "reason"); }
-
-    LocalServer mServer;
-    RawDevice mGood{mServer.port()};
 };
 
 server::LinkSettings impatient()
@@ -45,13 +35,6 @@ server::LinkSettings impatient()
     settings.link.pingAfterMs = 20;
     settings.link.giveUpAfterMs = 200;
     return settings;
-}
-
-std::vector<uint8_t> framesOf(const WMsg& message)
-{
-    std::vector<uint8_t> bytes;
-    message.appendFrames(bytes);
-    return bytes;
 }
 
 } // namespace
@@ -71,9 +54,7 @@ class DamageTest : public ConnectionTest, public testing::WithParamInterface<Dam
 
 TEST_P(DamageTest, closesThatConnectionOnly)
 {
-    RawDevice bad(mServer.port());
-    bad.identify(2);
-    mServer.lines().next("device");
+    RawDevice bad = deviceAt(&mServer, 2);
     std::vector<uint8_t> bytes = framesOf(inputEvent(5));
     bytes[GetParam().at] = GetParam().value;
     bad.sendBytes(bytes);
@@ -123,7 +104,7 @@ TEST_F(ConnectionTest, aMessageInOddPieces)
 {
     const std::vector<uint8_t> bytes = framesOf(inputEvent(5));
     for (const uint8_t byte : bytes) {
-        mGood.sendBytes({byte});
+        mDevice.sendBytes({byte});
     }
     EXPECT_EQ(object(mServer.lines().next("message"), 0, "portId"), "5");
 }
@@ -132,13 +113,13 @@ TEST_F(ConnectionTest, aMalformedPayloadIsReportedAndTheConnectionGoesOn)
 {
     WMsg message = inputEvent(5);
     message.payload.resize(message.payload.size() - 1);
-    mGood.send(message);
+    mDevice.send(message);
     std::string report;
     ASSERT_TRUE(mServer.errors().nextText(&report));
-    EXPECT_EQ(report.rfind("zulserver: " + mGood.peer() + ": A message of type 3 was not understood: ", 0),
+    EXPECT_EQ(report.rfind("zulserver: " + mDevice.peer() + ": A message of type 3 was not understood: ", 0),
               0U)
         << report;
-    mGood.send(inputEvent(6));
+    mDevice.send(inputEvent(6));
     EXPECT_EQ(object(mServer.lines().next(), 0, "portId"), "6");
 }
 
@@ -147,7 +128,7 @@ TEST_F(ConnectionTest, everyTypeArrivesAsItWasSent)
     for (int type = 0; type < 256; ++type) {
         WMsg message = messageOf(static_cast<uint8_t>(type), {});
         message.seq = static_cast<uint8_t>(type + 1);
-        mGood.send(message);
+        mDevice.send(message);
         const server::JsonPtr line = mServer.lines().next();
         EXPECT_EQ(member(line, "msgType"), std::to_string(type));
         EXPECT_EQ(member(line, "msgSeq"), std::to_string((type + 1) % 256));
@@ -158,22 +139,20 @@ TEST_F(ConnectionTest, everyTypeArrivesAsItWasSent)
 TEST_F(ConnectionTest, anUnknownObjectKeepsItsCode)
 {
     const cObject unknown(static_cast<eObjectTypes>(4000000000U));
-    mGood.send(messageOf(3, {&unknown}));
+    mDevice.send(messageOf(3, {&unknown}));
     EXPECT_EQ(object(mServer.lines().next("message"), 0, "type"), "4000000000");
 }
 
 TEST_F(ConnectionTest, aPingIsAnswered)
 {
-    mGood.send(WMsg::ping(false));
-    mGood.waitForPing();
+    mDevice.send(WMsg::ping(false));
+    mDevice.waitForPing();
 }
 
 TEST(ConnectionTimesTest, aSilentPeerIsPingedAndThenDropped)
 {
     LocalServer server(impatient());
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
+    RawDevice device = deviceAt(&server, 1);
     device.waitForPing();
     EXPECT_EQ(member(server.lines().next("disconnected"), "reason"), "it is silent");
     EXPECT_EQ(device.pings(), 1);
@@ -200,9 +179,7 @@ TEST(ConnectionTimesTest, pingsDoNotCount)
     server::LinkSettings settings = impatient();
     settings.link.giveUpAfterMs = 1000000;
     LocalServer server(settings);
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
+    RawDevice device = deviceAt(&server, 1);
     device.waitForPing();
     server.type("send type=9");
     EXPECT_EQ(device.receive().seq, 2);
@@ -213,9 +190,7 @@ TEST(ConnectionTimesTest, aPeerThatNeverReadsIsDropped)
     server::LinkSettings settings;
     settings.link.giveUpAfterMs = 2000;
     LocalServer server(settings);
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
+    RawDevice device = deviceAt(&server, 1);
     // Each ping asks for an answer that nobody reads.
     std::vector<uint8_t> pings;
     for (int i = 0; i < 100000; ++i) {

@@ -3,9 +3,8 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "localserver.h"
 #include "objdevice.h"
-#include "rawdevice.h"
+#include "serveddevice.h"
 #include "zulobj/adhoc.h"
 #include "zulobj/dinput.h"
 #include "zulobj/objectlist.h"
@@ -84,18 +83,14 @@ TEST(MonitorTest, aNewConnectionDoesNotStartTheCountAgain)
     }
 }
 
-TEST(MonitorTest, sequenceNumbersWrapFrom255To0)
+TEST_F(ServedDeviceTest, sequenceNumbersWrapFrom255To0)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
     for (int i = 2; i <= 301; ++i) {
-        server.type("get device");
-        const WMsg request = device.receive();
+        mServer.type("get device");
+        const WMsg request = mDevice.receive();
         ASSERT_EQ(request.seq, i % 256);
-        device.answer(request, {});
-        ASSERT_EQ(statusOf(server.lines().next("reply")), "ok");
+        mDevice.answer(request, {});
+        ASSERT_EQ(statusOf(mServer.lines().next("reply")), "ok");
     }
 }
 
@@ -108,12 +103,8 @@ TEST(MonitorTest, noDeviceAndSeveral)
     unknown.receive();
     expectError(server.reply("set ain 1"), "No device is connected.");
 
-    RawDevice first(server.port());
-    first.identify(1);
-    server.lines().next("device");
-    RawDevice second(server.port());
-    second.identify(2);
-    server.lines().next("device");
+    RawDevice first = deviceAt(&server, 1);
+    RawDevice second = deviceAt(&server, 2);
     expectError(server.reply("get din"), "Several devices are connected: pick one with device=SERIAL.");
     expectError(server.reply("get din device=3"), "No device with the serial 3 is connected.");
 
@@ -128,12 +119,8 @@ TEST(MonitorTest, noDeviceAndSeveral)
 TEST(MonitorTest, twoDevicesWithOneSerialAreBothThere)
 {
     LocalServer server;
-    RawDevice first(server.port());
-    first.identify(5);
-    server.lines().next("device");
-    RawDevice second(server.port());
-    second.identify(5);
-    server.lines().next("device");
+    RawDevice first = deviceAt(&server, 5);
+    RawDevice second = deviceAt(&server, 5);
     expectError(server.reply("get device device=5"), "Several devices with the serial 5 are connected.");
     first.disconnect();
     EXPECT_EQ(member(server.lines().next("disconnected"), "deviceSerial"), "5");
@@ -142,17 +129,13 @@ TEST(MonitorTest, twoDevicesWithOneSerialAreBothThere)
     EXPECT_EQ(statusOf(server.lines().next("reply")), "ok");
 }
 
-TEST(MonitorTest, aBadCommandIsAnErrorAndSendsNothing)
+TEST_F(ServedDeviceTest, aBadCommandIsAnErrorAndSendsNothing)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
-    expectError(server.reply("get din 0"),
+    expectError(mServer.reply("get din 0"),
                 "PORT is neither * nor a whole number from 1 to 4294967295: \"0\".");
-    expectError(server.reply("frobnicate"), "There is no command \"frobnicate\".");
-    server.type("send type=9");
-    EXPECT_EQ(device.receive().type, 9);
+    expectError(mServer.reply("frobnicate"), "There is no command \"frobnicate\".");
+    mServer.type("send type=9");
+    EXPECT_EQ(mDevice.receive().type, 9);
 }
 
 TEST(MonitorTest, aCommandSendsItsObject)
@@ -171,26 +154,13 @@ TEST(MonitorTest, aCommandSendsItsObject)
     EXPECT_EQ(input->getPortId(), 7U);
     EXPECT_EQ(input->getDeviceSerial(), 3U);
     EXPECT_EQ(input->getDefaultState(), cObject::OBJ_IO_STATE_SET);
-    device.answer(message, {});
-    server.type("set object=12");
-    const WMsg plain = device.receive();
-    EXPECT_EQ(plain.payload, (std::vector<uint8_t>{0, 0, 0, 12, 0, 0, 0, 0}));
-    device.answer(plain, {});
-    server.type("set object=12 serial=1001");
-    const WMsg addressed = device.receive();
-    EXPECT_EQ(addressed.type, cObjectList::kSet);
-    EXPECT_EQ(addressed.payload, (std::vector<uint8_t>{0, 0, 0, 12, 0, 0, 0, 8, 0, 1, 0, 4, 0, 0, 3, 0xE9}));
 }
 
 TEST(MonitorTest, dropClosesTheConnectionOfItsDevice)
 {
     LocalServer server;
-    RawDevice first(server.port());
-    first.identify(1);
-    server.lines().next("device");
-    RawDevice second(server.port());
-    second.identify(2);
-    server.lines().next("device");
+    RawDevice first = deviceAt(&server, 1);
+    RawDevice second = deviceAt(&server, 2);
     expectError(server.reply("drop device=3"), "No device with the serial 3 is connected.");
 
     server.type("drop device=1");
@@ -233,9 +203,7 @@ TEST(MonitorTest, aConnectionThatEndedBeforeIsNotMissedAndTakenOnce)
 TEST(MonitorTest, aConnectionIsWaitedForUntilItEnds)
 {
     LocalServer server;
-    RawDevice device(server.port());
-    device.identify(5);
-    server.lines().next("device");
+    RawDevice device = deviceAt(&server, 5);
     server.type("wait disconnected device=5 timeout=30");
     device.disconnect();
     EXPECT_EQ(member(server.lines().next(), "event"), "disconnected");
@@ -252,31 +220,23 @@ TEST(MonitorTest, forgetTakesTheConnectionsThatEnded)
     EXPECT_EQ(statusOf(server.reply("wait disconnected timeout=0.01")), "timeout");
 }
 
-TEST(MonitorTest, sendWaitsForNothingAndItsAnswerIsDropped)
+TEST_F(ServedDeviceTest, sendWaitsForNothingAndItsAnswerIsDropped)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
-    const server::JsonPtr reply = server.reply("send type=1");
+    const server::JsonPtr reply = mServer.reply("send type=1");
     EXPECT_EQ(statusOf(reply), "ok");
     EXPECT_EQ(member(reply, "msgType"), "null");
     EXPECT_EQ(objectCount(reply), 0U);
-    const WMsg sent = device.receive();
+    const WMsg sent = mDevice.receive();
     EXPECT_TRUE(sent.payload.empty());
-    device.answer(sent, {});
-    device.send(inputEvent(3));
-    EXPECT_EQ(member(server.lines().next(), "event"), "message");
+    mDevice.answer(sent, {});
+    mDevice.send(inputEvent(3));
+    EXPECT_EQ(member(mServer.lines().next(), "event"), "message");
 }
 
-TEST(MonitorTest, anEventIsSentAsOne)
+TEST_F(ServedDeviceTest, anEventIsSentAsOne)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
-    server.type("send type=3");
-    EXPECT_TRUE(device.receive().event);
+    mServer.type("send type=3");
+    EXPECT_TRUE(mDevice.receive().event);
 }
 
 TEST(MonitorTest, answersThatMatchNothingAreDropped)
@@ -284,9 +244,7 @@ TEST(MonitorTest, answersThatMatchNothingAreDropped)
     server::Options options;
     options.verbose = true;
     LocalServer server({}, options);
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
+    RawDevice device = deviceAt(&server, 1);
     WMsg stray = inputEvent(1);
     stray.answer = true;
     stray.seq = 99;
@@ -299,121 +257,97 @@ TEST(MonitorTest, answersThatMatchNothingAreDropped)
     EXPECT_EQ(object(server.lines().next(), 0, "portId"), "2");
 }
 
-TEST(MonitorTest, aLateAnswerDoesNotPairWithALaterRequest)
+TEST_F(ServedDeviceTest, aLateAnswerDoesNotPairWithALaterRequest)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
-    const server::JsonPtr late = server.reply("get din 1 timeout=0.01");
+    const server::JsonPtr late = mServer.reply("get din 1 timeout=0.01");
     EXPECT_EQ(statusOf(late), "timeout");
     EXPECT_EQ(member(late, "error"), "The device did not answer within 0.01 seconds.");
     EXPECT_EQ(member(late, "msgType"), "null");
-    const WMsg first = device.receive();
+    const WMsg first = mDevice.receive();
 
-    server.type("get din 2");
-    const WMsg second = device.receive();
+    mServer.type("get din 2");
+    const WMsg second = mDevice.receive();
     EXPECT_NE(first.seq, second.seq);
     cObjectDInput one;
     one.setPortId(1);
     cObjectDInput two;
     two.setPortId(2);
-    device.answer(first, {&one});
-    device.answer(second, {&two});
-    const server::JsonPtr reply = server.lines().next();
+    mDevice.answer(first, {&one});
+    mDevice.answer(second, {&two});
+    const server::JsonPtr reply = mServer.lines().next();
     EXPECT_EQ(statusOf(reply), "ok");
     EXPECT_EQ(object(reply, 0, "portId"), "2");
 }
 
-TEST(MonitorTest, aNumberWhoseAnswerIsLateIsNotReused)
+TEST_F(ServedDeviceTest, aNumberWhoseAnswerIsLateIsNotReused)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
-    server.reply("get din 1 timeout=0.01");
-    const uint8_t late = device.receive().seq;
+    mServer.reply("get din 1 timeout=0.01");
+    const uint8_t late = mDevice.receive().seq;
     for (int i = 0; i < 300; ++i) {
-        server.type("send type=9");
-        ASSERT_NE(device.receive().seq, late);
+        mServer.type("send type=9");
+        ASSERT_NE(mDevice.receive().seq, late);
     }
 }
 
-TEST(MonitorTest, aDeviceThatLeaves255RequestsUnansweredIsAskedNothingMore)
+TEST_F(ServedDeviceTest, aDeviceThatLeaves255RequestsUnansweredIsAskedNothingMore)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
     std::vector<WMsg> unanswered;
     for (size_t i = 0; i < LinkSession::kMaxOutstanding; ++i) {
-        EXPECT_EQ(statusOf(server.reply("send type=1")), "ok");
-        unanswered.push_back(device.receive());
+        EXPECT_EQ(statusOf(mServer.reply("send type=1")), "ok");
+        unanswered.push_back(mDevice.receive());
     }
     for (const char* command : {"get din 2", "set din 2 default=low", "send type=0"}) {
-        expectError(server.reply(command), "The device has left 255 requests unanswered.");
+        expectError(mServer.reply(command), "The device has left 255 requests unanswered.");
     }
-    EXPECT_EQ(statusOf(server.reply("send type=3")), "ok") << "an event is not answered";
-    EXPECT_EQ(device.receive().type, 3);
+    EXPECT_EQ(statusOf(mServer.reply("send type=3")), "ok") << "an event is not answered";
+    EXPECT_EQ(mDevice.receive().type, 3);
 
     // What comes at last belongs to the old requests, whatever is asked for next.
-    server.type("get din 2 timeout=86400");
-    expectError(server.lines().next("reply"), "The device has left 255 requests unanswered.");
-    device.answer(unanswered.front(), {});
-    device.send(inputEvent(1));
-    server.lines().next("message");
-    server.type("get din 2");
+    mServer.type("get din 2 timeout=86400");
+    expectError(mServer.lines().next("reply"), "The device has left 255 requests unanswered.");
+    mDevice.answer(unanswered.front(), {});
+    mDevice.send(inputEvent(1));
+    mServer.lines().next("message");
+    mServer.type("get din 2");
     cObjectDInput two;
     two.setPortId(2);
     for (size_t i = 1; i < unanswered.size(); ++i) {
-        device.answer(unanswered[i], {});
+        mDevice.answer(unanswered[i], {});
     }
-    device.answer(device.receive(), {&two});
-    EXPECT_EQ(object(server.lines().next("reply"), 0, "portId"), "2");
+    mDevice.answer(mDevice.receive(), {&two});
+    EXPECT_EQ(object(mServer.lines().next("reply"), 0, "portId"), "2");
 }
 
-TEST(MonitorTest, anAnswerThatIsNotUnderstoodIsAnError)
+TEST_F(ServedDeviceTest, anAnswerThatIsNotUnderstoodIsAnError)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
-    server.type("get din 1");
-    WMsg answer = device.receive();
+    mServer.type("get din 1");
+    WMsg answer = mDevice.receive();
     answer.answer = true;
     answer.payload.assign(5, 0);
-    device.send(answer);
-    const server::JsonPtr reply = server.lines().next();
+    mDevice.send(answer);
+    const server::JsonPtr reply = mServer.lines().next();
     EXPECT_EQ(statusOf(reply), "error");
     EXPECT_EQ(member(reply, "error").rfind("The answer was not understood: ", 0), 0U);
 }
 
-TEST(MonitorTest, aDeviceThatGoesAwayEndsItsCommand)
+TEST_F(ServedDeviceTest, aDeviceThatGoesAwayEndsItsCommand)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
-    server.type("get din 1 timeout=86400");
-    device.receive();
-    device.disconnect();
-    EXPECT_EQ(member(server.lines().next(), "event"), "disconnected");
-    expectError(server.lines().next(), "The device disconnected before it answered.");
+    mServer.type("get din 1 timeout=86400");
+    mDevice.receive();
+    mDevice.disconnect();
+    EXPECT_EQ(member(mServer.lines().next(), "event"), "disconnected");
+    expectError(mServer.lines().next(), "The device disconnected before it answered.");
 }
 
-TEST(MonitorTest, repliesComeInTheOrderOfTheCommands)
+TEST_F(ServedDeviceTest, repliesComeInTheOrderOfTheCommands)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
-    server.type("get din 1\nfoo\n\n# a comment\nsleep 0.01\nsend type=4");
-    const WMsg request = device.receive();
-    device.send(inputEvent(9));
-    device.answer(request, {});
-    EXPECT_EQ(member(server.lines().next(), "event"), "message");
+    mServer.type("get din 1\nfoo\n\n# a comment\nsleep 0.01\nsend type=4");
+    const WMsg request = mDevice.receive();
+    mDevice.send(inputEvent(9));
+    mDevice.answer(request, {});
+    EXPECT_EQ(member(mServer.lines().next(), "event"), "message");
     for (const char* command : {"get din 1", "foo", "sleep 0.01", "send type=4"}) {
-        EXPECT_EQ(member(server.lines().next(), "command"), command);
+        EXPECT_EQ(member(mServer.lines().next(), "command"), command);
     }
 }
 
@@ -442,12 +376,8 @@ TEST(MonitorTest, waitTakesEachMessageOnceAndTheEarlierOnesToo)
 TEST(MonitorTest, waitWaitsForTheRightOne)
 {
     LocalServer server;
-    RawDevice first(server.port());
-    first.identify(1);
-    server.lines().next("device");
-    RawDevice second(server.port());
-    second.identify(2);
-    server.lines().next("device");
+    RawDevice first = deviceAt(&server, 1);
+    RawDevice second = deviceAt(&server, 2);
     server.type("wait event OBJ_PORT_DIN device=2");
     first.send(inputEvent(11));
     server.lines().next("message");
@@ -512,14 +442,10 @@ TEST(MonitorTest, aLineThatNeverEndsIsOneError)
     EXPECT_EQ(statusOf(server.reply("sleep 0")), "ok");
 }
 
-TEST(MonitorTest, aThousandPortsInOneAnswer)
+TEST_F(ServedDeviceTest, aThousandPortsInOneAnswer)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
-    server.type("get din *");
-    const WMsg request = device.receive();
+    mServer.type("get din *");
+    const WMsg request = mDevice.receive();
     cObjectList list;
     list.setMsgType(cObjectList::kRequest);
     for (uint32_t port = 1; port <= 1000; ++port) {
@@ -532,27 +458,23 @@ TEST(MonitorTest, aThousandPortsInOneAnswer)
     ASSERT_TRUE(list.encode(&answer).isOk());
     answer.answer = true;
     answer.seq = request.seq;
-    device.send(answer);
-    const server::JsonPtr reply = server.lines().next();
+    mDevice.send(answer);
+    const server::JsonPtr reply = mServer.lines().next();
     EXPECT_EQ(objectCount(reply), 1000U);
     EXPECT_EQ(object(reply, 999, "portId"), "1000");
 }
 
-TEST(MonitorTest, nothingIsLostWhenTheReaderIsSlow)
+TEST_F(ServedDeviceTest, nothingIsLostWhenTheReaderIsSlow)
 {
-    LocalServer server;
-    RawDevice device(server.port());
-    device.identify(1);
-    server.lines().next("device");
     // Far more than a pipe and the output's own bound hold, so the device is made to wait.
     constexpr uint32_t kMessages = 60000;
-    std::thread sender([&device] {
+    std::thread sender([this] {
         for (uint32_t port = 1; port <= kMessages; ++port) {
-            device.send(inputEvent(port));
+            mDevice.send(inputEvent(port));
         }
     });
     for (uint32_t port = 1; port <= kMessages; ++port) {
-        const server::JsonPtr line = server.lines().next();
+        const server::JsonPtr line = mServer.lines().next();
         if (object(line, 0, "portId") != std::to_string(port)) {
             ADD_FAILURE() << "expected port " << port;
             break;
