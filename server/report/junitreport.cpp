@@ -12,7 +12,6 @@ namespace server {
 namespace {
 
 constexpr const char* kSuite = "zulserver";
-
 constexpr const char* kFailure = "failure";
 constexpr const char* kError = "error";
 constexpr const char* kSkipped = "skipped";
