@@ -1,3 +1,4 @@
+#include "devicefile.h"
 #include "displayplatform.h"
 #include "language.h"
 #include "mainwindow.h"
@@ -75,10 +76,34 @@ QString configureLog(const cOptions& options, MainWindow&)
                              : QString();
 }
 
-QString openFiles(const cOptions& options, MainWindow& window)
+QString openDevice(const cOptions& options, MainWindow& window)
 {
-    if (options.deviceFile && !window.openDeviceFile(fullPath(*options.deviceFile))) {
-        return unreadable("device", *options.deviceFile);
+    cDeviceFile device;
+    device.type = QStringLiteral("TYPE_DISCRETE_IO");
+    if (options.deviceFile) {
+        const std::optional<cDeviceFile> read = MainWindow::readDeviceFile(fullPath(*options.deviceFile));
+        if (!read) {
+            return unreadable("device", *options.deviceFile);
+        }
+        device = *read;
+    }
+    const bool changed = options.device.any();
+    options.device.apply(device);
+    if (device.hasTooManyItems()) {
+        return changed ? QStringLiteral("--din, --dout, --ain, --aout and --scanners: more than %1 in all")
+                             .arg(cDeviceFile::kMaxItems)
+                       : unreadable("device", *options.deviceFile);
+    }
+    if (options.deviceFile || changed) {
+        window.openDevice(options.deviceFile ? fullPath(*options.deviceFile) : QString(), device);
+    }
+    return {};
+}
+
+QString findServer(const cOptions& options, MainWindow& window)
+{
+    if (options.server) {
+        window.setServer(QString::fromLocal8Bit(options.server->host.c_str()), options.server->port);
     }
     if (options.connectionFile && !window.openConnectionFile(fullPath(*options.connectionFile))) {
         return unreadable("connection", *options.connectionFile);
@@ -114,7 +139,7 @@ QString createCapture(const cOptions& options, MainWindow& window)
 /// The capture file, which is emptied, comes after all that may be wrong.
 QString carryOut(const cOptions& options, MainWindow& window)
 {
-    for (const auto step : {configureLog, openFiles, checkOrders, createCapture}) {
+    for (const auto step : {configureLog, openDevice, findServer, checkOrders, createCapture}) {
         if (const QString problem = step(options, window); !problem.isEmpty()) {
             return problem;
         }

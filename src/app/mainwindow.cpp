@@ -32,13 +32,6 @@ namespace {
 // Off unless QT_LOGGING_RULES says otherwise.
 Q_LOGGING_CATEGORY(fileTrace, "zulbench.files", QtWarningMsg)
 
-/// Returns nothing if the file cannot be read.
-std::optional<cDeviceFile> deviceFileAt(const QString& path)
-{
-    const std::optional<QByteArray> content = readLineFile(path);
-    return content ? std::make_optional(cDeviceFile::read(*content)) : std::nullopt;
-}
-
 void traceDevice(const QString& path, const cDeviceFile& values)
 {
     qCDebug(fileTrace,
@@ -115,7 +108,7 @@ void MainWindow::setDeviceFile(const QString& path)
 
 void MainWindow::loadDevice()
 {
-    const std::optional<cDeviceFile> values = deviceFileAt(mConfig->getZULCurrentFile());
+    const std::optional<cDeviceFile> values = readDeviceFile(mConfig->getZULCurrentFile());
     if (values && values->hasTooManyItems()) {
         reportUnreadableFile();
     } else if (values) {
@@ -177,15 +170,36 @@ void MainWindow::reportUnreadableFile()
     QMessageBox::critical(this, tr("File Opening Error"), tr("Error: Could not open file."), QMessageBox::Ok);
 }
 
+std::optional<cDeviceFile> MainWindow::readDeviceFile(const QString& path)
+{
+    const std::optional<QByteArray> content = readLineFile(path);
+    return content ? std::make_optional(cDeviceFile::read(*content)) : std::nullopt;
+}
+
 bool MainWindow::openDeviceFile(const QString& path)
 {
-    const std::optional<cDeviceFile> values = deviceFileAt(path);
+    const std::optional<cDeviceFile> values = readDeviceFile(path);
     if (!values || values->hasTooManyItems()) {
         return false;
     }
-    setDeviceFile(path);
-    showDevice(*values);
+    openDevice(path, *values);
     return true;
+}
+
+void MainWindow::openDevice(const QString& path, const cDeviceFile& device)
+{
+    if (path.isEmpty()) {
+        // Without a file there is nothing to edit.
+        ui->actionSelect_Script_to_Run->setEnabled(true);
+    } else {
+        setDeviceFile(path);
+    }
+    showDevice(device);
+}
+
+void MainWindow::setServer(const QString& address, uint16_t port)
+{
+    cConnectionFile{{}, address, QString::number(port)}.fill(*mConfig, mConfig->getZULConnectionFile());
 }
 
 void MainWindow::on_actionCreate_triggered() { createDialog<createdialog>()->show(); }

@@ -35,9 +35,18 @@ public:
 
     // What the menu actions do once a file is chosen. They show no message box.
 
+    /// Returns what the device file at @p path says, or nothing if it cannot be read.
+    static std::optional<cDeviceFile> readDeviceFile(const QString& path);
+
     /// Loads the device file at the full path @p path. Returns false, and changes nothing, if it cannot be
     /// read.
     bool openDeviceFile(const QString& path);
+
+    /// Loads @p device, which comes from the file at the full path @p path, or from none if that is empty.
+    void openDevice(const QString& path, const cDeviceFile& device);
+
+    /// Takes the server's address and port, without a connection file.
+    void setServer(const QString& address, uint16_t port);
 
     /// Takes the server's address and port from the connection file at the full path @p path. Returns false,
     /// and changes nothing, if it cannot be read.

@@ -1,14 +1,51 @@
 #include "options.h"
 
+#include "devicefile.h"
 #include "paths.h"
 
 #include <CLI/CLI.hpp>
 #include <QRegularExpression>
 #include <algorithm>
+#include <charconv>
+#include <limits>
 #include <ostream>
 #include <vector>
 
 namespace {
+
+/// Has @p target read a decimal number of at most @p max. Files say less about a wrong one.
+void addNumber(CLI::App& app, const std::string& name, std::optional<uint32_t>& target, uint32_t max,
+               const char* description)
+{
+    const auto read = [&target, name, max](const std::string& text) {
+        uint32_t number = 0;
+        const char* end = text.data() + text.size();
+        const auto result = std::from_chars(text.data(), end, number);
+        if (result.ec != std::errc() || result.ptr != end || number > max) {
+            throw CLI::ValidationError(name, "'" + text + "' is not a whole number from 0 to " +
+                                                 std::to_string(max));
+        }
+        target = number;
+    };
+    app.add_option_function<std::string>(name, read, description)->type_name("N");
+}
+
+void describeDevice(CLI::App& app, cDeviceOptions& device)
+{
+    constexpr std::array<std::array<const char*, 2>, 5> kCounts{
+        {{"--din", "Digital inputs, in place of the device file's"},
+         {"--dout", "Digital outputs, likewise"},
+         {"--ain", "Analog inputs, likewise"},
+         {"--aout", "Analog outputs, likewise"},
+         {"--scanners", "Scanners, likewise"}}};
+    for (size_t i = 0; i < kCounts.size(); ++i) {
+        addNumber(app, kCounts[i][0], device.counts[i], cDeviceFile::kMaxItems, kCounts[i][1]);
+    }
+    constexpr auto kMax = std::numeric_limits<uint32_t>::max();
+    addNumber(app, "--serial", device.serial, kMax, "Serial number, likewise");
+    app.add_option("--label", device.label, "Label, likewise")->type_name("TEXT");
+    addNumber(app, "--device-version", device.version, kMax, "Version, likewise");
+}
 
 /// Returns the arguments that are not Qt's, in reverse order as CLI11 takes them.
 std::vector<std::string> ownArguments(int argc, const char* const* argv, bool& platformNamed)
@@ -41,7 +78,21 @@ void describe(CLI::App& app, const std::string& version, cOptions& options, std:
         return app.add_option(name, target, description)->type_name("FILE");
     };
     addFile("--device", options.deviceFile, "Load this device file");
-    addFile("--connection", options.connectionFile, "Take the server's address from this file");
+    describeDevice(app, options.device);
+    auto* connection =
+        addFile("--connection", options.connectionFile, "Take the server's address from this file");
+    const auto takeServer = [&options](const std::string& text) {
+        options.server = parseHostPort(text);
+        options.connect = true;
+        if (!options.server) {
+            throw CLI::ValidationError("--server",
+                                       "'" + text + "' is not HOST:PORT, with a port from 1 to 65535");
+        }
+    };
+    app.add_option_function<std::string>("--server", takeServer,
+                                         "Connect to this server; an IPv6 address stands in brackets")
+        ->type_name("HOST:PORT")
+        ->excludes(connection);
     app.add_flag("--connect", options.connect, "Connect to the server");
     addFile("--script", options.scripts, "Run this JavaScript file; may be given again, needs a device")
         ->expected(1)
@@ -86,12 +137,39 @@ void takeFiles(const std::vector<std::string>& files, cOptions& options)
             throw CLI::ValidationError("'" + file + "' is neither a .dev nor a .con nor a .js file");
         }
     }
-    if (!options.scripts.empty() && !options.deviceFile) {
+    if (options.server && options.connectionFile) {
+        throw CLI::ExcludesError("--server", "--connection");
+    }
+    if (!options.scripts.empty() && !options.deviceFile && !options.device.any()) {
         throw CLI::RequiresError("--script", "--device");
     }
 }
 
 } // namespace
+
+bool cDeviceOptions::any() const
+{
+    return version || serial || label ||
+           std::ranges::any_of(counts, [](auto& count) { return count.has_value(); });
+}
+
+void cDeviceOptions::apply(cDeviceFile& device) const
+{
+    uint32_t* const targets[] = {&device.digitalInputs, &device.digitalOutputs, &device.analogInputs,
+                                 &device.analogOutputs, &device.scanners};
+    for (size_t i = 0; i < counts.size(); ++i) {
+        *targets[i] = counts[i].value_or(*targets[i]);
+    }
+    if (version) {
+        device.version = QString::number(*version);
+    }
+    if (serial) {
+        device.serial = QString::number(*serial);
+    }
+    if (label) {
+        device.label = QString::fromLocal8Bit(label->c_str());
+    }
+}
 
 cParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version, std::ostream& out,
                             std::ostream& error)

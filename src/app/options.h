@@ -1,18 +1,41 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "zullink/hostport.h"
+
+struct cDeviceFile;
+
+/// The values of a device that the command line gives; what it leaves out is nothing.
+struct cDeviceOptions
+{
+    /// Digital inputs and outputs, analog inputs and outputs, scanners.
+    std::array<std::optional<uint32_t>, 5> counts;
+    std::optional<uint32_t> version;
+    std::optional<uint32_t> serial;
+    std::optional<std::string> label;
+
+    bool any() const;
+
+    /// Puts the values that are given into @p device. Qt's application object has set the locale.
+    void apply(cDeviceFile& device) const;
+};
 
 /// What the command line asks for. Texts are bytes as typed: Qt may decode them only once its application
 /// object has set the locale.
 struct cOptions
 {
     std::optional<std::string> deviceFile;
+    cDeviceOptions device; ///< in place of what the device file says, or without one
     std::optional<std::string> connectionFile;
-    bool connect = false;
-    std::vector<std::string> scripts;       ///< those of --script first; none without a device file
+    std::optional<sHostPort> server;        ///< in place of a connection file
+    bool connect = false;                   ///< always with a server
+    std::vector<std::string> scripts;       ///< those of --script first; none without a device
     std::optional<std::string> logConfig;   ///< a log4cpp property file
     std::optional<std::string> captureFile; ///< records what crosses the link
     bool headless = false;

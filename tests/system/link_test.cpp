@@ -22,6 +22,8 @@ private slots:
     void theSimulatorEndsCleanlyUnderTraffic();
     void theSimulatorEndsCleanlyWithoutAServer();
     void theServerTellsWhoLeft();
+    void aDeviceNeedsNoFile();
+    void optionsReplaceValuesOfTheDeviceFile();
     void theDeviceStaysWhenTheReaderOfItsTraceGoes();
 };
 
@@ -151,6 +153,37 @@ void TestLink::theServerTellsWhoLeft()
     QCOMPARE(line["deviceSerial"].toInt(), 1001);
     QCOMPARE(line["peer"].toString(), server.line("connected")["peer"].toString());
     QVERIFY(!line["reason"].toString().isEmpty());
+}
+
+void TestLink::aDeviceNeedsNoFile()
+{
+    ServerProgram server({"--listen", "::1"});
+    Program simulator;
+    simulator.start(ZULBENCH_PROGRAM, {"--headless", "--server", QString("[::1]:%1").arg(server.port()),
+                                       "--din", "2", "--dout", "3", "--ain", "4", "--aout", "5", "--serial",
+                                       "77", "--label", "North gate", "--device-version", "6"});
+    const QJsonObject device = server.line("device");
+    QCOMPARE(device["deviceSerial"].toInt(), 77);
+    QCOMPARE(device["deviceLabel"].toString(), QString("North gate"));
+    QCOMPARE(device["deviceType"].toString(), QString("TYPE_DISCRETE_IO"));
+    QCOMPARE(device["version"].toInt(), 6);
+    for (const auto& [kind, count] : {std::pair("din", 2), {"dout", 3}, {"ain", 4}, {"aout", 5}}) {
+        QCOMPARE(server.objects(QString("get %1").arg(kind)).size(), count);
+    }
+    QCOMPARE(simulator.stop(SIGTERM), 0);
+}
+
+void TestLink::optionsReplaceValuesOfTheDeviceFile()
+{
+    ServerProgram server;
+    Program simulator;
+    startSimulator(&simulator, deviceFile(1, 2, 3, 4, 1), server.port(), {"--din", "5", "--serial", "9"});
+    const QJsonObject device = server.line("device");
+    QCOMPARE(device["deviceSerial"].toInt(), 9);
+    QCOMPARE(device["deviceLabel"].toString(), QString("Panel7"));
+    QCOMPARE(server.objects("get din").size(), 5);
+    QCOMPARE(server.objects("get dout").size(), 2);
+    QCOMPARE(simulator.stop(SIGTERM), 0);
 }
 
 void TestLink::theDeviceStaysWhenTheReaderOfItsTraceGoes()

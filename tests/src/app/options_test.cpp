@@ -1,3 +1,4 @@
+#include "devicefile.h"
 #include "displayplatform.h"
 #include "options.h"
 #include "qttestmain.h"
@@ -35,7 +36,8 @@ Parsed parse(const QString& line)
     return parsed;
 }
 
-/// What was asked for, in words: device=... connection=... capture=... script=... connect headless platform.
+/// What was asked for, in words: device=... connection=... capture=... server=...
+/// DIN+DOUT+AIN+AOUT+SCANNERS,SERIAL, LABEL,VERSION script=... connect headless platform.
 QString summary(const cOptions& options)
 {
     QStringList words;
@@ -47,6 +49,20 @@ QString summary(const cOptions& options)
     }
     if (options.captureFile) {
         words.append("capture=" + QString::fromStdString(*options.captureFile));
+    }
+    if (options.server) {
+        words.append("server=" + QString::fromStdString(toText(*options.server)));
+    }
+    if (options.device.any()) {
+        cDeviceFile device;
+        options.device.apply(device);
+        words.append(QString("%1+%2+%3+%4+%5,%6,%7,%8")
+                         .arg(device.digitalInputs)
+                         .arg(device.digitalOutputs)
+                         .arg(device.analogInputs)
+                         .arg(device.analogOutputs)
+                         .arg(device.scanners)
+                         .arg(device.serial, device.label, device.version));
     }
     for (const std::string& script : options.scripts) {
         words.append("script=" + QString::fromStdString(script));
@@ -118,6 +134,21 @@ void TestOptions::goodLinesAreTaken_data()
                                                  << "device=a.dev connection=a.con connect headless";
     QTest::newRow("the next word is the name, whatever it is") << "--device --connect"
                                                                << "device=--connect";
+    QTest::newRow("a device without a file") << "--din 1 --dout 2 --ain 3 --aout 4 --scanners 5 --serial "
+                                                "4294967295 --label gate --device-version 7"
+                                             << "1+2+3+4+5,4294967295,gate,7";
+    QTest::newRow("one value alone") << "--serial=0"
+                                     << "0+0+0+0+0,0,,";
+    QTest::newRow("values beside a file") << "--device a.dev --din 100000"
+                                          << "device=a.dev 100000+0+0+0+0,,,";
+    QTest::newRow("a script on a device without a file") << "--din 1 s.js"
+                                                         << "1+0+0+0+0,,, script=s.js";
+    QTest::newRow("a server connects") << "--server lab.example:50000"
+                                       << "server=lab.example:50000 connect";
+    QTest::newRow("a server of IPv6") << "--server [::1]:65535"
+                                      << "server=[::1]:65535 connect";
+    QTest::newRow("a server and connect") << "--connect --server 127.0.0.1:1"
+                                          << "server=127.0.0.1:1 connect";
     QTest::newRow("a name with a dash in front") << "--device=-a.dev"
                                                  << "device=-a.dev";
 }
@@ -188,6 +219,26 @@ void TestOptions::wrongUsageIsOneLineOfError_data()
                                  << "--device";
     QTest::newRow("connect with a value") << "--connect=host"
                                           << "--connect";
+    for (const char* option :
+         {"--din", "--dout", "--ain", "--aout", "--scanners", "--serial", "--device-version"}) {
+        for (const char* value : {"x", "-1", "4294967296", "1.5", "0x10", "+1", "1e3"}) {
+            QTest::addRow("%s %s", option, value) << QString("%1 %2").arg(option, value) << QString(option);
+        }
+        QTest::addRow("%s without a number", option) << QString(option) << QString(option);
+        QTest::addRow("%s empty", option) << QString("%1=").arg(option) << QString(option);
+    }
+    QTest::newRow("too many ports of a kind") << "--dout 100001"
+                                              << "--dout";
+    for (const char* server : {"lab", "lab:", ":50000", "lab:0", "lab:65536", "lab:x", "lab:-1", "::1:50000",
+                               "[::1]", "[lab]:50000", "[]:50000", "lab:50000:1"}) {
+        QTest::addRow("server %s", server) << QString("--server %1").arg(server) << QString("--server");
+    }
+    QTest::newRow("a server beside a connection") << "--server lab:1 --connection a.con"
+                                                  << "--connection";
+    QTest::newRow("a server beside a plain connection") << "--server lab:1 a.con"
+                                                        << "--connection";
+    QTest::newRow("two servers") << "--server lab:1 --server lab:2"
+                                 << "--server";
     QTest::newRow("abbreviated option") << "--conn"
                                         << "--conn";
     QTest::newRow("joined value that Qt does not take") << "--platform=offscreen"
@@ -214,8 +265,10 @@ void TestOptions::helpNamesEveryOption()
     QVERIFY(parsed.outcome.exitStatus.has_value());
     QCOMPARE(*parsed.outcome.exitStatus, 0);
     QCOMPARE(parsed.error, QString());
-    for (const char* option : {"--device FILE", "--connection FILE", "--connect ", "--log-config FILE",
-                               "--capture FILE", "--headless", "--help", "--version"}) {
+    for (const char* option :
+         {"--device FILE", "--connection FILE", "--connect ", "--log-config FILE", "--capture FILE",
+          "--headless", "--help", "--version", "--server HOST:PORT", "--din N", "--dout N", "--ain N",
+          "--aout N", "--scanners N", "--serial N", "--label TEXT", "--device-version N"}) {
         QVERIFY2(parsed.out.contains(option), option);
     }
 }

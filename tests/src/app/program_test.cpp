@@ -117,6 +117,8 @@ void TestProgram::whatCannotBeDoneEndsWithOne_data()
     QTest::newRow("empty name") << QStringList{"--device="} << QByteArray("device");
     QTest::newRow("the device comes first")
         << QStringList{"--connect", "--connection", "no.con", "--device", "no.dev"} << QByteArray("'no.dev'");
+    QTest::newRow("too many ports in all")
+        << QStringList{"--din", "60000", "--ain", "40001"} << QByteArray("--din");
     QTest::newRow("connect without settings")
         << QStringList{"--connect"} << QByteArray("You need to configure the connection parameters first");
 }
