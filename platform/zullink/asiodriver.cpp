@@ -32,7 +32,7 @@ AsioDriver::AsioDriver(tcp::socket socket, const LinkSession::Settings& settings
     mLink.recordTo(std::move(capture), cCapturedLink::ACCEPTED);
 }
 
-AsioDriver::~AsioDriver() { abandon(); }
+AsioDriver::~AsioDriver() { disconnect(); }
 
 void AsioDriver::start()
 {
@@ -146,8 +146,13 @@ void AsioDriver::close(const std::string& reason)
 void AsioDriver::abandon()
 {
     mOwner = nullptr;
-    mSession.disconnected();
     mTimer.cancel();
+    disconnect();
+}
+
+void AsioDriver::disconnect()
+{
+    mSession.disconnected();
     mLink.shutDown();
     // It is closed by mLink.
     error_code ignored;

@@ -63,6 +63,7 @@ public:
     const std::string& peer() const { return mPeer; }
 
 private:
+    void disconnect();
     bool mayRead() const
     {
         return mOwner != nullptr && !mOwner->readingPaused() && !mSession.backlogExceeded();

@@ -66,9 +66,7 @@ void CommandRunner::startNext()
 void CommandRunner::begin()
 {
     const bool wasFull = full();
-    mRun.emplace();
-    mRun->id = ++mRuns;
-    mRun->text = std::move(mQueue.front());
+    mRun.emplace(++mRuns, std::move(mQueue.front()));
     mQueue.pop_front();
     if (wasFull && !full()) {
         onSpaceAvailable();

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "server/commands/commandparser.h"
 #include "server/io/console.h"
@@ -69,8 +70,10 @@ private:
 
     struct Run
     {
-        uint64_t id = 0;
-        std::string text;
+        Run(uint64_t number, std::string line) : id(number), text(std::move(line)) {}
+
+        const uint64_t id;
+        const std::string text;
         Command command;
         Clock::time_point begun = Clock::now();
         std::weak_ptr<DeviceSession> session; ///< of the device that should answer

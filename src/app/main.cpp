@@ -140,7 +140,7 @@ QString createCapture(const cOptions& options, MainWindow& window)
 QString carryOut(const cOptions& options, MainWindow& window)
 {
     for (const auto step : {configureLog, openDevice, findServer, checkOrders, createCapture}) {
-        if (const QString problem = step(options, window); !problem.isEmpty()) {
+        if (QString problem = step(options, window); !problem.isEmpty()) {
             return problem;
         }
     }

@@ -105,7 +105,7 @@ void describe(CLI::App& app, const std::string& version, cOptions& options, std:
                "the scripts start last.\n"
                "Qt's own options, such as -platform and -style, are understood as well.");
     app.failure_message([](const CLI::App* program, const CLI::Error& mistake) {
-        const std::string name = program->get_name();
+        const std::string& name = program->get_name();
         return name + ": " + mistake.what() + " (see " + name + " --help)\n";
     });
 }
