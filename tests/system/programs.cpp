@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int kHangs = 30000; // milliseconds
+constexpr int kHangs = 120000; // milliseconds
 
 QByteArray contentOf(QFile* file, qint64 from = 0)
 {
