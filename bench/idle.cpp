@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Answers the pings that come within so many seconds. False if the link broke.
+/// Answers pings for the given number of seconds. Returns false if the link broke.
 bool answerPings(BenchServer* server, double seconds)
 {
     const double end = figures::now() + seconds * 1e6;

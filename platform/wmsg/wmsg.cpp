@@ -13,7 +13,7 @@ using Pairs = uint16_t __attribute__((vector_size(16)));
 
 constexpr size_t kBlock = sizeof(Pairs);
 
-/// So many bytes of 255 add up to no more than a lane holds.
+/// The maximum number of blocks whose bytes, all of them 255, a lane can sum without overflow.
 constexpr size_t kMaxBlocks = 257;
 
 /// The sum of the 32-bit words of at most kMaxBlocks blocks at @p data. The bytes of each place in their

@@ -67,8 +67,8 @@ struct WMsg
     size_t segmentCount() const;
 
     /// Writes segment number @p segment (below segmentCount()) to @p frame, which has room for it, and
-    /// returns its size, header included. Only the last segment bears the last-segment flag; every other one
-    /// is full.
+    /// returns its size, header included. Only the last segment has the last-segment flag; all others are
+    /// full.
     size_t segmentMessage(size_t segment, uint8_t* frame) const;
 
     /// Appends all segments to @p bytes.
