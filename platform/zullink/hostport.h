@@ -12,8 +12,8 @@ struct sHostPort
     uint16_t port = 0;
 };
 
-/// Reads HOST:PORT; an IPv6 address stands in brackets (RFC 3986, 3.2.2). Nothing if @p text is no such
-/// thing.
+/// Reads HOST:PORT; an IPv6 address stands in brackets (RFC 3986, 3.2.2). Returns nothing if
+/// @p text has another form.
 std::optional<sHostPort> parseHostPort(std::string_view text);
 
 /// The text that parseHostPort() reads.
