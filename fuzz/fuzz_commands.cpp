@@ -7,8 +7,8 @@
 #include "jsontext.h"
 #include "property.h"
 #include "server/commands/commandparser.h"
-#include "server/commands/commandwords.h"
-#include "server/io/jsonline.h"
+#include "zulcommand/commandwords.h"
+#include "zulcommand/reply.h"
 #include "zulobj/recordfactory.h"
 
 namespace {
@@ -17,7 +17,7 @@ using server::Command;
 
 bool sameBits(double a, double b) { return a == b && std::signbit(a) == std::signbit(b); }
 
-bool sameConditions(const server::Conditions& a, const server::Conditions& b)
+bool sameConditions(const zulcommand::Conditions& a, const zulcommand::Conditions& b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](const auto& one, const auto& other) { return one.text() == other.text(); });
@@ -39,14 +39,14 @@ bool isExpectation(const Command& command)
 /// Every condition is on a field that the object has, and answers for a record in its first state.
 void checkConditions(const Command& command)
 {
-    const server::MessageLog::Filter& filter = command.filter;
+    const zulcommand::MessageLog::Filter& filter = command.filter;
     if (filter.conditions.empty()) {
         return;
     }
     require(isExpectation(command) && filter.objectType.has_value(), "conditions are an object's");
     const auto record = zulobj::createRecord(static_cast<eObjectTypes>(*filter.objectType));
     const JsonRef json(record->getJSONObj());
-    for (const server::Condition& condition : filter.conditions) {
+    for (const zulcommand::Condition& condition : filter.conditions) {
         require(json_object_get(json.get(), condition.name()) != nullptr, "an object has the field");
         require(!condition.holds(nullptr), "where no field is, no condition holds");
         condition.holds(json.get());
@@ -63,7 +63,7 @@ void checkCommand(const Command& command)
     require(sent.decode(command.message).isOk(), "a command's message is readable");
     require(sent.size() == (exchange ? 1U : 0U), "a get and a set have an object, and nothing else has");
     require(!exchange || command.message.type <= cObjectList::kRequest, "an exchange is a set or a request");
-    require(command.seconds >= 0.0 && command.seconds <= server::kMaxSeconds, "no time is beyond a day");
+    require(command.seconds >= 0.0 && command.seconds <= zulcommand::kMaxSeconds, "no time is beyond a day");
     require(!(exchange || wait) || command.seconds > 0.0, "nobody waits for no time");
     require(!command.filter.objectType || exchange || command.kind == Command::Kind::WAIT_EVENT ||
                 isExpectation(command),
@@ -108,10 +108,10 @@ std::string withFieldsLast(const std::string& line)
 
 void checkReply(const std::string& line, const std::string& mistake)
 {
-    server::Reply reply;
-    reply.status = mistake.empty() ? server::Reply::Status::TIMEOUT : server::Reply::Status::ERROR;
+    zulcommand::Reply reply;
+    reply.status = mistake.empty() ? zulcommand::Reply::Status::TIMEOUT : zulcommand::Reply::Status::ERROR;
     reply.error = mistake;
-    const std::string text = server::dumped(server::replyLine(line, 0.25, reply));
+    const std::string text = zulcommand::dumped(zulcommand::replyLine(line, 0.25, reply));
     require(!text.empty() && text.find('\n') == std::string::npos, "a reply is one line");
     const JsonRef json = jsonOf(text, 0);
     require(json != nullptr, "a reply is JSON");
@@ -125,7 +125,7 @@ void checkReply(const std::string& line, const std::string& mistake)
 
 void checkNumbers(const std::string& word)
 {
-    const std::optional<uint32_t> number = server::parseNumber(word, 10, 1000);
+    const std::optional<uint32_t> number = zulcommand::parseNumber(word, 10, 1000);
     require(!number || (*number >= 10 && *number <= 1000), "a number lies in its range");
     const bool digits = !word.empty() && word.size() < 10 &&
                         std::all_of(word.begin(), word.end(), [](char c) { return c >= '0' && c <= '9'; });
@@ -134,11 +134,11 @@ void checkNumbers(const std::string& word)
         require(number.has_value() == (expected >= 10 && expected <= 1000), "a number in its range is taken");
         require(!number || *number == expected, "a number is what its digits say");
     }
-    const std::optional<float> real = server::parseFloat(word);
+    const std::optional<float> real = zulcommand::parseFloat(word);
     require(!real || std::isfinite(*real), "a float is finite");
-    require(!real || server::parseAnyFloat(word) == real, "a finite float is a float");
-    const std::optional<double> seconds = server::parseSeconds(word);
-    require(!seconds || (*seconds >= 0.0 && *seconds <= server::kMaxSeconds),
+    require(!real || zulcommand::parseAnyFloat(word) == real, "a finite float is a float");
+    const std::optional<double> seconds = zulcommand::parseSeconds(word);
+    require(!seconds || (*seconds >= 0.0 && *seconds <= zulcommand::kMaxSeconds),
             "a time is no longer than a day");
 }
 
@@ -148,10 +148,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzInput input(data, size);
     const std::string line = input.restText();
-    const std::string trimmed = server::trimmed(line);
-    require(server::trimmed(trimmed) == trimmed && line.find(trimmed) != std::string::npos,
+    const std::string trimmed = zulcommand::trimmed(line);
+    require(zulcommand::trimmed(trimmed) == trimmed && line.find(trimmed) != std::string::npos,
             "a line loses its blanks once");
-    if (server::isSkipped(trimmed)) {
+    if (zulcommand::isSkipped(trimmed)) {
         return 0;
     }
     Command command;
@@ -167,11 +167,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         return 0; // its name is the line as it is
     }
     const std::string moved = withFieldsLast(trimmed);
-    if (moved.size() <= server::kMaxCommandBytes && trimmed.size() <= server::kMaxCommandBytes) {
+    if (moved.size() <= zulcommand::kMaxCommandBytes && trimmed.size() <= zulcommand::kMaxCommandBytes) {
         Command other;
         require(server::parseCommand(moved, &other).empty() == mistake.empty(), "a field stands anywhere");
         require(!mistake.empty() || same(command, other), "a field means the same anywhere");
-    } else if (trimmed.size() > server::kMaxCommandBytes) {
+    } else if (trimmed.size() > zulcommand::kMaxCommandBytes) {
         require(!mistake.empty(), "a line that is too long is refused");
     }
     return 0;

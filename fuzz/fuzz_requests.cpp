@@ -10,7 +10,7 @@
 #include "fuzzinput.h"
 #include "payloadwriter.h"
 #include "property.h"
-#include "server/commands/messagelog.h"
+#include "zulcommand/messagelog.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ public:
     }
 
 private:
-    static constexpr server::MessageLog::Limits kLimits{6, 300};
+    static constexpr zulcommand::MessageLog::Limits kLimits{6, 300};
 
     struct Entry
     {
@@ -59,7 +59,7 @@ private:
 
     void take(FuzzInput* input)
     {
-        server::MessageLog::Filter filter;
+        zulcommand::MessageLog::Filter filter;
         const uint8_t wanted = input->number8();
         if ((wanted & 1) != 0) {
             filter.deviceSerial = (wanted >> 1) % 3;
@@ -101,7 +101,7 @@ private:
         return sum;
     }
 
-    server::MessageLog mLog{kLimits};
+    zulcommand::MessageLog mLog{kLimits};
     std::deque<Entry> mExpected;
     uint64_t mAdded = 0;
 };

@@ -127,7 +127,7 @@ def check_planted(tree):
         "platform/zulobj/port.h": ["server/io/jsonline.h", "not below it"],
         "src/common/planted.h": ["planteddevice.h", "not below it"],
         "src/scripting/planted.h": ["planteddialog.h", "not below it"],
-        "server/io/jsonline.h": ["server/commands/messagelog.h", "not below it"],
+        "server/io/jsonline.h": ["server/commands/commandparser.h", "not below it"],
         "server/app/planted.cpp": ["src/app/plantedapp.h", "not below it"],
     }
     missed = []

@@ -6,10 +6,13 @@
 #include <unistd.h>
 #include <utility>
 
-#include "server/commands/commandwords.h"
+#include "server/io/jsonline.h"
 #include "wfile/atomicfile.h"
+#include "zulcommand/commandwords.h"
 
 namespace server {
+
+using namespace zulcommand;
 
 namespace {
 

@@ -7,9 +7,11 @@
 #include <fstream>
 #include <sstream>
 
-#include "server/commands/commandwords.h"
+#include "zulcommand/commandwords.h"
 
 namespace server {
+
+using namespace zulcommand;
 
 namespace {
 

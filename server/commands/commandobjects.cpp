@@ -9,6 +9,8 @@
 
 namespace server {
 
+using namespace zulcommand;
+
 namespace {
 
 /// A word or field of a command that fills a field of the object.

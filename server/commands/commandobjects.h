@@ -1,7 +1,7 @@
 #pragma once
 
-#include "server/commands/commandwords.h"
 #include "wmsg/wmsg.h"
+#include "zulcommand/commandwords.h"
 
 namespace server {
 
@@ -10,6 +10,6 @@ namespace server {
 ///
 /// In a get, keys that are not given stand for every device and every port. In a set, fields that are not
 /// given say that the device leaves them as they are.
-std::optional<uint32_t> readObject(const std::string& verb, CommandWords* words, WMsg* message);
+std::optional<uint32_t> readObject(const std::string& verb, zulcommand::CommandWords* words, WMsg* message);
 
 } // namespace server

@@ -3,11 +3,13 @@
 #include <algorithm>
 
 #include "server/commands/commandobjects.h"
-#include "server/commands/expectation.h"
+#include "zulcommand/expectation.h"
 #include "zulobj/objectlist.h"
 #include "zulobj/recordfactory.h"
 
 namespace server {
+
+using namespace zulcommand;
 
 namespace {
 
@@ -214,8 +216,8 @@ std::optional<std::string> caseName(const std::string& trimmedLine)
 
 std::string parseCommand(const std::string& line, Command* command)
 {
-    if (line.size() > kMaxCommandBytes) {
-        return "The command is longer than " + std::to_string(kMaxCommandBytes) + " bytes.";
+    if (std::string mistake = lineMistake(line); !mistake.empty()) {
+        return mistake;
     }
     *command = Command();
     if (const std::optional<std::string> name = caseName(trimmed(line))) {

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "server/commands/messagelog.h"
+#include "zulcommand/messagelog.h"
 
 namespace server {
 
@@ -34,7 +34,7 @@ struct Command
     WMsg message;
 
     /// The device that the command names, and the object that it waits for.
-    MessageLog::Filter filter;
+    zulcommand::MessageLog::Filter filter;
 
     /// How long to wait or sleep.
     double seconds = 0.0;

@@ -7,6 +7,8 @@
 
 namespace server {
 
+using namespace zulcommand;
+
 namespace {
 
 /// Writes what the reader takes without waiting. An error cannot be reported anywhere.

@@ -3,9 +3,9 @@
 #include <functional>
 #include <string>
 
-#include "server/io/jsonline.h"
 #include "server/io/nonblockinglinewriter.h"
 #include "server/io/prompt.h"
+#include "zulcommand/jsontext.h"
 
 namespace server {
 
@@ -27,7 +27,7 @@ public:
     std::function<void(const std::string&)> onLine = [](const std::string&) {};
 
     /// Writes @p json, with the time of now, as one line.
-    void line(const JsonPtr& json);
+    void line(const zulcommand::JsonPtr& json);
 
     /// Writes the program's name and @p sentence as one line; drops it if the error stream takes nothing.
     void report(const std::string& sentence);

@@ -9,6 +9,8 @@
 
 namespace server {
 
+using namespace zulcommand;
+
 namespace {
 
 constexpr const char* kSuite = "zulserver";

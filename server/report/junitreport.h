@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "server/io/jsonline.h"
+#include "zulcommand/reply.h"
 
 namespace server {
 
@@ -29,7 +29,7 @@ public:
     void commandBegun(const std::string& text);
 
     /// The running command was answered.
-    void commandDone(const Reply& reply, double seconds);
+    void commandDone(const zulcommand::Reply& reply, double seconds);
 
     /// Adds a line of the server's output to the last case.
     void addLine(const std::string& line);

@@ -4,10 +4,13 @@
 #include <boost/asio/post.hpp>
 #include <utility>
 
-#include "server/commands/commandwords.h"
-#include "server/commands/expectation.h"
+#include "server/io/jsonline.h"
+#include "zulcommand/commandwords.h"
+#include "zulcommand/expectation.h"
 
 namespace server {
+
+using namespace zulcommand;
 
 namespace {
 
@@ -246,7 +249,7 @@ void CommandRunner::timeUp()
     case Command::Kind::EXPECT_NO_EVENT:
         return end({});
     case Command::Kind::EXPECT_EVENT:
-        return end(missedEvent(filter, seconds, mSessions.log()));
+        return end(missedEvent(filter, seconds, mSessions.log(), messageLine));
     case Command::Kind::EXPECT_ANSWER:
         return end(missedAnswer(filter, seconds, mRun->answers, std::move(mRun->lastAnswer)));
     case Command::Kind::WAIT_EVENT:

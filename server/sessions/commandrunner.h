@@ -28,7 +28,7 @@ public:
     /// Called with the text of a command that begins, and with its reply, once printed, and its time in
     /// seconds.
     std::function<void(const std::string&)> onBegin = [](const std::string&) {};
-    std::function<void(const Reply&, double)> onReply = [](const Reply&, double) {};
+    std::function<void(const zulcommand::Reply&, double)> onReply = [](const zulcommand::Reply&, double) {};
 
     /// Called after "quit", or when the last command is done after endOfCommands().
     std::function<void()> onEnd;
@@ -60,10 +60,13 @@ public:
 
     /// 0, or the largest that applies: 2 when a command ended in error, 3 when one timed out, 4 when an
     /// expectation was not met.
-    int exitStatus() const { return mWorst == Reply::Status::OK ? 0 : static_cast<int>(mWorst) + 1; }
+    int exitStatus() const
+    {
+        return mWorst == zulcommand::Reply::Status::OK ? 0 : static_cast<int>(mWorst) + 1;
+    }
 
     /// The status of a run that is cut off: 0 or 4.
-    int exitStatusCutOff() const { return mWorst == Reply::Status::FAILED ? exitStatus() : 0; }
+    int exitStatusCutOff() const { return mWorst == zulcommand::Reply::Status::FAILED ? exitStatus() : 0; }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -80,7 +83,7 @@ private:
         uint64_t request = 0;                 ///< the number for giveUp()
         uint64_t scannedUpTo = 0;             ///< messages before this one do not match
         size_t answers = 0;                   ///< that were not as expected
-        Reply lastAnswer;                     ///< the last of them
+        zulcommand::Reply lastAnswer;         ///< the last of them
     };
 
     void startNext();
@@ -96,8 +99,9 @@ private:
     void wakeUp(boost::asio::steady_timer* timer, std::chrono::duration<double> after,
                 void (CommandRunner::*then)());
     void timeUp();
-    void end(const Reply& reply);
-    void fail(const std::string& sentence, Reply::Status status = Reply::Status::ERROR);
+    void end(const zulcommand::Reply& reply);
+    void fail(const std::string& sentence,
+              zulcommand::Reply::Status status = zulcommand::Reply::Status::ERROR);
 
     boost::asio::io_context& mIo;
     Console& mConsole;
@@ -111,7 +115,7 @@ private:
     bool mStarting = false; ///< the event loop is about to start the next command
     bool mNoMore = false;
     bool mEnded = false;
-    Reply::Status mWorst = Reply::Status::OK;
+    zulcommand::Reply::Status mWorst = zulcommand::Reply::Status::OK;
 };
 
 } // namespace server

@@ -1,5 +1,6 @@
 #include "server/sessions/devicesessions.h"
 
+#include "server/io/jsonline.h"
 #include <algorithm>
 #include <boost/asio/post.hpp>
 #include <utility>

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "server/commands/messagelog.h"
 #include "server/io/console.h"
 #include "server/sessions/devicesession.h"
+#include "zulcommand/messagelog.h"
 
 namespace server {
 
@@ -48,7 +48,7 @@ public:
     std::optional<Ended> takeEnded(std::optional<uint32_t> serial);
 
     /// What the devices have sent and no command has taken.
-    MessageLog& log() { return mLog; }
+    zulcommand::MessageLog& log() { return mLog; }
 
     /// Removes the messages that were kept and the connections that have ended.
     void forget();
@@ -72,7 +72,7 @@ private:
 
     boost::asio::io_context& mIo;
     Console& mConsole;
-    MessageLog mLog;
+    zulcommand::MessageLog mLog;
     LinkSettings mSettings;
     LinkNumbers mNumbers;              ///< of messages to all devices
     std::vector<SessionPtr> mSessions; ///< in the order of connecting

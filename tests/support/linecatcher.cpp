@@ -60,22 +60,22 @@ bool LineCatcher::nextText(std::string* line)
     }
 }
 
-server::JsonPtr LineCatcher::next()
+zulcommand::JsonPtr LineCatcher::next()
 {
     std::string line;
     if (!nextText(&line)) {
         return nullptr;
     }
     json_error_t error;
-    server::JsonPtr json(json_loads(line.c_str(), 0, &error));
+    zulcommand::JsonPtr json(json_loads(line.c_str(), 0, &error));
     EXPECT_TRUE(json_is_object(json.get())) << line << ": " << error.text;
     return json;
 }
 
-server::JsonPtr LineCatcher::next(const std::string& event)
+zulcommand::JsonPtr LineCatcher::next(const std::string& event)
 {
     for (;;) {
-        server::JsonPtr line = next();
+        zulcommand::JsonPtr line = next();
         if (!line) {
             ADD_FAILURE() << "the output ended before an event of " << event;
             return line;
@@ -86,18 +86,18 @@ server::JsonPtr LineCatcher::next(const std::string& event)
     }
 }
 
-std::string member(const server::JsonPtr& json, const char* key)
+std::string member(const zulcommand::JsonPtr& json, const char* key)
 {
     return textOf(json_object_get(json.get(), key));
 }
 
-std::string object(const server::JsonPtr& json, size_t index, const char* key)
+std::string object(const zulcommand::JsonPtr& json, size_t index, const char* key)
 {
     json_t* objects = json_object_get(json.get(), "objects");
     return textOf(json_object_get(json_array_get(objects, index), key));
 }
 
-size_t objectCount(const server::JsonPtr& json)
+size_t objectCount(const zulcommand::JsonPtr& json)
 {
     return json_array_size(json_object_get(json.get(), "objects"));
 }

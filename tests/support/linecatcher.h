@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "server/io/jsonline.h"
+#include "zulcommand/reply.h"
 
 /// Reads the JSON lines that a server prints.
 class LineCatcher
@@ -15,10 +15,10 @@ public:
     LineCatcher& operator=(const LineCatcher&) = delete;
 
     /// The next line, which is a failure when it is no JSON object, or null at the end.
-    server::JsonPtr next();
+    zulcommand::JsonPtr next();
 
     /// The next line with this "event"; what comes before it is passed over.
-    server::JsonPtr next(const std::string& event);
+    zulcommand::JsonPtr next(const std::string& event);
 
     /// Like next(), without looking at what the line holds; false at the end.
     bool nextText(std::string* line);
@@ -31,9 +31,9 @@ private:
 };
 
 /// A member of @p json: the text of a string, else its JSON form; "(none)" where there is none.
-std::string member(const server::JsonPtr& json, const char* key);
+std::string member(const zulcommand::JsonPtr& json, const char* key);
 
 /// A member of the object number @p index of @p json's "objects".
-std::string object(const server::JsonPtr& json, size_t index, const char* key);
+std::string object(const zulcommand::JsonPtr& json, size_t index, const char* key);
 
-size_t objectCount(const server::JsonPtr& json);
+size_t objectCount(const zulcommand::JsonPtr& json);

@@ -22,7 +22,7 @@ LocalServer::LocalServer(const server::LinkSettings& settings, server::Options o
     const server::Application::Streams streams{input[0], output[1], errors[1]};
     mApplication = std::make_unique<server::Application>(std::move(options), settings, streams);
     mThread = std::thread([this] { mStatus = mApplication->run(); });
-    const server::JsonPtr listening = mLines->next();
+    const zulcommand::JsonPtr listening = mLines->next();
     EXPECT_EQ(member(listening, "event"), "listening");
     mPort = static_cast<uint16_t>(json_integer_value(json_object_get(listening.get(), "port")));
 }
@@ -52,7 +52,7 @@ void LocalServer::type(const std::string& command)
     EXPECT_EQ(::write(mTyping, line.data(), line.size()), static_cast<ssize_t>(line.size()));
 }
 
-server::JsonPtr LocalServer::reply(const std::string& command)
+zulcommand::JsonPtr LocalServer::reply(const std::string& command)
 {
     type(command);
     return mLines->next("reply");

@@ -24,7 +24,7 @@ public:
     void type(const std::string& command);
 
     /// Types a command and returns its reply; other lines are passed over.
-    server::JsonPtr reply(const std::string& command);
+    zulcommand::JsonPtr reply(const std::string& command);
 
     /// Waits for the server's end and returns its exit status.
     int wait();

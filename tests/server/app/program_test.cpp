@@ -70,7 +70,7 @@ public:
 
     uint16_t port()
     {
-        const server::JsonPtr line = mLines->next("listening");
+        const zulcommand::JsonPtr line = mLines->next("listening");
         return static_cast<uint16_t>(json_integer_value(json_object_get(line.get(), "port")));
     }
 
@@ -135,7 +135,7 @@ TEST(ProgramTest, listensFirstAndEndsOnSignals)
 {
     for (const int number : {SIGTERM, SIGINT}) {
         Program program(withFreePort({}));
-        const server::JsonPtr line = program.lines().next();
+        const zulcommand::JsonPtr line = program.lines().next();
         EXPECT_EQ(member(line, "event"), "listening");
         EXPECT_EQ(member(line, "address"), "127.0.0.1");
         program.signal(number);
@@ -349,12 +349,12 @@ TEST(ProgramTest, everyLineHasTheTime)
     };
     const double before = now();
     Program program(withFreePort({}));
-    const server::JsonPtr listening = program.lines().next();
+    const zulcommand::JsonPtr listening = program.lines().next();
     program.type("quit\n");
-    const server::JsonPtr reply = program.lines().next();
+    const zulcommand::JsonPtr reply = program.lines().next();
     EXPECT_EQ(program.wait(), 0);
     double last = before;
-    for (const server::JsonPtr* line : {&listening, &reply}) {
+    for (const zulcommand::JsonPtr* line : {&listening, &reply}) {
         const double time = json_real_value(json_object_get(line->get(), "time"));
         EXPECT_GE(time, last - 1e-6);
         last = time;
@@ -427,7 +427,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(ProgramTest, theRunningCommandIsAnsweredWhenTheRunTimesOut)
 {
     Program program(withFreePort({"--timeout", "0.05", "--command", "sleep 1000", "--command", "help"}));
-    const server::JsonPtr reply = program.lines().next("reply");
+    const zulcommand::JsonPtr reply = program.lines().next("reply");
     EXPECT_EQ(member(reply, "command"), "sleep 1000");
     EXPECT_EQ(member(reply, "status"), "timeout");
     EXPECT_EQ(member(reply, "error"), "The time of the whole run is over.");

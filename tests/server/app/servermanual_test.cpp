@@ -15,11 +15,14 @@
 
 #include "documentmessages.h"
 #include "server/commands/commandparser.h"
-#include "server/commands/commandwords.h"
 #include "server/io/jsonline.h"
+#include "zulcommand/commandwords.h"
+#include "zulcommand/reply.h"
 #include "zuldict/zuldict.h"
+#include "zulobj/device.h"
 
 using namespace server;
+using namespace zulcommand;
 
 namespace {
 

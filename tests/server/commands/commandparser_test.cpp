@@ -5,14 +5,15 @@
 #include <utility>
 
 #include "server/commands/commandparser.h"
-#include "server/commands/commandwords.h"
-#include "server/io/jsonline.h"
+#include "zulcommand/commandwords.h"
+#include "zulcommand/reply.h"
 #include "zulobj/ainput.h"
 #include "zulobj/aoutput.h"
 #include "zulobj/objectlist.h"
 #include "zulobj/recordfactory.h"
 
 using namespace server;
+using namespace zulcommand;
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "serveddevice.h"
-#include "server/commands/expectation.h"
+#include "zulcommand/expectation.h"
 #include "zulobj/access.h"
 #include "zulobj/adhoc.h"
 #include "zulobj/dinput.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-std::string statusOf(const server::JsonPtr& reply) { return member(reply, "status"); }
+std::string statusOf(const zulcommand::JsonPtr& reply) { return member(reply, "status"); }
 
 WMsg inputEventWith(uint32_t portId, cObject::eObjectIOState state)
 {
@@ -33,9 +33,9 @@ protected:
     }
 
     /// The reply to @p command, which has this status.
-    server::JsonPtr reply(const std::string& command, const std::string& status)
+    zulcommand::JsonPtr reply(const std::string& command, const std::string& status)
     {
-        server::JsonPtr reply = mServer.reply(command);
+        zulcommand::JsonPtr reply = mServer.reply(command);
         EXPECT_EQ(statusOf(reply), status) << dumped(reply);
         return reply;
     }
@@ -52,7 +52,7 @@ TEST_F(ExpectTest, anEventThatCameBeforeIsFound)
 {
     send(inputEventWith(1, cObject::OBJ_IO_STATE_CLEAR));
     send(inputEventWith(2, cObject::OBJ_IO_STATE_SET));
-    const server::JsonPtr found =
+    const zulcommand::JsonPtr found =
         reply("expect event OBJ_PORT_DIN portId=2 inputState=OBJ_IO_STATE_SET within=0.01", "ok");
     EXPECT_EQ(member(found, "msgType"), "3");
     EXPECT_EQ(object(found, 0, "portId"), "2");
@@ -110,7 +110,7 @@ TEST_F(ExpectTest, aFailureSaysWhatWasExpectedAndWhatCame)
         "such an object.");
     send(inputEventWith(1, cObject::OBJ_IO_STATE_SET));
     send(inputEventWith(2, cObject::OBJ_IO_STATE_CLEAR));
-    const server::JsonPtr missed =
+    const zulcommand::JsonPtr missed =
         reply("expect event OBJ_PORT_DIN inputState=OBJ_IO_STATE_SET portId=2 within=0.01", "failed");
     EXPECT_EQ(member(missed, "error"),
               "No event OBJ_PORT_DIN with portId=2 inputState=OBJ_IO_STATE_SET came within 0.01 seconds; 2 "
@@ -133,14 +133,14 @@ TEST_F(ExpectTest, whatAFailureShowsIsBounded)
     for (int i = 0; i < 3; ++i) {
         send(messageOf(cObjectList::kEvent, {&scan}));
     }
-    server::JsonPtr missed = reply("expect event OBJ_ACCESS scanCode=y within=0.01", "failed");
+    zulcommand::JsonPtr missed = reply("expect event OBJ_ACCESS scanCode=y within=0.01", "failed");
     EXPECT_EQ(json_array_size(json_object_get(missed.get(), "came")), 1U);
     EXPECT_LT(member(missed, "error").size(), 300U);
     for (int i = 0; i < 30; ++i) {
         send(inputEvent(1));
     }
     missed = reply("expect event OBJ_PORT_DIN portId=2 within=0.01", "failed");
-    EXPECT_EQ(json_array_size(json_object_get(missed.get(), "came")), server::kMaxInstead);
+    EXPECT_EQ(json_array_size(json_object_get(missed.get(), "came")), zulcommand::kMaxInstead);
     EXPECT_NE(member(missed, "error").find("30 messages with OBJ_PORT_DIN came"), std::string::npos);
 }
 
@@ -165,7 +165,7 @@ TEST_F(ExpectTest, noEventIsFineUntilOneComes)
     reply("expect no event OBJ_PORT_DIN portId=2 within=0.01", "ok");
     mServer.type("expect no event OBJ_PORT_DIN portId=2");
     send(inputEvent(2));
-    const server::JsonPtr unwanted = mServer.lines().next("reply");
+    const zulcommand::JsonPtr unwanted = mServer.lines().next("reply");
     EXPECT_EQ(statusOf(unwanted), "failed");
     EXPECT_EQ(member(unwanted, "error"), "An event OBJ_PORT_DIN with portId=2 came.");
     EXPECT_EQ(object(unwanted, 0, "portId"), "2");
@@ -189,7 +189,7 @@ TEST_F(ExpectTest, anAnswerIsAskedForUntilItIsAsExpected)
     mDevice.answer(mDevice.receive(), {&input});
     input.setInputState(cObject::OBJ_IO_STATE_SET);
     mDevice.answer(mDevice.receive(), {&input});
-    const server::JsonPtr met = mServer.lines().next("reply");
+    const zulcommand::JsonPtr met = mServer.lines().next("reply");
     EXPECT_EQ(statusOf(met), "ok");
     EXPECT_EQ(object(met, 0, "inputState"), "OBJ_IO_STATE_SET");
 }
@@ -200,7 +200,7 @@ TEST_F(ExpectTest, anAnswerThatStaysWrongFails)
     cObjectDInput input;
     input.setPortId(1);
     mDevice.answer(mDevice.receive(), {&input});
-    const server::JsonPtr missed = mServer.lines().next("reply");
+    const zulcommand::JsonPtr missed = mServer.lines().next("reply");
     EXPECT_EQ(statusOf(missed), "failed");
     EXPECT_EQ(member(missed, "error"),
               "No answer had an OBJ_PORT_DIN with inputState=OBJ_IO_STATE_SET within "
@@ -213,7 +213,7 @@ TEST_F(ExpectTest, noAnswerFailsAndALateOneCountsForNothing)
 {
     mServer.type("expect get din 1 inputState=OBJ_IO_STATE_SET within=0.05");
     const WMsg question = mDevice.receive();
-    const server::JsonPtr missed = mServer.lines().next("reply");
+    const zulcommand::JsonPtr missed = mServer.lines().next("reply");
     EXPECT_EQ(statusOf(missed), "failed");
     EXPECT_EQ(member(missed, "error"), "No answer came within 0.05 seconds; OBJ_PORT_DIN with "
                                        "inputState=OBJ_IO_STATE_SET was expected.");
@@ -243,7 +243,7 @@ TEST_F(ExpectTest, aDeviceThatGoesAwayIsAnError)
     mServer.type("expect get din 1 inputState=OBJ_IO_STATE_SET");
     mDevice.receive();
     mDevice.disconnect();
-    const server::JsonPtr gone = mServer.lines().next("reply");
+    const zulcommand::JsonPtr gone = mServer.lines().next("reply");
     EXPECT_EQ(statusOf(gone), "error");
     EXPECT_EQ(member(gone, "error"), "The device disconnected before it answered.");
     EXPECT_EQ(member(reply("expect get din 1", "error"), "error"), "No device is connected.");

@@ -3,10 +3,12 @@
 #include <limits>
 
 #include "server/io/jsonline.h"
+#include "zulcommand/reply.h"
 #include "zulobj/ainput.h"
 #include "zulobj/dinput.h"
 
 using namespace server;
+using namespace zulcommand;
 
 TEST(JsonLineTest, listening)
 {

@@ -6,7 +6,7 @@
 #include "server/report/junitreport.h"
 
 using server::JunitReport;
-using server::Reply;
+using zulcommand::Reply;
 
 namespace {
 

@@ -42,7 +42,7 @@ TEST(BadPeersTest, aGoodDeviceIsServedBetweenTheSingleBytesOfManyOthers)
             slow->sendBytes({byte});
         }
         server.type("get din 2");
-        const server::JsonPtr reply = server.lines().next();
+        const zulcommand::JsonPtr reply = server.lines().next();
         ASSERT_EQ(member(reply, "event"), "reply") << "nothing else happens meanwhile";
         ASSERT_EQ(object(reply, 0, "portId"), "2");
     }
@@ -71,7 +71,7 @@ TEST(BadPeersTest, aLineThatFallsSilentIsLeftByBothEndsAndTheDeviceComesBack)
     bool back = false;
     std::string reason;
     while (!back || reason.empty()) {
-        const server::JsonPtr event = server.lines().next();
+        const zulcommand::JsonPtr event = server.lines().next();
         ASSERT_TRUE(event);
         back = back || member(event, "event") == "device";
         if (member(event, "event") == "disconnected") {
@@ -94,7 +94,7 @@ TEST(BadPeersTest, manySilentPeersAreDroppedAndTheGoodOneStays)
     server.lines().next("device");
     const std::vector<std::unique_ptr<RawDevice>> crowd = crowdAt(server.port());
     for (size_t i = 0; i < kCrowd; ++i) {
-        const server::JsonPtr line = server.lines().next("disconnected");
+        const zulcommand::JsonPtr line = server.lines().next("disconnected");
         ASSERT_EQ(member(line, "reason"), "it is silent");
         ASSERT_EQ(member(line, "deviceSerial"), "null");
     }

@@ -22,7 +22,7 @@ protected:
     void expectOthersGoOn()
     {
         mDevice.send(inputEvent(77));
-        const server::JsonPtr message = mServer.lines().next("message");
+        const zulcommand::JsonPtr message = mServer.lines().next("message");
         EXPECT_EQ(object(message, 0, "portId"), "77");
     }
 
@@ -58,7 +58,7 @@ TEST_P(DamageTest, closesThatConnectionOnly)
     std::vector<uint8_t> bytes = framesOf(inputEvent(5));
     bytes[GetParam().at] = GetParam().value;
     bad.sendBytes(bytes);
-    const server::JsonPtr line = mServer.lines().next();
+    const zulcommand::JsonPtr line = mServer.lines().next();
     EXPECT_EQ(member(line, "event"), "disconnected");
     EXPECT_EQ(member(line, "peer"), bad.peer());
     EXPECT_EQ(member(line, "deviceSerial"), "2");
@@ -81,7 +81,7 @@ TEST_F(ConnectionTest, garbageBeforeAnythingElse)
     RawDevice bad(mServer.port());
     const std::string text = "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n";
     bad.sendBytes({text.begin(), text.end()});
-    const server::JsonPtr line = mServer.lines().next("disconnected");
+    const zulcommand::JsonPtr line = mServer.lines().next("disconnected");
     EXPECT_EQ(member(line, "deviceSerial"), "null");
     EXPECT_EQ(member(line, "reason"), "it sent broken bytes: magic: is not that of a message");
     expectOthersGoOn();
@@ -129,7 +129,7 @@ TEST_F(ConnectionTest, everyTypeArrivesAsItWasSent)
         WMsg message = messageOf(static_cast<uint8_t>(type), {});
         message.seq = static_cast<uint8_t>(type + 1);
         mDevice.send(message);
-        const server::JsonPtr line = mServer.lines().next();
+        const zulcommand::JsonPtr line = mServer.lines().next();
         EXPECT_EQ(member(line, "msgType"), std::to_string(type));
         EXPECT_EQ(member(line, "msgSeq"), std::to_string((type + 1) % 256));
         EXPECT_EQ(objectCount(line), 0U);
@@ -217,13 +217,13 @@ TEST(IdentifyTest, messagesAreHeldUntilTheDeviceLine)
     device.identify(42);
     device.send(inputEvent(4));
     EXPECT_EQ(member(server.lines().next(), "event"), "connected");
-    const server::JsonPtr line = server.lines().next();
+    const zulcommand::JsonPtr line = server.lines().next();
     EXPECT_EQ(member(line, "event"), "device");
     EXPECT_EQ(member(line, "peer"), device.peer());
     EXPECT_EQ(member(line, "deviceSerial"), "42");
     EXPECT_EQ(member(line, "type"), "(none)");
     for (uint32_t port = 1; port <= 4; ++port) {
-        const server::JsonPtr message = server.lines().next();
+        const zulcommand::JsonPtr message = server.lines().next();
         EXPECT_EQ(member(message, "event"), "message");
         EXPECT_EQ(member(message, "deviceSerial"), "42");
         EXPECT_EQ(object(message, 0, "portId"), std::to_string(port));
@@ -258,7 +258,7 @@ TEST(IdentifyTest, anEmptyAnswerIsAskedAgainAFewTimes)
         EXPECT_EQ(question.seq, asked);
         device.answer(question, {&other});
     }
-    const server::JsonPtr line = server.lines().next("disconnected");
+    const zulcommand::JsonPtr line = server.lines().next("disconnected");
     EXPECT_EQ(member(line, "reason"), "it does not say which device it is");
     EXPECT_EQ(member(line, "deviceSerial"), "null");
 }

@@ -11,10 +11,10 @@
 
 namespace {
 
-std::string statusOf(const server::JsonPtr& reply) { return member(reply, "status"); }
+std::string statusOf(const zulcommand::JsonPtr& reply) { return member(reply, "status"); }
 
 /// Expects an error with this sentence, and that nothing came from a device.
-void expectError(const server::JsonPtr& reply, const std::string& sentence)
+void expectError(const zulcommand::JsonPtr& reply, const std::string& sentence)
 {
     EXPECT_EQ(statusOf(reply), "error");
     EXPECT_EQ(member(reply, "error"), sentence);
@@ -30,11 +30,11 @@ TEST(MonitorTest, aDeviceOnTheLibrarysClient)
     ObjDevice device(4711);
     ASSERT_TRUE(device.connectTo(server.port()));
     EXPECT_EQ(member(server.lines().next(), "event"), "connected");
-    const server::JsonPtr line = server.lines().next();
+    const zulcommand::JsonPtr line = server.lines().next();
     EXPECT_EQ(member(line, "event"), "device");
     EXPECT_EQ(member(line, "deviceLabel"), "Shelter 7");
 
-    server::JsonPtr reply = server.reply("  get din * ");
+    zulcommand::JsonPtr reply = server.reply("  get din * ");
     EXPECT_EQ(member(reply, "command"), "get din *");
     EXPECT_EQ(statusOf(reply), "ok");
     EXPECT_EQ(member(reply, "msgType"), "1");
@@ -65,7 +65,7 @@ TEST(MonitorTest, threeHundredRequestsInARow)
         server.type("get din " + std::to_string(1 + i % 2));
     }
     for (int i = 0; i < 300; ++i) {
-        const server::JsonPtr reply = server.lines().next("reply");
+        const zulcommand::JsonPtr reply = server.lines().next("reply");
         ASSERT_EQ(statusOf(reply), "ok");
         ASSERT_EQ(object(reply, 0, "portId"), std::to_string(1 + i % 2));
     }
@@ -164,7 +164,7 @@ TEST(MonitorTest, dropClosesTheConnectionOfItsDevice)
     expectError(server.reply("drop device=3"), "No device with the serial 3 is connected.");
 
     server.type("drop device=1");
-    const server::JsonPtr line = server.lines().next();
+    const zulcommand::JsonPtr line = server.lines().next();
     EXPECT_EQ(member(line, "event"), "disconnected");
     EXPECT_EQ(member(line, "deviceSerial"), "1");
     EXPECT_EQ(member(line, "reason"), "it was dropped by a command");
@@ -188,14 +188,14 @@ TEST(MonitorTest, aConnectionThatEndedBeforeIsNotMissedAndTakenOnce)
         device.disconnect();
         server.lines().next("disconnected");
     }
-    const server::JsonPtr reply = server.reply("wait disconnected device=6");
+    const zulcommand::JsonPtr reply = server.reply("wait disconnected device=6");
     EXPECT_EQ(statusOf(reply), "ok");
     EXPECT_EQ(member(reply, "msgType"), "null");
     EXPECT_EQ(object(reply, 0, "type"), "OBJ_DEVICE");
     EXPECT_EQ(object(reply, 0, "deviceSerial"), "6");
     EXPECT_EQ(objectCount(server.reply("wait disconnected")), 0U) << "this one never said who it is";
     EXPECT_EQ(object(server.reply("wait disconnected"), 0, "deviceSerial"), "5");
-    const server::JsonPtr late = server.reply("wait disconnected timeout=0.01");
+    const zulcommand::JsonPtr late = server.reply("wait disconnected timeout=0.01");
     EXPECT_EQ(statusOf(late), "timeout");
     EXPECT_EQ(member(late, "error"), "No such connection ended within 0.01 seconds.");
 }
@@ -222,7 +222,7 @@ TEST(MonitorTest, forgetTakesTheConnectionsThatEnded)
 
 TEST_F(ServedDeviceTest, sendWaitsForNothingAndItsAnswerIsDropped)
 {
-    const server::JsonPtr reply = mServer.reply("send type=1");
+    const zulcommand::JsonPtr reply = mServer.reply("send type=1");
     EXPECT_EQ(statusOf(reply), "ok");
     EXPECT_EQ(member(reply, "msgType"), "null");
     EXPECT_EQ(objectCount(reply), 0U);
@@ -259,7 +259,7 @@ TEST(MonitorTest, answersThatMatchNothingAreDropped)
 
 TEST_F(ServedDeviceTest, aLateAnswerDoesNotPairWithALaterRequest)
 {
-    const server::JsonPtr late = mServer.reply("get din 1 timeout=0.01");
+    const zulcommand::JsonPtr late = mServer.reply("get din 1 timeout=0.01");
     EXPECT_EQ(statusOf(late), "timeout");
     EXPECT_EQ(member(late, "error"), "The device did not answer within 0.01 seconds.");
     EXPECT_EQ(member(late, "msgType"), "null");
@@ -274,7 +274,7 @@ TEST_F(ServedDeviceTest, aLateAnswerDoesNotPairWithALaterRequest)
     two.setPortId(2);
     mDevice.answer(first, {&one});
     mDevice.answer(second, {&two});
-    const server::JsonPtr reply = mServer.lines().next();
+    const zulcommand::JsonPtr reply = mServer.lines().next();
     EXPECT_EQ(statusOf(reply), "ok");
     EXPECT_EQ(object(reply, 0, "portId"), "2");
 }
@@ -325,7 +325,7 @@ TEST_F(ServedDeviceTest, anAnswerThatIsNotUnderstoodIsAnError)
     answer.answer = true;
     answer.payload.assign(5, 0);
     mDevice.send(answer);
-    const server::JsonPtr reply = mServer.lines().next();
+    const zulcommand::JsonPtr reply = mServer.lines().next();
     EXPECT_EQ(statusOf(reply), "error");
     EXPECT_EQ(member(reply, "error").rfind("The answer was not understood: ", 0), 0U);
 }
@@ -364,7 +364,7 @@ TEST(MonitorTest, waitTakesEachMessageOnceAndTheEarlierOnesToo)
         server.lines().next("message");
     }
     EXPECT_EQ(member(server.reply("wait event OBJ_ADHOC_EVENT"), "msgType"), "200");
-    server::JsonPtr reply = server.reply("wait event OBJ_PORT_DIN");
+    zulcommand::JsonPtr reply = server.reply("wait event OBJ_PORT_DIN");
     EXPECT_EQ(member(reply, "msgType"), "3");
     EXPECT_EQ(object(reply, 0, "portId"), "1");
     EXPECT_EQ(object(server.reply("wait event"), 0, "portId"), "2");
@@ -397,7 +397,7 @@ TEST(MonitorTest, waitDevice)
     server.type("wait device");
     RawDevice first(server.port());
     first.identify(1);
-    server::JsonPtr reply = server.lines().next("reply");
+    zulcommand::JsonPtr reply = server.lines().next("reply");
     EXPECT_EQ(statusOf(reply), "ok");
     EXPECT_EQ(member(reply, "msgType"), "null");
     EXPECT_EQ(object(reply, 0, "deviceSerial"), "1");
@@ -459,7 +459,7 @@ TEST_F(ServedDeviceTest, aThousandPortsInOneAnswer)
     answer.answer = true;
     answer.seq = request.seq;
     mDevice.send(answer);
-    const server::JsonPtr reply = mServer.lines().next();
+    const zulcommand::JsonPtr reply = mServer.lines().next();
     EXPECT_EQ(objectCount(reply), 1000U);
     EXPECT_EQ(object(reply, 999, "portId"), "1000");
 }
@@ -474,7 +474,7 @@ TEST_F(ServedDeviceTest, nothingIsLostWhenTheReaderIsSlow)
         }
     });
     for (uint32_t port = 1; port <= kMessages; ++port) {
-        const server::JsonPtr line = mServer.lines().next();
+        const zulcommand::JsonPtr line = mServer.lines().next();
         if (object(line, 0, "portId") != std::to_string(port)) {
             ADD_FAILURE() << "expected port " << port;
             break;

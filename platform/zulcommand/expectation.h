@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <string>
 
-#include "server/commands/messagelog.h"
-#include "server/io/jsonline.h"
+#include "zulcommand/messagelog.h"
+#include "zulcommand/reply.h"
 
-namespace server {
+namespace zulcommand {
 
 /// Limits of what a failed expectation shows of the messages received instead.
 constexpr size_t kMaxInstead = 10;
@@ -24,9 +24,12 @@ std::string secondsText(double seconds);
 /// A reply with the type and the objects of @p message; an error if they are malformed.
 Reply replyWith(const WMsg& message);
 
+/// The line that the program prints for a message.
+using EventLine = JsonPtr (*)(uint32_t deviceSerial, const cObjectList& message);
+
 /// The reply if no message of @p log matches @p filter: it names what was received instead, first of all
-/// messages with an object of the type.
-Reply missedEvent(const MessageLog::Filter& filter, double seconds, const MessageLog& log);
+/// messages with an object of the type, and has their lines.
+Reply missedEvent(const MessageLog::Filter& filter, double seconds, const MessageLog& log, EventLine lineOf);
 
 /// The reply if @p message was received and should not have been.
 Reply unwantedEvent(const MessageLog::Filter& filter, const WMsg& message);
@@ -34,4 +37,4 @@ Reply unwantedEvent(const MessageLog::Filter& filter, const WMsg& message);
 /// The reply if none of @p count answers matches @p filter; @p last is the reply with the last one.
 Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t count, Reply last);
 
-} // namespace server
+} // namespace zulcommand

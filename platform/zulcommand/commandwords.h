@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace server {
+namespace zulcommand {
 
 /// The maximum size of a command line, in bytes.
 constexpr size_t kMaxCommandBytes = 4096;
@@ -51,7 +51,14 @@ struct FieldValue
     std::string written; ///< as the line has it: in quotation marks, as JSON has a text, or without
 };
 
+/// Returns the sentence that says why @p line is no line of commands: it is too long, holds a NUL or is not
+/// UTF-8. An empty text if it is one.
+std::string lineMistake(const std::string& line);
+
 /// Hands out the words and fields (NAME=VALUE) of one command line and keeps the first mistake in them.
+///
+/// A word, and the value of a field, may stand in quotation marks, written as JSON writes a text. Then it may
+/// hold blanks, and a word an equals sign.
 ///
 /// Every function may be called after a mistake, so that a caller reads everything and checks once.
 class CommandWords
@@ -59,8 +66,11 @@ class CommandWords
 public:
     explicit CommandWords(const std::string& line);
 
-    /// Takes the next word that is no field; an empty text, and no mistake, if there is none.
-    std::string word();
+    // These take the next word that is no field, which is no mistake if there is none: then they return
+    // nothing, or an empty text.
+
+    std::optional<std::string> nextWord();
+    std::string word() { return nextWord().value_or(""); }
 
     // These take the value of a field. Nothing if the line has no such field, or a wrong one.
 
@@ -82,6 +92,7 @@ public:
 
 private:
     void addField(const std::string& token, size_t equals);
+    std::string unquoted(const std::string& written, const std::string& what);
 
     std::vector<std::string> mWords;
     size_t mNext = 0;
@@ -96,4 +107,4 @@ std::string quote(const std::string& text);
 std::string numberMistake(const std::string& name, const std::string& text, uint32_t min = 0,
                           uint32_t max = kMaxNumber);
 
-} // namespace server
+} // namespace zulcommand

@@ -1,14 +1,13 @@
 #include <gtest/gtest.h>
 
 #include "rawdevice.h"
-#include "server/commands/commandparser.h"
-#include "server/commands/messagelog.h"
+#include "zulcommand/messagelog.h"
 #include "zulobj/device.h"
 #include "zulobj/dinput.h"
 #include "zulobj/doutput.h"
 #include "zulobj/objectlist.h"
 
-using server::MessageLog;
+using namespace zulcommand;
 
 namespace {
 
@@ -61,9 +60,15 @@ TEST(MessageLogTest, conditionsHoldForOneObjectTogether)
     second.setPortId(2);
     log.add(7, messageOf(cObjectList::kEvent, {&first, &second}));
     const auto wanted = [](const char* conditions) {
-        server::Command command;
-        EXPECT_EQ(parseCommand(std::string("expect event OBJ_PORT_DIN ") + conditions, &command), "");
-        return command.filter;
+        CommandWords words(conditions);
+        MessageLog::Filter filter{{}, OBJ_PORT_DIN, {}};
+        for (const zuldict::TagEntry& entry : zuldict::tags()) {
+            if (const std::optional<FieldValue> value = words.field(entry.name)) {
+                filter.conditions.emplace_back(entry, *value, &words);
+            }
+        }
+        EXPECT_EQ(words.finish(), "");
+        return filter;
     };
     EXPECT_EQ(log.find(wanted("portId=2 inputState=OBJ_IO_STATE_SET"), 0), nullptr);
     EXPECT_NE(log.find(wanted("portId=1 inputState=OBJ_IO_STATE_SET"), 0), nullptr);

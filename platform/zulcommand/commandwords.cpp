@@ -1,13 +1,14 @@
-#include "server/commands/commandwords.h"
+#include "zulcommand/commandwords.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <system_error>
 
-#include "server/io/jsonline.h"
+#include "wmsg/utf8.h"
+#include "zulcommand/jsontext.h"
 
-namespace server {
+namespace zulcommand {
 
 namespace {
 
@@ -30,9 +31,13 @@ std::optional<Real> parseFinite(std::string_view text)
 /// The position after the word or field at @p begin. Blanks in quotation marks belong to it.
 size_t endOfToken(const std::string& line, size_t begin)
 {
-    size_t at = std::min(line.find_first_of(std::string("=") + kBlanks, begin), line.size());
-    if (line.compare(at, 2, "=\"") == 0) {
-        for (at += 2; at < line.size() && line[at] != '"'; ++at) {
+    size_t at = begin;
+    if (line[at] != '"') {
+        at = std::min(line.find_first_of(std::string("=") + kBlanks, begin), line.size());
+        at += line.compare(at, 2, "=\"") == 0 ? 1 : 0;
+    }
+    if (at < line.size() && line[at] == '"') {
+        for (++at; at < line.size() && line[at] != '"'; ++at) {
             at += line[at] == '\\' ? 1 : 0;
         }
     }
@@ -73,6 +78,17 @@ std::optional<double> parseSeconds(std::string_view text)
     return seconds && !std::signbit(*seconds) && *seconds <= kMaxSeconds ? seconds : std::nullopt;
 }
 
+std::string lineMistake(const std::string& line)
+{
+    if (line.size() > kMaxCommandBytes) {
+        return "The command is longer than " + std::to_string(kMaxCommandBytes) + " bytes.";
+    }
+    if (line.find('\0') != std::string::npos) {
+        return "The command holds a NUL.";
+    }
+    return utf8::repaired(line.c_str()) == line ? "" : "The command is not UTF-8.";
+}
+
 CommandWords::CommandWords(const std::string& line)
 {
     for (size_t begin = line.find_first_not_of(kBlanks); begin != std::string::npos;) {
@@ -80,7 +96,9 @@ CommandWords::CommandWords(const std::string& line)
         const std::string token = line.substr(begin, end - begin);
         begin = line.find_first_not_of(kBlanks, end);
         const size_t equals = token.find('=');
-        if (equals == std::string::npos) {
+        if (token[0] == '"') {
+            mWords.push_back(unquoted(token, "The word"));
+        } else if (equals == std::string::npos) {
             mWords.push_back(token);
         } else {
             addField(token, equals);
@@ -91,25 +109,35 @@ CommandWords::CommandWords(const std::string& line)
 void CommandWords::addField(const std::string& token, size_t equals)
 {
     const std::string name = token.substr(0, equals);
-    FieldValue value{token.substr(equals + 1), token.substr(equals + 1)};
     if (name.empty()) {
         fail("A field has no name: " + quote(token) + ".");
     }
-    if (value.written.starts_with('"')) {
-        const JsonPtr json(json_loadb(value.written.data(), value.written.size(), JSON_DECODE_ANY, nullptr));
-        if (json_is_string(json.get())) {
-            value.text.assign(json_string_value(json.get()), json_string_length(json.get()));
-        } else {
-            fail("The field " + quote(name) +
-                 " is no text in quotation marks, as JSON has it: " + value.written + ".");
-        }
-    }
+    const std::string written = token.substr(equals + 1);
+    const FieldValue value{unquoted(written, "The field " + quote(name)), written};
     if (!mFields.emplace(name, value).second) {
         fail("The field " + quote(name) + " is given twice.");
     }
 }
 
-std::string CommandWords::word() { return mNext == mWords.size() ? std::string() : mWords[mNext++]; }
+/// The text that @p written means, which is @p what; quotation marks that are not as JSON has them are a
+/// mistake.
+std::string CommandWords::unquoted(const std::string& written, const std::string& what)
+{
+    if (!written.starts_with('"')) {
+        return written;
+    }
+    const JsonPtr json(json_loadb(written.data(), written.size(), JSON_DECODE_ANY, nullptr));
+    if (!json_is_string(json.get())) {
+        fail(what + " is no text in quotation marks, as JSON has it: " + written + ".");
+        return written;
+    }
+    return {json_string_value(json.get()), json_string_length(json.get())};
+}
+
+std::optional<std::string> CommandWords::nextWord()
+{
+    return mNext == mWords.size() ? std::nullopt : std::make_optional(mWords[mNext++]);
+}
 
 std::optional<FieldValue> CommandWords::field(const std::string& name)
 {
@@ -146,8 +174,8 @@ std::optional<float> CommandWords::real(const std::string& name)
 
 std::string CommandWords::finish()
 {
-    if (const std::string left = word(); !left.empty()) {
-        fail("The command does not take " + quote(left) + ".");
+    if (const std::optional<std::string> left = nextWord()) {
+        fail("The command does not take " + quote(*left) + ".");
     }
     if (!mFields.empty()) {
         fail("The command does not take the field " + quote(mFields.begin()->first) + ".");
@@ -163,4 +191,4 @@ std::string numberMistake(const std::string& name, const std::string& text, uint
            quote(text) + ".";
 }
 
-} // namespace server
+} // namespace zulcommand

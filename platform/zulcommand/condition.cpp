@@ -1,4 +1,4 @@
-#include "server/commands/condition.h"
+#include "zulcommand/condition.h"
 
 #include <algorithm>
 #include <limits>
@@ -6,7 +6,7 @@
 #include "wmsg/utf8.h"
 #include "zulobj/jsonvalue.h"
 
-namespace server {
+namespace zulcommand {
 
 namespace {
 
@@ -98,4 +98,4 @@ bool allHold(const Conditions& conditions, const json_t* object)
                                [object](const Condition& condition) { return condition.holds(object); });
 }
 
-} // namespace server
+} // namespace zulcommand

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "server/commands/commandwords.h"
+#include "zulcommand/commandwords.h"
 #include "zuldict/zuldict.h"
 
-namespace server {
+namespace zulcommand {
 
 /// What one field of an object should be.
 class Condition
@@ -48,4 +48,4 @@ using Conditions = std::vector<Condition>;
 /// True when all of @p conditions hold for @p object in the form of getJSONObj().
 bool allHold(const Conditions& conditions, const json_t* object);
 
-} // namespace server
+} // namespace zulcommand

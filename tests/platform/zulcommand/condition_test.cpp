@@ -4,12 +4,11 @@
 #include <ostream>
 #include <string>
 
-#include "server/commands/commandparser.h"
-#include "server/commands/commandwords.h"
-#include "server/commands/condition.h"
-#include "server/io/jsonline.h"
+#include "zulcommand/commandwords.h"
+#include "zulcommand/condition.h"
+#include "zulcommand/jsontext.h"
 
-using namespace server;
+using namespace zulcommand;
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "server/commands/expectation.h"
+#include "zulcommand/expectation.h"
 
 #include <sstream>
 
 #include "wmsg/utf8.h"
 #include "zulobj/jsonvalue.h"
 
-namespace server {
+namespace zulcommand {
 
 namespace {
 
@@ -61,13 +61,13 @@ std::string lastText(const json_t* objects, const MessageLog::Filter& filter)
     return text;
 }
 
-JsonPtr linesOf(const MessageLog::Latest& latest)
+JsonPtr linesOf(const MessageLog::Latest& latest, EventLine lineOf)
 {
     JsonPtr lines(json_array());
     for (const MessageLog::Entry* entry : latest.entries) {
         cObjectList list;
         if (list.decode(entry->message).isOk()) {
-            json_array_append_new(lines.get(), messageLine(entry->deviceSerial, list).release());
+            json_array_append_new(lines.get(), lineOf(entry->deviceSerial, list).release());
         }
     }
     return lines;
@@ -99,14 +99,14 @@ Reply replyWith(const WMsg& message)
     return {.msgType = message.type, .objects = objectsOf(list)};
 }
 
-Reply missedEvent(const MessageLog::Filter& filter, double seconds, const MessageLog& log)
+Reply missedEvent(const MessageLog::Filter& filter, double seconds, const MessageLog& log, EventLine lineOf)
 {
     const MessageLog::Latest all = log.latest({filter.deviceSerial, {}, {}}, kMaxInstead, kMaxInsteadBytes);
     const MessageLog::Latest near =
         log.latest({filter.deviceSerial, filter.objectType, {}}, kMaxInstead, kMaxInsteadBytes);
     Reply reply{.status = Reply::Status::FAILED,
                 .error = "No " + eventText(filter) + " came within " + secondsText(seconds),
-                .received = linesOf(near.all > 0 ? near : all)};
+                .received = linesOf(near.all > 0 ? near : all, lineOf)};
     if (all.all == 0) {
         reply.error += "; nothing else came.";
     } else if (!filter.objectType || near.all == 0) {
@@ -143,4 +143,4 @@ Reply missedAnswer(const MessageLog::Filter& filter, double seconds, size_t coun
     return last;
 }
 
-} // namespace server
+} // namespace zulcommand

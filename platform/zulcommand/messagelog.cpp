@@ -1,13 +1,13 @@
-#include "server/commands/messagelog.h"
+#include "zulcommand/messagelog.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "server/io/jsonline.h"
 #include "wmsg/wpayload.h"
+#include "zulcommand/reply.h"
 #include "zulobj/recordfactory.h"
 
-namespace server {
+namespace zulcommand {
 
 namespace {
 
@@ -97,4 +97,4 @@ bool MessageLog::matches(const Filter& filter, const Entry& entry)
            (!filter.objectType || hasObject(entry.message, *filter.objectType, filter.conditions));
 }
 
-} // namespace server
+} // namespace zulcommand

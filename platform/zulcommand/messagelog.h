@@ -5,10 +5,10 @@
 #include <deque>
 #include <optional>
 
-#include "server/commands/condition.h"
 #include "wmsg/wmsg.h"
+#include "zulcommand/condition.h"
 
-namespace server {
+namespace zulcommand {
 
 /// True if @p message has an object of @p type for which @p conditions hold.
 bool hasObject(const WMsg& message, uint32_t type, const Conditions& conditions);
@@ -79,4 +79,4 @@ private:
     uint64_t mAdded = 0;
 };
 
-} // namespace server
+} // namespace zulcommand
