@@ -157,6 +157,26 @@ int cDevice::getDigitalOutputValue(int port) const { return mDigitalWiring.outpu
 
 int cDevice::getAnalogOutputValue(int port) const { return mAnalogWiring.output(port)->getCurrentSample(); }
 
+const cObjectPort* cDevice::findPort(eObjectTypes type, int port) const
+{
+    const auto in = [port](const auto& list) -> const cObjectPort* {
+        return port >= 1 && port <= static_cast<int>(list.size()) ? list[static_cast<size_t>(port) - 1]
+                                                                  : nullptr;
+    };
+    switch (type) {
+    case OBJ_PORT_DIN:
+        return in(mDigitalInputList);
+    case OBJ_PORT_DOUT:
+        return in(mDigitalOutputList);
+    case OBJ_PORT_AIN:
+        return in(mAnalogInputList);
+    case OBJ_PORT_AOUT:
+        return in(mAnalogOutputList);
+    default:
+        return nullptr;
+    }
+}
+
 void cDevice::handleObjectAction(cObjectList* msg)
 {
     mExecutor->run([&] {

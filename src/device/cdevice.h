@@ -73,6 +73,12 @@ public:
     Q_INVOKABLE int getDigitalOutputValue(int port) const;
     Q_INVOKABLE int getAnalogOutputValue(int port) const;
 
+    /// The port of @p type, one of the four kinds of ports, with the number @p port, from 1; null if there is
+    /// none.
+    const cObjectPort* findPort(eObjectTypes type, int port) const;
+
+    int getScannerCount() const { return static_cast<int>(mAccessList.size()); }
+
     /// The body of a sampling thread; @p arg is the device.
     static void* sample_thread(void* arg);
 

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
-#include <limits>
 #include <mutex>
 
 #include "cdevice.h"
@@ -34,13 +33,6 @@ constexpr int kStopCheckIntervalMs = 20;
 
 /// The clock's range is finite.
 constexpr double kMaxSleepMs = 1e12;
-
-/// Returns the list number that a script means by @p number; 0, which is none, if that is not whole.
-int wholeNumber(double number)
-{
-    const bool fits = number >= 0 && number <= std::numeric_limits<int>::max();
-    return fits && number == static_cast<int>(number) ? static_cast<int>(number) : 0;
-}
 
 /// Makes @p object a global object of scripts, with its own members only: with those of QObject a script
 /// could delete it.

@@ -280,14 +280,29 @@ void TestScriptLifetime::startingWhileAScriptLoops()
 void TestScriptLifetime::withoutItsDeviceACallThrows_data()
 {
     QTest::addColumn<QByteArray>("call");
-    for (const char* call :
-         {"receiver.getDiscreteInputCount()", "receiver.getDiscreteOutputCount()",
-          "receiver.getAnalogInputCount()", "receiver.getAnalogOutputCount()",
-          "receiver.getDigitalInputValue(1)", "receiver.getAnalogInputValue(1)",
-          "receiver.getDigitalOutputValue(1)", "receiver.getAnalogOutputValue(1)",
-          "receiver.setDigitalInput_Slot(1, 1)", "receiver.setAnalogInput_Slot(1, 1)",
-          "receiver.connectDigitalInput_Slot(1, 1, true)", "receiver.connectAnalogInput_Slot(1, 1, true)",
-          "sender.scan(1, 'K')", "sender.adhoc(1, 'a', 'b')"}) {
+    for (const char* call : {"receiver.getDiscreteInputCount()",
+                             "receiver.getDiscreteOutputCount()",
+                             "receiver.getAnalogInputCount()",
+                             "receiver.getAnalogOutputCount()",
+                             "receiver.getDigitalInputValue(1)",
+                             "receiver.getAnalogInputValue(1)",
+                             "receiver.getDigitalOutputValue(1)",
+                             "receiver.getAnalogOutputValue(1)",
+                             "receiver.getScannerCount()",
+                             "receiver.getSerial()",
+                             "receiver.getLabel()",
+                             "receiver.getDefaultState('din', 1)",
+                             "receiver.getAlarm('din', 1)",
+                             "receiver.getGain(1)",
+                             "receiver.getOffset(1)",
+                             "receiver.getSampleRate(1)",
+                             "receiver.getOutputSample(1)",
+                             "receiver.setDigitalInput_Slot(1, 1)",
+                             "receiver.setAnalogInput_Slot(1, 1)",
+                             "receiver.connectDigitalInput_Slot(1, 1, true)",
+                             "receiver.connectAnalogInput_Slot(1, 1, true)",
+                             "sender.scan(1, 'K')",
+                             "sender.adhoc(1, 'a', 'b')"}) {
         QTest::newRow(call) << QByteArray(call);
     }
 }

@@ -1,5 +1,6 @@
 #include "caccess.h"
 #include "cainput.h"
+#include "caoutput.h"
 #include "cdinput.h"
 #include "cdoutput.h"
 #include "modalanswers.h"
@@ -52,6 +53,11 @@ class TestScripts : public QObject
 private slots:
     void theWorkersMethodsAreInOrder();
     void theReceiverHasTheDevicesNames();
+    void theReceiverTellsWhoTheDeviceIs();
+    void theReceiverTellsDefaultStatesAndAlarms();
+    void theReceiverTellsWhatAnalogRecordsHold();
+    void aMissingPortThrowsWhereTheReceiverReads_data();
+    void aMissingPortThrowsWhereTheReceiverReads();
 
     void cancellingReportsAnUnreadableFile();
     void aChosenFileIsRun();
@@ -122,6 +128,68 @@ void TestScripts::theReceiverHasTheDevicesNames()
                  ".forEach(function(name) { if (!receiver[name]) missing.push(name); });"
                  "tell('missing: ' + missing)",
                  "missing: ");
+}
+
+void TestScripts::theReceiverTellsWhoTheDeviceIs()
+{
+    ScriptedWindow run(kCounts);
+    COMPARE_TOLD(run, "tell([receiver.getScannerCount(), receiver.getSerial(), receiver.getLabel()])",
+                 QString("3,%1,%2").arg(run.device().getDeviceSerial()).arg(run.device().getDeviceLabel()));
+}
+
+void TestScripts::theReceiverTellsDefaultStatesAndAlarms()
+{
+    ScriptedWindow run(kCounts);
+    cDInput* input = run.device().getInput(1);
+    input->setDefaultState(cObject::OBJ_IO_STATE_SET);
+    run.device().getInput(2)->cObjectDInput::setDefaultState(cObject::OBJ_IO_STATE_UNKNOWN);
+    run.device().getOutput(3)->setDefaultState(cObject::OBJ_IO_STATE_SET);
+    COMPARE_TOLD(
+        run,
+        "tell([1, 2, 3].map(function(n) { return receiver.getDefaultState('din', n); }) + ' ' +"
+        "     [receiver.getDefaultState('dout', 1), receiver.getDefaultState('dout', 4)] + ' ' +"
+        "     [receiver.getAlarm('din', 1), receiver.getAlarm('din', 2), receiver.getAlarm('ain', 1),"
+        "      receiver.getAlarm('aout', 4)])",
+        "0,1,-1 0,1 false,true,false,false");
+}
+
+void TestScripts::theReceiverTellsWhatAnalogRecordsHold()
+{
+    ScriptedWindow run(kCounts);
+    auto* input = panelview::row<cAInput>(run.device(), panelview::ANALOG_INPUTS, 2);
+    input->setGain(1.5F);
+    input->setOffset(-0.25F);
+    input->setSampleRate(7);
+    panelview::row<cAOutput>(run.device(), panelview::ANALOG_OUTPUTS, 4)->setSampledValue(20.75F);
+    COMPARE_TOLD(run,
+                 "tell([receiver.getGain(2), receiver.getOffset(2), receiver.getSampleRate(2),"
+                 "      receiver.getOutputSample(4), receiver.getAnalogOutputValue(4)])",
+                 "1.5,-0.25,7,20.75,20");
+}
+
+void TestScripts::aMissingPortThrowsWhereTheReceiverReads_data()
+{
+    QTest::addColumn<QByteArray>("call");
+    for (const char* number : {"0", "5", "-1", "1.5", "NaN", "4294967297", "'two'", "1e300"}) {
+        QTest::addRow("port %s", number) << QByteArray("getGain(") + number + ')';
+    }
+    for (const char* call :
+         {"getOffset(5)", "getSampleRate(5)", "getOutputSample(5)", "getAlarm('din', 5)",
+          "getAlarm('dout', 5)", "getAlarm('ain', 5)", "getAlarm('aout', 5)", "getAlarm('port', 1)",
+          "getAlarm('scanner', 1)", "getDefaultState('din', 5)", "getDefaultState('dout', 0)",
+          "getDefaultState('ain', 1)", "getDefaultState('', 1)"}) {
+        QTest::newRow(call) << QByteArray(call);
+    }
+}
+
+void TestScripts::aMissingPortThrowsWhereTheReceiverReads()
+{
+    QFETCH(QByteArray, call);
+    ScriptedWindow run(kCounts);
+    COMPARE_TOLD(run,
+                 "try { receiver." + call + "; tell('read'); }" +
+                     "catch (e) { tell(e instanceof RangeError ? 'RangeError' : e); }",
+                 "RangeError");
 }
 
 void TestScripts::cancellingReportsAnUnreadableFile()
