@@ -19,7 +19,7 @@ const char* const kTooManyUnanswered = "The device has left 255 requests unanswe
 /// The pause between an answer that is not as expected and the next request.
 constexpr std::chrono::milliseconds kAskAgainPause(100);
 
-Reply replyWith(const cObjectDevice& device)
+Reply replyWithDevice(const cObjectDevice& device)
 {
     return {.objects = JsonPtr(json_pack("[o]", device.getJSONObj()))};
 }
@@ -128,12 +128,12 @@ void CommandRunner::sessionsChanged()
         return lookForUnwantedEvent();
     case Command::Kind::WAIT_DEVICE:
         if (const auto found = mSessions.matching(mRun->command.filter.deviceSerial); !found.empty()) {
-            end(replyWith(*found.front()->device()));
+            end(replyWithDevice(*found.front()->device()));
         }
         return;
     case Command::Kind::WAIT_DISCONNECTED:
         if (const auto ended = mSessions.takeEnded(mRun->command.filter.deviceSerial)) {
-            end(*ended ? replyWith(**ended) : Reply());
+            end(*ended ? replyWithDevice(**ended) : Reply());
         }
         return;
     default:

@@ -13,6 +13,7 @@
 #include "server/commands/commandparser.h"
 #include "server/io/console.h"
 #include "server/sessions/devicesessions.h"
+#include "zulcommand/reply.h"
 
 namespace server {
 
