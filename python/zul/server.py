@@ -1,0 +1,187 @@
+"""The companion server."""
+
+from __future__ import annotations
+
+import socket
+from pathlib import Path
+
+from .errors import ZulError
+from .process import Process
+from .program import START_LIMIT, Program
+from .replies import Object, Reply
+from .words import Value, condition, number, quoted, seconds
+
+
+class Server(Program):
+    """A `zulserver`, on a free port unless one is given."""
+
+    _name = "zulserver"
+    # It was ended by a command, and commands had failed before: those have been reported.
+    _good_ends = frozenset({0, 2, 3, 4})
+
+    def __init__(self, port: int = 0, *, listen: str = "127.0.0.1", capture: str | Path | bool = False) -> None:
+        """Returns when it listens. `capture` names a file that records all links."""
+        options = ["--listen", listen] if listen != "127.0.0.1" else []
+        super().__init__(["--port", str(port), *options], [], capture)
+        try:
+            event = self._stream.wait_event(lambda line: bool(line["event"] == "listening"), START_LIMIT)
+            if event is None:
+                raise ZulError(self._describe_end())
+        except BaseException:
+            self._end()
+            raise
+        self._host: str = event["address"]
+        self._port: int = event["port"]
+        self._by_hand += ["--port", str(self._port), *options]
+
+    def _launch(self, arguments: list[str], output: int) -> Process:
+        self._console, theirs = socket.socketpair()
+        with theirs:
+            streams = [theirs.fileno(), theirs.fileno(), output]
+            return Process(arguments, self._environment(), self._directory, streams)
+
+    def _open_lines(self, output: int) -> socket.socket:
+        return self._console
+
+    @property
+    def host(self) -> str:
+        """The address that it listens at."""
+        return self._host
+
+    @property
+    def port(self) -> int:
+        """The port that it listens at."""
+        return self._port
+
+    @property
+    def address(self) -> str:
+        """HOST:PORT, as `zulbench --server` takes it."""
+        host = f"[{self._host}]" if ":" in self._host else self._host
+        return f"{host}:{self._port}"
+
+    def get(
+        self, kind: str, port: int | str | None = None, *, device: int | None = None, timeout: float = 5
+    ) -> list[Object]:
+        """Asks a device: `get("din", 2)`, `get("dout")`, `get("device")`. Returns the objects of its answer."""
+        words = ["get", quoted(kind), *([] if port is None else [quoted(str(port))])]
+        limit = f"timeout={seconds(timeout)}"
+        return self._ask(*words, *_of(device), limit, limit=timeout).objects
+
+    def set_din(self, port: int | str, default: str, *, device: int | None = None, timeout: float = 5) -> None:
+        """Sets the default state of a digital input, `high` or `low`."""
+        self._set("din", port, device, timeout, default=default)
+
+    def set_dout(
+        self,
+        port: int | str,
+        state: str | None = None,
+        default: str | None = None,
+        *,
+        device: int | None = None,
+        timeout: float = 5,
+    ) -> None:
+        """Sets the state or the default state of a digital output, or both: `high` or `low`."""
+        self._set("dout", port, device, timeout, state=state, default=default)
+
+    def set_ain(
+        self,
+        port: int | str,
+        rate: int | None = None,
+        gain: float | None = None,
+        offset: float | None = None,
+        *,
+        device: int | None = None,
+        timeout: float = 5,
+    ) -> None:
+        """Sets the minutes between samples, the gain or the offset of an analog input."""
+        self._set("ain", port, device, timeout, rate=rate, gain=gain, offset=offset)
+
+    def set_aout(self, port: int | str, value: float, *, device: int | None = None, timeout: float = 5) -> None:
+        """Sets the value of an analog output."""
+        self._set("aout", port, device, timeout, value=value)
+
+    def _set(
+        self, kind: str, port: int | str, device: int | None, timeout: float, **fields: str | float | None
+    ) -> None:
+        words = [
+            f"{name}={quoted(value) if isinstance(value, str) else number(value)}"
+            for name, value in fields.items()
+            if value is not None
+        ]
+        limit = f"timeout={seconds(timeout)}"
+        self._ask("set", kind, quoted(str(port)), *words, *_of(device), limit, limit=timeout)
+
+    def wait_device(self, *, device: int | None = None, timeout: float = 10) -> Object:
+        """Waits until a device is connected and has said who it is. Returns its record."""
+        limit = f"timeout={seconds(timeout)}"
+        return self._ask("wait", "device", *_of(device), limit, limit=timeout).objects[0]
+
+    def wait_disconnected(self, *, device: int | None = None, timeout: float = 10) -> None:
+        """Waits until a connection ends; each end is found once."""
+        limit = f"timeout={seconds(timeout)}"
+        self._ask("wait", "disconnected", *_of(device), limit, limit=timeout)
+
+    def expect_event(
+        self,
+        type: str | None = None,
+        *,
+        within: float = 10,
+        device: int | None = None,
+        tolerance: float | None = None,
+        **fields: Value,
+    ) -> Object:
+        """Looks for a message that no command took yet, with such an object; takes it and returns the object.
+
+        The tolerance is for the floats among the fields. Raises ExpectationFailed if none came in time.
+        """
+        reply = self._expect(["event", *_typed(type)], within, device, tolerance, fields)
+        return next((each for each in reply.objects if type in (None, each["type"])), {})
+
+    def expect_no_event(
+        self,
+        type: str | None = None,
+        *,
+        within: float = 1,
+        device: int | None = None,
+        tolerance: float | None = None,
+        **fields: Value,
+    ) -> None:
+        """Raises ExpectationFailed if such a message came that no command took, or comes in this time."""
+        self._expect(["no", "event", *_typed(type)], within, device, tolerance, fields)
+
+    def expect_get(
+        self,
+        kind: str,
+        port: int | str | None = None,
+        *,
+        within: float = 10,
+        device: int | None = None,
+        tolerance: float | None = None,
+        **fields: Value,
+    ) -> list[Object]:
+        """Asks a device again and again until an object of its answer is so. Returns the objects of that answer."""
+        what = ["get", quoted(kind), *([] if port is None else [quoted(str(port))])]
+        return self._expect(what, within, device, tolerance, fields).objects
+
+    def _expect(
+        self, what: list[str], within: float, device: int | None, tolerance: float | None, fields: dict[str, Value]
+    ) -> Reply:
+        conditions = [condition(name, value, tolerance) for name, value in fields.items()]
+        limit = f"within={seconds(within)}"
+        return self._ask("expect", *what, *conditions, *_of(device), limit, limit=within)
+
+    def forget(self) -> None:
+        """Drops the messages that came so far: no later call looks at them."""
+        self._ask("forget")
+
+    def drop(self, device: int) -> None:
+        """Closes the connection of this device."""
+        self._ask("drop", *_of(device))
+
+
+def _of(device: int | None) -> list[str]:
+    return [] if device is None else [f"device={quoted(str(device))}"]
+
+
+def _typed(type: str | None) -> list[str]:
+    return [] if type is None else [quoted(type)]
