@@ -143,7 +143,7 @@ bool MainWindow::open(const QString& path)
     const eFileKind kind = fileKindOf(path);
     return kind == eFileKind::DEVICE       ? openDeviceFile(path)
            : kind == eFileKind::CONNECTION ? openConnectionFile(path)
-                                           : runScript(path);
+                                           : openScript(path);
 }
 
 void MainWindow::openAll(QStringList paths)
@@ -294,25 +294,26 @@ void MainWindow::on_actionConnect_triggered()
     }
 }
 
-bool MainWindow::runScript(const QString& path)
+std::optional<uint64_t> MainWindow::runScript(const QString& path, const QStringList& arguments)
 {
     if (!isReadableFile(path)) {
-        return false;
+        return std::nullopt;
     }
-    auto worker = std::make_unique<scriptWorker>(mDevice->executor());
+    auto worker = std::make_unique<scriptWorker>(mDevice->executor(), arguments);
     connect(this, &MainWindow::transferScriptFileName, worker.get(), &scriptWorker::receiveScriptFileName);
     emit transferScriptFileName(path, mDevice);
-    if (!mScripts.start(std::move(worker))) {
+    const uint64_t number = mScripts.start(std::move(worker));
+    if (number == 0) {
         cWlog("zulbench")
             .error(qPrintable("The system refuses a thread, so this script does not run: " + path));
     }
-    return true;
+    return number;
 }
 
 void MainWindow::on_actionSelect_Script_to_Run_triggered()
 {
     chooseFile(QStringLiteral("/home/user/zulbench/"), QStringLiteral("JavaScript File (*.js)"),
-               &MainWindow::runScript);
+               &MainWindow::openScript);
 }
 
 void MainWindow::on_actionAdd_Digital_Input_triggered() { openItemsDialog<addItemsDialog>(1); }
@@ -328,6 +329,7 @@ void MainWindow::on_actionRemove_Access_Event_triggered() { openItemsDialog<remo
 
 bool MainWindow::shutDown()
 {
+    mScripts.requestStop();
     // Closes the device's executor, so no script waits there.
     delete mDevice;
     mDevice = nullptr;

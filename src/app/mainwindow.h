@@ -7,6 +7,8 @@
 #include <QMainWindow>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -62,9 +64,12 @@ public:
     /// Records the link that is started next in @p file, or nowhere if that is null.
     void recordTo(std::shared_ptr<cCaptureFile> file) { mCapture = std::move(file); }
 
-    /// Runs the JavaScript file at @p path against the loaded device, on a thread of its own. Returns false,
-    /// and starts no thread, if it cannot be opened. A thread that the system refuses is an error in the log.
-    bool runScript(const QString& path);
+    /// Runs the JavaScript file at @p path against the loaded device, on a thread of its own. Returns the
+    /// number of the script, or nothing, and starts no thread, if it cannot be opened. A thread that the
+    /// system refuses is an error in the log, and 0.
+    std::optional<uint64_t> runScript(const QString& path, const QStringList& arguments = {});
+
+    cScripts& scripts() { return mScripts; }
 
     /// The number of scripts that were started.
     size_t scriptCount() const { return mScripts.count(); }
@@ -125,6 +130,7 @@ private:
     void showDevice(const cDeviceFile& values);
     bool canOpen(const QString& path) const;
     bool open(const QString& path);
+    bool openScript(const QString& path) { return runScript(path).has_value(); }
     void openAll(QStringList paths);
     using Opener = bool (MainWindow::*)(const QString& path);
     /// Asks for a file, passes its path to @p opener, empty if there is none, and reports a failure.

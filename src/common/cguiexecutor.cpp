@@ -68,17 +68,30 @@ void cGuiExecutor::processTasks()
     mWakeup.reset();
     mWoken = false;
     while (!mTasks.empty() && !timer.hasExpired(kTimeSliceMs)) {
-        Task task = takeFirst();
-        lock.unlock();
-        task.call();
-        if (task.done) {
-            task.done->set_value(true);
-        }
-        lock.lock();
+        runFirst(lock);
     }
     if (!mTasks.empty()) {
         wake();
     }
+}
+
+void cGuiExecutor::runQueued()
+{
+    std::unique_lock<std::mutex> lock(mMutex);
+    for (size_t left = mTasks.size(); left > 0 && !mTasks.empty(); --left) {
+        runFirst(lock);
+    }
+}
+
+void cGuiExecutor::runFirst(std::unique_lock<std::mutex>& lock)
+{
+    Task task = takeFirst();
+    lock.unlock();
+    task.call();
+    if (task.done) {
+        task.done->set_value(true);
+    }
+    lock.lock();
 }
 
 void cGuiExecutor::enqueue(Task task)

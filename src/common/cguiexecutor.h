@@ -30,6 +30,9 @@ public:
     /// closed. A call that is queued when the executor is closed never runs.
     bool post(std::function<void()> call);
 
+    /// Runs the calls that are queued now, however long they take. GUI thread only.
+    void runQueued();
+
     /// Rejects every later call and releases the threads that wait. GUI thread only.
     void close();
 
@@ -47,6 +50,8 @@ private:
     };
 
     void processTasks();
+    /// @p lock holds mMutex, except during the call.
+    void runFirst(std::unique_lock<std::mutex>& lock);
     void enqueue(Task task);
     Task takeFirst();
     void wake();

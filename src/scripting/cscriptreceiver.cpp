@@ -58,9 +58,19 @@ bool cScriptReceiver::withDevice(const QScriptable& caller, const std::function<
     }
     const bool done = mDevice != nullptr && mExecutor->run([&] { call(*mDevice); });
     if (!done) {
-        caller.context()->throwError("the device is gone");
+        refuse(caller);
     }
     return done;
+}
+
+/// The device is gone. At the end of the program, the script has been told to stop before that.
+void cScriptReceiver::refuse(const QScriptable& caller) const
+{
+    if (mStopToken.stop_requested()) {
+        caller.engine()->abortEvaluation();
+    } else {
+        caller.context()->throwError("the device is gone");
+    }
 }
 
 template <class Getter, class... Arguments>
@@ -98,7 +108,7 @@ void cScriptReceiver::post(Slot slot, Arguments... arguments)
         engine()->abortEvaluation();
     } else if (mDevice == nullptr ||
                !mExecutor->post([=, device = mDevice] { std::invoke(slot, device, arguments...); })) {
-        context()->throwError("the device is gone");
+        refuse(*this);
     }
 }
 

@@ -67,6 +67,7 @@ public slots:
     void connectAnalogInput_Slot(int input, int output, bool connect);
 
 private:
+    void refuse(const QScriptable& caller) const;
     template <class Getter, class... Arguments>
     int get(Getter getter, Arguments... arguments);
     template <class Read>

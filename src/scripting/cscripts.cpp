@@ -1,14 +1,32 @@
 #include "cscripts.h"
 
 #include <QDeadlineTimer>
+#include <algorithm>
+#include <utility>
 
+#include "cguiexecutor.h"
 #include "scriptworker.h"
+
+cScripts::cScripts() : mEventsNotifier(mEvents->fd(), QSocketNotifier::Read)
+{
+    connect(&mEventsNotifier, &QSocketNotifier::activated, this, [this] { tellEvents(false); });
+}
 
 cScripts::~cScripts() { stop(); }
 
-bool cScripts::start(std::unique_ptr<scriptWorker> worker)
+uint64_t cScripts::start(std::unique_ptr<scriptWorker> worker)
 {
-    const Run run{new QThread, worker.get(), worker->stopSource(), std::make_shared<Life>()};
+    const uint64_t number = mStarted + 1;
+    worker->setReport([events = mEvents, number](sScriptEvent event) {
+        event.script = number;
+        events->post(std::move(event));
+    });
+    const Run run{number,
+                  new QThread,
+                  worker.get(),
+                  worker->executor(),
+                  worker->stopSource(),
+                  std::make_shared<Life>()};
     QObject::connect(run.thread, &QThread::started, [life = run.life] {
         // Destroyed with all else that the thread holds.
         thread_local const std::shared_ptr<void> atThreadEnd(nullptr,
@@ -24,24 +42,30 @@ bool cScripts::start(std::unique_ptr<scriptWorker> worker)
     if (!run.thread->isRunning() && !run.thread->isFinished()) {
         worker.reset();
         delete run.thread;
-        return false;
+        return 0;
     }
     static_cast<void>(worker.release()); // finished() deletes it
     run.life->begun.wait();
     mRuns.push_back(run);
-    return true;
+    mStarted = number;
+    return number;
 }
 
-bool cScripts::stop()
+void cScripts::requestStop()
 {
     for (Run& run : mRuns) {
         run.stopSource.request_stop();
         if (run.thread != nullptr) {
-            // It is deleted below.
+            // stop() deletes it.
             QObject::disconnect(run.thread, SIGNAL(finished()), run.thread, SLOT(deleteLater()));
             run.thread->quit();
         }
     }
+}
+
+bool cScripts::stop()
+{
+    requestStop();
     QDeadlineTimer deadline(1500); // ms, for all scripts together
     for (const Run& run : mRuns) {
         if (run.thread != nullptr && !run.thread->wait(deadline)) {
@@ -53,6 +77,32 @@ bool cScripts::stop()
         delete run.worker;
         delete run.thread;
     }
+    tellEvents(true);
     mRuns.clear();
     return true;
+}
+
+size_t cScripts::running() const
+{
+    return static_cast<size_t>(std::ranges::count(mRuns, false, &Run::ended));
+}
+
+void cScripts::tellEvents(bool stopping)
+{
+    while (const std::optional<sScriptEvent> event = mEvents->take()) {
+        if (event->state != sScriptEvent::STARTED) {
+            noteEnd(*event, stopping);
+        }
+        emit scriptChanged(*event);
+    }
+}
+
+void cScripts::noteEnd(const sScriptEvent& event, bool stopping)
+{
+    const auto run = std::ranges::find(mRuns, event.script, &Run::number);
+    run->ended = true;
+    if (!stopping) {
+        const std::shared_ptr<cGuiExecutor> executor = run->executor;
+        executor->runQueued();
+    }
 }

@@ -1,33 +1,52 @@
 #pragma once
 
+#include <QObject>
 #include <QPointer>
+#include <QSocketNotifier>
 #include <QThread>
 #include <latch>
 #include <memory>
 #include <stop_token>
 #include <vector>
 
+#include "cscriptevents.h"
+
+class cGuiExecutor;
 class scriptWorker;
 
 /// Owns the scripts that were started, each with its thread.
 ///
 /// A script's thread stays when the script has ended, until stop(). GUI thread only.
-class cScripts
+class cScripts : public QObject
 {
+    Q_OBJECT
+
 public:
-    cScripts() = default;
+    cScripts();
     /// Stops the scripts that still run.
-    ~cScripts();
+    ~cScripts() override;
 
-    /// Moves @p worker to a thread of its own, which runs its script. Returns true when that thread has
-    /// begun, false if the system refuses a thread; the worker is deleted then.
-    bool start(std::unique_ptr<scriptWorker> worker);
+    /// Moves @p worker to a thread of its own, which runs its script. Returns the number of the script when
+    /// that thread has begun, 0 if the system refuses a thread; the worker is deleted then.
+    uint64_t start(std::unique_ptr<scriptWorker> worker);
 
-    /// Ends every script, whatever it does, and joins its thread. Close the devices' executors first: they
-    /// release the scripts that wait there. Returns false if a script does not end; it still runs then.
+    /// Tells every script to stop. It does so soon, unless it waits for a device's executor.
+    void requestStop();
+
+    /// Ends every script, whatever it does, and joins its thread; then others may be started. Close the
+    /// devices' executors first: they release the scripts that wait there. Returns false if a script does not
+    /// end; it still runs then.
     bool stop();
 
     size_t count() const { return mRuns.size(); }
+
+    /// The number of scripts whose end has not been told.
+    size_t running() const;
+
+signals:
+    /// Emitted for every script: when it starts, if it does, and once when it ends in one way or another.
+    /// Unless stop() tells of the end, the device has carried out all that the script asked for.
+    void scriptChanged(const sScriptEvent& event);
 
 private:
     /// When a thread has begun and when it has ended with all that it held. Qt knows both too, but by means
@@ -41,11 +60,20 @@ private:
     // A script that emits finished() ends its thread and deletes both.
     struct Run
     {
+        uint64_t number;
         QPointer<QThread> thread;
         QPointer<scriptWorker> worker;
+        std::shared_ptr<cGuiExecutor> executor;
         std::stop_source stopSource;
         std::shared_ptr<Life> life;
+        bool ended = false; ///< its end has been told
     };
 
+    void tellEvents(bool stopping);
+    void noteEnd(const sScriptEvent& event, bool stopping);
+
     std::vector<Run> mRuns;
+    uint64_t mStarted = 0; ///< so far
+    std::shared_ptr<cScriptEvents> mEvents = std::make_shared<cScriptEvents>();
+    QSocketNotifier mEventsNotifier;
 };

@@ -14,6 +14,7 @@
 #include "cguiexecutor.h"
 #include "cscriptreceiver.h"
 #include "readfile.h"
+#include "scriptfailure.h"
 
 /// A static library's resources are linked and registered only if a symbol of them is used. The macros do
 /// not work within a namespace.
@@ -44,18 +45,36 @@ void show(QScriptEngine* engine, const char* name, QObject* object)
     engine->globalObject().setProperty(name, value, QScriptValue::KeepExistingFlags);
 }
 
-void traceEnd(const QScriptEngine& engine, const QString& name)
+/// Returns whether the engine can read @p program. Its own parser decides; checkSyntax() has another one.
+bool isRightSyntax(QScriptEngine& engine, const QString& program)
 {
-    if (engine.hasUncaughtException()) {
-        qCDebug(scriptTrace, "failed %s, line %d: %s", qPrintable(name), engine.uncaughtExceptionLineNumber(),
-                qPrintable(engine.uncaughtException().toString()));
+    engine.globalObject().property("Function").construct(QScriptValueList{program});
+    const bool right = !engine.hasUncaughtException();
+    engine.clearExceptions();
+    return right;
+}
+
+sScriptEvent stopped(const QString& name) { return {0, name, sScriptEvent::STOPPED, {}, {}, 0, {}}; }
+
+sScriptEvent failure(const QString& name, const QString& error)
+{
+    return {0, name, sScriptEvent::FAILED, error, name, 0, {}};
+}
+
+void traceEnd(const sScriptEvent& event)
+{
+    if (event.state == sScriptEvent::FAILED) {
+        qCDebug(scriptTrace, "failed %s, line %d: %s", qPrintable(event.errorFile), event.line,
+                qPrintable(event.error));
     }
-    qCDebug(scriptTrace, "end \"%s\"", qPrintable(name));
+    qCDebug(scriptTrace, "end \"%s\"", qPrintable(event.file));
 }
 
 } // namespace
 
-scriptWorker::scriptWorker(std::shared_ptr<cGuiExecutor> executor) : mExecutor(std::move(executor)) {}
+scriptWorker::scriptWorker(std::shared_ptr<cGuiExecutor> executor, QStringList arguments)
+    : mExecutor(std::move(executor)), mArguments(std::move(arguments))
+{}
 
 void scriptWorker::receiveScriptFileName(QString name, cDevice* device)
 {
@@ -72,15 +91,36 @@ void scriptWorker::processScript()
     const QString name = fileName;
     cScriptReceiver receiver(mDevice, mExecutor, mStopSource.get_token());
     mReceiver = &receiver;
-    const std::optional<QByteArray> program = readFile(name, kMaxBytes + 1);
-    if (program && program->size() <= kMaxBytes && !mStopSource.stop_requested()) {
-        // The encoding is the one that the first bytes tell, or else the locale's.
-        evaluate(QTextStream(*program).readAll(), name, receiver);
-    }
+    const sScriptEvent end = runFile(name, receiver);
     mReceiver = nullptr;
+    report(end);
 }
 
-void scriptWorker::evaluate(const QString& program, const QString& name, cScriptReceiver& receiver)
+void scriptWorker::report(const sScriptEvent& event) const
+{
+    if (mReport) {
+        mReport(event);
+    }
+}
+
+/// Returns how it ended.
+sScriptEvent scriptWorker::runFile(const QString& name, cScriptReceiver& receiver)
+{
+    const std::optional<QByteArray> program = readFile(name, kMaxBytes + 1);
+    if (mStopSource.stop_requested()) {
+        return stopped(name);
+    }
+    if (!program) {
+        return failure(name, QStringLiteral("the script file '%1' could not be opened").arg(name));
+    }
+    if (program->size() > kMaxBytes) {
+        return failure(name, QStringLiteral("the script file '%1' is longer than 16 MiB").arg(name));
+    }
+    // The encoding is the one that the first bytes tell, or else the locale's.
+    return evaluate(QTextStream(*program).readAll(), name, receiver);
+}
+
+sScriptEvent scriptWorker::evaluate(const QString& program, const QString& name, cScriptReceiver& receiver)
 {
     // The first engine of a process creates, without a lock, what all engines share: two first ones at a time
     // would free each other's.
@@ -97,8 +137,22 @@ void scriptWorker::evaluate(const QString& program, const QString& name, cScript
     stopCheck.start(kStopCheckIntervalMs);
     engine.setProcessEventsInterval(kEventIntervalMs);
     qCDebug(scriptTrace, "begin \"%s\"", qPrintable(name));
+    if (isRightSyntax(engine, program)) {
+        report({0, name, sScriptEvent::STARTED, {}, {}, 0, {}});
+    }
     engine.evaluate(program, name, 1);
-    traceEnd(engine, name);
+    const sScriptEvent end = outcome(engine, name);
+    traceEnd(end);
+    return end;
+}
+
+sScriptEvent scriptWorker::outcome(QScriptEngine& engine, const QString& name) const
+{
+    sScriptEvent event{0, name, sScriptEvent::ENDED, {}, {}, 0, {}};
+    if (engine.hasUncaughtException() && !mStopSource.stop_requested()) {
+        event = scriptfailure::describe(engine, name, {name});
+    }
+    return mStopSource.stop_requested() ? stopped(name) : event;
 }
 
 void scriptWorker::sleep(const QScriptValue& milliseconds)

@@ -3,9 +3,14 @@
 #include <QObject>
 #include <QScriptValue>
 #include <QScriptable>
+#include <QStringList>
+#include <functional>
 #include <memory>
 #include <stop_token>
 
+#include "scriptevent.h"
+
+class QScriptEngine;
 class cDevice;
 class cGuiExecutor;
 class cScriptReceiver;
@@ -18,12 +23,20 @@ class scriptWorker : public QObject, protected QScriptable
 {
     Q_OBJECT
 
+    Q_PROPERTY(QStringList arguments READ arguments)
+
 public:
     /// A longer file is not run: it is no script, and may have no end.
     static constexpr qint64 kMaxBytes = 16 * 1024 * 1024;
 
     /// The script reaches the device through @p executor, which may outlive the device.
-    explicit scriptWorker(std::shared_ptr<cGuiExecutor> executor);
+    explicit scriptWorker(std::shared_ptr<cGuiExecutor> executor, QStringList arguments = {});
+
+    /// Calls @p report on the script's thread when the script starts and when it ends; it sets no number.
+    void setReport(std::function<void(sScriptEvent)> report) { mReport = std::move(report); }
+
+    std::shared_ptr<cGuiExecutor> executor() const { return mExecutor; }
+    QStringList arguments() const { return mArguments; }
 
     /// Ends the script soon, whatever it does; one that has not begun never does. May outlive the worker.
     std::stop_source stopSource() const { return mStopSource; }
@@ -52,16 +65,20 @@ public slots:
     /// has begun keeps its own.
     void receiveScriptFileName(QString name, cDevice* device);
 
-    /// Runs the script to its end. Reports neither a file that cannot be read or is too long, nor errors in
-    /// the script. Does nothing if the script itself calls it.
+    /// Runs the script to its end. Does nothing if the script itself calls it.
     void processScript();
 
 private:
-    void evaluate(const QString& program, const QString& name, cScriptReceiver& receiver);
+    sScriptEvent runFile(const QString& name, cScriptReceiver& receiver);
+    sScriptEvent evaluate(const QString& program, const QString& name, cScriptReceiver& receiver);
+    void report(const sScriptEvent& event) const;
+    sScriptEvent outcome(QScriptEngine& engine, const QString& name) const;
 
     QString fileName = QStringLiteral("empty");
     cDevice* mDevice = nullptr;
     std::shared_ptr<cGuiExecutor> mExecutor;
+    QStringList mArguments;
+    std::function<void(sScriptEvent)> mReport;
     std::stop_source mStopSource;
     cScriptReceiver* mReceiver = nullptr; ///< set from the start of a script to its end
 };

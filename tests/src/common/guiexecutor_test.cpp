@@ -81,6 +81,7 @@ private slots:
     void aCallThatIsLeftGoesWhenItHasRun();
     void callsOfManyThreadsThatAreLeftAllRun();
     void aLongTurnEndsBeforeItsLastCall();
+    void whatIsQueuedMayBeRunAtOnce();
 };
 
 void TestGuiExecutor::onTheGuiThreadACallRunsAtOnce()
@@ -391,6 +392,27 @@ void TestGuiExecutor::aLongTurnEndsBeforeItsLastCall()
     window.start(0);
     QTRY_COMPARE_WITH_TIMEOUT(order.count("call"), 2, kPatience);
     QVERIFY(order.lastIndexOf("call") - order.indexOf("call") > 1);
+}
+
+void TestGuiExecutor::whatIsQueuedMayBeRunAtOnce()
+{
+    cGuiExecutor executor;
+    int calls = 0;
+    std::atomic<int> posted{0};
+    Visitors visitors;
+    visitors.send([&] {
+        while (posted < 100 && executor.post([&] {
+            ++calls;
+            QTest::qSleep(1);
+        })) {
+            ++posted;
+        }
+    });
+    QVERIFY(waitOutside([&] { return posted == 100; }));
+    executor.runQueued();
+    QCOMPARE(calls, 100);
+    executor.runQueued();
+    QCOMPARE(calls, 100);
 }
 
 ZUL_QTEST(TestGuiExecutor)
