@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "zullink/hostport.h"
 #include "zullink/linkclock.h"
 
 namespace {
@@ -53,11 +54,14 @@ bool cLinkClient::start(const char* address, int port)
     mBackoff.reset();
 
     std::unique_lock<std::mutex> lock(mMutex);
-    mStarted = startThreads();
+    setState(sLinkState::DOWN, "", toText({mAddress, mPort}));
     mFirstAttempt.reset();
+    mStarted = startThreads();
     mChanged.wait_for(lock, std::chrono::milliseconds(mSettings.startMs),
                       [this] { return !mStarted || mFirstAttempt; });
-    return mFirstAttempt.value_or(false);
+    const bool connected = mFirstAttempt.value_or(false);
+    reportStates(&lock);
+    return connected;
 }
 
 /// Starts the threads that do not run yet. The caller holds mMutex.
@@ -75,6 +79,7 @@ bool cLinkClient::startThreads()
         mLinkThread = std::jthread([this](const std::stop_token& stop) { keepLink(stop); });
         return true;
     } catch (const std::system_error& failure) {
+        setState(sLinkState::DOWN, "the system refuses a thread", mState.server);
         mLog.error(
             ("The link is missing, as its thread could not be started: " + failure.code().message()).c_str());
         return false;
@@ -87,12 +92,54 @@ void cLinkClient::stop()
     {
         const std::lock_guard<std::mutex> lock(mMutex);
         mStarted = false;
+        mState.state = sLinkState::OFF;
+        mStateChanges.clear();
         mInbound.clear();
         mInboundBytes = 0;
         end(mSession.clear());
     }
     mDeliveryThread = {};
     mServed.reset();
+}
+
+/// The queue stays, and takes further events.
+void cLinkClient::disconnect()
+{
+    mLinkThread = {};
+    std::unique_lock<std::mutex> lock(mMutex);
+    setState(sLinkState::OFF, "told to disconnect", mState.server);
+    reportStates(&lock);
+}
+
+void cLinkClient::setStateObserver(std::function<void(const sLinkState&)> observer)
+{
+    mStateObserver = std::move(observer);
+}
+
+sLinkState cLinkClient::state() const
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    sLinkState state = mState;
+    state.waiting = mSession.waitingEvents();
+    state.dropped = mSession.droppedEvents();
+    return state;
+}
+
+void cLinkClient::setState(sLinkState::eState state, const std::string& reason, const std::string& server)
+{
+    if (state == mState.state && reason == mState.reason && server == mState.server) {
+        return;
+    }
+    if (state != mState.state) {
+        mState.since = std::chrono::system_clock::now();
+    }
+    mState.state = state;
+    mState.reason = reason;
+    mState.server = server;
+    if (mStateObserver) {
+        mStateChanges.push_back(mState);
+        requestDelivery();
+    }
 }
 
 void cLinkClient::end(const std::vector<LinkSession::AnswerHandler>& handlers)
@@ -156,12 +203,12 @@ void cLinkClient::keepLink(const std::stop_token& stop)
     for (mWakeup.reset(); !stop.stop_requested(); mWakeup.reset()) {
         std::string problem = "the name has no address";
         const SocketPtr socket = connect(&problem);
-        setSocket(socket);
+        setSocket(socket, problem, stop);
         if (socket) {
             warnOfDropped();
             problem = keepConnection(stop, *socket);
             warnOfDropped();
-            setSocket(nullptr);
+            setSocket(nullptr, problem, stop);
         }
         pause(stop, problem);
     }
@@ -180,9 +227,9 @@ cLinkClient::SocketPtr cLinkClient::connect(std::string* problem)
     return socket;
 }
 
-/// Puts @p socket, which is null while the link is down, in the place of the one before. Tells start() how
-/// the first attempt came out.
-void cLinkClient::setSocket(const SocketPtr& socket)
+/// Puts @p socket, which is null while the link is down because of @p problem, in the place of the one
+/// before. Tells start() how the first attempt came out.
+void cLinkClient::setSocket(const SocketPtr& socket, const std::string& problem, const std::stop_token& stop)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
     if (mSocket) {
@@ -196,6 +243,9 @@ void cLinkClient::setSocket(const SocketPtr& socket)
     if (mSocket) {
         mSocket->recordTo(mCapture, cCapturedLink::CONNECTED);
         mSession.connected(linkNowMs());
+    }
+    if (!stop.stop_requested()) {
+        setState(mSocket ? sLinkState::UP : sLinkState::DOWN, mSocket ? "" : problem, mState.server);
     }
     updateReading(linkNowMs());
     if (!mFirstAttempt) {
@@ -284,6 +334,7 @@ int cLinkClient::processIo()
     // A listener that calls has its message delivered first.
     if (!mProcessing) {
         mProcessing = true;
+        reportStates(&lock);
         mServed = mSocket;
         receive(linkNowMs());
         while (mayDeliver()) {
@@ -292,6 +343,18 @@ int cLinkClient::processIo()
         mProcessing = false;
     }
     return mReading && mServed == mSocket ? mServed->fd() : -1;
+}
+
+/// @p lock is released while the observer is called.
+void cLinkClient::reportStates(std::unique_lock<std::mutex>* lock)
+{
+    while (!mStateChanges.empty()) {
+        const sLinkState state = std::move(mStateChanges.front());
+        mStateChanges.pop_front();
+        lock->unlock();
+        mStateObserver(state);
+        lock->lock();
+    }
 }
 
 /// @p lock is released while the message is delivered.

@@ -13,6 +13,7 @@
 #include "zullink/linksession.h"
 #include "zullink/linksettings.h"
 #include "zullink/linksocket.h"
+#include "zullink/linkstate.h"
 #include "zullink/reconnectbackoff.h"
 #include "zullink/wakeup.h"
 
@@ -40,6 +41,9 @@ public:
     int processIo();
     bool start(const char* address, int port);
     void stop();
+    void disconnect();
+    void setStateObserver(std::function<void(const sLinkState&)> observer);
+    sLinkState state() const;
     uint64_t unmatchedAnswers() const;
 
     /// Sends @p message. If @p mayAnswer and a message of its type is being delivered, it is the answer.
@@ -61,7 +65,7 @@ private:
     // The link thread.
     void keepLink(const std::stop_token& stop);
     SocketPtr connect(std::string* problem);
-    void setSocket(const SocketPtr& socket);
+    void setSocket(const SocketPtr& socket, const std::string& problem, const std::stop_token& stop);
     void warnOfDropped();
     std::string keepConnection(const std::stop_token& stop, const cLinkSocket& socket);
     short process(int64_t nowMs, bool reads);
@@ -69,11 +73,13 @@ private:
     std::string server() const { return mAddress + " port " + std::to_string(mPort); }
 
     // The thread that delivers.
+    void reportStates(std::unique_lock<std::mutex>* lock);
     bool mayDeliver() const { return !mInbound.empty() && !mSession.backlogExceeded(); }
     void deliverNext(std::unique_lock<std::mutex>* lock);
 
     // Any thread. The caller holds mMutex.
     bool startThreads();
+    void setState(sLinkState::eState state, const std::string& reason, const std::string& server);
     bool receive(int64_t nowMs);
     void flush(int64_t nowMs);
     void updateReading(int64_t nowMs);
@@ -84,7 +90,8 @@ private:
     const cWlog& mLog;
     const Delivery mDeliver;
     std::function<void()> mDriver; ///< has processIo() called soon; null if there is none
-    cWakeup mWakeup;               ///< of the link thread
+    std::function<void(const sLinkState&)> mStateObserver; ///< null if there is none
+    cWakeup mWakeup;                                       ///< of the link thread
 
     // The link thread's own; start() sets them before that thread runs.
     std::string mAddress;
@@ -111,6 +118,8 @@ private:
     bool mBlocked = false;                              ///< the link thread waits until more can be written
     bool mStarted = false;
     std::optional<bool> mFirstAttempt; ///< whether it has connected; none while it lasts
+    sLinkState mState;
+    std::deque<sLinkState> mStateChanges; ///< that the observer has not seen
 
     // The starting thread's own.
     std::jthread mLinkThread;

@@ -230,7 +230,14 @@ void LinkSession::trim()
         count(*oldest, false);
         mQueue.erase(oldest);
         ++(mConnected ? mDropped.whileUp : mDropped.whileDown);
+        ++mDroppedEvents;
     }
+}
+
+uint64_t LinkSession::waitingEvents() const
+{
+    return static_cast<uint64_t>(std::ranges::count(mQueue, eKind::EVENT, &Entry::kind)) +
+           (mPartialSend && isWriting() ? 1 : 0);
 }
 
 std::span<const uint8_t> LinkSession::output(int64_t nowMs)

@@ -145,6 +145,12 @@ public:
     /// Events that were dropped since the last call.
     Dropped takeDropped() { return std::exchange(mDropped, {}); }
 
+    /// Events that were dropped, since the session was made.
+    uint64_t droppedEvents() const { return mDroppedEvents; }
+
+    /// Events that wait to be written.
+    uint64_t waitingEvents() const;
+
     // Writing.
 
     /// The bytes to write now, valid until the next call that is not const; empty if there are none.
@@ -217,6 +223,7 @@ private:
     size_t mQueueBytes = 0;  ///< of what this side originates
     size_t mAnswerBytes = 0; ///< of answers
     Dropped mDropped;
+    uint64_t mDroppedEvents = 0;
 
     // Writing.
     bool mPingDue = false;

@@ -51,6 +51,15 @@ bool cObjectClient::start(const char* address, int port) { return mLink->start(a
 
 void cObjectClient::stop() { mLink->stop(); }
 
+void cObjectClient::disconnect() { mLink->disconnect(); }
+
+void cObjectClient::setStateObserver(std::function<void(const sLinkState&)> observer)
+{
+    mLink->setStateObserver(std::move(observer));
+}
+
+sLinkState cObjectClient::state() const { return mLink->state(); }
+
 void cObjectClient::send(cObjectList* list)
 {
     WMsg message;

@@ -8,6 +8,7 @@
 
 #include "wlog/wlog.h"
 #include "zullink/linksettings.h"
+#include "zullink/linkstate.h"
 #include "zulobj/objectlist.h"
 #include "zulobj/objlistener.h"
 
@@ -67,6 +68,17 @@ public:
 
     /// Ends the connection and joins every thread. What waits to be sent is dropped.
     void stop();
+
+    /// Ends the connection, or the attempts to get one, until start(). Events still wait to be sent. For the
+    /// thread that calls start().
+    void disconnect();
+
+    /// @p observer is called with each state of the link that differs from the one before: inside start(),
+    /// disconnect() and processIo(), so with a driver only. Once, before start().
+    void setStateObserver(std::function<void(const sLinkState&)> observer);
+
+    /// Any thread.
+    sLinkState state() const;
 
     /// Copies what it needs from @p list and sends it, as far as the connection takes it without waiting, or
     /// queues it; any thread may call. A list of type 0 or 1 that is sent while a message of the same type is

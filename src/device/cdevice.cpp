@@ -7,7 +7,9 @@
 #include <condition_variable>
 #include <iostream>
 #include <mutex>
+#include <set>
 #include <system_error>
+#include <utility>
 
 #include "caccess.h"
 #include "cadhoc.h"
@@ -20,6 +22,8 @@
 #include "wlog/wlog.h"
 
 namespace {
+
+constexpr eObjectTypes kPortTypes[] = {OBJ_PORT_DIN, OBJ_PORT_DOUT, OBJ_PORT_AIN, OBJ_PORT_AOUT};
 
 void addWiring(QTabWidget* panel, QWidget* page, const QString& title, QGroupBox* inputs, QGroupBox* outputs)
 {
@@ -53,6 +57,9 @@ cDevice::cDevice()
                      {mDigitalInputRadioButtonList, "mDigitalInputRadioButtonList"},
                      selectedAnalogInput})
 {
+    mObjectClient->setStateObserver([this](const sLinkState& state) {
+        tellObservers([&state](cDeviceObserver& observer) { observer.linkChanged(state); });
+    });
     // A page without a tab would be shown in the panel's corner.
     for (QWidget* page : {&dinTab, &doutTab, static_cast<QWidget*>(&ainTab), &aoutTab, &accessTab, &adHocTab,
                           &dInputOutputTab, &aInputOutputTab}) {
@@ -134,14 +141,87 @@ void cDevice::addEventPages(uint32_t scanners)
 
 void cDevice::start(cConfig* config)
 {
+    mStarted = true;
     mObjectClient->addListener(this);
     qDebug().noquote().nospace() << "Starting with " << config->getZULIP() << ":" << config->getZULPort();
     const long port = config->getZULPort().toLong();
     mObjectClient->start(config->getZULIPChar(), static_cast<int>(port & 0xFFFF));
+    startSampling();
+}
+
+void cDevice::connectTo(const sHostPort& server)
+{
+    const bool first = !std::exchange(mStarted, true);
+    if (first) {
+        mObjectClient->addListener(this);
+    }
+    mObjectClient->start(server.host.c_str(), server.port);
+    if (first) {
+        startSampling();
+    }
+}
+
+void cDevice::startSampling()
+{
     try {
         mSampleThreads.emplace_back(&cDevice::sample_thread, this);
     } catch (const std::system_error& error) {
         cWlog("zulbench").error(("No periodic samples: no thread: " + error.code().message()).c_str());
+    }
+}
+
+template <class Tell>
+void cDevice::tellObservers(Tell tell) const
+{
+    for (cDeviceObserver* observer : mObservers) {
+        tell(*observer);
+    }
+}
+
+template <class Visit>
+void cDevice::visitPorts(eObjectTypes type, Visit visit) const
+{
+    const auto visitAll = [&](const auto& ports) {
+        for (const cObjectPort* port : ports) {
+            visit(*port);
+        }
+    };
+    switch (type) {
+    case OBJ_PORT_DIN:
+        return visitAll(mDigitalInputList);
+    case OBJ_PORT_DOUT:
+        return visitAll(mDigitalOutputList);
+    case OBJ_PORT_AIN:
+        return visitAll(mAnalogInputList);
+    case OBJ_PORT_AOUT:
+        return visitAll(mAnalogOutputList);
+    default:
+        return;
+    }
+}
+
+void cDevice::addObserver(cDeviceObserver* observer)
+{
+    if (mObservers.empty()) {
+        for (const eObjectTypes type : kPortTypes) {
+            visitPorts(type, [this](const cObjectPort& port) { mPortWatch.changed(port); });
+        }
+    }
+    mObservers.push_back(observer);
+}
+
+void cDevice::removeObserver(cDeviceObserver* observer)
+{
+    std::erase(mObservers, observer);
+    if (mObservers.empty()) {
+        mPortWatch.clear();
+    }
+}
+
+void cDevice::checkPort(const cObjectPort& port)
+{
+    if (!mObservers.empty() && mPortWatch.changed(port)) {
+        tellObservers([&port](cDeviceObserver& observer) { observer.portChanged(port); });
     }
 }
 
@@ -196,7 +276,23 @@ void cDevice::handleObjectAction(cObjectList* msg)
 
 void cDevice::handleRequest(cObjectList* msg) { mCore.handleRequest(msg); }
 
-void cDevice::handleSet(cObjectList* msg) { mCore.handleSet(msg); }
+void cDevice::handleSet(cObjectList* msg)
+{
+    tellObservers([msg](cDeviceObserver& observer) { observer.setReceived(*msg); });
+    mCore.handleSet(msg);
+    if (mObservers.empty()) {
+        return;
+    }
+    std::set<eObjectTypes> types;
+    for (const cObject* object = msg->first(); object != nullptr; object = msg->next()) {
+        types.insert(object->getType());
+    }
+    for (const eObjectTypes type : kPortTypes) {
+        if (types.contains(type)) {
+            visitPorts(type, [this](const cObjectPort& port) { checkPort(port); });
+        }
+    }
+}
 
 /// Emits @p signal while only @p slot of @p receiver is connected.
 template <class Signal, class Receiver, class Slot, class Value>
@@ -210,20 +306,29 @@ void cDevice::emitTo(Signal signal, const Receiver* receiver, Slot slot, Value v
 void cDevice::drive(const cDOutput* output, eObjectIOState state)
 {
     emitTo(&cDevice::digitalOutputUpdated, output, &cDOutput::updateOutput, state);
+    checkPort(*output);
 }
 
 void cDevice::drive(const cAOutput* output, cObjectAOutput* value)
 {
     emitTo(&cDevice::analogOutputUpdated, output, &cAOutput::updateObject, value);
+    checkPort(*output);
 }
 
 void cDevice::inputEvent(int index)
 {
     qDebug().nospace() << "Got an input event from port " << int64_t{index} + 1 << Qt::endl;
+    checkPort(*getInput(index));
     mCore.inputEvent(index);
 }
 
-void cDevice::analogEvent(cObjectAnalogSample* sample) { mCore.analogEvent(sample); }
+void cDevice::analogEvent(cObjectAnalogSample* sample)
+{
+    if (const cObjectPort* input = findPort(OBJ_PORT_AIN, static_cast<int>(sample->getPortNum()))) {
+        checkPort(*input);
+    }
+    mCore.analogEvent(sample);
+}
 
 void cDevice::accesEvnt(int index) { mCore.accessEvent(index); }
 

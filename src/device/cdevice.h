@@ -9,10 +9,13 @@
 #include <utility>
 #include <vector>
 
+#include "cdeviceobserver.h"
 #include "cguiexecutor.h"
+#include "cportwatch.h"
 #include "cqtlinkdriver.h"
 #include "cwiringpage.h"
 #include "zuldevice/devicecore.h"
+#include "zullink/hostport.h"
 #include "zulobj/objclient.h"
 #include "zulobj/objlistener.h"
 
@@ -53,6 +56,19 @@ public:
     /// succeeds or not. Waits up to kStartMs for it; then the link goes on by itself. Called again it
     /// registers the device a second time, starts the link anew and adds a sampling thread.
     void start(cConfig* config);
+
+    /// Connects to @p server, or moves the link there; waits like start(). The device is registered, and
+    /// samples, once only.
+    void connectTo(const sHostPort& server);
+
+    /// Ends the link until the next start; events wait for that.
+    void disconnectLink() { mObjectClient->disconnect(); }
+
+    sLinkState linkState() const { return mObjectClient->state(); }
+
+    /// Tells @p observer what happens from now on, until it is removed. GUI thread.
+    void addObserver(cDeviceObserver* observer);
+    void removeObserver(cDeviceObserver* observer);
 
     /// Handles one message of the server. Any thread. Returns when it has been handled, or at once if the
     /// device is being destroyed.
@@ -149,6 +165,13 @@ private:
 
     void handleRequest(cObjectList* msg);
     void handleSet(cObjectList* msg);
+    void startSampling();
+
+    template <class Tell>
+    void tellObservers(Tell tell) const;
+    template <class Visit>
+    void visitPorts(eObjectTypes type, Visit visit) const;
+    void checkPort(const cObjectPort& port);
 
     void send(cObjectList* list) { mObjectClient->send(list); }
     void drive(const cDOutput* output, eObjectIOState state);
@@ -184,6 +207,10 @@ private:
     DeviceCore<cDevice> mCore;
     cWiringPage<cDInput, cDOutput> mDigitalWiring;
     cWiringPage<cAInput, cAOutput> mAnalogWiring;
+
+    std::vector<cDeviceObserver*> mObservers;
+    cPortWatch mPortWatch; // remembers all ports while there are observers
+    bool mStarted = false;
 
     std::shared_ptr<cGuiExecutor> mExecutor = std::make_shared<cGuiExecutor>();
     std::vector<std::jthread> mSampleThreads;
