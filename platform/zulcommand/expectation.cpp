@@ -61,6 +61,14 @@ std::string lastText(const json_t* objects, const MessageLog::Filter& filter)
     return text;
 }
 
+/// The objects of a line with several or with one.
+JsonPtr objectsIn(const json_t* line)
+{
+    json_t* object = json_object_get(line, "object");
+    return JsonPtr(object != nullptr ? json_pack("[O]", object)
+                                     : json_incref(json_object_get(line, "objects")));
+}
+
 JsonPtr linesOf(const MessageLog::Latest& latest, EventLine lineOf)
 {
     JsonPtr lines(json_array());
@@ -115,7 +123,7 @@ Reply missedEvent(const MessageLog::Filter& filter, double seconds, const Messag
         const json_t* shown = reply.received.get();
         const json_t* last = json_array_get(shown, json_array_size(shown) - 1); // null if none is shown
         reply.error += "; " + countText(near.all, "message") + " with " + typeText(*filter.objectType) +
-                       " came instead" + lastText(json_object_get(last, "objects"), filter) + ".";
+                       " came instead" + lastText(objectsIn(last).get(), filter) + ".";
     }
     return reply;
 }

@@ -12,11 +12,13 @@ const char* statusWord(Reply::Status status)
 
 JsonPtr replyLine(const std::string& command, double seconds, const Reply& reply)
 {
-    return JsonPtr(json_pack(
+    JsonPtr line(json_pack(
         "{s:s, s:o, s:s, s:o, s:O, s:f, s:o*, s:O*}", "event", "reply", "command", textOf(command), "status",
         statusWord(reply.status), "msgType", reply.msgType ? json_integer(*reply.msgType) : json_null(),
         "objects", reply.objects.get(), "seconds", std::round(seconds * 1e6) / 1e6, "error",
         reply.error.empty() ? nullptr : textOf(reply.error), "came", reply.received.get()));
+    json_object_update(line.get(), reply.members.get()); // nothing for a null
+    return line;
 }
 
 JsonPtr objectsOf(const cObjectList& list)

@@ -26,6 +26,7 @@ struct Reply
     JsonPtr objects = JsonPtr(json_array()); ///< of that message
     std::string error = {};                  ///< one sentence, or empty
     JsonPtr received = {}; ///< the messages received instead of the one expected: an array or null
+    JsonPtr members = {};  ///< an object with further members of the line, or null
 };
 
 /// The word for @p status in a line.

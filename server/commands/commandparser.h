@@ -3,12 +3,12 @@
 #include <optional>
 #include <string>
 
-#include "zulcommand/messagelog.h"
+#include "zulcommand/verb.h"
 
 namespace server {
 
 /// A command line that was understood.
-struct Command
+struct Command : zulcommand::CommandBase
 {
     enum class Kind
     {
@@ -32,12 +32,6 @@ struct Command
 
     /// EXCHANGE, EXPECT_ANSWER and SEND: what is sent.
     WMsg message;
-
-    /// The device that the command names, and the object that it waits for.
-    zulcommand::MessageLog::Filter filter;
-
-    /// How long to wait or sleep.
-    double seconds = 0.0;
 };
 
 /// The trimmed name in the command "case NAME"; nothing for any other line.

@@ -1,12 +1,10 @@
 #include "server/io/lineinput.h"
 
-#include <algorithm>
 #include <array>
 #include <boost/asio/post.hpp>
 #include <cerrno>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
 
 namespace server {
 
@@ -57,7 +55,7 @@ void LineInput::readNow()
     std::array<char, 4096> data;
     const ssize_t size = ::read(mStream.native_handle(), data.data(), data.size());
     if (size > 0) {
-        take(data.data(), static_cast<size_t>(size));
+        mLines.take(data.data(), static_cast<size_t>(size), onLine);
     } else if (size == 0 || (errno != EAGAIN && errno != EINTR)) {
         endInput(size == 0 ? 0 : errno);
         return;
@@ -70,31 +68,10 @@ void LineInput::endInput(int error)
 {
     boost::system::error_code ignored;
     mStream.close(ignored);
-    finishLine();
+    onLine(mLines.rest());
     if (error != 0) {
         onError(std::generic_category().message(error));
     }
-}
-
-void LineInput::take(const char* data, size_t size)
-{
-    const char* const end = data + size;
-    while (data != end) {
-        const char* const lineEnd = std::find(data, end, '\n');
-        const size_t room = mMaxBytes + 1 - mLine.size();
-        mLine.append(data, std::min(room, static_cast<size_t>(lineEnd - data)));
-        if (lineEnd == end) {
-            return;
-        }
-        finishLine();
-        data = lineEnd + 1;
-    }
-}
-
-void LineInput::finishLine()
-{
-    const std::string line = std::exchange(mLine, {});
-    onLine(line);
 }
 
 } // namespace server

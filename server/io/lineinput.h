@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+#include "zulcommand/linesplitter.h"
+
 namespace server {
 
 /// Reads lines from a pipe, a file or a plain terminal, until its end.
@@ -14,7 +16,7 @@ public:
     /// Reads from a duplicate of @p fd, made by start(), and leaves its modes as they are. A line longer than
     /// @p maxBytes is cut after one byte more, so that the listener sees that it is too long.
     LineInput(boost::asio::io_context& io, int fd, size_t maxBytes)
-        : mIo(io), mStream(io), mFd(fd), mMaxBytes(maxBytes)
+        : mIo(io), mStream(io), mFd(fd), mLines(maxBytes)
     {}
 
     /// Called for each line, without its end.
@@ -33,14 +35,11 @@ private:
     void waitForInput();
     void readNow();
     void endInput(int error);
-    void take(const char* data, size_t size);
-    void finishLine();
 
     boost::asio::io_context& mIo;
     boost::asio::posix::stream_descriptor mStream;
     const int mFd;
-    const size_t mMaxBytes;
-    std::string mLine;
+    zulcommand::LineSplitter mLines;
     bool mHeld = false;
 };
 

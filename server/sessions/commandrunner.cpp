@@ -100,7 +100,7 @@ void CommandRunner::execute()
         return;
     case Command::Kind::HELP:
         mConsole.text(commandHelp());
-        return end({});
+        return end({.members = JsonPtr(json_pack("{s:o}", "text", textOf(commandHelp())))});
     case Command::Kind::FORGET:
         mSessions.forget();
         return end({});
@@ -208,20 +208,15 @@ void CommandRunner::send()
 
 void CommandRunner::lookForEvent()
 {
-    WMsg message;
-    if (mSessions.log().take(mRun->command.filter, mRun->scannedUpTo, &message)) {
-        end(replyWith(message));
-    } else {
-        mRun->scannedUpTo = mSessions.log().added();
+    if (const auto reply = mRun->search.takeEvent(mRun->command.filter, &mSessions.log())) {
+        end(*reply);
     }
 }
 
 void CommandRunner::lookForUnwantedEvent()
 {
-    const WMsg* message = mSessions.log().find(mRun->command.filter, mRun->scannedUpTo);
-    mRun->scannedUpTo = mSessions.log().added();
-    if (message != nullptr) {
-        end(unwantedEvent(mRun->command.filter, *message));
+    if (const auto reply = mRun->search.findUnwanted(mRun->command.filter, mSessions.log())) {
+        end(*reply);
     }
 }
 
@@ -240,11 +235,11 @@ void CommandRunner::wakeUp(boost::asio::steady_timer* timer, std::chrono::durati
 
 void CommandRunner::timeUp()
 {
-    const auto& [kind, message, filter, seconds] = mRun->command;
+    const auto& [filter, seconds] = static_cast<const CommandBase&>(mRun->command);
     const auto timedOut = [this](const char* what) {
         fail(what + (" within " + secondsText(mRun->command.seconds)) + ".", Reply::Status::TIMEOUT);
     };
-    switch (kind) {
+    switch (mRun->command.kind) {
     case Command::Kind::SLEEP:
     case Command::Kind::EXPECT_NO_EVENT:
         return end({});

@@ -13,7 +13,7 @@
 #include "server/commands/commandparser.h"
 #include "server/io/console.h"
 #include "server/sessions/devicesessions.h"
-#include "zulcommand/reply.h"
+#include "zulcommand/eventsearch.h"
 
 namespace server {
 
@@ -82,9 +82,9 @@ private:
         Clock::time_point begun = Clock::now();
         std::weak_ptr<DeviceSession> session; ///< of the device that should answer
         uint64_t request = 0;                 ///< the number for giveUp()
-        uint64_t scannedUpTo = 0;             ///< messages before this one do not match
-        size_t answers = 0;                   ///< that were not as expected
-        zulcommand::Reply lastAnswer;         ///< the last of them
+        zulcommand::EventSearch search;
+        size_t answers = 0;           ///< that were not as expected
+        zulcommand::Reply lastAnswer; ///< the last of them
     };
 
     void startNext();
