@@ -1,3 +1,4 @@
+#include "ccontrolserver.h"
 #include "devicefile.h"
 #include "displayplatform.h"
 #include "language.h"
@@ -136,13 +137,24 @@ QString createCapture(const cOptions& options, MainWindow& window)
     return QString::fromLocal8Bit(problem.c_str());
 }
 
-/// The capture file, which is emptied, comes after all that may be wrong.
-QString carryOut(const cOptions& options, MainWindow& window)
+QString listen(const cOptions& options, cControlServer& control)
 {
-    for (const auto step : {configureLog, openDevice, findServer, checkOrders, createCapture}) {
+    return options.control ? QString::fromLocal8Bit(control.listen(*options.control).c_str()) : QString();
+}
+
+/// The control socket and the capture file, which is emptied, come after all that may be wrong.
+QString carryOut(const cOptions& options, MainWindow& window, cControlServer& control)
+{
+    for (const auto step : {configureLog, openDevice, findServer, checkOrders}) {
         if (QString problem = step(options, window); !problem.isEmpty()) {
             return problem;
         }
+    }
+    if (QString problem = listen(options, control); !problem.isEmpty()) {
+        return problem;
+    }
+    if (QString problem = createCapture(options, window); !problem.isEmpty()) {
+        return problem;
     }
     if (options.connect) {
         window.connectToServer();
@@ -180,7 +192,11 @@ int run(const cOptions& options)
         QApplication::quit();
     });
     MainWindow window;
-    const QString problem = carryOut(options, window);
+    cControlServer control(&window);
+    QObject::connect(&window, &MainWindow::deviceReplaced, &control, &cControlServer::deviceReplaced);
+    QObject::connect(&window.scripts(), &cScripts::scriptChanged, &control, &cControlServer::scriptChanged);
+    QObject::connect(&control, &cControlServer::quitRequested, &QApplication::quit);
+    const QString problem = carryOut(options, window, control);
     int status = 0;
     if (!toldToEnd && !problem.isEmpty()) {
         status = fail(problem);

@@ -127,6 +127,7 @@ void MainWindow::showDevice(const cDeviceFile& values)
                           values.analogOutputs, values.scanners, label.data(), values.type,
                           values.versionNumber(), values.serialNumber());
     setCentralWidget(mDevice);
+    emit deviceReplaced();
 }
 
 /// Returns whether the menus, as they are, would open a file of this kind.
@@ -276,15 +277,52 @@ std::optional<MainWindow::cRefusal> MainWindow::connectToServer()
     if (!refusal) {
         mDevice->recordTo(mCapture);
         mDevice->start(mConfig);
-        connected = true;
-        ui->menuEdit->setEnabled(false);
-        ui->menuFile->setEnabled(false);
-        for (QAction* action : ui->menuFile->actions()) {
-            // A disabled menu does not disable them.
-            action->setShortcut({});
-        }
+        lockConfiguration();
     }
     return refusal;
+}
+
+void MainWindow::lockConfiguration()
+{
+    connected = true;
+    ui->menuEdit->setEnabled(false);
+    ui->menuFile->setEnabled(false);
+    for (QAction* action : ui->menuFile->actions()) {
+        // A disabled menu does not disable them.
+        action->setShortcut({});
+    }
+}
+
+bool MainWindow::connectTo(const std::optional<sHostPort>& server)
+{
+    if (server) {
+        setServer(QString::fromStdString(server->host), server->port);
+    }
+    if (connectionRefusal()) {
+        return false;
+    }
+    mDevice->recordTo(mCapture);
+    mDevice->connectTo(
+        {mConfig->getZULIP().toStdString(), static_cast<uint16_t>(mConfig->getZULPort().toLong() & 0xFFFF)});
+    lockConfiguration();
+    return true;
+}
+
+bool MainWindow::replaceDevice(const QString& path)
+{
+    const std::optional<cDeviceFile> values = readDeviceFile(path);
+    if (!values || values->hasTooManyItems()) {
+        return false;
+    }
+    const bool wasOff = mDevice->linkState().state == sLinkState::OFF;
+    delete mDevice;
+    mDevice = nullptr;
+    mScripts.stop();
+    openDevice(path, *values);
+    if (!wasOff) {
+        connectTo(std::nullopt);
+    }
+    return true;
 }
 
 void MainWindow::on_actionConnect_triggered()

@@ -1,6 +1,7 @@
 #pragma once
 
 // Complete, so that the meta-object knows both pointer types of the signals.
+#include "ccontrolled.h"
 #include "cdevice.h"
 #include "cscripts.h"
 
@@ -20,7 +21,7 @@ class cConfig;
 struct cDeviceFile;
 
 /// Assembles the program: menus, dialogs, the configuration record and the device panel.
-class MainWindow : public QMainWindow
+class MainWindow : public QMainWindow, public cControlled
 {
     Q_OBJECT
 
@@ -67,9 +68,14 @@ public:
     /// Runs the JavaScript file at @p path against the loaded device, on a thread of its own. Returns the
     /// number of the script, or nothing, and starts no thread, if it cannot be opened. A thread that the
     /// system refuses is an error in the log, and 0.
-    std::optional<uint64_t> runScript(const QString& path, const QStringList& arguments = {});
+    std::optional<uint64_t> runScript(const QString& path, const QStringList& arguments = {}) override;
 
     cScripts& scripts() { return mScripts; }
+
+    // For the control socket.
+    bool connectTo(const std::optional<sHostPort>& server) override;
+    bool replaceDevice(const QString& path) override;
+    size_t runningScripts() const override { return mScripts.running(); }
 
     /// The number of scripts that were started.
     size_t scriptCount() const { return mScripts.count(); }
@@ -82,7 +88,7 @@ public:
     const cConfig& config() const { return *mConfig; }
 
     /// The panel in use, never null; the next load replaces it.
-    cDevice* device() const { return mDevice; }
+    cDevice* device() const override { return mDevice; }
 
 signals:
     void transferFileName(QString fileName);
@@ -90,6 +96,9 @@ signals:
     void transferThis(MainWindow* window);
     void transferInstruction(int kind, QString fileName);
     void transferScriptFileName(QString fileName, cDevice* device);
+
+    /// Another device is the live one; the one before is gone.
+    void deviceReplaced();
 
 public slots:
     /// Copies the fields that @p code, a cConfig::eUpdate, names and acts on them. Keeps no pointer to @p
@@ -127,6 +136,7 @@ private:
     void setDeviceEntriesEnabled(bool enabled);
     void setDeviceFile(const QString& path);
     void loadDevice();
+    void lockConfiguration();
     void showDevice(const cDeviceFile& values);
     bool canOpen(const QString& path) const;
     bool open(const QString& path);

@@ -100,6 +100,8 @@ void describe(CLI::App& app, const std::string& version, cOptions& options, std:
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     addFile("--log-config", options.logConfig, "Log as this log4cpp property file says");
     addFile("--capture", options.captureFile, "Record what crosses the link in this file (pcapng)");
+    app.add_option("--control", options.control, "Take commands from a Unix socket, made at this path")
+        ->type_name("PATH");
     app.add_flag("--headless", options.headless, "Run without a display");
     app.footer("The device is loaded first, then the connection file, then the device connects, and\n"
                "the scripts start last.\n"

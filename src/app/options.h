@@ -38,6 +38,7 @@ struct cOptions
     std::vector<std::string> scripts;       ///< those of --script first; none without a device
     std::optional<std::string> logConfig;   ///< a log4cpp property file
     std::optional<std::string> captureFile; ///< records what crosses the link
+    std::optional<std::string> control;     ///< the path of the control socket
     bool headless = false;
     bool platformNamed = false; ///< Qt's own -platform was given
 };

@@ -3,6 +3,7 @@
 #include <QDebug>
 #include <QGridLayout>
 #include <QStyle>
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <iostream>
@@ -178,36 +179,13 @@ void cDevice::tellObservers(Tell tell) const
     }
 }
 
-template <class Visit>
-void cDevice::visitPorts(eObjectTypes type, Visit visit) const
-{
-    const auto visitAll = [&](const auto& ports) {
-        for (const cObjectPort* port : ports) {
-            visit(*port);
-        }
-    };
-    switch (type) {
-    case OBJ_PORT_DIN:
-        return visitAll(mDigitalInputList);
-    case OBJ_PORT_DOUT:
-        return visitAll(mDigitalOutputList);
-    case OBJ_PORT_AIN:
-        return visitAll(mAnalogInputList);
-    case OBJ_PORT_AOUT:
-        return visitAll(mAnalogOutputList);
-    default:
-        return;
-    }
-}
-
 void cDevice::addObserver(cDeviceObserver* observer)
 {
-    if (mObservers.empty()) {
-        for (const eObjectTypes type : kPortTypes) {
-            visitPorts(type, [this](const cObjectPort& port) { mPortWatch.changed(port); });
-        }
-    }
     mObservers.push_back(observer);
+    if (mObservers.size() == 1) {
+        // The ports are remembered from now on.
+        std::ranges::for_each(kPortTypes, [this](eObjectTypes type) { checkPorts(type); });
+    }
 }
 
 void cDevice::removeObserver(cDeviceObserver* observer)
@@ -222,6 +200,13 @@ void cDevice::checkPort(const cObjectPort& port)
 {
     if (!mObservers.empty() && mPortWatch.changed(port)) {
         tellObservers([&port](cDeviceObserver& observer) { observer.portChanged(port); });
+    }
+}
+
+void cDevice::checkPorts(eObjectTypes type)
+{
+    for (const cObject* port : records(type)) {
+        checkPort(*static_cast<const cObjectPort*>(port));
     }
 }
 
@@ -257,6 +242,27 @@ const cObjectPort* cDevice::findPort(eObjectTypes type, int port) const
     }
 }
 
+std::vector<const cObject*> cDevice::records(eObjectTypes type) const
+{
+    const auto all = [](const auto& list) { return std::vector<const cObject*>(list.begin(), list.end()); };
+    switch (type) {
+    case OBJ_PORT_DIN:
+        return all(mDigitalInputList);
+    case OBJ_PORT_DOUT:
+        return all(mDigitalOutputList);
+    case OBJ_PORT_AIN:
+        return all(mAnalogInputList);
+    case OBJ_PORT_AOUT:
+        return all(mAnalogOutputList);
+    case OBJ_ACCESS:
+        return all(mAccessList);
+    case OBJ_CAPABILITY:
+        return all(mCapabilityList);
+    default:
+        return {this};
+    }
+}
+
 void cDevice::handleObjectAction(cObjectList* msg)
 {
     mExecutor->run([&] {
@@ -289,7 +295,7 @@ void cDevice::handleSet(cObjectList* msg)
     }
     for (const eObjectTypes type : kPortTypes) {
         if (types.contains(type)) {
-            visitPorts(type, [this](const cObjectPort& port) { checkPort(port); });
+            checkPorts(type);
         }
     }
 }
@@ -346,6 +352,35 @@ bool cDevice::scan(int scanner, const QString& code)
 bool cDevice::adhoc(int id, const QString& label, const QString& value)
 {
     return mAdHocEvent != nullptr && mAdHocEvent->send(id, label, value);
+}
+
+void cDevice::setDigitalInput(int port, bool high)
+{
+    mDigitalWiring.input(port)->scriptInputChange(high ? 1 : 0);
+}
+
+void cDevice::setAnalogInput(int port, int value) { mAnalogWiring.input(port)->scriptInputChange(value); }
+
+void cDevice::reportScan(int scanner, const std::string& code)
+{
+    checkedAt(mAccessList, int64_t{scanner} - 1, "mAccessList")->setCode(code);
+    mCore.accessEvent(int64_t{scanner} - 1);
+}
+
+bool cDevice::reportAdhoc(uint32_t id, const std::string& label, const std::string& value)
+{
+    if (mAdHocEvent == nullptr) {
+        return false;
+    }
+    mAdHocEvent->fill(id, label, value);
+    mCore.adHocEvent(mAdHocEvent);
+    return true;
+}
+
+bool cDevice::setWired(eObjectTypes type, int input, int output, bool wired)
+{
+    return type == OBJ_PORT_DIN ? mDigitalWiring.setWired(input, output, wired)
+                                : mAnalogWiring.setWired(input, output, wired);
 }
 
 void cDevice::setDigitalInput_Slot(int port, int value)

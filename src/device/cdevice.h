@@ -89,6 +89,10 @@ public:
     Q_INVOKABLE int getDigitalOutputValue(int port) const;
     Q_INVOKABLE int getAnalogOutputValue(int port) const;
 
+    /// The records of @p type in their order: of a kind of ports, the scanners (OBJ_ACCESS), the capabilities
+    /// or the device itself.
+    std::vector<const cObject*> records(eObjectTypes type) const;
+
     /// The port of @p type, one of the four kinds of ports, with the number @p port, from 1; null if there is
     /// none.
     const cObjectPort* findPort(eObjectTypes type, int port) const;
@@ -106,6 +110,22 @@ public:
 
     /// Fills the ad-hoc editor in and presses its button. False for an @p id that the form does not take.
     bool adhoc(int id, const QString& label, const QString& value);
+
+    // What the operator does. Ports and scanners are numbered from 1; a wrong one ends the program.
+
+    void setDigitalInput(int port, bool high);
+    void setAnalogInput(int port, int value); ///< 0 to 100
+
+    /// Reports this scanner with @p code, in UTF-8, which its row shows.
+    void reportScan(int scanner, const std::string& code);
+
+    /// Reports an ad-hoc event with texts in UTF-8, which the editor shows. @p id is 1 to 99. Returns false
+    /// if this device has no editor.
+    bool reportAdhoc(uint32_t id, const std::string& label, const std::string& value);
+
+    /// Puts @p output among the outputs of @p input, once, or takes it out; the wiring page shows it. @p type
+    /// is that of the input. Returns false, and changes nothing, if another input drives the output.
+    bool setWired(eObjectTypes type, int input, int output, bool wired);
 
     size_t samplingThreads() const { return mSampleThreads.size(); }
 
@@ -169,9 +189,8 @@ private:
 
     template <class Tell>
     void tellObservers(Tell tell) const;
-    template <class Visit>
-    void visitPorts(eObjectTypes type, Visit visit) const;
     void checkPort(const cObjectPort& port);
+    void checkPorts(eObjectTypes type);
 
     void send(cObjectList* list) { mObjectClient->send(list); }
     void drive(const cDOutput* output, eObjectIOState state);

@@ -4,6 +4,7 @@
 #include <QDebug>
 #include <QGroupBox>
 #include <QRadioButton>
+#include <QSignalBlocker>
 #include <QVBoxLayout>
 #include <vector>
 
@@ -102,7 +103,41 @@ public:
         box->setChecked(connect);
     }
 
+    /// Puts output @p to among the outputs of input @p from, once, or takes it out, and shows that. Returns
+    /// false, and changes nothing, if another input drives the output.
+    bool setWired(int from, int to, bool wired)
+    {
+        Input* const in = input(from);
+        Output* const out = output(to);
+        const int driver = out->getInputPort();
+        if (wired && driver != 0 && driver != from) {
+            return false;
+        }
+        if (entries(*in, to) == (wired ? 1 : 0)) {
+            return true;
+        }
+        // What a script has connected may stand there twice.
+        while (entries(*in, to) > 0) {
+            in->findAndRemove(to);
+        }
+        zuldevice::wire(in, from, out, to, wired);
+        QCheckBox* box = mParts.boxes.at(to);
+        const QSignalBlocker silent(box);
+        box->setChecked(wired);
+        box->setEnabled(mParts.selected != 0 && (!wired || mParts.selected == from));
+        return true;
+    }
+
 private:
+    static int entries(const Input& input, int output)
+    {
+        int count = 0;
+        for (int k = 0; k < input.getOutputCount(); ++k) {
+            count += input.getOutputPort(k) == output ? 1 : 0;
+        }
+        return count;
+    }
+
     QString inputPrefix() const { return mParts.kind + QStringLiteral("RadioButton_"); }
     QString outputPrefix() const { return mParts.kind + QStringLiteral("CheckBox_"); }
 

@@ -27,6 +27,12 @@ void cAccess::setLabel(const char* label)
     cObjectAccess::setLabel(label);
 }
 
+void cAccess::setCode(const std::string& code)
+{
+    mCardSerialNum->setText(QString::fromStdString(code));
+    setScanCode(code.c_str());
+}
+
 void cAccess::send(const QString& code)
 {
     mCardSerialNum->setText(code);

@@ -4,6 +4,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QWidget>
+#include <string>
 
 #include "zulobj/access.h"
 
@@ -19,6 +20,9 @@ public:
 
     /// Shows @p label, translated, on the row and stores it in the record.
     void setLabel(const char* label);
+
+    /// Shows @p code, in UTF-8, on the row and stores it in the record.
+    void setCode(const std::string& code);
 
     /// Types @p code into the row and presses its button.
     void send(const QString& code);

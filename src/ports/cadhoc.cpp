@@ -47,6 +47,16 @@ bool cAdHocEvent::send(int id, const QString& label, const QString& value)
     return true;
 }
 
+void cAdHocEvent::fill(uint32_t id, const std::string& label, const std::string& value)
+{
+    mEventID->setValue(static_cast<int>(id));
+    mQLabel->setText(QString::fromStdString(label));
+    mQValue->setText(QString::fromStdString(value));
+    setPortId(id);
+    setEventLabel(label.c_str());
+    setEventValue(value.c_str());
+}
+
 void cAdHocEvent::setLabel(char* label)
 {
     mQLabel->setText(QString::fromLocal8Bit(label));

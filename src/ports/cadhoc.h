@@ -4,6 +4,7 @@
 #include <QPushButton>
 #include <QSpinBox>
 #include <QWidget>
+#include <string>
 
 #include "zulobj/adhoc.h"
 
@@ -18,6 +19,9 @@ public:
     /// Fills the form in and presses its button. Returns false and changes nothing if @p id is outside the
     /// form's range.
     bool send(int id, const QString& label, const QString& value);
+
+    /// Shows an id, 1 to 99, and texts in UTF-8 in the form and stores them in the record.
+    void fill(uint32_t id, const std::string& label, const std::string& value);
 
     /// Writes @p label, in the locale's encoding, into the form and the record.
     void setLabel(char* label);

@@ -50,6 +50,9 @@ QString summary(const cOptions& options)
     if (options.captureFile) {
         words.append("capture=" + QString::fromStdString(*options.captureFile));
     }
+    if (options.control) {
+        words.append("control=" + QString::fromStdString(*options.control));
+    }
     if (options.server) {
         words.append("server=" + QString::fromStdString(toText(*options.server)));
     }
@@ -111,6 +114,8 @@ void TestOptions::goodLinesAreTaken_data()
                                    << "device=a.dev";
     QTest::newRow("connection") << "--connection a.con"
                                 << "connection=a.con";
+    QTest::newRow("control") << "--control /run/gate"
+                             << "control=/run/gate";
     QTest::newRow("capture") << "--capture link.pcapng"
                              << "capture=link.pcapng";
     QTest::newRow("connect") << "--connect"
@@ -213,6 +218,8 @@ void TestOptions::wrongUsageIsOneLineOfError_data()
                                                      << "--device";
     QTest::newRow("device without a file") << "--device"
                                            << "--device";
+    QTest::newRow("control without a path") << "--control"
+                                            << "--control";
     QTest::newRow("capture without a file") << "--capture"
                                             << "--capture";
     QTest::newRow("two devices") << "--device a.dev --device b.dev"
@@ -267,8 +274,8 @@ void TestOptions::helpNamesEveryOption()
     QCOMPARE(parsed.error, QString());
     for (const char* option :
          {"--device FILE", "--connection FILE", "--connect ", "--log-config FILE", "--capture FILE",
-          "--headless", "--help", "--version", "--server HOST:PORT", "--din N", "--dout N", "--ain N",
-          "--aout N", "--scanners N", "--serial N", "--label TEXT", "--device-version N"}) {
+          "--control PATH", "--headless", "--help", "--version", "--server HOST:PORT", "--din N", "--dout N",
+          "--ain N", "--aout N", "--scanners N", "--serial N", "--label TEXT", "--device-version N"}) {
         QVERIFY2(parsed.out.contains(option), option);
     }
 }

@@ -1,3 +1,4 @@
+#include "controlclient.h"
 #include "headlessprogram.h"
 #include "homefiles.h"
 #include "qttestmain.h"
@@ -40,6 +41,9 @@ private slots:
     void whatCannotBeDoneEndsWithOne();
     void bothSignalsEndTheProgramCleanly_data();
     void bothSignalsEndTheProgramCleanly();
+    void quitOnTheControlSocketEndsTheProgramWithZero();
+    void aSignalTakesTheControlSocketAway();
+    void aControlSocketIsTakenFromAProgramThatWasKilled();
     void startCreatesTheConfigurationDirectory();
     void optionsAreCarriedOutInTheirOwnOrder();
     void aRelativeNameIsMeantFromTheWorkingDirectory();
@@ -119,6 +123,8 @@ void TestProgram::whatCannotBeDoneEndsWithOne_data()
         << QStringList{"--connect", "--connection", "no.con", "--device", "no.dev"} << QByteArray("'no.dev'");
     QTest::newRow("too many ports in all")
         << QStringList{"--din", "60000", "--ain", "40001"} << QByteArray("--din");
+    QTest::newRow("control socket in a missing folder")
+        << QStringList{"--control", "/missing/control"} << QByteArray("'/missing/control'");
     QTest::newRow("connect without settings")
         << QStringList{"--connect"} << QByteArray("You need to configure the connection parameters first");
 }
@@ -157,6 +163,59 @@ void TestProgram::bothSignalsEndTheProgramCleanly()
     program.send(number);
     QCOMPARE(program.status(), 0);
     QVERIFY(program.complaints().isEmpty());
+}
+
+void TestProgram::quitOnTheControlSocketEndsTheProgramWithZero()
+{
+    const HomeFiles home;
+    const QString path = home.pathOf("control");
+    HeadlessProgram program;
+    program.start({"--headless", "--din", "1", "--control", path});
+    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(path) && ControlClient(path).isConnected(), 60000);
+    ControlClient client(path);
+    client.sendBytes("help\nset din 1 high\nquit\nset din 1 low\n");
+    for (const char* command : {"help", "set din 1 high", "quit"}) {
+        const QJsonObject reply = client.next("reply");
+        QCOMPARE(reply["command"], QJsonValue(command));
+        QCOMPARE(reply["status"], QJsonValue("ok"));
+    }
+    QCOMPARE(program.status(), 0);
+    QVERIFY(!QFileInfo::exists(path));
+    QVERIFY2(program.error().contains("set din PORT high|low\n"), program.error().constData());
+}
+
+void TestProgram::aSignalTakesTheControlSocketAway()
+{
+    const HomeFiles home;
+    const QString path = home.pathOf("control");
+    HeadlessProgram program;
+    program.start({"--headless", "--control", path});
+    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(path), 60000);
+    program.send(SIGTERM);
+    QCOMPARE(program.status(), 0);
+    QVERIFY(!QFileInfo::exists(path));
+}
+
+void TestProgram::aControlSocketIsTakenFromAProgramThatWasKilled()
+{
+    const HomeFiles home;
+    const QString path = home.pathOf("control");
+    HeadlessProgram killed;
+    killed.start({"--headless", "--control", path});
+    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(path), 60000);
+    HeadlessProgram second;
+    second.start({"--headless", "--control", path});
+    QCOMPARE(second.status(), 1);
+    QVERIFY2(second.complaints().value(0).endsWith("another program listens there"),
+             second.error().constData());
+    killed.send(SIGKILL);
+    QCOMPARE(killed.status(), -1);
+    QVERIFY(QFileInfo::exists(path));
+    HeadlessProgram third;
+    third.start({"--headless", "--control", path});
+    QTRY_VERIFY_WITH_TIMEOUT(ControlClient(path).isConnected(), 60000);
+    QCOMPARE(ControlClient(path).status("quit"), QString("ok"));
+    QCOMPARE(third.status(), 0);
 }
 
 void TestProgram::startCreatesTheConfigurationDirectory()

@@ -1,0 +1,92 @@
+#pragma once
+
+#include <QTimer>
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "controlcommand.h"
+#include "zulcommand/eventsearch.h"
+
+class cControlled;
+class cObject;
+struct sLinkState;
+struct sScriptEvent;
+
+/// Runs the commands of one client of the control socket, one after the other.
+class cControlRunner
+{
+public:
+    /// No further line is wanted while so many wait.
+    static constexpr size_t kMaxWaiting = 1000;
+
+    /// @p controlled is borrowed.
+    explicit cControlRunner(cControlled* controlled);
+
+    /// Called with the line of each reply; it must not call the runner.
+    std::function<void(const zulcommand::JsonPtr&)> onReply;
+
+    /// Called when a command that had to wait has ended: the next one may be run. It must not run it.
+    std::function<void()> onReady;
+
+    /// Called after the reply to "quit".
+    std::function<void()> onQuit;
+
+    /// Queues a line; one that is no command is skipped.
+    void submit(const std::string& line);
+
+    bool full() const { return mQueue.size() >= kMaxWaiting; }
+    bool isRunning() const { return mRun.has_value(); }
+    bool isIdle() const { return !mRun && mQueue.empty(); }
+
+    /// Runs the next command, if there is one and none is running.
+    void runNext();
+
+    // What happens. The running command may end by it; the next one is not run.
+
+    /// The server has sent @p message, a set of one object.
+    void setReceived(WMsg message);
+    void portChanged(const cObject& port);
+    void linkChanged(const sLinkState& state);
+    void scriptChanged(const sScriptEvent& event);
+    void deviceReplaced();
+
+private:
+    using Reply = zulcommand::Reply;
+    using Clock = std::chrono::steady_clock;
+
+    struct Run
+    {
+        explicit Run(std::string line) : text(std::move(line)) {}
+
+        const std::string text;
+        sControlCommand command;
+        Clock::time_point begun = Clock::now();
+        zulcommand::EventSearch search;
+        uint64_t script = 0; ///< the number of the script that was started
+        size_t answers = 0;  ///< that were not as expected
+        Reply lastAnswer;    ///< the last of them
+    };
+
+    void execute();
+    Reply get() const;
+    void expectGet();
+    void lookForEvent();
+    void checkLink();
+    void startScript();
+    void connect();
+
+    /// Has the command answered when @p error is no mistake.
+    void endWith(const std::string& error);
+    void timeUp();
+    void end(const Reply& reply);
+
+    cControlled* mControlled;
+    zulcommand::MessageLog mLog;
+    std::deque<std::string> mQueue;
+    std::optional<Run> mRun;
+    bool mBeginning = false; ///< the running command is in execute()
+    QTimer mTimer;
+};
