@@ -1,6 +1,8 @@
 #include "controlcommand.h"
 #include "qttestmain.h"
 
+#include <QFile>
+
 Q_DECLARE_METATYPE(std::string)
 
 /// What a line to the control socket means, and what is wrong with one.
@@ -13,6 +15,7 @@ private slots:
     void aMistakeIsOneSentence();
     void everyLineOfTheHelpIsACommand_data();
     void everyLineOfTheHelpIsACommand();
+    void everyLineOfTheHelpIsInTheManual();
     void aWordMayStandInQuotationMarks();
     void aSliderHasAValueThatNoRecordHolds();
 };
@@ -122,6 +125,18 @@ void TestControlCommand::everyLineOfTheHelpIsACommand()
     QFETCH(QByteArray, line);
     sControlCommand command;
     QCOMPARE(parseControlCommand(line.toStdString(), &command), std::string());
+}
+
+void TestControlCommand::everyLineOfTheHelpIsInTheManual()
+{
+    QFile manual(CONTROL_MANUAL);
+    QVERIFY(manual.open(QIODevice::ReadOnly));
+    const QByteArray text = manual.readAll();
+    for (QByteArray line : QByteArray::fromStdString(controlHelp()).split('\n')) {
+        if (!line.isEmpty() && (!line.endsWith('.') || line.endsWith("..."))) {
+            QVERIFY2(text.contains("| `" + line.replace('|', "\\|") + "` |"), line);
+        }
+    }
 }
 
 void TestControlCommand::aWordMayStandInQuotationMarks()
