@@ -2,10 +2,18 @@
 
 #include <array>
 #include <cerrno>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include "zulcommand/commandwords.h"
+
+namespace {
+
+/// How often to look whether a client that has ended its side is gone altogether.
+constexpr int kHangupCheckMs = 1000;
+
+} // namespace
 
 cControlConnection::cControlConnection(int fd)
     : mFd(fd),
@@ -19,6 +27,13 @@ cControlConnection::cControlConnection(int fd)
     QObject::connect(&mWritable, &QSocketNotifier::activated, [this] {
         flush();
         onChanged();
+    });
+    QObject::connect(&mHangupCheck, &QTimer::timeout, [this] {
+        // A client that only ended its side still reads.
+        pollfd wait = {mFd, 0, 0};
+        if (::poll(&wait, 1, 0) == 1 && (wait.revents & POLLHUP) != 0) {
+            breakOff();
+        }
     });
     QObject::connect(&mFlush, &QTimer::timeout, [this] {
         flush();
@@ -48,6 +63,7 @@ void cControlConnection::read()
     } else if (size == 0) {
         mInputEnded = true;
         setReading(false);
+        mHangupCheck.start(kHangupCheckMs);
         onLine(mLines.rest());
     } else if (errno != EAGAIN && errno != EINTR) {
         breakOff();
@@ -100,5 +116,6 @@ void cControlConnection::breakOff()
     mWritten = 0;
     mReadable.setEnabled(false);
     mWritable.setEnabled(false);
+    mHangupCheck.stop();
     mFlush.start(0);
 }

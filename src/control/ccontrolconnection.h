@@ -56,5 +56,6 @@ private:
     bool mBroken = false;
     QSocketNotifier mReadable;
     QSocketNotifier mWritable;
-    QTimer mFlush; ///< runs while output has not been tried to be written
+    QTimer mHangupCheck; ///< runs once the client has ended its side
+    QTimer mFlush;       ///< runs while output has not been tried to be written
 };

@@ -737,6 +737,23 @@ TEST(LinkSessionTest, eventsWaitForTheLinkInOrder)
     EXPECT_EQ(typesOf(ends.takeAll()), expected);
 }
 
+TEST(LinkSessionTest, eventsThatWaitAndThatWereDroppedAreCounted)
+{
+    LinkSession::Settings settings;
+    settings.queueBytes = 2 * costOf(1000);
+    Ends ends(settings);
+    for (const uint8_t type : {11, 12, 13}) {
+        ends.session.send(messageOf(type, 0, 1000));
+    }
+    EXPECT_EQ(ends.session.waitingEvents(), 2U);
+    EXPECT_EQ(ends.session.droppedEvents(), 1U);
+    EXPECT_EQ(ends.session.takeDropped().whileDown, 1U);
+    EXPECT_EQ(ends.session.droppedEvents(), 1U) << "of the session's whole life";
+    ends.connect();
+    EXPECT_EQ(ends.takeNumbers().size(), 2U);
+    EXPECT_EQ(ends.session.waitingEvents(), 0U);
+}
+
 TEST(LinkSessionTest, theOldestEventIsDroppedPastTheBoundAndTakesNoNumber)
 {
     const size_t cost = costOf(1000);

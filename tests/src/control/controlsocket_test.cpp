@@ -127,6 +127,7 @@ private slots:
     // Clients that misbehave.
     void aClientThatEndsItsSideGetsItsReplies();
     void aClientThatGoesInTheMiddleOfALineIsForgotten();
+    void aClientThatGoesWhileItsCommandRunsIsForgotten();
     void aClientThatDoesNotReadIsDropped();
     void aFloodIsAnsweredInOrder();
 };
@@ -755,6 +756,23 @@ void TestControlSocket::aClientThatGoesInTheMiddleOfALineIsForgotten()
     }
     ControlClient other(controlled.path());
     QCOMPARE(other.object("get din 1")["inputState"], QJsonValue("OBJ_IO_STATE_CLEAR"));
+}
+
+void TestControlSocket::aClientThatGoesWhileItsCommandRunsIsForgotten()
+{
+    Controlled controlled;
+    const auto descriptors = [] {
+        return QDir("/proc/self/fd").entryList(QDir::Files | QDir::System).size();
+    };
+    QCOMPARE(ControlClient(controlled.path()).status("get device"), QString("ok"));
+    const auto before = descriptors();
+    {
+        ControlClient client(controlled.path());
+        client.sendBytes("get device\nsleep 86400\n");
+        client.next("reply");
+        QVERIFY(descriptors() > before);
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(descriptors(), before, 30000);
 }
 
 void TestControlSocket::aClientThatDoesNotReadIsDropped()
