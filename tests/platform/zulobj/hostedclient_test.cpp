@@ -153,6 +153,34 @@ TEST_F(HostedClientTest, ListenerThatServesGetsNoMessageWithinAnother)
     EXPECT_EQ(deepest, 1);
 }
 
+TEST_F(HostedClientTest, StatesOfTheLinkAreToldOnTheHostsThread)
+{
+    HostedClient hosted(quickSettings());
+    std::vector<sLinkState::eState> states; // the host's thread's own
+    bool elsewhere = false;
+    hosted.client()->setStateObserver([&](const sLinkState& state) {
+        states.push_back(state.state);
+        elsewhere = elsewhere || std::this_thread::get_id() != hosted.thread();
+    });
+    const auto told = [&](const std::vector<sLinkState::eState>& expected) {
+        bool same = false;
+        while (!same) {
+            hosted.run([&] { same = states == expected; });
+        }
+        return same;
+    };
+    ASSERT_TRUE(hosted.start(mPeer.port()));
+    ASSERT_TRUE(told({sLinkState::DOWN, sLinkState::UP}));
+    mPeer.accept().close();
+    PeerConnection second = mPeer.accept();
+    ASSERT_TRUE(told({sLinkState::DOWN, sLinkState::UP, sLinkState::DOWN, sLinkState::UP}));
+    hosted.run([&] { hosted.client()->disconnect(); });
+    ASSERT_TRUE(told({sLinkState::DOWN, sLinkState::UP, sLinkState::DOWN, sLinkState::UP, sLinkState::OFF}));
+    EXPECT_FALSE(elsewhere);
+    EXPECT_EQ(hosted.client()->state().state, sLinkState::OFF);
+    hosted.stop();
+}
+
 // A host that is busy.
 
 TEST_F(HostedClientTest, PingsAreAnsweredWhileAListenerIsBusy)
