@@ -9,7 +9,7 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_COMPONENTS_ALL development)
 if(ZUL_PROGRAMS)
-    list(PREPEND CPACK_COMPONENTS_ALL program)
+    list(PREPEND CPACK_COMPONENTS_ALL program python)
 endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -35,6 +35,20 @@ without one, and by scripts.
 .
 zulserver is a small monitoring server for the other end of the line: it
 prints what the devices say and takes commands.")
+
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-zul)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11)")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "zulbench")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-pytest, python3-pytest-xdist")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/python/postinst ${CMAKE_CURRENT_SOURCE_DIR}/python/prerm)
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "simulated field devices and a monitoring server for Python tests
+The package zul runs zulbench and zulserver as Python objects: a test sets a
+device's inputs and expects what the server gets, and the other way round.
+For pytest there are fixtures, and a failing test shows what the programs
+said. Nothing of them is left behind, however a test ends.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzulobj-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

@@ -1,7 +1,8 @@
-"""A monitoring server for tests, as a Python object."""
+"""Devices and a monitoring server for tests, as Python objects; see docs/python.md."""
 
+from .bench import Bench
 from .errors import ExpectationFailed, ZulError, ZulTimeout
 from .replies import Object, Reply
 from .server import Server
 
-__all__ = ["ExpectationFailed", "Object", "Reply", "Server", "ZulError", "ZulTimeout"]
+__all__ = ["Bench", "ExpectationFailed", "Object", "Reply", "Server", "ZulError", "ZulTimeout"]

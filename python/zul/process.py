@@ -115,10 +115,9 @@ class Process:
         """The exit status once it is known; negative after a signal, as in `subprocess`."""
         self._lines = b""
         self._name = Path(arguments[0]).name
+        self._turn = threading.Lock()
         self._channel, theirs = socket.socketpair()
         _channels.add(self._channel)
-        with theirs:
-            _janitor.start(theirs, streams)
         request = marshal.dumps(
             (
                 os.fsencode(directory),
@@ -127,6 +126,8 @@ class Process:
             )
         )
         try:
+            with theirs:
+                _janitor.start(theirs, streams)
             self._channel.sendall(len(request).to_bytes(4, "big") + request)
             self.pid = int(self._read_word("started", _END_LIMIT))
         except BaseException:
@@ -139,12 +140,13 @@ class Process:
 
     def wait(self, timeout: float) -> int | None:
         """Waits for its end. Returns None if it still runs then."""
-        if self.status is None:
-            try:
-                self.status = int(self._read_word("ended", timeout))
-            except TimeoutError:
-                return None
-        return self.status
+        with self._turn:
+            if self.status is None:
+                try:
+                    self.status = int(self._read_word("ended", timeout))
+                except TimeoutError:
+                    return None
+            return self.status
 
     def terminate(self) -> None:
         """Asks it to end, and kills it if it does not within five seconds."""

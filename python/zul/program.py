@@ -24,6 +24,8 @@ GRACE = 10.0
 """Seconds that a reply may take beyond the command's own time limit."""
 
 _END_LIMIT = 20.0
+_END_PAUSE = 5.0
+"""Seconds within which a program that closed its lines has ended, if it ends."""
 
 _Self = TypeVar("_Self", bound="Program")
 
@@ -129,12 +131,14 @@ class Program:
 
     def command(self, line: str, timeout: float = START_LIMIT) -> Reply:
         """Sends a command as the manual has it. Raises ZulError unless the reply is ok."""
+        __tracebackhide__ = True
         seconds(timeout)
         if self._closed:
             raise ZulError(f"{self._name} was closed.")
         return self._stream.command(line, timeout).check()
 
     def _ask(self, *words: str, limit: float = 0) -> Reply:
+        __tracebackhide__ = True
         return self.command(" ".join(words), limit + GRACE)
 
     @property
@@ -166,10 +170,10 @@ class Program:
         """Why it answers no longer, in a sentence."""
         if self._closed and self._process.status is None:
             return f"{self._name} was closed."
-        status = self._process.wait(_END_LIMIT)
-        self._stream.join(_END_LIMIT)
+        status = self._process.wait(_END_PAUSE)
         if status is None:
             return f"{self._name} takes no more commands."
+        self._stream.join(_END_LIMIT)
         return describe_status(self._name, status, self.last_output)
 
 

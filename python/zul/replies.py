@@ -39,6 +39,7 @@ class Reply:
 
     def check(self) -> Reply:
         """Returns the reply; raises if it is not ok."""
+        __tracebackhide__ = True
         if self.status == "ok":
             return self
         sentence = self.error or f'"{self.command}" ended with the status "{self.status}".'

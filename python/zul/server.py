@@ -103,6 +103,7 @@ class Server(Program):
     def _set(
         self, kind: str, port: int | str, device: int | None, timeout: float, **fields: str | float | None
     ) -> None:
+        __tracebackhide__ = True
         words = [
             f"{name}={quoted(value) if isinstance(value, str) else number(value)}"
             for name, value in fields.items()
@@ -166,6 +167,7 @@ class Server(Program):
     def _expect(
         self, what: list[str], within: float, device: int | None, tolerance: float | None, fields: dict[str, Value]
     ) -> Reply:
+        __tracebackhide__ = True
         conditions = [condition(name, value, tolerance) for name, value in fields.items()]
         limit = f"within={seconds(within)}"
         return self._ask("expect", *what, *conditions, *_of(device), limit, limit=within)

@@ -77,18 +77,28 @@ class Stream:
         """Sends a command and returns its reply, whatever the status is."""
         if not line.strip() or line.lstrip().startswith("#") or "\n" in line or "\r" in line:
             raise ZulError(f"A command is one line, not {line!r}.")
+        if self._ended:
+            raise ZulError(self._describe_end())
         try:
             data = line.encode() + b"\n"
         except UnicodeEncodeError:
             raise ZulError(f"A command is a text of Unicode characters, not {line!r}.") from None
-        with self._turn:
-            try:
-                self._lines.sendall(data)
-            except TimeoutError:
-                raise ZulTimeout(f'The program does not read the command "{line}".') from None
-            except OSError:
-                raise ZulError(self._describe_end()) from None
+        if not self._turn.acquire(timeout=limit):
+            raise ZulTimeout(f'Other commands kept "{line}" waiting for {limit:g} seconds.')
+        try:
+            self._send(line, data)
             return self._await_reply(line, limit)
+        finally:
+            self._turn.release()
+
+    def _send(self, line: str, data: bytes) -> None:
+        try:
+            self._lines.sendall(data)
+        except TimeoutError:
+            self._ended = True  # A part of the line may be sent: what followed would be taken for its end.
+            raise ZulTimeout(f'The program does not read the command "{line}".') from None
+        except OSError:
+            raise ZulError(self._describe_end()) from None
 
     def _await_reply(self, line: str, limit: float) -> Reply:
         end = time.monotonic() + limit

@@ -1,6 +1,6 @@
 #!/bin/bash
 # The packages, installed by dpkg into a root that holds nothing but the packages they depend on, work there: both
-# programs together, the manual pages, and a program of one's own on the library.
+# programs together, the manual pages, tests in Python, and a program of one's own on the library.
 # usage: installed_test.sh PACKAGES [OUTSIDE]
 #
 # The root is made of the files of this machine's packages, so it takes no network. It is entered by chroot, as root or
@@ -59,7 +59,7 @@ choose_the_way_in() {
         env+=("LD_LIBRARY_PATH=$root/usr/lib/$arch" "QT_PLUGIN_PATH=$root/usr/lib/$arch/qt5/plugins"
             "PKG_CONFIG_PATH=$root/usr/lib/$arch/pkgconfig" "CMAKE_PREFIX_PATH=$root/usr")
     fi
-    env+=("HOME=$at$home")
+    env+=("HOME=$at$home" "ZUL_BIN=$at/usr/bin" PYTHONDONTWRITEBYTECODE=1)
     as_root=()
     [[ $(id -u) -eq 0 ]] || as_root=(fakeroot)
     echo "The way in: ${enter[*]:-none, from outside}"
@@ -102,8 +102,11 @@ add_packages() {
 }
 
 install_package() {
+    local how=-i
+    # dpkg runs the scripts of a package in a root that it enters by itself, which takes the real root.
+    [[ ${enter[0]-} == */chroot ]] || how=--unpack
     add_packages "$(dpkg-deb -f "$packages/$1"_*.deb Depends)${2+, $2}"
-    "${as_root[@]}" dpkg --root="$root" --force-not-root --force-unsafe-io -i "$packages/$1"_*.deb >"$packages/dpkg" 2>&1 ||
+    "${as_root[@]}" dpkg --root="$root" --force-not-root --force-unsafe-io "$how" "$packages/$1"_*.deb >"$packages/dpkg" 2>&1 ||
         stop "dpkg: $(<"$packages/dpkg")"
     ldconfig -r "$root"
 }
@@ -233,9 +236,15 @@ library_serves_programs_outside() {
     grep -qxF "$(cut -c 1-240 "$packages/asker.out") …" "$root$home/askdevice/README.md" || fail "its README shows another line"
 }
 
+tests_in_python_pass() {
+    in_root "$at/usr/bin/python3" -m pytest -q -p no:cacheprovider \
+        "$at/usr/share/doc/zulbench/examples/python" >"$packages/pytest" 2>&1 || fail "pytest: $(<"$packages/pytest")"
+    grep -q '^5 passed' "$packages/pytest" || fail "pytest: $(<"$packages/pytest")"
+}
+
 nothing_is_left_behind() {
     local left
-    "${as_root[@]}" dpkg --root="$root" --force-not-root --purge zulbench libzulobj-dev >"$packages/dpkg" 2>&1 ||
+    "${as_root[@]}" dpkg --root="$root" --force-not-root --purge python3-zul zulbench libzulobj-dev >"$packages/dpkg" 2>&1 ||
         fail "dpkg: $(<"$packages/dpkg")"
     left=$(find "$root"/usr "$root"/etc "$root"/var -name '*zul*')
     [[ -z $left ]] || fail "left behind: $left"
@@ -248,6 +257,8 @@ programs_say_who_they_are
 programs_talk_to_each_other
 pages_are_found
 dissector_is_found
+install_package python3-zul "dash, python3-pytest"
+tests_in_python_pass
 # What somebody has who writes programs.
 install_package libzulobj-dev "g++, cmake, ninja-build, dash"
 headers_compile

@@ -1,5 +1,5 @@
 #!/bin/bash
-# cpack makes both packages, under any umask, and lintian finds no fault in them.
+# cpack makes all packages, under any umask, and lintian finds no fault in them.
 # usage: packages_test.sh BUILD PACKAGES
 set -euo pipefail
 
@@ -32,14 +32,14 @@ contents() {
 
 rights_are_the_usual_ones() {
     local odd
-    odd=$({ contents zulbench; contents libzulobj-dev; } |
+    odd=$({ contents zulbench; contents libzulobj-dev; contents python3-zul; } |
         grep -vE '^(drwxr-xr-x root/root .*/|-rw-r--r-- root/root .*|-rwxr-xr-x root/root \./usr/bin/.*)$') || true
     [[ -z $odd ]] || fail "odd rights: $odd"
 }
 
 nothing_of_this_machine_is_in_it() {
     local package place
-    for package in zulbench libzulobj-dev; do
+    for package in zulbench libzulobj-dev python3-zul; do
         mkdir "$packages/$package"
         dpkg-deb -x "$packages/$package"_*.deb "$packages/$package"
         for place in "$build" "$root"; do

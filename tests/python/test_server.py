@@ -96,7 +96,10 @@ def test_a_device_that_is_not_connected_is_an_error(server: Server) -> None:
         (lambda server: server.get("din", 0), 'PORT is neither * nor a whole number from 1 to 4294967295: "0".'),
         (lambda server: server.set_dout(1, "open"), 'state is neither high nor low: "open".'),
         (lambda server: server.set_dout(1, True), "True is not a number."),
-        (lambda server: server.get("din", 1, timeout=-1), "A time limit is a number of seconds above 0 and up to 86400, not -1."),
+        (
+            lambda server: server.get("din", 1, timeout=-1),
+            "A time limit is a number of seconds above 0 and up to 86400, not -1.",
+        ),
         (lambda server: server.expect_event("OBJ_DOOR"), None),
         (lambda server: server.expect_event("OBJ_ACCESS", sample=1), None),
         (lambda server: server.command("jump"), None),

@@ -109,6 +109,16 @@ def test_threads_take_turns(peer: Peer) -> None:
         assert [reply.result().command for reply in replies] == commands
 
 
+def test_waiting_for_the_turn_has_a_time_limit_too(peer: Peer) -> None:
+    with ThreadPoolExecutor(1) as pool:
+        first = pool.submit(peer.stream.command, "first", 60)
+        assert peer.read() == "first"
+        with pytest.raises(ZulTimeout, match='^Other commands kept "second" waiting for 0.1 seconds[.]$'):
+            peer.stream.command("second", 0.1)
+        peer.reply("first")
+        assert first.result().command == "first"
+
+
 def test_a_program_that_ends_ends_the_waiting(peer: Peer) -> None:
     with ThreadPoolExecutor(1) as pool:
         waiting = pool.submit(peer.stream.command, "get din 1", 60)

@@ -1,0 +1,283 @@
+"""The device simulator."""
+
+from __future__ import annotations
+
+import os
+import socket
+import time
+from collections.abc import Iterator
+from contextlib import contextmanager
+from pathlib import Path
+from typing import Any
+
+from .errors import ZulError, ZulTimeout
+from .ports import AnalogInput, AnalogOutput, DigitalInput, DigitalOutput, Ports
+from .process import Process
+from .program import START_LIMIT, Program, describe_status
+from .replies import Object, Reply
+from .server import Server
+from .words import Value, condition, number, quoted, seconds
+
+_STATES = {"high": "OBJ_IO_STATE_SET", "low": "OBJ_IO_STATE_CLEAR", "unknown": "OBJ_IO_STATE_UNKNOWN"}
+_FIELDS = {"din": "inputState", "dout": "outputState", "ain": "value", "aout": "sampledValue"}
+
+_PAUSE = 0.002
+_LONGEST_PATH = 107
+"""Bytes that the path of a socket may have."""
+
+
+class Bench(Program):
+    """A device: a `zulbench` without a window."""
+
+    _name = "zulbench"
+
+    def __init__(
+        self,
+        din: int | None = None,
+        dout: int | None = None,
+        ain: int | None = None,
+        aout: int | None = None,
+        scanners: int | None = None,
+        serial: int | None = None,
+        label: str | None = None,
+        version: int | None = None,
+        *,
+        device: str | Path | None = None,
+        server: Server | str | None = None,
+        capture: str | Path | bool = False,
+    ) -> None:
+        """Returns when the device is loaded; it connects to `server` from then on.
+
+        `device` is a device file, in which the other arguments replace values. `server` is a Server or "HOST:PORT".
+        `capture` names a file that records the link; True records it in the
+        program's own directory, see keep_capture().
+        """
+        numbers = {
+            "--device": None if device is None else Path(device).absolute(),
+            "--din": din,
+            "--dout": dout,
+            "--ain": ain,
+            "--aout": aout,
+            "--scanners": scanners,
+            "--serial": serial,
+            "--label": label,
+            "--device-version": version,
+            "--server": None if server is None else _address(server),
+        }
+        options = [word for name, value in numbers.items() if value is not None for word in (name, str(value))]
+        self._server = server
+        super().__init__(["--headless", "--control", "control", *options], options, capture)
+        self.din = Ports(self, DigitalInput)
+        self.dout = Ports(self, DigitalOutput)
+        self.ain = Ports(self, AnalogInput)
+        self.aout = Ports(self, AnalogOutput)
+
+    def _launch(self, arguments: list[str], output: int) -> Process:
+        with open(os.devnull) as nothing:
+            return Process(arguments, self._environment(), self._directory, [nothing.fileno(), output, output])
+
+    def _open_lines(self, output: int) -> socket.socket:
+        end = time.monotonic() + START_LIMIT
+        while time.monotonic() < end:
+            control = _connect(self._directory / "control")
+            if control is not None:
+                return control
+            status = self._process.wait(_PAUSE)
+            if status is not None:
+                raise ZulError(describe_status(self._name, status, _read_all(output)))
+        raise ZulTimeout(f"{self._name} did not start within {START_LIMIT:g} seconds.")
+
+    def get(self, kind: str, port: int | str | None = None) -> list[Object]:
+        """Its records as they are: `get("din", 2)`, `get("scanner")`, `get("device")`."""
+        return self._ask("get", quoted(kind), *([] if port is None else [quoted(str(port))])).objects
+
+    def _value(self, kind: str, port: int) -> Any:
+        return self.get(kind, port)[0][_FIELDS[kind]]
+
+    def get_din(self, port: int) -> str:
+        """The state of a digital input: `high`, `low` or `unknown`."""
+        return _state_name(self._value("din", port))
+
+    def get_dout(self, port: int) -> str:
+        """The state of a digital output."""
+        return _state_name(self._value("dout", port))
+
+    def get_ain(self, port: int) -> int:
+        """Where the slider of an analog input stands, 0 to 100."""
+        return int(self._value("ain", port))
+
+    def get_aout(self, port: int) -> float | None:
+        """The value of an analog output; None if it is no number."""
+        value = self._value("aout", port)
+        return None if value is None else float(value)
+
+    def set_din(self, port: int, state: str) -> None:
+        """Sets a digital input to `high` or `low`, as the operator does."""
+        self._ask("set", "din", str(port), quoted(state))
+
+    def set_ain(self, port: int, value: int) -> None:
+        """Moves the slider of an analog input, 0 to 100."""
+        self._ask("set", "ain", str(port), number(value))
+
+    def expect_din(self, port: int, state: str, *, within: float = 10) -> None:
+        """Raises ExpectationFailed unless the digital input is `high` or `low` in time."""
+        self.expect_get("din", port, inputState=_state(state), within=within)
+
+    def expect_dout(self, port: int, state: str, *, within: float = 10) -> None:
+        """Raises ExpectationFailed unless the digital output is `high` or `low` in time."""
+        self.expect_get("dout", port, outputState=_state(state), within=within)
+
+    def expect_ain(self, port: int, value: int, *, within: float = 10) -> None:
+        """Raises ExpectationFailed unless the slider of the analog input stands there in time."""
+        self.expect_get("ain", port, value=value, within=within)
+
+    def expect_aout(self, port: int, value: float, *, within: float = 10, tolerance: float | None = None) -> None:
+        """Raises ExpectationFailed unless the analog output has this value in time."""
+        self.expect_get("aout", port, sampledValue=value, within=within, tolerance=tolerance)
+
+    def expect_get(
+        self,
+        kind: str,
+        port: int | str | None = None,
+        *,
+        within: float = 10,
+        tolerance: float | None = None,
+        **fields: Value,
+    ) -> list[Object]:
+        """Looks at the device until one of these records is so. Returns the records."""
+        what = ["get", quoted(kind), *([] if port is None else [quoted(str(port))])]
+        return self._expect(what, within, tolerance, fields).objects
+
+    def expect_event(
+        self, type: str | None = None, *, within: float = 10, tolerance: float | None = None, **fields: Value
+    ) -> list[Object]:
+        """Looks for an object that the server set and no call took yet; takes it. Returns the objects of the reply."""
+        return self._expect(["event", *([] if type is None else [quoted(type)])], within, tolerance, fields).objects
+
+    def expect_no_event(
+        self, type: str | None = None, *, within: float = 1, tolerance: float | None = None, **fields: Value
+    ) -> None:
+        """Raises ExpectationFailed if the server set such an object that no call took, or sets one in this time."""
+        self._expect(["no", "event", *([] if type is None else [quoted(type)])], within, tolerance, fields)
+
+    def _expect(self, what: list[str], within: float, tolerance: float | None, fields: dict[str, Value]) -> Reply:
+        __tracebackhide__ = True
+        conditions = [condition(name, value, tolerance) for name, value in fields.items()]
+        return self._ask("expect", *what, *conditions, f"within={seconds(within)}", limit=within)
+
+    def forget(self) -> None:
+        """Drops what the server set so far: no later expectation looks at it."""
+        self._ask("forget")
+
+    def scan(self, scanner: int, code: str) -> None:
+        """Scans a badge: the server gets an access event of this scanner."""
+        self._ask("scan", str(scanner), quoted(code))
+
+    def adhoc(self, id: int, label: str, value: str) -> None:
+        """Sends an ad-hoc event."""
+        self._ask("adhoc", str(id), quoted(label), quoted(value))
+
+    def wire(self, kind: str, input: int, output: int) -> None:
+        """From the input's next change on, the output follows it. The kind is `din` or `ain`."""
+        self._ask("wire", quoted(kind), str(input), str(output))
+
+    def unwire(self, kind: str, input: int, output: int) -> None:
+        """The output follows the input no longer."""
+        self._ask("unwire", quoted(kind), str(input), str(output))
+
+    @property
+    def link(self) -> dict[str, Any]:
+        """The connection: `state`, which is `up`, `down` or `off`, `server`, `since`, `waiting` and `dropped`."""
+        link: dict[str, Any] = self._ask("get", "link").line["link"]
+        return link
+
+    def wait_connected(self, timeout: float = 10) -> None:
+        """Waits until the device is connected, and until a Server has its record too."""
+        limit = f"timeout={seconds(timeout)}"
+        end = time.monotonic() + timeout
+        self._ask("wait", "link", "up", limit, limit=timeout)
+        self._wait_for_server(max(_PAUSE, end - time.monotonic()))
+
+    def wait_disconnected(self, timeout: float = 10) -> None:
+        """Waits until the device is not connected."""
+        self._ask("wait", "link", "down", f"timeout={seconds(timeout)}", limit=timeout)
+
+    def connect(self, server: Server | str | None = None, timeout: float = 10) -> None:
+        """Connects, to another server if one is given, and waits for it as wait_connected() does."""
+        limit = f"timeout={seconds(timeout)}"
+        end = time.monotonic() + timeout
+        self._server = server or self._server
+        address = [] if server is None else [quoted(_address(server))]
+        self._ask("connect", *address, limit, limit=timeout)
+        self._wait_for_server(max(_PAUSE, end - time.monotonic()))
+
+    def _wait_for_server(self, timeout: float) -> None:
+        if isinstance(self._server, Server):
+            serial = self.get("device")[0]["deviceSerial"]
+            self._server.wait_device(device=serial, timeout=timeout)
+
+    def disconnect(self) -> None:
+        """Closes the connection; the device does not try again. What happens from now on waits in it."""
+        self._ask("disconnect")
+
+    @contextmanager
+    def disconnected(self) -> Iterator[None]:
+        """The device is disconnected inside of `with`, and connected again after it."""
+        self.disconnect()
+        yield
+        self.connect()
+
+    def load(self, file: str | Path) -> None:
+        """Loads another device. Its scripts are stopped."""
+        self._ask("load", quoted(str(Path(file).absolute())), limit=START_LIMIT)
+
+    def script(self, file: str | Path, *arguments: str) -> None:
+        """Starts a script; see wait_scripts()."""
+        self._ask("script", quoted(str(Path(file).absolute())), *(quoted(argument) for argument in arguments))
+
+    def wait_scripts(self, timeout: float = 60) -> None:
+        """Waits until all scripts have ended."""
+        self._ask("wait", "scripts", f"timeout={seconds(timeout)}", limit=timeout)
+
+
+def _address(server: Server | str) -> str:
+    return server.address if isinstance(server, Server) else server
+
+
+def _state(name: str) -> str:
+    if name not in _STATES:
+        raise ZulError(f"A state is high, low or unknown, not {name!r}.")
+    return _STATES[name]
+
+
+def _state_name(state: Any) -> str:
+    return next((name for name, value in _STATES.items() if value == state), str(state))
+
+
+def _connect(path: Path) -> socket.socket | None:
+    """Connects to the socket. Returns None if nobody listens there yet."""
+    directory = None
+    address = str(path)
+    if len(os.fsencode(path)) > _LONGEST_PATH:
+        directory = os.open(path.parent, os.O_PATH | os.O_DIRECTORY)
+        address = f"/proc/self/fd/{directory}/{path.name}"
+    control = socket.socket(socket.AF_UNIX)
+    try:
+        control.connect(address)
+        return control
+    except (FileNotFoundError, ConnectionRefusedError):
+        control.close()
+        return None
+    except BaseException:
+        control.close()
+        raise
+    finally:
+        if directory is not None:
+            os.close(directory)
+
+
+def _read_all(output: int) -> list[str]:
+    data = b""
+    while part := os.read(output, 65536):
+        data += part
+    return data.decode(errors="replace").splitlines()

@@ -1,0 +1,145 @@
+"""The pytest plugin: fixtures that start the programs, and what they said in the report of a failing test."""
+# mypy: allow-untyped-decorators
+
+from __future__ import annotations
+
+import hashlib
+import os
+import re
+import shutil
+from collections import Counter
+from collections.abc import Generator, Iterator
+from dataclasses import dataclass, field
+from typing import Any, Protocol
+
+import pytest
+
+from .bench import Bench
+from .program import Program
+from .server import Server
+
+
+@dataclass
+class _Used:
+    """The programs of one test."""
+
+    programs: list[Program] = field(default_factory=list)
+    failed: bool = False
+
+
+_USED = pytest.StashKey[_Used]()
+
+
+class BenchFactory(Protocol):
+    """The fixture `zul_bench`: takes the arguments of Bench, and closes the benches after the test."""
+
+    def __call__(self, *arguments: Any, **keywords: Any) -> Bench:
+        ...
+
+
+def pytest_addoption(parser: pytest.Parser) -> None:
+    group = parser.getgroup("zul", "simulated devices")
+    group.addoption("--zul-bin", metavar="FOLDER", help="the folder that holds zulbench and zulserver")
+    group.addoption(
+        "--zul-capture", action="store_true", help="keep the recordings of the links of passing tests too"
+    )
+
+
+def pytest_configure(config: pytest.Config) -> None:
+    folder = config.getoption("--zul-bin")
+    if folder is None:
+        return
+    if not os.path.isdir(folder):
+        raise pytest.UsageError(f"--zul-bin names no folder: {folder}")
+    before = os.environ.get("ZUL_BIN")
+    os.environ["ZUL_BIN"] = os.path.abspath(folder)
+    config.add_cleanup(lambda: _restore(before))
+
+
+def _restore(folder: str | None) -> None:
+    if folder is None:
+        del os.environ["ZUL_BIN"]
+    else:
+        os.environ["ZUL_BIN"] = folder
+
+
+def _used(item: pytest.Item) -> _Used:
+    return item.stash.setdefault(_USED, _Used())
+
+
+@pytest.fixture
+def zul_server(request: pytest.FixtureRequest) -> Iterator[Server]:
+    """A server on a free port, for this test alone."""
+    with Server() as server:
+        _used(request.node).programs.append(server)
+        yield server
+
+
+@pytest.fixture
+def zul_bench(request: pytest.FixtureRequest, tmp_path_factory: pytest.TempPathFactory) -> Iterator[BenchFactory]:
+    """Makes devices: `zul_bench(din=4, server=zul_server)`."""
+    benches: list[Bench] = []
+    used = _used(request.node)
+    captures = tmp_path_factory.getbasetemp() / f"zul-{_short_name(request.node.nodeid)}"
+
+    def make(*arguments: Any, **keywords: Any) -> Bench:
+        keywords.setdefault("capture", True)
+        bench = Bench(*arguments, **keywords)
+        if keywords["capture"] is True:
+            bench.keep_capture(captures / f"zulbench-{len(benches) + 1}.pcapng")
+        benches.append(bench)
+        used.programs.append(bench)
+        return bench
+
+    yield make
+    _close(list(benches))
+    if not used.failed and not request.config.getoption("--zul-capture"):
+        shutil.rmtree(captures, ignore_errors=True)
+
+
+def _short_name(test: str) -> str:
+    """A name for a file, short and of this test alone."""
+    readable = re.sub(r"\W+", "_", test.rpartition("::")[2])[:30]
+    return f"{readable}-{hashlib.sha256(test.encode()).hexdigest()[:8]}"
+
+
+def _close(benches: list[Bench]) -> None:
+    """Closes all of them, the latest first, whatever closing one of them raises."""
+    if benches:
+        try:
+            benches.pop().close()
+        finally:
+            _close(benches)
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item: pytest.Item) -> Generator[None, Any, None]:
+    outcome = yield
+    report: pytest.TestReport = outcome.get_result()
+    used = item.stash.get(_USED, None)
+    if used is None:
+        return
+    if report.failed:
+        used.failed = True
+        report.sections += _sections(used.programs)
+    if report.when == "teardown":
+        del item.stash[_USED]
+
+
+def _sections(programs: list[Program]) -> list[tuple[str, str]]:
+    counts: Counter[str] = Counter()
+    sections = []
+    for program in programs:
+        name = type(program).__name__
+        counts[name] += 1
+        sections.append((f"{name} {counts[name]}", _describe(program)))
+    return sections
+
+
+def _describe(program: Program) -> str:
+    lines = [f"by hand: {program.command_line}"]
+    if program.kept_capture is not None:
+        lines.append(f"capture: {program.kept_capture}")
+    for title, last in (("output", program.last_output), ("JSON lines", program.last_lines)):
+        lines += [f"its latest {title}:", *(f"  {line}" for line in last)] if last else [f"no {title}"]
+    return "\n".join(lines)
