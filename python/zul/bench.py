@@ -66,6 +66,7 @@ class Bench(Program):
         }
         options = [word for name, value in numbers.items() if value is not None for word in (name, str(value))]
         self._server = server
+        self._scripts_told = 0.0
         super().__init__(["--headless", "--control", "control", *options], options, capture)
         self.din = Ports(self, DigitalInput)
         self.dout = Ports(self, DigitalOutput)
@@ -233,11 +234,25 @@ class Bench(Program):
 
     def script(self, file: str | Path, *arguments: str) -> None:
         """Starts a script; see wait_scripts()."""
-        self._ask("script", quoted(str(Path(file).absolute())), *(quoted(argument) for argument in arguments))
+        try:
+            self._ask("script", quoted(str(Path(file).absolute())), *(quoted(argument) for argument in arguments))
+        except ZulError:
+            self._failed_scripts()  # This is told by the reply.
+            raise
 
     def wait_scripts(self, timeout: float = 60) -> None:
-        """Waits until all scripts have ended."""
+        """Waits until all scripts have ended. Raises ZulError if one has failed."""
         self._ask("wait", "scripts", f"timeout={seconds(timeout)}", limit=timeout)
+        for failed in self._failed_scripts():
+            where = "" if failed["line"] is None else f" in line {failed['line']}"
+            raise ZulError(f"{failed['file']} failed{where}: {failed['error']}")
+
+    def _failed_scripts(self) -> list[dict[str, Any]]:
+        """The lines about scripts that have failed since the last call."""
+        failed = [line for line in self.events if line["event"] == "script" and line["state"] == "failed"]
+        new = [line for line in failed if line["time"] > self._scripts_told]
+        self._scripts_told = max([self._scripts_told, *(line["time"] for line in new)])
+        return new
 
 
 def _address(server: Server | str) -> str:

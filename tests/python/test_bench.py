@@ -180,6 +180,18 @@ def test_a_script_runs(alone: Bench, tmp_path: Path) -> None:
     assert alone.ain[1].value == 64
 
 
+def test_a_script_that_fails_is_an_error_once(alone: Bench, tmp_path: Path) -> None:
+    script = tmp_path / "fails.js"
+    script.write_text("sender.sleep(20);\noops();")
+    alone.script(script)
+    with pytest.raises(ZulError, match="/fails.js failed in line 2: ReferenceError: .*oops"):
+        alone.wait_scripts(timeout=30)
+    script.write_text("var a = ;")
+    with pytest.raises(ZulError, match="^Line 1: SyntaxError"):
+        alone.script(script)
+    alone.wait_scripts(timeout=30)
+
+
 def test_what_changes_is_a_line(alone: Bench) -> None:
     alone.din[4].high()
     changed = [event["object"] for event in alone.events if event["event"] == "changed"]
