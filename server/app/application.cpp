@@ -78,6 +78,11 @@ void Application::endOnSignals()
 {
     mSignals.add(SIGTERM);
     mSignals.add(SIGINT);
+    struct sigaction hangup = {};
+    // Under nohup(1) it stays ignored.
+    if (::sigaction(SIGHUP, nullptr, &hangup) == 0 && hangup.sa_handler != SIG_IGN) {
+        mSignals.add(SIGHUP);
+    }
     mSignals.async_wait([this](const boost::system::error_code& error, int) {
         if (!error) {
             finish(mRunner.exitStatusCutOff());

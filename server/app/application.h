@@ -34,7 +34,7 @@ public:
                 std::string program = "zulserver");
     ~Application();
 
-    /// Ends run() on SIGTERM or SIGINT, with status 0, or 4 after a failed expectation.
+    /// Ends run() on SIGTERM, SIGINT or SIGHUP, with status 0, or 4 after a failed expectation.
     void endOnSignals();
 
     /// Serves and returns the exit status. Call once.

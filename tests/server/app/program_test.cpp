@@ -133,7 +133,7 @@ private:
 
 TEST(ProgramTest, listensFirstAndEndsOnSignals)
 {
-    for (const int number : {SIGTERM, SIGINT}) {
+    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
         Program program(withFreePort({}));
         const zulcommand::JsonPtr line = program.lines().next();
         EXPECT_EQ(member(line, "event"), "listening");
@@ -141,6 +141,18 @@ TEST(ProgramTest, listensFirstAndEndsOnSignals)
         program.signal(number);
         EXPECT_EQ(program.wait(), 0);
     }
+}
+
+TEST(ProgramTest, aHangupThatTheCallerIgnoresDoesNotEndIt)
+{
+    const auto before = std::signal(SIGHUP, SIG_IGN);
+    Program program(withFreePort({}));
+    std::signal(SIGHUP, before);
+    program.lines().next("listening");
+    program.signal(SIGHUP);
+    program.type("sleep 0\nquit\n");
+    EXPECT_EQ(member(program.lines().next("reply"), "status"), "ok");
+    EXPECT_EQ(program.wait(), 0);
 }
 
 TEST(ProgramTest, aSignalEndsItInTheMiddleOfACommandToo)
@@ -284,7 +296,7 @@ TEST(ProgramTest, thePortFileIsThereWhileItListens)
         std::ifstream stream(file.path());
         return std::string(std::istreambuf_iterator<char>(stream), {});
     };
-    for (const int number : {SIGTERM, SIGINT, 0}) {
+    for (const int number : {SIGTERM, SIGINT, SIGHUP, 0}) {
         Program program(withFreePort({"--port-file", file.path()}));
         const uint16_t port = program.port();
         EXPECT_EQ(content(), std::to_string(port) + "\n");
