@@ -29,27 +29,27 @@ pcapng::sWriter writerNamed(const std::string& program)
 
 } // namespace
 
-std::shared_ptr<cCaptureFile> cCaptureFile::create(const std::string& path, const std::string& program,
-                                                   std::string* problem)
+WStatus cCaptureFile::create(const std::string& path, const std::string& program,
+                             std::shared_ptr<cCaptureFile>* file)
 {
     const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666);
     if (fd >= 0) {
-        std::shared_ptr<cCaptureFile> file(new cCaptureFile(path, fd));
+        std::shared_ptr<cCaptureFile> created(new cCaptureFile(path, fd));
         std::vector<uint8_t> head;
         pcapng::appendSectionHeader(&head, writerNamed(program));
         pcapng::appendInterface(&head, program.substr(0, program.find(' ')));
-        if (file->append(head)) {
+        if (created->append(head)) {
             try {
-                file->mWriter = std::jthread(
-                    [writer = file.get()](const std::stop_token& stop) { writer->writeBlocks(stop); });
-                return file;
+                created->mWriter = std::jthread(
+                    [writer = created.get()](const std::stop_token& stop) { writer->writeBlocks(stop); });
+                *file = std::move(created);
+                return WStatus::ok();
             } catch (const std::system_error& failure) {
                 errno = failure.code().value();
             }
         }
     }
-    *problem = "the capture file '" + path + "' could not be written: " + strerrordesc_np(errno);
-    return nullptr;
+    return WStatus::error("capture file", strerrordesc_np(errno));
 }
 
 cCaptureFile::~cCaptureFile()

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "wcapture/pcapng.h"
+#include "wmsg/wstatus.h"
 
 /// Writes packets into a capture file on a thread of its own. Any thread may call.
 ///
@@ -25,9 +26,9 @@ public:
     static constexpr size_t kMaxQueuedBytes = 16 * 1024 * 1024;
 
     /// Creates or empties the file at @p path, with the rights that the umask leaves of 0666. @p program is
-    /// its name and version. Returns null on failure, with one sentence without its full stop in @p *problem.
-    static std::shared_ptr<cCaptureFile> create(const std::string& path, const std::string& program,
-                                                std::string* problem);
+    /// its name and version. On failure @p *file stays as it is.
+    static WStatus create(const std::string& path, const std::string& program,
+                          std::shared_ptr<cCaptureFile>* file);
 
     /// Writes first what is queued.
     ~cCaptureFile();

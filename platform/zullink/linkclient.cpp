@@ -201,8 +201,9 @@ void cLinkClient::keepLink(const std::stop_token& stop)
         }
     });
     for (mWakeup.reset(); !stop.stop_requested(); mWakeup.reset()) {
-        std::string problem = "the name has no address";
-        const SocketPtr socket = connect(&problem);
+        SocketPtr socket;
+        const WStatus status = connect(&socket);
+        std::string problem = socket ? "" : status.problem();
         setSocket(socket, problem, stop);
         if (socket) {
             warnOfDropped();
@@ -214,17 +215,16 @@ void cLinkClient::keepLink(const std::stop_token& stop)
     }
 }
 
-/// Null on failure, with the reason in @p *problem if there was an address.
-cLinkClient::SocketPtr cLinkClient::connect(std::string* problem)
+WStatus cLinkClient::connect(SocketPtr* socket)
 {
     const int64_t deadline = linkNowMs() + mSettings.connectMs;
     const auto addresses = resolveAddress(mAddress, mPort, mSettings.connectMs, mWakeup.fd());
     const auto leftMs = static_cast<int>(deadline - linkNowMs());
-    SocketPtr socket = cLinkSocket::connectTo(addresses, leftMs, mWakeup.fd(), problem);
-    if (socket) {
+    const WStatus status = cLinkSocket::connectTo(addresses, leftMs, mWakeup.fd(), socket);
+    if (status.isOk()) {
         mLog.info(("Connected to " + server()).c_str());
     }
-    return socket;
+    return status;
 }
 
 /// Puts @p socket, which is null while the link is down because of @p problem, in the place of the one

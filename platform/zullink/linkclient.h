@@ -64,7 +64,7 @@ private:
 
     // The link thread.
     void keepLink(const std::stop_token& stop);
-    SocketPtr connect(std::string* problem);
+    WStatus connect(SocketPtr* socket);
     void setSocket(const SocketPtr& socket, const std::string& problem, const std::stop_token& stop);
     void warnOfDropped();
     std::string keepConnection(const std::stop_token& stop, const cLinkSocket& socket);

@@ -51,30 +51,32 @@ bool isReadable(int fd)
 
 } // namespace
 
-std::shared_ptr<cLinkSocket> cLinkSocket::connectTo(const std::vector<sLinkAddress>& addresses, int timeoutMs,
-                                                    int wakeFd, std::string* problem)
+WStatus cLinkSocket::connectTo(const std::vector<sLinkAddress>& addresses, int timeoutMs, int wakeFd,
+                               std::shared_ptr<cLinkSocket>* link)
 {
+    WStatus status = WStatus::error("server", "the name has no address");
     const int64_t deadlineMs = linkNowMs() + timeoutMs;
     auto untried = static_cast<int64_t>(addresses.size());
     for (const sLinkAddress& address : addresses) {
         const int fd = socket(address.storage.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
         int error = errno;
         if (fd >= 0) {
-            auto link = std::make_shared<cLinkSocket>(fd);
+            auto connecting = std::make_shared<cLinkSocket>(fd);
             const int64_t nowMs = linkNowMs();
             const int64_t shareMs = std::max<int64_t>(deadlineMs - nowMs, 1) / untried + 1;
             error = connectSocket(fd, address, nowMs + shareMs, wakeFd);
             if (error == 0) {
-                return link;
+                *link = std::move(connecting);
+                return WStatus::ok();
             }
         }
-        *problem = strerrordesc_np(error);
+        status = WStatus::error("server", strerrordesc_np(error));
         if (isReadable(wakeFd)) {
-            return nullptr;
+            break;
         }
         --untried;
     }
-    return nullptr;
+    return status;
 }
 
 cLinkSocket::~cLinkSocket() { close(mFd); }

@@ -15,10 +15,10 @@ class cLinkSocket
 {
 public:
     /// Tries one address after the other, until @p wakeFd is readable. Each gets an equal share of what is
-    /// left of @p timeoutMs, so that one that does not answer leaves time for the next. Null on failure, with
-    /// the reason of the last one in @p *problem.
-    static std::shared_ptr<cLinkSocket> connectTo(const std::vector<sLinkAddress>& addresses, int timeoutMs,
-                                                  int wakeFd, std::string* problem);
+    /// left of @p timeoutMs, so that one that does not answer leaves time for the next. On failure @p *link
+    /// stays as it is, and the status is that of the last address.
+    static WStatus connectTo(const std::vector<sLinkAddress>& addresses, int timeoutMs, int wakeFd,
+                             std::shared_ptr<cLinkSocket>* link);
 
     /// Takes over the connected descriptor @p fd.
     explicit cLinkSocket(int fd) : mFd(fd) {}

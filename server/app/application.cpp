@@ -155,7 +155,8 @@ bool Application::listen()
     std::string problem = mAcceptor.open(mOptions.listen, mOptions.port);
     const boost::asio::ip::tcp::endpoint& endpoint = mAcceptor.endpoint();
     if (problem.empty() && mOptions.capture) {
-        mCapture = cCaptureFile::create(*mOptions.capture, mProgram, &problem);
+        const WStatus status = cCaptureFile::create(*mOptions.capture, mProgram, &mCapture);
+        problem = mCapture ? "" : cannotWrite("capture file", *mOptions.capture, status);
     }
     if (problem.empty() && mOptions.portFile) {
         const WStatus status = cAtomicFile(*mOptions.portFile).write(std::to_string(endpoint.port()) + "\n");

@@ -127,14 +127,16 @@ QString createCapture(const cOptions& options, MainWindow& window)
     if (!options.captureFile) {
         return {};
     }
-    std::string problem;
-    const auto capture = cCaptureFile::create(*options.captureFile,
-                                              std::string("zulbench ") + zulversion::version(), &problem);
-    if (capture) {
-        capture->setReport([](const std::string& sentence) { cWlog("zulbench").error(sentence.c_str()); });
-        window.recordTo(capture);
+    std::shared_ptr<cCaptureFile> capture;
+    const WStatus status = cCaptureFile::create(*options.captureFile,
+                                                std::string("zulbench ") + zulversion::version(), &capture);
+    if (!capture) {
+        return QStringLiteral("the capture file '%1' cannot be written: %2")
+            .arg(QFile::decodeName(options.captureFile->c_str()), QLatin1String(status.problem()));
     }
-    return QString::fromLocal8Bit(problem.c_str());
+    capture->setReport([](const std::string& sentence) { cWlog("zulbench").error(sentence.c_str()); });
+    window.recordTo(capture);
+    return {};
 }
 
 QString listen(const cOptions& options, cControlServer& control)

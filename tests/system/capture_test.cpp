@@ -244,19 +244,19 @@ void TestCapture::fileThatCannotBeWrittenEndsTheProgramAtOnce_data()
     QTest::addColumn<QString>("program");
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("path");
-    QTest::addColumn<QByteArray>("reason");
+    QTest::addColumn<QString>("reason");
     const QStringList none;
-    QTest::newRow("server, no such folder")
-        << ZULSERVER_PROGRAM << none << "/no/such/file" << QByteArray("No such file or directory");
-    QTest::newRow("server, full disk")
-        << ZULSERVER_PROGRAM << none << "/dev/full" << QByteArray("No space left on device");
+    QTest::newRow("server, no such folder") << ZULSERVER_PROGRAM << none << "/no/such/file"
+                                            << "No such file or directory";
+    QTest::newRow("server, full disk") << ZULSERVER_PROGRAM << none << "/dev/full"
+                                       << "No space left on device";
     const QStringList headless{"--headless"};
-    QTest::newRow("simulator, no such folder")
-        << ZULBENCH_PROGRAM << headless << "/no/such/file" << QByteArray("No such file or directory");
-    QTest::newRow("simulator, full disk")
-        << ZULBENCH_PROGRAM << headless << "/dev/full" << QByteArray("No space left on device");
-    QTest::newRow("simulator, a folder")
-        << ZULBENCH_PROGRAM << headless << "/tmp" << QByteArray("Is a directory");
+    QTest::newRow("simulator, no such folder") << ZULBENCH_PROGRAM << headless << "/no/such/file"
+                                               << "No such file or directory";
+    QTest::newRow("simulator, full disk") << ZULBENCH_PROGRAM << headless << "/dev/full"
+                                          << "No space left on device";
+    QTest::newRow("simulator, a folder") << ZULBENCH_PROGRAM << headless << "/tmp"
+                                         << "Is a directory";
 }
 
 void TestCapture::fileThatCannotBeWrittenEndsTheProgramAtOnce()
@@ -264,17 +264,17 @@ void TestCapture::fileThatCannotBeWrittenEndsTheProgramAtOnce()
     QFETCH(QString, program);
     QFETCH(QStringList, arguments);
     QFETCH(QString, path);
-    QFETCH(QByteArray, reason);
+    QFETCH(QString, reason);
     Program run;
     run.start(program, arguments << "--capture" << path);
     QVERIFY(run.process().waitForFinished());
     QCOMPARE(run.process().exitCode(), 1);
     QCOMPARE(run.output(), QByteArray());
-    const QByteArray name = QFileInfo(program).fileName().toLocal8Bit();
-    const QByteArray expected = name + ": the capture file '" + path.toLocal8Bit() +
-                                "' could not be written: " + reason + (name == "zulserver" ? "." : "");
+    const QString sentence = program == ZULSERVER_PROGRAM
+                                 ? "zulserver: The capture file \"%1\" cannot be written: %2."
+                                 : "zulbench: the capture file '%1' cannot be written: %2";
     // The simulator has said where its files are.
-    QCOMPARE(run.errors().trimmed().split('\n').last(), expected);
+    QCOMPARE(QString(run.errors().trimmed().split('\n').last()), sentence.arg(path, reason));
 }
 
 void TestCapture::diskThatFillsUpIsSaidOnceAndTheLinkGoesOn()

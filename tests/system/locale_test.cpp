@@ -115,7 +115,7 @@ void TestLocale::standardErrorIsEnglishInEveryLocale()
     simulator.start(ZULBENCH_PROGRAM, {"--headless", "--capture", "/"});
     QCOMPARE(simulator.waitForEnd(), 1);
     QVERIFY2(
-        simulator.errors().endsWith("zulbench: the capture file '/' could not be written: Is a directory\n"),
+        simulator.errors().endsWith("zulbench: the capture file '/' cannot be written: Is a directory\n"),
         simulator.errors().constData());
     Program lonely;
     setLocale(&lonely, "de_DE.UTF-8", mLocales.path());

@@ -156,9 +156,7 @@ protected:
 
     std::shared_ptr<cCaptureFile> create()
     {
-        std::string problem;
-        mFile = cCaptureFile::create(mPath, "test 1", &problem);
-        EXPECT_NE(mFile, nullptr) << problem;
+        EXPECT_EQ(cCaptureFile::create(mPath, "test 1", &mFile).text(), "ok");
         return mFile;
     }
 
@@ -396,16 +394,16 @@ TEST_F(CaptureFileTest, OldContentIsReplacedAndTheUmaskDecidesTheRights)
 
 TEST_F(CaptureFileTest, FileThatCannotBeCreatedIsSaid)
 {
-    std::string problem;
-    EXPECT_EQ(cCaptureFile::create("/no/such/place", "test 1", &problem), nullptr);
-    EXPECT_EQ(problem, "the capture file '/no/such/place' could not be written: No such file or directory");
+    EXPECT_EQ(cCaptureFile::create("/no/such/place", "test 1", &mFile).text(),
+              "capture file: No such file or directory");
+    EXPECT_EQ(mFile, nullptr);
 }
 
 TEST_F(CaptureFileTest, DiskThatIsFullFromTheBeginningIsSaid)
 {
-    std::string problem;
-    EXPECT_EQ(cCaptureFile::create("/dev/full", "test 1", &problem), nullptr);
-    EXPECT_EQ(problem, "the capture file '/dev/full' could not be written: No space left on device");
+    EXPECT_EQ(cCaptureFile::create("/dev/full", "test 1", &mFile).text(),
+              "capture file: No space left on device");
+    EXPECT_EQ(mFile, nullptr);
 }
 
 /// Lets no file of this process grow beyond a size, while it lives.

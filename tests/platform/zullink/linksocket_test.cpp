@@ -52,10 +52,10 @@ TEST(LinkSocketTest, ASocketThatReachedAPeerDoesNotTalkToItself)
 {
     LinkPeer peer;
     const cWakeup wakeup;
-    std::string problem;
-    const auto connection =
-        cLinkSocket::connectTo({loopbackAddress(peer.port())}, 10000, wakeup.fd(), &problem);
-    ASSERT_TRUE(connection) << problem;
+    std::shared_ptr<cLinkSocket> connection;
+    const WStatus status =
+        cLinkSocket::connectTo({loopbackAddress(peer.port())}, 10000, wakeup.fd(), &connection);
+    ASSERT_TRUE(connection) << status.text();
     EXPECT_FALSE(cLinkSocket::isSelfConnected(connection->fd()));
 }
 
@@ -64,12 +64,12 @@ TEST(LinkSocketTest, AnAddressThatDoesNotAnswerLeavesTimeForTheNext)
     const FullPort silent;
     LinkPeer good;
     const cWakeup wakeup;
-    std::string problem;
+    std::shared_ptr<cLinkSocket> connection;
     constexpr int kTimeoutMs = 1000;
     const int64_t begun = linkNowMs();
-    const auto connection = cLinkSocket::connectTo(
-        {loopbackAddress(silent.port()), loopbackAddress(good.port())}, kTimeoutMs, wakeup.fd(), &problem);
-    EXPECT_TRUE(connection) << problem;
+    const WStatus status = cLinkSocket::connectTo(
+        {loopbackAddress(silent.port()), loopbackAddress(good.port())}, kTimeoutMs, wakeup.fd(), &connection);
+    EXPECT_TRUE(connection) << status.text();
     EXPECT_GE(linkNowMs() - begun, kTimeoutMs / 2) << "the first address had its share";
 }
 
@@ -78,13 +78,14 @@ TEST(LinkSocketTest, AnAddressThatRefusesLeavesItsTimeToTheNext)
     const ClosedPort closed;
     LinkPeer good;
     const cWakeup wakeup;
-    std::string problem;
-    EXPECT_TRUE(cLinkSocket::connectTo(
+    std::shared_ptr<cLinkSocket> connection;
+    const WStatus reached = cLinkSocket::connectTo(
         {loopbackAddress(closed.port()), loopbackAddress(closed.port()), loopbackAddress(good.port())}, 10000,
-        wakeup.fd(), &problem))
-        << problem;
-    EXPECT_FALSE(cLinkSocket::connectTo({loopbackAddress(closed.port())}, 10000, wakeup.fd(), &problem));
-    EXPECT_EQ(problem, "Connection refused");
+        wakeup.fd(), &connection);
+    EXPECT_TRUE(connection) << reached.text();
+    const WStatus refused =
+        cLinkSocket::connectTo({loopbackAddress(closed.port())}, 10000, wakeup.fd(), &connection);
+    EXPECT_STREQ(refused.problem(), "Connection refused");
 }
 
 TEST(LinkSocketTest, AWakeUpEndsTheAttemptsAtAllAddresses)
@@ -93,7 +94,9 @@ TEST(LinkSocketTest, AWakeUpEndsTheAttemptsAtAllAddresses)
     LinkPeer good;
     cWakeup wakeup;
     wakeup.wake();
-    std::string problem;
+    std::shared_ptr<cLinkSocket> connection;
     EXPECT_FALSE(cLinkSocket::connectTo({loopbackAddress(silent.port()), loopbackAddress(good.port())},
-                                        600000, wakeup.fd(), &problem));
+                                        600000, wakeup.fd(), &connection)
+                     .isOk());
+    EXPECT_FALSE(connection);
 }

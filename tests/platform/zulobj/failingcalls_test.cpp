@@ -150,10 +150,10 @@ TEST(FailingCallsTest, aSignalDoesNotEndAnAttemptToConnect)
     loopback->sin_port = htons(static_cast<uint16_t>(silent.port()));
     address.size = sizeof *loopback;
     const cWakeup wakeup;
-    std::string problem;
+    std::shared_ptr<cLinkSocket> connection;
     const int64_t begun = linkNowMs();
     FailingCalls::arm("poll", 1, EINTR);
-    EXPECT_FALSE(cLinkSocket::connectTo({address}, 300, wakeup.fd(), &problem));
+    EXPECT_FALSE(cLinkSocket::connectTo({address}, 300, wakeup.fd(), &connection).isOk());
     EXPECT_TRUE(FailingCalls::disarm());
     EXPECT_GE(linkNowMs() - begun, 300);
 }

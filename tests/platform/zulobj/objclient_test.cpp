@@ -64,8 +64,8 @@ TEST_F(ObjClientTest, RecordsWhatItSendsAndReceivesAlsoWhenStartedAgain)
 {
     char path[] = "/tmp/objclient-test-XXXXXX";
     ::close(::mkstemp(path));
-    std::string problem;
-    const auto file = cCaptureFile::create(path, "test 1", &problem);
+    std::shared_ptr<cCaptureFile> file;
+    ASSERT_TRUE(cCaptureFile::create(path, "test 1", &file).isOk());
     Bytes received;
     {
         // The peers stay until the end, or the client would reconnect before it is started again.
