@@ -32,9 +32,12 @@ pcapng::sWriter writerNamed(const std::string& program)
 WStatus cCaptureFile::create(const std::string& path, const std::string& program,
                              std::shared_ptr<cCaptureFile>* file)
 {
-    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666);
+    // O_NONBLOCK: a FIFO without a reader is refused. The writing thread may wait for a reader.
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC | O_NONBLOCK;
+    const int fd = ::open(path.c_str(), kFlags, 0666);
     if (fd >= 0) {
         std::shared_ptr<cCaptureFile> created(new cCaptureFile(path, fd));
+        ::fcntl(fd, F_SETFL, O_APPEND);
         std::vector<uint8_t> head;
         pcapng::appendSectionHeader(&head, writerNamed(program));
         pcapng::appendInterface(&head, program.substr(0, program.find(' ')));

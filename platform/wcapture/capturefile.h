@@ -26,7 +26,7 @@ public:
     static constexpr size_t kMaxQueuedBytes = 16 * 1024 * 1024;
 
     /// Creates or empties the file at @p path, with the rights that the umask leaves of 0666. @p program is
-    /// its name and version. On failure @p *file stays as it is.
+    /// its name and version. A FIFO needs a reader already. On failure @p *file stays as it is.
     static WStatus create(const std::string& path, const std::string& program,
                           std::shared_ptr<cCaptureFile>* file);
 

@@ -4,6 +4,7 @@
 #include <QTcpSocket>
 #include <QtTest>
 #include <csignal>
+#include <sys/stat.h>
 
 #include "capturereader.h"
 #include "programs.h"
@@ -245,11 +246,16 @@ void TestCapture::fileThatCannotBeWrittenEndsTheProgramAtOnce_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("reason");
+    static const QTemporaryDir folder;
+    const QString fifo = folder.filePath("fifo");
+    QCOMPARE(::mkfifo(fifo.toLocal8Bit().constData(), 0600), 0);
     const QStringList none;
     QTest::newRow("server, no such folder") << ZULSERVER_PROGRAM << none << "/no/such/file"
                                             << "No such file or directory";
     QTest::newRow("server, full disk") << ZULSERVER_PROGRAM << none << "/dev/full"
                                        << "No space left on device";
+    QTest::newRow("server, a FIFO that nobody reads")
+        << ZULSERVER_PROGRAM << none << fifo << "No such device or address";
     const QStringList headless{"--headless"};
     QTest::newRow("simulator, no such folder") << ZULBENCH_PROGRAM << headless << "/no/such/file"
                                                << "No such file or directory";
@@ -257,6 +263,8 @@ void TestCapture::fileThatCannotBeWrittenEndsTheProgramAtOnce_data()
                                           << "No space left on device";
     QTest::newRow("simulator, a folder") << ZULBENCH_PROGRAM << headless << "/tmp"
                                          << "Is a directory";
+    QTest::newRow("simulator, a FIFO that nobody reads")
+        << ZULBENCH_PROGRAM << headless << fifo << "No such device or address";
 }
 
 void TestCapture::fileThatCannotBeWrittenEndsTheProgramAtOnce()
