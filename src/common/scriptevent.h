@@ -18,6 +18,8 @@ struct sScriptEvent
     uint64_t script = 0; ///< its number, from 1 in the order of the starts
     QString file;
     eState state = STARTED;
+    int status = 0;      ///< that it has ended with, if not by itself
+    bool random = false; ///< it has drawn random numbers
 
     // Of one that failed.
     QString error;

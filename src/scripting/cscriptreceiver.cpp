@@ -18,14 +18,6 @@ namespace {
 constexpr std::pair<const char*, eObjectTypes> kKinds[] = {
     {"din", OBJ_PORT_DIN}, {"dout", OBJ_PORT_DOUT}, {"ain", OBJ_PORT_AIN}, {"aout", OBJ_PORT_AOUT}};
 
-/// OBJ_DEVICE, which is no port, for another word.
-eObjectTypes typeOf(const QString& kind)
-{
-    const auto* found = std::ranges::find_if(
-        kKinds, [&kind](const auto& known) { return kind == QLatin1String(known.first); });
-    return found == std::end(kKinds) ? OBJ_DEVICE : found->second;
-}
-
 const char* kindOf(eObjectTypes type)
 {
     const auto* found = std::ranges::find(kKinds, type, &std::pair<const char*, eObjectTypes>::second);
@@ -38,6 +30,19 @@ int stateNumber(cObject::eObjectIOState state)
 }
 
 } // namespace
+
+eObjectTypes scriptports::typeOf(const QString& kind)
+{
+    const auto* found = std::ranges::find_if(
+        kKinds, [&kind](const auto& known) { return kind == QLatin1String(known.first); });
+    return found == std::end(kKinds) ? OBJ_DEVICE : found->second;
+}
+
+void scriptports::throwMissing(QScriptContext& context, eObjectTypes type, const QString& port)
+{
+    context.throwError(QScriptContext::RangeError,
+                       QString("there is no %1 %2").arg(QLatin1String(kindOf(type)), port));
+}
 
 int wholeNumber(double number)
 {
@@ -95,8 +100,7 @@ auto cScriptReceiver::read(eObjectTypes type, double port, Read read)
         }
     };
     if (withDevice(*this, call) && !found) {
-        context()->throwError(QScriptContext::RangeError,
-                              QString("there is no %1 %2").arg(QLatin1String(kindOf(type))).arg(port));
+        scriptports::throwMissing(*context(), type, QString::number(port));
     }
     return result;
 }
@@ -139,7 +143,7 @@ QString cScriptReceiver::getLabel()
 
 int cScriptReceiver::getDefaultState(const QString& kind, double port)
 {
-    const eObjectTypes type = typeOf(kind);
+    const eObjectTypes type = scriptports::typeOf(kind);
     const bool isDigital = type == OBJ_PORT_DIN || type == OBJ_PORT_DOUT;
     return read(isDigital ? type : OBJ_DEVICE, port, [type](const cObjectPort& record) {
         return stateNumber(type == OBJ_PORT_DIN
@@ -150,7 +154,7 @@ int cScriptReceiver::getDefaultState(const QString& kind, double port)
 
 bool cScriptReceiver::getAlarm(const QString& kind, double port)
 {
-    return read(typeOf(kind), port, [](const cObjectPort& record) {
+    return read(scriptports::typeOf(kind), port, [](const cObjectPort& record) {
         return record.getPortStatus() == cObject::OBJ_STATUS_ALARM_SET;
     });
 }

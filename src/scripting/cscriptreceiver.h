@@ -8,9 +8,20 @@
 
 #include "zuldict/zuldict.h"
 
+class QScriptContext;
 class cDevice;
 class cGuiExecutor;
 class cObjectPort;
+
+namespace scriptports {
+
+/// OBJ_DEVICE, which is no port, for another word than "din", "dout", "ain" and "aout".
+eObjectTypes typeOf(const QString& kind);
+
+/// Throws a RangeError: there is no such @p port.
+void throwMissing(QScriptContext& context, eObjectTypes type, const QString& port);
+
+} // namespace scriptports
 
 /// Returns the number of a port that a script means by @p number; 0, which is none, if that is not whole.
 int wholeNumber(double number);

@@ -21,12 +21,15 @@ uint64_t cScripts::start(std::unique_ptr<scriptWorker> worker)
         event.script = number;
         events->post(std::move(event));
     });
-    const Run run{number,
-                  new QThread,
-                  worker.get(),
-                  worker->executor(),
-                  worker->stopSource(),
-                  std::make_shared<Life>()};
+    worker->setRandom(cSeededRandom(mSeed, "script", number));
+    Run run{number,
+            new QThread,
+            worker.get(),
+            worker->executor(),
+            worker->stopSource(),
+            std::make_shared<Life>(),
+            std::make_unique<cScriptChanges>(worker->file())};
+    worker->setChanges(run.changes.get());
     QObject::connect(run.thread, &QThread::started, [life = run.life] {
         // Destroyed with all else that the thread holds.
         thread_local const std::shared_ptr<void> atThreadEnd(nullptr,
@@ -46,7 +49,7 @@ uint64_t cScripts::start(std::unique_ptr<scriptWorker> worker)
     }
     static_cast<void>(worker.release()); // finished() deletes it
     run.life->begun.wait();
-    mRuns.push_back(run);
+    mRuns.push_back(std::move(run));
     mStarted = number;
     return number;
 }
@@ -84,23 +87,24 @@ bool cScripts::stop()
 
 size_t cScripts::running() const
 {
-    return static_cast<size_t>(std::ranges::count(mRuns, false, &Run::ended));
+    return static_cast<size_t>(
+        std::ranges::count_if(mRuns, [](const Run& run) { return run.changes != nullptr; }));
 }
 
 void cScripts::tellEvents(bool stopping)
 {
     while (const std::optional<sScriptEvent> event = mEvents->take()) {
         if (event->state != sScriptEvent::STARTED) {
-            noteEnd(*event, stopping);
+            finish(*event, stopping);
         }
         emit scriptChanged(*event);
     }
 }
 
-void cScripts::noteEnd(const sScriptEvent& event, bool stopping)
+void cScripts::finish(const sScriptEvent& event, bool stopping)
 {
     const auto run = std::ranges::find(mRuns, event.script, &Run::number);
-    run->ended = true;
+    run->changes.reset();
     if (!stopping) {
         const std::shared_ptr<cGuiExecutor> executor = run->executor;
         executor->runQueued();

@@ -6,9 +6,11 @@
 #include <QThread>
 #include <latch>
 #include <memory>
+#include <random>
 #include <stop_token>
 #include <vector>
 
+#include "cscriptchanges.h"
 #include "cscriptevents.h"
 
 class cGuiExecutor;
@@ -29,6 +31,11 @@ public:
     /// Moves @p worker to a thread of its own, which runs its script. Returns the number of the script when
     /// that thread has begun, 0 if the system refuses a thread; the worker is deleted then.
     uint64_t start(std::unique_ptr<scriptWorker> worker);
+
+    /// What sender.random() depends on in the scripts to come, beside the script's number. By chance until it
+    /// is set.
+    void setSeed(uint32_t seed) { mSeed = seed; }
+    uint32_t seed() const { return mSeed; }
 
     /// Tells every script to stop. It does so soon, unless it waits for a device's executor.
     void requestStop();
@@ -66,14 +73,15 @@ private:
         std::shared_ptr<cGuiExecutor> executor;
         std::stop_source stopSource;
         std::shared_ptr<Life> life;
-        bool ended = false; ///< its end has been told
+        std::unique_ptr<cScriptChanges> changes; ///< null when its end has been told
     };
 
     void tellEvents(bool stopping);
-    void noteEnd(const sScriptEvent& event, bool stopping);
+    void finish(const sScriptEvent& event, bool stopping);
 
     std::vector<Run> mRuns;
     uint64_t mStarted = 0; ///< so far
+    uint32_t mSeed = std::random_device()();
     std::shared_ptr<cScriptEvents> mEvents = std::make_shared<cScriptEvents>();
     QSocketNotifier mEventsNotifier;
 };

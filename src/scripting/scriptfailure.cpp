@@ -47,20 +47,22 @@ void scriptfailure::runInside(QScriptEngine& engine, const std::function<void()>
     engine.newFunction(call, const_cast<std::function<void()>*>(&body)).call();
 }
 
-sScriptEvent scriptfailure::describe(QScriptEngine& engine, const QString& name, const QStringList& files)
+sScriptEvent scriptfailure::describe(QScriptEngine& engine, const QStringList& files)
 {
     sScriptEvent event;
-    event.file = name;
+    event.file = files.first();
     event.state = sScriptEvent::FAILED;
     event.line = std::max(0, engine.uncaughtExceptionLineNumber());
     event.calls = callsOf(engine.uncaughtExceptionBacktrace());
     event.errorFile = fileOf(event.calls, event.line, files);
     const QScriptValue exception = engine.uncaughtException();
-    // Both may be functions of the script.
+    // All three may be functions of the script.
     runInside(engine, [&] {
         event.error = exception.toString().left(kMaxErrorLength);
         if (exception.isError()) {
+            // Of wrong syntax in an included file, the engine gives the line of the call.
             event.errorFile = exception.property(QStringLiteral("fileName")).toString();
+            event.line = exception.property(QStringLiteral("lineNumber")).toInt32();
         }
     });
     return event;

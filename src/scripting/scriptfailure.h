@@ -13,8 +13,8 @@ namespace scriptfailure {
 /// it calls.
 void runInside(QScriptEngine& engine, const std::function<void()>& body);
 
-/// Returns that the script @p name failed with the exception that @p engine holds. It came from one of @p
-/// files.
-sScriptEvent describe(QScriptEngine& engine, const QString& name, const QStringList& files);
+/// Returns that a script failed with the exception that @p engine holds. @p files are the script and those
+/// that it has included.
+sScriptEvent describe(QScriptEngine& engine, const QStringList& files);
 
 } // namespace scriptfailure

@@ -1,5 +1,7 @@
 #include "scriptworker.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QScriptContext>
 #include <QScriptEngine>
@@ -54,12 +56,25 @@ bool isRightSyntax(QScriptEngine& engine, const QString& program)
     return right;
 }
 
-sScriptEvent stopped(const QString& name) { return {0, name, sScriptEvent::STOPPED, {}, {}, 0, {}}; }
-
-sScriptEvent failure(const QString& name, const QString& error)
+/// A number that is not positive is 0.
+cScriptCallbacks::Clock::duration duration(double milliseconds)
 {
-    return {0, name, sScriptEvent::FAILED, error, name, 0, {}};
+    const std::chrono::duration<double, std::milli> time(
+        milliseconds > 0 ? std::min(milliseconds, kMaxSleepMs) : 0);
+    return std::chrono::duration_cast<cScriptCallbacks::Clock::duration>(time);
 }
+
+/// Returns why a script cannot be run that was read as @p text; empty if it can.
+QString refusal(const QString& path, const std::optional<QByteArray>& text)
+{
+    return !text ? QStringLiteral("the script file '%1' could not be opened").arg(path)
+           : text->size() > scriptWorker::kMaxBytes
+               ? QStringLiteral("the script file '%1' is longer than 16 MiB").arg(path)
+               : QString();
+}
+
+/// The encoding is the one that the first bytes tell, or else the locale's.
+QString decode(const QByteArray& text) { return QTextStream(text).readAll(); }
 
 void traceEnd(const sScriptEvent& event)
 {
@@ -88,39 +103,48 @@ void scriptWorker::processScript()
         return;
     }
     // The start of a later script is announced to this worker too, while this one reads or runs.
-    const QString name = fileName;
+    mFiles = QStringList(fileName);
     cScriptReceiver receiver(mDevice, mExecutor, mStopSource.get_token());
     mReceiver = &receiver;
-    const sScriptEvent end = runFile(name, receiver);
+    const sScriptEvent end = runFile(receiver);
     mReceiver = nullptr;
     report(end);
 }
 
-void scriptWorker::report(const sScriptEvent& event) const
+sScriptEvent scriptWorker::event(sScriptEvent::eState state) const
+{
+    sScriptEvent event;
+    event.file = mFiles.first();
+    event.state = state;
+    return event;
+}
+
+void scriptWorker::report(sScriptEvent event) const
 {
     if (mReport) {
-        mReport(event);
+        event.random = mHasDrawn;
+        mReport(std::move(event));
     }
 }
 
 /// Returns how it ended.
-sScriptEvent scriptWorker::runFile(const QString& name, cScriptReceiver& receiver)
+sScriptEvent scriptWorker::runFile(cScriptReceiver& receiver)
 {
-    const std::optional<QByteArray> program = readFile(name, kMaxBytes + 1);
+    const std::optional<QByteArray> text = readFile(mFiles.first(), kMaxBytes + 1);
     if (mStopSource.stop_requested()) {
-        return stopped(name);
+        return event(sScriptEvent::STOPPED);
     }
-    if (!program) {
-        return failure(name, QStringLiteral("the script file '%1' could not be opened").arg(name));
+    const QString problem = refusal(mFiles.first(), text);
+    if (problem.isEmpty()) {
+        return evaluate(decode(*text), receiver);
     }
-    if (program->size() > kMaxBytes) {
-        return failure(name, QStringLiteral("the script file '%1' is longer than 16 MiB").arg(name));
-    }
-    // The encoding is the one that the first bytes tell, or else the locale's.
-    return evaluate(QTextStream(*program).readAll(), name, receiver);
+    sScriptEvent failure = event(sScriptEvent::FAILED);
+    failure.error = problem;
+    failure.errorFile = failure.file;
+    return failure;
 }
 
-sScriptEvent scriptWorker::evaluate(const QString& program, const QString& name, cScriptReceiver& receiver)
+sScriptEvent scriptWorker::evaluate(const QString& program, cScriptReceiver& receiver)
 {
     // The first engine of a process creates, without a lock, what all engines share: two first ones at a time
     // would free each other's.
@@ -128,6 +152,8 @@ sScriptEvent scriptWorker::evaluate(const QString& program, const QString& name,
     QScriptEngine engine;
     show(&engine, "sender", this);
     show(&engine, "receiver", &receiver);
+    cScriptCallbacks callbacks(*mChanges);
+    mCallbacks = &callbacks;
     QTimer stopCheck;
     connect(&stopCheck, &QTimer::timeout, [&] {
         if (mStopSource.stop_requested()) {
@@ -136,23 +162,33 @@ sScriptEvent scriptWorker::evaluate(const QString& program, const QString& name,
     });
     stopCheck.start(kStopCheckIntervalMs);
     engine.setProcessEventsInterval(kEventIntervalMs);
+    const QString& name = mFiles.first();
     qCDebug(scriptTrace, "begin \"%s\"", qPrintable(name));
     if (isRightSyntax(engine, program)) {
-        report({0, name, sScriptEvent::STARTED, {}, {}, 0, {}});
+        report(event(sScriptEvent::STARTED));
     }
     engine.evaluate(program, name, 1);
-    const sScriptEvent end = outcome(engine, name);
+    const auto mayContinue = [&] { return !mustEnd() && !engine.hasUncaughtException(); };
+    if (mayContinue()) {
+        scriptfailure::runInside(engine, [&] { callbacks.run(mStopSource.get_token(), mayContinue); });
+    }
+    const sScriptEvent end = outcome(engine);
     traceEnd(end);
     return end;
 }
 
-sScriptEvent scriptWorker::outcome(QScriptEngine& engine, const QString& name) const
+sScriptEvent scriptWorker::outcome(QScriptEngine& engine) const
 {
-    sScriptEvent event{0, name, sScriptEvent::ENDED, {}, {}, 0, {}};
-    if (engine.hasUncaughtException() && !mStopSource.stop_requested()) {
-        event = scriptfailure::describe(engine, name, {name});
+    if (engine.hasUncaughtException() && !mustEnd()) {
+        const sScriptEvent failure = scriptfailure::describe(engine, mFiles);
+        // It may have run functions of the script.
+        if (!mustEnd()) {
+            return failure;
+        }
     }
-    return mStopSource.stop_requested() ? stopped(name) : event;
+    sScriptEvent end = event(mStatus ? sScriptEvent::ENDED : sScriptEvent::STOPPED);
+    end.status = mStatus.value_or(0);
+    return mustEnd() ? end : event(sScriptEvent::ENDED);
 }
 
 void scriptWorker::sleep(const QScriptValue& milliseconds)
@@ -161,8 +197,8 @@ void scriptWorker::sleep(const QScriptValue& milliseconds)
     if (wanted > 0) {
         std::mutex mutex;
         std::unique_lock<std::mutex> lock(mutex);
-        const std::chrono::duration<double, std::milli> time(std::min(wanted, kMaxSleepMs));
-        std::condition_variable_any().wait_for(lock, mStopSource.get_token(), time, [] { return false; });
+        std::condition_variable_any().wait_for(lock, mStopSource.get_token(), duration(wanted),
+                                               [] { return false; });
     }
     if (mStopSource.stop_requested()) {
         engine()->abortEvaluation();
@@ -185,4 +221,130 @@ void scriptWorker::adhoc(double id, const QString& label, const QString& value)
     if (mReceiver->withDevice(*this, send) && !sent) {
         context()->throwError(QScriptContext::RangeError, QString("there is no event id %1").arg(id));
     }
+}
+
+uint scriptWorker::on(const QString& kind, const QScriptValue& port, const QScriptValue& function)
+{
+    const eObjectTypes type = scriptports::typeOf(kind);
+    if (type == OBJ_DEVICE) {
+        context()->throwError(QScriptContext::RangeError, QString("there is no kind of port '%1'").arg(kind));
+        return 0;
+    }
+    return addHandler({type, port.isNumber() ? wholeNumber(port.toNumber()) : 0}, function);
+}
+
+uint scriptWorker::on(const QString& what, const QScriptValue& function)
+{
+    if (what != QLatin1String("link")) {
+        context()->throwError(QScriptContext::RangeError,
+                              QString("only 'link' is watched without a port, not '%1'").arg(what));
+        return 0;
+    }
+    return addHandler({}, function);
+}
+
+uint scriptWorker::addHandler(const sScriptSubject& subject, const QScriptValue& function)
+{
+    if (!isFunction(function)) {
+        return 0;
+    }
+    std::optional<uint64_t> last;
+    const auto watch = [&](cDevice& device) { last = mChanges->watch(device, subject); };
+    if (!mReceiver->withDevice(*this, watch)) {
+        return 0;
+    }
+    if (!last) {
+        scriptports::throwMissing(*context(), subject.type, context()->argument(1).toString());
+        return 0;
+    }
+    return mCallbacks->addHandler(subject, *last, function);
+}
+
+/// Throws if it is none.
+bool scriptWorker::isFunction(const QScriptValue& function) const
+{
+    if (!function.isFunction()) {
+        context()->throwError(QScriptContext::TypeError, "there is no function to call");
+    }
+    return function.isFunction();
+}
+
+uint scriptWorker::after(const QScriptValue& milliseconds, const QScriptValue& function)
+{
+    return addTimer(milliseconds, 0, function);
+}
+
+uint scriptWorker::every(const QScriptValue& milliseconds, const QScriptValue& function)
+{
+    return addTimer(milliseconds, 1, function);
+}
+
+/// Repeats if @p minMs is not 0.
+uint scriptWorker::addTimer(const QScriptValue& milliseconds, int minMs, const QScriptValue& function)
+{
+    const double wanted = milliseconds.isNumber() ? milliseconds.toNumber() : -1;
+    if (!(wanted >= minMs)) {
+        context()->throwError(QScriptContext::RangeError,
+                              QString("the delay is not a number from %1").arg(minMs));
+        return 0;
+    }
+    return isFunction(function) ? mCallbacks->addTimer(duration(wanted), minMs > 0, function) : 0;
+}
+
+bool scriptWorker::cancel(double handle)
+{
+    const int number = wholeNumber(handle);
+    if (number < 1 || static_cast<uint>(number) > mCallbacks->lastHandle()) {
+        context()->throwError(QScriptContext::RangeError, QString("there is no handle %1").arg(handle));
+        return false;
+    }
+    return mCallbacks->cancel(static_cast<uint>(number));
+}
+
+void scriptWorker::exit(double status)
+{
+    if (status != 0 && (wholeNumber(status) < 1 || status > 255)) {
+        context()->throwError(QScriptContext::RangeError, "the status is not a whole number from 0 to 255");
+        return;
+    }
+    mStatus = static_cast<int>(status);
+    engine()->abortEvaluation();
+}
+
+void scriptWorker::include(const QString& file)
+{
+    if (mIncludeDepth == kMaxIncludes) {
+        context()->throwError(QScriptContext::RangeError,
+                              QString("more than %1 files include each other").arg(kMaxIncludes));
+        return;
+    }
+    const QString path = QDir::cleanPath(QFileInfo(mFiles.first()).dir().absoluteFilePath(file));
+    const std::optional<QByteArray> text = readFile(path, kMaxBytes + 1);
+    if (mustEnd()) {
+        engine()->abortEvaluation();
+        return;
+    }
+    if (const QString problem = refusal(path, text); !problem.isEmpty()) {
+        context()->throwError(problem);
+        return;
+    }
+    if (!mFiles.contains(path)) {
+        mFiles.append(path);
+    }
+    const QScriptValue global = engine()->globalObject();
+    context()->setActivationObject(global);
+    context()->setThisObject(global);
+    ++mIncludeDepth;
+    engine()->evaluate(decode(*text), path, 1);
+    --mIncludeDepth;
+    // The engine takes that for the end of this file only.
+    if (mustEnd()) {
+        engine()->abortEvaluation();
+    }
+}
+
+double scriptWorker::random()
+{
+    mHasDrawn = true;
+    return mRandom.nextFraction();
 }

@@ -1,5 +1,6 @@
 // What a program is told about the scripts that it starts.
 
+#include "eventlog.h"
 #include "failingthreads.h"
 #include "qttestmain.h"
 #include "scriptedwindow.h"
@@ -8,31 +9,6 @@
 namespace {
 
 const Counts kCounts{4, 4, 4, 4, 3};
-
-/// The events of a window's scripts, in words.
-class EventLog : public QObject
-{
-public:
-    explicit EventLog(MainWindow& window)
-    {
-        connect(&window.scripts(), &cScripts::scriptChanged, this, [this](const sScriptEvent& event) {
-            if (QThread::currentThread() != qApp->thread()) {
-                qFatal("an event comes on another thread");
-            }
-            constexpr const char* kWords[] = {"started", "ended", "failed", "stopped"};
-            mWords.append(QString("%1 %2").arg(event.script).arg(QLatin1String(kWords[event.state])));
-            mLast = event;
-        });
-    }
-
-    const QStringList& words() const { return mWords; }
-    const sScriptEvent& last() const { return mLast; }
-    bool hasEnd() const { return mLast.script != 0 && mLast.state != sScriptEvent::STARTED; }
-
-private:
-    QStringList mWords;
-    sScriptEvent mLast;
-};
 
 } // namespace
 

@@ -43,6 +43,23 @@ void whereScriptsAre()
                                      "sender.setDigitalInput_Signal(1, 1); while (true) { } });"
                                      "sender.setDigitalInput_Signal.connect(function() { while (true) { } "
                                      "}); sender.setAnalogInput_Signal(1, 1);");
+    row("in an endless loop of a function that it left", "sender.after(1, function() { while (true) { } });");
+    row("in a function that it left and that catches everything",
+        "sender.after(1, function() { while (true) { try { while (true) { } } catch (e) { } finally { } } "
+        "});");
+    row("in functions that leave functions",
+        "function again() { sender.after(0, again); sender.after(0, again); } again();");
+    row("in a sleep of a function that it left", "sender.every(1, function() { sender.sleep(1e9); });");
+    row("waiting for a function's time", "sender.after(1e9, function() { });");
+    row("waiting for a time that never comes", "sender.every(Infinity, function() { });");
+    row("waiting for a change", "sender.on('ain', 1, function() { }); sender.on('link', function() { });");
+    row("in an endless loop of a handler",
+        "sender.on('ain', 2, function() { while (true) { } }); receiver.setAnalogInput_Slot(2, 1);");
+    row("in a handler that changes what it watches",
+        "sender.on('ain', 2, function(value) { receiver.setAnalogInput_Slot(2, (value + 1) % 101); });"
+        "receiver.setAnalogInput_Slot(2, 1);");
+    row("in the text of its exception", "throw {toString: function() { while (true) { } }};");
+    row("at its exit", "sender.exit(1);");
     row("at its end", "");
     row("at an error", "nobody();");
     row("after it has ended its thread", "sender.finished();");
@@ -301,6 +318,8 @@ void TestScriptLifetime::withoutItsDeviceACallThrows_data()
                              "receiver.setAnalogInput_Slot(1, 1)",
                              "receiver.connectDigitalInput_Slot(1, 1, true)",
                              "receiver.connectAnalogInput_Slot(1, 1, true)",
+                             "sender.on('din', 1, print)",
+                             "sender.on('link', print)",
                              "sender.scan(1, 'K')",
                              "sender.adhoc(1, 'a', 'b')"}) {
         QTest::newRow(call) << QByteArray(call);
