@@ -1,4 +1,5 @@
 #include "ccontrolserver.h"
+#include "cscriptrun.h"
 #include "devicefile.h"
 #include "displayplatform.h"
 #include "language.h"
@@ -117,9 +118,13 @@ QString checkOrders(const cOptions& options, MainWindow& window)
     if (const auto refusal = window.connectionRefusal(); options.connect && refusal) {
         return QLatin1String(refusal->text);
     }
-    const auto missing = std::find_if_not(options.scripts.begin(), options.scripts.end(),
+    std::vector<std::string> scripts = options.scripts;
+    if (options.run) {
+        scripts.push_back(*options.run);
+    }
+    const auto missing = std::find_if_not(scripts.begin(), scripts.end(),
                                           [](auto& script) { return isReadableFile(fullPath(script)); });
-    return missing == options.scripts.end() ? QString() : unreadable("script", *missing);
+    return missing == scripts.end() ? QString() : unreadable("script", *missing);
 }
 
 QString createCapture(const cOptions& options, MainWindow& window)
@@ -161,10 +166,22 @@ QString carryOut(const cOptions& options, MainWindow& window, cControlServer& co
     if (options.connect) {
         window.connectToServer();
     }
+    if (options.seed) {
+        window.scripts().setSeed(*options.seed);
+    }
     for (const std::string& script : options.scripts) {
         window.runScript(fullPath(script));
     }
     return {};
+}
+
+QString startRun(const cOptions& options, cScriptRun& run)
+{
+    QStringList arguments;
+    for (const std::string& argument : options.arguments) {
+        arguments.append(QString::fromLocal8Bit(argument.c_str()));
+    }
+    return options.run ? run.start(fullPath(*options.run), arguments) : QString();
 }
 
 /// Small screens get as much of the window as they have room for, its frame included.
@@ -198,7 +215,11 @@ int run(const cOptions& options)
     QObject::connect(&window, &MainWindow::deviceReplaced, &control, &cControlServer::deviceReplaced);
     QObject::connect(&window.scripts(), &cScripts::scriptChanged, &control, &cControlServer::scriptChanged);
     QObject::connect(&control, &cControlServer::quitRequested, &QApplication::quit);
-    const QString problem = carryOut(options, window, control);
+    cScriptRun scriptRun(window, !options.seed);
+    QString problem = carryOut(options, window, control);
+    if (!toldToEnd && problem.isEmpty()) {
+        problem = startRun(options, scriptRun);
+    }
     int status = 0;
     if (!toldToEnd && !problem.isEmpty()) {
         status = fail(problem);
@@ -230,6 +251,8 @@ int main(int argc, char** argv)
     // The reader of the trace may go away; the device stays.
     std::signal(SIGPIPE, SIG_IGN);
     const QtMessageHandler formerHandler = qInstallMessageHandler(displayplatform::endOnFailure);
+    // Qt would take the arguments of a script for its own.
+    argc -= static_cast<int>(parsed.options.arguments.size());
     QApplication application(argc, argv);
     qInstallMessageHandler(formerHandler);
     // Qt has set the user's locale; numbers in files, in the log and in scripts keep their point.

@@ -7,8 +7,11 @@
 #include <QRegularExpression>
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <limits>
 #include <ostream>
+#include <span>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -47,23 +50,22 @@ void describeDevice(CLI::App& app, cDeviceOptions& device)
     addNumber(app, "--device-version", device.version, kMax, "Version, likewise");
 }
 
-/// Returns the arguments that are not Qt's, in reverse order as CLI11 takes them.
-std::vector<std::string> ownArguments(int argc, const char* const* argv, bool& platformNamed)
+/// Returns those of @p arguments that are not Qt's.
+std::vector<std::string> ownArguments(std::span<const char* const> arguments, bool& platformNamed)
 {
     const QRegularExpression withValue("^--?(platform(pluginpath|theme)?|plugin|display|session|"
                                        "style(sheet)?|(qwindow)?(geometry|title|icon))\\z");
     const QRegularExpression withoutValue("^--?(reverse\\z|widgetcount\\z|style(sheet)?=)");
     std::vector<std::string> own;
-    for (int i = 1; i < argc; ++i) {
-        const QString argument = QString::fromLatin1(argv[i]);
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const QString argument = QString::fromLatin1(arguments[i]);
         if (withValue.match(argument).hasMatch()) {
             ++i;
-            platformNamed = platformNamed || (argument.endsWith("-platform") && i < argc);
+            platformNamed = platformNamed || (argument.endsWith("-platform") && i < arguments.size());
         } else if (!withoutValue.match(argument).hasMatch()) {
-            own.emplace_back(argv[i]);
+            own.emplace_back(arguments[i]);
         }
     }
-    std::ranges::reverse(own);
     return own;
 }
 
@@ -98,6 +100,10 @@ void describe(CLI::App& app, const std::string& version, cOptions& options, std:
         ->expected(1)
         ->allow_extra_args(false)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    addFile("--run", options.run, "Run this JavaScript file, needs a device; the program ends with it")
+        ->excludes("--script");
+    addNumber(app, "--seed", options.seed, std::numeric_limits<uint32_t>::max(),
+              "Seed of the scripts' random numbers");
     addFile("--log-config", options.logConfig, "Log as this log4cpp property file says");
     addFile("--capture", options.captureFile, "Record what crosses the link in this file (pcapng)");
     app.add_option("--control", options.control, "Take commands from a Unix socket, made at this path")
@@ -105,6 +111,7 @@ void describe(CLI::App& app, const std::string& version, cOptions& options, std:
     app.add_flag("--headless", options.headless, "Run without a display");
     app.footer("The device is loaded first, then the connection file, then the device connects, and\n"
                "the scripts start last.\n"
+               "The script of --run gets what stands behind -- as its arguments.\n"
                "Qt's own options, such as -platform and -style, are understood as well.");
     app.failure_message([](const CLI::App* program, const CLI::Error& mistake) {
         const std::string& name = program->get_name();
@@ -142,8 +149,11 @@ void takeFiles(const std::vector<std::string>& files, cOptions& options)
     if (options.server && options.connectionFile) {
         throw CLI::ExcludesError("--server", "--connection");
     }
-    if (!options.scripts.empty() && !options.deviceFile && !options.device.any()) {
-        throw CLI::RequiresError("--script", "--device");
+    if (options.run && !options.scripts.empty()) {
+        throw CLI::ExcludesError("--run", "--script");
+    }
+    if ((options.run || !options.scripts.empty()) && !options.deviceFile && !options.device.any()) {
+        throw CLI::RequiresError(options.run ? "--run" : "--script", "--device");
     }
 }
 
@@ -179,10 +189,22 @@ cParsedOptions parseOptions(int argc, const char* const* argv, const std::string
     cParsedOptions parsed;
     CLI::App app("Simulates one field device toward a site-monitoring server.", "zulbench");
     std::vector<std::string> files;
-    describe(app, version, parsed.options, files);
+    cOptions& options = parsed.options;
+    describe(app, version, options, files);
+    const std::span arguments(argv + 1, argv + argc);
+    const auto dashes = std::ranges::find(arguments, std::string_view("--"));
+    const std::span rest(dashes == arguments.end() ? dashes : dashes + 1, arguments.end());
     try {
-        app.parse(ownArguments(argc, argv, parsed.options.platformNamed));
-        takeFiles(files, parsed.options);
+        std::vector<std::string> own =
+            ownArguments(std::span(arguments.begin(), dashes), options.platformNamed);
+        std::ranges::reverse(own); // CLI11 takes them so
+        app.parse(std::move(own));
+        if (options.run) {
+            options.arguments.assign(rest.begin(), rest.end());
+        } else {
+            std::ranges::copy(ownArguments(rest, options.platformNamed), std::back_inserter(files));
+        }
+        takeFiles(files, options);
     } catch (const CLI::ParseError& outcome) {
         parsed.exitStatus = app.exit(outcome, out, error) == 0 ? 0 : 1;
     }

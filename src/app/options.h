@@ -36,6 +36,9 @@ struct cOptions
     std::optional<sHostPort> server;        ///< in place of a connection file
     bool connect = false;                   ///< always with a server
     std::vector<std::string> scripts;       ///< those of --script first; none without a device
+    std::optional<std::string> run;         ///< the script that the program ends with; then no others
+    std::vector<std::string> arguments;     ///< of that script: the last ones of the command line
+    std::optional<uint32_t> seed;           ///< of the scripts' random numbers
     std::optional<std::string> logConfig;   ///< a log4cpp property file
     std::optional<std::string> captureFile; ///< records what crosses the link
     std::optional<std::string> control;     ///< the path of the control socket

@@ -111,7 +111,7 @@ void scriptWorker::processScript()
     report(end);
 }
 
-sScriptEvent scriptWorker::event(sScriptEvent::eState state) const
+sScriptEvent scriptWorker::makeEvent(sScriptEvent::eState state) const
 {
     sScriptEvent event;
     event.file = mFiles.first();
@@ -132,13 +132,13 @@ sScriptEvent scriptWorker::runFile(cScriptReceiver& receiver)
 {
     const std::optional<QByteArray> text = readFile(mFiles.first(), kMaxBytes + 1);
     if (mStopSource.stop_requested()) {
-        return event(sScriptEvent::STOPPED);
+        return makeEvent(sScriptEvent::STOPPED);
     }
     const QString problem = refusal(mFiles.first(), text);
     if (problem.isEmpty()) {
         return evaluate(decode(*text), receiver);
     }
-    sScriptEvent failure = event(sScriptEvent::FAILED);
+    sScriptEvent failure = makeEvent(sScriptEvent::FAILED);
     failure.error = problem;
     failure.errorFile = failure.file;
     return failure;
@@ -165,7 +165,7 @@ sScriptEvent scriptWorker::evaluate(const QString& program, cScriptReceiver& rec
     const QString& name = mFiles.first();
     qCDebug(scriptTrace, "begin \"%s\"", qPrintable(name));
     if (isRightSyntax(engine, program)) {
-        report(event(sScriptEvent::STARTED));
+        report(makeEvent(sScriptEvent::STARTED));
     }
     engine.evaluate(program, name, 1);
     const auto mayContinue = [&] { return !mustEnd() && !engine.hasUncaughtException(); };
@@ -186,9 +186,9 @@ sScriptEvent scriptWorker::outcome(QScriptEngine& engine) const
             return failure;
         }
     }
-    sScriptEvent end = event(mStatus ? sScriptEvent::ENDED : sScriptEvent::STOPPED);
+    sScriptEvent end = makeEvent(mStatus ? sScriptEvent::ENDED : sScriptEvent::STOPPED);
     end.status = mStatus.value_or(0);
-    return mustEnd() ? end : event(sScriptEvent::ENDED);
+    return mustEnd() ? end : makeEvent(sScriptEvent::ENDED);
 }
 
 void scriptWorker::sleep(const QScriptValue& milliseconds)

@@ -111,7 +111,7 @@ private:
     sScriptEvent runFile(cScriptReceiver& receiver);
     sScriptEvent evaluate(const QString& program, cScriptReceiver& receiver);
     sScriptEvent outcome(QScriptEngine& engine) const;
-    sScriptEvent event(sScriptEvent::eState state) const;
+    sScriptEvent makeEvent(sScriptEvent::eState state) const;
     void report(sScriptEvent event) const;
 
     bool mustEnd() const { return mStatus || mStopSource.stop_requested(); }

@@ -80,6 +80,7 @@ files_are_offered_by_their_kind() {
     same "devices" $'folder\none.dev' "$(completed zulbench --device "" | words)"
     same "connections" $'folder\none.con' "$(completed zulbench --connection "" | words)"
     same "scripts" $'folder\none.js' "$(completed zulbench --device a.dev --script "" | words)"
+    same "a script to end with" $'folder\none.js' "$(completed zulbench --run "" | words)"
     same "plain files" $'folder\none.con\none.dev\none.js' "$(completed zulbench --connect "" | words)"
     same "files of commands" "one.txt" "$(completed zulserver --commands one.t | words)"
     [[ -z $(completed zulserver --port 5 | words) ]] || fail "something is offered for a port"

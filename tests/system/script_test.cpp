@@ -19,10 +19,17 @@ private slots:
     void scansAndAdHocEventsAreReported();
     void twoScriptsRunSideBySide();
     void eventsArriveInTheOrderOfEmission();
+    void aScriptReactsToTheServer();
+    void aRunHandsOverWhatItSent();
+    void aRunDoesNotWaitForEver();
+    void aRunWithoutAConnectionWaitsForNothing();
 
 private:
+    QStringList options();
     /// Starts the simulator with these scripts and waits until it is connected.
     void start(const QByteArrayList& scripts);
+    /// Runs a batch script with these options too.
+    void run(const QByteArray& script, const QStringList& options);
     QJsonObject nextEvent(const QString& type);
 
     QScopedPointer<ServerProgram> mServer;
@@ -38,18 +45,30 @@ void TestScript::init()
 
 void TestScript::cleanup()
 {
-    QCOMPARE(mSimulator->stop(SIGTERM), 0);
+    if (mSimulator->process().state() != QProcess::NotRunning) {
+        QCOMPARE(mSimulator->stop(SIGTERM), 0);
+    }
     QCOMPARE(mServer->program().stop(SIGTERM), 0);
+}
+
+QStringList TestScript::options()
+{
+    return {"--headless",
+            "--device",
+            mSimulator->write("test.dev", deviceFile(4, 4, 4, 4, 3)),
+            "--connection",
+            mSimulator->write("test.con", connectionFile(mServer->port())),
+            "--connect"};
+}
+
+void TestScript::run(const QByteArray& script, const QStringList& options)
+{
+    mSimulator->start(ZULBENCH_PROGRAM, options + QStringList{"--run", mSimulator->write("run.js", script)});
 }
 
 void TestScript::start(const QByteArrayList& scripts)
 {
-    QStringList arguments{"--headless",
-                          "--device",
-                          mSimulator->write("test.dev", deviceFile(4, 4, 4, 4, 3)),
-                          "--connection",
-                          mSimulator->write("test.con", connectionFile(mServer->port())),
-                          "--connect"};
+    QStringList arguments = options();
     for (int i = 0; i < scripts.size(); ++i) {
         arguments << "--script" << mSimulator->write(QString("script%1.js").arg(i), scripts[i]);
     }
@@ -139,6 +158,43 @@ void TestScript::eventsArriveInTheOrderOfEmission()
         }
     }
     QCOMPARE(number, 200);
+}
+
+void TestScript::aScriptReactsToTheServer()
+{
+    start({"sender.on('dout', 2, function(value, previous) {"
+           "  sender.adhoc(7, 'dout 2', previous + ' to ' + value); });"
+           "sender.on('link', function(up) { if (up) sender.adhoc(8, 'link', 'up again'); });"
+           "sender.adhoc(1, 'ready', '');"});
+    QCOMPARE(nextEvent("OBJ_ADHOC_EVENT")["eventLabel"].toString(), QString("ready"));
+    mServer->command("set dout 2 state=high");
+    QCOMPARE(nextEvent("OBJ_ADHOC_EVENT")["eventValue"].toString(), QString("0 to 1"));
+    mServer->command("drop device=1001");
+    QCOMPARE(nextEvent("OBJ_ADHOC_EVENT")["eventValue"].toString(), QString("up again"));
+}
+
+void TestScript::aRunHandsOverWhatItSent()
+{
+    run("for (var i = 1; i <= 500; ++i) receiver.setAnalogInput_Slot(1 + i % 4, i % 100); sender.exit(9);",
+        options());
+    QCOMPARE(mSimulator->waitForEnd(), 9);
+    QVERIFY(!mServer->line("message", 500).isEmpty());
+    QCOMPARE(mServer->count("message"), 500);
+}
+
+void TestScript::aRunDoesNotWaitForEver()
+{
+    // Nobody listens.
+    run("receiver.setAnalogInput_Slot(1, 5); sender.exit(4);",
+        {"--headless", "--ain", "1", "--server", "127.0.0.1:1"});
+    QCOMPARE(mSimulator->waitForEnd(), 4);
+}
+
+void TestScript::aRunWithoutAConnectionWaitsForNothing()
+{
+    run("receiver.setAnalogInput_Slot(1, 5); print('ended ' + Date.now());", {"--headless", "--ain", "1"});
+    QCOMPARE(mSimulator->waitForEnd(), 0);
+    QVERIFY(mSimulator->errors().contains("ended "));
 }
 
 ZUL_QTEST_GUILESS(TestScript)

@@ -7,7 +7,7 @@
 
 namespace {
 
-TEST(SeededRandomTest, TheNumbersNeverChange)
+TEST(SeededRandomTest, theNumbersNeverChange)
 {
     cSeededRandom random(7, "script", 1);
     EXPECT_EQ(random.next(), 12825174378899988509U);
@@ -15,7 +15,7 @@ TEST(SeededRandomTest, TheNumbersNeverChange)
     EXPECT_EQ(random.next(), 1288643300250689480U);
 }
 
-TEST(SeededRandomTest, TheSameKeyDrawsTheSame)
+TEST(SeededRandomTest, theSameKeyDrawsTheSame)
 {
     cSeededRandom one(4294967295, "script", 1);
     cSeededRandom other(4294967295, "script", 1);
@@ -24,7 +24,7 @@ TEST(SeededRandomTest, TheSameKeyDrawsTheSame)
     }
 }
 
-TEST(SeededRandomTest, EveryPartOfTheKeyCounts)
+TEST(SeededRandomTest, everyPartOfTheKeyCounts)
 {
     std::set<uint64_t> drawn;
     size_t keys = 0;
@@ -39,7 +39,7 @@ TEST(SeededRandomTest, EveryPartOfTheKeyCounts)
     EXPECT_EQ(drawn.size(), keys);
 }
 
-TEST(SeededRandomTest, FractionsAreSpreadEvenly)
+TEST(SeededRandomTest, fractionsAreSpreadEvenly)
 {
     constexpr int kBins = 10;
     constexpr int kDraws = 100000;
@@ -56,7 +56,7 @@ TEST(SeededRandomTest, FractionsAreSpreadEvenly)
     }
 }
 
-TEST(SeededRandomTest, AFractionHoldsTheUpperBits)
+TEST(SeededRandomTest, aFractionHoldsTheUpperBits)
 {
     cSeededRandom bits(5, "x", 2);
     cSeededRandom fractions(5, "x", 2);

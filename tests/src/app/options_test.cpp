@@ -37,7 +37,8 @@ Parsed parse(const QString& line)
 }
 
 /// What was asked for, in words: device=... connection=... capture=... server=...
-/// DIN+DOUT+AIN+AOUT+SCANNERS,SERIAL, LABEL,VERSION script=... connect headless platform.
+/// DIN+DOUT+AIN+AOUT+SCANNERS,SERIAL, LABEL,VERSION script=... run=... argument=... seed=... connect headless
+/// platform.
 QString summary(const cOptions& options)
 {
     QStringList words;
@@ -69,6 +70,15 @@ QString summary(const cOptions& options)
     }
     for (const std::string& script : options.scripts) {
         words.append("script=" + QString::fromStdString(script));
+    }
+    if (options.run) {
+        words.append("run=" + QString::fromStdString(*options.run));
+    }
+    for (const std::string& argument : options.arguments) {
+        words.append("argument=" + QString::fromStdString(argument));
+    }
+    if (options.seed) {
+        words.append(QString("seed=%1").arg(*options.seed));
     }
     if (options.connect) {
         words.append("connect");
@@ -154,6 +164,25 @@ void TestOptions::goodLinesAreTaken_data()
                                       << "server=[::1]:65535 connect";
     QTest::newRow("a server and connect") << "--connect --server 127.0.0.1:1"
                                           << "server=127.0.0.1:1 connect";
+    QTest::newRow("a script to end with") << "--device a.dev --run s.js"
+                                          << "device=a.dev run=s.js";
+    QTest::newRow("a script to end with, of any suffix") << "--run=s.txt --headless --din 1"
+                                                         << "1+0+0+0+0,,, run=s.txt headless";
+    QTest::newRow("a script's arguments") << "--run s.js a.dev -- one --two b.dev -x"
+                                          << "device=a.dev run=s.js argument=one argument=--two "
+                                             "argument=b.dev argument=-x";
+    QTest::newRow("a script's arguments that look like Qt's") << "--din 1 --run s.js -- -platform xcb --"
+                                                              << "1+0+0+0+0,,, run=s.js argument=-platform "
+                                                                 "argument=xcb argument=--";
+    QTest::newRow("two dashes without an argument") << "--din 1 --run s.js --"
+                                                    << "1+0+0+0+0,,, run=s.js";
+    QTest::newRow("Qt's options after two dashes without a script to end with")
+        << "a.dev -- -style fusion b.con"
+        << "device=a.dev connection=b.con";
+    QTest::newRow("a seed") << "--seed 4294967295"
+                            << "seed=4294967295";
+    QTest::newRow("a seed of zero") << "--seed=0"
+                                    << "seed=0";
     QTest::newRow("a name with a dash in front") << "--device=-a.dev"
                                                  << "device=-a.dev";
 }
@@ -227,7 +256,7 @@ void TestOptions::wrongUsageIsOneLineOfError_data()
     QTest::newRow("connect with a value") << "--connect=host"
                                           << "--connect";
     for (const char* option :
-         {"--din", "--dout", "--ain", "--aout", "--scanners", "--serial", "--device-version"}) {
+         {"--din", "--dout", "--ain", "--aout", "--scanners", "--serial", "--device-version", "--seed"}) {
         for (const char* value : {"x", "-1", "4294967296", "1.5", "0x10", "+1", "1e3"}) {
             QTest::addRow("%s %s", option, value) << QString("%1 %2").arg(option, value) << QString(option);
         }
@@ -246,6 +275,20 @@ void TestOptions::wrongUsageIsOneLineOfError_data()
                                                         << "--connection";
     QTest::newRow("two servers") << "--server lab:1 --server lab:2"
                                  << "--server";
+    QTest::newRow("run beside a script") << "--device a.dev --run a.js --script b.js"
+                                         << "--run";
+    QTest::newRow("run beside a plain script") << "--device a.dev --run a.js b.js"
+                                               << "--run";
+    QTest::newRow("run without a device") << "--run a.js"
+                                          << "--device";
+    QTest::newRow("run without a file") << "--din 1 --run"
+                                        << "--run";
+    QTest::newRow("two runs") << "--din 1 --run a.js --run b.js"
+                              << "--run";
+    QTest::newRow("run with dashes for a file") << "--din 1 --run -- a"
+                                                << "--run";
+    QTest::newRow("two seeds") << "--seed 1 --seed 2"
+                               << "--seed";
     QTest::newRow("abbreviated option") << "--conn"
                                         << "--conn";
     QTest::newRow("joined value that Qt does not take") << "--platform=offscreen"
@@ -272,10 +315,11 @@ void TestOptions::helpNamesEveryOption()
     QVERIFY(parsed.outcome.exitStatus.has_value());
     QCOMPARE(*parsed.outcome.exitStatus, 0);
     QCOMPARE(parsed.error, QString());
-    for (const char* option :
-         {"--device FILE", "--connection FILE", "--connect ", "--log-config FILE", "--capture FILE",
-          "--control PATH", "--headless", "--help", "--version", "--server HOST:PORT", "--din N", "--dout N",
-          "--ain N", "--aout N", "--scanners N", "--serial N", "--label TEXT", "--device-version N"}) {
+    for (const char* option : {"--device FILE",  "--connection FILE",  "--connect ",   "--log-config FILE",
+                               "--capture FILE", "--control PATH",     "--headless",   "--help",
+                               "--version",      "--server HOST:PORT", "--din N",      "--dout N",
+                               "--ain N",        "--aout N",           "--scanners N", "--serial N",
+                               "--label TEXT",   "--device-version N", "--run FILE",   "--seed N"}) {
         QVERIFY2(parsed.out.contains(option), option);
     }
 }

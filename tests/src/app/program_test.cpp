@@ -3,6 +3,7 @@
 #include "homefiles.h"
 #include "qttestmain.h"
 
+#include <QRegularExpression>
 #include <csignal>
 #include <sys/stat.h>
 
@@ -61,6 +62,16 @@ private slots:
     void aDisplayThatLeadsNowhereEndsWithOne();
     void sentencesAreEnglishWhateverTheLocale();
     void aLaterScriptDoesNotLendItsNameToAnEarlierOne();
+    void aRunEndsWithItsScript_data();
+    void aRunEndsWithItsScript();
+    void aRunTellsWhatGoesWrong_data();
+    void aRunTellsWhatGoesWrong();
+    void aRunNeedsAReadableFile();
+    void aRunHandsArgumentsOver();
+    void aRunTellsASeedOfChance();
+    void theSameSeedGivesTheSameNumbers();
+    void anotherScriptDoesNotEndTheProgram();
+    void aSignalEndsARun();
     void aSignalEndsTheProgramWhateverAScriptDoes_data();
     void aSignalEndsTheProgramWhateverAScriptDoes();
 };
@@ -453,6 +464,158 @@ void TestProgram::aLaterScriptDoesNotLendItsNameToAnEarlierOne()
     }
     program.send(SIGTERM);
     QCOMPARE(program.status(), 0);
+}
+
+void TestProgram::aRunEndsWithItsScript_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<int>("status");
+    QTest::newRow("an empty one") << QByteArray() << 0;
+    QTest::newRow("at its end") << QByteArray("receiver.setDigitalInput_Slot(1, 1);") << 0;
+    QTest::newRow("with a status") << QByteArray("sender.exit(42);") << 42;
+    QTest::newRow("with the status 0") << QByteArray("sender.exit();") << 0;
+    QTest::newRow("when it waits for nothing more")
+        << QByteArray(
+               "sender.on('din', 1, function() { sender.cancel(1); sender.after(1, function() { }); });"
+               "receiver.setDigitalInput_Slot(1, 1);")
+        << 0;
+    QTest::newRow("in a function that it left")
+        << QByteArray("sender.every(1, function() { sender.exit(7); });") << 7;
+    QTest::newRow("at an error that it catches") << QByteArray("try { nobody(); } catch (e) { }") << 0;
+}
+
+void TestProgram::aRunEndsWithItsScript()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(int, status);
+    const HomeFiles home;
+    HeadlessProgram program;
+    program.start({"--headless", "--din", "2", "--run", home.write("a.js", script)});
+    QCOMPARE(program.status(), status);
+    QCOMPARE(program.complaints(), QList<QByteArray>());
+}
+
+void TestProgram::aRunTellsWhatGoesWrong_data()
+{
+    QTest::addColumn<QByteArray>("script");
+    QTest::addColumn<QByteArray>("told"); // FILE stands for the script
+    QTest::newRow("an exception") << QByteArray("function outer() {\n  inner(7);\n}\n"
+                                                "function inner(n) {\n  nobody();\n}\nouter();\n")
+                                  << QByteArray(
+                                         "zulbench: FILE:5: ReferenceError: Can't find variable: nobody\n"
+                                         "    inner(n = 7) at FILE:5\n    outer() at FILE:2\n"
+                                         "    <global>() at FILE:7\n");
+    QTest::newRow("a text") << QByteArray("throw 'no';")
+                            << QByteArray("zulbench: FILE:1: no\n    <global>() at FILE:1\n");
+    QTest::newRow("an exception later")
+        << QByteArray("sender.after(1, function late() {\n  nobody();\n});")
+        << QByteArray(
+               "zulbench: FILE:2: ReferenceError: Can't find variable: nobody\n    late() at FILE:2\n");
+    QTest::newRow("wrong syntax") << QByteArray("\nvar a = ;")
+                                  << QByteArray("zulbench: FILE:2: SyntaxError: Parse error\n");
+    QTest::newRow("too long a file") << QByteArray(16 * 1024 * 1024 + 1, ' ')
+                                     << QByteArray(
+                                            "zulbench: the script file 'FILE' is longer than 16 MiB\n");
+}
+
+void TestProgram::aRunTellsWhatGoesWrong()
+{
+    QFETCH(QByteArray, script);
+    QFETCH(QByteArray, told);
+    const HomeFiles home;
+    const QString path = home.write("a.js", script);
+    HeadlessProgram program;
+    program.start({"--headless", "--din", "2", "--run", path});
+    QCOMPARE(program.status(), 1);
+    QVERIFY2(program.error().endsWith(told.replace("FILE", path.toLocal8Bit())), program.error().constData());
+    QCOMPARE(program.complaints().size(), 1);
+    QCOMPARE(program.out(), QByteArray());
+}
+
+void TestProgram::aRunNeedsAReadableFile()
+{
+    HeadlessProgram program;
+    program.start({"--headless", "--din", "1", "--run", "no.js"});
+    QCOMPARE(program.status(), 1);
+    QCOMPARE(program.complaints(),
+             QList<QByteArray>{"zulbench: the script file 'no.js' could not be opened"});
+}
+
+void TestProgram::aRunHandsArgumentsOver()
+{
+    const HomeFiles home;
+    HeadlessProgram program;
+    program.start({"--headless", "--din", "1", "--run",
+                   home.write("a.js", "print(sender.arguments.length + ': ' + sender.arguments.join('|'));"),
+                   "--", "one", "-platform", "xcb", "--headless", "", "--", "t w o"});
+    QCOMPARE(program.status(), 0);
+    QVERIFY2(program.error().contains("7: one|-platform|xcb|--headless||--|t w o\n"),
+             program.error().constData());
+}
+
+void TestProgram::aRunTellsASeedOfChance()
+{
+    const HomeFiles home;
+    const QString script = home.write("a.js", "print('drawn ' + sender.random());");
+    const auto run = [&](const QStringList& seed) {
+        HeadlessProgram program;
+        program.start(QStringList{"--headless", "--din", "1", "--run", script} + seed);
+        return program.status() == 0 ? QString::fromLocal8Bit(program.error()) : QString();
+    };
+    const QString error = run({});
+    const QRegularExpressionMatch told =
+        QRegularExpression("zulbench: the seed was (\\d+); --seed \\1 gives the same random numbers\n")
+            .match(error);
+    QVERIFY2(told.hasMatch(), qPrintable(error));
+    const QString drawn = QRegularExpression("drawn 0\\.\\d+\n").match(error).captured();
+    QVERIFY(!drawn.isEmpty());
+    const QString again = run({"--seed", told.captured(1)});
+    QVERIFY2(again.contains(drawn), qPrintable(again));
+    QVERIFY(!again.contains("zulbench: the seed"));
+}
+
+void TestProgram::theSameSeedGivesTheSameNumbers()
+{
+    const HomeFiles home;
+    const QString script = home.write("a.js", "print(sender.random() + ' ' + sender.random());");
+    HeadlessProgram program;
+    program.start({"--headless", "--din", "1", "--seed", "7", "--script", script, "--script", script});
+    for (const char* numbers :
+         {"0.6952540962054399 0.03498987134377041", "0.4545902357207109 0.10987802405610203"}) {
+        QVERIFY2(program.waitForError(numbers), program.error().constData());
+    }
+    program.send(SIGTERM);
+    QCOMPARE(program.status(), 0);
+    QCOMPARE(program.complaints(), QList<QByteArray>());
+}
+
+void TestProgram::anotherScriptDoesNotEndTheProgram()
+{
+    const HomeFiles home;
+    HeadlessProgram program;
+    program.setEnvironment("QT_LOGGING_RULES", "zulbench.scripts=true");
+    const QString first = home.write("a.js", "sender.exit(3);");
+    const QString second =
+        home.write("b.js", "sender.on('din', 1, function() { print('it changed'); });"
+                           "sender.after(20, function() { receiver.setDigitalInput_Slot(1, 1); });");
+    program.start({"--headless", "--din", "1", "--script", first, "--script", second});
+    QVERIFY2(program.waitForError("it changed"), program.error().constData());
+    QVERIFY2(program.waitForError("end \"" + first.toLocal8Bit() + "\""), program.error().constData());
+    program.send(SIGTERM);
+    QCOMPARE(program.status(), 0);
+    QCOMPARE(program.complaints(), QList<QByteArray>());
+}
+
+void TestProgram::aSignalEndsARun()
+{
+    const HomeFiles home;
+    HeadlessProgram program;
+    program.start({"--headless", "--din", "1", "--run",
+                   home.write("a.js", "print('it waits'); sender.on('din', 1, function() { });")});
+    QVERIFY2(program.waitForError("it waits"), program.error().constData());
+    program.send(SIGTERM);
+    QCOMPARE(program.status(), 0);
+    QCOMPARE(program.complaints(), QList<QByteArray>());
 }
 
 void TestProgram::aSignalEndsTheProgramWhateverAScriptDoes_data()
