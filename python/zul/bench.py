@@ -44,12 +44,13 @@ class Bench(Program):
         *,
         device: str | Path | None = None,
         server: Server | str | None = None,
+        seed: int | None = None,
         capture: str | Path | bool = False,
     ) -> None:
         """Returns when the device is loaded; it connects to `server` from then on.
 
         `device` is a device file, in which the other arguments replace values. `server` is a Server or "HOST:PORT".
-        `capture` names a file that records the link; True records it in the
+        `seed` decides the chance in its scripts. `capture` names a file that records the link; True records it in the
         program's own directory, see keep_capture().
         """
         numbers = {
@@ -62,10 +63,12 @@ class Bench(Program):
             "--serial": serial,
             "--label": label,
             "--device-version": version,
+            "--seed": seed,
             "--server": None if server is None else _address(server),
         }
         options = [word for name, value in numbers.items() if value is not None for word in (name, str(value))]
         self._server = server
+        self._seed = seed
         self._scripts_told = 0.0
         super().__init__(["--headless", "--control", "control", *options], options, capture)
         self.din = Ports(self, DigitalInput)
@@ -87,6 +90,11 @@ class Bench(Program):
             if status is not None:
                 raise ZulError(describe_status(self._name, status, _read_all(output)))
         raise ZulTimeout(f"{self._name} did not start within {START_LIMIT:g} seconds.")
+
+    @property
+    def seed(self) -> int | None:
+        """The seed that it was started with."""
+        return self._seed
 
     def get(self, kind: str, port: int | str | None = None) -> list[Object]:
         """Its records as they are: `get("din", 2)`, `get("scanner")`, `get("device")`."""

@@ -43,6 +43,9 @@ def pytest_addoption(parser: pytest.Parser) -> None:
     group.addoption(
         "--zul-capture", action="store_true", help="keep the recordings of the links of passing tests too"
     )
+    group.addoption(
+        "--zul-seed", type=int, default=0, metavar="N", help="another N gives the devices of every test other seeds"
+    )
 
 
 def pytest_configure(config: pytest.Config) -> None:
@@ -67,6 +70,12 @@ def _used(item: pytest.Item) -> _Used:
     return item.stash.setdefault(_USED, _Used())
 
 
+def _seed(config: pytest.Config, name: str, number: int) -> int:
+    """From the test's name, so that a test draws the same whichever tests run beside it."""
+    text = f"{config.getoption('--zul-seed')} {name} {number}"
+    return int.from_bytes(hashlib.sha256(text.encode()).digest()[:4], "big")
+
+
 @pytest.fixture
 def zul_server(request: pytest.FixtureRequest) -> Iterator[Server]:
     """A server on a free port, for this test alone."""
@@ -83,6 +92,7 @@ def zul_bench(request: pytest.FixtureRequest, tmp_path_factory: pytest.TempPathF
     captures = tmp_path_factory.getbasetemp() / f"zul-{_short_name(request.node.nodeid)}"
 
     def make(*arguments: Any, **keywords: Any) -> Bench:
+        keywords.setdefault("seed", _seed(request.config, request.node.nodeid, len(benches)))
         keywords.setdefault("capture", True)
         bench = Bench(*arguments, **keywords)
         if keywords["capture"] is True:
@@ -138,6 +148,8 @@ def _sections(programs: list[Program]) -> list[tuple[str, str]]:
 
 def _describe(program: Program) -> str:
     lines = [f"by hand: {program.command_line}"]
+    if isinstance(program, Bench):
+        lines.append(f"seed: {program.seed}")
     if program.kept_capture is not None:
         lines.append(f"capture: {program.kept_capture}")
     for title, last in (("output", program.last_output), ("JSON lines", program.last_lines)):

@@ -180,6 +180,22 @@ def test_a_script_runs(alone: Bench, tmp_path: Path) -> None:
     assert alone.ain[1].value == 64
 
 
+def drawn(script: Path, seed: int) -> int:
+    """What a script on a device with this seed draws."""
+    with Bench(ain=1, seed=seed) as device:
+        device.script(script)
+        device.wait_scripts(timeout=30)
+        return device.ain[1].value
+
+
+def test_a_script_draws_from_the_seed(tmp_path: Path) -> None:
+    script = tmp_path / "draws.js"
+    script.write_text("receiver.setAnalogInput_Slot(1, Math.floor(sender.random() * 101));")
+    values = [drawn(script, seed) for seed in range(1, 6)]
+    assert values == [drawn(script, seed) for seed in range(1, 6)]
+    assert len(set(values)) > 1
+
+
 def test_a_script_that_fails_is_an_error_once(alone: Bench, tmp_path: Path) -> None:
     script = tmp_path / "fails.js"
     script.write_text("sender.sleep(20);\noops();")
@@ -246,6 +262,7 @@ def test_bad_input_is_one_sentence(alone: Bench, call: Callable[[Bench], object]
         {"device": "/nowhere/file.dev"},
         {"din": 1000000},
         {"capture": "/nowhere/link.pcapng"},
+        {"seed": -1},
     ],
 )
 def test_a_wrong_argument_is_one_sentence(arguments: dict[str, object], own_folder_for_files: Path) -> None:
@@ -292,11 +309,12 @@ def test_its_end_ends_a_waiting_call(gate: Bench) -> None:
 
 
 def test_the_line_by_hand_describes_the_same_device(server: Server) -> None:
-    with Bench(din=2, label="front gate", version=3, server=server) as device:
+    with Bench(din=2, label="front gate", version=3, seed=17, server=server) as device:
         assert shlex.split(device.command_line) == [
             "zulbench", "--din", "2", "--label", "front gate", "--device-version", "3",
-            "--server", server.address,
+            "--seed", "17", "--server", server.address,
         ]  # fmt: skip
+        assert device.seed == 17
 
 
 def test_it_records_its_link(tmp_path: Path, server: Server) -> None:

@@ -26,6 +26,15 @@ def test_passes(zul_server, zul_bench):
     zul_bench(din=2, server=zul_server).wait_connected()
 """
 
+SEEDS = """
+import pytest
+
+@pytest.mark.parametrize("n", [1, 2])
+def test_seeds(zul_bench, n):
+    print("seeds of", n, zul_bench().seed, zul_bench().seed, zul_bench(seed=5).seed)
+"""
+
+
 @pytest.fixture
 def pytest_options(pytester: pytest.Pytester, own_folder_for_files: Path) -> tuple[str, ...]:
     return ("-p", "zul.plugin", "-p", "no:cacheprovider", f"--basetemp={own_folder_for_files / 'base'}")
@@ -48,9 +57,10 @@ def test_a_failing_test_shows_what_the_programs_said(
     assert '"event":"listening"' in server and '"status":"failed"' in server
     bench = text[text.index("- Bench 1 -") :]
     port = re.search("--port ([0-9]+)", server)
+    seed = re.search("^seed: ([0-9]+)$", bench, re.MULTILINE)
     capture = re.search("^capture: (.*)$", bench, re.MULTILINE)
-    assert port and capture
-    options = f"--din 2 --serial 7 --label 'front gate' --server 127.0.0.1:{port[1]}"
+    assert port and seed and capture
+    options = f"--din 2 --serial 7 --label 'front gate' --seed {seed[1]} --server 127.0.0.1:{port[1]}"
     assert f"by hand: zulbench {options}\n" in bench
     assert '"event":"changed"' in bench
     assert Path(capture[1]).read_bytes()[:4] == bytes.fromhex("0a0d0d0a")
@@ -63,7 +73,7 @@ def test_a_bench_that_the_test_has_closed_is_shown_too(
     pytester.makepyfile("def test_fails(zul_bench):\n    with zul_bench(din=1) as gate:\n        gate.din[2].high()\n")
     result = pytester.runpytest_subprocess(*pytest_options)
     result.assert_outcomes(failed=1)
-    assert "by hand: zulbench --din 1" in result.stdout.str()
+    assert "by hand: zulbench --din 1 --seed" in result.stdout.str()
     assert len(captures(own_folder_for_files)) == 1
 
 
@@ -82,6 +92,25 @@ def test_an_option_keeps_the_captures_of_passing_tests(
     pytester.makepyfile(PASSING)
     pytester.runpytest_subprocess(*pytest_options, "--zul-capture").assert_outcomes(passed=1)
     assert len(captures(own_folder_for_files)) == 1
+
+
+def seeds(pytester: pytest.Pytester, *options: str) -> list[str]:
+    result = pytester.runpytest_subprocess(*options, "-s")
+    result.assert_outcomes(passed=2)
+    return [line for line in result.outlines if "seeds of" in line]
+
+
+def test_seeds_come_from_the_name_of_the_test(
+    pytester: pytest.Pytester, pytest_options: tuple[str, ...]
+) -> None:
+    pytester.makepyfile(SEEDS)
+    first = seeds(pytester, *pytest_options)
+    assert seeds(pytester, *pytest_options) == first
+    numbers = [int(number) for line in first for number in line.split()[-3:]]
+    assert numbers[2] == numbers[5] == 5
+    assert len({*numbers}) == 5, "each bench of each test has its own"
+    other = seeds(pytester, *pytest_options, "--zul-seed=1")
+    assert other != first and seeds(pytester, *pytest_options, "--zul-seed=1") == other
 
 
 def test_an_option_names_the_folder_of_the_programs(
