@@ -37,8 +37,12 @@ elif grep -qs '^ZUL_TESTS:BOOL=ON$' "build/$preset/CMakeCache.txt" &&
     tests=ON
 fi
 
-# CMake looks at this in a new build directory only, so one that is configured stays as it is.
-if [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER-} ]] && command -v ccache >/dev/null; then
+# CMake looks at the launcher in a new build directory only, so one that is configured stays as it is. The cache
+# cannot keep what is compiled with precompiled headers.
+no_precompiled=ON
+if [[ -n ${CCACHE_DISABLE-} ]] || ! command -v ccache >/dev/null; then
+    no_precompiled=OFF
+elif [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER-} ]]; then
     export CMAKE_CXX_COMPILER_LAUNCHER=ccache
 fi
 
@@ -47,7 +51,7 @@ targets=()
 quiet=()
 [[ -t 1 ]] || quiet=(-- --quiet)
 
-options=("-DZUL_TESTS=$tests")
+options=("-DZUL_TESTS=$tests" "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=$no_precompiled")
 [[ -z ${CI-} ]] || options+=(-DZUL_WERROR=ON)
 
 # Warnings and errors come on standard error.
