@@ -1,8 +1,6 @@
 // Segments as raw bytes. The input: a byte whose lowest bit asks for checksums that fit, two bytes that
 // pick a bit to damage, and the bytes that come over the line.
 
-#include <array>
-
 #include "framemodel.h"
 #include "fuzzinput.h"
 #include "property.h"
@@ -78,9 +76,7 @@ void checkWriting(const WMsg& message)
             "a message takes its payload and a header for each segment");
     std::vector<uint8_t> segments;
     for (size_t i = 0; i < message.segmentCount(); ++i) {
-        std::array<uint8_t, wmsg::kMaxSegmentSize> segment;
-        const size_t bytes = message.segmentMessage(i, segment.data());
-        segments.insert(segments.end(), segment.begin(), segment.begin() + bytes);
+        message.segmentMessage(i, segments);
     }
     require(segments == frames, "a message is its segments");
     const Outcome again = readAll(frames);

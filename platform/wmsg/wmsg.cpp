@@ -52,10 +52,11 @@ uint64_t checksumAdd(uint64_t sum, std::span<const uint8_t> bytes)
         sum += sumOfBlocks(bytes.data(), blocks); // 64 bits hold the words of 16 GiB
         bytes = bytes.subspan(blocks * kBlock);
     }
-    if (!bytes.empty()) {
-        uint8_t padded[kBlock] = {};
-        std::copy(bytes.begin(), bytes.end(), padded);
-        sum += sumOfBlocks(padded, 1);
+    for (; bytes.size() >= 4; bytes = bytes.subspan(4)) {
+        sum += get32(bytes.data());
+    }
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        sum += uint64_t{bytes[i]} << (24 - 8 * i);
     }
     return sum;
 }
@@ -71,11 +72,7 @@ uint32_t checksumFinish(uint64_t sum)
 
 WMsg WMsg::ping(bool isAnswer)
 {
-    WMsg message;
-    message.type = wmsg::kControlPing;
-    message.control = true;
-    message.answer = isAnswer;
-    return message;
+    return {.type = wmsg::kControlPing, .answer = isAnswer, .control = true, .payload = {}};
 }
 
 size_t WMsg::segmentCount() const
@@ -83,37 +80,33 @@ size_t WMsg::segmentCount() const
     return payload.empty() ? 1 : (payload.size() + wmsg::kMaxSegmentPayload - 1) / wmsg::kMaxSegmentPayload;
 }
 
-size_t WMsg::segmentMessage(size_t segment, uint8_t* frame) const
+void WMsg::segmentMessage(size_t segment, std::vector<uint8_t>& bytes) const
 {
     const size_t offset = segment * wmsg::kMaxSegmentPayload;
     const size_t length = std::min(payload.size() - offset, wmsg::kMaxSegmentPayload);
     const auto part = std::span(payload).subspan(offset, length);
-    uint8_t flags = 0;
-    flags |= answer ? wmsg::kFlagAnswer : 0;
-    flags |= event ? wmsg::kFlagEvent : 0;
-    flags |= control ? wmsg::kFlagControl : 0;
-    flags |= offset + length == payload.size() ? wmsg::kFlagLastSegment : 0;
-
-    wmsg::put16(frame, wmsg::kMagic);
-    frame[2] = wmsg::kVersion;
-    frame[3] = flags;
-    frame[4] = type;
-    frame[5] = seq;
-    wmsg::put16(frame + 6, static_cast<uint16_t>(segment));
-    wmsg::put32(frame + 8, static_cast<uint32_t>(length));
-    wmsg::put32(frame + 12, 0);
-    std::copy(part.begin(), part.end(), frame + wmsg::kHeaderSize);
-    const size_t size = wmsg::kHeaderSize + length;
-    wmsg::put32(frame + 12, wmsg::checksumFinish(wmsg::checksumAdd(0, {frame, size})));
-    return size;
+    const bool last = offset + length == payload.size();
+    uint8_t header[wmsg::kHeaderSize] = {};
+    wmsg::put16(header, wmsg::kMagic);
+    header[2] = wmsg::kVersion;
+    header[3] =
+        static_cast<uint8_t>((answer ? wmsg::kFlagAnswer : 0) | (event ? wmsg::kFlagEvent : 0) |
+                             (control ? wmsg::kFlagControl : 0) | (last ? wmsg::kFlagLastSegment : 0));
+    header[4] = type;
+    header[5] = seq;
+    wmsg::put16(header + 6, static_cast<uint16_t>(segment));
+    wmsg::put32(header + 8, static_cast<uint32_t>(length));
+    wmsg::put32(header + 12, wmsg::checksumFinish(wmsg::checksumAdd(wmsg::checksumAdd(0, header), part)));
+    bytes.insert(bytes.end(), std::begin(header), std::end(header));
+    bytes.insert(bytes.end(), part.begin(), part.end());
 }
 
 void WMsg::appendFrames(std::vector<uint8_t>& bytes) const
 {
     const size_t segments = segmentCount();
-    size_t end = bytes.size();
-    bytes.resize(end + payload.size() + segments * wmsg::kHeaderSize);
+    const size_t size = bytes.size() + payload.size() + segments * wmsg::kHeaderSize;
+    bytes.reserve(std::max(size, 2 * bytes.size())); // twice, so that appending many messages stays linear
     for (size_t segment = 0; segment < segments; ++segment) {
-        end += segmentMessage(segment, bytes.data() + end);
+        segmentMessage(segment, bytes);
     }
 }

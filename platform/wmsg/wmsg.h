@@ -66,10 +66,9 @@ struct WMsg
     /// How many segments the message takes: at least one.
     size_t segmentCount() const;
 
-    /// Writes segment number @p segment (below segmentCount()) to @p frame, which has room for it, and
-    /// returns its size, header included. Only the last segment has the last-segment flag; all others are
-    /// full.
-    size_t segmentMessage(size_t segment, uint8_t* frame) const;
+    /// Appends segment number @p segment (below segmentCount()), header included, to @p bytes. Only the last
+    /// segment has the last-segment flag; all others are full.
+    void segmentMessage(size_t segment, std::vector<uint8_t>& bytes) const;
 
     /// Appends all segments to @p bytes.
     void appendFrames(std::vector<uint8_t>& bytes) const;

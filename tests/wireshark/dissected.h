@@ -48,9 +48,7 @@ inline std::vector<Bytes> segmentsOf(const WMsg& message)
 {
     std::vector<Bytes> segments;
     for (size_t segment = 0; segment < message.segmentCount(); ++segment) {
-        Bytes frame(wmsg::kMaxSegmentSize);
-        frame.resize(message.segmentMessage(segment, frame.data()));
-        segments.push_back(frame);
+        message.segmentMessage(segment, segments.emplace_back());
     }
     return segments;
 }

@@ -106,8 +106,9 @@ TEST(WMsgTest, SegmentsAreFullButTheLast)
         const WMsg message = messageOf(3, 9, std::vector<uint8_t>(row.payload, 0x11));
         ASSERT_EQ(message.segmentCount(), row.lengths.size());
         for (size_t i = 0; i < row.lengths.size(); ++i) {
-            uint8_t frame[wmsg::kMaxSegmentSize];
-            EXPECT_EQ(message.segmentMessage(i, frame), row.lengths[i] + wmsg::kHeaderSize);
+            std::vector<uint8_t> frame;
+            message.segmentMessage(i, frame);
+            ASSERT_EQ(frame.size(), row.lengths[i] + wmsg::kHeaderSize);
             EXPECT_EQ(frame[7], i) << "segment number";
             EXPECT_EQ(frame[10] * 256U + frame[11], row.lengths[i]) << "payload length";
             EXPECT_EQ((frame[3] & wmsg::kFlagLastSegment) != 0, i + 1 == row.lengths.size());

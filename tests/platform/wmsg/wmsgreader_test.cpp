@@ -26,8 +26,8 @@ WMsg messageOf(uint8_t type, uint8_t seq, size_t payload, bool answer = false)
 
 Bytes segmentOf(const WMsg& message, size_t segment)
 {
-    Bytes frame(wmsg::kMaxSegmentSize);
-    frame.resize(message.segmentMessage(segment, frame.data()));
+    Bytes frame;
+    message.segmentMessage(segment, frame);
     return frame;
 }
 
