@@ -20,8 +20,10 @@ void cObjectClient::addListener(cObjectListener* listener)
 
 void cObjectClient::deliver(const WMsg& message)
 {
-    cObjectList list;
-    const WStatus status = list.decode(message);
+    if (mReceived.size() > kMaxKeptRecords) {
+        mReceived.deleteObjects();
+    }
+    const WStatus status = mReceived.decode(message);
     if (!status.isOk()) {
         warn(("A message of type " + std::to_string(message.type) + " was not understood: " + status.text())
                  .c_str());
@@ -34,7 +36,7 @@ void cObjectClient::deliver(const WMsg& message)
     }
     // No lock is held during a call: a listener may wait for the thread that adds one.
     for (cObjectListener* listener : called) {
-        listener->handleObjectAction(&list);
+        listener->handleObjectAction(&mReceived);
     }
 }
 

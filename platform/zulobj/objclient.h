@@ -101,6 +101,9 @@ private:
     eMsgStatus request(uint8_t type, cObjectList* list, cObjectList* answer, int timeoutMs);
     void deliver(const WMsg& message);
 
+    static constexpr size_t kMaxKeptRecords = 64; ///< if a message has more, they are not used again
+
+    cObjectList mReceived; ///< the message that is being delivered, or was; the delivering thread's own
     std::mutex mMutex;
     std::vector<cObjectListener*> mListeners; ///< guarded by mMutex
     const std::unique_ptr<cLinkClient> mLink; ///< ends first: its thread calls the listeners
