@@ -4,7 +4,7 @@
 
 cAccess::cAccess()
 {
-    auto* box = new QHBoxLayout(this);
+    auto* box = new QHBoxLayout;
     mQLabel = new QLabel;
     box->addWidget(mQLabel, 1);
     mCardSerialNum = new QLineEdit;
@@ -14,6 +14,7 @@ cAccess::cAccess()
     mSendEvtBtn = new QPushButton("Send Event");
     box->addWidget(mSendEvtBtn, 1);
     connect(mSendEvtBtn, SIGNAL(clicked()), this, SLOT(EvtBtnClicked()));
+    setLayout(box); // last, else each row posts one more event, for which Qt searches all that wait
 }
 
 void cAccess::setLabel(const char* label)

@@ -7,7 +7,7 @@
 
 cAOutput::cAOutput()
 {
-    auto* box = new QHBoxLayout(this);
+    auto* box = new QHBoxLayout;
     addFixedCell(box, &mQLabel, tr("PortName"), 100);
     addFixedCell(box, &mQGain, "1", 60);
     addFixedCell(box, &mQOffset, "0", 60);
@@ -16,6 +16,7 @@ cAOutput::cAOutput()
     setMinimumValue(0.0F);
     setMaximumValue(100.0F);
     setDisplayUnit("%FTO");
+    setLayout(box); // last, as in cAccess
 }
 
 void cAOutput::setPortName(QString& name)
