@@ -456,8 +456,9 @@ void* cDevice::sample_thread(void* arg)
         if (!device->mPassPosted.exchange(true)) {
             device->mExecutor->post([device] {
                 device->mPassPosted = false;
+                const time_t now = time(nullptr);
                 for (cAInput* input : device->mAnalogInputList) {
-                    input->checkSample();
+                    input->checkSample(now);
                 }
             });
         }
