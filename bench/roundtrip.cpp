@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <modbus.h>
+#undef OFF // a macro of its own, and a name of ours
 
 #include "deviceprocess.h"
 #include "figures.h"
