@@ -127,10 +127,10 @@ Case handDecode()
             [state] { return state->list == inputs(); }};
 }
 
-void fill(peers::Inputs* message)
+void fill(peers::Inputs* message, const std::vector<handwritten::Input>& from)
 {
     message->Clear();
-    for (const handwritten::Input& input : inputs()) {
+    for (const handwritten::Input& input : from) {
         peers::Input* to = message->add_inputs();
         to->set_device_serial(input.deviceSerial);
         to->set_port_id(input.portId);
@@ -149,8 +149,25 @@ Case protobufEncode()
         std::string bytes;
     };
     auto state = std::make_shared<State>();
-    fill(&state->message);
+    fill(&state->message, inputs());
     return {[state] { state->message.SerializeToString(&state->bytes); },
+            [state] { return !state->bytes.empty(); }};
+}
+
+/// What a device that uses protobuf does for an answer: builds a message of its own, encodes it, frees it.
+Case protobufAnswer()
+{
+    struct State
+    {
+        std::vector<handwritten::Input> list = inputs();
+        std::string bytes;
+    };
+    auto state = std::make_shared<State>();
+    return {[state] {
+                peers::Inputs message;
+                fill(&message, state->list);
+                message.SerializeToString(&state->bytes);
+            },
             [state] { return !state->bytes.empty(); }};
 }
 
@@ -162,7 +179,7 @@ Case protobufDecode()
         std::string bytes;
     };
     auto state = std::make_shared<State>();
-    fill(&state->message);
+    fill(&state->message, inputs());
     state->message.SerializeToString(&state->bytes);
     return {[state] { state->message.ParseFromString(state->bytes); },
             [state] { return state->message.inputs_size() == kRecords; }};
@@ -345,9 +362,10 @@ const std::map<std::string, Case (*)()>& cases()
         {"ours-encode", oursEncode},         {"ours-decode", oursDecode},
         {"hand-encode", handEncode},         {"hand-decode", handDecode},
         {"protobuf-encode", protobufEncode}, {"protobuf-decode", protobufDecode},
-        {"capnp-encode", capnpEncode},       {"capnp-decode", capnpDecode},
-        {"flat-encode", flatEncode},         {"flat-decode", flatDecode},
-        {"msgpack-encode", msgpackEncode},   {"msgpack-decode", msgpackDecode},
+        {"protobuf-answer", protobufAnswer}, {"capnp-encode", capnpEncode},
+        {"capnp-decode", capnpDecode},       {"flat-encode", flatEncode},
+        {"flat-decode", flatDecode},         {"msgpack-encode", msgpackEncode},
+        {"msgpack-decode", msgpackDecode},
     };
     return all;
 }

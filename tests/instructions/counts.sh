@@ -38,11 +38,7 @@ times=20
 
 # The C library chooses its functions by the processor and by its caches: here it takes those that every
 # processor has, so that all machines count the same.
-without=AVX,AVX2,AVX512F,AVX512BW,AVX512VL,AVX_Fast_Unaligned_Load,BMI1,BMI2,ERMS,FSRM,LZCNT,MOVBE,POPCNT
-without+=,RTM,SSSE3,SSE4_1,SSE4_2,Fast_Unaligned_Copy,Prefer_No_VZEROUPPER
-tunables=glibc.cpu.hwcaps=-${without//,/,-}
-tunables+=:glibc.cpu.x86_data_cache_size=32768:glibc.cpu.x86_shared_cache_size=1048576
-tunables+=:glibc.cpu.x86_non_temporal_threshold=786432
+tunables=$(<"$(dirname "${BASH_SOURCE[0]}")/tunables.txt")
 
 fixed=()
 if setarch --addr-no-randomize true 2>/dev/null; then
