@@ -105,7 +105,9 @@ void WMsg::appendFrames(std::vector<uint8_t>& bytes) const
 {
     const size_t segments = segmentCount();
     const size_t size = bytes.size() + payload.size() + segments * wmsg::kHeaderSize;
-    bytes.reserve(std::max(size, 2 * bytes.size())); // twice, so that appending many messages stays linear
+    if (size > bytes.capacity()) {
+        bytes.reserve(std::max(size, 2 * bytes.capacity())); // twice, so that many messages stay linear
+    }
     for (size_t segment = 0; segment < segments; ++segment) {
         segmentMessage(segment, bytes);
     }
