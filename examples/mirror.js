@@ -10,18 +10,23 @@
 // the device shows whole numbers. Outputs without an input of the same number are left out.
 
 function mirrorDigital(port) {
-    sender.on("dout", port, function (state) {
-        receiver.setDigitalInput_Slot(port, state);
-    });
+    function mirror() {
+        receiver.setDigitalInput_Slot(port, receiver.getDigitalOutputValue(port));
+    }
+    sender.on("dout", port, mirror);
+    mirror(); // what was set before this script began
 }
 
 function mirrorAnalog(port) {
-    sender.on("aout", port, function (value) {
+    function mirror() {
         // Without this look at the input first, it would report a value again whose fraction alone changed.
-        if (Math.floor(value) !== receiver.getAnalogInputValue(port)) {
+        var value = Math.floor(receiver.getOutputSample(port));
+        if (value !== receiver.getAnalogInputValue(port)) {
             receiver.setAnalogInput_Slot(port, value);
         }
-    });
+    }
+    sender.on("aout", port, mirror);
+    mirror();
 }
 
 var digital = Math.min(receiver.getDiscreteOutputCount(), receiver.getDiscreteInputCount());
