@@ -212,7 +212,7 @@ int run(const cOptions& options)
     });
     MainWindow window;
     cControlServer control(&window);
-    QObject::connect(&window, &MainWindow::deviceReplaced, &control, &cControlServer::deviceReplaced);
+    window.whenDeviceIsReplaced([&control] { control.deviceReplaced(); });
     QObject::connect(&window.scripts(), &cScripts::scriptChanged, &control, &cControlServer::scriptChanged);
     QObject::connect(&control, &cControlServer::quitRequested, &QApplication::quit);
     cScriptRun scriptRun(window, !options.seed);

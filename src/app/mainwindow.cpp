@@ -127,7 +127,7 @@ void MainWindow::showDevice(const cDeviceFile& values)
                           values.analogOutputs, values.scanners, label.data(), values.type,
                           values.versionNumber(), values.serialNumber());
     setCentralWidget(mDevice);
-    emit deviceReplaced();
+    mDeviceReplaced();
 }
 
 /// Returns whether the menus, as they are, would open a file of this kind.

@@ -10,6 +10,7 @@
 #include <QString>
 #include <QStringList>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -75,6 +76,9 @@ public:
     // For the control socket.
     bool connectTo(const std::optional<sHostPort>& server) override;
     bool replaceDevice(const QString& path) override;
+
+    /// Has @p call called when another device is the live one; the one before is gone then.
+    void whenDeviceIsReplaced(std::function<void()> call) { mDeviceReplaced = std::move(call); }
     size_t runningScripts() const override { return mScripts.running(); }
 
     /// The number of scripts that were started.
@@ -96,9 +100,6 @@ signals:
     void transferThis(MainWindow* window);
     void transferInstruction(int kind, QString fileName);
     void transferScriptFileName(QString fileName, cDevice* device);
-
-    /// Another device is the live one; the one before is gone.
-    void deviceReplaced();
 
 public slots:
     /// Copies the fields that @p code, a cConfig::eUpdate, names and acts on them. Keeps no pointer to @p
@@ -158,4 +159,5 @@ private:
     std::vector<QPointer<QDialog>> mDialogs;
     cScripts mScripts;
     std::shared_ptr<cCaptureFile> mCapture; ///< null if nothing is recorded
+    std::function<void()> mDeviceReplaced = [] {};
 };

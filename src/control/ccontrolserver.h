@@ -31,9 +31,10 @@ public:
     /// Takes clients at @p path. Returns one sentence if that cannot be, else an empty text.
     std::string listen(const std::string& path);
 
-public slots:
     /// The program has another device. The one before need not be there any more.
     void deviceReplaced();
+
+public slots:
     void scriptChanged(const sScriptEvent& event);
 
 signals:

@@ -22,8 +22,7 @@ class Controlled
 public:
     explicit Controlled(const Counts& counts = kCounts) : mRun(counts), mControl(&mRun.window())
     {
-        QObject::connect(&mRun.window(), &MainWindow::deviceReplaced, &mControl,
-                         &cControlServer::deviceReplaced);
+        mRun.window().whenDeviceIsReplaced([this] { mControl.deviceReplaced(); });
         QObject::connect(&mRun.window().scripts(), &cScripts::scriptChanged, &mControl,
                          &cControlServer::scriptChanged);
         const std::string problem = mControl.listen(QFile::encodeName(path()).toStdString());
