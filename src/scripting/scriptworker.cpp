@@ -73,6 +73,9 @@ QString refusal(const QString& path, const std::optional<QByteArray>& text)
                : QString();
 }
 
+/// Shares nothing with @p text: threads should not share a text that both may release.
+QString copyOf(const QString& text) { return QString(text.constData(), text.size()); }
+
 /// The encoding is the one that the first bytes tell, or else the locale's.
 QString decode(const QByteArray& text) { return QTextStream(text).readAll(); }
 
@@ -208,7 +211,7 @@ void scriptWorker::sleep(const QScriptValue& milliseconds)
 void scriptWorker::scan(double scanner, const QString& code)
 {
     bool found = false;
-    const auto scan = [&](cDevice& device) { found = device.scan(wholeNumber(scanner), code); };
+    const auto scan = [&](cDevice& device) { found = device.scan(wholeNumber(scanner), copyOf(code)); };
     if (mReceiver->withDevice(*this, scan) && !found) {
         context()->throwError(QScriptContext::RangeError, QString("there is no scanner %1").arg(scanner));
     }
@@ -217,7 +220,9 @@ void scriptWorker::scan(double scanner, const QString& code)
 void scriptWorker::adhoc(double id, const QString& label, const QString& value)
 {
     bool sent = false;
-    const auto send = [&](cDevice& device) { sent = device.adhoc(wholeNumber(id), label, value); };
+    const auto send = [&](cDevice& device) {
+        sent = device.adhoc(wholeNumber(id), copyOf(label), copyOf(value));
+    };
     if (mReceiver->withDevice(*this, send) && !sent) {
         context()->throwError(QScriptContext::RangeError, QString("there is no event id %1").arg(id));
     }
