@@ -144,9 +144,9 @@ QString createCapture(const cOptions& options, MainWindow& window)
     return {};
 }
 
-QString listen(const cOptions& options, cControlServer& control)
+QString makeControlSocket(const cOptions& options, cControlServer& control)
 {
-    return options.control ? QString::fromLocal8Bit(control.listen(*options.control).c_str()) : QString();
+    return options.control ? QString::fromLocal8Bit(control.makeSocket(*options.control).c_str()) : QString();
 }
 
 /// The control socket and the capture file, which is emptied, come after all that may be wrong.
@@ -157,11 +157,15 @@ QString carryOut(const cOptions& options, MainWindow& window, cControlServer& co
             return problem;
         }
     }
-    if (QString problem = listen(options, control); !problem.isEmpty()) {
+    if (QString problem = makeControlSocket(options, control); !problem.isEmpty()) {
         return problem;
     }
     if (QString problem = createCapture(options, window); !problem.isEmpty()) {
         return problem;
+    }
+    // Who connects finds a program that has started.
+    if (!control.listen()) {
+        return QStringLiteral("the system refuses to listen at the control socket");
     }
     if (options.connect) {
         window.connectToServer();

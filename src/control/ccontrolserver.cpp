@@ -27,10 +27,10 @@ cControlServer::~cControlServer()
     }
 }
 
-std::string cControlServer::listen(const std::string& path)
+std::string cControlServer::makeSocket(const std::string& path)
 {
     std::string problem;
-    mSocket = cControlSocket::listen(path, &problem);
+    mSocket = cControlSocket::make(path, &problem);
     if (mSocket) {
         mSocket->onClient = [this](int fd) { add(fd); };
         connect(&mNext, &QTimer::timeout, this, [this] { runCommands(); });

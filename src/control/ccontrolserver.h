@@ -28,8 +28,11 @@ public:
     /// Ends every connection, without waiting for a client.
     ~cControlServer() override;
 
-    /// Takes clients at @p path. Returns one sentence if that cannot be, else an empty text.
-    std::string listen(const std::string& path);
+    /// Makes the socket at @p path. Returns one sentence if that cannot be, else an empty text.
+    std::string makeSocket(const std::string& path);
+
+    /// Takes clients from now on, if there is a socket. Returns false if the system refuses it.
+    bool listen() { return mSocket == nullptr || mSocket->listen(); }
 
     /// The program has another device. The one before need not be there any more.
     void deviceReplaced();

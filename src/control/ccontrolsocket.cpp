@@ -71,7 +71,7 @@ std::string bindTo(int fd, const sockaddr_un& address)
 
 } // namespace
 
-std::unique_ptr<cControlSocket> cControlSocket::listen(const std::string& path, std::string* problem)
+std::unique_ptr<cControlSocket> cControlSocket::make(const std::string& path, std::string* problem)
 {
     const auto fail = [&](const std::string& reason) {
         *problem = "the control socket '" + path + "' could not be made: " + reason;
@@ -93,7 +93,7 @@ std::unique_ptr<cControlSocket> cControlSocket::listen(const std::string& path, 
         return fail(wrong);
     }
     // Nobody can connect before listen(), so the mode is right in time.
-    if (::chmod(address.sun_path, S_IRUSR | S_IWUSR) != 0 || ::listen(socket.get(), SOMAXCONN) != 0) {
+    if (::chmod(address.sun_path, S_IRUSR | S_IWUSR) != 0) {
         const std::string reason = std::generic_category().message(errno);
         ::unlink(address.sun_path);
         return fail(reason);
@@ -110,8 +110,15 @@ cControlSocket::cControlSocket(int fd, std::string path)
         mInode = status.st_ino;
     }
     mRetry.setSingleShot(true);
+    mReadable.setEnabled(false);
     QObject::connect(&mReadable, &QSocketNotifier::activated, [this] { accept(); });
     QObject::connect(&mRetry, &QTimer::timeout, [this] { mReadable.setEnabled(true); });
+}
+
+bool cControlSocket::listen()
+{
+    mReadable.setEnabled(::listen(mFd, SOMAXCONN) == 0);
+    return mReadable.isEnabled();
 }
 
 cControlSocket::~cControlSocket()

@@ -11,9 +11,12 @@
 class cControlSocket
 {
 public:
-    /// Listens at @p path, for its owner alone (mode 0600). A socket there that nobody answers is replaced.
+    /// Makes the socket at @p path, for its owner alone (mode 0600). One that nobody answers is replaced.
     /// Null on failure, with one sentence in @p *problem.
-    static std::unique_ptr<cControlSocket> listen(const std::string& path, std::string* problem);
+    static std::unique_ptr<cControlSocket> make(const std::string& path, std::string* problem);
+
+    /// Takes clients from now on; until then they are refused. Returns false if the system refuses it.
+    bool listen();
 
     /// Removes the socket, unless another has taken its path.
     ~cControlSocket();

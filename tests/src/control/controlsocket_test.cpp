@@ -25,8 +25,8 @@ public:
         mRun.window().whenDeviceIsReplaced([this] { mControl.deviceReplaced(); });
         QObject::connect(&mRun.window().scripts(), &cScripts::scriptChanged, &mControl,
                          &cControlServer::scriptChanged);
-        const std::string problem = mControl.listen(QFile::encodeName(path()).toStdString());
-        if (!problem.empty()) {
+        const std::string problem = mControl.makeSocket(QFile::encodeName(path()).toStdString());
+        if (!problem.empty() || !mControl.listen()) {
             qFatal("%s", problem.c_str());
         }
     }
@@ -152,7 +152,9 @@ void TestControlSocket::aLeftOverSocketIsReplaced()
     ::close(left);
     ScriptedWindow run(kCounts);
     cControlServer control(&run.window());
-    QCOMPARE(control.listen(path.toStdString()), std::string());
+    QCOMPARE(control.makeSocket(path.toStdString()), std::string());
+    QVERIFY(!ControlClient(path).isConnected());
+    QVERIFY(control.listen());
     ControlClient client(path);
     QCOMPARE(client.status("get device"), QString("ok"));
 }
@@ -162,7 +164,7 @@ void TestControlSocket::aLivingSocketIsAnError()
     Controlled controlled;
     cControlServer second(&controlled.run().window());
     const std::string path = controlled.path().toStdString();
-    QCOMPARE(second.listen(path),
+    QCOMPARE(second.makeSocket(path),
              "the control socket '" + path + "' could not be made: another program listens there");
     ControlClient client(controlled.path());
     QCOMPARE(client.status("get device"), QString("ok"));
@@ -189,7 +191,7 @@ void TestControlSocket::aPathThatCannotBeIsOneSentence()
     QFETCH(QString, reason);
     ScriptedWindow run(kCounts);
     cControlServer control(&run.window());
-    QCOMPARE(QString::fromStdString(control.listen(path.toStdString())),
+    QCOMPARE(QString::fromStdString(control.makeSocket(path.toStdString())),
              "the control socket '" + path + "' could not be made: " + reason);
 }
 
@@ -200,7 +202,7 @@ void TestControlSocket::theSocketIsGoneAfterwards()
     {
         cControlServer control(&run.window());
         path = run.home().path() + "/control";
-        QCOMPARE(control.listen(path.toStdString()), std::string());
+        QCOMPARE(control.makeSocket(path.toStdString()), std::string());
         QVERIFY(QFileInfo::exists(path));
     }
     QVERIFY(!QFileInfo::exists(path));
