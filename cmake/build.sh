@@ -37,12 +37,8 @@ elif grep -qs '^ZUL_TESTS:BOOL=ON$' "build/$preset/CMakeCache.txt" &&
     tests=ON
 fi
 
-# CMake looks at the launcher in a new build directory only, so one that is configured stays as it is. The cache
-# cannot keep what is compiled with precompiled headers.
-no_precompiled=ON
-if [[ -n ${CCACHE_DISABLE-} ]] || ! command -v ccache >/dev/null; then
-    no_precompiled=OFF
-elif [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER-} ]]; then
+# CMake looks at this in a new build directory only, so one that is configured stays as it is.
+if [[ -z ${CMAKE_CXX_COMPILER_LAUNCHER-} ]] && command -v ccache >/dev/null; then
     export CMAKE_CXX_COMPILER_LAUNCHER=ccache
 fi
 
@@ -51,7 +47,7 @@ targets=()
 quiet=()
 [[ -t 1 ]] || quiet=(-- --quiet)
 
-options=("-DZUL_TESTS=$tests" "-DCMAKE_DISABLE_PRECOMPILE_HEADERS=$no_precompiled")
+options=("-DZUL_TESTS=$tests")
 [[ -z ${CI-} ]] || options+=(-DZUL_WERROR=ON)
 
 # Warnings and errors come on standard error.
