@@ -4,7 +4,6 @@
 #include <QPointer>
 #include <QString>
 #include <chrono>
-#include <compare>
 #include <condition_variable>
 #include <deque>
 #include <map>
@@ -24,7 +23,11 @@ struct sScriptSubject
     eObjectTypes type = OBJ_DEVICE; ///< OBJ_DEVICE stands for the link
     int port = 0;                   ///< from 1
 
-    auto operator<=>(const sScriptSubject&) const = default;
+    bool operator==(const sScriptSubject&) const = default;
+    bool operator<(const sScriptSubject& other) const
+    {
+        return std::pair(type, port) < std::pair(other.type, other.port);
+    }
 };
 
 /// Queues the changes of a device for one script.

@@ -175,7 +175,7 @@ sScriptEvent scriptWorker::evaluate(const QString& program, cScriptReceiver& rec
     if (mayContinue()) {
         scriptfailure::runInside(engine, [&] { callbacks.run(mStopSource.get_token(), mayContinue); });
     }
-    const sScriptEvent end = outcome(engine);
+    sScriptEvent end = outcome(engine);
     traceEnd(end);
     return end;
 }
@@ -183,7 +183,7 @@ sScriptEvent scriptWorker::evaluate(const QString& program, cScriptReceiver& rec
 sScriptEvent scriptWorker::outcome(QScriptEngine& engine) const
 {
     if (engine.hasUncaughtException() && !mustEnd()) {
-        const sScriptEvent failure = scriptfailure::describe(engine, mFiles);
+        sScriptEvent failure = scriptfailure::describe(engine, mFiles);
         // It may have run functions of the script.
         if (!mustEnd()) {
             return failure;
