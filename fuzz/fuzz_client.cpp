@@ -263,7 +263,7 @@ private:
         mFd = mListening.accept();
         ++mConnections;
         mReader = std::make_unique<WMsgReader>();
-        mModel = std::make_unique<ReassemblyModel>(WMsgReader::Limits());
+        mModel = std::make_unique<ReassemblyModel>();
         mAnswersDue.clear();
         mPingsDue = 0;
     }

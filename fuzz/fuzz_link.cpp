@@ -113,7 +113,7 @@ private:
     void connect()
     {
         mSession.connected(mNowMs);
-        mModel = std::make_unique<ReassemblyModel>(WMsgReader::Limits());
+        mModel = std::make_unique<ReassemblyModel>();
         mReader = WMsgReader();
         mTokens.clear();
         mPings.clear();

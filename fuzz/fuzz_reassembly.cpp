@@ -23,9 +23,7 @@ constexpr size_t kSlack = 4096;
 class Line
 {
 public:
-    Line(const WMsgReader::Limits& limits, size_t mostBytes)
-        : mLimits(limits), mMostBytes(mostBytes), mReader(limits), mModel(limits)
-    {}
+    explicit Line(size_t mostBytes) : mMostBytes(mostBytes) {}
 
     void step(FuzzInput* input)
     {
@@ -150,7 +148,7 @@ private:
                 "a message is what its segments hold");
         mModel.messages.pop_front();
         mHeld += before - heldMemory();
-        require(message.payload.size() <= mLimits.messageBytes, "no message is larger than permitted");
+        require(message.payload.size() <= model::kMaxMessageBytes, "no message is larger than permitted");
     }
 
     void checkMemory() const
@@ -160,11 +158,10 @@ private:
         require(held <= 2 * mModel.pendingBytes() + kSlack ||
                     2 * mModel.pendingBytes() > WMsgReader::kMaxDoubled,
                 "memory grows with the bytes received");
-        require(held <= mLimits.messageBytes + kSlack, "memory never goes beyond one message");
+        require(held <= model::kMaxMessageBytes + kSlack, "memory never goes beyond one message");
         require(!mModel.broken() || held <= kSlack, "a refused stream holds nothing");
     }
 
-    const WMsgReader::Limits mLimits;
     const size_t mMostBytes;
     WMsgReader mReader;
     ReassemblyModel mModel;
@@ -178,29 +175,16 @@ private:
     uint8_t mSeq = 0;
 };
 
-/// The permitted sizes, or small ones that a short input reaches.
-WMsgReader::Limits limitsFor(uint8_t choice)
-{
-    WMsgReader::Limits limits;
-    if ((choice & 1) != 0) {
-        limits.messageBytes = 100;
-        limits.segments = 4;
-        limits.ageMs = 50;
-    } else {
-        require(limits.messageBytes == model::kMaxMessageBytes && limits.segments == model::kMaxSegments &&
-                    limits.ageMs == model::kMaxAgeMs,
-                "the limits are the document's");
-    }
-    return limits;
-}
+static_assert(wmsg::kMaxMessageBytes == model::kMaxMessageBytes);
+static_assert(wmsg::kMaxSegments == model::kMaxSegments);
+static_assert(wmsg::kMaxAgeMs == model::kMaxAgeMs);
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     FuzzInput input(data, size);
-    const uint8_t choice = input.number8();
-    Line line(limitsFor(choice), (choice & 2) != 0 ? kMaxBytes : kFewBytes);
+    Line line((input.number8() & 2) != 0 ? kMaxBytes : kFewBytes);
     while (!input.empty() && !line.full()) {
         line.step(&input);
     }

@@ -52,7 +52,7 @@ std::vector<uint8_t> deviceRecord()
 class Room : private server::DeviceSession::Listener
 {
 public:
-    explicit Room(const server::LinkSettings& settings) : mSettings(settings), mModel(WMsgReader::Limits())
+    explicit Room(const server::LinkSettings& settings) : mSettings(settings)
     {
         int ends[2] = {-1, -1};
         require(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends) == 0,

@@ -10,8 +10,6 @@
 class ReassemblyModel
 {
 public:
-    explicit ReassemblyModel(const WMsgReader::Limits& limits) : mLimits(limits) {}
-
     /// Messages in the order of their coming; the caller takes them away.
     std::deque<WMsg> messages;
 
@@ -20,7 +18,7 @@ public:
     /// True between the first byte of a message and its last.
     bool inMessage() const { return !mSegment.empty() || mSegments > 0; }
 
-    bool overdue(int64_t nowMs) const { return inMessage() && nowMs - mBegunMs > mLimits.ageMs; }
+    bool overdue(int64_t nowMs) const { return inMessage() && nowMs - mBegunMs > model::kMaxAgeMs; }
 
     /// The bytes received of what is not complete yet.
     size_t pendingBytes() const { return mSegment.size() + mMessage.payload.size(); }
@@ -67,8 +65,8 @@ private:
         const WMsg asSaid = headed(header);
         const bool same = asSaid.type == mMessage.type && asSaid.seq == mMessage.seq &&
                           asSaid.answer == mMessage.answer && asSaid.event == mMessage.event;
-        return header.segment != mSegments || mSegments + 1 > mLimits.segments ||
-               mMessage.payload.size() + header.length > mLimits.messageBytes || (mSegments > 0 && !same);
+        return header.segment != mSegments || mSegments + 1 > model::kMaxSegments ||
+               mMessage.payload.size() + header.length > model::kMaxMessageBytes || (mSegments > 0 && !same);
     }
 
     void take(const model::Header& header)
@@ -102,7 +100,6 @@ private:
         return message;
     }
 
-    const WMsgReader::Limits mLimits;
     bool mBroken = false;
     std::vector<uint8_t> mSegment;
     WMsg mMessage;

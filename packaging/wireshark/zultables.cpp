@@ -54,7 +54,7 @@ void writeConstants(std::ostream& out)
     writeConstant(out, "maxSegmentPayload", wmsg::kMaxSegmentPayload);
     writeConstant(out, "maxMessageBytes", wmsg::kMaxMessageBytes);
     writeConstant(out, "maxSegments", wmsg::kMaxSegments);
-    writeConstant(out, "maxAgeMs", static_cast<uint64_t>(WMsgReader::Limits().ageMs));
+    writeConstant(out, "maxAgeMs", static_cast<uint64_t>(wmsg::kMaxAgeMs));
     writeConstant(out, "wildcard", cObject::kWildcard);
     writeConstant(out, "rateUnchanged", cObject::kRateUnchanged);
 }

@@ -36,7 +36,8 @@ constexpr size_t kMaxSegmentPayload = kMaxSegmentSize - kHeaderSize;
 
 /// What a receiver accepts, and so what a sender may send.
 constexpr size_t kMaxMessageBytes = 1024 * 1024;
-constexpr size_t kMaxSegments = 1024;
+constexpr size_t kMaxSegments = 1024; ///< empty ones count
+constexpr int64_t kMaxAgeMs = 30000;  ///< from a message's first byte to its last
 
 /// The type of a ping and of its answer, which have the control flag.
 constexpr uint8_t kControlPing = 0;

@@ -60,7 +60,7 @@ WMsgReader::eResult WMsgReader::read(const uint8_t** data, size_t* size, int64_t
 
 int64_t WMsgReader::deadline() const
 {
-    return idle() ? std::numeric_limits<int64_t>::max() : mBegunMs + mLimits.ageMs + 1;
+    return idle() ? std::numeric_limits<int64_t>::max() : mBegunMs + wmsg::kMaxAgeMs + 1;
 }
 
 size_t WMsgReader::segmentLength() const { return wmsg::get32(mHeader.data() + 8); }
@@ -98,10 +98,10 @@ WStatus WMsgReader::checkContinuation() const
     if (wmsg::get16(mHeader.data() + 6) != mSegmentsUsed) {
         return WStatus::error("segment number", "is not the next one");
     }
-    if (mSegmentsUsed >= mLimits.segments) {
+    if (mSegmentsUsed >= wmsg::kMaxSegments) {
         return WStatus::error("segment number", "is beyond the permitted count");
     }
-    if (segmentLength() > mLimits.messageBytes - mMessage.payload.size()) {
+    if (segmentLength() > wmsg::kMaxMessageBytes - mMessage.payload.size()) {
         return WStatus::error("payload length", "makes the message too large");
     }
     if (mSegmentsUsed == 0) {
@@ -119,8 +119,8 @@ void WMsgReader::appendPayload(std::span<const uint8_t> bytes)
     std::vector<uint8_t>& payload = mMessage.payload;
     const size_t size = payload.size() + bytes.size();
     if (size > payload.capacity()) {
-        const size_t room = std::min(std::max(size, payload.capacity() * 2), mLimits.messageBytes);
-        payload.reserve(room <= kMaxDoubled ? room : mLimits.messageBytes);
+        const size_t room = std::min(std::max(size, payload.capacity() * 2), wmsg::kMaxMessageBytes);
+        payload.reserve(room <= kMaxDoubled ? room : wmsg::kMaxMessageBytes);
     }
     payload.insert(payload.end(), bytes.begin(), bytes.end());
     mPayloadLeft -= bytes.size();

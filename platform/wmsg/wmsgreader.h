@@ -18,22 +18,12 @@ public:
     /// A message that needs more room than this gets the room of the largest one.
     static constexpr size_t kMaxDoubled = 32 * 1024;
 
-    struct Limits
-    {
-        size_t messageBytes = wmsg::kMaxMessageBytes;
-        size_t segments = wmsg::kMaxSegments; ///< empty ones count
-        int64_t ageMs = 30000;                ///< from a message's first byte to its last
-    };
-
     enum eResult
     {
         MORE,    ///< all bytes are used and no message is complete
         MESSAGE, ///< a message is complete; bytes may be left: call again
         BROKEN   ///< status() says why
     };
-
-    WMsgReader() = default;
-    explicit WMsgReader(const Limits& limits) : mLimits(limits) {}
 
     /// Reads from the @p *size bytes at @p *data and moves both past what it used. @p nowMs is the time by
     /// any monotonic clock. On MESSAGE, @p *message has been replaced; the reader may reuse its former
@@ -63,7 +53,6 @@ private:
     bool has(uint8_t flag) const { return (mHeader[3] & flag) != 0; }
     size_t segmentLength() const;
 
-    Limits mLimits;
     WStatus mStatus = WStatus::ok();
 
     // The segment that is being received.

@@ -73,8 +73,6 @@ Bytes announceLength(Bytes segment, uint32_t length)
 /// A reader, and what came out of it.
 struct Reading
 {
-    explicit Reading(const WMsgReader::Limits& limits = {}) : reader(limits) {}
-
     WMsgReader::eResult feed(const Bytes& bytes, int64_t nowMs = 0)
     {
         const uint8_t* data = bytes.data();
@@ -293,25 +291,16 @@ TEST(WMsgReaderTest, SegmentOfAnotherMessageIsRefused)
 
 TEST(WMsgReaderTest, BytesOfAMessageAreLimited)
 {
-    WMsgReader::Limits limits;
-    limits.messageBytes = 5000;
-    for (const size_t size : {4999U, 5000U, 5001U}) {
+    for (const size_t size :
+         {wmsg::kMaxMessageBytes - 1, wmsg::kMaxMessageBytes, wmsg::kMaxMessageBytes + 1}) {
         SCOPED_TRACE(size);
-        Reading reading(limits);
-        const bool permitted = size <= limits.messageBytes;
+        Reading reading;
+        const bool permitted = size <= wmsg::kMaxMessageBytes;
         EXPECT_EQ(reading.feed(framesOf(messageOf(1, 1, size))),
                   permitted ? WMsgReader::MORE : WMsgReader::BROKEN);
         EXPECT_EQ(reading.messages.size(), permitted ? 1U : 0U);
         EXPECT_STREQ(reading.reader.status().field(), permitted ? nullptr : "payload length");
     }
-}
-
-TEST(WMsgReaderTest, LargestMessageIsAMebibyte)
-{
-    Reading reading;
-    EXPECT_EQ(reading.feed(framesOf(messageOf(1, 1, wmsg::kMaxMessageBytes))), WMsgReader::MORE);
-    EXPECT_EQ(reading.messages.size(), 1U);
-    EXPECT_EQ(reading.feed(framesOf(messageOf(1, 1, wmsg::kMaxMessageBytes + 1))), WMsgReader::BROKEN);
 }
 
 Bytes emptySegments(size_t count)
@@ -328,12 +317,10 @@ Bytes emptySegments(size_t count)
 
 TEST(WMsgReaderTest, SegmentsOfAMessageAreLimitedEmptyOnesToo)
 {
-    WMsgReader::Limits limits;
-    limits.segments = 10;
-    for (const size_t count : {9U, 10U, 11U}) {
+    for (const size_t count : {wmsg::kMaxSegments - 1, wmsg::kMaxSegments, wmsg::kMaxSegments + 1}) {
         SCOPED_TRACE(count);
-        Reading reading(limits);
-        const bool permitted = count <= limits.segments;
+        Reading reading;
+        const bool permitted = count <= wmsg::kMaxSegments;
         EXPECT_EQ(reading.feed(emptySegments(count)), permitted ? WMsgReader::MORE : WMsgReader::BROKEN);
         EXPECT_EQ(reading.messages.size(), permitted ? 1U : 0U);
         EXPECT_STREQ(reading.reader.status().field(), permitted ? nullptr : "segment number");
@@ -342,14 +329,12 @@ TEST(WMsgReaderTest, SegmentsOfAMessageAreLimitedEmptyOnesToo)
 
 TEST(WMsgReaderTest, AgeOfAMessageIsLimited)
 {
-    WMsgReader::Limits limits;
-    limits.ageMs = 1000;
     const WMsg message = messageOf(1, 5, 3000);
-    for (const int64_t age : {999, 1000, 1001}) {
+    for (const int64_t age : {wmsg::kMaxAgeMs - 1, wmsg::kMaxAgeMs, wmsg::kMaxAgeMs + 1}) {
         SCOPED_TRACE(age);
-        Reading reading(limits);
+        Reading reading;
         reading.feed(segmentOf(message, 0), 50);
-        const bool permitted = age <= limits.ageMs;
+        const bool permitted = age <= wmsg::kMaxAgeMs;
         EXPECT_EQ(reading.reader.overdue(50 + age), !permitted);
         EXPECT_EQ(reading.feed(segmentOf(message, 1), 50 + age),
                   permitted ? WMsgReader::MORE : WMsgReader::BROKEN);
@@ -359,23 +344,19 @@ TEST(WMsgReaderTest, AgeOfAMessageIsLimited)
 
 TEST(WMsgReaderTest, AgeCountsFromTheFirstByteWhateverComesAfter)
 {
-    WMsgReader::Limits limits;
-    limits.ageMs = 1000;
     const WMsg message = messageOf(1, 5, 3000);
-    Reading reading(limits);
+    Reading reading;
     reading.feed(segmentOf(message, 0), 0);
-    EXPECT_EQ(reading.feed(framesOf(WMsg::ping(false)), 900), WMsgReader::MORE);
-    EXPECT_EQ(reading.feed(segmentOf(message, 1), 1001), WMsgReader::BROKEN);
+    EXPECT_EQ(reading.feed(framesOf(WMsg::ping(false)), wmsg::kMaxAgeMs - 100), WMsgReader::MORE);
+    EXPECT_EQ(reading.feed(segmentOf(message, 1), wmsg::kMaxAgeMs + 1), WMsgReader::BROKEN);
 }
 
 TEST(WMsgReaderTest, OneByteBeginsAMessage)
 {
-    WMsgReader::Limits limits;
-    limits.ageMs = 1000;
-    Reading reading(limits);
+    Reading reading;
     reading.feed({0x5A}, 0);
-    EXPECT_FALSE(reading.reader.overdue(1000));
-    EXPECT_TRUE(reading.reader.overdue(1001));
+    EXPECT_FALSE(reading.reader.overdue(wmsg::kMaxAgeMs));
+    EXPECT_TRUE(reading.reader.overdue(wmsg::kMaxAgeMs + 1));
 }
 
 TEST(WMsgReaderTest, IdleReaderDoesNotAge)
@@ -400,15 +381,13 @@ TEST(WMsgReaderTest, MemoryGrowsWithTheBytesReceived)
 
 TEST(WMsgReaderTest, MemoryNeverExceedsTheLargestMessage)
 {
-    WMsgReader::Limits limits;
-    limits.messageBytes = 5000;
-    const Bytes bytes = framesOf(messageOf(1, 1, 5000));
+    const Bytes bytes = framesOf(messageOf(1, 1, wmsg::kMaxMessageBytes));
     const uint8_t* data = bytes.data();
     size_t size = bytes.size();
-    WMsgReader reader(limits);
+    WMsgReader reader;
     WMsg message;
     ASSERT_EQ(reader.read(&data, &size, 0, &message), WMsgReader::MESSAGE);
-    EXPECT_LE(message.payload.capacity(), limits.messageBytes);
+    EXPECT_LE(message.payload.capacity(), wmsg::kMaxMessageBytes);
 }
 
 TEST(WMsgReaderTest, BrokenStaysBroken)

@@ -378,6 +378,7 @@ TEST(ProtocolDocumentTest, LimitsAreThoseOfTheLibrary)
     EXPECT_EQ(wmsg::kMaxSegmentPayload, 2032U);
     EXPECT_EQ(wmsg::kMaxMessageBytes, 1048576U);
     EXPECT_EQ(wmsg::kMaxSegments, 1024U);
+    EXPECT_EQ(wmsg::kMaxAgeMs, 30000);
     EXPECT_EQ(wmsg::kMaxTextBytes, 65535U);
     for (const char* limit : {"| 2,048 bytes |", "| 2,032 bytes |", "| 1,048,576 bytes |", "| 1,024 |",
                               "| 65,535 bytes |", "| 30 seconds |"}) {
