@@ -278,7 +278,7 @@ def _state_name(state: Any) -> str:
 
 
 def _connect(path: Path) -> socket.socket | None:
-    """Connects to the socket. Returns None if nobody listens there yet."""
+    """Connects to the socket. Returns None if no program listens there yet."""
     directory = None
     address = str(path)
     if len(os.fsencode(path)) > _LONGEST_PATH:

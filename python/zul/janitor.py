@@ -92,7 +92,7 @@ class Program:
         try:
             self.channel.sendall(line.encode() + b"\n")
         except OSError:
-            pass  # Nobody listens any more.
+            pass  # The Python process has ended.
 
     def handle_channel(self) -> None:
         """Takes what came on the channel, or its end."""

@@ -115,11 +115,11 @@ class Stream:
                     return self._replies.popleft()
         finally:
             if not arrived:
-                self._abandoned += 1  # It may still come and belongs to nobody then.
+                self._abandoned += 1  # If it comes later, no command waits for it.
         raise ZulError(self._describe_end())
 
     def _take_abandoned(self) -> bool:
-        """Drops replies that nobody waits for any more. Returns whether another one is there."""
+        """Drops replies to commands that have timed out. Returns whether another one is there."""
         while self._abandoned and self._replies:
             self._replies.popleft()
             self._abandoned -= 1

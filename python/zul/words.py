@@ -15,8 +15,8 @@ FLOAT_FIELDS = frozenset({"gain", "offset", "sampledValue", "minimumValue", "max
 
 
 def quoted(text: str) -> str:
-    """The text as one word, in quotation marks if it needs them."""
-    plain = text and text.isprintable() and not any(mark in text for mark in ' "\\')
+    """The text as one word, in quotation marks if it were several words or a field without them."""
+    plain = text and text.isprintable() and not any(mark in text for mark in ' "=\\')
     return text if plain else json.dumps(text, ensure_ascii=False)
 
 

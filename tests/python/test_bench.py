@@ -101,8 +101,8 @@ def test_a_badge_is_read_as_it_is(gate: Bench, server: Server, code: str) -> Non
 
 
 def test_an_adhoc_event_is_sent(gate: Bench, server: Server) -> None:
-    gate.adhoc(7, "front door", "forced open")
-    server.expect_event("OBJ_ADHOC_EVENT", portId=7, eventLabel="front door", eventValue="forced open", within=30)
+    gate.adhoc(7, "front door", "forced=open")
+    server.expect_event("OBJ_ADHOC_EVENT", portId=7, eventLabel="front door", eventValue="forced=open", within=30)
 
 
 def test_what_the_server_set_is_an_event(gate: Bench, server: Server) -> None:

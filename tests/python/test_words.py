@@ -18,6 +18,7 @@ from zul.words import FLOAT_FIELDS, Value, condition, number, quoted, seconds
         ("4711 ANNA", '"4711 ANNA"'),
         ("", '""'),
         ('say "x"', '"say \\"x\\""'),
+        ("forced=open", '"forced=open"'),
         ("a\\b", '"a\\\\b"'),
         ("two\nlines", '"two\\nlines"'),
         ("Tür", "Tür"),
