@@ -62,7 +62,7 @@ void cScriptRun::scriptChanged(const sScriptEvent& event)
     }
 }
 
-/// Somebody has loaded another device, or the program ends anyway.
+/// Ends the program if it still runs: then a client of the control socket has loaded another device.
 void cScriptRun::endStopped()
 {
     if (thread()->loopLevel() > 0) {
@@ -73,7 +73,9 @@ void cScriptRun::endStopped()
 
 void cScriptRun::endWhenSent()
 {
-    const sLinkState link = mWindow.device()->linkState();
+    // The device may be gone: the end of a script is also told while the program stops.
+    const cDevice* device = mWindow.device();
+    const sLinkState link = device != nullptr ? device->linkState() : sLinkState();
     if (mDeadline.hasExpired() || link.state == sLinkState::OFF || link.waiting == 0) {
         mCheck.stop();
         QApplication::exit(mStatus);

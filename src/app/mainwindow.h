@@ -76,10 +76,10 @@ public:
     // For the control socket.
     bool connectTo(const std::optional<sHostPort>& server) override;
     bool replaceDevice(const QString& path) override;
+    size_t runningScripts() const override { return mScripts.running(); }
 
     /// Has @p call called when another device is the live one; the one before is gone then.
     void whenDeviceIsReplaced(std::function<void()> call) { mDeviceReplaced = std::move(call); }
-    size_t runningScripts() const override { return mScripts.running(); }
 
     /// The number of scripts that were started.
     size_t scriptCount() const { return mScripts.count(); }
@@ -91,7 +91,7 @@ public:
     /// The record in use; it lives as long as the window.
     const cConfig& config() const { return *mConfig; }
 
-    /// The panel in use, never null; the next load replaces it.
+    /// The panel in use; the next load replaces it. Null while that stops the scripts, and after shutDown().
     cDevice* device() const override { return mDevice; }
 
 signals:

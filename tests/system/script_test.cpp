@@ -184,7 +184,7 @@ void TestScript::aRunHandsOverWhatItSent()
 
 void TestScript::aRunDoesNotWaitForEver()
 {
-    // Nobody listens.
+    // No program listens at this port.
     run("receiver.setAnalogInput_Slot(1, 5); sender.exit(4);",
         {"--headless", "--ain", "1", "--server", "127.0.0.1:1"});
     QCOMPARE(mSimulator->waitForEnd(), 4);

@@ -4,6 +4,10 @@
 #include "qttestmain.h"
 #include "scriptedwindow.h"
 
+#include <QLoggingCategory>
+#include <atomic>
+#include <thread>
+
 namespace {
 
 const Counts kCounts{2, 2, 2, 2, 0};
@@ -19,6 +23,7 @@ private slots:
     void itWaitsTwoSecondsForALinkThatIsDown();
     void itDoesNotWaitForALinkThatIsOff();
     void aStoppedScriptEndsTheProgramWithOne();
+    void anEndMayBeToldWhenTheDeviceIsGone();
 };
 
 void TestScriptRun::itEndsWhenTheLinkHasTakenAll()
@@ -88,6 +93,31 @@ void TestScriptRun::aStoppedScriptEndsTheProgramWithOne()
     cScriptRun scriptRun(run.window(), false);
     QCOMPARE(scriptRun.start(run.home().write("a.js", "while (true) { }"), {}), QString());
     QCOMPARE(QApplication::exec(), 1);
+}
+
+void TestScriptRun::anEndMayBeToldWhenTheDeviceIsGone()
+{
+    static std::atomic<bool> ended = false;
+    QLoggingCategory::setFilterRules("zulbench.scripts.debug=true");
+    const QtMessageHandler former =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) {
+            ended = ended || text.startsWith("end ");
+        });
+    ScriptedWindow run(kCounts);
+    cScriptRun scriptRun(run.window(), false);
+    QStringList told;
+    connect(&run.window().scripts(), &cScripts::scriptChanged, this, [&](const sScriptEvent& event) {
+        told.append(QString::number(event.state) + (run.window().device() == nullptr ? " gone" : ""));
+    });
+    QCOMPARE(scriptRun.start(run.home().write("a.js", "1;"), {}), QString());
+    // The event loop, which would tell the end, does not run meanwhile.
+    while (!ended) {
+        std::this_thread::yield();
+    }
+    QVERIFY(run.window().shutDown());
+    qInstallMessageHandler(former);
+    QLoggingCategory::setFilterRules(QString());
+    QCOMPARE(told.last(), QString::number(sScriptEvent::ENDED) + " gone");
 }
 
 ZUL_QTEST(TestScriptRun)
