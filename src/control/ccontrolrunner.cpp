@@ -94,21 +94,9 @@ void cControlRunner::execute()
                            : unreadable("device", command.texts[0]));
     case Kind::SCRIPT:
         return startScript();
-    case Kind::EXPECT_GET:
-        return expectGet();
-    case Kind::EXPECT_EVENT:
-    case Kind::EXPECT_NO_EVENT:
-        return lookForEvent();
-    case Kind::WAIT_LINK_UP:
-    case Kind::WAIT_LINK_DOWN:
-        return checkLink();
-    case Kind::WAIT_SCRIPTS:
-        return mControlled->runningScripts() == 0 ? end({}) : void();
     case Kind::FORGET:
         mLog.clear();
         return end({});
-    case Kind::SLEEP:
-        return;
     case Kind::HELP:
         std::cerr << controlHelp() << std::flush;
         return end({.members = JsonPtr(json_pack("{s:o}", "text", textOf(controlHelp())))});
@@ -116,6 +104,35 @@ void cControlRunner::execute()
         end({});
         mQueue.clear();
         return onQuit();
+    default: // what waits
+        return look();
+    }
+}
+
+void cControlRunner::look()
+{
+    switch (mRun->command.kind) {
+    case Kind::EXPECT_GET:
+        return expectGet();
+    case Kind::EXPECT_EVENT:
+    case Kind::EXPECT_NO_EVENT:
+        return lookForEvent();
+    case Kind::CONNECT:
+    case Kind::WAIT_LINK_UP:
+    case Kind::WAIT_LINK_DOWN:
+        return checkLink();
+    case Kind::WAIT_SCRIPTS:
+        return mControlled->runningScripts() == 0 ? end({}) : void();
+    default:
+        return;
+    }
+}
+
+void cControlRunner::update()
+{
+    // A command that begins looks by itself.
+    if (mRun && !mBeginning) {
+        look();
     }
 }
 
@@ -195,54 +212,21 @@ void cControlRunner::startScript()
 void cControlRunner::setReceived(WMsg message)
 {
     mLog.add(0, std::move(message));
-    if (mRun && !mBeginning &&
-        (mRun->command.kind == Kind::EXPECT_EVENT || mRun->command.kind == Kind::EXPECT_NO_EVENT)) {
-        lookForEvent();
-    }
-}
-
-void cControlRunner::portChanged(const cObject& port)
-{
-    if (mRun && mRun->command.kind == Kind::EXPECT_GET && !mBeginning &&
-        port.getType() == mRun->command.type) {
-        expectGet();
-    }
-}
-
-void cControlRunner::linkChanged(const sLinkState& /*state*/)
-{
-    // A connect that begins looks by itself.
-    if (mRun && !mBeginning &&
-        (mRun->command.kind == Kind::CONNECT || mRun->command.kind == Kind::WAIT_LINK_UP ||
-         mRun->command.kind == Kind::WAIT_LINK_DOWN)) {
-        checkLink();
-    }
+    update();
 }
 
 void cControlRunner::scriptChanged(const sScriptEvent& event)
 {
-    if (!mRun || mBeginning) {
-        return;
-    }
-    if (mRun->command.kind == Kind::WAIT_SCRIPTS && mControlled->runningScripts() == 0) {
+    if (!mRun || mBeginning || mRun->command.kind != Kind::SCRIPT || mRun->script != event.script) {
+        update();
+    } else if (event.state == sScriptEvent::STARTED) {
         end({});
-    } else if (mRun->command.kind == Kind::SCRIPT && mRun->script == event.script) {
-        if (event.state == sScriptEvent::STARTED) {
-            end({});
-        } else {
-            const std::string place = event.line > 0 ? "Line " + std::to_string(event.line) + ": " : "";
-            const std::string error = event.error.toStdString();
-            end({.status = Reply::Status::FAILED,
-                 .error = place + (error.empty() ? "The script was stopped before it began." : error),
-                 .members = JsonPtr(event.line > 0 ? json_pack("{s:i}", "line", event.line) : nullptr)});
-        }
-    }
-}
-
-void cControlRunner::deviceReplaced()
-{
-    if (mRun && !mBeginning && mRun->command.kind == Kind::EXPECT_GET) {
-        expectGet();
+    } else {
+        const std::string place = event.line > 0 ? "Line " + std::to_string(event.line) + ": " : "";
+        const std::string error = event.error.toStdString();
+        end({.status = Reply::Status::FAILED,
+             .error = place + (error.empty() ? "The script was stopped before it began." : error),
+             .members = JsonPtr(event.line > 0 ? json_pack("{s:i}", "line", event.line) : nullptr)});
     }
 }
 

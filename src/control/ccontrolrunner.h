@@ -11,15 +11,13 @@
 #include "zulcommand/eventsearch.h"
 
 class cControlled;
-class cObject;
-struct sLinkState;
 struct sScriptEvent;
 
 /// Runs the commands of one client of the control socket, one after the other.
 class cControlRunner
 {
 public:
-    /// No further line is wanted while so many wait.
+    /// The runner is full() while so many lines wait.
     static constexpr size_t kMaxWaiting = 1000;
 
     /// @p controlled is borrowed.
@@ -48,10 +46,10 @@ public:
 
     /// The server has sent @p message, a set of one object.
     void setReceived(WMsg message);
-    void portChanged(const cObject& port);
-    void linkChanged(const sLinkState& state);
     void scriptChanged(const sScriptEvent& event);
-    void deviceReplaced();
+
+    /// A port, the link or the device has changed.
+    void update();
 
 private:
     using Reply = zulcommand::Reply;
@@ -72,6 +70,7 @@ private:
 
     void execute();
     Reply get() const;
+    void look();
     void expectGet();
     void lookForEvent();
     void checkLink();

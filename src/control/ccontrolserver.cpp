@@ -125,13 +125,13 @@ void cControlServer::setReceived(cObjectList& message)
 void cControlServer::portChanged(const cObjectPort& port)
 {
     writeLine(controllines::changedLine(port));
-    std::ranges::for_each(mClients, [&](auto& client) { client->runner.portChanged(port); });
+    std::ranges::for_each(mClients, [&](auto& client) { client->runner.update(); });
 }
 
 void cControlServer::linkChanged(const sLinkState& state)
 {
     writeLine(controllines::linkLine(state));
-    std::ranges::for_each(mClients, [&](auto& client) { client->runner.linkChanged(state); });
+    std::ranges::for_each(mClients, [&](auto& client) { client->runner.update(); });
 }
 
 void cControlServer::scriptChanged(const sScriptEvent& event)
@@ -147,6 +147,6 @@ void cControlServer::deviceReplaced()
 {
     if (mObserving) {
         mControlled->device()->addObserver(this);
-        std::ranges::for_each(mClients, [](auto& client) { client->runner.deviceReplaced(); });
+        std::ranges::for_each(mClients, [](auto& client) { client->runner.update(); });
     }
 }

@@ -48,7 +48,8 @@ bool connects(const sockaddr_un& address)
            errno == EAGAIN;
 }
 
-/// Binds @p fd, after the removal of a socket that nobody answers. Returns what is wrong, or an empty text.
+/// Binds @p fd. Removes a socket at the path first if no program listens at it. Returns the problem, or an
+/// empty text.
 std::string bindTo(int fd, const sockaddr_un& address)
 {
     const auto bind = [&] {
@@ -92,7 +93,7 @@ std::unique_ptr<cControlSocket> cControlSocket::make(const std::string& path, st
     if (const std::string wrong = bindTo(socket.get(), address); !wrong.empty()) {
         return fail(wrong);
     }
-    // Nobody can connect before listen(), so the mode is right in time.
+    // The kernel refuses clients before listen(), so no client connects with another mode.
     if (::chmod(address.sun_path, S_IRUSR | S_IWUSR) != 0) {
         const std::string reason = std::generic_category().message(errno);
         ::unlink(address.sun_path);

@@ -11,8 +11,8 @@
 class cControlSocket
 {
 public:
-    /// Makes the socket at @p path, for its owner alone (mode 0600). One that nobody answers is replaced.
-    /// Null on failure, with one sentence in @p *problem.
+    /// Makes the socket at @p path, for its owner alone (mode 0600). Replaces a socket if no program listens
+    /// at it. Returns null on failure, with one sentence in @p *problem.
     static std::unique_ptr<cControlSocket> make(const std::string& path, std::string* problem);
 
     /// Takes clients from now on; until then they are refused. Returns false if the system refuses it.

@@ -222,45 +222,43 @@ int cDevice::getDigitalOutputValue(int port) const { return mDigitalWiring.outpu
 
 int cDevice::getAnalogOutputValue(int port) const { return mAnalogWiring.output(port)->getCurrentSample(); }
 
-const cObjectPort* cDevice::findPort(eObjectTypes type, int port) const
+/// Calls @p visit with the list of the records of @p type; of another one with the device alone.
+template <class Visit>
+auto cDevice::visitRecords(eObjectTypes type, Visit visit) const
 {
-    const auto in = [port](const auto& list) -> const cObjectPort* {
-        return port >= 1 && port <= static_cast<int>(list.size()) ? list[static_cast<size_t>(port) - 1]
-                                                                  : nullptr;
-    };
     switch (type) {
     case OBJ_PORT_DIN:
-        return in(mDigitalInputList);
+        return visit(mDigitalInputList);
     case OBJ_PORT_DOUT:
-        return in(mDigitalOutputList);
+        return visit(mDigitalOutputList);
     case OBJ_PORT_AIN:
-        return in(mAnalogInputList);
+        return visit(mAnalogInputList);
     case OBJ_PORT_AOUT:
-        return in(mAnalogOutputList);
+        return visit(mAnalogOutputList);
+    case OBJ_ACCESS:
+        return visit(mAccessList);
+    case OBJ_CAPABILITY:
+        return visit(mCapabilityList);
     default:
-        return nullptr;
+        return visit(std::vector<const cDevice*>{this});
     }
+}
+
+const cObjectPort* cDevice::findPort(eObjectTypes type, int port) const
+{
+    return visitRecords(type, [port](const auto& list) -> const cObjectPort* {
+        if constexpr (std::is_convertible_v<decltype(list.front()), const cObjectPort*>) {
+            return port >= 1 && static_cast<size_t>(port) <= list.size() ? list[static_cast<size_t>(port) - 1]
+                                                                         : nullptr;
+        }
+        return nullptr;
+    });
 }
 
 std::vector<const cObject*> cDevice::records(eObjectTypes type) const
 {
-    const auto all = [](const auto& list) { return std::vector<const cObject*>(list.begin(), list.end()); };
-    switch (type) {
-    case OBJ_PORT_DIN:
-        return all(mDigitalInputList);
-    case OBJ_PORT_DOUT:
-        return all(mDigitalOutputList);
-    case OBJ_PORT_AIN:
-        return all(mAnalogInputList);
-    case OBJ_PORT_AOUT:
-        return all(mAnalogOutputList);
-    case OBJ_ACCESS:
-        return all(mAccessList);
-    case OBJ_CAPABILITY:
-        return all(mCapabilityList);
-    default:
-        return {this};
-    }
+    return visitRecords(
+        type, [](const auto& list) { return std::vector<const cObject*>(list.begin(), list.end()); });
 }
 
 void cDevice::handleObjectAction(cObjectList* msg)

@@ -187,6 +187,8 @@ private:
     void handleSet(cObjectList* msg);
     void startSampling();
 
+    template <class Visit>
+    auto visitRecords(eObjectTypes type, Visit visit) const;
     template <class Tell>
     void tellObservers(Tell tell) const;
     void checkPort(const cObjectPort& port);

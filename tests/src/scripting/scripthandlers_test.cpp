@@ -353,7 +353,7 @@ void TestScriptHandlers::aSlowScriptMissesTheOldestChanges()
             "  if (calls == 1024) tell(first + ' ' + previous + '>' + value); });"
             "tell('ready'); while (receiver.getDigitalInputValue(1) == 0) sender.sleep(1);");
     QTRY_COMPARE_WITH_TIMEOUT(run.told(), QString("ready"), 30000);
-    // This thread waits for nobody.
+    // These calls do not wait for the script.
     for (int i = 1; i <= 1024 + 3; ++i) {
         run.device().setAnalogInput_Slot(1, i % 100);
     }
