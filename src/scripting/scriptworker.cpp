@@ -155,7 +155,8 @@ sScriptEvent scriptWorker::evaluate(const QString& program, cScriptReceiver& rec
     QScriptEngine engine;
     show(&engine, "sender", this);
     show(&engine, "receiver", &receiver);
-    cScriptCallbacks callbacks(*mChanges);
+    cScriptChanges none(mFiles.first());
+    cScriptCallbacks callbacks(mChanges != nullptr ? *mChanges : none);
     mCallbacks = &callbacks;
     QTimer stopCheck;
     connect(&stopCheck, &QTimer::timeout, [&] {
@@ -254,7 +255,11 @@ uint scriptWorker::addHandler(const sScriptSubject& subject, const QScriptValue&
         return 0;
     }
     std::optional<uint64_t> last;
-    const auto watch = [&](cDevice& device) { last = mChanges->watch(device, subject); };
+    const auto watch = [&](cDevice& device) {
+        if (mChanges != nullptr) {
+            last = mChanges->watch(device, subject);
+        }
+    };
     if (!mReceiver->withDevice(*this, watch)) {
         return 0;
     }

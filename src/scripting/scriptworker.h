@@ -38,7 +38,8 @@ public:
     /// Calls @p report on the script's thread when the script starts and when it ends; it sets no number.
     void setReport(std::function<void(sScriptEvent)> report) { mReport = std::move(report); }
 
-    /// Where the changes come from that sender.on() is about; they outlive the script.
+    /// Where the changes come from that sender.on() is about; they outlive the script. Without them no port
+    /// is found there.
     void setChanges(cScriptChanges* changes) { mChanges = changes; }
 
     /// What sender.random() draws from.
