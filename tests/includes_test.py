@@ -26,6 +26,7 @@ LAYERS = {
     ],
     "src": [["common"], ["files"], ["ports"], ["device"], ["dialogs", "scripting", "control"], ["app"]],
     "server": [["io"], ["commands"], ["sessions"], ["report"], ["web"], ["app"]],
+    "fleet": [["report"], ["devices"], ["app"]],
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"')
@@ -52,7 +53,7 @@ def includes_of(tree):
             if not match:
                 continue
             name = pathlib.PurePath(match[1])
-            # A file of src is included by its name alone, of platform with its folder, of server with both.
+            # A file of src is included by its name alone, of platform with its folder, of others with both.
             for target in by_name.get(name.name, []):
                 near = len(name.parts) > 1 or target.parts[0] == path.parts[0]
                 if near and target.parts[-len(name.parts) :] == name.parts:

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include "fleet/report/fleetreport.h"
+
+namespace fleet {
+
+/// The report as a table for people, in lines.
+std::string reportTable(const FleetReport& report);
+
+} // namespace fleet
