@@ -1,15 +1,16 @@
 #include "zullink/linksession.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace {
 
 /// Answers to pings that are written at once, so that other messages get their turn.
-constexpr size_t kMaxPingBytes = 4096;
+constexpr size_t kMaxPingsAtOnce = 256;
 
-/// An output buffer that is larger is not kept.
-constexpr size_t kMaxKeptBytes = 16 * 1024;
+/// An output buffer that is larger is not kept once it is written, so that idle connections hold little.
+constexpr size_t kMaxKeptBytes = 256;
 
 constexpr char kNotReading[] = "it does not read what is sent to it";
 
@@ -44,15 +45,15 @@ void LinkSession::connected(int64_t nowMs)
 std::vector<LinkSession::AnswerHandler> LinkSession::drop(bool keepsMessages)
 {
     mConnected = false;
-    if (keepsMessages && mPartialSend && isWriting()) {
-        count(*mPartialSend, true);
-        mQueue.push_front(std::move(*mPartialSend));
+    if (keepsMessages && !mPartialSend.empty()) {
+        count(mPartialSend.front(), true);
+        mQueue.splice(mQueue.begin(), mPartialSend);
         trim();
     }
-    mPartialSend.reset();
+    mPartialSend.clear();
     mOutput = {};
     mWritten = 0;
-    mPings.clear();
+    mPings = {};
     mPingDue = false;
 
     std::vector<AnswerHandler> ended;
@@ -137,14 +138,15 @@ LinkSession::AnswerHandler LinkSession::takeHandler(uint8_t seq)
     if (handler == nullptr) {
         ++mUnmatched;
     }
-    const auto end = answered + 1;
-    const auto isOver = [this](const Entry& entry) {
-        if (entry.handler == nullptr) {
-            release(entry.message.seq);
+    const auto end = std::next(answered);
+    for (auto entry = mOutstanding.begin(); entry != end;) {
+        if (entry->handler == nullptr) {
+            release(entry->message.seq);
+            entry = mOutstanding.erase(entry);
+        } else {
+            ++entry;
         }
-        return entry.handler == nullptr;
-    };
-    mOutstanding.erase(std::remove_if(mOutstanding.begin(), end, isOver), end);
+    }
     return handler;
 }
 
@@ -237,7 +239,7 @@ void LinkSession::trim()
 uint64_t LinkSession::waitingEvents() const
 {
     return static_cast<uint64_t>(std::ranges::count(mQueue, eKind::EVENT, &Entry::kind)) +
-           (mPartialSend && isWriting() ? 1 : 0);
+           mPartialSend.size();
 }
 
 std::span<const uint8_t> LinkSession::output(int64_t nowMs)
@@ -256,41 +258,56 @@ void LinkSession::written(size_t size, int64_t nowMs)
 {
     mWritten += size;
     mLastWrittenMs = nowMs;
-}
-
-void LinkSession::fillOutput()
-{
+    if (isWriting()) {
+        return;
+    }
+    mPartialSend.clear();
     mOutput.clear();
     if (mOutput.capacity() > kMaxKeptBytes) {
         mOutput = {};
     }
     mWritten = 0;
-    mPartialSend.reset();
+}
+
+void LinkSession::fillOutput()
+{
     if (std::exchange(mPingDue, false)) {
         WMsg::ping(false).appendFrames(mOutput);
     }
-    for (; !mPings.empty() && mOutput.size() < kMaxPingBytes; mPings.pop_front()) {
-        WMsg answer = WMsg::ping(true);
-        answer.seq = mPings.front();
-        answer.appendFrames(mOutput);
-    }
+    fillPings();
     if (mQueue.empty()) {
         return;
     }
-    Entry entry = std::move(mQueue.front());
+    Entry& entry = mQueue.front();
     count(entry, false);
-    mQueue.pop_front();
     if (!std::exchange(entry.numbered, true)) {
         entry.message.seq = mNumbers->next(mTaken);
     }
     entry.message.appendFrames(mOutput);
-    if (entry.kind == eKind::EVENT) {
-        mPartialSend = std::move(entry);
-    } else if (entry.kind == eKind::REQUEST) {
+    if (entry.kind == eKind::REQUEST) {
         mTaken.set(entry.message.seq);
         mNumbers->acquire(entry.message.seq);
         entry.message.payload = {};
-        mOutstanding.push_back(std::move(entry));
+        mOutstanding.splice(mOutstanding.end(), mQueue, mQueue.begin());
+    } else if (entry.kind == eKind::EVENT) {
+        mPartialSend.splice(mPartialSend.end(), mQueue, mQueue.begin());
+    } else {
+        mQueue.pop_front();
+    }
+}
+
+/// Appends answers to pings.
+void LinkSession::fillPings()
+{
+    const size_t answered = std::min(mPings.size(), kMaxPingsAtOnce);
+    for (size_t i = 0; i < answered; ++i) {
+        WMsg answer = WMsg::ping(true);
+        answer.seq = mPings[i];
+        answer.appendFrames(mOutput);
+    }
+    mPings.erase(mPings.begin(), mPings.begin() + static_cast<std::ptrdiff_t>(answered));
+    if (mPings.empty()) {
+        mPings = {};
     }
 }
 

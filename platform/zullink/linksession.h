@@ -4,10 +4,9 @@
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <limits>
-#include <optional>
+#include <list>
 #include <span>
 #include <string>
 #include <utility>
@@ -185,12 +184,16 @@ private:
         AnswerHandler handler = nullptr; ///< null if the answer is not wanted
     };
 
+    /// A list, as it takes no memory while it is empty and an entry moves from one to another as it is.
+    using Entries = std::list<Entry>;
+
     bool isSound() const { return mConnected && mProblem.empty(); }
     bool isWriting() const { return mWritten < mOutput.size(); }
     void push(Entry entry);
     void count(const Entry& entry, bool added);
     void trim();
     void fillOutput();
+    void fillPings();
     AnswerHandler takeHandler(uint8_t seq);
     void release(uint8_t seq);
     std::vector<AnswerHandler> drop(bool keepsMessages);
@@ -213,13 +216,13 @@ private:
     bool mPinged = false; ///< since mLastReceivedMs
 
     // Requests.
-    std::deque<Entry> mOutstanding; ///< written at least in part, oldest first, without payload
-    std::bitset<256> mTaken;        ///< the numbers in mOutstanding
+    Entries mOutstanding;    ///< written at least in part, oldest first, without payload
+    std::bitset<256> mTaken; ///< the numbers in mOutstanding
     uint64_t mLastRequest = 0;
     uint64_t mUnmatched = 0;
 
     // Sending.
-    std::deque<Entry> mQueue;
+    Entries mQueue;
     size_t mQueueBytes = 0;  ///< of what this side originates
     size_t mAnswerBytes = 0; ///< of answers
     Dropped mDropped;
@@ -227,9 +230,9 @@ private:
 
     // Writing.
     bool mPingDue = false;
-    std::deque<uint8_t> mPings;        ///< numbers of the pings to be answered
-    std::vector<uint8_t> mOutput;      ///< control messages, then one other message
-    size_t mWritten = 0;               ///< of mOutput
-    std::optional<Entry> mPartialSend; ///< the event in mOutput, to be sent again if that is cut off
-    int64_t mLastWrittenMs = 0;        ///< or when mOutput was filled
+    std::vector<uint8_t> mPings;  ///< numbers of the pings to be answered
+    std::vector<uint8_t> mOutput; ///< control messages, then one other message
+    size_t mWritten = 0;          ///< of mOutput
+    Entries mPartialSend;         ///< the event in mOutput, to be sent again if that is cut off
+    int64_t mLastWrittenMs = 0;   ///< or when mOutput was filled
 };

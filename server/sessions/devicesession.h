@@ -1,9 +1,9 @@
 #pragma once
 
-#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "wcapture/capturefile.h"
 #include "zullink/asiodriver.h"
@@ -51,7 +51,7 @@ public:
         virtual void sessionDebug(const DeviceSession& session, const std::string& sentence) = 0;
     };
 
-    /// @p listener and @p numbers outlive the session.
+    /// @p settings, @p listener and @p numbers outlive the session.
     DeviceSession(boost::asio::ip::tcp::socket socket, const LinkSettings& settings, Listener* listener,
                   LinkNumbers* numbers);
     ~DeviceSession() override;
@@ -91,14 +91,14 @@ private:
     void closeAsUnknown() { mDriver->close("it does not say which device it is"); }
     void hold(WMsg&& message);
 
-    const LinkSettings mSettings;
+    const LinkSettings& mSettings;
     Listener* mListener;
     LinkTimer mAskTimer;
     LinkTimer mIdentifyTimer;
     std::shared_ptr<AsioDriver> mDriver;
     int mAsked = 0;
     std::optional<cObjectDevice> mDevice;
-    std::deque<WMsg> mHeld;
+    std::vector<WMsg> mHeld;
     size_t mHeldBytes = 0;
     bool mClosed = false;
 };
