@@ -6,6 +6,7 @@
 
 #include "wfile/atomicfile.h"
 #include "zulcommand/commandwords.h"
+#include "zulcommand/jsontext.h"
 
 namespace fleet {
 
@@ -305,13 +306,16 @@ EventCounts FleetReport::events() const
     return all;
 }
 
-JsonPtr toJson(const FleetReport& report)
+std::string reportText(const FleetReport& report)
 {
-    JsonPtr json(json_object());
+    const JsonPtr json(json_object());
     Writer writer(json.get());
     EventCounts all = report.events();
     visitReport(writer, all, report);
-    return json;
+    // Microseconds stay exact with 15 digits.
+    constexpr size_t kFlags = JSON_COMPACT | JSON_REAL_PRECISION(15);
+    const std::unique_ptr<char, decltype(&std::free)> text(json_dumps(json.get(), kFlags), &std::free);
+    return text ? text.get() : std::string();
 }
 
 std::optional<FleetReport> fromJson(const json_t* json, std::string* mistake)
@@ -331,12 +335,7 @@ WStatus checkReport(const std::string& path) { return cAtomicFile(path).check();
 
 WStatus writeReport(const FleetReport& report, const std::string& path)
 {
-    // Microseconds stay exact with 15 digits.
-    constexpr size_t kFlags = JSON_COMPACT | JSON_REAL_PRECISION(15);
-    const std::unique_ptr<char, decltype(&std::free)> text(json_dumps(toJson(report).get(), kFlags),
-                                                           &std::free);
-    return text ? cAtomicFile(path).write(std::string(text.get()) + "\n")
-                : WStatus::error("file", "Not enough memory");
+    return cAtomicFile(path).write(reportText(report) + "\n");
 }
 
 std::string writeMistake(const std::string& path, const WStatus& status)

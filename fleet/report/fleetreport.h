@@ -10,7 +10,6 @@
 #include "fleet/report/histogram.h"
 #include "fleet/report/shard.h"
 #include "wmsg/wstatus.h"
-#include "zulcommand/jsontext.h"
 
 namespace fleet {
 
@@ -105,15 +104,16 @@ struct FleetReport
     EventCounts events() const;
 };
 
-zulcommand::JsonPtr toJson(const FleetReport& report);
+/// The JSON in one line, without its end.
+std::string reportText(const FleetReport& report);
 
-/// Reads what toJson() wrote. Nothing if it is no report or contradicts itself; then *@p mistake says where.
+/// Reads the JSON of a report. Nothing if it is no report or contradicts itself; then *@p mistake says where.
 std::optional<FleetReport> fromJson(const json_t* json, std::string* mistake);
 
 /// An error if writeReport() could not replace or create the file now. Changes nothing.
 WStatus checkReport(const std::string& path);
 
-/// Replaces the file in one step.
+/// Replaces the file by the JSON in one step.
 WStatus writeReport(const FleetReport& report, const std::string& path);
 
 /// The sentence that @p path cannot be written.

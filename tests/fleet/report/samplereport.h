@@ -28,9 +28,3 @@ inline fleet::FleetReport sampleReport()
     report.limits = {20000, 28000};
     return report;
 }
-
-/// The text of the report's JSON.
-inline std::string textOf(const fleet::FleetReport& report)
-{
-    return zulcommand::dumped(fleet::toJson(report));
-}
