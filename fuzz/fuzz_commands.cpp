@@ -26,7 +26,8 @@ bool sameConditions(const zulcommand::Conditions& a, const zulcommand::Condition
 bool same(const Command& a, const Command& b)
 {
     return a.kind == b.kind && a.message.type == b.message.type && a.message.payload == b.message.payload &&
-           a.filter.deviceSerial == b.filter.deviceSerial && a.filter.objectType == b.filter.objectType &&
+           a.everyDevice == b.everyDevice && a.filter.deviceSerial == b.filter.deviceSerial &&
+           a.filter.peer == b.filter.peer && a.filter.objectType == b.filter.objectType &&
            sameBits(a.seconds, b.seconds) && sameConditions(a.filter.conditions, b.filter.conditions);
 }
 
@@ -68,6 +69,9 @@ void checkCommand(const Command& command)
     require(!command.filter.objectType || exchange || command.kind == Command::Kind::WAIT_EVENT ||
                 isExpectation(command),
             "only what is waited for has a type");
+    require(!command.everyDevice || (command.kind == Command::Kind::EXCHANGE &&
+                                     !command.filter.deviceSerial && !command.filter.peer),
+            "all devices are asked by a get or a set, and then none is named");
     checkConditions(command);
 }
 

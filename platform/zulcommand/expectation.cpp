@@ -109,9 +109,12 @@ Reply replyWith(const WMsg& message)
 
 Reply missedEvent(const MessageLog::Filter& filter, double seconds, const MessageLog& log, EventLine lineOf)
 {
-    const MessageLog::Latest all = log.latest({filter.deviceSerial, {}, {}}, kMaxInstead, kMaxInsteadBytes);
-    const MessageLog::Latest near =
-        log.latest({filter.deviceSerial, filter.objectType, {}}, kMaxInstead, kMaxInsteadBytes);
+    MessageLog::Filter wider;
+    wider.deviceSerial = filter.deviceSerial;
+    wider.peer = filter.peer;
+    const MessageLog::Latest all = log.latest(wider, kMaxInstead, kMaxInsteadBytes);
+    wider.objectType = filter.objectType;
+    const MessageLog::Latest near = log.latest(wider, kMaxInstead, kMaxInsteadBytes);
     Reply reply{.status = Reply::Status::FAILED,
                 .error = "No " + eventText(filter) + " came within " + secondsText(seconds),
                 .received = linesOf(near.all > 0 ? near : all, lineOf)};

@@ -31,11 +31,11 @@ bool hasObject(const WMsg& message, uint32_t type, const Conditions& conditions)
     return false;
 }
 
-void MessageLog::add(uint32_t deviceSerial, WMsg message)
+void MessageLog::add(uint32_t deviceSerial, WMsg message, std::string peer)
 {
     message.payload.shrink_to_fit();
     mPayloadBytes += message.payload.size();
-    mEntries.push_back({mAdded++, deviceSerial, std::move(message)});
+    mEntries.push_back({mAdded++, deviceSerial, std::move(message), std::move(peer)});
     while (mEntries.size() > mLimits.messages || mPayloadBytes > mLimits.payloadBytes) {
         mPayloadBytes -= mEntries.front().message.payload.size();
         mEntries.pop_front();
@@ -94,6 +94,7 @@ MessageLog::Entries::const_iterator MessageLog::search(const Filter& filter, uin
 bool MessageLog::matches(const Filter& filter, const Entry& entry)
 {
     return (!filter.deviceSerial || *filter.deviceSerial == entry.deviceSerial) &&
+           (!filter.peer || *filter.peer == entry.peer) &&
            (!filter.objectType || hasObject(entry.message, *filter.objectType, filter.conditions));
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <optional>
+#include <string>
 
 #include "wmsg/wmsg.h"
 #include "zulcommand/condition.h"
@@ -27,8 +28,9 @@ public:
     struct Filter
     {
         std::optional<uint32_t> deviceSerial;
-        std::optional<uint32_t> objectType; ///< of at least one of its objects
-        Conditions conditions;              ///< for the same object; they need an objectType
+        std::optional<uint32_t> objectType;   ///< of at least one of its objects
+        Conditions conditions;                ///< for the same object; they need an objectType
+        std::optional<std::string> peer = {}; ///< "ADDRESS:PORT"
     };
 
     struct Entry
@@ -36,6 +38,7 @@ public:
         uint64_t id; ///< the value of added() before
         uint32_t deviceSerial;
         WMsg message;
+        std::string peer;
     };
 
     /// The latest messages that match.
@@ -48,8 +51,9 @@ public:
     MessageLog() = default;
     explicit MessageLog(const Limits& limits) : mLimits(limits) {}
 
-    /// Appends @p message and drops the oldest ones beyond the limits.
-    void add(uint32_t deviceSerial, WMsg message);
+    /// Appends @p message and drops the oldest ones beyond the limits. @p peer is the other end of the
+    /// connection that it came over; empty if there is only one.
+    void add(uint32_t deviceSerial, WMsg message, std::string peer = {});
 
     /// Moves the earliest message that matches, of those added since added() was @p since, into @p *message.
     /// False if there is none.

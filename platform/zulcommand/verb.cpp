@@ -4,6 +4,7 @@
 
 #include "zulcommand/expectation.h"
 #include "zulcommand/jsontext.h"
+#include "zullink/hostport.h"
 #include "zulobj/recordfactory.h"
 
 namespace zulcommand {
@@ -30,6 +31,28 @@ void readObjectType(CommandWords* words, MessageLog::Filter* filter)
                              : parseNumber(word);
     if (!filter->objectType) {
         words->fail(quote(word) + " is no type of an object.");
+    }
+}
+
+void readDevice(CommandWords* words, bool every, CommandBase* command)
+{
+    MessageLog::Filter& filter = command->filter;
+    filter.peer = words->text("peer");
+    if (filter.peer && !parseHostPort(*filter.peer)) {
+        words->fail("peer is not ADDRESS:PORT: " + quote(*filter.peer) + ".");
+    }
+    const std::optional<std::string> device = words->text("device");
+    command->everyDevice = device == "*";
+    if (!device || command->everyDevice) {
+        if (command->everyDevice && (!every || filter.peer)) {
+            words->fail(every ? "The command takes either device=* or peer=ADDRESS:PORT."
+                              : "The command takes one device, not device=*.");
+        }
+        return;
+    }
+    filter.deviceSerial = parseNumber(*device);
+    if (!filter.deviceSerial) {
+        words->fail(numberMistake("device", *device, 0, kMaxNumber));
     }
 }
 

@@ -16,6 +16,9 @@ struct CommandBase
     /// The device that the command names, and the object that it waits for.
     MessageLog::Filter filter;
 
+    /// True for "device=*": the command means all devices at the same time.
+    bool everyDevice = false;
+
     /// How long to wait or sleep.
     double seconds = 0.0;
 };
@@ -28,15 +31,19 @@ struct Verb
     typename Command::Kind kind; ///< unless `read` says another
     void (*read)(CommandWords*, Command*);
     const char* help;                ///< lines
-    bool namesDevice = false;        ///< takes device=SERIAL
+    bool namesDevice = false;        ///< takes device=SERIAL and peer=ADDRESS:PORT
     const char* timeField = nullptr; ///< says how long the command waits
     double seconds = 0.0;            ///< how long it waits without that field
+    bool namesEveryDevice = false;   ///< takes device=* too
 };
 
 // For a Verb's `read`. A mistake is kept in @p *words.
 
 /// The type of an object, by name or number, if there is a further word.
 void readObjectType(CommandWords* words, MessageLog::Filter* filter);
+
+/// The fields "device" and "peer". "device=*" is a mistake unless @p every.
+void readDevice(CommandWords* words, bool every, CommandBase* command);
 
 /// The number of seconds that "sleep" takes.
 void readSleep(CommandWords* words, CommandBase* command);
@@ -90,7 +97,7 @@ std::string readCommand(const std::string& line, std::span<const Verb<Command>> 
         }
         command->kind = verb.kind;
         if (verb.namesDevice) {
-            command->filter.deviceSerial = words.number("device");
+            readDevice(&words, verb.namesEveryDevice, command);
         }
         if (verb.timeField != nullptr) {
             command->seconds = readTime(&words, verb.timeField, verb.seconds);

@@ -38,6 +38,7 @@ Application::Application(Options options, const LinkSettings& settings, const St
       mSignals(mIo),
       mTimer(mIo)
 {
+    mConsole.setQuiet(mOptions.quiet);
     mConsole.output().onWritable = [this] { mSessions.resumeReading(); };
     mConsole.output().onWriteFailed = [this](const std::string& reason) {
         failRun("Standard output cannot be written: " + reason + ".");

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include "server/app/application.h"
@@ -20,6 +21,16 @@ void fillStandardStreams()
         opened = ::open("/dev/null", O_RDONLY);
     }
     ::close(opened);
+}
+
+/// Allows as many descriptors as the system grants; each connection takes one.
+void raiseDescriptorLimit()
+{
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
+        limit.rlim_cur = limit.rlim_max;
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+    }
 }
 
 std::string boostVersion()
@@ -54,6 +65,7 @@ int serve(const server::Options& options)
 int main(int argc, char** argv)
 {
     fillStandardStreams();
+    raiseDescriptorLimit();
     // The prompt takes the user's characters; numbers keep their point.
     std::setlocale(LC_CTYPE, "");
     std::signal(SIGPIPE, SIG_IGN);

@@ -1,12 +1,14 @@
 #include "server/app/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <sstream>
 
+#include "server/io/jsonline.h"
 #include "zulcommand/commandwords.h"
 
 namespace server {
@@ -49,6 +51,8 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
     add("--junit", &options->junit, "FILE", "Write a report of the run to this file, as JUnit XML");
     add("--capture", &options->capture, "FILE",
         "Record what devices and server exchange in this file (pcapng)");
+    add("--quiet", &options->quiet, "EVENT", "Leave out the lines of this event; may be given again")
+        ->allow_extra_args(false);
     app->add_flag("--verbose", options->verbose, "Say more on standard error");
 }
 
@@ -94,6 +98,11 @@ std::string check(const CLI::App& app, const RawOptions& raw, Options* options)
     options->timeout = parseSeconds(raw.timeout);
     if (app.count("--timeout") > 0 && options->timeout.value_or(0.0) == 0.0) {
         return "--timeout is not a number of seconds above 0 and up to 86400: " + quote(raw.timeout) + ".";
+    }
+    for (const std::string& event : options->quiet) {
+        if (std::ranges::find(kEvents, event) == kEvents.end()) {
+            return "--quiet: there is no event " + quote(event) + ".";
+        }
     }
     const bool fileGiven = app.count("--commands") > 0;
     options->commandsGiven = fileGiven || app.count("--command") > 0;

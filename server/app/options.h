@@ -22,6 +22,7 @@ struct Options
     std::optional<double> timeout;      ///< seconds
     std::optional<std::string> capture; ///< the file that records the links
     bool verbose = false;
+    std::vector<std::string> quiet;   ///< the events whose lines are left out
     std::optional<std::string> junit; ///< the file of the report
 };
 

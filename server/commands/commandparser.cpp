@@ -50,7 +50,7 @@ void readExpect(CommandWords* words, Command* command)
 
 void readDrop(CommandWords* words, Command* command)
 {
-    if (!command->filter.deviceSerial) {
+    if (!command->filter.deviceSerial && !command->filter.peer) {
         words->failWithout("device");
     }
 }
@@ -75,14 +75,14 @@ constexpr Verb<Command> kVerbs[] = {
      "get din|dout|ain|aout [PORT|*] [serial=N] [portType=N]\n"
      "get sample PORT SEQ [serial=N]\n"
      "get object=N [serial=N]\n",
-     true, "timeout", 5.0},
+     true, "timeout", 5.0, true},
     {"set", Command::Kind::EXCHANGE, readSet,
      "set din PORT|* default=high|low [serial=N]\n"
      "set dout PORT|* [state=high|low] [default=high|low] [serial=N]\n"
      "set ain PORT|* [rate=N] [gain=F] [offset=F] [serial=N]\n"
      "set aout PORT|* value=F [serial=N]\n"
      "set object=N [serial=N]\n",
-     true, "timeout", 5.0},
+     true, "timeout", 5.0, true},
     {"wait", Command::Kind::WAIT_EVENT, readWait,
      "wait event [OBJECT-TYPE]\n"
      "wait device\n"
@@ -95,6 +95,7 @@ constexpr Verb<Command> kVerbs[] = {
      true, "within", 10.0},
     {"forget", Command::Kind::FORGET, readNothing, "forget\n"},
     {"drop", Command::Kind::DROP, readDrop, "drop device=SERIAL\n", true},
+    {"devices", Command::Kind::DEVICES, readNothing, "devices\n"},
     {"case", Command::Kind::CASE, readNothing, "case NAME\n"},
     {"send", Command::Kind::SEND, readSend, "send type=N\n", true},
     {"sleep", Command::Kind::SLEEP, readPause, "sleep S\n"},
@@ -128,7 +129,9 @@ std::string commandHelp()
            "get and set wait 5 seconds for the answer, wait waits 10; timeout=S changes that.\n"
            "expect looks for 10 seconds; within=S changes that. NAME=VALUE is a field as the lines print "
            "it.\n"
-           "device=SERIAL picks one of several devices in get, set, wait, expect, send and drop.\n";
+           "device=SERIAL picks one of several devices in get, set, wait, expect, send and drop.\n"
+           "peer=ADDRESS:PORT picks one of several with the same serial.\n"
+           "device=* asks all devices at the same time in get and set.\n";
 }
 
 } // namespace server

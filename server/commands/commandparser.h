@@ -22,6 +22,7 @@ struct Command : zulcommand::CommandBase
         EXPECT_ANSWER, ///< send a message again and again until its answer is as expected
         FORGET,        ///< the messages and the ended connections so far
         DROP,          ///< close the connection of a device
+        DEVICES,       ///< count them
         CASE,          ///< begin a case of the report
         SLEEP,
         HELP,

@@ -28,6 +28,9 @@ void writeWithoutWaiting(int fd, const std::string& text)
 
 void Console::line(const JsonPtr& json)
 {
+    if (!shows(json_string_value(json_object_get(json.get(), "event")))) {
+        return;
+    }
     const std::string text = lineText(json, std::chrono::system_clock::now());
     onLine(text);
     writeBesidePrompt([&] { mOutput.writeLine(text); });

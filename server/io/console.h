@@ -1,7 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "server/io/nonblockinglinewriter.h"
 #include "server/io/prompt.h"
@@ -26,7 +30,13 @@ public:
     /// Called with each line, before it is written.
     std::function<void(const std::string&)> onLine = [](const std::string&) {};
 
-    /// Writes @p json, with the time of now, as one line.
+    /// Leaves out the lines whose "event" is one of @p events.
+    void setQuiet(std::vector<std::string> events) { mQuiet = std::move(events); }
+
+    /// False if lines with this "event" are left out, so that they need not be made.
+    bool shows(std::string_view event) const { return std::ranges::find(mQuiet, event) == mQuiet.end(); }
+
+    /// Writes @p json, with the time of now, as one line, unless it is left out.
     void line(const zulcommand::JsonPtr& json);
 
     /// Writes the program's name and @p sentence as one line; drops it if the error stream takes nothing.
@@ -42,6 +52,7 @@ private:
     NonBlockingLineWriter mOutput;
     int mErrorFd;
     bool mVerbose;
+    std::vector<std::string> mQuiet;
     Prompt* mPrompt = nullptr;
 };
 

@@ -32,6 +32,15 @@ JsonPtr messageLine(uint32_t deviceSerial, const cObjectList& message)
     return line;
 }
 
+JsonPtr answerLine(const std::string& peer, uint32_t deviceSerial, const cObjectList& answer)
+{
+    JsonPtr line(json_pack("{s:s, s:o, s:I}", "event", "answer", "peer", textOf(peer), "deviceSerial",
+                           json_int_t{deviceSerial}));
+    const JsonPtr list(answer.getJSONObj());
+    json_object_update(line.get(), list.get());
+    return line;
+}
+
 JsonPtr disconnectedLine(const std::string& peer, const cObjectDevice* device, const std::string& reason)
 {
     return JsonPtr(json_pack(

@@ -88,6 +88,7 @@ void CommandRunner::execute()
 {
     switch (mRun->command.kind) {
     case Command::Kind::EXCHANGE:
+        return mRun->command.everyDevice ? askAll() : exchange();
     case Command::Kind::EXPECT_ANSWER:
         return exchange();
     case Command::Kind::SEND:
@@ -98,6 +99,8 @@ void CommandRunner::execute()
             end({});
         }
         return;
+    case Command::Kind::DEVICES:
+        return end(counts());
     case Command::Kind::HELP:
         mConsole.text(commandHelp());
         return end({.members = JsonPtr(json_pack("{s:o}", "text", textOf(commandHelp())))});
@@ -127,34 +130,51 @@ void CommandRunner::sessionsChanged()
     case Command::Kind::EXPECT_NO_EVENT:
         return lookForUnwantedEvent();
     case Command::Kind::WAIT_DEVICE:
-        if (const auto found = mSessions.matching(mRun->command.filter.deviceSerial); !found.empty()) {
+        if (const auto found = mSessions.matching(mRun->command.filter, 1); !found.empty()) {
             end(replyWithDevice(*found.front()->device()));
         }
         return;
     case Command::Kind::WAIT_DISCONNECTED:
-        if (const auto ended = mSessions.takeEnded(mRun->command.filter.deviceSerial)) {
-            end(*ended ? replyWithDevice(**ended) : Reply());
-        }
-        return;
+        return lookForEnd();
     default:
         return;
     }
 }
 
+void CommandRunner::lookForEnd()
+{
+    if (const auto ended = mSessions.takeEnded(mRun->command.filter, mRun->endedUpTo)) {
+        end(ended->device ? replyWithDevice(*ended->device) : Reply());
+    } else {
+        mRun->endedUpTo = mSessions.ended();
+    }
+}
+
+Reply CommandRunner::counts()
+{
+    const DeviceSessions::Counts counts = mSessions.counts();
+    return {.members = JsonPtr(
+                json_pack("{s:I, s:I, s:f, s:f}", "connected", static_cast<json_int_t>(counts.connected),
+                          "identified", static_cast<json_int_t>(counts.identified), "connectsPerSecond",
+                          counts.connectsPerSecond, "messagesPerSecond", counts.messagesPerSecond))};
+}
+
 /// The only device that the running command can mean. If there is none, the command ends in an error.
 DeviceSessions::SessionPtr CommandRunner::pickDevice()
 {
-    const std::optional<uint32_t> serial = mRun->command.filter.deviceSerial;
-    const std::vector<DeviceSessions::SessionPtr> found = mSessions.matching(serial);
+    const MessageLog::Filter& filter = mRun->command.filter;
+    const std::vector<DeviceSessions::SessionPtr> found = mSessions.matching(filter, 2);
     if (found.size() == 1) {
         return found.front();
     }
-    const std::string withSerial = serial ? " with the serial " + std::to_string(*serial) : "";
+    const std::string which =
+        (filter.deviceSerial ? " with the serial " + std::to_string(*filter.deviceSerial) : "") +
+        (filter.peer ? " at " + *filter.peer : "");
     if (found.empty()) {
-        fail("No device" + withSerial + " is connected.");
+        fail("No device" + which + " is connected.");
     } else {
-        fail("Several devices" + withSerial + " are connected" +
-             (serial ? "." : ": pick one with device=SERIAL."));
+        fail("Several devices" + which + " are connected" +
+             (which.empty() ? ": pick one with device=SERIAL." : "."));
     }
     return nullptr;
 }
@@ -185,14 +205,48 @@ void CommandRunner::answered(const WMsg* answer)
         return;
     }
     Reply reply = replyWith(*answer);
-    const auto& [device, objectType, conditions] = mRun->command.filter;
+    const MessageLog::Filter& filter = mRun->command.filter;
     if (reply.status != Reply::Status::OK || mRun->command.kind == Command::Kind::EXCHANGE ||
-        hasObject(*answer, *objectType, conditions)) {
+        hasObject(*answer, *filter.objectType, filter.conditions)) {
         end(reply);
     } else {
         mRun->lastAnswer = std::move(reply);
         ++mRun->answers;
         wakeUp(&mAskTimer, kAskAgainPause, &CommandRunner::exchange);
+    }
+}
+
+void CommandRunner::askAll()
+{
+    const std::vector<DeviceSessions::SessionPtr> devices = mSessions.matching({});
+    if (devices.empty()) {
+        return fail("No device is connected.");
+    }
+    mRun->round.ask(devices, mRun->command.message,
+                    [this, id = mRun->id](const DeviceSession& session, const WMsg* answer) {
+                        if (mRun && mRun->id == id) {
+                            answeredOne(session, answer);
+                        }
+                    });
+    endRoundIfOver();
+}
+
+/// Counts the answer of one of all devices, and prints it.
+void CommandRunner::answeredOne(const DeviceSession& session, const WMsg* answer)
+{
+    cObjectList list;
+    const bool understood = answer != nullptr && list.decode(*answer).isOk();
+    mRun->round.count(understood);
+    if (understood && mConsole.shows("answer")) {
+        mConsole.line(answerLine(session.peer(), session.device()->getDeviceSerial(), list));
+    }
+    endRoundIfOver();
+}
+
+void CommandRunner::endRoundIfOver()
+{
+    if (mRun->round.isOver()) {
+        end(mRun->round.reply(mRun->command.seconds));
     }
 }
 
@@ -235,7 +289,8 @@ void CommandRunner::wakeUp(boost::asio::steady_timer* timer, std::chrono::durati
 
 void CommandRunner::timeUp()
 {
-    const auto& [filter, seconds] = static_cast<const CommandBase&>(mRun->command);
+    const MessageLog::Filter& filter = mRun->command.filter;
+    const double seconds = mRun->command.seconds;
     const auto timedOut = [this](const char* what) {
         fail(what + (" within " + secondsText(mRun->command.seconds)) + ".", Reply::Status::TIMEOUT);
     };
@@ -254,7 +309,8 @@ void CommandRunner::timeUp()
     case Command::Kind::WAIT_DISCONNECTED:
         return timedOut("No such connection ended");
     default:
-        return timedOut("The device did not answer");
+        return mRun->command.everyDevice ? end(mRun->round.reply(seconds))
+                                         : timedOut("The device did not answer");
     }
 }
 
@@ -286,7 +342,11 @@ void CommandRunner::end(const Reply& reply)
 
 void CommandRunner::fail(const std::string& sentence, Reply::Status status)
 {
-    end({.status = status, .error = sentence});
+    Reply reply{.status = status, .error = sentence};
+    if (mRun->command.everyDevice) {
+        reply.members = mRun->round.reply(mRun->command.seconds).members;
+    }
+    end(reply);
 }
 
 } // namespace server

@@ -12,6 +12,7 @@
 
 #include "server/commands/commandparser.h"
 #include "server/io/console.h"
+#include "server/sessions/deviceround.h"
 #include "server/sessions/devicesessions.h"
 #include "zulcommand/eventsearch.h"
 
@@ -83,19 +84,26 @@ private:
         std::weak_ptr<DeviceSession> session; ///< of the device that should answer
         uint64_t request = 0;                 ///< the number for giveUp()
         zulcommand::EventSearch search;
+        uint64_t endedUpTo = 0;       ///< connections that ended before this one are not looked for again
         size_t answers = 0;           ///< that were not as expected
         zulcommand::Reply lastAnswer; ///< the last of them
+        DeviceRound round;            ///< of a request to all devices
     };
 
     void startNext();
     void begin();
     void execute();
     DeviceSessions::SessionPtr pickDevice();
+    zulcommand::Reply counts();
     void exchange();
     void answered(const WMsg* answer);
+    void askAll();
+    void endRoundIfOver();
+    void answeredOne(const DeviceSession& session, const WMsg* answer);
     void send();
     void lookForEvent();
     void lookForUnwantedEvent();
+    void lookForEnd();
 
     void wakeUp(boost::asio::steady_timer* timer, std::chrono::duration<double> after,
                 void (CommandRunner::*then)());

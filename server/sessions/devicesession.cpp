@@ -22,9 +22,10 @@ const cObjectDevice* deviceIn(cObjectList* list)
 } // namespace
 
 DeviceSession::DeviceSession(boost::asio::ip::tcp::socket socket, const LinkSettings& settings,
-                             Listener* listener, LinkNumbers* numbers)
+                             Listener* listener, LinkNumbers* numbers, uint64_t number)
     : mSettings(settings),
       mListener(listener),
+      mNumber(number),
       mAskTimer(socket.get_executor()),
       mIdentifyTimer(socket.get_executor())
 {

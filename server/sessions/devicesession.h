@@ -51,9 +51,9 @@ public:
         virtual void sessionDebug(const DeviceSession& session, const std::string& sentence) = 0;
     };
 
-    /// @p settings, @p listener and @p numbers outlive the session.
+    /// @p settings, @p listener and @p numbers outlive the session. @p number counts the sessions.
     DeviceSession(boost::asio::ip::tcp::socket socket, const LinkSettings& settings, Listener* listener,
-                  LinkNumbers* numbers);
+                  LinkNumbers* numbers, uint64_t number);
     ~DeviceSession() override;
 
     void start();
@@ -76,6 +76,9 @@ public:
 
     const std::string& peer() const { return mDriver->peer(); }
 
+    /// Rises in the order of connecting.
+    uint64_t number() const { return mNumber; }
+
     /// The record of the device, once it has sent it.
     const std::optional<cObjectDevice>& device() const { return mDevice; }
 
@@ -93,6 +96,7 @@ private:
 
     const LinkSettings& mSettings;
     Listener* mListener;
+    const uint64_t mNumber;
     LinkTimer mAskTimer;
     LinkTimer mIdentifyTimer;
     std::shared_ptr<AsioDriver> mDriver;

@@ -9,41 +9,42 @@ namespace server {
 
 namespace {
 
-bool isMeant(const std::optional<cObjectDevice>& device, std::optional<uint32_t> serial)
+bool isMeant(const DeviceSessions::Ended& ended, const DeviceSessions::Filter& filter)
 {
-    return !serial || (device && *serial == device->getDeviceSerial());
+    const auto& [id, peer, device] = ended;
+    return (!filter.peer || *filter.peer == peer) &&
+           (!filter.deviceSerial || (device && *filter.deviceSerial == device->getDeviceSerial()));
 }
 
 } // namespace
 
 void DeviceSessions::add(boost::asio::ip::tcp::socket socket)
 {
-    auto session = std::make_shared<DeviceSession>(std::move(socket), mSettings,
-                                                   static_cast<DeviceSession::Listener*>(this), &mNumbers);
-    mSessions.push_back(session);
+    auto session = std::make_shared<DeviceSession>(
+        std::move(socket), mSettings, static_cast<DeviceSession::Listener*>(this), &mNumbers, ++mConnections);
+    mSessions.emplace(session.get(), session);
+    mConnects.add(linkNowMs());
     mConsole.line(connectedLine(session->peer()));
     session->start();
 }
 
-std::vector<DeviceSessions::SessionPtr> DeviceSessions::matching(std::optional<uint32_t> serial) const
+DeviceSessions::Counts DeviceSessions::counts()
 {
-    std::vector<SessionPtr> found;
-    std::ranges::copy_if(mSessions, std::back_inserter(found), [serial](const SessionPtr& session) {
-        return session->device() && isMeant(session->device(), serial);
-    });
-    return found;
+    const int64_t nowMs = linkNowMs();
+    return {mSessions.size(), mIndex.size(), mConnects.perSecond(nowMs), mMessages.perSecond(nowMs)};
 }
 
-std::optional<DeviceSessions::Ended> DeviceSessions::takeEnded(std::optional<uint32_t> serial)
+std::optional<DeviceSessions::Ended> DeviceSessions::takeEnded(const Filter& filter, uint64_t since)
 {
+    const auto begin = std::ranges::lower_bound(mEnded, since, {}, &Ended::id);
     const auto found =
-        std::ranges::find_if(mEnded, [serial](const Ended& device) { return isMeant(device, serial); });
+        std::find_if(begin, mEnded.end(), [&filter](const Ended& ended) { return isMeant(ended, filter); });
     if (found == mEnded.end()) {
         return std::nullopt;
     }
-    const Ended device = std::move(*found);
+    Ended ended = std::move(*found);
     mEnded.erase(found);
-    return device;
+    return ended;
 }
 
 void DeviceSessions::forget()
@@ -54,8 +55,12 @@ void DeviceSessions::forget()
 
 void DeviceSessions::resumeReading()
 {
-    // Reading may close a session and so change the list.
-    const std::vector<SessionPtr> sessions = mSessions;
+    // Reading may close a session and so change the map.
+    std::vector<SessionPtr> sessions;
+    sessions.reserve(mSessions.size());
+    for (const auto& each : mSessions) {
+        sessions.push_back(each.second);
+    }
     for (const SessionPtr& session : sessions) {
         session->resumeReading();
     }
@@ -63,6 +68,7 @@ void DeviceSessions::resumeReading()
 
 void DeviceSessions::sessionIdentified(DeviceSession& session)
 {
+    mIndex.add(&session);
     mConsole.line(deviceLine(session.peer(), *session.device()));
     onChange();
 }
@@ -77,18 +83,21 @@ void DeviceSessions::sessionMessage(DeviceSession& session, WMsg&& message)
         return;
     }
     const uint32_t serial = session.device()->getDeviceSerial();
-    mConsole.line(messageLine(serial, list));
-    mLog.add(serial, std::move(message));
+    mMessages.add(linkNowMs());
+    if (mConsole.shows("message")) {
+        mConsole.line(messageLine(serial, list));
+    }
+    mLog.add(serial, std::move(message), session.peer());
     onChange();
 }
 
 void DeviceSessions::sessionClosed(DeviceSession& session, const std::string& reason)
 {
-    const auto found = std::ranges::find(mSessions, &session, &SessionPtr::get);
+    mIndex.remove(&session);
     // Functions of the session are on the stack, so it is destroyed later.
-    boost::asio::post(mIo, [ended = std::move(*found)] {});
-    mSessions.erase(found);
-    const Ended& device = mEnded.emplace_back(session.device());
+    boost::asio::post(mIo, [ended = mSessions.extract(&session)] {});
+    const std::optional<cObjectDevice>& device = session.device();
+    mEnded.push_back({mEndedCount++, session.peer(), device});
     mConsole.line(disconnectedLine(session.peer(), device ? &*device : nullptr, reason));
     if (mEnded.size() > kMaxEnded) {
         mEnded.pop_front();

@@ -6,10 +6,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "server/io/console.h"
+#include "server/sessions/deviceindex.h"
 #include "server/sessions/devicesession.h"
+#include "server/sessions/ratepersecond.h"
 #include "zulcommand/messagelog.h"
 
 namespace server {
@@ -19,6 +22,7 @@ class DeviceSessions : private DeviceSession::Listener
 {
 public:
     using SessionPtr = std::shared_ptr<DeviceSession>;
+    using Filter = zulcommand::MessageLog::Filter;
 
     static constexpr size_t kMaxEnded = 10000;
 
@@ -36,16 +40,37 @@ public:
     /// Takes over the socket of a new client.
     void add(boost::asio::ip::tcp::socket socket);
 
-    /// The devices that have said who they are, those with @p serial if one is given, in the order of
-    /// connecting.
-    std::vector<SessionPtr> matching(std::optional<uint32_t> serial) const;
+    /// The devices that have said who they are and that the serial and the peer of @p filter allow, in the
+    /// order of connecting, at most @p max.
+    std::vector<SessionPtr> matching(const Filter& filter, size_t max = SIZE_MAX) const
+    {
+        return mIndex.find(filter, max);
+    }
 
-    /// The device of a connection, or nothing if it did not say who it is.
-    using Ended = std::optional<cObjectDevice>;
+    /// How many devices there are, and what happens a second.
+    struct Counts
+    {
+        size_t connected;
+        size_t identified; ///< of those
+        double connectsPerSecond;
+        double messagesPerSecond;
+    };
+    Counts counts();
 
-    /// Takes the connection that ended first, of those to a device with @p serial if one is given. Nothing if
-    /// there is none.
-    std::optional<Ended> takeEnded(std::optional<uint32_t> serial);
+    /// A connection that has ended.
+    struct Ended
+    {
+        uint64_t id; ///< the value of ended() before
+        std::string peer;
+        std::optional<cObjectDevice> device; ///< nothing if it did not say who it is
+    };
+
+    /// Takes the connection that ended first, of those that the serial and the peer of @p filter allow and
+    /// that have ended since ended() was @p since. Nothing if there is none.
+    std::optional<Ended> takeEnded(const Filter& filter, uint64_t since);
+
+    /// How many connections have ended.
+    uint64_t ended() const { return mEndedCount; }
 
     /// What the devices have sent and no command has taken.
     zulcommand::MessageLog& log() { return mLog; }
@@ -74,9 +99,14 @@ private:
     Console& mConsole;
     zulcommand::MessageLog mLog;
     LinkSettings mSettings;
-    LinkNumbers mNumbers;              ///< of messages to all devices
-    std::vector<SessionPtr> mSessions; ///< in the order of connecting
-    std::deque<Ended> mEnded;          ///< the latest kMaxEnded that no command took
+    LinkNumbers mNumbers; ///< of messages to all devices
+    std::unordered_map<const DeviceSession*, SessionPtr> mSessions;
+    DeviceIndex mIndex;        ///< of the devices that have said who they are
+    uint64_t mConnections = 0; ///< since the beginning
+    std::deque<Ended> mEnded;  ///< the latest kMaxEnded that no command took
+    uint64_t mEndedCount = 0;
+    RatePerSecond mConnects{linkNowMs()};
+    RatePerSecond mMessages{linkNowMs()};
 };
 
 } // namespace server

@@ -50,6 +50,20 @@ TEST(MessageLogTest, aFilterPassesOverTheOthers)
     EXPECT_EQ(message.seq, 1);
 }
 
+TEST(MessageLogTest, aPeerTellsTwoDevicesApart)
+{
+    MessageLog log;
+    log.add(7, numbered(1), "10.0.0.1:40000");
+    log.add(7, numbered(2), "10.0.0.2:40000");
+    MessageLog::Filter filter;
+    filter.deviceSerial = 7;
+    filter.peer = "10.0.0.2:40000";
+    WMsg message;
+    ASSERT_TRUE(log.take(filter, 0, &message));
+    EXPECT_EQ(message.seq, 2);
+    EXPECT_FALSE(log.take(filter, 0, &message));
+}
+
 TEST(MessageLogTest, conditionsHoldForOneObjectTogether)
 {
     MessageLog log;

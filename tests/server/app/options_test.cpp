@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "server/app/options.h"
+#include "server/io/jsonline.h"
 
 using server::ParsedOptions;
 using server::parseOptions;
@@ -31,6 +32,7 @@ TEST(OptionsTest, defaults)
     EXPECT_FALSE(parsed.options->timeout);
     EXPECT_FALSE(parsed.options->capture);
     EXPECT_FALSE(parsed.options->portFile);
+    EXPECT_TRUE(parsed.options->quiet.empty());
 }
 
 TEST(OptionsTest, allOfThem)
@@ -48,6 +50,16 @@ TEST(OptionsTest, allOfThem)
     EXPECT_EQ(parsed.options->capture, "link.pcapng");
     EXPECT_EQ(parsed.options->portFile, "server.port");
     EXPECT_TRUE(parsed.options->verbose);
+}
+
+TEST(OptionsTest, everyEventMayBeLeftOut)
+{
+    for (const char* event : server::kEvents) {
+        const ParsedOptions parsed = parse({"--quiet", event, "--quiet=message"});
+        ASSERT_TRUE(parsed.options) << parsed.error;
+        EXPECT_EQ(parsed.options->quiet, (std::vector<std::string>{event, "message"}));
+    }
+    EXPECT_EQ(parse({"--quiet", "events"}).error, "zulserver: --quiet: there is no event \"events\".\n");
 }
 
 TEST(OptionsTest, theFilesCommandsComeAfterTheOthers)
@@ -97,13 +109,13 @@ TEST_P(WrongOptionsTest, areOneLineAndStatusOne)
 
 using Arguments = std::vector<const char*>;
 
-INSTANTIATE_TEST_SUITE_P(all, WrongOptionsTest,
-                         testing::Values(Arguments{"--foo"}, Arguments{"extra"}, Arguments{"--port"},
-                                         Arguments{"--port", "65536"}, Arguments{"--port", "-1"},
-                                         Arguments{"--port", "http"}, Arguments{"--port", ""},
-                                         Arguments{"--count", "0"}, Arguments{"--count", "1.5"},
-                                         Arguments{"--timeout", "0"}, Arguments{"--timeout", "-1"},
-                                         Arguments{"--timeout", "nan"}, Arguments{"--timeout", "1,5"},
-                                         Arguments{"--listen", ""}, Arguments{"--command"},
-                                         Arguments{"--capture"}, Arguments{"--commands", "/nonexistent/file"},
-                                         Arguments{"--commands", "/"}, Arguments{"--commands", "/dev/zero"}));
+INSTANTIATE_TEST_SUITE_P(
+    all, WrongOptionsTest,
+    testing::Values(Arguments{"--foo"}, Arguments{"extra"}, Arguments{"--port"}, Arguments{"--port", "65536"},
+                    Arguments{"--port", "-1"}, Arguments{"--port", "http"}, Arguments{"--port", ""},
+                    Arguments{"--count", "0"}, Arguments{"--count", "1.5"}, Arguments{"--timeout", "0"},
+                    Arguments{"--timeout", "-1"}, Arguments{"--timeout", "nan"},
+                    Arguments{"--timeout", "1,5"}, Arguments{"--quiet", "events"}, Arguments{"--quiet", ""},
+                    Arguments{"--quiet"}, Arguments{"--listen", ""}, Arguments{"--command"},
+                    Arguments{"--capture"}, Arguments{"--commands", "/nonexistent/file"},
+                    Arguments{"--commands", "/"}, Arguments{"--commands", "/dev/zero"}));

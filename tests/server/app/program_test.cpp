@@ -1,5 +1,6 @@
 // The program itself: its standard streams and exit statuses.
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -27,7 +28,8 @@ namespace {
 class Program
 {
 public:
-    explicit Program(std::vector<std::string> arguments, rlim_t mostFiles = 0)
+    /// With @p mostFiles above 0 it begins with so many descriptors, and may take @p grantedFiles.
+    explicit Program(std::vector<std::string> arguments, rlim_t mostFiles = 0, rlim_t grantedFiles = 0)
     {
         arguments.insert(arguments.begin(), ZULSERVER_PATH);
         int input[2];
@@ -45,7 +47,7 @@ public:
             ::dup2(output[1], 1);
             ::dup2(errors[1], 2);
             if (mostFiles > 0) {
-                const rlimit limit{mostFiles, mostFiles};
+                const rlimit limit{mostFiles, std::max(mostFiles, grantedFiles)};
                 ::setrlimit(RLIMIT_NOFILE, &limit);
             }
             ::execv(pointers[0], pointers.data());
@@ -141,6 +143,24 @@ TEST(ProgramTest, listensFirstAndEndsOnSignals)
         program.signal(number);
         EXPECT_EQ(program.wait(), 0);
     }
+}
+
+TEST(ProgramTest, linesOfAnEventAreLeftOut)
+{
+    Program program(withFreePort({"--quiet", "listening", "--quiet", "reply", "--command", "sleep 0"}));
+    EXPECT_EQ(program.wait(), 0);
+    std::string line;
+    EXPECT_FALSE(program.lines().nextText(&line)) << line;
+}
+
+TEST(ProgramTest, anEventThatDoesNotExistIsOneSentence)
+{
+    Program program(withFreePort({"--quiet", "messages"}));
+    std::string line;
+    ASSERT_TRUE(program.errors().nextText(&line));
+    EXPECT_EQ(line, "zulserver: --quiet: there is no event \"messages\".");
+    EXPECT_FALSE(program.errors().nextText(&line)) << line;
+    EXPECT_EQ(program.wait(), 1);
 }
 
 TEST(ProgramTest, aHangupThatTheCallerIgnoresDoesNotEndIt)
@@ -547,6 +567,24 @@ TEST(ProgramTest, tooFewDescriptorsToBeginWithAreOneSentence)
     }
     EXPECT_EQ(status, 0);
     EXPECT_GT(refused, 0);
+}
+
+TEST(ProgramTest, itTakesAsManyDescriptorsAsItIsGranted)
+{
+    Program program(withFreePort({}), 24, 200);
+    const uint16_t port = program.port();
+    std::vector<std::unique_ptr<RawDevice>> devices;
+    for (uint32_t serial = 1; serial <= 100; ++serial) {
+        devices.push_back(std::make_unique<RawDevice>(port));
+        devices.back()->identify(serial);
+    }
+    for (size_t i = 0; i < devices.size(); ++i) {
+        EXPECT_EQ(member(program.lines().next("device"), "event"), "device");
+    }
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait(), 0);
+    std::string line;
+    EXPECT_FALSE(program.errors().nextText(&line)) << line;
 }
 
 TEST(ProgramTest, tooManyConnectionsAreOneReportAndServiceGoesOn)

@@ -197,12 +197,17 @@ TEST(ServerManualTest, everyLineHasTheMembersThatTheManualNames)
     const cObjectDevice device;
     const cObjectList list;
     const std::pair<const char*, JsonPtr> lines[] = {
-        {"listening", listeningLine("::1", 1)}, {"connected", connectedLine("peer")},
-        {"device", deviceLine("peer", device)}, {"message", messageLine(1, list)},
-        {"reply", replyWithEverything()},       {"disconnected", disconnectedLine("peer", nullptr, "reason")},
+        {"listening", listeningLine("::1", 1)},
+        {"connected", connectedLine("peer")},
+        {"device", deviceLine("peer", device)},
+        {"message", messageLine(1, list)},
+        {"answer", answerLine("peer", 1, list)},
+        {"reply", replyWithEverything()},
+        {"disconnected", disconnectedLine("peer", nullptr, "reason")},
     };
     const std::vector<Row> rows = table("`event`", "when");
     ASSERT_EQ(rows.size(), std::size(lines));
+    ASSERT_EQ(rows.size(), kEvents.size());
     for (size_t i = 0; i < rows.size(); ++i) {
         Words members = quotedIn(rows[i][2]);
         members.insert({"event", "time"});
@@ -212,6 +217,7 @@ TEST(ServerManualTest, everyLineHasTheMembersThatTheManualNames)
             members.erase("type");
         }
         EXPECT_EQ(rows[i][0], "`" + std::string(lines[i].first) + "`");
+        EXPECT_STREQ(lines[i].first, kEvents[i]);
         EXPECT_EQ(members, keysOf(printed(lines[i].second))) << rows[i][0];
     }
 }
@@ -286,7 +292,7 @@ TEST(ServerManualTest, everyFieldIsTakenWhereTheManualSaysSo)
         {"object", "get", "get object=1"},
     };
     const std::vector<Row> rows = table("field", "in");
-    ASSERT_EQ(rows.size(), 5U);
+    ASSERT_EQ(rows.size(), 6U);
     for (const Row& row : rows) {
         Words where;
         std::istringstream list(row[1]);
@@ -294,10 +300,11 @@ TEST(ServerManualTest, everyFieldIsTakenWhereTheManualSaysSo)
             where.insert(trimmed(word));
         }
         const std::string name = row[0].substr(1, row[0].find('=') - 1);
+        const char* const value = name == "peer" ? "=127.0.0.1:1" : "=1";
         for (const Example& example : examples) {
             Command parsed;
             const bool taken =
-                parseCommand(std::string(example.command) + " " + name + "=1", &parsed).empty();
+                parseCommand(std::string(example.command) + " " + name + value, &parsed).empty();
             EXPECT_EQ(taken, where.count(example.word) + where.count(example.group) > 0)
                 << name << " in " << example.command;
         }

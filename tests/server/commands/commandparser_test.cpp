@@ -146,6 +146,7 @@ INSTANTIATE_TEST_SUITE_P(
         Good{"sendLast", "send type=0xFF device=3", kSend, 255, 0, nullptr},
         Good{"sleep", "sleep 0.25", kSleep, 0, 0.25, nullptr},
         Good{"sleepNot", "sleep 0", kSleep, 0, 0, nullptr},
+        Good{"devices", "devices", Command::Kind::DEVICES, 0, 0, nullptr},
         Good{"help", "help", Command::Kind::HELP, 0, 0, nullptr},
         Good{"quit", "quit", Command::Kind::QUIT, 0, 0, nullptr}),
     nameOf);
@@ -166,6 +167,31 @@ TEST(CommandParserTest, devicesAndTypesAreTaken)
     ASSERT_EQ(parseCommand("wait event", &command), "");
     EXPECT_FALSE(command.filter.deviceSerial);
     EXPECT_FALSE(command.filter.objectType);
+}
+
+TEST(CommandParserTest, aPeerIsTaken)
+{
+    Command command;
+    ASSERT_EQ(parseCommand("drop peer=10.1.2.3:40000", &command), "");
+    EXPECT_EQ(command.filter.peer, "10.1.2.3:40000");
+    EXPECT_FALSE(command.filter.deviceSerial);
+    ASSERT_EQ(parseCommand("wait event device=5 peer=[fe80::1]:40000", &command), "");
+    EXPECT_EQ(command.filter.peer, "[fe80::1]:40000");
+    EXPECT_EQ(command.filter.deviceSerial, 5U);
+    ASSERT_EQ(parseCommand("get device", &command), "");
+    EXPECT_FALSE(command.filter.peer);
+}
+
+TEST(CommandParserTest, everyDeviceIsTakenByGetAndSet)
+{
+    Command command;
+    for (const char* line : {"get device device=*", "get din 3 device=* timeout=1", "set dout * device=*"}) {
+        ASSERT_EQ(parseCommand(line, &command), "") << line;
+        EXPECT_TRUE(command.everyDevice);
+        EXPECT_FALSE(command.filter.deviceSerial);
+    }
+    ASSERT_EQ(parseCommand("get device device=4294967295", &command), "");
+    EXPECT_FALSE(command.everyDevice) << "a device may have this serial";
 }
 
 TEST(CommandParserTest, conditionsAreTakenFromAnywhere)
@@ -333,6 +359,19 @@ INSTANTIATE_TEST_SUITE_P(
         std::pair("wait foo", "The command waits for \"event\", \"device\" or \"disconnected\"."),
         std::pair("wait disconnected 1", "The command does not take \"1\"."),
         std::pair("drop", "The command needs the field \"device\"."),
+        std::pair("drop device=*", "The command takes one device, not device=*."),
+        std::pair("expect get din 1 device=*", "The command takes one device, not device=*."),
+        std::pair("wait event device=*", "The command takes one device, not device=*."),
+        std::pair("get device device=* peer=127.0.0.1:1",
+                  "The command takes either device=* or peer=ADDRESS:PORT."),
+        std::pair("get device device=**", NUMBER("device", "0", "4294967295", "**")),
+        std::pair("get device peer=127.0.0.1", "peer is not ADDRESS:PORT: \"127.0.0.1\"."),
+        std::pair("get device peer=:5", "peer is not ADDRESS:PORT: \":5\"."),
+        std::pair("get device peer=::1:5", "peer is not ADDRESS:PORT: \"::1:5\"."),
+        std::pair("get device peer=host:65536", "peer is not ADDRESS:PORT: \"host:65536\"."),
+        std::pair("sleep 0 peer=127.0.0.1:1", "The command does not take the field \"peer\"."),
+        std::pair("devices 1", "The command does not take \"1\"."),
+        std::pair("devices device=1", "The command does not take the field \"device\"."),
         std::pair("drop device=x", NUMBER("device", "0", "4294967295", "x")),
         std::pair("drop device=1 timeout=1", "The command does not take the field \"timeout\"."),
         std::pair("wait event OBJ_FOO", "\"OBJ_FOO\" is no type of an object."),

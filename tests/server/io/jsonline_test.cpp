@@ -41,6 +41,14 @@ TEST(JsonLineTest, deviceHasItsFieldsFlat)
               R"("analogInCount":2,"analogOutCount":0})");
 }
 
+TEST(JsonLineTest, answerSaysWhoGaveIt)
+{
+    const cObjectList list;
+    EXPECT_EQ(
+        dumped(answerLine("10.0.0.1:5", 7, list)),
+        R"({"event":"answer","peer":"10.0.0.1:5","deviceSerial":7,"msgType":0,"msgSeq":0,"objects":[]})");
+}
+
 TEST(JsonLineTest, message)
 {
     cObjectDInput input;

@@ -61,9 +61,9 @@ protected:
     void identify(uint32_t count)
     {
         for (size_t i = mDevices.size() - count; i < mDevices.size(); ++i) {
-            const size_t known = mSessions.matching({}).size();
+            const size_t known = mSessions.counts().identified;
             send(mDevices[i], answerTo(questionAt(mDevices[i]), static_cast<uint32_t>(i + 1)));
-            while (mSessions.matching({}).size() == known) {
+            while (mSessions.counts().identified == known) {
                 mIo.run_one();
             }
         }
