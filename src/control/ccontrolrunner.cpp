@@ -232,7 +232,8 @@ void cControlRunner::scriptChanged(const sScriptEvent& event)
 
 void cControlRunner::timeUp()
 {
-    const auto& [filter, seconds] = static_cast<const CommandBase&>(mRun->command);
+    const MessageLog::Filter& filter = mRun->command.filter;
+    const double seconds = mRun->command.seconds;
     const auto failed = [](Reply::Status status, const std::string& sentence) {
         return Reply{.status = status, .error = sentence};
     };
