@@ -23,8 +23,10 @@ LAYERS = {
         ["zulobj"],
         ["zuldevice"],
         ["zulcommand"],
+        ["zuloptions"],
     ],
     "src": [["common"], ["files"], ["ports"], ["device"], ["dialogs", "scripting", "control"], ["app"]],
+    "fleet": [["report"], ["devices"], ["app"]],
     "server": [["io"], ["commands"], ["sessions"], ["report"], ["web"], ["app"]],
     "fleet": [["report"], ["devices"], ["app"]],
 }

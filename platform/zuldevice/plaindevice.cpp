@@ -68,6 +68,13 @@ void PlainDevice::takeSamples(time_t now)
     }
 }
 
+void PlainDevice::sampleAll(time_t now)
+{
+    for (const auto& input : mAnalogInputList) {
+        mCore.analogEvent(input->takeSample(now, mTrace));
+    }
+}
+
 bool PlainDevice::setDigitalInput(uint32_t port, bool high)
 {
     PlainDInput* input = at(mDigitalInputList, port);
@@ -78,6 +85,12 @@ bool PlainDevice::setDigitalInput(uint32_t port, bool high)
         mCore.inputEvent(int64_t{port} - 1);
     }
     return input != nullptr;
+}
+
+bool PlainDevice::isHigh(uint32_t port) const
+{
+    const PlainDInput* input = at(mDigitalInputList, port);
+    return input != nullptr && input->getInputState() == OBJ_IO_STATE_SET;
 }
 
 bool PlainDevice::setAnalogInput(uint32_t port, int value)

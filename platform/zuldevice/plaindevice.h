@@ -67,11 +67,20 @@ public:
 
     void setValue(int value) { mValue = value; }
 
+    int getValue() const { return mValue; }
+
     /// Returns a periodic sample, which belongs to the caller, or null if none is due at @p now.
     cObjectAnalogSample* checkSample(time_t now, std::ostream& trace)
     {
         const auto value = static_cast<float>(mValue);
         return zuldevice::checkSample(this, value, now, &mLastSampleTime, &mSamples, &mSampleIdx, trace);
+    }
+
+    /// Returns a sample, which belongs to the caller.
+    cObjectAnalogSample* takeSample(time_t now, std::ostream& trace)
+    {
+        const auto value = static_cast<float>(mValue);
+        return zuldevice::takeSample(this, value, now, &mLastSampleTime, &mSamples, &mSampleIdx, trace);
     }
 
     /// The kept periodic sample with sequence number @p seq, or null.
@@ -111,8 +120,14 @@ public:
     /// Takes and reports the samples that are due at @p now, in seconds.
     void takeSamples(time_t now);
 
+    /// Takes and reports a sample of every analog input, due or not.
+    void sampleAll(time_t now);
+
     /// Reports a digital input if @p high is not what it is already.
     bool setDigitalInput(uint32_t port, bool high);
+
+    /// False for a port that is not there.
+    bool isHigh(uint32_t port) const;
 
     /// Reports a sample of @p value, 0 to 100, also if the input has it already.
     bool setAnalogInput(uint32_t port, int value);

@@ -25,24 +25,32 @@ bool setAlarmStatus(cObjectPort* port, cObject::eObjectIOState state, cObject::e
     return alarm;
 }
 
-cObjectAnalogSample* checkSample(cObjectAInput* input, float value, time_t now, time_t* last,
-                                 SampleBuffer* buffer, uint32_t* index, std::ostream& trace)
+cObjectAnalogSample* takeSample(cObjectAInput* input, float value, time_t now, time_t* last,
+                                SampleBuffer* buffer, uint32_t* index, std::ostream& trace)
 {
-    const uint32_t rate = input->getSampleRate() * 60U; // in seconds, wraps at 32 bits
-    if (static_cast<int64_t>(now) <= static_cast<int64_t>(*last) + int64_t{rate}) {
-        return nullptr;
-    }
     *last = now;
     input->setSampledValue(value);
     trace << "Sample time for port " << input->getPortId() << " : " << now << " : " << value << std::endl;
+    if (*index == buffer->size()) {
+        buffer->emplace_back();
+    }
     cObjectAnalogSample& slot = (*buffer)[*index];
     slot.setDeviceSerial(input->getDeviceSerial());
     slot.setPortNum(input->getPortId());
     slot.setSample(value);
     slot.setSeqNum((input->getLastSampleSeq() + 1) & 0xFF);
     input->setLastSampleSeq(slot.getSeqNum());
-    *index = (*index + 1) % buffer->size();
+    *index = (*index + 1) % kSamplesKept;
     return static_cast<cObjectAnalogSample*>(slot.clone());
+}
+
+cObjectAnalogSample* checkSample(cObjectAInput* input, float value, time_t now, time_t* last,
+                                 SampleBuffer* buffer, uint32_t* index, std::ostream& trace)
+{
+    const uint32_t rate = input->getSampleRate() * 60U; // in seconds, wraps at 32 bits
+    return static_cast<int64_t>(now) > static_cast<int64_t>(*last) + int64_t{rate}
+               ? takeSample(input, value, now, last, buffer, index, trace)
+               : nullptr;
 }
 
 const cObjectAnalogSample* findSample(const cObjectAInput& input, const SampleBuffer& buffer, uint32_t seq)

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cmath>
 #include <concepts>
 #include <cstdint>
@@ -219,12 +218,17 @@ void wire(Input* input, int inputNumber, Output* output, int outputNumber, bool 
     }
 }
 
-/// The latest periodic samples of an analog input, a ring. A slot never filled has another port number.
-using SampleBuffer = std::array<cObjectAnalogSample, 32>;
+/// The latest periodic samples of an analog input, kSamplesKept at most: a ring that grows with its first
+/// ones.
+using SampleBuffer = std::vector<cObjectAnalogSample>;
+constexpr uint32_t kSamplesKept = 32;
 
-/// Takes a periodic sample of @p value if more than the rate of @p input has passed from @p *last to @p now,
-/// in seconds; else returns null. The sample goes to the record, to @p trace and to slot @p *index of
-/// @p buffer, and a copy to the caller, who owns it.
+/// Takes a sample of @p value at @p now, in seconds. It goes to the record, to @p trace, to @p *last and to
+/// slot @p *index of @p buffer, and a copy to the caller, who owns it.
+cObjectAnalogSample* takeSample(cObjectAInput* input, float value, time_t now, time_t* last,
+                                SampleBuffer* buffer, uint32_t* index, std::ostream& trace);
+
+/// Takes a sample if more than the rate of @p input has passed from @p *last to @p now; else returns null.
 cObjectAnalogSample* checkSample(cObjectAInput* input, float value, time_t now, time_t* last,
                                  SampleBuffer* buffer, uint32_t* index, std::ostream& trace);
 

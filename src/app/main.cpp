@@ -92,8 +92,7 @@ QString openDevice(const cOptions& options, MainWindow& window)
     const bool changed = options.device.any();
     options.device.apply(device);
     if (device.hasTooManyItems()) {
-        return changed ? QStringLiteral("--din, --dout, --ain, --aout and --scanners: more than %1 in all")
-                             .arg(cDeviceFile::kMaxItems)
+        return changed ? QString::fromStdString(zuloptions::tooManyItems())
                        : unreadable("device", *options.deviceFile);
     }
     if (options.deviceFile || changed) {

@@ -6,7 +6,6 @@
 #include <CLI/CLI.hpp>
 #include <QRegularExpression>
 #include <algorithm>
-#include <charconv>
 #include <iterator>
 #include <limits>
 #include <ostream>
@@ -16,38 +15,13 @@
 
 namespace {
 
-/// Has @p target read a decimal number of at most @p max. Files say less about a wrong one.
-void addNumber(CLI::App& app, const std::string& name, std::optional<uint32_t>& target, uint32_t max,
-               const char* description)
-{
-    const auto read = [&target, name, max](const std::string& text) {
-        uint32_t number = 0;
-        const char* end = text.data() + text.size();
-        const auto result = std::from_chars(text.data(), end, number);
-        if (result.ec != std::errc() || result.ptr != end || number > max) {
-            throw CLI::ValidationError(name, "'" + text + "' is not a whole number from 0 to " +
-                                                 std::to_string(max));
-        }
-        target = number;
-    };
-    app.add_option_function<std::string>(name, read, description)->type_name("N");
-}
-
 void describeDevice(CLI::App& app, cDeviceOptions& device)
 {
-    constexpr std::array<std::array<const char*, 2>, 5> kCounts{
-        {{"--din", "Digital inputs, in place of the device file's"},
-         {"--dout", "Digital outputs, likewise"},
-         {"--ain", "Analog inputs, likewise"},
-         {"--aout", "Analog outputs, likewise"},
-         {"--scanners", "Scanners, likewise"}}};
-    for (size_t i = 0; i < kCounts.size(); ++i) {
-        addNumber(app, kCounts[i][0], device.counts[i], cDeviceFile::kMaxItems, kCounts[i][1]);
-    }
+    zuloptions::addCounts(&app, &device.counts);
     constexpr auto kMax = std::numeric_limits<uint32_t>::max();
-    addNumber(app, "--serial", device.serial, kMax, "Serial number, likewise");
+    zuloptions::addNumber(&app, "--serial", &device.serial, kMax, "Serial number, likewise");
     app.add_option("--label", device.label, "Label, likewise")->type_name("TEXT");
-    addNumber(app, "--device-version", device.version, kMax, "Version, likewise");
+    zuloptions::addNumber(&app, "--device-version", &device.version, kMax, "Version, likewise");
 }
 
 /// Returns those of @p arguments that are not Qt's.
@@ -102,8 +76,8 @@ void describe(CLI::App& app, const std::string& version, cOptions& options, std:
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     addFile("--run", options.run, "Run this JavaScript file, needs a device; the program ends with it")
         ->excludes("--script");
-    addNumber(app, "--seed", options.seed, std::numeric_limits<uint32_t>::max(),
-              "Seed of the scripts' random numbers");
+    zuloptions::addNumber(&app, "--seed", &options.seed, std::numeric_limits<uint32_t>::max(),
+                          "Seed of the scripts' random numbers");
     addFile("--log-config", options.logConfig, "Log as this log4cpp property file says");
     addFile("--capture", options.captureFile, "Record what crosses the link in this file (pcapng)");
     app.add_option("--control", options.control, "Take commands from a Unix socket, made at this path")
@@ -159,19 +133,11 @@ void takeFiles(const std::vector<std::string>& files, cOptions& options)
 
 } // namespace
 
-bool cDeviceOptions::any() const
-{
-    return version || serial || label ||
-           std::ranges::any_of(counts, [](auto& count) { return count.has_value(); });
-}
+bool cDeviceOptions::any() const { return version || serial || label || counts.any(); }
 
 void cDeviceOptions::apply(cDeviceFile& device) const
 {
-    uint32_t* const targets[] = {&device.digitalInputs, &device.digitalOutputs, &device.analogInputs,
-                                 &device.analogOutputs, &device.scanners};
-    for (size_t i = 0; i < counts.size(); ++i) {
-        *targets[i] = counts[i].value_or(*targets[i]);
-    }
+    counts.apply(&device);
     if (version) {
         device.version = QString::number(*version);
     }

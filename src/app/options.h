@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <iosfwd>
 #include <optional>
@@ -8,14 +7,14 @@
 #include <vector>
 
 #include "zullink/hostport.h"
+#include "zuloptions/deviceoptions.h"
 
 struct cDeviceFile;
 
 /// The values of a device that the command line gives; what it leaves out is nothing.
 struct cDeviceOptions
 {
-    /// Digital inputs and outputs, analog inputs and outputs, scanners.
-    std::array<std::optional<uint32_t>, 5> counts;
+    zuloptions::CountOptions counts;
     std::optional<uint32_t> version;
     std::optional<uint32_t> serial;
     std::optional<std::string> label;

@@ -12,15 +12,17 @@ namespace {
 cDeviceFile describedBy(const Ui::createdialog& ui)
 {
     const auto count = [](const QSpinBox* box) { return static_cast<uint32_t>(box->value()); };
-    return {.digitalInputs = count(ui.discInputs),
-            .digitalOutputs = count(ui.discOutputs),
-            .analogInputs = count(ui.anaInputs),
-            .analogOutputs = count(ui.anaOutputs),
-            .scanners = count(ui.devScanners),
-            .type = ui.devType->currentText(),
-            .version = ui.devVersion->text(),
-            .serial = ui.devSerial->text(),
-            .label = ui.devLabel->text()};
+    cDeviceFile device;
+    device.digitalInputs = count(ui.discInputs);
+    device.digitalOutputs = count(ui.discOutputs);
+    device.analogInputs = count(ui.anaInputs);
+    device.analogOutputs = count(ui.anaOutputs);
+    device.scanners = count(ui.devScanners);
+    device.type = ui.devType->currentText();
+    device.version = ui.devVersion->text();
+    device.serial = ui.devSerial->text();
+    device.label = ui.devLabel->text();
+    return device;
 }
 
 } // namespace

@@ -1,33 +1,19 @@
 #include "devicefile.h"
 
-#include "linefile.h"
-
 #include <QDebug>
 #include <QTextStream>
-
-namespace {
-
-/// The value of the next line, empty once the lines have run out.
-QString nextValue(QTextStream& stream) { return lineValue(stream.readLine()); }
-
-uint32_t nextCount(QTextStream& stream) { return nextValue(stream).toUInt(); }
-
-} // namespace
 
 cDeviceFile cDeviceFile::read(const QByteArray& content)
 {
     QTextStream stream(content);
+    const auto file = zuldevice::DeviceFile::read(stream.readAll().toStdString());
     cDeviceFile values;
-    values.digitalInputs = nextCount(stream);
-    values.digitalOutputs = nextCount(stream);
-    values.analogInputs = nextCount(stream);
-    values.analogOutputs = nextCount(stream);
-    values.scanners = nextCount(stream);
-    values.type = nextValue(stream);
-    values.version = nextValue(stream);
-    values.serial = nextValue(stream);
-    if (!stream.atEnd()) {
-        values.label = nextValue(stream);
+    static_cast<zuldevice::Counts&>(values) = file.counts;
+    values.type = QString::fromStdString(file.type);
+    values.version = QString::fromStdString(file.version);
+    values.serial = QString::fromStdString(file.serial);
+    if (file.label) {
+        values.label = QString::fromStdString(*file.label);
         qDebug().noquote().nospace() << "Read Label As:\"" << values.label << '"';
     }
     return values;
@@ -48,9 +34,4 @@ QByteArray cDeviceFile::text() const
            << "Device label:        " << label << '\n';
     stream.flush();
     return bytes;
-}
-
-bool cDeviceFile::hasTooManyItems() const
-{
-    return uint64_t{digitalInputs} + digitalOutputs + analogInputs + analogOutputs + scanners > kMaxItems;
 }

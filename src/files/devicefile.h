@@ -4,20 +4,13 @@
 #include <QString>
 #include <cstdint>
 
+#include "zuldevice/devicefile.h"
+
 /// Holds the nine values of a device file, which describe one simulated device.
 ///
-/// The file is text in the locale's encoding, one value a line behind a label and a colon. The position of a
-/// line tells which value it holds; the reader never looks at the label.
-struct cDeviceFile
+/// The file is text in the locale's encoding, with the lines of zuldevice::DeviceFile.
+struct cDeviceFile : zuldevice::Counts
 {
-    /// The maximum of ports and scanners in all.
-    static constexpr uint64_t kMaxItems = 100'000;
-
-    uint32_t digitalInputs = 0;
-    uint32_t digitalOutputs = 0;
-    uint32_t analogInputs = 0;
-    uint32_t analogOutputs = 0;
-    uint32_t scanners = 0;
     QString type;
     QString version; ///< as the file has it, whether a number or not
     QString serial;  ///< as the file has it, whether a number or not
@@ -31,8 +24,8 @@ struct cDeviceFile
     /// The nine lines, with every value in column 22.
     QByteArray text() const;
 
-    /// Whether the counts exceed kMaxItems; no device is built from such a file.
-    bool hasTooManyItems() const;
+    /// No device is built from such a file.
+    bool hasTooManyItems() const { return zuldevice::hasTooManyItems(*this); }
 
     // The decimal number that the text is, or 0 if it is none or does not fit 32 bits.
     uint32_t versionNumber() const { return version.toUInt(); }

@@ -1,0 +1,59 @@
+#include "zuloptions/deviceoptions.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "zuldevice/devicefile.h"
+
+namespace zuloptions {
+
+CLI::Option* addNumber(CLI::App* app, const std::string& name, std::optional<uint32_t>* target, uint32_t max,
+                       const std::string& description)
+{
+    const auto read = [target, name, max](const std::string& text) {
+        uint32_t number = 0;
+        const char* end = text.data() + text.size();
+        const auto result = std::from_chars(text.data(), end, number);
+        if (result.ec != std::errc() || result.ptr != end || number > max) {
+            throw CLI::ValidationError(name, "'" + text + "' is not a whole number from 0 to " +
+                                                 std::to_string(max));
+        }
+        *target = number;
+    };
+    return app->add_option_function<std::string>(name, read, description)->type_name("N");
+}
+
+bool CountOptions::any() const
+{
+    return std::ranges::any_of(values, [](auto& count) { return count.has_value(); });
+}
+
+void CountOptions::apply(zuldevice::Counts* counts) const
+{
+    uint32_t* const targets[] = {&counts->digitalInputs, &counts->digitalOutputs, &counts->analogInputs,
+                                 &counts->analogOutputs, &counts->scanners};
+    for (size_t i = 0; i < values.size(); ++i) {
+        *targets[i] = values[i].value_or(*targets[i]);
+    }
+}
+
+void addCounts(CLI::App* app, CountOptions* counts)
+{
+    constexpr std::array<std::array<const char*, 2>, 5> kOptions{
+        {{"--din", "Digital inputs, in place of the device file's"},
+         {"--dout", "Digital outputs, likewise"},
+         {"--ain", "Analog inputs, likewise"},
+         {"--aout", "Analog outputs, likewise"},
+         {"--scanners", "Scanners, likewise"}}};
+    for (size_t i = 0; i < kOptions.size(); ++i) {
+        addNumber(app, kOptions[i][0], &counts->values[i], zuldevice::kMaxItems, kOptions[i][1]);
+    }
+}
+
+std::string tooManyItems()
+{
+    return "--din, --dout, --ain, --aout and --scanners: more than " + std::to_string(zuldevice::kMaxItems) +
+           " in all";
+}
+
+} // namespace zuloptions
