@@ -20,13 +20,22 @@ std::string peerOf(const tcp::socket& socket)
 
 } // namespace
 
+AsioDriver::AsioDriver(tcp::socket socket, LinkSession* session, Owner* owner)
+    : mOwner(owner),
+      mSocket(std::move(socket)),
+      mLink(mSocket.native_handle()),
+      mSession(session),
+      mTimer(mSocket.get_executor())
+{}
+
 AsioDriver::AsioDriver(tcp::socket socket, const LinkSession::Settings& settings, LinkNumbers* numbers,
                        std::shared_ptr<cCaptureFile> capture, Owner* owner)
     : mOwner(owner),
       mSocket(std::move(socket)),
       mLink(mSocket.native_handle()),
       mPeer(peerOf(mSocket)),
-      mSession(settings, numbers),
+      mOwnSession(std::make_unique<LinkSession>(settings, numbers)),
+      mSession(mOwnSession.get()),
       mTimer(mSocket.get_executor())
 {
     mLink.recordTo(std::move(capture), cCapturedLink::ACCEPTED);
@@ -39,7 +48,7 @@ void AsioDriver::start()
     error_code ignored;
     mSocket.set_option(tcp::no_delay(true), ignored);
     mSocket.non_blocking(true, ignored);
-    mSession.connected(linkNowMs());
+    mSession->connected(linkNowMs());
     waitToRead();
     flush();
 }
@@ -54,9 +63,12 @@ void AsioDriver::proceed(const error_code& error, void (AsioDriver::*next)())
 
 void AsioDriver::waitToRead()
 {
+    if (mOwner == nullptr) {
+        return;
+    }
     if (!mayRead()) {
         mReadingPaused = true;
-        mSession.setReading(false, linkNowMs());
+        mSession->setReading(false, linkNowMs());
         return;
     }
     mSocket.async_wait(tcp::socket::wait_read, [self = shared_from_this()](const error_code& error) {
@@ -67,25 +79,31 @@ void AsioDriver::waitToRead()
 
 void AsioDriver::receive()
 {
-    mLink.receive(&mSession, linkNowMs(),
+    mLink.receive(mSession, linkNowMs(),
                   [this](LinkSession::Received&& received) { mOwner->linkMessage(std::move(received)); });
     flush();
 }
 
 void AsioDriver::flush()
 {
-    if (!mWaitingToWrite && !mLink.flush(&mSession, linkNowMs())) {
+    if (!mWaitingToWrite && !mLink.flush(mSession, linkNowMs())) {
         mWaitingToWrite = true;
         mSocket.async_wait(tcp::socket::wait_write, [self = shared_from_this()](const error_code& error) {
             self->proceed(error, &AsioDriver::writeOn);
         });
     }
-    if (mSession.problem().empty()) {
+    if (mSession->problem().empty()) {
         armTimer();
     } else {
         // Later, as the caller may be in the middle of something that the end changes.
-        boost::asio::post(mSocket.get_executor(),
-                          [self = shared_from_this()] { self->close(self->mSession.problem()); });
+        boost::asio::post(mSocket.get_executor(), [self = shared_from_this()] {
+            if (self->mOwner != nullptr) {
+                self->close(self->mSession->problem());
+            }
+        });
+    }
+    if (mOwner != nullptr) {
+        mOwner->linkFlushed();
     }
 }
 
@@ -100,7 +118,7 @@ void AsioDriver::resumeReading()
 {
     if (mReadingPaused && mayRead()) {
         mReadingPaused = false;
-        mSession.setReading(true, linkNowMs());
+        mSession->setReading(true, linkNowMs());
         armTimer();
         waitToRead();
     }
@@ -109,7 +127,7 @@ void AsioDriver::resumeReading()
 /// A timer that expires too early does no harm, so that it is not set anew with every message.
 void AsioDriver::armTimer()
 {
-    const int64_t deadline = mSession.deadline();
+    const int64_t deadline = mSession->deadline();
     if (deadline < mTimerMs) {
         mTimerMs = deadline;
         mTimer.expires_at(LinkTimer::time_point(std::chrono::milliseconds(deadline)));
@@ -125,7 +143,7 @@ void AsioDriver::checkTimes()
     if (!mReadingPaused && mayRead()) {
         receive(); // the loop may be late
     }
-    mSession.checkTimes(linkNowMs());
+    mSession->checkTimes(linkNowMs());
     flush();
 }
 
@@ -135,7 +153,7 @@ void AsioDriver::close(const std::string& reason)
     if (owner == nullptr) {
         return;
     }
-    const std::vector<LinkSession::AnswerHandler> ended = mSession.disconnected();
+    const std::vector<LinkSession::AnswerHandler> ended = mSession->disconnected();
     abandon();
     owner->linkClosed(reason);
     for (const LinkSession::AnswerHandler& handler : ended) {
@@ -152,7 +170,10 @@ void AsioDriver::abandon()
 
 void AsioDriver::disconnect()
 {
-    mSession.disconnected();
+    if (!std::exchange(mOpen, false)) {
+        return; // a borrowed session may be another connection's by now
+    }
+    mSession->disconnected();
     mLink.shutDown();
     // It is closed by mLink.
     error_code ignored;

@@ -33,10 +33,18 @@ public:
 
         /// True while nothing more should be read; resumeReading() ends that.
         virtual bool readingPaused() const = 0;
+
+        /// Called after bytes may have been written.
+        virtual void linkFlushed() {}
     };
 
-    /// @p numbers outlives the driver, and @p owner too unless it calls abandon(). Records what crosses the
-    /// connection in @p capture, which may be null.
+    /// The end that connects. @p session, borrowed, lives on after the connection. @p owner outlives the
+    /// driver unless it calls abandon().
+    AsioDriver(boost::asio::ip::tcp::socket socket, LinkSession* session, Owner* owner);
+
+    /// The end that accepts, with a session that ends with the connection. @p numbers outlives the driver,
+    /// and @p owner too unless it calls abandon(). Records what crosses the connection in @p capture, which
+    /// may be null.
     AsioDriver(boost::asio::ip::tcp::socket socket, const LinkSession::Settings& settings,
                LinkNumbers* numbers, std::shared_ptr<cCaptureFile> capture, Owner* owner);
     ~AsioDriver();
@@ -46,7 +54,7 @@ public:
     void start();
 
     /// After a call that sends, call flush().
-    LinkSession& session() { return mSession; }
+    LinkSession& session() { return *mSession; }
 
     /// Writes what the session has to write, as far as the system takes it; the rest follows.
     void flush();
@@ -59,14 +67,14 @@ public:
     /// Closes the connection and forgets the owner and the handlers of requests.
     void abandon();
 
-    /// "ADDRESS:PORT", an IPv6 address in brackets.
+    /// "ADDRESS:PORT", an IPv6 address in brackets; empty at the end that connects.
     const std::string& peer() const { return mPeer; }
 
 private:
     void disconnect();
     bool mayRead() const
     {
-        return mOwner != nullptr && !mOwner->readingPaused() && !mSession.backlogExceeded();
+        return mOwner != nullptr && !mOwner->readingPaused() && !mSession->backlogExceeded();
     }
     void proceed(const boost::system::error_code& error, void (AsioDriver::*next)());
     void waitToRead();
@@ -79,9 +87,11 @@ private:
     boost::asio::ip::tcp::socket mSocket; ///< waits for mLink, which owns the descriptor
     cLinkSocket mLink;
     const std::string mPeer;
-    LinkSession mSession;
+    std::unique_ptr<LinkSession> mOwnSession; ///< null if the session is borrowed
+    LinkSession* const mSession;
     LinkTimer mTimer;
     int64_t mTimerMs = LinkSession::kNever; ///< when mTimer expires
+    bool mOpen = true;
     bool mReadingPaused = false;
     bool mWaitingToWrite = false;
 };

@@ -52,6 +52,7 @@ std::vector<LinkSession::AnswerHandler> LinkSession::drop(bool keepsMessages)
     }
     mPartialSend.clear();
     mOutput = {};
+    mMessageInOutput = false;
     mWritten = 0;
     mPings = {};
     mPingDue = false;
@@ -261,6 +262,7 @@ void LinkSession::written(size_t size, int64_t nowMs)
     if (isWriting()) {
         return;
     }
+    mWrittenMessages += std::exchange(mMessageInOutput, false) ? 1 : 0;
     mPartialSend.clear();
     mOutput.clear();
     if (mOutput.capacity() > kMaxKeptBytes) {
@@ -284,6 +286,7 @@ void LinkSession::fillOutput()
         entry.message.seq = mNumbers->next(mTaken);
     }
     entry.message.appendFrames(mOutput);
+    mMessageInOutput = true;
     if (entry.kind == eKind::REQUEST) {
         mTaken.set(entry.message.seq);
         mNumbers->acquire(entry.message.seq);

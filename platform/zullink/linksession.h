@@ -150,6 +150,9 @@ public:
     /// Events that wait to be written.
     uint64_t waitingEvents() const;
 
+    /// Messages that were written to their end, since the session was made; pings do not count.
+    uint64_t writtenMessages() const { return mWrittenMessages; }
+
     // Writing.
 
     /// The bytes to write now, valid until the next call that is not const; empty if there are none.
@@ -229,6 +232,8 @@ private:
     uint64_t mDroppedEvents = 0;
 
     // Writing.
+    uint64_t mWrittenMessages = 0;
+    bool mMessageInOutput = false; ///< mOutput ends in a message that is no ping
     bool mPingDue = false;
     std::vector<uint8_t> mPings;  ///< numbers of the pings to be answered
     std::vector<uint8_t> mOutput; ///< control messages, then one other message
