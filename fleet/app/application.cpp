@@ -1,0 +1,175 @@
+#include "fleet/app/application.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstring>
+#include <iostream>
+#include <sys/signalfd.h>
+#include <sys/utsname.h>
+#include <unistd.h>
+#include <utility>
+
+#include "fleet/report/reporttable.h"
+#include "zullink/resolver.h"
+
+namespace fleet {
+
+namespace {
+
+/// On a terminal the line is rewritten so often.
+constexpr double kTerminalSeconds = 1.0;
+
+std::string kernel()
+{
+    utsname name{};
+    return ::uname(&name) == 0 ? std::string(name.sysname) + ' ' + name.release : "";
+}
+
+int fail(const std::string& sentence)
+{
+    std::cerr << "zulfleet: " << sentence << std::endl;
+    return 1;
+}
+
+/// Keeps the signals that end the program until its end, and tells when one has come.
+class KeptSignals
+{
+public:
+    KeptSignals()
+    {
+        sigset_t signals;
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGINT);
+        sigaddset(&signals, SIGTERM);
+        sigprocmask(SIG_BLOCK, &signals, &mFormer);
+        mFd = ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+    }
+    ~KeptSignals()
+    {
+        ::close(mFd);
+        sigprocmask(SIG_SETMASK, &mFormer, nullptr);
+    }
+    KeptSignals(const KeptSignals&) = delete;
+    KeptSignals& operator=(const KeptSignals&) = delete;
+
+    /// Readable once one has come.
+    int fd() const { return mFd; }
+
+private:
+    sigset_t mFormer{};
+    int mFd = -1;
+};
+
+} // namespace
+
+Application::Application(const Options& options, std::string version)
+    : mOptions(options),
+      mVersion(std::move(version)),
+      mSignals(mIo, SIGINT, SIGTERM),
+      mProgressTimer(mIo),
+      mProgress(STDERR_FILENO)
+{}
+
+Application::~Application() = default;
+
+/// The server's addresses; an empty text, or one sentence if there are none.
+std::string Application::findServer(std::vector<ServerTarget::Endpoint>* addresses)
+{
+    const sHostPort& server = mOptions.server;
+    const KeptSignals signals;
+    for (const sLinkAddress& found :
+         resolveAddress(server.host, server.port, mOptions.fleet.link.connectMs, signals.fd())) {
+        ServerTarget::Endpoint endpoint;
+        endpoint.resize(found.size);
+        std::memcpy(endpoint.data(), &found.storage, found.size);
+        addresses->push_back(endpoint);
+    }
+    return addresses->empty() ? "the server's name has no address: " + server.host + "." : "";
+}
+
+/// All that may go wrong before a device connects. Returns one sentence if it does.
+std::string Application::prepare()
+{
+    if (mOptions.report) {
+        if (const WStatus status = checkReport(*mOptions.report); !status.isOk()) {
+            return writeMistake(*mOptions.report, status);
+        }
+    }
+    std::vector<ServerTarget::Endpoint> addresses;
+    if (std::string mistake = findServer(&addresses); !mistake.empty()) {
+        return mistake;
+    }
+    std::vector<ServerTarget::Address> sources;
+    for (const std::string& address : mOptions.bind) {
+        sources.push_back(boost::asio::ip::make_address(address));
+    }
+    ServerTarget target(addresses, std::move(sources));
+    const size_t sourceCount = target.sourceCount(addresses.front());
+    if (!mOptions.bind.empty() && sourceCount == 0) {
+        return "--bind has no address of the server's family.";
+    }
+    mLimits = SystemLimits::take();
+    mPorts = portsFor(mLimits, sourceCount);
+    const uint32_t devices = mOptions.fleet.shard.size(mOptions.fleet.count);
+    if (std::string mistake = checkLimits(devices, mOptions.fleet.counts, sourceCount, mLimits);
+        !mistake.empty()) {
+        return mistake;
+    }
+    mFleet = std::make_unique<Fleet>(mIo, mOptions.fleet, std::move(target));
+    return "";
+}
+
+int Application::run()
+{
+    mSignals.async_wait([this](const boost::system::error_code& error, int) {
+        if (!error) {
+            mIo.stop();
+        }
+    });
+    if (const std::string mistake = prepare(); !mistake.empty()) {
+        return fail(mistake);
+    }
+    mFleet->onEnd = [this] { mIo.stop(); };
+    mFleet->start();
+    showProgress();
+    mIo.run();
+    mProgress.finish();
+    return finish();
+}
+
+void Application::showProgress()
+{
+    const double seconds = mProgress.isTerminal() ? kTerminalSeconds : mOptions.progressSeconds;
+    mProgressTimer.expires_after(
+        std::chrono::duration_cast<LinkTimer::duration>(std::chrono::duration<double>(seconds)));
+    mProgressTimer.async_wait([this](const boost::system::error_code& error) {
+        if (!error) {
+            mProgress.show(mFleet->progress());
+            showProgress();
+        }
+    });
+}
+
+int Application::finish()
+{
+    FleetReport report = mFleet->report();
+    report.version = mVersion;
+    report.kernel = kernel();
+    report.run = mOptions.runId;
+    if (mOptions.isPart) {
+        report.shard = mOptions.fleet.shard;
+    }
+    report.limits = {mLimits.descriptors, mPorts};
+    std::cout << reportTable(report) << std::flush;
+    if (mOptions.report) {
+        if (const WStatus status = writeReport(report, *mOptions.report); !status.isOk()) {
+            return fail(writeMistake(*mOptions.report, status));
+        }
+    }
+    const EventCounts events = report.events();
+    const bool allSent = events.dropped == 0 && events.waiting == 0;
+    const bool enough = report.devices.in >= mOptions.fleet.shard.require(mOptions.require);
+    return allSent && enough ? 0 : 4;
+}
+
+} // namespace fleet

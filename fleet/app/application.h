@@ -1,0 +1,43 @@
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <memory>
+#include <string>
+
+#include "fleet/app/limits.h"
+#include "fleet/app/options.h"
+#include "fleet/app/progressline.h"
+#include "fleet/devices/fleet.h"
+
+namespace fleet {
+
+/// The whole program, which only connects its parts.
+class Application
+{
+public:
+    /// @p version is the program's.
+    Application(const Options& options, std::string version);
+    ~Application();
+
+    /// Plays the fleet, writes the report and the table, and returns the exit status. Call once.
+    int run();
+
+private:
+    std::string prepare();
+    std::string findServer(std::vector<ServerTarget::Endpoint>* addresses);
+    void showProgress();
+    int finish();
+
+    const Options mOptions;
+    const std::string mVersion;
+    SystemLimits mLimits;
+    uint64_t mPorts = 0;
+    boost::asio::io_context mIo{1};
+    boost::asio::signal_set mSignals;
+    LinkTimer mProgressTimer;
+    ProgressLine mProgress;
+    std::unique_ptr<Fleet> mFleet;
+};
+
+} // namespace fleet
