@@ -12,7 +12,7 @@ from pathlib import Path
 
 import pytest
 from conftest import runs, wait_until
-from zul import ExpectationFailed, Server, ZulError, ZulTimeout
+from zul import Bench, ExpectationFailed, Server, ZulError, ZulTimeout
 
 
 @pytest.fixture
@@ -87,6 +87,65 @@ def test_a_device_that_is_not_connected_is_an_error(server: Server) -> None:
         server.set_dout(1, "high", device=1001)
     with pytest.raises(ZulError, match="1001"):
         server.drop(1001)
+
+
+def test_two_devices_with_one_serial_are_told_apart_by_their_peers(server: Server) -> None:
+    with Bench(dout=1, serial=7, server=server) as first, Bench(dout=1, serial=7) as second:
+        first.wait_connected()
+        second.connect(server)
+        wait_until(lambda: server.devices()["identified"] == 2, "both are there")
+        one, other = [event["peer"] for event in server.events if event["event"] == "device"]
+        with pytest.raises(ZulError, match="^Several devices with the serial 7 are connected[.]$"):
+            server.get("device", device=7)
+        assert server.get("device", peer=other)[0]["deviceSerial"] == 7
+        server.set_dout(1, "high", peer=other)
+        second.dout[1].expect_high()
+        first.dout[1].expect_low()
+        assert server.expect_get("dout", 1, peer=one)
+        server.drop(peer=one)
+        server.wait_disconnected(peer=one)
+        server.wait_device(peer=other)
+
+
+def test_a_peer_that_is_not_there_is_an_error(server: Server) -> None:
+    with pytest.raises(ZulError, match="^No device at 127.0.0.1:1 is connected[.]$"):
+        server.get("device", peer="127.0.0.1:1")
+    with pytest.raises(ZulTimeout):
+        server.wait_device(peer="127.0.0.1:1", timeout=0.01)
+    server.expect_no_event(peer="127.0.0.1:1", within=0.01)
+    with pytest.raises(ExpectationFailed):
+        server.expect_event(peer="127.0.0.1:1", within=0.01)
+
+
+def test_all_devices_are_asked_at_the_same_time(server: Server) -> None:
+    with pytest.raises(ZulError, match="^No device is connected[.]$"):
+        server.get("device", device="*")
+    with Bench(dout=1, serial=1, server=server) as first, Bench(dout=1, serial=2, server=server) as second:
+        first.wait_connected()
+        second.wait_connected()
+        assert server.get("dout", device="*") == []
+        server.set_dout(1, "high", device="*")
+        first.dout[1].expect_high()
+        second.dout[1].expect_high()
+        assert server.command("get device device=*").line["tally"] == {
+            "asked": 2,
+            "answered": 2,
+            "timeout": 0,
+            "error": 0,
+        }
+
+
+def test_devices_are_counted(server: Server) -> None:
+    assert server.devices() == {
+        "connected": 0,
+        "identified": 0,
+        "connectsPerSecond": 0,
+        "messagesPerSecond": 0,
+    }
+    with Bench(serial=1, server=server) as bench:
+        bench.wait_connected()
+        counts = server.devices()
+        assert (counts["connected"], counts["identified"]) == (1, 1)
 
 
 @pytest.mark.parametrize(
