@@ -38,18 +38,19 @@ private:
         uint64_t id;
         uint32_t serial;
         WMsg message;
+        std::string peer;
     };
 
     void add(FuzzInput* input)
     {
-        Entry entry{mAdded++, input->number8() % 3U, WMsg()};
+        Entry entry{mAdded++, input->number8() % 3U, WMsg(), peerOf(mAdded)};
         PayloadWriter writer(&entry.message.payload);
         for (size_t objects = input->number8() % 4; objects > 0; --objects) {
             writer.beginObject(input->number8() % 3);
             writer.putText(1, std::string(input->number8() % 40, 'x'));
             writer.endObject();
         }
-        mLog.add(entry.serial, entry.message);
+        mLog.add(entry.serial, entry.message, entry.peer);
         mExpected.push_back(std::move(entry));
         while (mExpected.size() > kLimits.messages || bytes() > kLimits.payloadBytes) {
             mExpected.pop_front();
@@ -67,9 +68,13 @@ private:
         if ((wanted & 8) != 0) {
             filter.objectType = (wanted >> 4) % 3;
         }
+        if ((wanted & 0x80) != 0) {
+            filter.peer = peerOf(wanted >> 2);
+        }
         const uint64_t since = input->number8() % (mAdded + 1);
         const auto found = std::find_if(mExpected.begin(), mExpected.end(), [&](const Entry& entry) {
             return entry.id >= since && (!filter.deviceSerial || *filter.deviceSerial == entry.serial) &&
+                   (!filter.peer || *filter.peer == entry.peer) &&
                    (!filter.objectType || has(entry.message, *filter.objectType));
         });
         WMsg message;
@@ -80,6 +85,9 @@ private:
             mExpected.erase(found);
         }
     }
+
+    /// One of three.
+    static std::string peerOf(uint64_t number) { return "10.0.0." + std::to_string(number % 3) + ":40000"; }
 
     static bool has(const WMsg& message, uint32_t type)
     {
