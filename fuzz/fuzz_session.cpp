@@ -60,7 +60,7 @@ public:
         mPeer = std::make_unique<DevicePeer>(ends[0]);
         boost::asio::ip::tcp::socket socket(mIo, boost::asio::ip::tcp::v4(), ends[1]);
         mSession = std::make_shared<server::DeviceSession>(
-            std::move(socket), settings, static_cast<server::DeviceSession::Listener*>(this), &mNumbers);
+            std::move(socket), mSettings, static_cast<server::DeviceSession::Listener*>(this), &mNumbers, 1);
         mSession->start();
         settle();
     }
