@@ -34,7 +34,10 @@ analog inputs and outputs, card scanners and ad-hoc events, in a window,
 without one, and by scripts.
 .
 zulserver is a small monitoring server for the other end of the line: it
-prints what the devices say and takes commands.")
+prints what the devices say and takes commands.
+.
+zulfleet plays thousands of such devices at once, and measures how the
+server takes it.")
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-zul)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
@@ -45,7 +48,7 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-pytest, python3-pytest-xdist")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
     ${CMAKE_CURRENT_SOURCE_DIR}/python/postinst ${CMAKE_CURRENT_SOURCE_DIR}/python/prerm)
 set(CPACK_DEBIAN_PYTHON_DESCRIPTION "simulated field devices and a monitoring server for Python tests
-The package zul runs zulbench and zulserver as Python objects: a test sets a
+The package zul runs zulbench, zulserver and zulfleet as Python objects: a test sets a
 device's inputs and expects what the server gets, and the other way round.
 For pytest there are fixtures, and a failing test shows what the programs
 said. Nothing of them is left behind, however a test ends.")

@@ -1,7 +1,7 @@
 #!/bin/bash
 # --help, the manual pages and the completion name the same options, and the server's commands likewise.
 # The completion offers files by what they are.
-# usage: options_test.sh ZULBENCH ZULSERVER MANUALS
+# usage: options_test.sh ZULBENCH ZULSERVER ZULFLEET MANUALS
 set -euo pipefail
 
 # shellcheck source=tests/support/checks.sh
@@ -9,7 +9,8 @@ source "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../support/checks.sh"
 
 zulbench=$1
 zulserver=$2
-manuals=$3
+zulfleet=$3
+manuals=$4
 completions=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../../packaging/program/completions")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -55,7 +56,7 @@ same() { # WHAT EXPECTED ACTUAL
 
 options_agree() {
     local name program
-    for program in "$zulbench" "$zulserver"; do
+    for program in "$zulbench" "$zulserver" "$zulfleet"; do
         name=$(basename "$program")
         same "$name(1)" "$(options_of_help "$program")" "$(options_of_page "$name")"
         same "completion of $name" "$(options_of_help "$program")" "$(completed "$name" - | words)"
@@ -83,6 +84,8 @@ files_are_offered_by_their_kind() {
     same "a script to end with" $'folder\none.js' "$(completed zulbench --run "" | words)"
     same "plain files" $'folder\none.con\none.dev\none.js' "$(completed zulbench --connect "" | words)"
     same "files of commands" "one.txt" "$(completed zulserver --commands one.t | words)"
+    touch "$work/one.json"
+    same "reports" $'folder\none.json' "$(completed zulfleet --merge "" | words)"
     [[ -z $(completed zulserver --port 5 | words) ]] || fail "something is offered for a port"
 }
 

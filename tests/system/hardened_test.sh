@@ -1,7 +1,7 @@
 #!/bin/bash
-# The units under packaging/ are sound, and the programs run inside what the units allow them: as an unprivileged
+# The units are sound, and the programs run inside what the units allow them: as an unprivileged
 # user without any capability, and with no system call beyond the units' filter.
-# usage: hardened_test.sh ZULBENCH ZULSERVER
+# usage: hardened_test.sh ZULBENCH ZULSERVER ZULFLEET
 set -euo pipefail
 
 # shellcheck source=tests/support/checks.sh
@@ -12,7 +12,7 @@ place=$(mktemp -d)
 trap 'kill $(jobs -p) 2>/dev/null || true; wait; rm -rf "$place"' EXIT
 
 # Any user may run these copies, wherever the tree lies.
-install -m 755 "$1" "$2" "$place"
+install -m 755 "$1" "$2" "$3" "$place"
 chmod 755 "$place"
 mkdir "$place/home"
 
@@ -78,11 +78,25 @@ programs_do_their_work() {
     wait "$bench" || fail "zulbench ended with $?"
 }
 
+a_fleet_does_its_work() {
+    local port
+    start zulserver --port 0
+    local server=$!
+    within 60 grep -q '"port"' "$place/zulserver.lines" || fail "the server does not listen"
+    port=$(sed -n 's/.*"listening".*"port":\([0-9]*\).*/\1/p' "$place/zulserver.lines")
+    start zulfleet --server "127.0.0.1:$port" --shard 0/2 --count 20 --din 2 --ain 1 --seed 1 --events 50 \
+        --duration 1 --report "$place/home/0.json"
+    wait "$!" || fail "zulfleet ended with $?: $(<"$place/zulfleet.errors")"
+    [[ -s $place/home/0.json ]] || fail "zulfleet wrote no report"
+    pkill -TERM -P "$server" zulserver
+    wait "$server" || fail "zulserver ended with $?"
+}
+
 no_call_is_beyond_the_filter() {
     local name beyond
     allowed_calls >"$place/allowed"
     [[ $(wc -l <"$place/allowed") -gt 200 ]] || fail "the filter's calls could not be listed"
-    for name in zulbench zulserver; do
+    for name in zulbench zulserver zulfleet; do
         sed -n 's/^[0-9]* *\([a-z0-9_]*\)(.*/\1/p' "$place/home/$name.calls" | sort -u >"$place/$name.used"
         [[ $(wc -l <"$place/$name.used") -gt 20 ]] || fail "the calls of $name were not recorded"
         beyond=$(comm -23 "$place/$name.used" "$place/allowed")
@@ -93,8 +107,10 @@ no_call_is_beyond_the_filter() {
 export LC_ALL=C
 unit_is_sound zulserver.service zulserver.service 15
 unit_is_sound zulbench@.service zulbench@Panel.service 15
+unit_is_sound ../examples/fleet/zulfleet@.service zulfleet@0.service 15
 # A user's own service manager has no rights to give away: what it can do against its services is little.
 unit_is_sound program/user/zulbench@.service zulbench@Panel.service 65 --user
 programs_do_their_work
+a_fleet_does_its_work
 no_call_is_beyond_the_filter
 exit "$failed"
