@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "controlcommand.h"
+#include "zulcommand/controlcommand.h"
 #include "property.h"
 #include "zulcommand/linesplitter.h"
 

@@ -7,9 +7,9 @@
 
 #include "ccontrolled.h"
 #include "cdevice.h"
-#include "controlactions.h"
-#include "controllines.h"
 #include "scriptevent.h"
+#include "zulcommand/controlactions.h"
+#include "zulcommand/controllines.h"
 
 using namespace zulcommand;
 

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "controlcommand.h"
+#include "zulcommand/controlcommand.h"
 #include "zulcommand/eventsearch.h"
 
 class cControlled;

@@ -5,8 +5,9 @@
 
 #include "ccontrolled.h"
 #include "cdevice.h"
-#include "controllines.h"
 #include "scriptevent.h"
+#include "scriptline.h"
+#include "zulcommand/controllines.h"
 
 namespace {
 
@@ -124,7 +125,7 @@ void cControlServer::setReceived(cObjectList& message)
 
 void cControlServer::portChanged(const cObjectPort& port)
 {
-    writeLine(controllines::changedLine(port));
+    writeLine(controllines::changedLine(mControlled->device()->objectOf(port)));
     std::ranges::for_each(mClients, [&](auto& client) { client->runner.update(); });
 }
 
@@ -139,7 +140,7 @@ void cControlServer::scriptChanged(const sScriptEvent& event)
     if (mClients.empty()) {
         return;
     }
-    writeLine(controllines::scriptLine(event));
+    writeLine(scriptLine(event));
     std::ranges::for_each(mClients, [&](auto& client) { client->runner.scriptChanged(event); });
 }
 

@@ -1,115 +1,26 @@
 #include "ccontrolsocket.h"
 
 #include <cerrno>
-#include <cstring>
-#include <fcntl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
-#include <system_error>
-#include <unistd.h>
 #include <utility>
 
 namespace {
 
 constexpr int kRetryMs = 100;
 
-/// A descriptor that is closed unless it is released.
-class Descriptor
-{
-public:
-    explicit Descriptor(int fd) : mFd(fd) {}
-    ~Descriptor()
-    {
-        if (mFd >= 0) {
-            ::close(mFd);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int get() const { return mFd; }
-    int release() { return std::exchange(mFd, -1); }
-
-private:
-    int mFd;
-};
-
-Descriptor streamSocket()
-{
-    return Descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-}
-
-bool connects(const sockaddr_un& address)
-{
-    const Descriptor probe = streamSocket();
-    // A living one whose queue is full answers too: EAGAIN.
-    return ::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ||
-           errno == EAGAIN;
-}
-
-/// Binds @p fd. Removes a socket at the path first if no program listens at it. Returns the problem, or an
-/// empty text.
-std::string bindTo(int fd, const sockaddr_un& address)
-{
-    const auto bind = [&] {
-        return ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
-    };
-    int error = bind();
-    struct stat status = {};
-    if (error == EADDRINUSE && ::lstat(address.sun_path, &status) == 0) {
-        if (!S_ISSOCK(status.st_mode)) {
-            return "a file that is no socket is there";
-        }
-        if (connects(address)) {
-            return "another program listens there";
-        }
-        ::unlink(address.sun_path);
-        error = bind();
-    }
-    return error == 0 ? "" : std::generic_category().message(error);
-}
-
 } // namespace
 
 std::unique_ptr<cControlSocket> cControlSocket::make(const std::string& path, std::string* problem)
 {
-    const auto fail = [&](const std::string& reason) {
-        *problem = "the control socket '" + path + "' could not be made: " + reason;
-        return nullptr;
-    };
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    if (path.empty() || path.size() >= sizeof address.sun_path) {
-        return fail(path.empty() ? "the path is empty"
-                                 : "the path is longer than " + std::to_string(sizeof address.sun_path - 1) +
-                                       " bytes");
-    }
-    std::memcpy(address.sun_path, path.data(), path.size());
-    Descriptor socket = streamSocket();
-    if (socket.get() < 0) {
-        return fail(std::generic_category().message(errno));
-    }
-    if (const std::string wrong = bindTo(socket.get(), address); !wrong.empty()) {
-        return fail(wrong);
-    }
-    // The kernel refuses clients before listen(), so no client connects with another mode.
-    if (::chmod(address.sun_path, S_IRUSR | S_IWUSR) != 0) {
-        const std::string reason = std::generic_category().message(errno);
-        ::unlink(address.sun_path);
-        return fail(reason);
-    }
-    return std::unique_ptr<cControlSocket>(new cControlSocket(socket.release(), path));
+    auto socket = std::make_unique<cControlPath>();
+    *problem = socket->make(path);
+    return problem->empty() ? std::unique_ptr<cControlSocket>(new cControlSocket(std::move(socket)))
+                            : nullptr;
 }
 
-cControlSocket::cControlSocket(int fd, std::string path)
-    : mFd(fd), mPath(std::move(path)), mReadable(fd, QSocketNotifier::Read)
+cControlSocket::cControlSocket(std::unique_ptr<cControlPath> socket)
+    : mSocket(std::move(socket)), mReadable(mSocket->fd(), QSocketNotifier::Read)
 {
-    struct stat status = {};
-    if (::lstat(mPath.c_str(), &status) == 0) {
-        mDevice = status.st_dev;
-        mInode = status.st_ino;
-    }
     mRetry.setSingleShot(true);
     mReadable.setEnabled(false);
     QObject::connect(&mReadable, &QSocketNotifier::activated, [this] { accept(); });
@@ -118,23 +29,15 @@ cControlSocket::cControlSocket(int fd, std::string path)
 
 bool cControlSocket::listen()
 {
-    mReadable.setEnabled(::listen(mFd, SOMAXCONN) == 0);
+    mReadable.setEnabled(::listen(mSocket->fd(), SOMAXCONN) == 0);
     return mReadable.isEnabled();
 }
 
-cControlSocket::~cControlSocket()
-{
-    mReadable.setEnabled(false);
-    struct stat status = {};
-    if (::lstat(mPath.c_str(), &status) == 0 && status.st_dev == mDevice && status.st_ino == mInode) {
-        ::unlink(mPath.c_str());
-    }
-    ::close(mFd);
-}
+cControlSocket::~cControlSocket() { mReadable.setEnabled(false); }
 
 void cControlSocket::accept()
 {
-    const int client = ::accept4(mFd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+    const int client = ::accept4(mSocket->fd(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
     if (client >= 0) {
         onClient(client);
     } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {

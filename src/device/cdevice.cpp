@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <iostream>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <system_error>
 #include <utility>
@@ -25,6 +26,13 @@
 namespace {
 
 constexpr eObjectTypes kPortTypes[] = {OBJ_PORT_DIN, OBJ_PORT_DOUT, OBJ_PORT_AIN, OBJ_PORT_AOUT};
+
+/// Where the slider of an analog input stands; nothing for another record.
+std::optional<int> sliderOf(const cObject& record)
+{
+    const auto* input = dynamic_cast<const cAInput*>(&record);
+    return input == nullptr ? std::nullopt : std::make_optional(input->getCurrentSample());
+}
 
 void addWiring(QTabWidget* panel, QWidget* page, const QString& title, QGroupBox* inputs, QGroupBox* outputs)
 {
@@ -198,7 +206,7 @@ void cDevice::removeObserver(cDeviceObserver* observer)
 
 void cDevice::checkPort(const cObjectPort& port)
 {
-    if (!mObservers.empty() && mPortWatch.changed(port)) {
+    if (!mObservers.empty() && mPortWatch.changed(port, sliderOf(port).value_or(0))) {
         tellObservers([&port](cDeviceObserver& observer) { observer.portChanged(port); });
     }
 }
@@ -221,6 +229,15 @@ int cDevice::getAnalogInputValue(int port) const { return mAnalogWiring.input(po
 int cDevice::getDigitalOutputValue(int port) const { return mDigitalWiring.output(port)->getCurrentState(); }
 
 int cDevice::getAnalogOutputValue(int port) const { return mAnalogWiring.output(port)->getCurrentSample(); }
+
+zulcommand::JsonPtr cDevice::objectOf(const cObject& record) const
+{
+    zulcommand::JsonPtr json(record.getJSONObj());
+    if (const std::optional<int> value = sliderOf(record)) {
+        json_object_set_new(json.get(), "value", json_integer(*value));
+    }
+    return json;
+}
 
 /// Calls @p visit with the list of the records of @p type; of another one with the device alone.
 template <class Visit>

@@ -11,9 +11,10 @@
 
 #include "cdeviceobserver.h"
 #include "cguiexecutor.h"
-#include "cportwatch.h"
 #include "cqtlinkdriver.h"
 #include "cwiringpage.h"
+#include "zulcommand/portwatch.h"
+#include "zulcommand/steereddevice.h"
 #include "zuldevice/devicecore.h"
 #include "zullink/hostport.h"
 #include "zulobj/objclient.h"
@@ -31,7 +32,7 @@ class cDOutput;
 /// and which events it makes is DeviceCore's.
 ///
 /// All of its state belongs to the GUI thread. Functions that say "any thread" use the executor.
-class cDevice : public QTabWidget, public cObjectDevice, public cObjectListener
+class cDevice : public QTabWidget, public cObjectDevice, public cObjectListener, public cSteeredDevice
 {
     Q_OBJECT
 
@@ -89,9 +90,8 @@ public:
     Q_INVOKABLE int getDigitalOutputValue(int port) const;
     Q_INVOKABLE int getAnalogOutputValue(int port) const;
 
-    /// The records of @p type in their order: of a kind of ports, the scanners (OBJ_ACCESS), the capabilities
-    /// or the device itself.
-    std::vector<const cObject*> records(eObjectTypes type) const;
+    std::vector<const cObject*> records(eObjectTypes type) const override;
+    zulcommand::JsonPtr objectOf(const cObject& record) const override;
 
     /// The port of @p type, one of the four kinds of ports, with the number @p port, from 1; null if there is
     /// none.
@@ -113,19 +113,17 @@ public:
 
     // What the operator does. Ports and scanners are numbered from 1; a wrong one ends the program.
 
-    void setDigitalInput(int port, bool high);
-    void setAnalogInput(int port, int value); ///< 0 to 100
+    void setDigitalInput(int port, bool high) override;
+    void setAnalogInput(int port, int value) override;
 
-    /// Reports this scanner with @p code, in UTF-8, which its row shows.
-    void reportScan(int scanner, const std::string& code);
+    /// The row shows the code.
+    void reportScan(int scanner, const std::string& code) override;
 
-    /// Reports an ad-hoc event with texts in UTF-8, which the editor shows. @p id is 1 to 99. Returns false
-    /// if this device has no editor.
-    bool reportAdhoc(uint32_t id, const std::string& label, const std::string& value);
+    /// The editor shows the texts. Returns false if this device has none.
+    bool reportAdhoc(uint32_t id, const std::string& label, const std::string& value) override;
 
-    /// Puts @p output among the outputs of @p input, once, or takes it out; the wiring page shows it. @p type
-    /// is that of the input. Returns false, and changes nothing, if another input drives the output.
-    bool setWired(eObjectTypes type, int input, int output, bool wired);
+    /// The wiring page shows it.
+    bool setWired(eObjectTypes type, int input, int output, bool wired) override;
 
     size_t samplingThreads() const { return mSampleThreads.size(); }
 

@@ -1,4 +1,4 @@
-#include "controlcommand.h"
+#include "zulcommand/controlcommand.h"
 #include "qttestmain.h"
 
 #include <QFile>

@@ -50,5 +50,8 @@ struct sControlCommand : zulcommand::CommandBase
 /// was filled.
 std::string parseControlCommand(const std::string& line, sControlCommand* command);
 
+/// The same for a program with several devices, whose commands take device=SERIAL or device=*.
+std::string parseFleetCommand(const std::string& line, sControlCommand* command);
+
 /// The text of the command "help": every command with its fields, in lines.
 std::string controlHelp();

@@ -1,9 +1,7 @@
-#include "controllines.h"
+#include "zulcommand/controllines.h"
 
 #include <chrono>
 
-#include "cainput.h"
-#include "scriptevent.h"
 #include "zulcommand/reply.h"
 #include "zullink/linkstate.h"
 
@@ -17,28 +15,18 @@ const char* wordOf(sLinkState::eState state)
     return kWords[state];
 }
 
-/// Null for an empty text.
-json_t* textOrNull(const std::string& text) { return text.empty() ? json_null() : zulcommand::textOf(text); }
-
-JsonPtr objectLine(const char* event, const cObject& record)
+JsonPtr objectLine(const char* event, JsonPtr object)
 {
-    return JsonPtr(json_pack("{s:s, s:o}", "event", event, "object", objectOf(record).release()));
+    return JsonPtr(json_pack("{s:s, s:o}", "event", event, "object", object.release()));
 }
 
 } // namespace
 
-JsonPtr objectOf(const cObject& record)
-{
-    JsonPtr json(record.getJSONObj());
-    if (const auto* input = dynamic_cast<const cAInput*>(&record)) {
-        json_object_set_new(json.get(), "value", json_integer(input->getCurrentSample()));
-    }
-    return json;
-}
+json_t* textOrNull(const std::string& text) { return text.empty() ? json_null() : zulcommand::textOf(text); }
 
-JsonPtr changedLine(const cObject& record) { return objectLine("changed", record); }
+JsonPtr changedLine(JsonPtr object) { return objectLine("changed", std::move(object)); }
 
-JsonPtr setLine(const cObject& record) { return objectLine("set", record); }
+JsonPtr setLine(const cObject& record) { return objectLine("set", JsonPtr(record.getJSONObj())); }
 
 JsonPtr setMessageLine(uint32_t /*deviceSerial*/, const cObjectList& message)
 {
@@ -59,15 +47,6 @@ JsonPtr linkMember(const sLinkState& state)
                              textOrNull(state.server), "since", json_int_t{since.count()}, "waiting",
                              static_cast<json_int_t>(state.waiting), "dropped",
                              static_cast<json_int_t>(state.dropped)));
-}
-
-JsonPtr scriptLine(const sScriptEvent& event)
-{
-    constexpr const char* kWords[] = {"started", "ended", "failed", "stopped"};
-    return JsonPtr(json_pack("{s:s, s:o, s:s, s:o, s:o}", "event", "script", "file",
-                             zulcommand::textOf(event.file.toStdString()), "state", kWords[event.state],
-                             "error", textOrNull(event.error.toStdString()), "line",
-                             event.line > 0 ? json_integer(event.line) : json_null()));
 }
 
 } // namespace controllines

@@ -1,4 +1,4 @@
-#include "controlcommand.h"
+#include "zulcommand/controlcommand.h"
 
 #include <algorithm>
 #include <array>
@@ -181,7 +181,7 @@ void readPause(CommandWords* words, sControlCommand* command) { readSleep(words,
 
 void readNothing(CommandWords*, sControlCommand*) {}
 
-constexpr Verb<sControlCommand> kVerbs[] = {
+constexpr std::array kVerbs = std::to_array<Verb<sControlCommand>>({
     {"get", Kind::GET, readGet,
      "get device|capability|link\n"
      "get din|dout|ain|aout|scanner [PORT|*]\n"},
@@ -209,13 +209,32 @@ constexpr Verb<sControlCommand> kVerbs[] = {
     {"sleep", Kind::SLEEP, readPause, "sleep S\n"},
     {"help", Kind::HELP, readNothing, "help\n"},
     {"quit", Kind::QUIT, readNothing, "quit\n"},
-};
+});
+
+/// The commands for a program with several devices: those about a device name it.
+constexpr auto kFleetVerbs = [] {
+    auto verbs = kVerbs;
+    for (Verb<sControlCommand>& verb : verbs) {
+        verb.namesDevice = verb.kind != Kind::FORGET && verb.kind != Kind::SLEEP && verb.kind != Kind::HELP &&
+                           verb.kind != Kind::QUIT;
+        verb.namesEveryDevice = verb.namesDevice;
+    }
+    return verbs;
+}();
 
 } // namespace
 
 std::string parseControlCommand(const std::string& line, sControlCommand* command)
 {
     return readCommand<sControlCommand>(line, kVerbs, command);
+}
+
+std::string parseFleetCommand(const std::string& line, sControlCommand* command)
+{
+    std::string mistake = readCommand<sControlCommand>(line, kFleetVerbs, command);
+    return mistake.empty() && command->filter.peer
+               ? "The command names a device by device=SERIAL or device=*."
+               : mistake;
 }
 
 std::string controlHelp()

@@ -1,7 +1,4 @@
-#include "controlactions.h"
-
-#include "cdevice.h"
-#include "controllines.h"
+#include "zulcommand/controlactions.h"
 
 namespace controlactions {
 
@@ -26,7 +23,7 @@ const char* nameOf(eObjectTypes type)
 }
 
 /// The sentence if the device has no part of @p type with this number, from 1.
-std::string missing(const cDevice& device, eObjectTypes type, uint32_t number)
+std::string missing(const cSteeredDevice& device, eObjectTypes type, uint32_t number)
 {
     const size_t count = device.records(type).size();
     return number <= count ? ""
@@ -34,7 +31,7 @@ std::string missing(const cDevice& device, eObjectTypes type, uint32_t number)
                                  ": the device has " + std::to_string(count) + '.';
 }
 
-std::string wire(const sControlCommand& command, cDevice& device)
+std::string wire(const sControlCommand& command, cSteeredDevice& device)
 {
     const eObjectTypes outputs = command.type == OBJ_PORT_DIN ? OBJ_PORT_DOUT : OBJ_PORT_AOUT;
     std::string error = missing(device, command.type, command.number);
@@ -49,7 +46,7 @@ std::string wire(const sControlCommand& command, cDevice& device)
 
 } // namespace
 
-std::string get(const sControlCommand& command, const cDevice& device, json_t* objects)
+std::string get(const sControlCommand& command, const cSteeredDevice& device, json_t* objects)
 {
     if (std::string error = missing(device, command.type, command.number); !error.empty()) {
         return error;
@@ -57,13 +54,13 @@ std::string get(const sControlCommand& command, const cDevice& device, json_t* o
     const std::vector<const cObject*> records = device.records(command.type);
     for (size_t i = 0; i < records.size(); ++i) {
         if (command.number == 0 || i + 1 == command.number) {
-            json_array_append_new(objects, controllines::objectOf(*records[i]).release());
+            json_array_append_new(objects, device.objectOf(*records[i]).release());
         }
     }
     return {};
 }
 
-std::string act(const sControlCommand& command, cDevice& device)
+std::string act(const sControlCommand& command, cSteeredDevice& device)
 {
     const int number = static_cast<int>(command.number);
     const auto unlessMissing = [&](eObjectTypes type, auto act) {

@@ -10,8 +10,9 @@ class cObjectPort;
 class cPortWatch
 {
 public:
-    /// Remembers @p port as it is. Returns true if it was another when it was remembered last.
-    bool changed(const cObjectPort& port);
+    /// Remembers @p port as it is; @p value is where the slider of an analog input stands, which no record
+    /// holds, else 0. Returns true if it was another when it was remembered last.
+    bool changed(const cObjectPort& port, int value);
 
     void clear() { mRemembered.clear(); }
 
