@@ -26,9 +26,8 @@ LAYERS = {
         ["zuloptions"],
     ],
     "src": [["common"], ["files"], ["ports"], ["device"], ["dialogs", "scripting", "control"], ["app"]],
-    "fleet": [["report"], ["devices"], ["app"]],
+    "fleet": [["report"], ["devices"], ["control"], ["app"]],
     "server": [["io"], ["commands"], ["sessions"], ["report"], ["web"], ["app"]],
-    "fleet": [["report"], ["devices"], ["app"]],
 }
 
 INCLUDE = re.compile(r'^\s*#\s*include\s*"([^"]+)"')

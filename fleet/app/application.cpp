@@ -116,7 +116,12 @@ std::string Application::prepare()
         return mistake;
     }
     mFleet = std::make_unique<Fleet>(mIo, mOptions.fleet, std::move(target));
-    return "";
+    if (!mOptions.control) {
+        return "";
+    }
+    mControl = std::make_unique<ControlServer>(mIo, *mFleet);
+    mControl->onQuit = [this] { mIo.stop(); };
+    return mControl->listen(*mOptions.control);
 }
 
 int Application::run()

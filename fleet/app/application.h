@@ -8,6 +8,7 @@
 #include "fleet/app/limits.h"
 #include "fleet/app/options.h"
 #include "fleet/app/progressline.h"
+#include "fleet/control/controlserver.h"
 #include "fleet/devices/fleet.h"
 
 namespace fleet {
@@ -38,6 +39,7 @@ private:
     LinkTimer mProgressTimer;
     ProgressLine mProgress;
     std::unique_ptr<Fleet> mFleet;
+    std::unique_ptr<ControlServer> mControl; ///< null without a control socket
 };
 
 } // namespace fleet

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "fleet/devices/steadytime.h"
+#include "zullink/hostport.h"
 
 using boost::asio::ip::tcp;
 using boost::system::error_code;
@@ -128,6 +129,7 @@ void Device::established()
     mPhase = ePhase::UP;
     mIdentified = false;
     mReason.clear();
+    mSince = std::chrono::system_clock::now();
     mFd = mSocket.native_handle();
     AsioDriver::Owner* const owner = this; // a private base
     mDriver = std::make_shared<AsioDriver>(std::move(mSocket), &mSession, owner);
@@ -148,10 +150,15 @@ void Device::linkClosed(const std::string& reason)
     mFd = -1;
     std::erase_if(mWaiting, [](const Waiting& waiting) { return !isEvent(waiting.message); });
     mReason = reason;
+    mSince = std::chrono::system_clock::now();
     if (mSession.hasReceived()) {
         mBackoff.reset();
     }
-    pause();
+    if (mHolding) {
+        mPhase = ePhase::OFF;
+    } else {
+        pause();
+    }
     mOwner.lost(*this, reason);
     mIdentified = false;
 }
@@ -193,7 +200,9 @@ void Device::drop(const std::string& reason, bool reset) { end(reason, reset); }
 
 void Device::hold(const std::string& reason, bool reset)
 {
+    mHolding = true;
     end(reason, reset);
+    mHolding = false;
     ++mGeneration;
     mTimer.cancel();
     error_code ignored;
@@ -217,6 +226,21 @@ void Device::releaseNow()
     }
 }
 
+sLinkState Device::linkState() const
+{
+    const tcp::endpoint& server = mShared.target.addresses().front();
+    sLinkState state;
+    state.state = mPhase == ePhase::UP    ? sLinkState::UP
+                  : mPhase == ePhase::OFF ? sLinkState::OFF
+                                          : sLinkState::DOWN;
+    state.server = toText(sHostPort{server.address().to_string(), server.port()});
+    state.reason = mReason;
+    state.since = mSince;
+    state.waiting = mSession.waitingEvents();
+    state.dropped = mSession.droppedEvents();
+    return state;
+}
+
 // Messages.
 
 void Device::linkMessage(LinkSession::Received&& received)
@@ -237,7 +261,7 @@ void Device::linkMessage(LinkSession::Received&& received)
     mPlain.handle(&list);
     mHandling = nullptr;
     if (isSet) {
-        mOwner.changed(*this);
+        mOwner.setApplied(*this);
     }
 }
 

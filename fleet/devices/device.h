@@ -2,6 +2,7 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -10,6 +11,7 @@
 #include "fleet/devices/servertarget.h"
 #include "zuldevice/plaindevice.h"
 #include "zullink/asiodriver.h"
+#include "zullink/linkstate.h"
 #include "zullink/reconnectbackoff.h"
 
 namespace fleet {
@@ -66,9 +68,9 @@ public:
         virtual void written(eMessage message, int64_t sinceUs) = 0;
         virtual void dropped(eMessage message) = 0;
 
-        /// Before a set is applied, and after it or an event.
+        // Before and after a set is applied.
         virtual void setReceived(Device& device, cObjectList& message) = 0;
-        virtual void changed(Device& device) = 0;
+        virtual void setApplied(Device& device) = 0;
     };
 
     enum class ePhase : uint8_t
@@ -102,8 +104,8 @@ public:
     const PlainDevice& plain() const { return mPlain; }
     const LinkSession& session() const { return mSession; }
 
-    /// Why the link is not up, in a few words; may be empty.
-    const std::string& reason() const { return mReason; }
+    /// Its server is the first address of the target's.
+    sLinkState linkState() const;
 
     /// Begins an attempt that was to begin at @p sinceUs, unless it is OFF, CONNECTING or UP.
     void connect(int64_t sinceUs);
@@ -114,10 +116,8 @@ public:
     /// Ends the connection or the attempt; it stays down until release().
     void hold(const std::string& reason, bool reset);
 
-    /// Lets it pause and connect again.
+    // Let it connect again, after a pause or as soon as the owner has it connect.
     void release();
-
-    /// The same without a pause.
     void releaseNow();
 
     /// Has @p act(PlainDevice&) report an event of a kind, which was to be sent at @p sinceUs.
@@ -183,12 +183,14 @@ private:
     std::shared_ptr<AsioDriver> mDriver;  ///< null unless UP
     LinkTimer mTimer;
     cReconnectBackoff mBackoff;
-    std::string mReason;
+    std::string mReason; ///< why the link is not up; may be empty
+    std::chrono::system_clock::time_point mSince = std::chrono::system_clock::now(); ///< it is up, or not
     int64_t mSinceUs = 0;     ///< when the attempt was to begin
     uint32_t mAddress = 0;    ///< of the server: the one that is tried
     uint32_t mGeneration = 0; ///< what waits for the timer or the socket belongs to this one
     ePhase mPhase = ePhase::WAITING;
     bool mIdentified = false;
+    bool mHolding = false; ///< the connection is ended by hold()
 
     // Sending.
     const LinkSession::Received* mHandling = nullptr;

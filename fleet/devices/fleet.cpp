@@ -309,7 +309,7 @@ void Fleet::reportEvent(uint64_t step, int64_t dueUs)
     counts.late += delay > kLate ? 1 : 0;
     Device& device = *mDevices[event.device];
     const auto kind = static_cast<eMessage>(event.kind);
-    device.report(kind, dueUs, [&](PlainDevice& plain) {
+    const auto act = [&](PlainDevice& plain) {
         switch (event.kind) {
         case eEventKind::DIN:
             return plain.setDigitalInput(event.number, !plain.isHigh(event.number));
@@ -321,10 +321,8 @@ void Fleet::reportEvent(uint64_t step, int64_t dueUs)
             plain.adhoc(event.number, "EVENT", std::to_string(stepOfAll).c_str());
             return true;
         }
-    });
-    if (mObserver != nullptr) {
-        mObserver->deviceChanged(device);
-    }
+    };
+    change(device, [&] { return device.report(kind, dueUs, act); });
 }
 
 void Fleet::written(eMessage message, int64_t sinceUs)
@@ -349,13 +347,14 @@ void Fleet::setReceived(Device& device, cObjectList& message)
 {
     if (mObserver != nullptr) {
         mObserver->setReceived(device, message);
+        mObserver->beforeChange(device);
     }
 }
 
-void Fleet::changed(Device& device)
+void Fleet::setApplied(Device& device)
 {
     if (mObserver != nullptr) {
-        mObserver->deviceChanged(device);
+        mObserver->afterChange(device);
     }
 }
 
@@ -371,13 +370,10 @@ bool Fleet::takeSamples(int64_t now)
         }
         Device& device = *mDevices[mSampleStep++ % mCount];
         const time_t time = ::time(nullptr);
-        device.report(eMessage::OTHER_EVENT, now, [&](PlainDevice& plain) {
+        act(device, [&](PlainDevice& plain) {
             mSettings.sampleEvery ? plain.sampleAll(time) : plain.takeSamples(time);
             return true;
         });
-        if (mObserver != nullptr) {
-            mObserver->deviceChanged(device);
-        }
     }
     return true;
 }
@@ -429,6 +425,18 @@ void Fleet::endStorms(int64_t now)
 }
 
 // What is told.
+
+Device* Fleet::device(uint32_t serial) const
+{
+    const uint64_t first = uint64_t{mSettings.serialStart} + mSettings.shard.first(mSettings.count);
+    return serial >= first && serial - first < mCount ? mDevices[serial - first].get() : nullptr;
+}
+
+void Fleet::disconnect(Device& device)
+{
+    record(device).planned = true;
+    device.hold("told to disconnect", false);
+}
 
 Fleet::Progress Fleet::progress() const
 {

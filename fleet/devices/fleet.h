@@ -43,7 +43,10 @@ public:
         virtual ~Observer() = default;
         virtual void linkChanged(Device& device) = 0;
         virtual void setReceived(Device& device, cObjectList& message) = 0;
-        virtual void deviceChanged(Device& device) = 0;
+
+        // Around whatever may change the ports of a device.
+        virtual void beforeChange(Device& device) = 0;
+        virtual void afterChange(Device& device) = 0;
     };
 
     Fleet(boost::asio::io_context& io, const FleetSettings& settings, ServerTarget target);
@@ -63,6 +66,20 @@ public:
 
     const std::vector<std::unique_ptr<Device>>& devices() const { return mDevices; }
 
+    /// Null if this process does not play the device with this serial number.
+    Device* device(uint32_t serial) const;
+
+    /// Has @p act(PlainDevice&) report an event that was not planned. Returns what it returns.
+    template <class Act>
+    auto act(Device& device, Act act)
+    {
+        return change(device, [&] { return device.report(eMessage::OTHER_EVENT, nowUs(), act); });
+    }
+
+    /// The device stays down until connect(), which is no loss.
+    void disconnect(Device& device);
+    void connect(Device& device) { device.releaseNow(); }
+
 private:
     void readyToConnect(Device& device) override;
     void connected(Device& device, int64_t sinceUs) override;
@@ -72,7 +89,7 @@ private:
     void written(eMessage message, int64_t sinceUs) override;
     void dropped(eMessage message) override;
     void setReceived(Device& device, cObjectList& message) override;
-    void changed(Device& device) override;
+    void setApplied(Device& device) override;
 
     struct Record
     {
@@ -95,6 +112,18 @@ private:
     void reportEvent(uint64_t step, int64_t dueUs);
     void settle(Device& device);
     void beginEvents();
+    template <class Act>
+    auto change(Device& device, Act act)
+    {
+        if (mObserver != nullptr) {
+            mObserver->beforeChange(device);
+        }
+        const auto result = act();
+        if (mObserver != nullptr) {
+            mObserver->afterChange(device);
+        }
+        return result;
+    }
     uint32_t reasonNumber(const std::string& reason);
     Record& record(const Device& device) { return mRecords[device.index()]; }
     EventCounts& counts(eMessage message) { return mReport.kinds[static_cast<size_t>(message)]; }

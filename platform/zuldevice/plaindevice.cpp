@@ -32,6 +32,34 @@ bool wire(const PlainDevice::List<Input>& inputs, uint32_t inputNumber,
     return true;
 }
 
+/// False if another input drives the output, and if one of them is not there.
+template <class Input, class Output>
+bool setWired(const PlainDevice::List<Input>& inputs, uint32_t inputNumber,
+              const PlainDevice::List<Output>& outputs, uint32_t outputNumber, bool wired)
+{
+    Input* input = at(inputs, inputNumber);
+    Output* output = at(outputs, outputNumber);
+    const int number = static_cast<int>(inputNumber);
+    if (input == nullptr || output == nullptr ||
+        (wired && output->getInputPort() != 0 && output->getInputPort() != number)) {
+        return false;
+    }
+    if ((output->getInputPort() == number) != wired) {
+        zuldevice::wire(input, number, output, static_cast<int>(outputNumber), wired);
+    }
+    return true;
+}
+
+template <class Part>
+std::vector<const cObject*> listOf(const PlainDevice::List<Part>& parts)
+{
+    std::vector<const cObject*> records;
+    for (const auto& part : parts) {
+        records.push_back(part.get());
+    }
+    return records;
+}
+
 } // namespace
 
 PlainDevice::PlainDevice(const zuldevice::Counts& counts, const char* label, uint32_t version,
@@ -115,6 +143,32 @@ bool PlainDevice::connectDigitalInput(uint32_t input, uint32_t output, bool conn
 bool PlainDevice::connectAnalogInput(uint32_t input, uint32_t output, bool connect)
 {
     return wire(mAnalogInputList, input, mAnalogOutputList, output, connect);
+}
+
+bool PlainDevice::setWired(eObjectTypes type, uint32_t input, uint32_t output, bool wired)
+{
+    return type == OBJ_PORT_DIN ? ::setWired(mDigitalInputList, input, mDigitalOutputList, output, wired)
+                                : ::setWired(mAnalogInputList, input, mAnalogOutputList, output, wired);
+}
+
+std::vector<const cObject*> PlainDevice::records(eObjectTypes type) const
+{
+    switch (type) {
+    case OBJ_PORT_DIN:
+        return listOf(mDigitalInputList);
+    case OBJ_PORT_DOUT:
+        return listOf(mDigitalOutputList);
+    case OBJ_PORT_AIN:
+        return listOf(mAnalogInputList);
+    case OBJ_PORT_AOUT:
+        return listOf(mAnalogOutputList);
+    case OBJ_ACCESS:
+        return listOf(mAccessList);
+    case OBJ_CAPABILITY:
+        return listOf(mCapabilityList);
+    default:
+        return {this};
+    }
 }
 
 bool PlainDevice::scan(uint32_t scanner, const char* code)

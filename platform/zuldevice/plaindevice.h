@@ -139,6 +139,13 @@ public:
     bool scan(uint32_t scanner, const char* code);
     void adhoc(uint32_t id, const char* label, const char* value);
 
+    /// Puts @p output among the outputs of @p input, once, or takes it out. @p type is that of the input.
+    bool setWired(eObjectTypes type, uint32_t input, uint32_t output, bool wired);
+
+    /// The records of @p type in their order: of a kind of ports, the scanners (OBJ_ACCESS), the capabilities
+    /// or the device itself.
+    std::vector<const cObject*> records(eObjectTypes type) const;
+
     const List<PlainDInput>& digitalInputs() const { return mDigitalInputList; }
     const List<PlainDOutput>& digitalOutputs() const { return mDigitalOutputList; }
     const List<PlainAOutput>& analogOutputs() const { return mAnalogOutputList; }

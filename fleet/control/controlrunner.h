@@ -1,0 +1,89 @@
+#pragma once
+
+#include <boost/asio/io_context.hpp>
+#include <chrono>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "fleet/devices/fleet.h"
+#include "zulcommand/controlcommand.h"
+#include "zulcommand/eventsearch.h"
+
+namespace fleet {
+
+/// Runs the commands of one client of the control socket, one after the other.
+class ControlRunner
+{
+public:
+    /// The runner is full() while so many lines wait.
+    static constexpr size_t kMaxWaiting = 1000;
+
+    /// A reply has no more records than this; one about all devices has none beyond it.
+    static constexpr size_t kMaxObjects = 1000;
+
+    /// @p fleet outlives it.
+    ControlRunner(boost::asio::io_context& io, Fleet& fleet) : mFleet(fleet), mTimer(io) {}
+
+    /// Called with the line of each reply; it must not call the runner.
+    std::function<void(const zulcommand::JsonPtr&)> onReply;
+
+    /// Called after a command that had to wait: the next one may be run.
+    std::function<void()> onReady;
+
+    /// Called after the reply to "quit".
+    std::function<void()> onQuit;
+
+    /// Queues a line; one that is no command is skipped.
+    void submit(const std::string& line);
+
+    bool full() const { return mQueue.size() >= kMaxWaiting; }
+    bool isRunning() const { return mRun.has_value(); }
+    bool isIdle() const { return !mRun && mQueue.empty(); }
+
+    /// Runs the next command, if there is one and none is running.
+    void runNext();
+
+    /// The server has sent @p message, a set of one object.
+    void setReceived(uint32_t serial, WMsg message) { mLog.add(serial, std::move(message)); }
+
+private:
+    using Reply = zulcommand::Reply;
+    using Clock = std::chrono::steady_clock;
+
+    struct Run
+    {
+        explicit Run(std::string line) : text(std::move(line)) {}
+
+        const std::string text;
+        sControlCommand command;
+        std::vector<Device*> devices; ///< those that the command is about
+        Clock::time_point begun = Clock::now();
+        zulcommand::EventSearch search;
+        size_t answers = 0; ///< that were not as expected
+        Reply lastAnswer;   ///< the last of them
+    };
+
+    std::string findDevices();
+    void execute();
+    Reply actOnEach(const std::function<std::string(Device&, json_t*)>& act) const;
+    Reply get() const;
+    Reply getLink() const;
+    bool isExpected(Device& device) const;
+    std::optional<Reply> look();
+    std::optional<Reply> expectGet();
+    Reply missed();
+    void wait();
+    void end(const Reply& reply);
+    static Reply error(const std::string& sentence);
+
+    Fleet& mFleet;
+    LinkTimer mTimer;
+    zulcommand::MessageLog mLog;
+    std::deque<std::string> mQueue;
+    std::optional<Run> mRun;
+};
+
+} // namespace fleet
