@@ -25,9 +25,9 @@ class OutputList
 public:
     void add(int output)
     {
-        mOutputs.resize(static_cast<size_t>(mCount));
+        mOutputs.resize(static_cast<size_t>(count()));
         mOutputs.push_back(output);
-        ++mCount;
+        mCount = count() + 1;
     }
 
     /// Removes every entry equal to @p output but lowers the count by one only, however many there were: the
@@ -40,24 +40,29 @@ public:
         }
     }
 
-    int count() const { return mCount; }
+    int count() const { return mCount == kNew ? 0 : mCount; }
 
-    /// Entry @p index, from 0; a wrong index ends the program.
-    int at(int index) const { return checkedAt(mOutputs, index, "outputList"); }
+    /// Entry @p index, from 0; a wrong index ends the program. A new list has one unused place, which is 0.
+    int at(int index) const
+    {
+        return mCount == kNew && index == 0 ? 0 : checkedAt(mOutputs, index, "outputList");
+    }
 
     /// The numbers, separated by blanks.
     std::string text() const
     {
         std::string text;
-        for (int k = 0; k < mCount; ++k) {
+        for (int k = 0; k < count(); ++k) {
             text += (k == 0 ? "" : " ") + std::to_string(at(k));
         }
         return text;
     }
 
 private:
-    std::vector<int> mOutputs = {0}; // one unused place until the first output is added
-    int mCount = 0;
+    static constexpr int kNew = -1; ///< until the first output is added; it takes no memory before
+
+    std::vector<int> mOutputs;
+    int mCount = kNew;
 };
 
 // The rules for one port. A port is a record or a row of a window; the templates call the port's own setters,
