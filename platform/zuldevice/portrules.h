@@ -45,7 +45,8 @@ public:
     /// Entry @p index, from 0; a wrong index ends the program. A new list has one unused place, which is 0.
     int at(int index) const
     {
-        return mCount == kNew && index == 0 ? 0 : checkedAt(mOutputs, index, "outputList");
+        static const std::vector<int> unused = {0};
+        return checkedAt(mCount == kNew ? unused : mOutputs, index, "outputList");
     }
 
     /// The numbers, separated by blanks.
