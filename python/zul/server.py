@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import socket
+from collections.abc import Sequence
 from pathlib import Path
 
 from .errors import ZulError
@@ -19,9 +20,22 @@ class Server(Program):
     # It was ended by a command, and commands had failed before: those have been reported.
     _good_ends = frozenset({0, 2, 3, 4})
 
-    def __init__(self, port: int = 0, *, listen: str = "127.0.0.1", capture: str | Path | bool = False) -> None:
-        """Returns when it listens. `capture` names a file that records all links."""
+    def __init__(
+        self,
+        port: int = 0,
+        *,
+        listen: str = "127.0.0.1",
+        quiet: Sequence[str] = (),
+        capture: str | Path | bool = False,
+    ) -> None:
+        """Returns when it listens. `capture` names a file that records all links.
+
+        `events` has no lines of the events in `quiet`, such as `message`; what expects an event still finds it.
+        """
+        for name in _NEEDED.intersection(quiet):
+            raise ZulError(f'The lines "{name}" cannot be left out here.')
         options = ["--listen", listen] if listen != "127.0.0.1" else []
+        options += [word for name in quiet for word in ("--quiet", name)]
         super().__init__(["--port", str(port), *options], [], capture)
         try:
             event = self._stream.wait_event(lambda line: bool(line["event"] == "listening"), START_LIMIT)
@@ -217,6 +231,7 @@ class Server(Program):
         return {name: line[name] for name in _COUNTS}
 
 
+_NEEDED = frozenset({"listening", "reply"})
 _COUNTS = ("connected", "identified", "connectsPerSecond", "messagesPerSecond")
 
 

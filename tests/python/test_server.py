@@ -135,6 +135,24 @@ def test_all_devices_are_asked_at_the_same_time(server: Server) -> None:
         }
 
 
+def test_lines_that_are_left_out_are_still_expected() -> None:
+    with Server(quiet=["message", "connected"]) as server, Bench(din=1, serial=1, server=server) as bench:
+        bench.wait_connected()
+        bench.din[1].high()
+        server.expect_event("OBJ_PORT_DIN", inputState="OBJ_IO_STATE_SET")
+        assert {event["event"] for event in server.events} == {"listening", "device"}
+        assert "--quiet message" in server.command_line
+
+
+@pytest.mark.parametrize(
+    ("quiet", "sentence"),
+    [("reply", "cannot be left out here[.]$"), ("listening", "cannot be left out here[.]$"), ("events", "no event")],
+)
+def test_lines_that_must_be_there_are_not_left_out(quiet: str, sentence: str) -> None:
+    with pytest.raises(ZulError, match=sentence):
+        Server(quiet=[quiet])
+
+
 def test_devices_are_counted(server: Server) -> None:
     assert server.devices() == {
         "connected": 0,
