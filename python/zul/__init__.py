@@ -2,7 +2,8 @@
 
 from .bench import Bench
 from .errors import ExpectationFailed, ZulError, ZulTimeout
+from .fleet import Fleet
 from .replies import Object, Reply
 from .server import Server
 
-__all__ = ["Bench", "ExpectationFailed", "Object", "Reply", "Server", "ZulError", "ZulTimeout"]
+__all__ = ["Bench", "ExpectationFailed", "Fleet", "Object", "Reply", "Server", "ZulError", "ZulTimeout"]

@@ -2,31 +2,25 @@
 
 from __future__ import annotations
 
-import os
-import socket
 import time
 from collections.abc import Iterator
 from contextlib import contextmanager
 from pathlib import Path
 from typing import Any
 
-from .errors import ZulError, ZulTimeout
+from .controlled import PAUSE, Controlled
+from .errors import ZulError
 from .ports import AnalogInput, AnalogOutput, DigitalInput, DigitalOutput, Ports
-from .process import Process
-from .program import START_LIMIT, Program, describe_status
+from .program import START_LIMIT
 from .replies import Object, Reply
-from .server import Server
-from .words import Value, condition, number, quoted, seconds
+from .server import Server, address_of
+from .words import Value, condition, number, options_of, quoted, seconds
 
 _STATES = {"high": "OBJ_IO_STATE_SET", "low": "OBJ_IO_STATE_CLEAR", "unknown": "OBJ_IO_STATE_UNKNOWN"}
 _FIELDS = {"din": "inputState", "dout": "outputState", "ain": "value", "aout": "sampledValue"}
 
-_PAUSE = 0.002
-_LONGEST_PATH = 107
-"""Bytes that the path of a socket may have."""
 
-
-class Bench(Program):
+class Bench(Controlled):
     """A device: a `zulbench` without a window."""
 
     _name = "zulbench"
@@ -64,32 +58,17 @@ class Bench(Program):
             "--label": label,
             "--device-version": version,
             "--seed": seed,
-            "--server": None if server is None else _address(server),
+            "--server": None if server is None else address_of(server),
         }
-        options = [word for name, value in numbers.items() if value is not None for word in (name, str(value))]
+        options = options_of(numbers)
         self._server = server
         self._seed = seed
         self._scripts_told = 0.0
-        super().__init__(["--headless", "--control", "control", *options], options, capture)
+        super().__init__(["--headless", *options], options, capture)
         self.din = Ports(self, DigitalInput)
         self.dout = Ports(self, DigitalOutput)
         self.ain = Ports(self, AnalogInput)
         self.aout = Ports(self, AnalogOutput)
-
-    def _launch(self, arguments: list[str], output: int) -> Process:
-        with open(os.devnull) as nothing:
-            return Process(arguments, self._environment(), self._directory, [nothing.fileno(), output, output])
-
-    def _open_lines(self, output: int) -> socket.socket:
-        end = time.monotonic() + START_LIMIT
-        while time.monotonic() < end:
-            control = _connect(self._directory / "control")
-            if control is not None:
-                return control
-            status = self._process.wait(_PAUSE)
-            if status is not None:
-                raise ZulError(describe_status(self._name, status, _read_all(output)))
-        raise ZulTimeout(f"{self._name} did not start within {START_LIMIT:g} seconds.")
 
     @property
     def seed(self) -> int | None:
@@ -205,7 +184,7 @@ class Bench(Program):
         limit = f"timeout={seconds(timeout)}"
         end = time.monotonic() + timeout
         self._ask("wait", "link", "up", limit, limit=timeout)
-        self._wait_for_server(max(_PAUSE, end - time.monotonic()))
+        self._wait_for_server(max(PAUSE, end - time.monotonic()))
 
     def wait_disconnected(self, timeout: float = 10) -> None:
         """Waits until the device is not connected."""
@@ -216,9 +195,9 @@ class Bench(Program):
         limit = f"timeout={seconds(timeout)}"
         end = time.monotonic() + timeout
         self._server = server or self._server
-        address = [] if server is None else [quoted(_address(server))]
+        address = [] if server is None else [quoted(address_of(server))]
         self._ask("connect", *address, limit, limit=timeout)
-        self._wait_for_server(max(_PAUSE, end - time.monotonic()))
+        self._wait_for_server(max(PAUSE, end - time.monotonic()))
 
     def _wait_for_server(self, timeout: float) -> None:
         if isinstance(self._server, Server):
@@ -263,10 +242,6 @@ class Bench(Program):
         return new
 
 
-def _address(server: Server | str) -> str:
-    return server.address if isinstance(server, Server) else server
-
-
 def _state(name: str) -> str:
     if name not in _STATES:
         raise ZulError(f"A state is high, low or unknown, not {name!r}.")
@@ -275,32 +250,3 @@ def _state(name: str) -> str:
 
 def _state_name(state: Any) -> str:
     return next((name for name, value in _STATES.items() if value == state), str(state))
-
-
-def _connect(path: Path) -> socket.socket | None:
-    """Connects to the socket. Returns None if no program listens there yet."""
-    directory = None
-    address = str(path)
-    if len(os.fsencode(path)) > _LONGEST_PATH:
-        directory = os.open(path.parent, os.O_PATH | os.O_DIRECTORY)
-        address = f"/proc/self/fd/{directory}/{path.name}"
-    control = socket.socket(socket.AF_UNIX)
-    try:
-        control.connect(address)
-        return control
-    except (FileNotFoundError, ConnectionRefusedError):
-        control.close()
-        return None
-    except BaseException:
-        control.close()
-        raise
-    finally:
-        if directory is not None:
-            os.close(directory)
-
-
-def _read_all(output: int) -> list[str]:
-    data = b""
-    while part := os.read(output, 65536):
-        data += part
-    return data.decode(errors="replace").splitlines()

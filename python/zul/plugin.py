@@ -8,13 +8,14 @@ import os
 import re
 import shutil
 from collections import Counter
-from collections.abc import Generator, Iterator
+from collections.abc import Generator, Iterator, Sequence
 from dataclasses import dataclass, field
 from typing import Any, Protocol
 
 import pytest
 
 from .bench import Bench
+from .fleet import Fleet
 from .program import Program
 from .server import Server
 
@@ -37,9 +38,16 @@ class BenchFactory(Protocol):
         ...
 
 
+class FleetFactory(Protocol):
+    """The fixture `zul_fleet`: takes the arguments of Fleet, and closes the fleets after the test."""
+
+    def __call__(self, *arguments: Any, **keywords: Any) -> Fleet:
+        ...
+
+
 def pytest_addoption(parser: pytest.Parser) -> None:
     group = parser.getgroup("zul", "simulated devices")
-    group.addoption("--zul-bin", metavar="FOLDER", help="the folder that holds zulbench and zulserver")
+    group.addoption("--zul-bin", metavar="FOLDER", help="the folder that holds the programs")
     group.addoption(
         "--zul-capture", action="store_true", help="keep the recordings of the links of passing tests too"
     )
@@ -102,9 +110,25 @@ def zul_bench(request: pytest.FixtureRequest, tmp_path_factory: pytest.TempPathF
         return bench
 
     yield make
-    _close(list(benches))
+    _close(benches)
     if not used.failed and not request.config.getoption("--zul-capture"):
         shutil.rmtree(captures, ignore_errors=True)
+
+
+@pytest.fixture
+def zul_fleet(request: pytest.FixtureRequest) -> Iterator[FleetFactory]:
+    """Makes fleets: `zul_fleet(zul_server, 1000, din=4)`."""
+    fleets: list[Fleet] = []
+
+    def make(*arguments: Any, **keywords: Any) -> Fleet:
+        keywords.setdefault("seed", _seed(request.config, request.node.nodeid, len(fleets)))
+        fleet = Fleet(*arguments, **keywords)
+        fleets.append(fleet)
+        _used(request.node).programs.append(fleet)
+        return fleet
+
+    yield make
+    _close(fleets)
 
 
 def _short_name(test: str) -> str:
@@ -113,13 +137,13 @@ def _short_name(test: str) -> str:
     return f"{readable}-{hashlib.sha256(test.encode()).hexdigest()[:8]}"
 
 
-def _close(benches: list[Bench]) -> None:
+def _close(programs: Sequence[Program]) -> None:
     """Closes all of them, the latest first, whatever closing one of them raises."""
-    if benches:
+    if programs:
         try:
-            benches.pop().close()
+            programs[-1].close()
         finally:
-            _close(benches)
+            _close(programs[:-1])
 
 
 @pytest.hookimpl(hookwrapper=True)
@@ -148,7 +172,7 @@ def _sections(programs: list[Program]) -> list[tuple[str, str]]:
 
 def _describe(program: Program) -> str:
     lines = [f"by hand: {program.command_line}"]
-    if isinstance(program, Bench):
+    if isinstance(program, (Bench, Fleet)):
         lines.append(f"seed: {program.seed}")
     if program.kept_capture is not None:
         lines.append(f"capture: {program.kept_capture}")

@@ -96,9 +96,13 @@ class Program:
             return
         asked = self._process.poll() is None
         self._end()
-        status = self._process.status
         # A program that had not yet prepared for the signal just ends by it.
-        if status not in self._good_ends and not (asked and status == -signal.SIGTERM):
+        if not (asked and self._process.status == -signal.SIGTERM):
+            self._check_status()
+
+    def _check_status(self) -> None:
+        """Raises ZulError if the exit status of the ended program is not a good one."""
+        if self._process.status not in self._good_ends:
             raise ZulError(self._describe_end())
 
     def _end(self) -> None:
@@ -112,11 +116,15 @@ class Program:
             pass  # The janitor is gone. There is nothing left to ask it.
         self._stream.close()
         try:
-            if self._recording is not None and self._kept is not None:
-                self._kept.parent.mkdir(parents=True, exist_ok=True)
-                shutil.copyfile(self._recording, self._kept)
+            self._keep_files()
         finally:
             self._process.close()
+
+    def _keep_files(self) -> None:
+        """Saves what is wanted of the program's directory, which is about to be removed."""
+        if self._recording is not None and self._kept is not None:
+            self._kept.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(self._recording, self._kept)
 
     def keep_capture(self, path: str | Path) -> None:
         """Puts the recording of `capture=True` there when the program ends."""

@@ -242,3 +242,8 @@ def _of(device: int | str | None, peer: str | None) -> list[str]:
 
 def _typed(type: str | None) -> list[str]:
     return [] if type is None else [quoted(type)]
+
+
+def address_of(server: Server | str) -> str:
+    """HOST:PORT of a server that a device connects to."""
+    return server.address if isinstance(server, Server) else server

@@ -5,6 +5,8 @@ from __future__ import annotations
 import json
 import math
 
+from collections.abc import Mapping, Sequence
+
 from .errors import ZulError
 
 Value = str | int | float | None
@@ -47,3 +49,12 @@ def condition(name: str, value: Value, tolerance: float | None = None) -> str:
         return f"{name}=null"
     near = f"~{number(tolerance)}" if tolerance is not None and name in FLOAT_FIELDS else ""
     return f"{name}={number(value)}{near}"
+
+
+def options_of(values: Mapping[str, object]) -> list[str]:
+    """The words of a command line for these options. None is left out, and a list is an option for each of its items."""
+    words: list[str] = []
+    for name, value in values.items():
+        items = value if isinstance(value, Sequence) and not isinstance(value, str) else [value]
+        words += [word for item in items if item is not None for word in (name, str(item))]
+    return words
