@@ -48,10 +48,10 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-pytest, python3-pytest-xdist")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
     ${CMAKE_CURRENT_SOURCE_DIR}/python/postinst ${CMAKE_CURRENT_SOURCE_DIR}/python/prerm)
 set(CPACK_DEBIAN_PYTHON_DESCRIPTION "simulated field devices and a monitoring server for Python tests
-The package zul runs zulbench, zulserver and zulfleet as Python objects: a test sets a
-device's inputs and expects what the server gets, and the other way round.
-For pytest there are fixtures, and a failing test shows what the programs
-said. Nothing of them is left behind, however a test ends.")
+The package zul runs zulbench, zulserver and zulfleet as Python objects: a
+test sets a device's inputs and expects what the server gets, and the other
+way round. For pytest there are fixtures, and a failing test shows what the
+programs said. Nothing of them is left behind, however a test ends.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzulobj-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
