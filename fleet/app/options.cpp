@@ -218,6 +218,10 @@ std::string readShard(const RawOptions& raw, const Environment& environment, Opt
     if (options->fleet.shard.of > 1 && !raw.seed) {
         return "--seed is needed: the parts of a fleet share one.";
     }
+    if (options->fleet.shard.of > options->fleet.count) {
+        return "--count is less than the number of parts: " + std::to_string(options->fleet.count) + " and " +
+               std::to_string(options->fleet.shard.of) + ".";
+    }
     options->fleet.seed = raw.seed ? *raw.seed : std::random_device{}();
     if (!options->runId) {
         options->runId = runFrom(environment);

@@ -170,6 +170,7 @@ TEST(FleetOptionsTest, wrongValuesAreMistakes)
          "\"rain\"."},
         {{"--require", "11"}, "--require is more than --count: \"11\"."},
         {{"--shard", "1/2"}, "--seed is needed: the parts of a fleet share one."},
+        {{"--shard", "0/11", "--seed", "1"}, "--count is less than the number of parts: 10 and 11."},
         {{"--device", "/nowhere/x.dev"}, "the device file \"/nowhere/x.dev\" could not be opened."},
         {{"--device", "/"}, "the device file \"/\" could not be opened."},
     };
