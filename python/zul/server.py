@@ -10,7 +10,7 @@ from .errors import ZulError
 from .process import Process
 from .program import START_LIMIT, Program
 from .replies import Object, Reply
-from .words import Value, condition, number, quoted, seconds
+from .words import Value, condition, number, options_of, quoted, seconds
 
 
 class Server(Program):
@@ -35,7 +35,7 @@ class Server(Program):
         for name in _NEEDED.intersection(quiet):
             raise ZulError(f'The lines "{name}" cannot be left out here.')
         options = ["--listen", listen] if listen != "127.0.0.1" else []
-        options += [word for name in quiet for word in ("--quiet", name)]
+        options += options_of({"--quiet": quiet})
         super().__init__(["--port", str(port), *options], [], capture)
         try:
             event = self._stream.wait_event(lambda line: bool(line["event"] == "listening"), START_LIMIT)
