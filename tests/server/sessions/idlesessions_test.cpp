@@ -35,7 +35,7 @@ protected:
         add(kDevices); // what all share is there from here on
     }
 
-    ~IdleSessionsTest() override
+    void TearDown() override
     {
         for (const int device : mDevices) {
             ::close(device);
