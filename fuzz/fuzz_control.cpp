@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "zulcommand/controlcommand.h"
 #include "property.h"
+#include "zulcommand/controlcommand.h"
 #include "zulcommand/linesplitter.h"
 
 namespace {
