@@ -61,7 +61,7 @@ private:
 class PeerServer
 {
 public:
-    explicit PeerServer(boost::asio::io_context& io) : mIo(io), mAcceptor(io) { open(0); }
+    explicit PeerServer(boost::asio::io_context& io) : mAcceptor(io) { open(0); }
 
     void open(uint16_t port)
     {
@@ -120,7 +120,6 @@ private:
         });
     }
 
-    boost::asio::io_context& mIo;
     tcp::acceptor mAcceptor;
     tcp::endpoint mEndpoint;
     LinkNumbers mNumbers;
