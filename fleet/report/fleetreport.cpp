@@ -15,9 +15,6 @@ using zulcommand::quote;
 
 namespace {
 
-/// The maximum of a number that is read: sums of such numbers stay exact.
-constexpr json_int_t kMaxCount = json_int_t(1) << 40;
-
 // The members of each structure, in their order. A visitor writes them or reads them; what it reads is
 // checked once all is read.
 
@@ -195,7 +192,7 @@ private:
     {
         const json_int_t number = json_integer_value(json);
         *value = static_cast<uint64_t>(number);
-        return json_is_integer(json) && number >= 0 && number <= kMaxCount;
+        return json_is_integer(json) && number >= 0 && number <= Histogram::kMaxRead;
     }
 
     static bool read(const json_t* json, uint32_t* value)
@@ -208,7 +205,7 @@ private:
     static bool read(const json_t* json, double* value)
     {
         *value = json_number_value(json);
-        return json_is_number(json) && *value >= 0.0 && *value <= static_cast<double>(kMaxCount);
+        return json_is_number(json) && *value >= 0.0 && *value <= static_cast<double>(Histogram::kMaxRead);
     }
 
     static bool read(const json_t* json, std::string* value)

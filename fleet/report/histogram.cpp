@@ -8,8 +8,7 @@ namespace fleet {
 
 namespace {
 
-constexpr double kMicroseconds = 1e6;                 // in a second
-constexpr json_int_t kMaxCount = json_int_t(1) << 40; // of what is read; sums of such counts stay exact
+constexpr double kMicroseconds = 1e6; // in a second
 
 /// How often @p value is halved before its bucket has the width 1.
 unsigned halvings(uint64_t value)
@@ -106,7 +105,7 @@ bool Histogram::addPair(const json_t* pair)
 {
     const std::optional<uint64_t> bound = microseconds(json_array_get(pair, 0));
     const json_int_t count = json_integer_value(json_array_get(pair, 1));
-    if (!bound || count < 1 || count > kMaxCount || largestIn(bucketOf(*bound)) != *bound ||
+    if (!bound || count < 1 || count > kMaxRead || largestIn(bucketOf(*bound)) != *bound ||
         bucketOf(*bound) < mBuckets.size()) {
         return false;
     }

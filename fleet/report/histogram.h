@@ -18,6 +18,9 @@ public:
     static constexpr uint64_t kExact = 256;                   ///< in microseconds
     static constexpr uint64_t kMax = (uint64_t(1) << 49) - 1; ///< a longer time counts as this one
 
+    /// The largest count that is read: sums of such counts stay exact.
+    static constexpr int64_t kMaxRead = int64_t(1) << 40;
+
     /// Adds a time in microseconds.
     void record(uint64_t microseconds) { add(microseconds, 1); }
 
