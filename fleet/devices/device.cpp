@@ -34,7 +34,7 @@ void resetConnection(int fd)
 {
     sockaddr none{};
     none.sa_family = AF_UNSPEC;
-    ::connect(fd, &none, sizeof none);
+    static_cast<void>(::connect(fd, &none, sizeof none));
 }
 
 } // namespace

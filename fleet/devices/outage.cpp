@@ -89,7 +89,8 @@ std::string parseOutage(const std::string& text, OutageOrder* order)
 
 const char* outageWord(OutageOrder::Kind kind) { return kForms[static_cast<size_t>(kind)].word; }
 
-OutagePlan::OutagePlan(std::vector<OutageOrder> orders, uint32_t devices, uint32_t seed) : mDevices(devices)
+OutagePlan::OutagePlan(const std::vector<OutageOrder>& orders, uint32_t devices, uint32_t seed)
+    : mDevices(devices)
 {
     for (const OutageOrder& order : orders) {
         Course course{order, order.timeUs, 0, {}};

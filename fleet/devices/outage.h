@@ -35,7 +35,7 @@ class OutagePlan
 {
 public:
     /// For devices 0 to @p devices - 1. Equal seeds give equal plans.
-    OutagePlan(std::vector<OutageOrder> orders, uint32_t devices, uint32_t seed);
+    OutagePlan(const std::vector<OutageOrder>& orders, uint32_t devices, uint32_t seed);
 
     struct Step
     {
