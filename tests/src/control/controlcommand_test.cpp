@@ -1,5 +1,5 @@
-#include "zulcommand/controlcommand.h"
 #include "qttestmain.h"
+#include "zulcommand/controlcommand.h"
 
 #include <QFile>
 
