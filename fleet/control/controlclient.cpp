@@ -15,7 +15,7 @@ namespace fleet {
 
 namespace {
 
-/// After this time the devices get their turn.
+/// After this time the event loop handles the devices before further commands.
 constexpr auto kTimeSlice = std::chrono::milliseconds(5);
 
 } // namespace

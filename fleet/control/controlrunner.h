@@ -18,7 +18,7 @@ namespace fleet {
 class ControlRunner
 {
 public:
-    /// The runner is full() while so many lines wait.
+    /// full() is true while this many lines wait, or more.
     static constexpr size_t kMaxWaiting = 1000;
 
     /// A reply has no more records than this; one about all devices has none beyond it.

@@ -14,7 +14,7 @@ namespace fleet {
 
 namespace {
 
-/// After so many steps of one kind the connections get their turn.
+/// tick() does at most this many steps of one kind before the event loop handles the connections.
 constexpr int kStepsAtOnce = 200;
 
 constexpr int64_t kLate = 10 * kMillisecond;
@@ -108,7 +108,7 @@ void Fleet::start()
 
 // Time.
 
-/// Does what is due. The connections get their turn in between.
+/// Does what is due, in parts: the event loop handles the connections between them.
 void Fleet::tick()
 {
     const int64_t now = nowUs();

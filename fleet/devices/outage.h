@@ -11,8 +11,8 @@ struct OutageOrder
 {
     enum class Kind
     {
-        STORM,   ///< nobody is in for some time
-        ROLLING, ///< the next devices lose their connections, then the next ones, round and round
+        STORM,   ///< all devices stay disconnected for `lengthUs`
+        ROLLING, ///< a share of the devices loses its connections, then the next share, in turn
         FLAP     ///< the same devices lose their connections again and again
     };
 

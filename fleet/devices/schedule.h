@@ -6,7 +6,7 @@
 
 namespace fleet {
 
-/// Says when each of many equal steps is due: so many a second, whatever became of those before.
+/// Computes when each step of a constant rate is due. A step that is late does not delay the next one.
 class Schedule
 {
 public:

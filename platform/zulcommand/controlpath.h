@@ -17,7 +17,8 @@ public:
     /// text.
     std::string make(const std::string& path);
 
-    /// Does not block; -1 before make(). Whoever takes it over says so by release().
+    /// The listening descriptor, which does not block; -1 before make(). release() hands it over to the
+    /// caller.
     int fd() const { return mFd; }
     void release() { mFd = -1; }
 

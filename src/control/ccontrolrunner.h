@@ -17,7 +17,7 @@ struct sScriptEvent;
 class cControlRunner
 {
 public:
-    /// The runner is full() while so many lines wait.
+    /// full() is true while this many lines wait, or more.
     static constexpr size_t kMaxWaiting = 1000;
 
     /// @p controlled is borrowed.

@@ -149,7 +149,7 @@ private slots:
     void theLinesOfTwoThousandDevicesAllCome();
 
 private:
-    /// Waits until the server knows so many devices.
+    /// Waits until the server has identified @p devices devices.
     static bool knows(ServerProgram* server, int devices)
     {
         return server->program().waitFor(

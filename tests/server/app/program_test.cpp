@@ -28,7 +28,7 @@ namespace {
 class Program
 {
 public:
-    /// With @p mostFiles above 0 it begins with so many descriptors, and may take @p grantedFiles.
+    /// If @p mostFiles is above 0, it is the soft limit of descriptors, and @p grantedFiles the hard one.
     explicit Program(std::vector<std::string> arguments, rlim_t mostFiles = 0, rlim_t grantedFiles = 0)
     {
         arguments.insert(arguments.begin(), ZULSERVER_PATH);

@@ -44,7 +44,7 @@ protected:
         ::close(mNull);
     }
 
-    /// Connects so many devices. The server asks each for its record.
+    /// Connects @p count devices. The server asks each for its record.
     void add(uint32_t count)
     {
         for (uint32_t i = 0; i < count; ++i) {
