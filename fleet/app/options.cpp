@@ -7,6 +7,7 @@
 #include <limits>
 #include <random>
 #include <sstream>
+#include <utility>
 
 #include "fleet/devices/steadytime.h"
 #include "fleet/devices/timetext.h"
@@ -266,11 +267,6 @@ std::string check(const RawOptions& raw, const Environment& environment, Options
     return mistake.empty() ? readProgress(raw, options) : mistake;
 }
 
-ParsedOptions wrongUsage(const std::string& text)
-{
-    return {.exitStatus = 1, .error = "zulfleet: " + text.substr(0, text.find('\n')) + "\n"};
-}
-
 /// Appends the addresses from @p first to @p last. False if they are too many or the wrong way round.
 bool addRange(boost::asio::ip::address first, const boost::asio::ip::address& last,
               std::vector<std::string>* addresses)
@@ -326,20 +322,11 @@ ParsedOptions parseOptions(int argc, const char* const* argv, const std::string&
     Options options;
     RawOptions raw;
     declare(&app, version, &options, &raw);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        return {.output = app.help()};
-    } catch (const CLI::CallForVersion& call) {
-        return {.output = std::string(call.what()) + "\n"};
-    } catch (const CLI::ParseError& error) {
-        return wrongUsage(error.what());
+    if (auto end = zuloptions::readCommandLine(&app, argc, argv,
+                                               [&] { return check(raw, environment, &options); })) {
+        return {*std::move(end)};
     }
-    const std::string mistake = check(raw, environment, &options);
-    if (!mistake.empty()) {
-        return wrongUsage(mistake);
-    }
-    return {.options = options};
+    return {{}, std::move(options)};
 }
 
 } // namespace fleet

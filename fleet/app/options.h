@@ -7,6 +7,7 @@
 
 #include "fleet/devices/fleetsettings.h"
 #include "zullink/hostport.h"
+#include "zuloptions/commandline.h"
 
 namespace fleet {
 
@@ -27,14 +28,7 @@ struct Options
     std::vector<std::string> merge;
 };
 
-/// The result of reading the command line.
-struct ParsedOptions
-{
-    std::optional<Options> options = {}; ///< nothing if the program should end
-    int exitStatus = 0;                  ///< of a program that should end
-    std::string output = {};             ///< for standard output: help or version
-    std::string error = {};              ///< for standard error: one line
-};
+using ParsedOptions = zuloptions::ParsedOptions<Options>;
 
 /// Reads a command line; --version puts out @p version. @p environment says which part of a fleet a scheduler
 /// wants.

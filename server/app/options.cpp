@@ -7,6 +7,7 @@
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 #include "server/io/jsonline.h"
 #include "zulcommand/commandwords.h"
@@ -109,11 +110,6 @@ std::string check(const CLI::App& app, const RawOptions& raw, Options* options)
     return fileGiven ? readCommands(raw.commandsFile, &options->commands) : std::string();
 }
 
-ParsedOptions wrongUsage(const std::string& text)
-{
-    return {.exitStatus = 1, .error = "zulserver: " + text.substr(0, text.find('\n')) + "\n"};
-}
-
 } // namespace
 
 ParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version)
@@ -122,20 +118,10 @@ ParsedOptions parseOptions(int argc, const char* const* argv, const std::string&
     Options options;
     RawOptions raw;
     declare(&app, version, &options, &raw);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        return {.output = app.help()};
-    } catch (const CLI::CallForVersion& call) {
-        return {.output = std::string(call.what()) + "\n"};
-    } catch (const CLI::ParseError& error) {
-        return wrongUsage(error.what());
+    if (auto end = zuloptions::readCommandLine(&app, argc, argv, [&] { return check(app, raw, &options); })) {
+        return {*std::move(end)};
     }
-    const std::string mistake = check(app, raw, &options);
-    if (!mistake.empty()) {
-        return wrongUsage(mistake);
-    }
-    return {.options = options};
+    return {{}, std::move(options)};
 }
 
 } // namespace server

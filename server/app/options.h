@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "zuloptions/commandline.h"
+
 namespace server {
 
 /// What the command line asks for.
@@ -26,14 +28,7 @@ struct Options
     std::optional<std::string> junit; ///< the file of the report
 };
 
-/// The result of reading the command line.
-struct ParsedOptions
-{
-    std::optional<Options> options = {}; ///< nothing if the program should end
-    int exitStatus = 0;                  ///< of a program that should end
-    std::string output = {};             ///< for standard output: help or version
-    std::string error = {};              ///< for standard error: one line
-};
+using ParsedOptions = zuloptions::ParsedOptions<Options>;
 
 /// Reads a command line; --version puts out @p version.
 ParsedOptions parseOptions(int argc, const char* const* argv, const std::string& version);
