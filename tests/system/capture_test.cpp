@@ -249,13 +249,13 @@ void TestCapture::fileThatCannotBeWrittenEndsTheProgramAtOnce_data()
     static const QTemporaryDir folder;
     const QString fifo = folder.filePath("fifo");
     QCOMPARE(::mkfifo(fifo.toLocal8Bit().constData(), 0600), 0);
-    const QStringList none;
-    QTest::newRow("server, no such folder") << ZULSERVER_PROGRAM << none << "/no/such/file"
+    const QStringList anyPort{"--port", "0"};
+    QTest::newRow("server, no such folder") << ZULSERVER_PROGRAM << anyPort << "/no/such/file"
                                             << "No such file or directory";
-    QTest::newRow("server, full disk") << ZULSERVER_PROGRAM << none << "/dev/full"
+    QTest::newRow("server, full disk") << ZULSERVER_PROGRAM << anyPort << "/dev/full"
                                        << "No space left on device";
     QTest::newRow("server, a FIFO that nobody reads")
-        << ZULSERVER_PROGRAM << none << fifo << "No such device or address";
+        << ZULSERVER_PROGRAM << anyPort << fifo << "No such device or address";
     const QStringList headless{"--headless"};
     QTest::newRow("simulator, no such folder") << ZULBENCH_PROGRAM << headless << "/no/such/file"
                                                << "No such file or directory";
