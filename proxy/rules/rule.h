@@ -1,0 +1,144 @@
+#pragma once
+
+#include <bitset>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "zuldict/zuldict.h"
+
+namespace proxy {
+
+enum class eDirection : uint8_t
+{
+    TO_SERVER,
+    TO_DEVICE
+};
+
+constexpr eDirection kDirections[] = {eDirection::TO_SERVER, eDirection::TO_DEVICE};
+
+/// "to-server" or "to-device".
+const char* nameOf(eDirection direction);
+
+/// What a rule does.
+enum class eFault : uint8_t
+{
+    // To the connection.
+    REFUSE,
+    ACCEPT_LATE,
+    CUT,
+    RESET,
+    HALF_CLOSE,
+    SILENCE,
+    STALL,
+    TIMEOUT,    ///< silence, then a cut
+    SLOW_CLOSE, ///< the end of a side is passed on late
+    // To bytes.
+    DELAY,
+    RATE,
+    SLICE,
+    CORRUPT,
+    JOIN,
+    LIMIT,
+    // To segments and messages.
+    LOSE,
+    DUPLICATE,
+    LATE,
+    SWAP,
+    HOLD,
+    TRUNCATE,
+    WRONG_CHECKSUM,
+    WRONG_NUMBER,
+    WRONG_TYPE,
+    UNKNOWN_FLAG,
+    TOO_LONG,
+    EMPTY_SEGMENTS,
+    NEVER_LAST,
+    // To records.
+    FIELD,
+    WRONG_SERIAL,
+    UNKNOWN_OBJECT,
+    UNKNOWN_TAG,
+    DROP_TAG,
+    WRONG_LENGTH,
+    DROP_RECORD,
+    DOUBLE_RECORD,
+    NAN_FLOATS
+};
+
+enum class eFaultLayer : uint8_t
+{
+    CONNECTION,
+    BYTES,
+    MESSAGE,
+    RECORD
+};
+
+/// The name of a kind in rules and in the lines about faults, such as "wrong-checksum".
+const char* nameOf(eFault kind);
+eFaultLayer layerOf(eFault kind);
+
+/// A value that a rule gives to a field of records.
+struct FieldChange
+{
+    const zuldict::TagEntry* field = nullptr;
+    uint32_t bits = 0; ///< of a number or a float
+    std::string text = {};
+    bool absent = false; ///< a text that is taken out
+};
+
+/// Devices that a rule is about, by serial number.
+struct DeviceRange
+{
+    uint32_t first = 0;
+    uint32_t last = 0xFFFFFFFF;
+};
+
+/// What a fault injector is to do, to what and when: a line of docs/faults.md.
+struct Rule
+{
+    eFault kind = eFault::LOSE;
+    std::string text = {}; ///< as it was written, without blanks at its ends
+
+    // What it does; which of them hold depends on the kind.
+    int64_t ns = 0;       ///< ACCEPT_LATE, STALL, TIMEOUT, SLOW_CLOSE, DELAY, LATE: the time; SLICE: the gap
+    int64_t jitterNs = 0; ///< DELAY: up to so much more or less; at most `ns`
+    uint32_t min = 0;     ///< RATE, JOIN, LIMIT: bytes; CORRUPT: bits; HOLD, EMPTY_SEGMENTS: how many; SLICE: bytes
+    uint32_t max = 0;     ///< SLICE: the most bytes
+    FieldChange change = {}; ///< FIELD; DROP_TAG and WRONG_LENGTH have only the field
+
+    // To which messages.
+    std::optional<eDirection> direction = {};
+    std::optional<DeviceRange> devices = {};
+    std::optional<double> share = {}; ///< of all devices, 0 to 1
+    enum eMessage : uint8_t
+    {
+        GET,    ///< a request
+        SET,
+        EVENT,
+        ANSWER, ///< to a request or a set
+        PING    ///< or the answer to one
+    };
+    std::optional<eMessage> message = {};
+    std::optional<uint8_t> type = {};
+    std::optional<uint32_t> object = {};
+    std::optional<uint32_t> port = {}; ///< portId or portNum
+
+    // When.
+    std::optional<double> chance = {}; ///< 0 to 1
+    uint32_t every = 1;
+    std::optional<uint32_t> first = {};
+    uint32_t skip = 0;
+    std::optional<uint32_t> count = {};
+    int64_t afterNs = 0;
+    std::optional<int64_t> forNs = {};
+    std::optional<uint32_t> reconnect = {};
+
+    /// True for a kind of the connection that acts on single messages, because the rule counts or draws them.
+    bool actsOnMessages() const;
+
+    /// True if the rule needs to know the device.
+    bool namesDevice() const { return devices || share || reconnect; }
+};
+
+} // namespace proxy
