@@ -27,6 +27,7 @@ LAYERS = {
     ],
     "src": [["common"], ["files"], ["ports"], ["device"], ["dialogs", "scripting", "control"], ["app"]],
     "fleet": [["report"], ["devices"], ["control"], ["app"]],
+    "proxy": [["rules"], ["faults"], ["commands"], ["app"]],
     "server": [["io"], ["commands"], ["sessions"], ["report"], ["web"], ["app"]],
 }
 

@@ -33,7 +33,7 @@ enum class eFault : uint8_t
     STALL,
     TIMEOUT,    ///< silence, then a cut
     SLOW_CLOSE, ///< the end of a side is passed on late
-    // To bytes.
+                // To bytes.
     DELAY,
     RATE,
     SLICE,
@@ -103,8 +103,9 @@ struct Rule
     // What it does; which of them hold depends on the kind.
     int64_t ns = 0;       ///< ACCEPT_LATE, STALL, TIMEOUT, SLOW_CLOSE, DELAY, LATE: the time; SLICE: the gap
     int64_t jitterNs = 0; ///< DELAY: up to so much more or less; at most `ns`
-    uint32_t min = 0;     ///< RATE, JOIN, LIMIT: bytes; CORRUPT: bits; HOLD, EMPTY_SEGMENTS: how many; SLICE: bytes
-    uint32_t max = 0;     ///< SLICE: the most bytes
+    uint32_t min =
+        0; ///< RATE, JOIN, LIMIT: bytes; CORRUPT: bits; HOLD, EMPTY_SEGMENTS: how many; SLICE: bytes
+    uint32_t max = 0;        ///< SLICE: the most bytes
     FieldChange change = {}; ///< FIELD; DROP_TAG and WRONG_LENGTH have only the field
 
     // To which messages.
@@ -113,7 +114,7 @@ struct Rule
     std::optional<double> share = {}; ///< of all devices, 0 to 1
     enum eMessage : uint8_t
     {
-        GET,    ///< a request
+        GET, ///< a request
         SET,
         EVENT,
         ANSWER, ///< to a request or a set
@@ -126,9 +127,9 @@ struct Rule
 
     // When.
     std::optional<double> chance = {}; ///< 0 to 1
-    uint32_t every = 1;
+    std::optional<uint32_t> every = {};
     std::optional<uint32_t> first = {};
-    uint32_t skip = 0;
+    std::optional<uint32_t> skip = {};
     std::optional<uint32_t> count = {};
     int64_t afterNs = 0;
     std::optional<int64_t> forNs = {};

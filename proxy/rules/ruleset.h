@@ -14,7 +14,7 @@ struct ActiveRule
 {
     Rule rule;
     uint32_t number = 0; ///< from 1, in the order in which rules were added
-    uint32_t twin = 0;   ///< how many rules with this text were added before
+    uint64_t draws = 0;  ///< decides what it draws; of its text, and of which rule with that text it is
     int64_t addedNs = 0; ///< when; kFromTheBeginning for a rule that was there before any connection
     uint64_t matched = 0;
     uint64_t injected = 0;
@@ -41,8 +41,9 @@ public:
     uint64_t version() const { return mVersion; }
 
 private:
+    uint64_t drawsOf(const std::string& text) const;
+
     std::vector<RulePtr> mRules;
-    std::vector<RulePtr> mPast; ///< implementation detail: the texts given so far, for the twins
     uint32_t mLast = 0;
     uint64_t mVersion = 0;
 };
@@ -50,14 +51,14 @@ private:
 /// Who draws: nothing else than this, the seed and the rule's text decides what is drawn.
 struct DrawKey
 {
-    std::optional<uint32_t> deviceSerial; ///< nothing before it is known
-    uint32_t connection = 0;              ///< which one of that device, from 1; 0 before it is known
+    std::optional<uint32_t> deviceSerial = {}; ///< nothing before it is known
+    uint32_t connection = 0;                   ///< which one of that device, from 1; 0 before it is known
     eDirection direction = eDirection::TO_SERVER;
     bool ping = false;  ///< pings come by the clock, so they are counted by themselves
-    uint64_t place = 0; ///< of the message among those of its direction, from 1
+    uint64_t place = 0; ///< of the message among those of its direction, from 1; of a connection its number
 };
 
-/// The numbers that @p rule draws for one message.
+/// The numbers that @p rule draws for one message, or for one connection.
 cSeededRandom drawFor(uint64_t seed, const ActiveRule& rule, const DrawKey& key);
 
 /// True if the device belongs to the rule's share.
