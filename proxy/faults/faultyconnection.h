@@ -56,6 +56,7 @@ public:
         RuleSet& rules;
         DeviceCounts& devices;
         uint64_t seed;
+        int64_t startedNs = 0; ///< when the proxy began to listen; the time of rules for connections to come
     };
 
     /// @p number is that of the connection, from 1. @p owner is borrowed.
@@ -72,7 +73,8 @@ public:
     /// The server is reached: bytes may pass from now on.
     void reached(int64_t nowNs);
 
-    /// @p bytes came; all are taken. Call only while wantsMore().
+    /// @p bytes came; all are taken. Call only while wantsMore(). They are borrowed, so that what passes at
+    /// once is not copied: they stay where they are until output() is empty, or keepOutput() is called.
     void received(eDirection direction, std::span<const uint8_t> bytes, int64_t nowNs);
 
     /// The sender of @p direction has ended in good order.
@@ -101,6 +103,9 @@ public:
     /// next call that changes anything.
     std::span<const uint8_t> output(eDirection direction) const;
     void written(eDirection direction, size_t bytes, int64_t nowNs);
+
+    /// Copies what is still borrowed from received(). Call it before these bytes change.
+    void keepOutput(eDirection direction);
 
     /// True if the receiver of @p direction should be told that nothing more comes: everything is written.
     bool outputEnded(eDirection direction) const;
