@@ -23,6 +23,7 @@ LAYERS = {
         ["zulobj"],
         ["zuldevice"],
         ["zulcommand"],
+        ["zulconsole"],
         ["zuloptions"],
     ],
     "src": [["common"], ["files"], ["ports"], ["device"], ["dialogs", "scripting", "control"], ["app"]],

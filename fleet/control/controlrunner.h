@@ -11,11 +11,12 @@
 #include "fleet/devices/fleet.h"
 #include "zulcommand/controlcommand.h"
 #include "zulcommand/eventsearch.h"
+#include "zulconsole/linerunner.h"
 
 namespace fleet {
 
 /// Runs the commands of one client of the control socket, one after the other.
-class ControlRunner
+class ControlRunner : public zulconsole::LineRunner
 {
 public:
     /// full() is true while this many lines wait, or more.
@@ -27,24 +28,11 @@ public:
     /// @p fleet outlives it.
     ControlRunner(boost::asio::io_context& io, Fleet& fleet) : mFleet(fleet), mTimer(io) {}
 
-    /// Called with the line of each reply; it must not call the runner.
-    std::function<void(const zulcommand::JsonPtr&)> onReply;
-
-    /// Called after a command that had to wait: the next one may be run.
-    std::function<void()> onReady;
-
-    /// Called after the reply to "quit".
-    std::function<void()> onQuit;
-
-    /// Queues a line; one that is no command is skipped.
-    void submit(const std::string& line);
-
-    bool full() const { return mQueue.size() >= kMaxWaiting; }
-    bool isRunning() const { return mRun.has_value(); }
-    bool isIdle() const { return !mRun && mQueue.empty(); }
-
-    /// Runs the next command, if there is one and none is running.
-    void runNext();
+    void submit(const std::string& line) override;
+    bool full() const override { return mQueue.size() >= kMaxWaiting; }
+    bool isRunning() const override { return mRun.has_value(); }
+    bool isIdle() const override { return !mRun && mQueue.empty(); }
+    void runNext() override;
 
     /// The server has sent @p message, a set of one object.
     void setReceived(uint32_t serial, WMsg message) { mLog.add(serial, std::move(message)); }

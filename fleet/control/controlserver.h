@@ -1,20 +1,14 @@
 #pragma once
 
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/local/stream_protocol.hpp>
 #include <functional>
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "fleet/devices/fleet.h"
-#include "zulcommand/controlpath.h"
-#include "zulcommand/jsontext.h"
 #include "zulcommand/portwatch.h"
+#include "zulconsole/controlsocket.h"
 
 namespace fleet {
-
-class ControlClient;
 
 /// Steers a fleet for the clients of a control socket, and tells them all what happens to its devices.
 class ControlServer : private Fleet::Observer
@@ -29,7 +23,7 @@ public:
 
     /// Makes the socket at @p path and takes clients. Returns one sentence if that cannot be, else an empty
     /// text.
-    std::string listen(const std::string& path);
+    std::string listen(const std::string& path) { return mSocket.listen(path); }
 
 private:
     void linkChanged(Device& device) override;
@@ -37,16 +31,8 @@ private:
     void beforeChange(Device& device) override;
     void afterChange(Device& device) override;
 
-    void accept();
-    void removeEnded();
-    void writeLine(const zulcommand::JsonPtr& line);
-
-    boost::asio::io_context& mIo;
     Fleet& mFleet;
-    cControlPath mPath;
-    boost::asio::local::stream_protocol::acceptor mAcceptor;
-    LinkTimer mRetry;
-    std::vector<std::shared_ptr<ControlClient>> mClients;
+    zulconsole::ControlSocket mSocket;
     cPortWatch mWatch; ///< of the device that is being changed
 };
 

@@ -31,7 +31,7 @@ Application::Application(Options options, const LinkSettings& settings, const St
     : mOptions(std::move(options)),
       mStreams(streams),
       mProgram(std::move(program)),
-      mConsole(mIo, streams.output, streams.error, mOptions.verbose),
+      mConsole(mIo, "zulserver", streams.output, streams.error, mOptions.verbose),
       mSessions(mIo, mConsole, settings),
       mRunner(mIo, mConsole, mSessions),
       mAcceptor(mIo),
@@ -212,13 +212,13 @@ void Application::takeCommands()
     if (mOptions.commandsGiven) {
         submitGivenCommands();
         mRunner.endOfCommands();
-    } else if (Prompt::possibleAt(mStreams.input)) {
-        mPrompt = std::make_unique<Prompt>(mIo, mStreams.input);
+    } else if (zulconsole::Prompt::possibleAt(mStreams.input)) {
+        mPrompt = std::make_unique<zulconsole::Prompt>(mIo, mStreams.input, "zulserver");
         mPrompt->onLine = [this](const std::string& line) { mRunner.submit(line); };
         mPrompt->start();
         mConsole.setPrompt(mPrompt.get());
     } else {
-        mLineInput = std::make_unique<LineInput>(mIo, mStreams.input, kMaxCommandBytes);
+        mLineInput = std::make_unique<zulconsole::LineInput>(mIo, mStreams.input, kMaxCommandBytes);
         mLineInput->onLine = [this](const std::string& line) {
             mRunner.submit(line);
             if (mRunner.full()) {

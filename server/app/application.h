@@ -7,13 +7,13 @@
 #include <string>
 
 #include "server/app/options.h"
-#include "server/io/console.h"
-#include "server/io/lineinput.h"
-#include "server/io/prompt.h"
 #include "server/report/junitreport.h"
 #include "server/sessions/commandrunner.h"
 #include "server/sessions/devicesessions.h"
-#include "server/sessions/peeracceptor.h"
+#include "zulconsole/console.h"
+#include "zulconsole/lineinput.h"
+#include "zulconsole/prompt.h"
+#include "zullink/peeracceptor.h"
 
 namespace server {
 
@@ -58,7 +58,7 @@ private:
     const std::string mProgram;
     std::shared_ptr<cCaptureFile> mCapture; ///< may be null
     boost::asio::io_context mIo;
-    Console mConsole;
+    zulconsole::Console mConsole;
     DeviceSessions mSessions;
     CommandRunner mRunner;
     PeerAcceptor mAcceptor;
@@ -66,8 +66,8 @@ private:
     std::string mRunFailure; ///< if the run failed for a reason outside of the commands
     boost::asio::signal_set mSignals;
     boost::asio::steady_timer mTimer;
-    std::unique_ptr<LineInput> mLineInput;
-    std::unique_ptr<Prompt> mPrompt;
+    std::unique_ptr<zulconsole::LineInput> mLineInput;
+    std::unique_ptr<zulconsole::Prompt> mPrompt;
     bool mPortFileWritten = false;
     bool mFinished = false;
     int mStatus = 0;

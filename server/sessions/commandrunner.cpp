@@ -26,7 +26,8 @@ Reply replyWithDevice(const cObjectDevice& device)
 
 } // namespace
 
-CommandRunner::CommandRunner(boost::asio::io_context& io, Console& console, DeviceSessions& sessions)
+CommandRunner::CommandRunner(boost::asio::io_context& io, zulconsole::Console& console,
+                             DeviceSessions& sessions)
     : mIo(io), mConsole(console), mSessions(sessions), mTimer(io), mAskTimer(io)
 {}
 

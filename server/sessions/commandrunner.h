@@ -11,10 +11,10 @@
 #include <utility>
 
 #include "server/commands/commandparser.h"
-#include "server/io/console.h"
 #include "server/sessions/deviceround.h"
 #include "server/sessions/devicesessions.h"
 #include "zulcommand/eventsearch.h"
+#include "zulconsole/console.h"
 
 namespace server {
 
@@ -25,7 +25,7 @@ public:
     static constexpr size_t kMaxWaiting = 1000;
 
     /// Everything is borrowed.
-    CommandRunner(boost::asio::io_context& io, Console& console, DeviceSessions& sessions);
+    CommandRunner(boost::asio::io_context& io, zulconsole::Console& console, DeviceSessions& sessions);
 
     /// Called with the text of a command that begins, and with its reply, once printed, and its time in
     /// seconds.
@@ -113,7 +113,7 @@ private:
               zulcommand::Reply::Status status = zulcommand::Reply::Status::ERROR);
 
     boost::asio::io_context& mIo;
-    Console& mConsole;
+    zulconsole::Console& mConsole;
     DeviceSessions& mSessions;
     boost::asio::steady_timer mTimer;
     boost::asio::steady_timer mAskTimer;

@@ -9,11 +9,11 @@
 #include <unordered_map>
 #include <vector>
 
-#include "server/io/console.h"
 #include "server/sessions/deviceindex.h"
 #include "server/sessions/devicesession.h"
 #include "server/sessions/ratepersecond.h"
 #include "zulcommand/messagelog.h"
+#include "zulconsole/console.h"
 
 namespace server {
 
@@ -27,7 +27,7 @@ public:
     static constexpr size_t kMaxEnded = 10000;
 
     /// Everything is borrowed.
-    DeviceSessions(boost::asio::io_context& io, Console& console, const LinkSettings& settings)
+    DeviceSessions(boost::asio::io_context& io, zulconsole::Console& console, const LinkSettings& settings)
         : mIo(io), mConsole(console), mSettings(settings)
     {}
 
@@ -96,7 +96,7 @@ private:
     }
 
     boost::asio::io_context& mIo;
-    Console& mConsole;
+    zulconsole::Console& mConsole;
     zulcommand::MessageLog mLog;
     LinkSettings mSettings;
     LinkNumbers mNumbers; ///< of messages to all devices

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "hexbytes.h"
-#include "server/io/console.h"
+#include "zulconsole/console.h"
 #include "server/sessions/devicesessions.h"
 #include "zulobj/device.h"
 #include "zulobj/dinput.h"
@@ -98,7 +98,7 @@ protected:
 
     boost::asio::io_context mIo;
     int mNull = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-    server::Console mConsole{mIo, mNull, mNull, false};
+    zulconsole::Console mConsole{mIo, "zulserver", mNull, mNull, false};
     server::DeviceSessions mSessions{mIo, mConsole, {}};
     tcp::acceptor mAcceptor;
     std::vector<int> mDevices;

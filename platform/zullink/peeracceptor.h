@@ -6,8 +6,6 @@
 #include <functional>
 #include <string>
 
-namespace server {
-
 /// Listens for TCP clients.
 class PeerAcceptor
 {
@@ -37,5 +35,3 @@ private:
     boost::asio::steady_timer mRetryTimer;
     bool mFailing = false;
 };
-
-} // namespace server

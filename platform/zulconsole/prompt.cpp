@@ -1,4 +1,4 @@
-#include "server/io/prompt.h"
+#include "zulconsole/prompt.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -8,16 +8,12 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-namespace server {
+namespace zulconsole {
 
 namespace {
 
 constexpr int kKeyBytesMs = 50;
 constexpr int kHistoryLines = 500;
-constexpr char kPrompt[] = "zulserver> ";
-
-/// The editor does not write to the text, although its signature allows that.
-char* promptText(EditLine*) { return const_cast<char*>(kPrompt); }
 
 int columnsOf(int fd)
 {
@@ -34,8 +30,9 @@ bool Prompt::possibleAt(int fd)
            std::strcmp(terminal, "dumb") != 0;
 }
 
-Prompt::Prompt(boost::asio::io_context& io, int fd)
-    : mStream(io, ::dup(fd)),
+Prompt::Prompt(boost::asio::io_context& io, int fd, const std::string& program)
+    : mText(program + "> "),
+      mStream(io, ::dup(fd)),
       mSignals(io, SIGWINCH, SIGCONT),
       mInput(::fdopen(::dup(fd), "r")),
       mScreen(std::fopen("/dev/tty", "w"))
@@ -43,7 +40,7 @@ Prompt::Prompt(boost::asio::io_context& io, int fd)
     if (mScreen == nullptr) {
         mScreen = ::fdopen(::dup(STDERR_FILENO), "w");
     }
-    mEditor = el_init("zulserver", mInput, mScreen, mScreen);
+    mEditor = el_init(program.c_str(), mInput, mScreen, mScreen);
     mHistory = history_init();
     HistEvent event;
     history(mHistory, &event, H_SETSIZE, kHistoryLines);
@@ -80,7 +77,7 @@ void Prompt::hide()
 {
     const LineInfo* line = el_line(mEditor);
     const auto typed = static_cast<size_t>(line->cursor - line->buffer);
-    const size_t rows = (std::strlen(kPrompt) + typed) / static_cast<size_t>(columnsOf(fileno(mScreen)));
+    const size_t rows = (mText.size() + typed) / static_cast<size_t>(columnsOf(fileno(mScreen)));
     if (rows > 0) {
         std::fprintf(mScreen, "\033[%zuA", rows);
     }
@@ -146,16 +143,23 @@ void Prompt::restart()
     el_set(mEditor, EL_UNBUFFERED, 1);
 }
 
-/// Reads the next character for the editor.
-int Prompt::readKey(EditLine* editor, wchar_t* key)
+Prompt& Prompt::of(EditLine* editor)
 {
     void* data = nullptr;
     el_get(editor, EL_CLIENTDATA, &data);
-    auto* self = static_cast<Prompt*>(data);
+    return *static_cast<Prompt*>(data);
+}
+
+/// The editor does not write to the text, although its signature allows that.
+char* Prompt::promptText(EditLine* editor) { return of(editor).mText.data(); }
+
+/// Reads the next character for the editor.
+int Prompt::readKey(EditLine* editor, wchar_t* key)
+{
     std::mbstate_t state{};
     for (;;) {
         char byte = 0;
-        const int got = self->readByte(&byte);
+        const int got = of(editor).readByte(&byte);
         if (got <= 0) {
             return got;
         }
@@ -183,4 +187,4 @@ int Prompt::readByte(char* byte)
     return static_cast<int>(size);
 }
 
-} // namespace server
+} // namespace zulconsole

@@ -1,11 +1,11 @@
-#include "server/io/console.h"
+#include "zulconsole/console.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <unistd.h>
 
-namespace server {
+namespace zulconsole {
 
 using namespace zulcommand;
 
@@ -36,7 +36,7 @@ void Console::line(const JsonPtr& json)
     writeBesidePrompt([&] { mOutput.writeLine(text); });
 }
 
-void Console::report(const std::string& sentence) { text("zulserver: " + sentence + "\n"); }
+void Console::report(const std::string& sentence) { text(mProgram + ": " + sentence + "\n"); }
 
 void Console::debug(const std::string& sentence)
 {
@@ -61,4 +61,4 @@ void Console::writeBesidePrompt(const std::function<void()>& write)
     }
 }
 
-} // namespace server
+} // namespace zulconsole

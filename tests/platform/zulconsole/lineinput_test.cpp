@@ -1,11 +1,12 @@
 #include <boost/asio/io_context.hpp>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <memory>
+#include <string>
 #include <unistd.h>
 #include <vector>
 
-#include "localserver.h"
-#include "server/io/lineinput.h"
+#include "zulconsole/lineinput.h"
 
 namespace {
 
@@ -26,13 +27,13 @@ protected:
         }
         EXPECT_EQ(::write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
         ::close(ends[1]);
-        mInput = std::make_unique<server::LineInput>(mIo, mReadEnd, 100);
+        mInput = std::make_unique<zulconsole::LineInput>(mIo, mReadEnd, 100);
     }
 
     ~LineInputTest() override { ::close(mReadEnd); }
 
     boost::asio::io_context mIo;
-    std::unique_ptr<server::LineInput> mInput;
+    std::unique_ptr<zulconsole::LineInput> mInput;
     size_t mLines = 0;
 
 private:
@@ -73,20 +74,4 @@ TEST_F(LineInputTest, everyLineComesInTheEnd)
         mInput->resume();
     }
     EXPECT_GT(held, 2U);
-}
-
-TEST(CommandFloodTest, everyCommandIsAnsweredInItsOrder)
-{
-    LocalServer server;
-    const size_t commands = 3 * server::CommandRunner::kMaxWaiting;
-    std::thread typing([&] {
-        for (size_t i = 0; i < commands; ++i) {
-            server.type("sleep 0." + std::string(9, '0') + std::to_string(i));
-        }
-    });
-    for (size_t i = 0; i < commands; ++i) {
-        const std::string command = member(server.lines().next("reply"), "command");
-        ASSERT_EQ(command, "sleep 0." + std::string(9, '0') + std::to_string(i));
-    }
-    typing.join();
 }

@@ -6,10 +6,10 @@
 #include <memory>
 #include <string>
 
-#include "fleet/control/controlrunner.h"
 #include "zulcommand/linesplitter.h"
+#include "zulconsole/linerunner.h"
 
-namespace fleet {
+namespace zulconsole {
 
 /// One client of the control socket: lines in, lines out, never waiting for it.
 class ControlClient : public std::enable_shared_from_this<ControlClient>
@@ -20,8 +20,7 @@ public:
     /// A client that leaves more bytes than this unread is given up.
     static constexpr size_t kMaxUnread = 4 * 1024 * 1024;
 
-    /// @p fleet outlives it, or close() is called before.
-    ControlClient(boost::asio::io_context& io, Socket socket, Fleet& fleet);
+    ControlClient(boost::asio::io_context& io, Socket socket, std::unique_ptr<LineRunner> runner);
 
     std::function<void()> onQuit;
 
@@ -34,10 +33,13 @@ public:
     /// Sends @p line, with an end added, as soon as the client takes it.
     void writeLine(const std::string& line);
 
-    ControlRunner& runner() { return mRunner; }
+    LineRunner& runner() { return *mRunner; }
 
     /// True if nothing more can come or go, or need to.
-    bool isOver() const { return mBroken || (mInputEnded && mRunner.isIdle() && mWritten == mOutput.size()); }
+    bool isOver() const
+    {
+        return mBroken || (mInputEnded && mRunner->isIdle() && mWritten == mOutput.size());
+    }
 
 private:
     void waitForInput();
@@ -48,7 +50,7 @@ private:
 
     boost::asio::io_context& mIo;
     Socket mSocket;
-    ControlRunner mRunner;
+    const std::unique_ptr<LineRunner> mRunner;
     zulcommand::LineSplitter mLines;
     std::string mOutput;
     size_t mWritten = 0; ///< of mOutput
@@ -58,4 +60,4 @@ private:
     bool mBroken = false;
 };
 
-} // namespace fleet
+} // namespace zulconsole

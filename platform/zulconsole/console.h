@@ -7,19 +7,20 @@
 #include <utility>
 #include <vector>
 
-#include "server/io/nonblockinglinewriter.h"
-#include "server/io/prompt.h"
 #include "zulcommand/jsontext.h"
+#include "zulconsole/nonblockinglinewriter.h"
+#include "zulconsole/prompt.h"
 
-namespace server {
+namespace zulconsole {
 
 /// Writes JSON lines to the output and everything else to the error stream.
 class Console
 {
 public:
-    /// @p errorFd is borrowed. Without @p verbose debug() does nothing.
-    Console(boost::asio::io_context& io, int outputFd, int errorFd, bool verbose)
-        : mOutput(io, outputFd), mErrorFd(errorFd), mVerbose(verbose)
+    /// The descriptors are borrowed. Sentences begin with @p program. Without @p verbose debug() does
+    /// nothing.
+    Console(boost::asio::io_context& io, std::string program, int outputFd, int errorFd, bool verbose)
+        : mProgram(std::move(program)), mOutput(io, outputFd), mErrorFd(errorFd), mVerbose(verbose)
     {}
 
     NonBlockingLineWriter& output() { return mOutput; }
@@ -49,6 +50,7 @@ public:
 private:
     void writeBesidePrompt(const std::function<void()>& write);
 
+    const std::string mProgram;
     NonBlockingLineWriter mOutput;
     int mErrorFd;
     bool mVerbose;
@@ -56,4 +58,4 @@ private:
     Prompt* mPrompt = nullptr;
 };
 
-} // namespace server
+} // namespace zulconsole

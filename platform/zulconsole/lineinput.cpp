@@ -1,4 +1,4 @@
-#include "server/io/lineinput.h"
+#include "zulconsole/lineinput.h"
 
 #include <array>
 #include <boost/asio/post.hpp>
@@ -6,7 +6,7 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace server {
+namespace zulconsole {
 
 void LineInput::start()
 {
@@ -74,4 +74,4 @@ void LineInput::endInput(int error)
     }
 }
 
-} // namespace server
+} // namespace zulconsole

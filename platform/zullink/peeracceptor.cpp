@@ -1,10 +1,8 @@
-#include "server/sessions/peeracceptor.h"
+#include "zullink/peeracceptor.h"
 
 #include <boost/system/system_error.hpp>
 #include <chrono>
 #include <utility>
-
-namespace server {
 
 std::string PeerAcceptor::open(const std::string& address, uint16_t port)
 {
@@ -52,5 +50,3 @@ void PeerAcceptor::retryLater(const boost::system::error_code& error)
         }
     });
 }
-
-} // namespace server

@@ -7,7 +7,7 @@
 
 #include "zulcommand/linesplitter.h"
 
-namespace server {
+namespace zulconsole {
 
 /// Reads lines from a pipe, a file or a plain terminal, until its end.
 class LineInput
@@ -43,4 +43,4 @@ private:
     bool mHeld = false;
 };
 
-} // namespace server
+} // namespace zulconsole

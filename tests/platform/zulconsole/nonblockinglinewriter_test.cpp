@@ -6,9 +6,9 @@
 #include <string>
 #include <unistd.h>
 
-#include "server/io/nonblockinglinewriter.h"
+#include "zulconsole/nonblockinglinewriter.h"
 
-using server::NonBlockingLineWriter;
+using zulconsole::NonBlockingLineWriter;
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "server/io/nonblockinglinewriter.h"
+#include "zulconsole/nonblockinglinewriter.h"
 
 #include <algorithm>
 #include <boost/asio/post.hpp>
@@ -9,7 +9,7 @@
 #include <system_error>
 #include <unistd.h>
 
-namespace server {
+namespace zulconsole {
 
 NonBlockingLineWriter::NonBlockingLineWriter(boost::asio::io_context& io, int fd) : mIo(io), mStream(io)
 {
@@ -101,4 +101,4 @@ void NonBlockingLineWriter::writeWhatGoes()
                        });
 }
 
-} // namespace server
+} // namespace zulconsole

@@ -1,4 +1,4 @@
-#include "fleet/control/controlclient.h"
+#include "zulconsole/controlclient.h"
 
 #include <array>
 #include <boost/asio/post.hpp>
@@ -11,25 +11,25 @@
 
 using boost::system::error_code;
 
-namespace fleet {
+namespace zulconsole {
 
 namespace {
 
-/// After this time the event loop handles the devices before further commands.
+/// After this time the event loop handles other events before further commands.
 constexpr auto kTimeSlice = std::chrono::milliseconds(5);
 
 } // namespace
 
-ControlClient::ControlClient(boost::asio::io_context& io, Socket socket, Fleet& fleet)
-    : mIo(io), mSocket(std::move(socket)), mRunner(io, fleet), mLines(zulcommand::kMaxCommandBytes)
+ControlClient::ControlClient(boost::asio::io_context& io, Socket socket, std::unique_ptr<LineRunner> runner)
+    : mIo(io), mSocket(std::move(socket)), mRunner(std::move(runner)), mLines(zulcommand::kMaxCommandBytes)
 {
     error_code ignored;
     mSocket.non_blocking(true, ignored);
-    mRunner.onReply = [this](const zulcommand::JsonPtr& line) {
+    mRunner->onReply = [this](const zulcommand::JsonPtr& line) {
         writeLine(zulcommand::lineText(line, std::chrono::system_clock::now()));
     };
-    mRunner.onReady = [this] { runCommands(); };
-    mRunner.onQuit = [this] {
+    mRunner->onReady = [this] { runCommands(); };
+    mRunner->onQuit = [this] {
         flush();
         onQuit();
     };
@@ -54,7 +54,7 @@ void ControlClient::tellIfOver()
 
 void ControlClient::waitForInput()
 {
-    if (mReading || mInputEnded || mBroken || mRunner.full()) {
+    if (mReading || mInputEnded || mBroken || mRunner->full()) {
         return;
     }
     mReading = true;
@@ -69,7 +69,7 @@ void ControlClient::waitForInput()
 void ControlClient::readNow()
 {
     std::array<char, 16384> data;
-    const auto submit = [this](const std::string& line) { mRunner.submit(line); };
+    const auto submit = [this](const std::string& line) { mRunner->submit(line); };
     const ssize_t size = ::recv(mSocket.native_handle(), data.data(), data.size(), MSG_DONTWAIT);
     if (size > 0) {
         mLines.take(data.data(), static_cast<size_t>(size), submit);
@@ -85,12 +85,12 @@ void ControlClient::readNow()
 void ControlClient::runCommands()
 {
     const auto end = std::chrono::steady_clock::now() + kTimeSlice;
-    while (!mBroken && !mRunner.isIdle() && !mRunner.isRunning()) {
+    while (!mBroken && !mRunner->isIdle() && !mRunner->isRunning()) {
         if (std::chrono::steady_clock::now() >= end) {
             boost::asio::post(mIo, [self = shared_from_this()] { self->runCommands(); });
             return;
         }
-        mRunner.runNext();
+        mRunner->runNext();
     }
     waitForInput();
     tellIfOver();
@@ -135,4 +135,4 @@ void ControlClient::flush()
     tellIfOver();
 }
 
-} // namespace fleet
+} // namespace zulconsole

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-namespace server {
+namespace zulconsole {
 
 /// Writes lines to a descriptor without blocking on a slow reader.
 ///
@@ -52,4 +52,4 @@ private:
     bool mEnded = false;
 };
 
-} // namespace server
+} // namespace zulconsole

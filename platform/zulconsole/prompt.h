@@ -8,7 +8,7 @@
 #include <histedit.h>
 #include <string>
 
-namespace server {
+namespace zulconsole {
 
 /// Lets a user type commands at a terminal, with editing and a history.
 ///
@@ -20,8 +20,9 @@ public:
     /// True if the program may edit lines at @p fd: a capable terminal, in the foreground.
     static bool possibleAt(int fd);
 
-    /// Changes the modes of the terminal at @p fd, borrowed; the destructor restores them.
-    Prompt(boost::asio::io_context& io, int fd);
+    /// Changes the modes of the terminal at @p fd, borrowed; the destructor restores them. The user sees
+    /// @p program.
+    Prompt(boost::asio::io_context& io, int fd, const std::string& program);
     ~Prompt();
     Prompt(const Prompt&) = delete;
     Prompt& operator=(const Prompt&) = delete;
@@ -36,6 +37,8 @@ public:
     void show();
 
 private:
+    static Prompt& of(EditLine* editor);
+    static char* promptText(EditLine* editor);
     static int readKey(EditLine* editor, wchar_t* key);
 
     int readByte(char* byte);
@@ -44,6 +47,7 @@ private:
     void takeKey();
     void restart();
 
+    std::string mText; ///< before what the user types
     boost::asio::posix::stream_descriptor mStream;
     boost::asio::signal_set mSignals;
     std::FILE* mInput = nullptr;
@@ -53,4 +57,4 @@ private:
     bool mEnded = false;
 };
 
-} // namespace server
+} // namespace zulconsole
