@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-std::unique_ptr<cCapturedLink> cCapturedLink::of(std::shared_ptr<cCaptureFile> file, int fd, eRole role)
+std::unique_ptr<cCapturedLink> cCapturedLink::of(std::shared_ptr<cCaptureFile> file, int fd, eRole role,
+                                                 pcapng::sPacketNotes notes)
 {
     sockaddr_storage ownAddress{};
     sockaddr_storage peerAddress{};
@@ -16,14 +17,15 @@ std::unique_ptr<cCapturedLink> cCapturedLink::of(std::shared_ptr<cCaptureFile> f
         !sEndpoint::from(ownAddress, &own) || !sEndpoint::from(peerAddress, &peer)) {
         return nullptr;
     }
-    return std::make_unique<cCapturedLink>(std::move(file), own, peer, role);
+    return std::make_unique<cCapturedLink>(std::move(file), own, peer, role, std::move(notes));
 }
 
 cCapturedLink::cCapturedLink(std::shared_ptr<cCaptureFile> file, const sEndpoint& own, const sEndpoint& peer,
-                             eRole role)
+                             eRole role, pcapng::sPacketNotes notes)
     : mFile(std::move(file)),
       mSent{pcapng::eDirection::OUTBOUND, own, peer},
-      mReceived{pcapng::eDirection::INBOUND, peer, own}
+      mReceived{pcapng::eDirection::INBOUND, peer, own},
+      mNotes(std::move(notes))
 {
     // Two connections that get the same ports are told apart by where their numbers begin (RFC 9293, 3.4.1).
     mSent.next = mReceived.next = mFile->nextConnection() << 20;
@@ -47,14 +49,38 @@ void cCapturedLink::received(std::span<const uint8_t> bytes)
 void cCapturedLink::closed()
 {
     const std::lock_guard<std::mutex> lock(mMutex);
+    mClosed = true;
     end(&mSent, sTcpFields::kFin);
+}
+
+void cCapturedLink::sendingEnded()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    end(&mSent, sTcpFields::kFin);
+}
+
+void cCapturedLink::reset()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    mClosed = true;
+    end(&mSent, sTcpFields::kReset);
+    // Nothing follows a reset, in either direction.
+    mReceived.ended = true;
+}
+
+void cCapturedLink::comment(const std::string& text)
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (mNotes.comments.size() < kMaxComments) {
+        mNotes.comments.push_back(text);
+    }
 }
 
 void cCapturedLink::peerClosed()
 {
     const std::lock_guard<std::mutex> lock(mMutex);
     // After a shutdown this side reads the end even if the peer has sent none.
-    if (!mSent.ended) {
+    if (!mClosed) {
         end(&mReceived, sTcpFields::kFin);
     }
 }
@@ -62,10 +88,11 @@ void cCapturedLink::peerClosed()
 void cCapturedLink::peerReset()
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    if (!mSent.ended) {
+    if (!mClosed) {
         end(&mReceived, sTcpFields::kReset);
     }
     // Nothing follows a reset, in either direction.
+    mClosed = true;
     mSent.ended = true;
 }
 
@@ -93,5 +120,6 @@ void cCapturedLink::write(sLane* lane, uint8_t flags, std::span<const uint8_t> b
     const uint32_t acknowledged = (flags & sTcpFields::kAck) != 0 ? opposite(lane).next : 0;
     mPacket.clear();
     appendTcpPacket(&mPacket, lane->from, lane->to, {flags, lane->next, acknowledged}, bytes);
-    mFile->write(lane->direction, mPacket);
+    mFile->write(lane->direction, mPacket, mNotes);
+    mNotes.comments.clear();
 }

@@ -25,11 +25,12 @@ public:
     };
 
     /// Records the connection of the socket @p fd from now on. Returns null if @p file is null or if the
-    /// system does not tell the socket's addresses.
-    static std::unique_ptr<cCapturedLink> of(std::shared_ptr<cCaptureFile> file, int fd, eRole role);
+    /// system does not tell the socket's addresses. The comments of @p notes stand on the first packet.
+    static std::unique_ptr<cCapturedLink> of(std::shared_ptr<cCaptureFile> file, int fd, eRole role,
+                                             pcapng::sPacketNotes notes = {});
 
-    cCapturedLink(std::shared_ptr<cCaptureFile> file, const sEndpoint& own, const sEndpoint& peer,
-                  eRole role);
+    cCapturedLink(std::shared_ptr<cCaptureFile> file, const sEndpoint& own, const sEndpoint& peer, eRole role,
+                  pcapng::sPacketNotes notes = {});
 
     /// Calls closed().
     ~cCapturedLink();
@@ -51,8 +52,18 @@ public:
 
     void received(std::span<const uint8_t> bytes);
 
-    /// This side sends no more.
+    /// @p text stands on the next packet. While kMaxComments wait, no further one is taken.
+    void comment(const std::string& text);
+    static constexpr size_t kMaxComments = 1000;
+
+    /// This side sends no more and reads no more.
     void closed();
+
+    /// This side sends no more.
+    void sendingEnded();
+
+    /// This side resets the connection.
+    void reset();
 
     /// The peer sends no more, or has reset the connection. Not recorded after closed().
     void peerClosed();
@@ -80,5 +91,7 @@ private:
     // Guarded by mMutex.
     sLane mSent;
     sLane mReceived;
+    bool mClosed = false;
     std::vector<uint8_t> mPacket;
+    pcapng::sPacketNotes mNotes; ///< of the next packet
 };

@@ -30,8 +30,11 @@ pcapng::sWriter writerNamed(const std::string& program)
 } // namespace
 
 WStatus cCaptureFile::create(const std::string& path, const std::string& program,
-                             std::shared_ptr<cCaptureFile>* file)
+                             std::shared_ptr<cCaptureFile>* file, std::vector<std::string> interfaces)
 {
+    if (interfaces.empty()) {
+        interfaces.push_back(program.substr(0, program.find(' ')));
+    }
     // O_NONBLOCK: a FIFO without a reader is refused. The writing thread may wait for a reader.
     constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC | O_NONBLOCK;
     const int fd = ::open(path.c_str(), kFlags, 0666);
@@ -40,7 +43,9 @@ WStatus cCaptureFile::create(const std::string& path, const std::string& program
         ::fcntl(fd, F_SETFL, O_APPEND);
         std::vector<uint8_t> head;
         pcapng::appendSectionHeader(&head, writerNamed(program));
-        pcapng::appendInterface(&head, program.substr(0, program.find(' ')));
+        for (const std::string& name : interfaces) {
+            pcapng::appendInterface(&head, name);
+        }
         if (created->append(head)) {
             try {
                 created->mWriter = std::jthread(
@@ -75,7 +80,8 @@ void cCaptureFile::report(const std::string& sentence)
     }
 }
 
-void cCaptureFile::write(pcapng::eDirection direction, std::span<const uint8_t> packet)
+void cCaptureFile::write(pcapng::eDirection direction, std::span<const uint8_t> packet,
+                         const pcapng::sPacketNotes& notes)
 {
     const std::lock_guard<std::mutex> lock(mMutex);
     if (mBroken) {
@@ -86,7 +92,7 @@ void cCaptureFile::write(pcapng::eDirection direction, std::span<const uint8_t> 
         return;
     }
     Block block;
-    pcapng::appendPacket(&block, nowNs(), direction, packet);
+    pcapng::appendPacket(&block, nowNs(), direction, packet, notes);
     mQueuedBytes += block.size();
     mQueue.push_back(std::move(block));
     mChanged.notify_all();

@@ -26,9 +26,10 @@ public:
     static constexpr size_t kMaxQueuedBytes = 16 * 1024 * 1024;
 
     /// Creates or empties the file at @p path, with the rights that the umask leaves of 0666. @p program is
-    /// its name and version. A FIFO needs a reader already. On failure @p *file stays as it is.
+    /// its name and version. Without @p interfaces there is one, with the program's name. A FIFO needs a
+    /// reader already. On failure @p *file stays as it is.
     static WStatus create(const std::string& path, const std::string& program,
-                          std::shared_ptr<cCaptureFile>* file);
+                          std::shared_ptr<cCaptureFile>* file, std::vector<std::string> interfaces = {});
 
     /// Writes first what is queued.
     ~cCaptureFile();
@@ -41,7 +42,8 @@ public:
     void setReport(std::function<void(const std::string&)> report);
 
     /// Queues @p packet with the present time; doesn't wait for the disk.
-    void write(pcapng::eDirection direction, std::span<const uint8_t> packet);
+    void write(pcapng::eDirection direction, std::span<const uint8_t> packet,
+               const pcapng::sPacketNotes& notes = {});
 
     /// Waits until everything queued is in the file or lost.
     void flush();

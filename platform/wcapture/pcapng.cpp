@@ -1,6 +1,7 @@
 #include "wcapture/pcapng.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace pcapng {
 
@@ -22,6 +23,7 @@ constexpr uint32_t kNoSnapLength = 0;
 /// Code and length of the option that ends all.
 constexpr uint32_t kEndOfOptions = 0;
 
+constexpr uint16_t kComment = 1;
 constexpr uint16_t kHardware = 2;
 constexpr uint16_t kSystem = 3;
 constexpr uint16_t kProgram = 4;
@@ -59,7 +61,8 @@ void putOption(Bytes* to, uint16_t code, std::span<const uint8_t> value)
 void putText(Bytes* to, uint16_t code, const std::string& text)
 {
     if (!text.empty()) {
-        putOption(to, code, {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+        const size_t size = std::min<size_t>(text.size(), std::numeric_limits<uint16_t>::max());
+        putOption(to, code, {reinterpret_cast<const uint8_t*>(text.data()), size});
     }
 }
 
@@ -105,10 +108,11 @@ void appendInterface(Bytes* file, const std::string& name)
     endBlock(file, begin);
 }
 
-void appendPacket(Bytes* file, uint64_t timeNs, eDirection direction, std::span<const uint8_t> packet)
+void appendPacket(Bytes* file, uint64_t timeNs, eDirection direction, std::span<const uint8_t> packet,
+                  const sPacketNotes& notes)
 {
     const size_t begin = beginBlock(file, kEnhancedPacket);
-    put(file, uint32_t{0}); // the interface
+    put(file, notes.interface);
     put(file, static_cast<uint32_t>(timeNs >> 32));
     put(file, static_cast<uint32_t>(timeNs));
     put(file, static_cast<uint32_t>(packet.size()));
@@ -117,6 +121,9 @@ void appendPacket(Bytes* file, uint64_t timeNs, eDirection direction, std::span<
     put(file, kPacketFlags);
     put(file, static_cast<uint16_t>(sizeof direction));
     put(file, static_cast<uint32_t>(direction));
+    for (const std::string& comment : notes.comments) {
+        putText(file, kComment, comment);
+    }
     endBlock(file, begin);
 }
 

@@ -11,7 +11,9 @@
 struct RecordedPacket
 {
     uint64_t timeNs = 0;
+    uint32_t interface = 0;
     uint32_t direction = 0; ///< 1 inbound, 2 outbound
+    std::vector<std::string> comments;
     std::vector<uint8_t> bytes;
 
     size_t ipHeader() const { return bytes[0] >> 4 == 4 ? 20 : 40; }
@@ -53,11 +55,19 @@ inline std::vector<RecordedPacket> packetsIn(const std::vector<uint8_t>& file, b
         }
         if (little(at) == 6) {
             RecordedPacket packet;
+            packet.interface = little(at + 8);
             packet.timeNs = static_cast<uint64_t>(little(at + 12)) << 32 | little(at + 16);
             const size_t size = little(at + 20);
             const auto begin = file.begin() + static_cast<std::ptrdiff_t>(at + 28);
             packet.bytes.assign(begin, begin + static_cast<std::ptrdiff_t>(size));
-            packet.direction = little(at + 28 + (size + 3) / 4 * 4 + 4);
+            size_t option = at + 28 + (size + 3) / 4 * 4;
+            packet.direction = little(option + 4);
+            for (; little(option) != 0; option += 4 + ((little(option) >> 16) + 3) / 4 * 4) {
+                if ((little(option) & 0xFFFF) == 1) {
+                    const auto text = file.begin() + static_cast<std::ptrdiff_t>(option + 4);
+                    packet.comments.emplace_back(text, text + (little(option) >> 16));
+                }
+            }
             packets.push_back(packet);
         }
         at += length;

@@ -60,6 +60,22 @@ TEST(PcapngTest, PacketHasItsTimeLengthAndDirection)
                              "34 00 00 00"));
 }
 
+TEST(PcapngTest, PacketHasItsInterfaceAndComments)
+{
+    Bytes file;
+    pcapng::appendPacket(&file, 0, pcapng::eDirection::INBOUND, Bytes{0xAA}, {1, {"one", "two!"}});
+    EXPECT_EQ(file, hexBytes("06 00 00 00  40 00 00 00 ; type, length of 64\n"
+                             "01 00 00 00              ; interface 1\n"
+                             "00 00 00 00  00 00 00 00 ; time\n"
+                             "01 00 00 00  01 00 00 00 ; length here and on the wire\n"
+                             "aa 00 00 00\n"
+                             "02 00 04 00  01 00 00 00 ; flags: inbound\n"
+                             "01 00 03 00  6f 6e 65 00 ; comment\n"
+                             "01 00 04 00  74 77 6f 21 ; comment\n"
+                             "00 00 00 00\n"
+                             "40 00 00 00"));
+}
+
 sEndpoint v4(const char* address, uint16_t port)
 {
     sockaddr_storage storage{};
@@ -231,6 +247,56 @@ TEST_F(CaptureFileTest, EndThatThisSideHasMadeIsNotThePeers)
     record->peerClosed();
     record->peerReset();
     EXPECT_EQ(summaries(packets(), 1 << 20).back(), "out 11 1 1 0");
+}
+
+TEST_F(CaptureFileTest, PeersEndAfterThisSidesIsRecorded)
+{
+    const auto file = create();
+    const auto record = link(file);
+    record->sendingEnded();
+    record->peerClosed();
+    EXPECT_EQ(summaries(packets(), 1 << 20).back(), "in 11 1 2 0");
+}
+
+TEST_F(CaptureFileTest, NothingFollowsAResetByThisSide)
+{
+    const auto file = create();
+    const auto record = link(file);
+    record->reset();
+    record->peerClosed();
+    record->received(Bytes(3));
+    EXPECT_EQ(summaries(packets(), 1 << 20).back(), "out 14 1 1 0");
+}
+
+TEST_F(CaptureFileTest, CommentStandsOnTheNextPacketAlone)
+{
+    const auto file = create();
+    const auto record = link(file);
+    record->comment("rule 1: late, 3000 ms later");
+    record->comment("rule 2: duplicate, twice");
+    record->received(Bytes(10));
+    record->received(Bytes(10));
+    record->comment("rule 3: reset, reset");
+    record->reset();
+    const auto found = packets();
+    ASSERT_EQ(found.size(), 6U);
+    EXPECT_EQ(found[3].comments,
+              (std::vector<std::string>{"rule 1: late, 3000 ms later", "rule 2: duplicate, twice"}));
+    EXPECT_EQ(found[4].comments, std::vector<std::string>());
+    EXPECT_EQ(found[5].comments, std::vector<std::string>{"rule 3: reset, reset"});
+}
+
+TEST_F(CaptureFileTest, ConnectionsStandOnTheInterfacesOfTheFile)
+{
+    EXPECT_EQ(cCaptureFile::create(mPath, "test 1", &mFile, {"devices", "server"}).text(), "ok");
+    cCapturedLink(mFile, v4("192.0.2.1", 40000), v4("192.0.2.2", 50000), cCapturedLink::CONNECTED,
+                  {1, {"connection 7"}});
+    const auto found = packets();
+    ASSERT_EQ(found.size(), 4U);
+    for (const RecordedPacket& packet : found) {
+        EXPECT_EQ(packet.interface, 1U);
+        EXPECT_EQ(packet.comments.size(), &packet == &found[0] ? 1U : 0U);
+    }
 }
 
 TEST_F(CaptureFileTest, NextConnectionOnTheSamePortsBeginsElsewhere)
