@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <system_error>
+#include <utility>
 
 #include "wmsg/utf8.h"
 #include "zulcommand/jsontext.h"
@@ -78,18 +79,18 @@ std::optional<double> parseSeconds(std::string_view text)
     return seconds && !std::signbit(*seconds) && *seconds <= kMaxSeconds ? seconds : std::nullopt;
 }
 
-std::string lineMistake(const std::string& line)
+std::string lineMistake(const std::string& line, const std::string& subject)
 {
     if (line.size() > kMaxCommandBytes) {
-        return "The command is longer than " + std::to_string(kMaxCommandBytes) + " bytes.";
+        return subject + " is longer than " + std::to_string(kMaxCommandBytes) + " bytes.";
     }
     if (line.find('\0') != std::string::npos) {
-        return "The command holds a NUL.";
+        return subject + " holds a NUL.";
     }
-    return utf8::repaired(line.c_str()) == line ? "" : "The command is not UTF-8.";
+    return utf8::repaired(line.c_str()) == line ? "" : subject + " is not UTF-8.";
 }
 
-CommandWords::CommandWords(const std::string& line)
+CommandWords::CommandWords(const std::string& line, std::string subject) : mSubject(std::move(subject))
 {
     for (size_t begin = line.find_first_not_of(kBlanks); begin != std::string::npos;) {
         const size_t end = endOfToken(line, begin);
@@ -174,11 +175,14 @@ std::optional<float> CommandWords::real(const std::string& name)
 
 std::string CommandWords::finish()
 {
+    if (!mMissing.empty() && mFields.empty()) {
+        fail(mSubject + " needs the field " + quote(mMissing) + ".");
+    }
     if (const std::optional<std::string> left = nextWord()) {
-        fail("The command does not take " + quote(*left) + ".");
+        fail(mSubject + " does not take " + quote(*left) + ".");
     }
     if (!mFields.empty()) {
-        fail("The command does not take the field " + quote(mFields.begin()->first) + ".");
+        fail(mSubject + " does not take the field " + quote(mFields.begin()->first) + ".");
     }
     return mMistake;
 }

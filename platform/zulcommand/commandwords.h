@@ -52,8 +52,8 @@ struct FieldValue
 };
 
 /// Returns the sentence that says why @p line is no line of commands: it is too long, holds a NUL or is not
-/// UTF-8. An empty text if it is one.
-std::string lineMistake(const std::string& line);
+/// UTF-8. An empty text if it is one. The sentence begins with @p subject.
+std::string lineMistake(const std::string& line, const std::string& subject = "The command");
 
 /// Hands out the words and fields (NAME=VALUE) of one command line and keeps the first mistake in them.
 ///
@@ -64,7 +64,8 @@ std::string lineMistake(const std::string& line);
 class CommandWords
 {
 public:
-    explicit CommandWords(const std::string& line);
+    /// Sentences about the line as a whole begin with @p subject.
+    explicit CommandWords(const std::string& line, std::string subject = "The command");
 
     // These take the next word that is no field, which is no mistake if there is none: then they return
     // nothing, or an empty text.
@@ -79,13 +80,14 @@ public:
     std::optional<uint32_t> number(const std::string& name, uint32_t min = 0, uint32_t max = kMaxNumber);
     std::optional<float> real(const std::string& name);
 
-    /// The mistake that the command needs the field @p name.
-    void failWithout(const std::string& name) { fail("The command needs the field \"" + name + "\"."); }
+    /// The mistake that the command needs the field @p name. A field that it does not take, maybe the same
+    /// one misspelt, is told before.
+    void failWithout(const std::string& name) { mMissing = mMissing.empty() ? name : mMissing; }
 
     /// Keeps @p sentence if it is the first mistake.
     void fail(const std::string& sentence) { mMistake = mMistake.empty() ? sentence : mMistake; }
 
-    bool failed() const { return !mMistake.empty(); }
+    bool failed() const { return !mMistake.empty() || !mMissing.empty(); }
 
     /// Returns the first mistake, or an empty text. Words and fields that are left are a mistake.
     std::string finish();
@@ -94,10 +96,12 @@ private:
     void addField(const std::string& token, size_t equals);
     std::string unquoted(const std::string& written, const std::string& what);
 
+    const std::string mSubject;
     std::vector<std::string> mWords;
     size_t mNext = 0;
     std::map<std::string, FieldValue> mFields;
     std::string mMistake;
+    std::string mMissing; ///< the first field that is missing
 };
 
 /// @p text in quotation marks.

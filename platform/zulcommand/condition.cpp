@@ -28,6 +28,22 @@ std::string namesOf(zuldict::Enumeration names)
 
 } // namespace
 
+std::optional<uint32_t> readNumber(const zuldict::TagEntry& field, const std::string& text,
+                                   CommandWords* words)
+{
+    uint32_t number = 0;
+    if (zuldict::valueOf(field.names, text.c_str(), &number)) {
+        return number;
+    }
+    const std::optional<uint32_t> parsed = parseNumber(text);
+    if (!parsed) {
+        words->fail(field.names.empty() ? numberMistake(field.name, text)
+                                        : std::string(field.name) + " is neither a whole number nor one of " +
+                                              namesOf(field.names) + ": " + quote(text) + ".");
+    }
+    return parsed;
+}
+
 Condition::Condition(const zuldict::TagEntry& field, const FieldValue& value, CommandWords* words)
     : mField(&field),
       mText(field.name + ("=" + value.written)),
@@ -35,23 +51,9 @@ Condition::Condition(const zuldict::TagEntry& field, const FieldValue& value, Co
       mWanted(utf8::repaired(value.text.c_str()))
 {
     if (isNumber()) {
-        readNumber(value.text, words);
+        mMin = mMax = readNumber(field, value.text, words).value_or(0);
     } else if (field.wireType == zuldict::eWireType::FLOAT && !mNull) {
         readFloat(value.text, words);
-    }
-}
-
-void Condition::readNumber(const std::string& text, CommandWords* words)
-{
-    const std::optional<uint32_t> parsed = parseNumber(text);
-    uint32_t number = parsed.value_or(0);
-    const bool named = zuldict::valueOf(mField->names, text.c_str(), &number);
-    mMin = mMax = number;
-    if (!parsed && !named) {
-        words->fail(mField->names.empty()
-                        ? numberMistake(mField->name, text)
-                        : std::string(mField->name) + " is neither a whole number nor one of " +
-                              namesOf(mField->names) + ": " + quote(text) + ".");
     }
 }
 

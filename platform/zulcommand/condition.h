@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <jansson.h>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,6 +10,12 @@
 #include "zuldict/zuldict.h"
 
 namespace zulcommand {
+
+/// Reads the value of a number, decimal, hexadecimal or the name of an enumerator. A wrong one is a mistake
+/// in
+/// @p *words.
+std::optional<uint32_t> readNumber(const zuldict::TagEntry& field, const std::string& text,
+                                   CommandWords* words);
 
 /// What one field of an object should be.
 class Condition
@@ -32,7 +40,6 @@ public:
     const std::string& text() const { return mText; }
 
 private:
-    void readNumber(const std::string& text, CommandWords* words);
     void readFloat(const std::string& text, CommandWords* words);
 
     const zuldict::TagEntry* mField;

@@ -9,7 +9,12 @@
 
 namespace zulcommand {
 
-namespace {
+std::optional<uint32_t> parseObjectType(const std::string& text)
+{
+    uint32_t type = 0;
+    return zuldict::valueOf(zuldict::objectTypes(), text.c_str(), &type) ? std::make_optional(type)
+                                                                         : parseNumber(text);
+}
 
 bool hasField(uint32_t objectType, const char* name)
 {
@@ -17,18 +22,13 @@ bool hasField(uint32_t objectType, const char* name)
     return json_object_get(json.get(), name) != nullptr;
 }
 
-} // namespace
-
 void readObjectType(CommandWords* words, MessageLog::Filter* filter)
 {
     const std::string word = words->word();
-    uint32_t type = 0;
     if (word.empty()) {
         return;
     }
-    filter->objectType = zuldict::valueOf(zuldict::objectTypes(), word.c_str(), &type)
-                             ? std::make_optional(type)
-                             : parseNumber(word);
+    filter->objectType = parseObjectType(word);
     if (!filter->objectType) {
         words->fail(quote(word) + " is no type of an object.");
     }

@@ -37,6 +37,12 @@ struct Verb
     bool namesEveryDevice = false;   ///< takes device=* too
 };
 
+/// The type of an object, by name or number.
+std::optional<uint32_t> parseObjectType(const std::string& text);
+
+/// True if records of the type have the field @p name.
+bool hasField(uint32_t objectType, const char* name);
+
 // For a Verb's `read`. A mistake is kept in @p *words.
 
 /// The type of an object, by name or number, if there is a further word.

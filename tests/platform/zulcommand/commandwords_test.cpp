@@ -76,3 +76,28 @@ TEST(CommandWordsTest, aLineIsShortUtf8WithoutANul)
                           "fung"),
               "The command is not UTF-8.");
 }
+
+TEST(CommandWordsTest, aMisspeltNameIsToldRatherThanTheFieldThatIsMissing)
+{
+    CommandWords words("send typ=3");
+    words.word();
+    words.failWithout("type");
+    EXPECT_TRUE(words.failed());
+    EXPECT_EQ(words.finish(), "The command does not take the field \"typ\".");
+}
+
+TEST(CommandWordsTest, theFirstFieldThatIsMissingIsTold)
+{
+    CommandWords words("send");
+    words.word();
+    words.failWithout("type");
+    words.failWithout("serial");
+    EXPECT_EQ(words.finish(), "The command needs the field \"type\".");
+}
+
+TEST(CommandWordsTest, sentencesHaveTheSubjectThatTheyAreGiven)
+{
+    CommandWords words("p=1", "The rule");
+    EXPECT_EQ(words.finish(), "The rule does not take the field \"p\".");
+    EXPECT_EQ(lineMistake("\xFC", "The rule"), "The rule is not UTF-8.");
+}
