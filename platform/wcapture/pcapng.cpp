@@ -3,33 +3,17 @@
 #include <algorithm>
 #include <limits>
 
+#include "wcapture/pcapngblocks.h"
+
 namespace pcapng {
 
 namespace {
 
-constexpr uint32_t kSectionHeader = 0x0A0D0D0A;
-constexpr uint32_t kInterface = 1;
-constexpr uint32_t kEnhancedPacket = 6;
-
-constexpr uint32_t kByteOrderMagic = 0x1A2B3C4D;
-constexpr uint16_t kMajorVersion = 1;
-constexpr uint16_t kMinorVersion = 0;
 constexpr uint64_t kSectionLengthUnknown = ~uint64_t{0};
 
 /// LINKTYPE_RAW of the registry at www.tcpdump.org/linktypes.html.
 constexpr uint16_t kLinkTypeRaw = 101;
 constexpr uint32_t kNoSnapLength = 0;
-
-/// Code and length of the option that ends all.
-constexpr uint32_t kEndOfOptions = 0;
-
-constexpr uint16_t kComment = 1;
-constexpr uint16_t kHardware = 2;
-constexpr uint16_t kSystem = 3;
-constexpr uint16_t kProgram = 4;
-constexpr uint16_t kInterfaceName = 2;
-constexpr uint16_t kTimeResolution = 9;
-constexpr uint16_t kPacketFlags = 2;
 
 /// Times in units of 10 to the power of -9 seconds.
 constexpr uint8_t kNanoseconds = 9;
@@ -77,7 +61,7 @@ size_t beginBlock(Bytes* to, uint32_t type)
 
 void endBlock(Bytes* to, size_t begin)
 {
-    put(to, kEndOfOptions);
+    put(to, uint32_t{kEndOfOptions}); // and its length
     put(to, static_cast<uint32_t>(to->size() - begin + 4));
     std::copy(to->end() - 4, to->end(), to->begin() + static_cast<std::ptrdiff_t>(begin + 4));
 }

@@ -9,9 +9,6 @@
 
 namespace {
 
-constexpr size_t kV4Header = 20;
-constexpr size_t kV6Header = 40;
-constexpr size_t kTcpHeader = 20;
 constexpr uint8_t kTtl = 64;
 constexpr uint16_t kDontFragment = 0x4000;
 
@@ -35,13 +32,13 @@ uint16_t checksumOf(uint64_t sum)
 void putV4Header(uint8_t* header, const sEndpoint& from, const sEndpoint& to, size_t tcpSize)
 {
     header[0] = 0x45;
-    wmsg::put16(header + 2, static_cast<uint16_t>(kV4Header + tcpSize));
+    wmsg::put16(header + 2, static_cast<uint16_t>(kIpV4Header + tcpSize));
     wmsg::put16(header + 6, kDontFragment);
     header[8] = kTtl;
     header[9] = IPPROTO_TCP;
     std::copy_n(from.address.begin(), 4, header + 12);
     std::copy_n(to.address.begin(), 4, header + 16);
-    wmsg::put16(header + 10, checksumOf(wmsg::checksumAdd(0, {header, kV4Header})));
+    wmsg::put16(header + 10, checksumOf(wmsg::checksumAdd(0, {header, kIpV4Header})));
 }
 
 void putV6Header(uint8_t* header, const sEndpoint& from, const sEndpoint& to, size_t tcpSize)
@@ -87,7 +84,7 @@ bool sEndpoint::from(const sockaddr_storage& storage, sEndpoint* endpoint)
 void appendTcpPacket(std::vector<uint8_t>* bytes, const sEndpoint& from, const sEndpoint& to,
                      const sTcpFields& fields, std::span<const uint8_t> payload)
 {
-    const size_t ipHeader = from.isV6 ? kV6Header : kV4Header;
+    const size_t ipHeader = from.isV6 ? kIpV6Header : kIpV4Header;
     const bool isSyn = (fields.flags & sTcpFields::kSyn) != 0;
     const size_t tcpHeader = kTcpHeader + (isSyn ? kOpeningOptions.size() : 0);
     const size_t tcpSize = tcpHeader + payload.size();

@@ -8,7 +8,13 @@
 #include <cstdint>
 #include <span>
 #include <sys/socket.h>
+#include <tuple>
 #include <vector>
+
+// Headers without options, in bytes.
+constexpr size_t kIpV4Header = 20;
+constexpr size_t kIpV6Header = 40;
+constexpr size_t kTcpHeader = 20;
 
 /// One end of a TCP connection.
 struct sEndpoint
@@ -19,6 +25,12 @@ struct sEndpoint
 
     /// False if @p storage is neither IPv4 nor IPv6. An IPv4-mapped IPv6 address becomes an IPv4 one.
     static bool from(const sockaddr_storage& storage, sEndpoint* endpoint);
+
+    bool operator==(const sEndpoint&) const = default;
+    bool operator<(const sEndpoint& other) const
+    {
+        return std::tie(isV6, address, port) < std::tie(other.isV6, other.address, other.port);
+    }
 };
 
 /// What of the TCP header differs from packet to packet.

@@ -13,7 +13,9 @@
 
 #include "capturereader.h"
 #include "hexbytes.h"
+#include "streamlines.h"
 #include "wcapture/capturedlink.h"
+#include "wcapture/packetreader.h"
 
 namespace {
 
@@ -413,6 +415,35 @@ TEST_F(CaptureFileTest, AWriterThatIsStuckDelaysNobodyAndItsQueueIsBounded)
     EXPECT_EQ(said,
               std::vector<std::string>{"Packets are missing in the capture file '" + std::string(mPath) +
                                        "', as they came faster than they could be written."});
+}
+
+TEST_F(CaptureFileTest, WhatWasRecordedIsReadBackAsConnections)
+{
+    const auto file = create();
+    {
+        const auto first = link(file);
+        send(*first, {'a', 'b'});
+        first->received(Bytes{'x'});
+    }
+    {
+        const auto second = link(file, cCapturedLink::ACCEPTED);
+        second->received(Bytes{'c'});
+        second->peerReset();
+    }
+    file->flush();
+    std::ifstream stream(mPath, std::ios::binary);
+    cPacketReader reader(&stream);
+    StreamLines lines;
+    lines.writesTimes = false;
+    cTcpStreams streams(&lines);
+    sPacket packet;
+    while (reader.next(&packet) == cCaptureFormat::PACKET) {
+        streams.add(packet, reader.interfaces()[packet.interface]);
+    }
+    streams.finish();
+    EXPECT_EQ(reader.program(), "test 1");
+    EXPECT_EQ(lines.lines, (std::vector<std::string>{"opened 1", "1c ab", "1s x", "1c ended", "closed 1",
+                                                     "opened 2", "2c c", "2c reset", "closed 2"}));
 }
 
 TEST_F(CaptureFileTest, ThreadsDoNotMixTheirPackets)
