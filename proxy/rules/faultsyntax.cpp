@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <bit>
-#include <cmath>
 #include <string_view>
 
+#include "proxy/rules/rulewords.h"
 #include "zulcommand/condition.h"
 
 namespace proxy {
@@ -13,31 +13,8 @@ using namespace zulcommand;
 
 namespace {
 
-constexpr uint32_t kMaxPiece = 65536;               ///< of slice and join, in bytes
-constexpr uint32_t kMaxEmptySegments = 1000;        ///< a message has 1,024 at most
-constexpr double kMaxRuleSeconds = 1'000'000'000.0; ///< sums of two such times fit in 64 bits
-
-/// Reads a decimal number of at most @p max and returns it in nanoseconds. Nothing if there is no such field,
-/// or a wrong one.
-std::optional<int64_t> readTime(CommandWords* words, const char* name, double max, const char* unit,
-                                double unitNs)
-{
-    const std::optional<std::string> text = words->text(name);
-    const std::optional<double> time = text ? parseDouble(*text) : std::nullopt;
-    if (time && !std::signbit(*time) && *time <= max) {
-        return std::llround(*time * unitNs);
-    }
-    if (text) {
-        words->fail(std::string(name) + " is not a number of " + unit + " from 0 to " +
-                    std::to_string(static_cast<uint64_t>(max)) + ": " + quote(*text) + ".");
-    }
-    return std::nullopt;
-}
-
-std::optional<int64_t> readMilliseconds(CommandWords* words, const char* name)
-{
-    return readTime(words, name, kMaxNumber, "milliseconds", 1e6);
-}
+constexpr uint32_t kMaxPiece = 65536;        ///< of slice and join, in bytes
+constexpr uint32_t kMaxEmptySegments = 1000; ///< a message has 1,024 at most
 
 /// @p value of the field @p name, which has to be there.
 template <class Value>
@@ -116,7 +93,7 @@ void readSlicer(CommandWords* words, Rule* rule)
     const uint32_t variation = words->number("size_variation", 0, kMaxPiece).value_or(0);
     rule->min = size - variation;
     rule->max = size + variation;
-    rule->ns = readTime(words, "delay", kMaxNumber, "microseconds", 1e3).value_or(0);
+    rule->ns = readMicroseconds(words, "delay").value_or(0);
     if (!words->failed() && variation >= size) {
         words->fail("size_variation is not smaller than average_size.");
     } else if (rule->max > kMaxPiece) {
@@ -230,15 +207,6 @@ constexpr FaultSyntax kSyntax[] = {
 };
 
 } // namespace
-
-std::optional<int64_t> readSeconds(CommandWords* words, const char* name, bool zero)
-{
-    const std::optional<int64_t> ns = readTime(words, name, kMaxRuleSeconds, "seconds", 1e9);
-    if (ns == 0 && !zero) {
-        words->fail(std::string(name) + " is 0 seconds.");
-    }
-    return ns;
-}
 
 const FaultSyntax* findSyntax(const std::string& name)
 {

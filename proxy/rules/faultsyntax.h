@@ -31,7 +31,4 @@ struct FaultSyntax
 /// Null if there is no kind by this name.
 const FaultSyntax* findSyntax(const std::string& name);
 
-/// Reads a time in decimal seconds: 0 is a mistake unless @p zero. Nothing if there is no such field.
-std::optional<int64_t> readSeconds(zulcommand::CommandWords* words, const char* name, bool zero);
-
 } // namespace proxy

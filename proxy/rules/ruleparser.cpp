@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "proxy/rules/faultsyntax.h"
+#include "proxy/rules/rulewords.h"
 #include "zulcommand/verb.h"
 #include "zulobj/objectlist.h"
 
@@ -16,40 +17,6 @@ using namespace zulcommand;
 namespace {
 
 using S = FaultSyntax;
-
-template <class Value>
-struct Named
-{
-    const char* name;
-    Value value;
-};
-
-constexpr Named<eDirection> kDirectionNames[] = {{"to-server", eDirection::TO_SERVER},
-                                                 {"to-device", eDirection::TO_DEVICE}};
-
-constexpr Named<Rule::eMessage> kMessageNames[] = {{"get", Rule::GET},
-                                                   {"set", Rule::SET},
-                                                   {"event", Rule::EVENT},
-                                                   {"answer", Rule::ANSWER},
-                                                   {"ping", Rule::PING}};
-
-/// Takes the value that the field @p name gives by one of @p names.
-template <class Value, size_t Size>
-std::optional<Value> readName(CommandWords* words, const char* name, const Named<Value> (&names)[Size])
-{
-    const std::optional<std::string> text = words->text(name);
-    std::string known;
-    for (const Named<Value>& one : names) {
-        if (text == one.name) {
-            return one.value;
-        }
-        known += (known.empty() ? "" : ", ") + std::string(one.name);
-    }
-    if (text) {
-        words->fail(std::string(name) + " is none of " + known + ": " + quote(*text) + ".");
-    }
-    return std::nullopt;
-}
 
 /// A decimal number from 0 to @p max.
 std::optional<double> parseUpTo(const std::string& text, double max)
@@ -87,16 +54,11 @@ void readDevices(CommandWords* words, Rule* rule)
 
 void readMessages(CommandWords* words, Rule* rule)
 {
-    rule->message = readName(words, "msg", kMessageNames);
+    rule->message = readMessage(words);
     if (const std::optional<uint32_t> type = words->number("type", 0, 255)) {
         rule->type = static_cast<uint8_t>(*type);
     }
-    if (const std::optional<std::string> text = words->text("object")) {
-        rule->object = parseObjectType(*text);
-        if (!rule->object) {
-            words->fail("object is no type of an object: " + quote(*text) + ".");
-        }
-    }
+    rule->object = readObjectField(words);
     rule->port = words->number("port");
 }
 
@@ -127,12 +89,12 @@ void readWindow(CommandWords* words, unsigned takes, Rule* rule)
     }
 }
 
-void readDirection(CommandWords* words, unsigned takes, Rule* rule)
+void readDirectionOf(CommandWords* words, unsigned takes, Rule* rule)
 {
     if ((takes & (S::kDirection | S::kDirectionOfCount)) == 0) {
         return;
     }
-    rule->direction = readName(words, "dir", kDirectionNames);
+    rule->direction = readDirection(words);
     if (rule->direction && (takes & S::kDirection) == 0 && !rule->actsOnMessages()) {
         words->fail("dir needs p, every, first, skip or count here: without them both sides are meant.");
     }
@@ -222,7 +184,7 @@ std::string readRule(const FaultSyntax& syntax, const std::string& line, Rule* r
         readCounts(&words, rule);
     }
     readWindow(&words, syntax.takes, rule);
-    readDirection(&words, syntax.takes, rule);
+    readDirectionOf(&words, syntax.takes, rule);
     std::string mistake = words.finish();
     mistake = mistake.empty() ? missingField(*rule) : mistake;
     return mistake.empty() ? contradiction(*rule) : mistake;
