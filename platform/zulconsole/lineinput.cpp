@@ -3,7 +3,6 @@
 #include <array>
 #include <boost/asio/post.hpp>
 #include <cerrno>
-#include <fcntl.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -11,7 +10,7 @@ namespace zulconsole {
 
 void LineInput::start()
 {
-    const int copy = ::fcntl(mFd, F_DUPFD_CLOEXEC, 0);
+    const int copy = ::dup(mFd);
     boost::system::error_code error(copy < 0 ? errno : 0, boost::system::system_category());
     if (copy >= 0) {
         mStream.assign(copy, error);

@@ -5,7 +5,6 @@
 #include <boost/system/system_error.hpp>
 #include <cerrno>
 #include <climits>
-#include <fcntl.h>
 #include <poll.h>
 #include <system_error>
 #include <unistd.h>
@@ -14,7 +13,7 @@ namespace zulconsole {
 
 NonBlockingLineWriter::NonBlockingLineWriter(boost::asio::io_context& io, int fd) : mIo(io), mStream(io)
 {
-    const int copy = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
+    const int copy = ::dup(fd);
     if (copy < 0) {
         throw boost::system::system_error(errno, boost::system::generic_category());
     }

@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -33,13 +32,13 @@ bool Prompt::possibleAt(int fd)
 
 Prompt::Prompt(boost::asio::io_context& io, int fd, const std::string& program)
     : mText(program + "> "),
-      mStream(io, ::fcntl(fd, F_DUPFD_CLOEXEC, 0)),
+      mStream(io, ::dup(fd)),
       mSignals(io, SIGWINCH, SIGCONT),
-      mInput(::fdopen(::fcntl(fd, F_DUPFD_CLOEXEC, 0), "r")),
-      mScreen(std::fopen("/dev/tty", "we"))
+      mInput(::fdopen(::dup(fd), "r")),
+      mScreen(std::fopen("/dev/tty", "w"))
 {
     if (mScreen == nullptr) {
-        mScreen = ::fdopen(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0), "w");
+        mScreen = ::fdopen(::dup(STDERR_FILENO), "w");
     }
     mEditor = el_init(program.c_str(), mInput, mScreen, mScreen);
     mHistory = history_init();

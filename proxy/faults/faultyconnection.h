@@ -1,13 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "proxy/faults/fault.h"
+#include "proxy/faults/lane.h"
+#include "proxy/faults/timedrules.h"
 #include "proxy/rules/ruleset.h"
 
 namespace proxy {
@@ -31,14 +33,14 @@ private:
 ///
 /// Without a rule that could act it hands on every piece at once, and only follows where messages begin. All
 /// times are in nanoseconds by one clock that never goes back.
-class FaultyConnection
+class FaultyConnection : private Lane::Owner
 {
 public:
     /// "Never", as a time.
-    static constexpr int64_t kNever = INT64_MAX;
+    static constexpr int64_t kNever = kNeverNs;
 
     /// Beyond this, and beyond one message, a direction takes no more bytes.
-    static constexpr size_t kMaxWaiting = 64 * 1024;
+    static constexpr size_t kMaxWaiting = Lane::kMaxWaiting;
 
     class Owner
     {
@@ -61,7 +63,7 @@ public:
 
     /// @p number is that of the connection, from 1. @p owner is borrowed.
     FaultyConnection(const Shared& shared, uint64_t number, Owner* owner);
-    ~FaultyConnection();
+    ~FaultyConnection() override = default;
     FaultyConnection(const FaultyConnection&) = delete;
     FaultyConnection& operator=(const FaultyConnection&) = delete;
 
@@ -101,11 +103,11 @@ public:
 
     /// The next piece to write, in one write if the system takes it; empty if nothing is due. Holds until the
     /// next call that changes anything.
-    std::span<const uint8_t> output(eDirection direction) const;
+    std::span<const uint8_t> output(eDirection direction) const { return lane(direction).output(); }
     void written(eDirection direction, size_t bytes, int64_t nowNs);
 
     /// Copies what is still borrowed from received(). Call it before these bytes change.
-    void keepOutput(eDirection direction);
+    void keepOutput(eDirection direction) { lane(direction).keepOutput(); }
 
     /// True if the receiver of @p direction should be told that nothing more comes: everything is written.
     bool outputEnded(eDirection direction) const;
@@ -116,20 +118,56 @@ public:
         CUT,  ///< after output() is empty in both directions both sides get an end
         RESET ///< both sides get a reset, now
     };
-    eEnd end() const;
+    eEnd end() const { return mEnd; }
 
     /// When advance() is to be called, if not before; kNever if there is no such time.
     int64_t deadline() const;
 
     /// The device's serial number, as soon as it has passed.
-    std::optional<uint32_t> deviceSerial() const;
+    std::optional<uint32_t> deviceSerial() const { return mFacts.deviceSerial; }
 
     /// Which of the device's connections this is, from 1; 0 before its serial number is known.
-    uint32_t deviceConnection() const;
+    uint32_t deviceConnection() const { return mFacts.deviceConnection; }
 
 private:
-    class Impl; // the engine's own; replace by members
-    std::unique_ptr<Impl> mImpl;
+    /// A rule of the connection that acts by time.
+    struct TimeRule
+    {
+        RulePtr rule;
+        bool done = false; ///< it has acted, or its time is over
+    };
+
+    void deviceKnown(uint32_t deviceSerial) override;
+    void faultDone(const Fault& fault) override { mOwner.faultDone(fault); }
+    void foreignBytes(eDirection direction) override { mOwner.foreignBytes(direction); }
+    void end(bool withReset) override;
+    void endLater(const TimedRules::Entry& entry) override { mCuts.add(entry.rule, entry.untilNs); }
+
+    void askRulesOfAcceptance(int64_t nowNs);
+    bool acceptanceRuleActs(ActiveRule* rule) const;
+    void follow(int64_t nowNs);
+    void setRules(int64_t nowNs);
+    void actByTime(int64_t nowNs);
+    bool isDue(const TimeRule& timed, int64_t nowNs) const;
+    void act(ActiveRule* rule, int64_t nowNs);
+    void report(ActiveRule* rule, std::optional<eDirection> direction, std::string was);
+    void holdEnd(eDirection direction, int64_t nowNs);
+    void endIfBothHave();
+    Fault faultOf(eFault kind) const;
+    Lane& lane(eDirection direction) { return mLanes[static_cast<size_t>(direction)]; }
+    const Lane& lane(eDirection direction) const { return mLanes[static_cast<size_t>(direction)]; }
+
+    const Shared mShared;
+    Owner& mOwner;
+    ConnectionFacts mFacts;
+    uint64_t mRulesVersion = 0;
+    eEnd mEnd = eEnd::NONE;
+    bool mRefused = false;
+    bool mReached = false;
+    TimedRules mAcceptLate;
+    TimedRules mCuts;
+    std::vector<TimeRule> mTimeRules;
+    Lane mLanes[2]; ///< by direction
 };
 
 } // namespace proxy

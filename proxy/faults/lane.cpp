@@ -1,0 +1,366 @@
+#include "proxy/faults/lane.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace proxy {
+
+/// Puts what one holding lets go into the next one.
+class Lane::NextHolding : public ParcelSink
+{
+public:
+    NextHolding(Lane& lane, size_t holding) : mLane(lane), mHolding(holding) {}
+    void put(Parcel parcel, int64_t nowNs) override { mLane.pass(std::move(parcel), mHolding, nowNs); }
+
+private:
+    Lane& mLane;
+    const size_t mHolding;
+};
+
+void Lane::chooseRules(const RuleSet& rules)
+{
+    if (!mChain && !rules.all().empty()) {
+        mChain = std::make_unique<RuleChain>(mDirection, mConnection);
+    }
+    if (mChain) {
+        mChain->setRules(rules.all());
+    }
+    if (mChain && mChain->empty()) {
+        mChain.reset();
+    }
+}
+
+void Lane::setRules(const RuleSet& rules, int64_t nowNs)
+{
+    chooseRules(rules);
+    const auto isCleared = [&rules](uint32_t number) {
+        return std::ranges::none_of(rules.all(),
+                                    [number](const RulePtr& rule) { return rule->number == number; });
+    };
+    for (size_t i = 0; i < mHoldings.size(); ++i) {
+        if (isCleared(mHoldings[i]->rule())) {
+            NextHolding next(*this, i + 1);
+            mHoldings[i]->letGoAll(nowNs, next);
+        }
+    }
+    std::erase_if(mHoldings, [&](const auto& holding) { return isCleared(holding->rule()); });
+    mOutput.removePacers(isCleared);
+    mSilences.dropCleared(isCleared);
+    mStalls.dropCleared(isCleared);
+    mHeldEnds.dropCleared(isCleared);
+    if (!keepsMessages(nowNs)) {
+        passKept(nowNs);
+    }
+    advance(nowNs);
+}
+
+bool Lane::holdsNothing() const
+{
+    return std::ranges::all_of(mHoldings, [](const auto& holding) { return holding->empty(); });
+}
+
+/// While something is held, it must not come out in the middle of a message.
+bool Lane::keepsMessages(int64_t nowNs) const
+{
+    return isSilent() || (mChain && mChain->couldAct(nowNs)) || !holdsNothing();
+}
+
+void Lane::received(std::span<const uint8_t> bytes, int64_t nowNs)
+{
+    advance(nowNs);
+    const bool keeps = keepsMessages(nowNs);
+    if (!keeps) {
+        passKept(nowNs);
+    }
+    while (!bytes.empty() && !mClosed) {
+        if (mCutter.isForeign()) {
+            passPlain(std::exchange(bytes, {}), nowNs);
+        } else {
+            if (mCutter.atBoundary()) {
+                mPassing = !keeps;
+                mTooLarge = false;
+                mDropsRest = false;
+            }
+            mPassing ? follow(&bytes, keeps, nowNs) : takeMessage(&bytes, nowNs);
+        }
+    }
+    mOutput.prepare(nowNs);
+    checkCut();
+}
+
+/// Passes @p *bytes as they are; with @p toBoundary no further than the end of the message that has begun to
+/// pass.
+void Lane::follow(std::span<const uint8_t>* bytes, bool toBoundary, int64_t nowNs)
+{
+    const std::span<const uint8_t> piece = *bytes;
+    CutMessage message;
+    bool ended = false;
+    while (!bytes->empty() && !mCutter.isForeign() && !(toBoundary && ended)) {
+        const bool reads = learns() && !mTooLarge;
+        const MessageCutter::eResult result = reads ? mCutter.take(bytes, &message) : mCutter.skip(bytes);
+        ended = result == MessageCutter::MESSAGE && mCutter.atBoundary();
+        if (result == MessageCutter::MESSAGE && reads) {
+            learnFrom(message);
+        }
+        if (result == MessageCutter::TOO_LARGE || result == MessageCutter::FOREIGN) {
+            mCutter.takeKept(); // a copy of what has passed
+        }
+        mTooLarge = (mTooLarge || result == MessageCutter::TOO_LARGE) && !mCutter.atBoundary();
+    }
+    if (mCutter.isForeign()) {
+        *bytes = {};
+        becomeForeign(nowNs);
+    }
+    passPlain(piece.first(piece.size() - bytes->size()), nowNs);
+}
+
+/// Reads up to the end of the next message and lets the rules act on it.
+void Lane::takeMessage(std::span<const uint8_t>* bytes, int64_t nowNs)
+{
+    CutMessage message;
+    switch (mCutter.take(bytes, &message)) {
+    case MessageCutter::MORE:
+        break;
+    case MessageCutter::MESSAGE:
+        act(&message, nowNs);
+        break;
+    case MessageCutter::TOO_LARGE:
+        passTooLarge(nowNs);
+        break;
+    case MessageCutter::FOREIGN:
+        becomeForeign(nowNs);
+        break;
+    }
+}
+
+/// No rule acts on a message above the limits.
+void Lane::passTooLarge(int64_t nowNs)
+{
+    letGoAll(nowNs);
+    mDropsRest = isSilent();
+    mTooLarge = true;
+    passKept(nowNs);
+    mPassing = true;
+}
+
+void Lane::becomeForeign(int64_t nowNs)
+{
+    letGoAll(nowNs);
+    passKept(nowNs);
+    mOwner.foreignBytes(mDirection);
+}
+
+/// Lets the beginning of the unfinished message pass, if it has not.
+void Lane::passKept(int64_t nowNs)
+{
+    if (mPassing || !mCutter.hasKept()) {
+        return;
+    }
+    Parcel parcel;
+    parcel.take(mCutter.takeKept());
+    if (!isSilent()) {
+        mOutput.put(std::move(parcel), nowNs);
+    }
+    mPassing = true;
+}
+
+void Lane::passPlain(std::span<const uint8_t> bytes, int64_t nowNs)
+{
+    const bool swallows = mDropsRest || (mCutter.isForeign() && isSilent());
+    if (!swallows && !bytes.empty()) {
+        mOutput.put(Parcel(bytes), nowNs);
+    }
+}
+
+void Lane::learnFrom(const CutMessage& message)
+{
+    MessageMemory memory;
+    MessageFacts facts(message, &memory);
+    if (const std::optional<uint32_t> serial = deviceSerialIn(&facts)) {
+        mOwner.deviceKnown(*serial);
+    }
+}
+
+void Lane::act(CutMessage* message, int64_t nowNs)
+{
+    if (learns()) {
+        learnFrom(*message);
+    }
+    if (mChain) {
+        carryOut(mChain->apply(message, isSilent(), nowNs), nowNs);
+    } else if (!isSilent()) {
+        Parcel parcel(message->bytes);
+        if (!message->owned.empty()) {
+            parcel.take(std::move(message->owned));
+        }
+        pass(std::move(parcel), 0, nowNs);
+    }
+}
+
+void Lane::carryOut(RuleOutcome outcome, int64_t nowNs)
+{
+    for (const Fault& fault : outcome.faults) {
+        mOwner.faultDone(fault);
+    }
+    for (const TimedRules::Entry& entry : outcome.silences.entries()) {
+        silence(entry);
+    }
+    for (const TimedRules::Entry& entry : outcome.stalls.entries()) {
+        stall(entry);
+    }
+    for (const TimedRules::Entry& entry : outcome.cuts.entries()) {
+        mOwner.endLater(entry);
+    }
+    if (outcome.passes) {
+        for (const Mark& mark : outcome.parcel.marks) {
+            prepareFor(mark);
+        }
+        pass(std::move(outcome.parcel), 0, nowNs);
+    }
+    switch (outcome.end) {
+    case RuleOutcome::NONE:
+        break;
+    case RuleOutcome::HALF_CLOSE:
+        close(false);
+        break;
+    case RuleOutcome::CUT:
+    case RuleOutcome::RESET:
+        mOwner.end(outcome.end == RuleOutcome::RESET);
+        break;
+    }
+}
+
+/// Makes what the mark's rule needs to hold messages back or to pace them.
+void Lane::prepareFor(const Mark& mark)
+{
+    const auto at = std::ranges::lower_bound(mHoldings, mark.rule, {},
+                                             [](const auto& holding) { return holding->rule(); });
+    const bool known = (at != mHoldings.end() && (*at)->rule() == mark.rule) || mOutput.hasPacer(mark.rule);
+    const Rule* rule = known ? nullptr : mChain->find(mark.rule);
+    if (rule == nullptr) {
+        return;
+    }
+    if (auto holding = makeHolding(*rule, mark.rule)) {
+        mHoldings.insert(at, std::move(holding));
+    } else if (auto pacer = makePacer(*rule, mark.rule)) {
+        mOutput.addPacer(std::move(pacer));
+    }
+}
+
+/// Puts @p parcel into the holding with this index, or behind the last one to what is written.
+void Lane::pass(Parcel parcel, size_t holding, int64_t nowNs)
+{
+    if (holding >= mHoldings.size()) {
+        mOutput.put(std::move(parcel), nowNs);
+        return;
+    }
+    NextHolding next(*this, holding + 1);
+    mHoldings[holding]->take(std::move(parcel), nowNs, next);
+}
+
+void Lane::letGoAll(int64_t nowNs)
+{
+    for (size_t i = 0; i < mHoldings.size(); ++i) {
+        NextHolding next(*this, i + 1);
+        mHoldings[i]->letGoAll(nowNs, next);
+    }
+}
+
+/// After the sender's end nothing comes that a parcel could wait for.
+void Lane::letGoDue(int64_t nowNs)
+{
+    bool nothingComes = mSenderEnded;
+    for (size_t i = 0; i < mHoldings.size(); ++i) {
+        NextHolding next(*this, i + 1);
+        mHoldings[i]->letGoDue(nowNs, next);
+        if (nothingComes && mHoldings[i]->waitsForOthers()) {
+            mHoldings[i]->letGoAll(nowNs, next);
+        }
+        nothingComes = nothingComes && mHoldings[i]->empty();
+    }
+}
+
+void Lane::senderEnded(int64_t nowNs)
+{
+    mSenderEnded = true;
+    advance(nowNs);
+}
+
+void Lane::advance(int64_t nowNs)
+{
+    mSilences.dropDue(nowNs);
+    mStalls.dropDue(nowNs);
+    mHeldEnds.dropDue(nowNs);
+    letGoDue(nowNs);
+    finish(nowNs);
+    mOutput.prepare(nowNs);
+    checkCut();
+}
+
+/// Passes the end of the sender on, behind everything else.
+void Lane::finish(int64_t nowNs)
+{
+    if (!mSenderEnded || mEndPassed || isSilent() || !holdsNothing()) {
+        return;
+    }
+    passKept(nowNs);
+    mEndPassed = mHeldEnds.empty();
+}
+
+int64_t Lane::deadline() const
+{
+    int64_t next = std::min({mSilences.next(), mStalls.next(), mHeldEnds.next(), mOutput.deadline()});
+    for (const auto& holding : mHoldings) {
+        next = std::min(next, holding->deadline());
+    }
+    return next;
+}
+
+void Lane::close(bool atOnce)
+{
+    mClosed = true;
+    mHoldings.clear();
+    mSilences.clear();
+    mStalls.clear();
+    mHeldEnds.clear();
+    mCutter.takeKept();
+    if (atOnce) {
+        mOutput.clear();
+    } else {
+        mOutput.dropHeldBack();
+    }
+}
+
+bool Lane::wantsMore() const
+{
+    if (mSenderEnded || !mStalls.empty()) {
+        return false;
+    }
+    size_t waiting = mOutput.bytes();
+    for (const auto& holding : mHoldings) {
+        waiting += holding->timedBytes();
+    }
+    return waiting <= kMaxWaiting;
+}
+
+void Lane::written(size_t bytes, int64_t nowNs)
+{
+    mOutput.written(bytes, nowNs);
+    checkCut();
+}
+
+/// A message that was to be the last one, or a limit.
+void Lane::checkCut()
+{
+    Output::Cut cut;
+    if (!mCutSeen && mOutput.reachedCut(&cut)) {
+        mCutSeen = true;
+        const auto fault = cut.limit && mChain ? mChain->limitReached(*cut.limit) : std::nullopt;
+        if (fault) {
+            mOwner.faultDone(*fault);
+        }
+        mOwner.end(false);
+    }
+}
+
+} // namespace proxy

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "proxy/faults/messagecutter.h"
+#include "proxy/faults/segmentheader.h"
+#include "proxy/rules/rule.h"
+#include "wmsg/wpayload.h"
+
+namespace proxy {
+
+/// Memory for one message at a time.
+struct MessageMemory
+{
+    std::vector<uint8_t> payload = {};
+    std::vector<WendleObject> records = {};
+};
+
+/// What selectors ask about a message, as it came; its records are read only if somebody asks.
+class MessageFacts
+{
+public:
+    /// Both are borrowed.
+    MessageFacts(const CutMessage& message, MessageMemory* memory) : mMessage(message), mMemory(*memory) {}
+
+    SegmentHeader header() const { return SegmentHeader(mMessage.bytes.data()); }
+
+    /// The records. Null if the payload is not made of objects and tags.
+    const std::vector<WendleObject>* records();
+
+private:
+    enum eRead : uint8_t
+    {
+        NOT_YET,
+        READABLE,
+        UNREADABLE
+    };
+
+    std::span<const uint8_t> joinedPayload();
+    bool readRecords();
+
+    const CutMessage& mMessage;
+    MessageMemory& mMemory;
+    eRead mRead = NOT_YET;
+};
+
+/// Finds the value of the last tag @p tag of @p record. False if there is none.
+bool findTag(const WendleObject& record, uint16_t tag, std::span<const uint8_t>* value);
+
+/// True if the dictionary has @p tag as a float and it has the length of one.
+bool isFloat(const WTagView& tag);
+
+/// True if the selectors object= and port= of @p rule choose @p record and the rule's kind can act on it.
+bool choosesRecord(const Rule& rule, const WendleObject& record);
+
+/// True if the selectors of @p rule, other than dir= and those of devices, choose the message.
+bool choosesMessage(const Rule& rule, MessageFacts* message);
+
+/// The serial number that the message tells: the first one that is not that of every device.
+std::optional<uint32_t> deviceSerialIn(MessageFacts* message);
+
+} // namespace proxy

@@ -1,0 +1,208 @@
+#include "proxy/faults/output.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace proxy {
+
+void Output::put(Parcel parcel, int64_t nowNs)
+{
+    mBytes += parcel.bytes.size();
+    if (joins(parcel)) {
+        std::span<const uint8_t>& last = mWaiting.back().parcel.bytes;
+        last = {last.data(), last.size() + parcel.bytes.size()};
+        // Nothing paces it, so it is one piece, of which there is more now.
+        const bool growsPiece = mWaiting.size() == mFront + 1 && mPiece > 0;
+        mPiece += growsPiece ? parcel.bytes.size() : 0;
+        mReady += growsPiece ? parcel.bytes.size() : 0;
+        return;
+    }
+    mWaiting.push_back({std::move(parcel), nowNs});
+    prepare(nowNs);
+}
+
+/// True if @p parcel continues the last one in the memory that both borrow.
+bool Output::joins(const Parcel& parcel) const
+{
+    const auto plain = [](const Parcel& each) {
+        return each.owned.empty() && each.marks.empty() && each.times == 1 && !each.cutsAfter;
+    };
+    if (empty() || !plain(parcel) || !plain(mWaiting.back().parcel)) {
+        return false;
+    }
+    const std::span<const uint8_t>& last = mWaiting.back().parcel.bytes;
+    return last.data() + last.size() == parcel.bytes.data();
+}
+
+template <class Action>
+void Output::forPacersOfFront(Action action)
+{
+    for (const Mark& mark : front().parcel.marks) {
+        const auto pacer =
+            std::ranges::find(mPacers, mark.rule, [](const auto& each) { return each->rule(); });
+        if (pacer != mPacers.end()) {
+            action(**pacer, mark);
+        }
+    }
+}
+
+void Output::prepare(int64_t nowNs)
+{
+    if (mReady > 0 || empty() || mCut) {
+        return;
+    }
+    if (mPiece == 0) {
+        beginFront();
+        choosePiece(nowNs);
+    }
+    if (!mCut && mDueNs <= nowNs) {
+        mReady = mPiece;
+    }
+}
+
+void Output::beginFront()
+{
+    if (!std::exchange(mBegun, true)) {
+        forPacersOfFront([](Pacer& pacer, const Mark& mark) { pacer.begin(mark.value); });
+    }
+}
+
+void Output::choosePiece(int64_t nowNs)
+{
+    const size_t left = front().parcel.bytes.size() - mOffset;
+    checkLimits();
+    if (mCut) {
+        return;
+    }
+    mPiece = left;
+    mDueNs = INT64_MIN;
+    forPacersOfFront(
+        [&](Pacer& pacer, const Mark& /*mark*/) { mPiece = std::min(mPiece, pacer.nextPiece(left)); });
+    forPacersOfFront([&](Pacer& pacer, const Mark& /*mark*/) {
+        mDueNs = std::max(mDueNs, pacer.due(mPiece, front().cameNs, nowNs));
+    });
+}
+
+void Output::checkLimits()
+{
+    forPacersOfFront([&](const Pacer& pacer, const Mark& mark) {
+        if (pacer.exhausted()) {
+            mCut = Cut{mark};
+        }
+    });
+}
+
+std::span<const uint8_t> Output::ready() const
+{
+    return mReady == 0 ? std::span<const uint8_t>() : front().parcel.bytes.subspan(mOffset, mReady);
+}
+
+void Output::written(size_t bytes, int64_t nowNs)
+{
+    bytes = std::min(bytes, mReady);
+    mOffset += bytes;
+    mReady -= bytes;
+    if (bytes > 0 && mReady == 0) {
+        finishPiece(nowNs);
+        prepare(nowNs);
+    }
+}
+
+void Output::finishPiece(int64_t nowNs)
+{
+    const size_t piece = std::exchange(mPiece, 0);
+    forPacersOfFront([&](Pacer& pacer, const Mark& /*mark*/) { pacer.passed(piece, nowNs); });
+    checkLimits();
+    if (mOffset == front().parcel.bytes.size()) {
+        finishFront();
+    }
+}
+
+/// Begins the next copy of the front parcel, or drops it.
+void Output::finishFront()
+{
+    mOffset = 0;
+    mBegun = false;
+    Parcel& parcel = front().parcel;
+    if (--parcel.times > 0 && !parcel.cutsAfter) {
+        return;
+    }
+    if (parcel.cutsAfter && !mCut) {
+        mCut = Cut{};
+    }
+    mBytes -= parcel.bytes.size();
+    parcel = Parcel();
+    ++mFront;
+    if (empty()) {
+        mWaiting.clear();
+        mFront = 0;
+    } else if (mFront > mWaiting.size() / 2) {
+        mWaiting.erase(mWaiting.begin(), mWaiting.begin() + static_cast<std::ptrdiff_t>(mFront));
+        mFront = 0;
+    }
+}
+
+void Output::own()
+{
+    for (size_t i = mFront; i < mWaiting.size(); ++i) {
+        mWaiting[i].parcel.own();
+    }
+}
+
+void Output::dropHeldBack()
+{
+    if (mReady == 0) {
+        clear();
+        return;
+    }
+    // What is ready, and the parcels behind it that nothing paces.
+    size_t end = mFront + 1;
+    Parcel& first = front().parcel;
+    if (mReady < first.bytes.size() - mOffset) {
+        first.bytes = first.bytes.first(mOffset + mReady);
+    } else {
+        while (end < mWaiting.size() && mWaiting[end].parcel.marks.empty()) {
+            ++end;
+        }
+    }
+    mWaiting.erase(mWaiting.begin() + static_cast<std::ptrdiff_t>(end), mWaiting.end());
+    mBytes = 0;
+    for (size_t i = mFront; i < mWaiting.size(); ++i) {
+        mBytes += mWaiting[i].parcel.bytes.size();
+    }
+}
+
+void Output::clear()
+{
+    mWaiting.clear();
+    mFront = 0;
+    mOffset = 0;
+    mPiece = 0;
+    mReady = 0;
+    mBytes = 0;
+    mBegun = false;
+}
+
+bool Output::reachedCut(Cut* cut) const
+{
+    if (mCut) {
+        *cut = *mCut;
+    }
+    return mCut.has_value();
+}
+
+bool Output::hasPacer(uint32_t rule) const
+{
+    return std::ranges::find(mPacers, rule, [](const auto& each) { return each->rule(); }) != mPacers.end();
+}
+
+/// Forgets a piece whose time has not come.
+void Output::chooseAgain()
+{
+    if (mReady == 0) {
+        mPiece = 0;
+        mDueNs = kNeverNs;
+    }
+}
+
+} // namespace proxy
