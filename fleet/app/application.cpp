@@ -2,14 +2,14 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <iostream>
-#include <sys/signalfd.h>
 #include <sys/utsname.h>
 #include <unistd.h>
 #include <utility>
 
 #include "fleet/report/reporttable.h"
+#include "zulconsole/heldsignals.h"
+#include "zullink/endpoints.h"
 #include "zullink/resolver.h"
 
 namespace fleet {
@@ -31,35 +31,6 @@ int fail(const std::string& sentence)
     return 1;
 }
 
-/// Keeps the signals that end the program until its end, and tells when one has come.
-class KeptSignals
-{
-public:
-    KeptSignals()
-    {
-        sigset_t signals;
-        sigemptyset(&signals);
-        sigaddset(&signals, SIGINT);
-        sigaddset(&signals, SIGTERM);
-        sigprocmask(SIG_BLOCK, &signals, &mFormer);
-        mFd = ::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-    }
-    ~KeptSignals()
-    {
-        ::close(mFd);
-        sigprocmask(SIG_SETMASK, &mFormer, nullptr);
-    }
-    KeptSignals(const KeptSignals&) = delete;
-    KeptSignals& operator=(const KeptSignals&) = delete;
-
-    /// Readable once one has come.
-    int fd() const { return mFd; }
-
-private:
-    sigset_t mFormer{};
-    int mFd = -1;
-};
-
 } // namespace
 
 Application::Application(const Options& options, std::string version)
@@ -76,14 +47,9 @@ Application::~Application() = default;
 std::string Application::findServer(std::vector<ServerTarget::Endpoint>* addresses)
 {
     const sHostPort& server = mOptions.server;
-    const KeptSignals signals;
-    for (const sLinkAddress& found :
-         resolveAddress(server.host, server.port, mOptions.fleet.link.connectMs, signals.fd())) {
-        ServerTarget::Endpoint endpoint;
-        endpoint.resize(found.size);
-        std::memcpy(endpoint.data(), &found.storage, found.size);
-        addresses->push_back(endpoint);
-    }
+    const zulconsole::HeldSignals signals({SIGINT, SIGTERM});
+    *addresses =
+        endpointsOf(resolveAddress(server.host, server.port, mOptions.fleet.link.connectMs, signals.fd()));
     return addresses->empty() ? "the server's name has no address: " + server.host + "." : "";
 }
 

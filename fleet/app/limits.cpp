@@ -2,7 +2,8 @@
 
 #include <fstream>
 #include <limits>
-#include <sys/resource.h>
+
+#include "zuloptions/programstart.h"
 
 namespace fleet {
 
@@ -15,17 +16,6 @@ constexpr uint64_t kOtherDescriptors = 32;
 constexpr uint64_t kDeviceBytes = 8 * 1024;
 constexpr uint64_t kPortBytes = 160;
 constexpr uint64_t kSocketBytes = 4 * 1024; ///< in the kernel
-
-uint64_t readDescriptors()
-{
-    rlimit limit{};
-    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
-        return std::numeric_limits<uint64_t>::max();
-    }
-    rlimit raised = limit;
-    raised.rlim_cur = raised.rlim_max;
-    return ::setrlimit(RLIMIT_NOFILE, &raised) == 0 ? raised.rlim_cur : limit.rlim_cur;
-}
 
 uint64_t sourcePorts()
 {
@@ -53,7 +43,10 @@ std::string megabytes(uint64_t bytes) { return std::to_string(bytes / (1024 * 10
 
 } // namespace
 
-SystemLimits SystemLimits::take() { return {readDescriptors(), sourcePorts(), freeMemory()}; }
+SystemLimits SystemLimits::take()
+{
+    return {zuloptions::raiseDescriptorLimit(), sourcePorts(), freeMemory()};
+}
 
 std::string checkLimits(uint32_t devices, const zuldevice::Counts& counts, size_t sources,
                         const SystemLimits& limits)

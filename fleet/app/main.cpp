@@ -1,25 +1,20 @@
 #include <CLI/Version.hpp>
 #include <boost/system/system_error.hpp>
-#include <boost/version.hpp>
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
 
 #include "fleet/app/application.h"
 #include "fleet/report/merge.h"
+#include "zulconsole/boostversion.h"
 #include "zulversion/zulversion.h"
 
 namespace {
 
-std::string boostVersion()
-{
-    return std::to_string(BOOST_VERSION / 100000) + "." + std::to_string(BOOST_VERSION / 100 % 1000) + "." +
-           std::to_string(BOOST_VERSION % 100);
-}
-
 std::string version()
 {
-    return zulversion::describe("zulfleet", {{"Boost", boostVersion()}, {"CLI11", CLI11_VERSION}});
+    return zulversion::describe("zulfleet",
+                                {{"Boost", zulconsole::boostVersion()}, {"CLI11", CLI11_VERSION}});
 }
 
 /// Returns the exit status.

@@ -3,6 +3,7 @@
 #include <array>
 #include <boost/asio/post.hpp>
 #include <cerrno>
+#include <fcntl.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -10,7 +11,7 @@ namespace zulconsole {
 
 void LineInput::start()
 {
-    const int copy = ::dup(mFd);
+    const int copy = ::fcntl(mFd, F_DUPFD_CLOEXEC, 0);
     boost::system::error_code error(copy < 0 ? errno : 0, boost::system::system_category());
     if (copy >= 0) {
         mStream.assign(copy, error);

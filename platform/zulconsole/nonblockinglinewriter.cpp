@@ -5,6 +5,7 @@
 #include <boost/system/system_error.hpp>
 #include <cerrno>
 #include <climits>
+#include <fcntl.h>
 #include <poll.h>
 #include <system_error>
 #include <unistd.h>
@@ -13,7 +14,7 @@ namespace zulconsole {
 
 NonBlockingLineWriter::NonBlockingLineWriter(boost::asio::io_context& io, int fd) : mIo(io), mStream(io)
 {
-    const int copy = ::dup(fd);
+    const int copy = ::fcntl(fd, F_DUPFD_CLOEXEC, 0);
     if (copy < 0) {
         throw boost::system::system_error(errno, boost::system::generic_category());
     }

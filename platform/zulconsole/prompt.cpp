@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -32,13 +33,13 @@ bool Prompt::possibleAt(int fd)
 
 Prompt::Prompt(boost::asio::io_context& io, int fd, const std::string& program)
     : mText(program + "> "),
-      mStream(io, ::dup(fd)),
+      mStream(io, ::fcntl(fd, F_DUPFD_CLOEXEC, 0)),
       mSignals(io, SIGWINCH, SIGCONT),
-      mInput(::fdopen(::dup(fd), "r")),
-      mScreen(std::fopen("/dev/tty", "w"))
+      mInput(::fdopen(::fcntl(fd, F_DUPFD_CLOEXEC, 0), "r")),
+      mScreen(std::fopen("/dev/tty", "we"))
 {
     if (mScreen == nullptr) {
-        mScreen = ::fdopen(::dup(STDERR_FILENO), "w");
+        mScreen = ::fdopen(::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0), "w");
     }
     mEditor = el_init(program.c_str(), mInput, mScreen, mScreen);
     mHistory = history_init();

@@ -2,6 +2,7 @@
 
 #include <boost/system/system_error.hpp>
 #include <chrono>
+#include <fcntl.h>
 #include <utility>
 
 std::string PeerAcceptor::open(const std::string& address, uint16_t port)
@@ -17,6 +18,8 @@ std::string PeerAcceptor::open(const std::string& address, uint16_t port)
     try {
         mAcceptor = tcp::acceptor(mAcceptor.get_executor(), found.begin()->endpoint());
         mEndpoint = mAcceptor.local_endpoint();
+        // A program that this one starts must not keep the port.
+        ::fcntl(mAcceptor.native_handle(), F_SETFD, FD_CLOEXEC);
     } catch (const boost::system::system_error& failed) {
         return "Cannot listen at " + address + " port " + std::to_string(port) + ": " +
                failed.code().message();

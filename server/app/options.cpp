@@ -2,15 +2,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstring>
-#include <fstream>
 #include <sstream>
 #include <utility>
 
 #include "server/io/jsonline.h"
 #include "zulcommand/commandwords.h"
+#include "zuloptions/textfile.h"
 
 namespace server {
 
@@ -57,28 +54,16 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
     app->add_flag("--verbose", options->verbose, "Say more on standard error");
 }
 
-/// A longer file of commands may be endless.
-constexpr size_t kMaxFileBytes = 16 * 1024 * 1024;
-
 /// Appends the lines of the file. Returns why that is not possible, or an empty text.
 std::string readCommands(const std::string& path, std::vector<std::string>* commands)
 {
-    std::ifstream file(path);
     std::string text;
-    std::array<char, 4096> block;
-    while (file && text.size() <= kMaxFileBytes) {
-        file.read(block.data(), block.size());
-        text.append(block.data(), static_cast<size_t>(file.gcount()));
-    }
-    if (text.size() > kMaxFileBytes) {
-        return quote(path) + " holds more than 16 MiB.";
-    }
+    const std::string mistake = zuloptions::readTextFile(path, &text);
     std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
+    for (std::string line; mistake.empty() && std::getline(lines, line);) {
         commands->push_back(line);
     }
-    // A directory opens but never reaches its end.
-    return file.eof() ? std::string() : "Cannot read " + quote(path) + ": " + std::strerror(errno) + ".";
+    return mistake;
 }
 
 /// Checks the options. Returns what is wrong with them, or an empty text.

@@ -1,5 +1,6 @@
 #include "linkpeer.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <netinet/in.h>
 #include <poll.h>
@@ -109,6 +110,14 @@ bool PeerConnection::send(const WMsg& message)
     return send(bytes);
 }
 
+size_t PeerConnection::sendWithoutWaiting(const std::vector<uint8_t>& bytes)
+{
+    pollfd wait{mFd, POLLOUT, 0};
+    const bool room = poll(&wait, 1, 1000) > 0;
+    const ssize_t count = room ? ::send(mFd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT) : 0;
+    return static_cast<size_t>(std::max<ssize_t>(count, 0));
+}
+
 bool PeerConnection::receive(WMsg* message)
 {
     while (receiveAny(message)) {
@@ -155,6 +164,31 @@ std::vector<uint8_t> PeerConnection::receiveRest()
         all.insert(all.end(), buffer, buffer + count);
     }
     return all;
+}
+
+std::vector<uint8_t> PeerConnection::receivePiece()
+{
+    std::vector<uint8_t> piece(256 * 1024);
+    const ssize_t count = readable(mFd) ? recv(mFd, piece.data(), piece.size(), 0) : -1;
+    piece.resize(static_cast<size_t>(std::max<ssize_t>(count, 0)));
+    return piece;
+}
+
+bool PeerConnection::waitForReset()
+{
+    ssize_t count = 1;
+    for (uint8_t buffer[4096]; count > 0;) {
+        errno = 0;
+        count = readable(mFd) ? recv(mFd, buffer, sizeof buffer, 0) : -1;
+    }
+    return count < 0 && errno == ECONNRESET;
+}
+
+void PeerConnection::reset()
+{
+    const linger now{1, 0};
+    setsockopt(mFd, SOL_SOCKET, SO_LINGER, &now, sizeof now);
+    close();
 }
 
 bool PeerConnection::waitForEnd()

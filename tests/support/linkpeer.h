@@ -30,6 +30,9 @@ public:
     bool send(const std::vector<uint8_t>& bytes);
     bool send(const WMsg& message);
 
+    /// Sends what the system takes within a second and returns how much that is; 0 if it takes nothing.
+    size_t sendWithoutWaiting(const std::vector<uint8_t>& bytes);
+
     /// The next message that is not a ping. Pings are answered on the way. False when the connection ends.
     bool receive(WMsg* message);
 
@@ -42,10 +45,19 @@ public:
     /// All bytes until the other side closes.
     std::vector<uint8_t> receiveRest();
 
+    /// What a single read gives; nothing at the end.
+    std::vector<uint8_t> receivePiece();
+
     /// True once the other side has closed, whatever it sent before.
     bool waitForEnd();
 
+    /// True once the other side has reset the connection, whatever it sent before.
+    bool waitForReset();
+
     void close();
+
+    /// Closes with a reset.
+    void reset();
 
 private:
     int mFd;

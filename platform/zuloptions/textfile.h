@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+
+namespace zuloptions {
+
+/// Reads a file of up to 16 MiB, which a longer one is refused for, as it may be endless. Returns why it
+/// cannot be read, or an empty text.
+std::string readTextFile(const std::string& path, std::string* content);
+
+} // namespace zuloptions
