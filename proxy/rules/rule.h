@@ -85,6 +85,8 @@ struct FieldChange
     uint32_t bits = 0; ///< of a number or a float
     std::string text = {};
     bool absent = false; ///< a text that is taken out
+
+    bool operator==(const FieldChange&) const = default;
 };
 
 /// Devices that a rule is about, by serial number.
@@ -92,6 +94,8 @@ struct DeviceRange
 {
     uint32_t first = 0;
     uint32_t last = 0xFFFFFFFF;
+
+    bool operator==(const DeviceRange&) const = default;
 };
 
 /// What a fault injector is to do, to what and when: a line of docs/faults.md.
@@ -140,6 +144,8 @@ struct Rule
 
     /// True if the rule needs to know the device.
     bool namesDevice() const { return devices || share || reconnect; }
+
+    bool operator==(const Rule&) const = default;
 };
 
 } // namespace proxy
