@@ -28,7 +28,7 @@ LAYERS = {
     ],
     "src": [["common"], ["files"], ["ports"], ["device"], ["dialogs", "scripting", "control"], ["app"]],
     "fleet": [["report"], ["devices"], ["control"], ["app"]],
-    "proxy": [["rules"], ["faults"], ["commands"], ["app"]],
+    "proxy": [["rules"], ["faults"], ["commands", "replay"], ["app"]],
     "server": [["io"], ["commands"], ["sessions"], ["report"], ["web"], ["app"]],
 }
 

@@ -19,7 +19,8 @@ cCaptureFormat::eResult cPacketReader::open()
     cBlockReader reader(mStream);
     std::vector<uint8_t> magic;
     if (!reader.read(4, &magic)) {
-        mStatus = WStatus::error("capture", magic.empty() ? "it is empty" : "it is neither pcapng nor pcap");
+        mStatus =
+            WStatus::error("capture file", magic.empty() ? "it is empty" : "it is neither pcapng nor pcap");
         return cCaptureFormat::BROKEN;
     }
     mFormat = cPcapFormat::of(mStream, magic);
@@ -27,7 +28,7 @@ cCaptureFormat::eResult cPacketReader::open()
         mFormat = cPcapngFormat::of(mStream, magic);
     }
     if (!mFormat) {
-        mStatus = WStatus::error("capture", "it is neither pcapng nor pcap");
+        mStatus = WStatus::error("capture file", "it is neither pcapng nor pcap");
         return cCaptureFormat::BROKEN;
     }
     return cCaptureFormat::PACKET;

@@ -234,9 +234,9 @@ TEST_P(BadFileTest, IsToldInOneSentence)
 INSTANTIATE_TEST_SUITE_P(
     All, BadFileTest,
     testing::Values(
-        BadFile{"Empty", {}, "capture: it is empty"}, //
-        BadFile{"Short", {0x0A}, "capture: it is neither pcapng nor pcap"},
-        BadFile{"Text", {'h', 'e', 'l', 'l', 'o'}, "capture: it is neither pcapng nor pcap"},
+        BadFile{"Empty", {}, "capture file: it is empty"}, //
+        BadFile{"Short", {0x0A}, "capture file: it is neither pcapng nor pcap"},
+        BadFile{"Text", {'h', 'e', 'l', 'l', 'o'}, "capture file: it is neither pcapng nor pcap"},
         BadFile{"ByteOrder", hexBytes("0a 0d 0d 0a 1c 00 00 00 4d 3c 2b 1b"),
                 "pcapng section: its byte order is not known"},
         BadFile{"SectionLength", hexBytes("0a 0d 0d 0a 18 00 00 00 4d 3c 2b 1a"),
