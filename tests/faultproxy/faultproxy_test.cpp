@@ -14,7 +14,7 @@ using Bytes = std::vector<uint8_t>;
 
 constexpr int kMessages = 300;
 
-Bytes messageOf(int number)
+Bytes countedMessage(int number)
 {
     WMsg message;
     message.type = 3;
@@ -28,7 +28,7 @@ Bytes stream()
 {
     Bytes all;
     for (int i = 0; i < kMessages; ++i) {
-        const Bytes message = messageOf(i);
+        const Bytes message = countedMessage(i);
         all.insert(all.end(), message.begin(), message.end());
     }
     return all;
@@ -121,7 +121,7 @@ TEST(FaultProxyTest, eachFaultDropsDuplicatesOrChangesWholeSegments)
     EXPECT_EQ(changed.size(), stream().size());
     size_t at = 0;
     for (int i = 0; i < kMessages; ++i) {
-        const Bytes whole = messageOf(i);
+        const Bytes whole = countedMessage(i);
         const auto from = changed.begin() + static_cast<std::ptrdiff_t>(at);
         EXPECT_NE(Bytes(from, from + static_cast<std::ptrdiff_t>(whole.size())), whole) << "message " << i;
         at += whole.size();

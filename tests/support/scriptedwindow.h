@@ -19,6 +19,15 @@ inline QByteArray deviceText(const Counts& counts)
            "Device serial:       1001\nDevice label:        Panel\n";
 }
 
+/// Enough of each kind of port for most scripts.
+constexpr Counts kScriptedCounts{4, 4, 4, 4, 3};
+
+/// A script that tells the error that @p call throws.
+inline QByteArray errorOf(const QByteArray& call)
+{
+    return "try { " + call + "; tell('nothing'); } catch (e) { tell(e); }";
+}
+
 /// A window with a device that scripts are run against.
 class ScriptedWindow
 {

@@ -2,9 +2,12 @@
 
 #include <QtTest>
 
+#include "cainput.h"
+#include "caoutput.h"
 #include "cconfig.h"
 #include "cdevice.h"
 #include "consolecapture.h"
+#include "panelview.h"
 #include "testserver.h"
 
 /// How many ports and scanners a device has.
@@ -18,6 +21,20 @@ struct Counts
 };
 
 constexpr uint32_t kSerial = 0x3E9;
+
+constexpr auto kHigh = cObject::OBJ_IO_STATE_SET;
+constexpr auto kLow = cObject::OBJ_IO_STATE_CLEAR;
+
+/// The row of analog input @p number, from 1.
+inline cAInput* analogInput(const cDevice& device, int number)
+{
+    return panelview::row<cAInput>(device, panelview::ANALOG_INPUTS, number);
+}
+
+inline cAOutput* analogOutput(const cDevice& device, int number)
+{
+    return panelview::row<cAOutput>(device, panelview::ANALOG_OUTPUTS, number);
+}
 
 inline std::unique_ptr<cDevice> makeDevice(const Counts& counts, const QString& type = "TYPE_MODBUS")
 {

@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr int kHangs = 60000;       // milliseconds
-constexpr int kMinIntervalMs = 250; // milliseconds without a change, before a picture is kept
-constexpr int kSmallest = 0;        // the quality of a PNG that is packed best; all of them lose nothing
+constexpr int kProcessHangs = 60000; // milliseconds
+constexpr int kMinIntervalMs = 250;  // milliseconds without a change, before a picture is kept
+constexpr int kSmallest = 0;         // the quality of a PNG that is packed best; all of them lose nothing
 
 // What the window manager draws around a window, but for the handle below some.
 constexpr QMargins kFrame{1, 20, 1, 1};
@@ -53,7 +53,7 @@ bool save(const QImage& picture, const QString& name)
 void end(QProcess* process)
 {
     process->terminate();
-    if (!process->waitForFinished(kHangs)) {
+    if (!process->waitForFinished(kProcessHangs)) {
         process->kill();
         process->waitForFinished();
     }
@@ -151,7 +151,7 @@ QString Display::xdotool(const QStringList& arguments) const
     QProcess process;
     process.setProcessEnvironment(environment());
     process.start("xdotool", arguments);
-    const bool ended = process.waitForFinished(kHangs) && process.exitStatus() == QProcess::NormalExit;
+    const bool ended = process.waitForFinished(kProcessHangs) && process.exitStatus() == QProcess::NormalExit;
     return ended && process.exitCode() == 0 ? QString::fromUtf8(process.readAllStandardOutput()).trimmed()
                                             : QString();
 }

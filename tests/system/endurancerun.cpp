@@ -11,7 +11,7 @@ namespace {
 
 constexpr int kPorts = 251; // prime: requests a whole turn of the sequence number apart ask for other ports
 constexpr int kAhead = 32;  // commands that wait in the server
-constexpr int kHangs = 120000; // milliseconds without a line
+constexpr int kSilent = 120000; // milliseconds without a line
 
 struct Kind
 {
@@ -67,7 +67,7 @@ EnduranceResult EnduranceRun::run()
         QTimer watch;
         connect(&mServer, &QProcess::readyReadStandardOutput, this, &EnduranceRun::takeLines);
         connect(&watch, &QTimer::timeout, this, [&] {
-            if (mSinceLine.elapsed() > kHangs) {
+            if (mSinceLine.elapsed() > kSilent) {
                 fail("nothing happens any more");
             }
             if (mServer.state() == QProcess::NotRunning ||
@@ -99,7 +99,7 @@ bool EnduranceRun::startPrograms()
     mServer.setProcessChannelMode(QProcess::SeparateChannels);
     mServer.setStandardErrorFile(mSimulator.home() + "/server-errors");
     mServer.start(ZULSERVER_PROGRAM, {"--port", "0"});
-    while (mServerPort == 0 && mServer.waitForReadyRead(kHangs)) {
+    while (mServerPort == 0 && mServer.waitForReadyRead(kSilent)) {
         takeLines();
     }
     if (mServerPort == 0) {

@@ -12,7 +12,7 @@ uint32_t checksum(const std::vector<uint8_t>& bytes)
     return wmsg::checksumFinish(wmsg::checksumAdd(0, bytes));
 }
 
-WMsg messageOf(uint8_t type, uint8_t seq, std::vector<uint8_t> payload)
+WMsg numberedMessage(uint8_t type, uint8_t seq, std::vector<uint8_t> payload)
 {
     WMsg message;
     message.type = type;
@@ -63,7 +63,7 @@ TEST(WMsgTest, FlagsStandForThemselves)
 
 TEST(WMsgTest, LongMessageTravelsInTwoSegments)
 {
-    const std::vector<uint8_t> bytes = framesOf(messageOf(1, 5, std::vector<uint8_t>(2033, 0xAB)));
+    const std::vector<uint8_t> bytes = framesOf(numberedMessage(1, 5, std::vector<uint8_t>(2033, 0xAB)));
     std::vector<uint8_t> expected = hexBytes("5a 57        ; magic\n"
                                              "01           ; protocol version\n"
                                              "00           ; no flag: more segments follow\n"
@@ -103,7 +103,7 @@ TEST(WMsgTest, SegmentsAreFullButTheLast)
                         {4065, {2032, 2032, 1}}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.payload);
-        const WMsg message = messageOf(3, 9, std::vector<uint8_t>(row.payload, 0x11));
+        const WMsg message = numberedMessage(3, 9, std::vector<uint8_t>(row.payload, 0x11));
         ASSERT_EQ(message.segmentCount(), row.lengths.size());
         for (size_t i = 0; i < row.lengths.size(); ++i) {
             std::vector<uint8_t> frame;

@@ -11,7 +11,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-WMsg messageOf(uint8_t type, uint8_t seq, size_t payload, bool answer = false)
+WMsg patternedMessage(uint8_t type, uint8_t seq, size_t payload, bool answer = false)
 {
     WMsg message;
     message.type = type;
@@ -119,8 +119,8 @@ void expectBroken(const Bytes& bytes, const char* field, size_t messages = 0)
 
 std::vector<WMsg> severalMessages()
 {
-    return {messageOf(1, 1, 0),          WMsg::ping(false), messageOf(3, 2, 1),
-            messageOf(0, 3, 5000, true), WMsg::ping(true),  messageOf(255, 4, 2032)};
+    return {patternedMessage(1, 1, 0),          WMsg::ping(false), patternedMessage(3, 2, 1),
+            patternedMessage(0, 3, 5000, true), WMsg::ping(true),  patternedMessage(255, 4, 2032)};
 }
 
 Bytes streamOf(const std::vector<WMsg>& messages)
@@ -170,8 +170,8 @@ TEST(WMsgReaderTest, EverySegmentBoundaryDecodesTheSame)
     for (const size_t payload : {0U, 1U, 2031U, 2032U, 2033U, 4063U, 4064U, 4065U}) {
         SCOPED_TRACE(payload);
         Reading reading;
-        reading.feed(framesOf(messageOf(1, 9, payload)));
-        expectMessages(reading, {messageOf(1, 9, payload)});
+        reading.feed(framesOf(patternedMessage(1, 9, payload)));
+        expectMessages(reading, {patternedMessage(1, 9, payload)});
     }
 }
 
@@ -180,14 +180,14 @@ TEST(WMsgReaderTest, EveryTypeAndSequenceNumberArrives)
     for (int value = 0; value < 256; ++value) {
         const auto byte = static_cast<uint8_t>(value);
         Reading reading;
-        reading.feed(framesOf(messageOf(byte, static_cast<uint8_t>(255 - value), 3)));
-        expectMessages(reading, {messageOf(byte, static_cast<uint8_t>(255 - value), 3)});
+        reading.feed(framesOf(patternedMessage(byte, static_cast<uint8_t>(255 - value), 3)));
+        expectMessages(reading, {patternedMessage(byte, static_cast<uint8_t>(255 - value), 3)});
     }
 }
 
 TEST(WMsgReaderTest, StopsAfterEachMessage)
 {
-    const Bytes stream = streamOf({messageOf(1, 1, 4), messageOf(1, 2, 0)});
+    const Bytes stream = streamOf({patternedMessage(1, 1, 4), patternedMessage(1, 2, 0)});
     const uint8_t* data = stream.data();
     size_t size = stream.size();
     WMsgReader reader;
@@ -203,7 +203,7 @@ TEST(WMsgReaderTest, StopsAfterEachMessage)
 
 TEST(WMsgReaderTest, PingMayStandBetweenTwoSegments)
 {
-    const WMsg message = messageOf(1, 5, 3000);
+    const WMsg message = patternedMessage(1, 5, 3000);
     Reading reading;
     reading.feed(segmentOf(message, 0) + framesOf(WMsg::ping(false)) + framesOf(WMsg::ping(true)) +
                  segmentOf(message, 1));
@@ -221,7 +221,7 @@ TEST(WMsgReaderTest, UnknownControlMessageArrivesAsSuch)
 
 TEST(WMsgReaderTest, NamesTheHeaderFieldAtFault)
 {
-    const Bytes good = framesOf(messageOf(1, 5, 20));
+    const Bytes good = framesOf(patternedMessage(1, 5, 20));
     struct Row
     {
         const char* name;
@@ -256,7 +256,7 @@ TEST(WMsgReaderTest, NamesTheHeaderFieldAtFault)
 
 TEST(WMsgReaderTest, EveryFlippedBitIsNoticed)
 {
-    const Bytes good = framesOf(messageOf(1, 5, 20));
+    const Bytes good = framesOf(patternedMessage(1, 5, 20));
     for (size_t at = 0; at < good.size(); ++at) {
         for (int bit = 0; bit < 8; ++bit) {
             SCOPED_TRACE(std::to_string(at) + "." + std::to_string(bit));
@@ -271,21 +271,21 @@ TEST(WMsgReaderTest, EveryFlippedBitIsNoticed)
 
 TEST(WMsgReaderTest, SegmentNumbersRunWithoutAGap)
 {
-    const WMsg message = messageOf(1, 5, 6000);
+    const WMsg message = patternedMessage(1, 5, 6000);
     expectBroken(segmentOf(message, 0) + segmentOf(message, 2), "segment number");
     expectBroken(segmentOf(message, 0) + segmentOf(message, 0), "segment number");
     expectBroken(segmentOf(message, 0) + segmentOf(message, 1) + segmentOf(message, 1), "segment number");
-    expectBroken(segmentOf(message, 0) + framesOf(messageOf(1, 6, 0)), "segment number");
+    expectBroken(segmentOf(message, 0) + framesOf(patternedMessage(1, 6, 0)), "segment number");
 }
 
 TEST(WMsgReaderTest, SegmentOfAnotherMessageIsRefused)
 {
-    const WMsg message = messageOf(1, 5, 3000);
+    const WMsg message = patternedMessage(1, 5, 3000);
     WMsg event = message;
     event.event = true;
-    expectBroken(segmentOf(message, 0) + segmentOf(messageOf(1, 6, 3000), 1), "segment");
-    expectBroken(segmentOf(message, 0) + segmentOf(messageOf(0, 5, 3000), 1), "segment");
-    expectBroken(segmentOf(message, 0) + segmentOf(messageOf(1, 5, 3000, true), 1), "segment");
+    expectBroken(segmentOf(message, 0) + segmentOf(patternedMessage(1, 6, 3000), 1), "segment");
+    expectBroken(segmentOf(message, 0) + segmentOf(patternedMessage(0, 5, 3000), 1), "segment");
+    expectBroken(segmentOf(message, 0) + segmentOf(patternedMessage(1, 5, 3000, true), 1), "segment");
     expectBroken(segmentOf(message, 0) + segmentOf(event, 1), "segment");
 }
 
@@ -296,7 +296,7 @@ TEST(WMsgReaderTest, BytesOfAMessageAreLimited)
         SCOPED_TRACE(size);
         Reading reading;
         const bool permitted = size <= wmsg::kMaxMessageBytes;
-        EXPECT_EQ(reading.feed(framesOf(messageOf(1, 1, size))),
+        EXPECT_EQ(reading.feed(framesOf(patternedMessage(1, 1, size))),
                   permitted ? WMsgReader::MORE : WMsgReader::BROKEN);
         EXPECT_EQ(reading.messages.size(), permitted ? 1U : 0U);
         EXPECT_STREQ(reading.reader.status().field(), permitted ? nullptr : "payload length");
@@ -306,7 +306,7 @@ TEST(WMsgReaderTest, BytesOfAMessageAreLimited)
 Bytes emptySegments(size_t count)
 {
     Bytes bytes;
-    const Bytes last = framesOf(messageOf(1, 5, 0));
+    const Bytes last = framesOf(patternedMessage(1, 5, 0));
     for (size_t i = 0; i < count; ++i) {
         Bytes segment = i + 1 == count ? last : setByte(last, 3, 0);
         wmsg::put16(segment.data() + 6, static_cast<uint16_t>(i));
@@ -329,7 +329,7 @@ TEST(WMsgReaderTest, SegmentsOfAMessageAreLimitedEmptyOnesToo)
 
 TEST(WMsgReaderTest, AgeOfAMessageIsLimited)
 {
-    const WMsg message = messageOf(1, 5, 3000);
+    const WMsg message = patternedMessage(1, 5, 3000);
     for (const int64_t age : {wmsg::kMaxAgeMs - 1, wmsg::kMaxAgeMs, wmsg::kMaxAgeMs + 1}) {
         SCOPED_TRACE(age);
         Reading reading;
@@ -344,7 +344,7 @@ TEST(WMsgReaderTest, AgeOfAMessageIsLimited)
 
 TEST(WMsgReaderTest, AgeCountsFromTheFirstByteWhateverComesAfter)
 {
-    const WMsg message = messageOf(1, 5, 3000);
+    const WMsg message = patternedMessage(1, 5, 3000);
     Reading reading;
     reading.feed(segmentOf(message, 0), 0);
     EXPECT_EQ(reading.feed(framesOf(WMsg::ping(false)), wmsg::kMaxAgeMs - 100), WMsgReader::MORE);
@@ -363,25 +363,25 @@ TEST(WMsgReaderTest, IdleReaderDoesNotAge)
 {
     Reading reading;
     EXPECT_FALSE(reading.reader.overdue(1000000000));
-    reading.feed(framesOf(messageOf(1, 1, 10)), 0);
+    reading.feed(framesOf(patternedMessage(1, 1, 10)), 0);
     reading.feed(framesOf(WMsg::ping(false)), 10);
     EXPECT_FALSE(reading.reader.overdue(1000000000));
-    EXPECT_EQ(reading.feed(framesOf(messageOf(1, 2, 10)), 1000000000), WMsgReader::MORE);
+    EXPECT_EQ(reading.feed(framesOf(patternedMessage(1, 2, 10)), 1000000000), WMsgReader::MORE);
     EXPECT_EQ(reading.messages.size(), 3U);
 }
 
 TEST(WMsgReaderTest, MemoryGrowsWithTheBytesReceived)
 {
     Reading reading;
-    reading.feed(segmentOf(messageOf(1, 5, 2033), 0));
-    reading.feed(segmentOf(messageOf(1, 5, 2033), 1));
+    reading.feed(segmentOf(patternedMessage(1, 5, 2033), 0));
+    reading.feed(segmentOf(patternedMessage(1, 5, 2033), 1));
     ASSERT_EQ(reading.messages.size(), 1U);
     EXPECT_LE(reading.messages[0].payload.capacity(), 2U * 2033U);
 }
 
 TEST(WMsgReaderTest, MemoryNeverExceedsTheLargestMessage)
 {
-    const Bytes bytes = framesOf(messageOf(1, 1, wmsg::kMaxMessageBytes));
+    const Bytes bytes = framesOf(patternedMessage(1, 1, wmsg::kMaxMessageBytes));
     const uint8_t* data = bytes.data();
     size_t size = bytes.size();
     WMsgReader reader;
@@ -393,9 +393,9 @@ TEST(WMsgReaderTest, MemoryNeverExceedsTheLargestMessage)
 TEST(WMsgReaderTest, BrokenStaysBroken)
 {
     Reading reading;
-    EXPECT_EQ(reading.feed(setByte(framesOf(messageOf(1, 5, 20)), 0, 0)), WMsgReader::BROKEN);
+    EXPECT_EQ(reading.feed(setByte(framesOf(patternedMessage(1, 5, 20)), 0, 0)), WMsgReader::BROKEN);
     const std::string why = reading.reader.status().text();
-    EXPECT_EQ(reading.feed(framesOf(messageOf(1, 5, 20))), WMsgReader::BROKEN);
+    EXPECT_EQ(reading.feed(framesOf(patternedMessage(1, 5, 20))), WMsgReader::BROKEN);
     EXPECT_EQ(reading.feed({}), WMsgReader::BROKEN);
     EXPECT_EQ(reading.reader.status().text(), why);
     EXPECT_TRUE(reading.messages.empty());
@@ -403,7 +403,7 @@ TEST(WMsgReaderTest, BrokenStaysBroken)
 
 TEST(WMsgReaderTest, MessagesBeforeTheFaultArrive)
 {
-    expectBroken(framesOf(messageOf(1, 1, 3)) + Bytes(16, 'x'), "magic", 1);
+    expectBroken(framesOf(patternedMessage(1, 1, 3)) + Bytes(16, 'x'), "magic", 1);
 }
 
 } // namespace

@@ -16,7 +16,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-WMsg messageOf(uint8_t type, uint8_t seq = 0, size_t payload = 0)
+WMsg sizedMessage(uint8_t type, uint8_t seq = 0, size_t payload = 0)
 {
     WMsg message;
     message.type = type;
@@ -28,7 +28,7 @@ WMsg messageOf(uint8_t type, uint8_t seq = 0, size_t payload = 0)
 
 WMsg answerTo(uint8_t seq)
 {
-    WMsg message = messageOf(1, seq);
+    WMsg message = sizedMessage(1, seq);
     message.answer = true;
     return message;
 }
@@ -48,7 +48,7 @@ size_t costOf(size_t payload)
         LinkSession::Settings settings;
         settings.queueBytes = bound;
         LinkSession session(settings, &numbers);
-        session.send(messageOf(3, 0, payload));
+        session.send(sizedMessage(3, 0, payload));
         if (session.takeDropped().whileDown == 0) {
             return bound;
         }
@@ -184,10 +184,10 @@ TEST(LinkSessionTest, numbersCountFromOneAndTheTwoHundredFiftySixthIsZero)
     Ends ends;
     ends.connect();
     for (int i = 1; i <= 600; ++i) {
-        ends.session.send(messageOf(3));
+        ends.session.send(sizedMessage(3));
         ends.feed(pingOf(false)); // answered, and not counted
-        ends.feed(messageOf(1, 77));
-        ends.session.answer(ends.received.back().token, messageOf(1));
+        ends.feed(sizedMessage(1, 77));
+        ends.session.answer(ends.received.back().token, sizedMessage(1));
         const std::vector<WMsg> written = ends.takeAll();
         ASSERT_EQ(written.size(), 3U);
         EXPECT_TRUE(written[0].control);
@@ -201,7 +201,7 @@ TEST(LinkSessionTest, aNewConnectionGoesOnCounting)
     Ends ends;
     for (int i = 1; i <= 3; ++i) {
         ends.connect();
-        ends.session.send(messageOf(3));
+        ends.session.send(sizedMessage(3));
         EXPECT_EQ(ends.takeNumbers(), std::vector<int>{i});
         ends.session.disconnected();
     }
@@ -216,7 +216,7 @@ TEST(LinkSessionTest, twoSessionsShareOneCount)
     second.connect();
     for (int i = 1; i <= 300; ++i) {
         Ends& ends = i % 3 == 0 ? first : second;
-        ends.session.send(messageOf(3));
+        ends.session.send(sizedMessage(3));
         EXPECT_EQ(ends.takeNumbers(), std::vector<int>{i % 256});
     }
 }
@@ -229,16 +229,16 @@ TEST(LinkSessionTest, theNumberOfAnOutstandingRequestOfAnyConnectionIsPassedOver
     asking.connect();
     other.connect();
     Outcome outcome;
-    asking.session.request(messageOf(1), outcome.handler());
+    asking.session.request(sizedMessage(1), outcome.handler());
     ASSERT_EQ(asking.takeNumbers(), std::vector<int>{1});
     for (int i = 0; i < 600; ++i) {
-        other.session.send(messageOf(3));
+        other.session.send(sizedMessage(3));
         EXPECT_NE(other.takeNumbers(), std::vector<int>{1}) << i;
     }
     asking.session.disconnected();
     bool again = false;
     for (int i = 0; i < 256; ++i) {
-        other.session.send(messageOf(3));
+        other.session.send(sizedMessage(3));
         again = again || other.takeNumbers() == std::vector<int>{1};
     }
     EXPECT_TRUE(again) << "the end of the connection frees its numbers";
@@ -251,10 +251,10 @@ TEST(LinkSessionTest, connectionsThatHaveAllNumbersOutstandingTogetherDoNotStopE
     for (int i = 0; i < 300; ++i) {
         all.push_back(std::make_unique<Ends>(LinkSession::Settings(), &numbers));
         all.back()->connect();
-        EXPECT_NE(all.back()->session.request(messageOf(1), nullptr), 0U);
+        EXPECT_NE(all.back()->session.request(sizedMessage(1), nullptr), 0U);
         const std::vector<int> first = all.back()->takeNumbers();
         ASSERT_EQ(first.size(), 1U);
-        all.back()->session.send(messageOf(3));
+        all.back()->session.send(sizedMessage(3));
         EXPECT_NE(all.back()->takeNumbers(), first) << "its own is passed over all the same";
     }
 }
@@ -267,7 +267,7 @@ TEST(LinkSessionTest, anAnswerReachesTheHandlerOfItsRequestOnce)
     ends.connect();
     Outcome outcomes[3];
     for (Outcome& outcome : outcomes) {
-        EXPECT_NE(ends.session.request(messageOf(1), outcome.handler()), 0U);
+        EXPECT_NE(ends.session.request(sizedMessage(1), outcome.handler()), 0U);
     }
     EXPECT_EQ(ends.takeNumbers(), (std::vector<int>{1, 2, 3}));
     ends.feed(answerTo(2));
@@ -297,11 +297,11 @@ TEST(LinkSessionTest, aRequestGivenUpKeepsItsNumberUntilTheAnswerComes)
     Ends ends;
     ends.connect();
     Outcome outcome;
-    const uint64_t request = ends.session.request(messageOf(1), outcome.handler());
+    const uint64_t request = ends.session.request(sizedMessage(1), outcome.handler());
     ASSERT_EQ(ends.takeNumbers(), std::vector<int>{1});
     ends.session.giveUp(request);
     for (int i = 0; i < 300; ++i) {
-        ends.session.send(messageOf(3));
+        ends.session.send(sizedMessage(3));
         ASSERT_NE(ends.takeNumbers(), std::vector<int>{1}) << "its answer may still come";
     }
     ends.feed(answerTo(1));
@@ -318,7 +318,7 @@ TEST(LinkSessionTest, anAnswerFreesTheEarlierNumbersThatNobodyWaitsFor)
     Outcome waiting;
     std::vector<uint64_t> requests;
     for (int i = 0; i < 4; ++i) {
-        requests.push_back(ends.session.request(messageOf(1), waiting.handler()));
+        requests.push_back(ends.session.request(sizedMessage(1), waiting.handler()));
     }
     ends.takeAll();
     ends.session.giveUp(requests[1]);
@@ -327,7 +327,7 @@ TEST(LinkSessionTest, anAnswerFreesTheEarlierNumbersThatNobodyWaitsFor)
     EXPECT_NE(ends.received[0].handler, nullptr);
     std::vector<bool> used(256);
     for (int i = 0; i < 256; ++i) {
-        ends.session.send(messageOf(3));
+        ends.session.send(sizedMessage(3));
         used[static_cast<size_t>(ends.takeNumbers().at(0))] = true;
     }
     EXPECT_FALSE(used[1]) << "somebody waits for it";
@@ -340,8 +340,8 @@ TEST(LinkSessionTest, aRequestGivenUpBeforeItWasWrittenIsNotSent)
 {
     Ends ends;
     Outcome outcome;
-    const uint64_t request = ends.session.request(messageOf(1), outcome.handler());
-    ends.session.send(messageOf(3));
+    const uint64_t request = ends.session.request(sizedMessage(1), outcome.handler());
+    ends.session.send(sizedMessage(3));
     ends.session.giveUp(request);
     ends.session.giveUp(request);
     ends.connect();
@@ -356,17 +356,17 @@ TEST(LinkSessionTest, only255RequestsAreOutstandingWhetherSomebodyWaitsOrNot)
         ends.connect();
         Outcome outcome;
         for (size_t i = 0; i < LinkSession::kMaxOutstanding; ++i) {
-            EXPECT_NE(ends.session.request(messageOf(1), i % 2 == 0 ? outcome.handler() : nullptr), 0U);
+            EXPECT_NE(ends.session.request(sizedMessage(1), i % 2 == 0 ? outcome.handler() : nullptr), 0U);
             if (written) {
                 ends.takeAll();
             }
         }
-        EXPECT_EQ(ends.session.request(messageOf(1), nullptr), 0U);
-        ends.session.send(messageOf(3));
+        EXPECT_EQ(ends.session.request(sizedMessage(1), nullptr), 0U);
+        ends.session.send(sizedMessage(3));
         EXPECT_FALSE(ends.takeAll().empty()) << "a number stays free for an event";
         callAll(ends.session.disconnected());
         EXPECT_EQ(outcome.ends, 128);
-        EXPECT_NE(ends.session.request(messageOf(1), nullptr), 0U) << "a new connection begins anew";
+        EXPECT_NE(ends.session.request(sizedMessage(1), nullptr), 0U) << "a new connection begins anew";
     }
 }
 
@@ -377,11 +377,11 @@ TEST(LinkSessionTest, theEndOfAConnectionEndsItsRequests)
     Outcome sent;
     Outcome cutOff;
     Outcome queued;
-    ends.session.request(messageOf(1), sent.handler());
+    ends.session.request(sizedMessage(1), sent.handler());
     ends.takeAll();
-    ends.session.request(messageOf(1, 0, 100), cutOff.handler());
+    ends.session.request(sizedMessage(1, 0, 100), cutOff.handler());
     ends.take(50);
-    ends.session.request(messageOf(1), queued.handler());
+    ends.session.request(sizedMessage(1), queued.handler());
     callAll(ends.session.disconnected());
     EXPECT_EQ(sent.ends, 1);
     EXPECT_EQ(cutOff.ends, 1);
@@ -396,14 +396,14 @@ TEST(LinkSessionTest, anAnswerBearsTheNumberOfItsMessageAndGoesOverThatConnectio
 {
     Ends ends;
     ends.connect();
-    ends.feed(messageOf(1, 200));
+    ends.feed(sizedMessage(1, 200));
     ends.session.disconnected();
-    ends.session.answer(ends.received[0].token, messageOf(1));
+    ends.session.answer(ends.received[0].token, sizedMessage(1));
     ends.connect();
-    ends.session.answer(ends.received[0].token, messageOf(1));
-    ends.session.answer({}, messageOf(1));
-    ends.feed(messageOf(0, 201));
-    ends.session.answer(ends.received[1].token, messageOf(0));
+    ends.session.answer(ends.received[0].token, sizedMessage(1));
+    ends.session.answer({}, sizedMessage(1));
+    ends.feed(sizedMessage(0, 201));
+    ends.session.answer(ends.received[1].token, sizedMessage(0));
     const std::vector<WMsg> written = ends.takeAll();
     ASSERT_EQ(written.size(), 1U);
     EXPECT_TRUE(written[0].answer);
@@ -418,7 +418,7 @@ TEST(LinkSessionTest, everyMessageTypeArrivesAsItWasSent)
     Ends ends;
     ends.connect();
     for (int type = 0; type < 256; ++type) {
-        ends.feed(messageOf(static_cast<uint8_t>(type), 9));
+        ends.feed(sizedMessage(static_cast<uint8_t>(type), 9));
         EXPECT_EQ(ends.received.back().message.type, type);
     }
     EXPECT_EQ(ends.received.size(), 256U);
@@ -429,7 +429,7 @@ TEST(LinkSessionTest, typeAndEventFlagOfAnAnswerAndEventFlagOfAPingAreIgnored)
     Ends ends;
     ends.connect();
     Outcome outcome;
-    EXPECT_NE(ends.session.request(messageOf(1), outcome.handler()), 0U);
+    EXPECT_NE(ends.session.request(sizedMessage(1), outcome.handler()), 0U);
     EXPECT_EQ(ends.takeNumbers(), std::vector<int>{1});
     WMsg answer = answerTo(1);
     answer.type = 9;
@@ -451,7 +451,7 @@ TEST(LinkSessionTest, theEventFlagChangesNoDelivery)
     Ends ends;
     ends.connect();
     for (const uint8_t type : {uint8_t{0}, uint8_t{1}, uint8_t{3}}) {
-        WMsg message = messageOf(type, 4);
+        WMsg message = sizedMessage(type, 4);
         message.event = !message.event;
         ends.feed(message);
         EXPECT_EQ(ends.received.back().message.type, type);
@@ -462,7 +462,8 @@ TEST(LinkSessionTest, theEventFlagChangesNoDelivery)
 TEST(LinkSessionTest, everyCutOfAStreamDecodesTheSame)
 {
     Bytes stream;
-    for (const WMsg& message : {messageOf(1, 7, 20), pingOf(false, 5), messageOf(3, 8, 2100), answerTo(3)}) {
+    for (const WMsg& message :
+         {sizedMessage(1, 7, 20), pingOf(false, 5), sizedMessage(3, 8, 2100), answerTo(3)}) {
         message.appendFrames(stream);
     }
     Ends whole;
@@ -501,13 +502,13 @@ TEST(LinkSessionTest, brokenBytesEndTheConnectionAfterTheMessagesBeforeThem)
     settings.brokenBytes = "received bytes make no sense: ";
     Ends ends(settings);
     ends.connect();
-    Bytes stream = framesOf(messageOf(5, 1));
+    Bytes stream = framesOf(sizedMessage(5, 1));
     const Bytes garbage(100, 'x');
     stream.insert(stream.end(), garbage.begin(), garbage.end());
     ends.feed(stream);
     EXPECT_EQ(ends.received.size(), 1U);
     EXPECT_EQ(ends.session.problem(), "received bytes make no sense: magic: is not that of a message");
-    ends.session.send(messageOf(3));
+    ends.session.send(sizedMessage(3));
     EXPECT_TRUE(ends.session.output(ends.nowMs).empty());
     EXPECT_EQ(ends.session.deadline(), LinkSession::kNever);
 }
@@ -516,13 +517,13 @@ TEST(LinkSessionTest, nothingHalfReceivedIsCarriedOver)
 {
     Ends ends;
     ends.connect();
-    Bytes half = framesOf(messageOf(3, 1, 50));
+    Bytes half = framesOf(sizedMessage(3, 1, 50));
     half.resize(half.size() / 2);
     ends.feed(half);
     EXPECT_FALSE(ends.session.hasReceived());
     ends.session.disconnected();
     ends.connect();
-    ends.feed(messageOf(4, 2));
+    ends.feed(sizedMessage(4, 2));
     ASSERT_EQ(ends.received.size(), 1U);
     EXPECT_EQ(ends.received[0].message.type, 4);
     EXPECT_TRUE(ends.session.hasReceived());
@@ -558,7 +559,7 @@ TEST(LinkSessionTest, pingsAreAnsweredAsFarAsThePeerReadsAndTakeBoundedMemory)
         WMsg::ping(false).appendFrames(pings);
     }
     ends.feed(pings);
-    ends.session.send(messageOf(3));
+    ends.session.send(sizedMessage(3));
     ends.take(5000);
     EXPECT_TRUE(std::any_of(ends.written.begin(), ends.written.end(), [](const WMsg& message) {
         return !message.control;
@@ -586,7 +587,7 @@ TEST(LinkSessionTest, anyByteStartsTheIdleTimeAnew)
 {
     Ends ends;
     ends.connect();
-    const Bytes message = framesOf(messageOf(3, 1, 50));
+    const Bytes message = framesOf(sizedMessage(3, 1, 50));
     for (size_t i = 0; i < 3; ++i) {
         ends.pass(9000);
         ends.feed(Bytes{message[i]});
@@ -610,7 +611,7 @@ TEST(LinkSessionTest, aMessageThatTakesTooLongEndsTheConnection)
 {
     Ends ends;
     ends.connect();
-    const Bytes message = framesOf(messageOf(3, 1, 50));
+    const Bytes message = framesOf(sizedMessage(3, 1, 50));
     ends.feed(Bytes{message[0]});
     for (size_t i = 1; i <= 3; ++i) {
         ends.pass(9000);
@@ -642,7 +643,7 @@ TEST(LinkSessionTest, aPeerThatIsNotReadIsNotSilent)
 
 TEST(LinkSessionTest, theTimeOfAMessageDoesNotRunWhileNobodyReads)
 {
-    const Bytes message = framesOf(messageOf(3, 1, 50));
+    const Bytes message = framesOf(sizedMessage(3, 1, 50));
     Ends ends;
     ends.connect();
     ends.feed({message.begin(), message.begin() + 20});
@@ -668,9 +669,9 @@ TEST(LinkSessionTest, oddPiecesOfWritingGiveTheSameBytes)
         SCOPED_TRACE(piece);
         Ends ends;
         ends.connect();
-        ends.session.send(messageOf(3, 0, 5000));
+        ends.session.send(sizedMessage(3, 0, 5000));
         ends.feed(pingOf(false, 4));
-        ends.session.request(messageOf(1, 0, 100), nullptr);
+        ends.session.request(sizedMessage(1, 0, 100), nullptr);
         while (!ends.session.output(ends.nowMs).empty()) {
             ends.take(piece);
         }
@@ -684,7 +685,7 @@ TEST(LinkSessionTest, aPeerThatTakesNothingForThirtySecondsIsGivenUp)
     Ends ends;
     ends.reads = false;
     ends.connect();
-    ends.session.send(messageOf(3, 0, 5000));
+    ends.session.send(sizedMessage(3, 0, 5000));
     ends.pass(9000);
     ends.take(100);
     for (int i = 0; i < 3; ++i) {
@@ -702,7 +703,7 @@ TEST(LinkSessionTest, aPeerThatTakesNothingIsGivenUpAlsoWhileReadingIsPaused)
     Ends ends;
     ends.reads = false;
     ends.connect();
-    ends.session.send(messageOf(3, 0, 5000));
+    ends.session.send(sizedMessage(3, 0, 5000));
     ends.session.setReading(false, ends.nowMs);
     ends.session.output(ends.nowMs);
     ends.pass(30000);
@@ -714,7 +715,7 @@ TEST(LinkSessionTest, aWriteThatGoesOnIsNotCutShort)
     Ends ends;
     ends.reads = false;
     ends.connect();
-    ends.session.send(messageOf(3, 0, 500));
+    ends.session.send(sizedMessage(3, 0, 500));
     for (int i = 0; i < 10; ++i) {
         ends.pass(9000);
         ends.take(10);
@@ -729,7 +730,7 @@ TEST(LinkSessionTest, eventsWaitForTheLinkInOrder)
 {
     Ends ends;
     for (int type = 10; type < 50; ++type) {
-        ends.session.send(messageOf(static_cast<uint8_t>(type)));
+        ends.session.send(sizedMessage(static_cast<uint8_t>(type)));
     }
     ends.connect();
     std::vector<int> expected(40);
@@ -743,7 +744,7 @@ TEST(LinkSessionTest, eventsThatWaitAndThatWereDroppedAreCounted)
     settings.queueBytes = 2 * costOf(1000);
     Ends ends(settings);
     for (const uint8_t type : {11, 12, 13}) {
-        ends.session.send(messageOf(type, 0, 1000));
+        ends.session.send(sizedMessage(type, 0, 1000));
     }
     EXPECT_EQ(ends.session.waitingEvents(), 2U);
     EXPECT_EQ(ends.session.droppedEvents(), 1U);
@@ -763,10 +764,10 @@ TEST(LinkSessionTest, theOldestEventIsDroppedPastTheBoundAndTakesNoNumber)
         settings.queueBytes = bound;
         Ends ends(settings);
         for (const uint8_t type : {11, 12, 13}) {
-            ends.session.send(messageOf(type, 0, 1000));
+            ends.session.send(sizedMessage(type, 0, 1000));
         }
         EXPECT_EQ(ends.session.takeDropped().whileDown, bound < 3 * cost ? 1U : 0U);
-        ends.session.send(messageOf(14, 0, 1000));
+        ends.session.send(sizedMessage(14, 0, 1000));
         EXPECT_EQ(ends.session.takeDropped().whileDown, 1U) << "counted from the last call";
         ends.connect();
         EXPECT_EQ(ends.takeNumbers().front(), 1);
@@ -778,12 +779,12 @@ TEST(LinkSessionTest, eventsDroppedWhileTheLinkIsUpAreCountedApart)
     LinkSession::Settings settings;
     settings.queueBytes = costOf(1000);
     Ends ends(settings);
-    ends.session.send(messageOf(11, 0, 1000));
-    ends.session.send(messageOf(12, 0, 1000));
+    ends.session.send(sizedMessage(11, 0, 1000));
+    ends.session.send(sizedMessage(12, 0, 1000));
     ends.connect();
     ends.take(10);
     for (const uint8_t type : {13, 14, 15}) {
-        ends.session.send(messageOf(type, 0, 1000));
+        ends.session.send(sizedMessage(type, 0, 1000));
     }
     const LinkSession::Dropped dropped = ends.session.takeDropped();
     EXPECT_EQ(dropped.whileDown, 1U);
@@ -797,24 +798,24 @@ TEST(LinkSessionTest, requestsAndAnswersAreNotDroppedForEvents)
     settings.queueBytes = 2 * costOf(1000);
     Ends ends(settings);
     ends.connect();
-    ends.feed(messageOf(1, 9));
-    ends.session.request(messageOf(1, 0, 1000), nullptr);
-    ends.session.answer(ends.received[0].token, messageOf(2, 0, 1000));
+    ends.feed(sizedMessage(1, 9));
+    ends.session.request(sizedMessage(1, 0, 1000), nullptr);
+    ends.session.answer(ends.received[0].token, sizedMessage(2, 0, 1000));
     for (const uint8_t type : {13, 14, 15}) {
-        ends.session.send(messageOf(type, 0, 1000));
+        ends.session.send(sizedMessage(type, 0, 1000));
     }
     EXPECT_EQ(typesOf(ends.takeAll()), (std::vector<int>{1, 2, 15}));
 }
 
 TEST(LinkSessionTest, anEventThatWasCutOffIsSentWholeOnTheNextConnectionWithItsNumber)
 {
-    const size_t frames = framesOf(messageOf(3, 1, 3000)).size();
+    const size_t frames = framesOf(sizedMessage(3, 1, 3000)).size();
     for (const size_t cut : {size_t{0}, size_t{1}, frames / 2, frames - 1, frames, frames + 1}) {
         SCOPED_TRACE(cut);
         Ends ends;
         ends.connect();
         for (const uint8_t type : {11, 12}) {
-            ends.session.send(messageOf(type, 0, 3000));
+            ends.session.send(sizedMessage(type, 0, 3000));
         }
         ends.take(cut);
         ends.session.disconnected();
@@ -834,10 +835,10 @@ TEST(LinkSessionTest, anEventThatIsPutBackIsTheOldest)
     settings.queueBytes = 2 * costOf(1000);
     Ends ends(settings);
     ends.connect();
-    ends.session.send(messageOf(11, 0, 1000));
+    ends.session.send(sizedMessage(11, 0, 1000));
     ends.take(10);
-    ends.session.send(messageOf(12, 0, 1000));
-    ends.session.send(messageOf(13, 0, 1000));
+    ends.session.send(sizedMessage(12, 0, 1000));
+    ends.session.send(sizedMessage(13, 0, 1000));
     ends.session.disconnected();
     EXPECT_EQ(ends.session.takeDropped().whileDown, 1U);
     ends.connect();
@@ -850,17 +851,17 @@ TEST(LinkSessionTest, answersPileUpToTheirBoundAndEndWithTheConnection)
     settings.answerBytes = 2 * costOf(1000);
     Ends ends(settings);
     ends.connect();
-    ends.feed(messageOf(1, 9));
+    ends.feed(sizedMessage(1, 9));
     const LinkSession::ReplyToken token = ends.received[0].token;
     for (int i = 0; i < 2; ++i) {
-        ends.session.answer(token, messageOf(1, 0, 1000));
+        ends.session.answer(token, sizedMessage(1, 0, 1000));
         EXPECT_FALSE(ends.session.backlogExceeded());
     }
-    ends.session.answer(token, messageOf(1, 0, 1000));
+    ends.session.answer(token, sizedMessage(1, 0, 1000));
     EXPECT_TRUE(ends.session.backlogExceeded());
     ends.take(10);
     EXPECT_FALSE(ends.session.backlogExceeded());
-    ends.session.answer(token, messageOf(1, 0, 1000));
+    ends.session.answer(token, sizedMessage(1, 0, 1000));
     EXPECT_TRUE(ends.session.backlogExceeded());
     ends.session.disconnected();
     EXPECT_FALSE(ends.session.backlogExceeded());
@@ -872,9 +873,9 @@ TEST(LinkSessionTest, clearDropsEverything)
 {
     Ends ends;
     ends.connect();
-    ends.session.send(messageOf(3, 0, 100));
+    ends.session.send(sizedMessage(3, 0, 100));
     ends.take(10);
-    ends.session.send(messageOf(3));
+    ends.session.send(sizedMessage(3));
     EXPECT_TRUE(ends.session.clear().empty());
     ends.connect();
     EXPECT_TRUE(ends.takeAll().empty());
@@ -884,13 +885,13 @@ TEST(LinkSessionTest, anAbandonedConnectionSaysWhyAndKeepsEventsOnly)
 {
     Ends ends;
     ends.connect();
-    ends.feed(messageOf(1, 9));
+    ends.feed(sizedMessage(1, 9));
     ends.session.abandon("the connection was closed");
     ends.session.abandon("another reason");
     EXPECT_EQ(ends.session.problem(), "the connection was closed");
-    ends.session.answer(ends.received[0].token, messageOf(1));
-    ends.session.send(messageOf(3));
-    ends.feed(messageOf(5));
+    ends.session.answer(ends.received[0].token, sizedMessage(1));
+    ends.session.send(sizedMessage(3));
+    ends.feed(sizedMessage(5));
     EXPECT_EQ(ends.received.size(), 1U);
     ends.session.disconnected();
     ends.connect();
@@ -910,8 +911,8 @@ TEST(LinkSessionTest, withoutKeepingAFullQueueGivesTheConnectionUp)
         settings.queueBytes = bound;
         Ends ends(settings);
         ends.connect();
-        ends.session.send(messageOf(3, 0, 1000));
-        ends.session.request(messageOf(1, 0, 1000), nullptr);
+        ends.session.send(sizedMessage(3, 0, 1000));
+        ends.session.request(sizedMessage(1, 0, 1000), nullptr);
         EXPECT_EQ(ends.session.problem(), bound < 2 * cost ? "it does not read what is sent to it" : "");
         EXPECT_EQ(ends.session.takeDropped().whileUp, 0U);
     }
@@ -922,14 +923,14 @@ TEST(LinkSessionTest, withoutKeepingNothingOutlivesTheConnection)
     LinkSession::Settings settings;
     settings.keepsMessages = false;
     Ends ends(settings);
-    EXPECT_EQ(ends.session.request(messageOf(1), nullptr), 0U);
-    ends.session.send(messageOf(3));
+    EXPECT_EQ(ends.session.request(sizedMessage(1), nullptr), 0U);
+    ends.session.send(sizedMessage(3));
     ends.connect();
     EXPECT_TRUE(ends.takeAll().empty());
     Outcome queued;
-    ends.session.send(messageOf(3, 0, 100));
+    ends.session.send(sizedMessage(3, 0, 100));
     ends.take(10);
-    ends.session.request(messageOf(1), queued.handler());
+    ends.session.request(sizedMessage(1), queued.handler());
     callAll(ends.session.disconnected());
     EXPECT_EQ(queued.ends, 1);
     ends.connect();

@@ -14,10 +14,7 @@
 
 namespace {
 
-bool contains(const std::string& text, const std::string& part)
-{
-    return text.find(part) != std::string::npos;
-}
+bool hasRow(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 /// The message that @p list makes, numbered @p seq.
 std::vector<uint8_t> framesOf(const cObjectList& list, uint8_t seq, bool answer)
@@ -312,7 +309,7 @@ TEST(ProtocolDocumentTest, EveryTagIsListedWithItsNumberAndType)
     for (const zuldict::TagEntry& entry : zuldict::tags()) {
         const std::string row = "| " + std::to_string(entry.tag) + " | `" + entry.name + "` | " +
                                 types[static_cast<int>(entry.wireType)] + " |";
-        EXPECT_TRUE(contains(text, row)) << row;
+        EXPECT_TRUE(hasRow(text, row)) << row;
     }
 }
 
@@ -321,7 +318,7 @@ TEST(ProtocolDocumentTest, EveryObjectTypeIsListedWithItsNumber)
     const std::string text = documentText();
     for (const zuldict::Enumerator& type : zuldict::objectTypes()) {
         const std::string row = "| " + std::to_string(type.value) + " | `" + type.name + "` |";
-        EXPECT_TRUE(contains(text, row)) << row;
+        EXPECT_TRUE(hasRow(text, row)) << row;
     }
 }
 
@@ -335,7 +332,7 @@ TEST(ProtocolDocumentTest, EveryEnumeratorIsListedWithItsNumber)
         for (const zuldict::Enumerator& name : entry.names) {
             const std::string quoted = " `" + std::string(name.name) + "`";
             const std::string number = std::to_string(name.value);
-            EXPECT_TRUE(contains(text, number + " |" + quoted) || contains(text, number + quoted)) << quoted;
+            EXPECT_TRUE(hasRow(text, number + " |" + quoted) || hasRow(text, number + quoted)) << quoted;
         }
     }
 }
@@ -382,7 +379,7 @@ TEST(ProtocolDocumentTest, LimitsAreThoseOfTheLibrary)
     EXPECT_EQ(wmsg::kMaxTextBytes, 65535U);
     for (const char* limit : {"| 2,048 bytes |", "| 2,032 bytes |", "| 1,048,576 bytes |", "| 1,024 |",
                               "| 65,535 bytes |", "| 30 seconds |"}) {
-        EXPECT_TRUE(contains(text, limit)) << limit;
+        EXPECT_TRUE(hasRow(text, limit)) << limit;
     }
 }
 

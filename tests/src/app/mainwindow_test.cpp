@@ -35,14 +35,6 @@
 
 namespace {
 
-const QByteArray kPanel("Digital input(s):    2\nDigital output(s):   1\nAnalog input(s):     1\n"
-                        "Analog output(s):    1\nScanner(s):          1\n"
-                        "Device type:         TYPE_DISCRETE_IO\nDevice version:      3\n"
-                        "Device serial:       1001\nDevice label:        Panel\n");
-
-const QByteArray kConnection("Connection descriptor:   lab\nConnection IP address:   127.0.0.1\n"
-                             "Connection port number:  1\n");
-
 const QStringList kDeviceEntries{"menuAdd_Item", "menuRemove_Item", "actionEdit_Device_Configuration",
                                  "actionSelect_Script_to_Run"};
 

@@ -1,4 +1,5 @@
 #include "controlclient.h"
+#include "devicefiles.h"
 #include "headlessprogram.h"
 #include "homefiles.h"
 #include "qttestmain.h"
@@ -8,14 +9,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-const QByteArray kPanel("Digital input(s):    2\nDigital output(s):   1\nAnalog input(s):     1\n"
-                        "Analog output(s):    1\nScanner(s):          1\n"
-                        "Device type:         TYPE_DISCRETE_IO\nDevice version:      3\n"
-                        "Device serial:       1001\nDevice label:        Panel\n");
-
-const QByteArray kConnection("Connection descriptor:   lab\nConnection IP address:   127.0.0.1\n"
-                             "Connection port number:  1\n");
 
 /// A pipe in the configuration directory.
 QString makePipe(const HomeFiles& home)

@@ -5,10 +5,6 @@
 
 namespace {
 
-/// Nobody listens there.
-const QByteArray kConnection("Connection descriptor:   lab\nConnection IP address:   127.0.0.1\n"
-                             "Connection port number:  1\n");
-
 QByteArray logInto(const QString& file)
 {
     return "log4cpp.rootCategory=INFO, out\n"

@@ -111,8 +111,8 @@ const char* const kLanguages[] = {"en", "de", "es"};
 
 } // namespace
 
-using Maker = std::unique_ptr<QDialog> (*)();
-Q_DECLARE_METATYPE(Maker)
+using DialogMaker = std::unique_ptr<QDialog> (*)();
+Q_DECLARE_METATYPE(DialogMaker)
 
 /// Runs at the resolution that QT_FONT_DPI asks for.
 class TestTextsFit : public QObject
@@ -142,7 +142,7 @@ void TestTextsFit::theResolutionIsTheOneAskedFor()
 void TestTextsFit::inEveryForm_data()
 {
     QTest::addColumn<QString>("language");
-    QTest::addColumn<Maker>("make");
+    QTest::addColumn<DialogMaker>("make");
     for (const char* language : kLanguages) {
         addRow(language, "a new device", form<createdialog>);
         addRow(language, "the device's properties", form<configPropertiesDialog>);
@@ -164,7 +164,7 @@ void TestTextsFit::inEveryForm_data()
 void TestTextsFit::inEveryForm()
 {
     QFETCH(QString, language);
-    QFETCH(Maker, make);
+    QFETCH(DialogMaker, make);
     const cLanguage texts({language});
     const std::unique_ptr<QDialog> dialog = make();
     dialog->show();

@@ -18,10 +18,8 @@ constexpr uint32_t kEvery = cObject::kWildcard;
 constexpr uint8_t kSet = cObjectList::kSet;
 constexpr uint8_t kRequest = cObjectList::kRequest;
 constexpr uint8_t kEvent = cObjectList::kEvent;
-constexpr auto kHigh = cObject::OBJ_IO_STATE_SET;
-constexpr auto kLow = cObject::OBJ_IO_STATE_CLEAR;
 
-const Counts kCounts{3, 2, 2, 2, 2};
+const Counts kInboundCounts{3, 2, 2, 2, 2};
 
 /// A record as a line of text: its class, its key and what else tells it from its like.
 QString describe(cObject* object)
@@ -131,16 +129,6 @@ Port recordOf(uint32_t portId)
     record.setDeviceSerial(kSerial);
     record.setPortId(portId);
     return record;
-}
-
-cAInput* analogInput(const cDevice& device, int number)
-{
-    return panelview::row<cAInput>(device, panelview::ANALOG_INPUTS, number);
-}
-
-cAOutput* analogOutput(const cDevice& device, int number)
-{
-    return panelview::row<cAOutput>(device, panelview::ANALOG_OUTPUTS, number);
 }
 
 /// Has an input take @p count periodic samples and lets the server forget that it was told.
@@ -288,7 +276,7 @@ void TestInbound::requests_data()
 void TestInbound::requests()
 {
     QFETCH(MakeObject, request);
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     const std::unique_ptr<cObject> object(request());
     const auto answer = link.ask(kRequest, {object.get()});
@@ -308,7 +296,7 @@ void TestInbound::requestsOfUnknownObjects_data()
 void TestInbound::requestsOfUnknownObjects()
 {
     QFETCH(uint32_t, type);
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     const std::unique_ptr<cObject> object(ofType(type)());
     cObjectDevice known;
@@ -359,7 +347,7 @@ void TestInbound::anAnswerBearsTheNumberOfItsRequest()
 
 void TestInbound::anEmptyRequestIsAnsweredEmpty()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     const auto answer = link.ask(kRequest, {});
     QVERIFY(answer.list != nullptr);
@@ -370,7 +358,7 @@ void TestInbound::anEmptyRequestIsAnsweredEmpty()
 
 void TestInbound::theObjectsOfARequestAreAnsweredInTheirOrder()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto output = recordOf<cObjectAOutput>(2);
     auto input = recordOf<cObjectDInput>(3);
@@ -385,7 +373,7 @@ void TestInbound::theObjectsOfARequestAreAnsweredInTheirOrder()
 
 void TestInbound::anInputIsAnsweredAsItStands()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     link.device().getInput(1)->scriptInputChange(1);
     QVERIFY(link.connect());
     auto request = recordOf<cObjectDInput>(2);
@@ -402,7 +390,7 @@ void TestInbound::anInputIsAnsweredAsItStands()
 
 void TestInbound::aSampleIsFetchedByItsNumber()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     analogInput(link.device(), 2)->scriptInputChange(40);
     link.server().next();
@@ -434,7 +422,7 @@ void TestInbound::samplesThatAreNotThere()
     QFETCH(uint32_t, serial);
     QFETCH(uint32_t, port);
     QFETCH(uint32_t, seq);
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     takeSamples(link, 1, 3);
     auto request = sampleRequest(serial, port, seq);
@@ -447,7 +435,7 @@ void TestInbound::samplesThatAreNotThere()
 
 void TestInbound::anOverwrittenSampleIsGone()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     takeSamples(link, 1, 33);
     auto gone = sampleRequest(kSerial, 1, 1);
@@ -486,7 +474,7 @@ void TestInbound::setsChangeNothingElse_data()
 void TestInbound::setsChangeNothingElse()
 {
     QFETCH(MakeObject, set);
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     const std::unique_ptr<cObject> before(link.device().clone());
     const std::unique_ptr<cObject> object(set());
@@ -509,7 +497,7 @@ void TestInbound::setsOfUnknownObjects_data()
 void TestInbound::setsOfUnknownObjects()
 {
     QFETCH(uint32_t, type);
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     const std::unique_ptr<cObject> object(ofType(type)());
     auto known = recordOf<cObjectDOutput>(1);
@@ -524,7 +512,7 @@ void TestInbound::setsOfUnknownObjects()
 
 void TestInbound::anEmptySetIsAcknowledged()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     expectSetLine();
     const auto answer = link.ask(kSet, {}, 9);
@@ -538,7 +526,7 @@ void TestInbound::anEmptySetIsAcknowledged()
 
 void TestInbound::aSetOfEveryInputsDefault()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto request = recordOf<cObjectDInput>(kEvery);
     request.setDefaultState(kHigh);
@@ -557,7 +545,7 @@ void TestInbound::aSetOfEveryInputsDefault()
 
 void TestInbound::aSetOfOneInputLeavesTheOthers()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto request = recordOf<cObjectDInput>(2);
     request.setDefaultState(kHigh);
@@ -571,7 +559,7 @@ void TestInbound::aSetOfOneInputLeavesTheOthers()
 
 void TestInbound::aSetOfAnInputsStateSaysNothing()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto request = recordOf<cObjectDInput>(1);
     request.setInputState(kHigh);
@@ -584,7 +572,7 @@ void TestInbound::aSetOfAnInputsStateSaysNothing()
 
 void TestInbound::aSetOfADigitalOutput()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto request = recordOf<cObjectDOutput>(2);
     request.setOutputState(kHigh);
@@ -601,7 +589,7 @@ void TestInbound::aSetOfADigitalOutput()
 
 void TestInbound::aSetOfADigitalOutputWithoutStatesRecomputesItsStatus()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     cDOutput* output = link.device().getOutput(0);
     output->setOutputState(kHigh);
@@ -616,7 +604,7 @@ void TestInbound::aSetOfADigitalOutputWithoutStatesRecomputesItsStatus()
 
 void TestInbound::aSetOfAnAnalogInput()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto request = recordOf<cObjectAInput>(kEvery);
     request.setSampleRate(5);
@@ -635,7 +623,7 @@ void TestInbound::aSetOfAnAnalogInput()
 
 void TestInbound::aSetOfAnAnalogInputThatLeavesAllUnchanged()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto request = recordOf<cObjectAInput>(1);
     request.setSampleRate(0xFFFFFFFF);
@@ -648,7 +636,7 @@ void TestInbound::aSetOfAnAnalogInputThatLeavesAllUnchanged()
 
 void TestInbound::aSetOfOneAnalogOutputMarksAllConnected()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto request = recordOf<cObjectAOutput>(2);
     request.setSampledValue(57.9F);
@@ -664,7 +652,7 @@ void TestInbound::aSetOfOneAnalogOutputMarksAllConnected()
 
 void TestInbound::aSetOfEveryAnalogOutput()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto request = recordOf<cObjectAOutput>(kEvery);
     request.setSampledValue(8.0F);
@@ -676,7 +664,7 @@ void TestInbound::aSetOfEveryAnalogOutput()
 
 void TestInbound::aSetOfAnotherDevicesAnalogOutputMarksNone()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto request = recordOf<cObjectAOutput>(kEvery);
     request.setDeviceSerial(5);
@@ -689,7 +677,7 @@ void TestInbound::aSetOfAnotherDevicesAnalogOutputMarksNone()
 
 void TestInbound::aSetOfAnAnalogOutputTakesOnlyItsValueOver()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto set = recordOf<cObjectAOutput>(1);
     set.setPortLabel("Valve");
@@ -720,7 +708,7 @@ void TestInbound::aSetOfAnAnalogOutputTakesOnlyItsValueOver()
 
 void TestInbound::aSetEmitsNoneOfTheDevicesSignals()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     int emitted = 0;
     connect(&link.device(), &cDevice::digitalOutputUpdated, this, [&] { ++emitted; });
@@ -771,7 +759,7 @@ void TestInbound::fromThenOnEveryNumberIsHexadecimal()
 
 void TestInbound::anEventIsLoggedAndNotAnswered()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto output = recordOf<cObjectDOutput>(1);
     output.setOutputState(kHigh);
@@ -801,7 +789,7 @@ void TestInbound::anObjectThatIsNotWhatItsTypeSaysAddsNothing()
     // The link never makes such an object, so it is handed over by itself.
     QFETCH(uint32_t, type);
     const ConsoleCapture console;
-    const auto device = makeDevice(kCounts);
+    const auto device = makeDevice(kInboundCounts);
     for (const uint8_t message : {kRequest, kSet}) {
         cObjectList list;
         list.setMsgType(message);
@@ -815,7 +803,7 @@ void TestInbound::anObjectThatIsNotWhatItsTypeSaysAddsNothing()
 
 void TestInbound::theConsoleFollowsTheOrderOfArrival()
 {
-    LinkedDevice link(kCounts);
+    LinkedDevice link(kInboundCounts);
     QVERIFY(link.connect());
     auto input = recordOf<cObjectDInput>(1);
     auto output = recordOf<cObjectDOutput>(1);

@@ -9,7 +9,7 @@
 
 namespace {
 
-const Counts kCounts{2, 2, 2, 2, 0};
+const Counts kObservedCounts{2, 2, 2, 2, 0};
 
 /// Keeps a line for each thing that it is told.
 class Listing : public cDeviceObserver
@@ -60,7 +60,7 @@ private slots:
 
 void TestObserver::anInputChangesBeforeTheOutputsWiredToIt()
 {
-    const auto device = makeDevice(kCounts);
+    const auto device = makeDevice(kObservedCounts);
     device->connectDigitalInput_Slot(1, 2, true);
     device->connectAnalogInput_Slot(2, 2, true);
     Listing listing(*device);
@@ -72,7 +72,7 @@ void TestObserver::anInputChangesBeforeTheOutputsWiredToIt()
 
 void TestObserver::aStateOrValueThatStaysIsNoChange()
 {
-    const auto device = makeDevice(kCounts);
+    const auto device = makeDevice(kObservedCounts);
     Listing listing(*device);
     device->setDigitalInput_Slot(1, 0);
     device->setAnalogInput_Slot(1, 0);
@@ -81,7 +81,7 @@ void TestObserver::aStateOrValueThatStaysIsNoChange()
 
 void TestObserver::aSetComesBeforeTheChangesInTheOrderOfThePorts()
 {
-    LinkedDevice linked(kCounts);
+    LinkedDevice linked(kObservedCounts);
     QVERIFY(linked.connect());
     Listing listing(linked.device());
     cObjectAInput rate;
@@ -100,7 +100,7 @@ void TestObserver::aSetComesBeforeTheChangesInTheOrderOfThePorts()
 
 void TestObserver::aPeriodicSampleChangesTheInput()
 {
-    const auto device = makeDevice(kCounts);
+    const auto device = makeDevice(kObservedCounts);
     Listing listing(*device);
     panelview::row<cAInput>(*device, panelview::ANALOG_INPUTS, 2)->checkSample(time(nullptr) + 3600);
     QCOMPARE(listing.take(), QStringList({"AIN 2"}));
@@ -169,7 +169,7 @@ void TestObserver::connectingAgainAsksForNoSecondAnswer()
 
 void TestObserver::nothingIsToldAfterRemoval()
 {
-    const auto device = makeDevice(kCounts);
+    const auto device = makeDevice(kObservedCounts);
     Listing listing(*device);
     device->removeObserver(&listing);
     device->setDigitalInput_Slot(1, 1);

@@ -12,9 +12,6 @@
 
 namespace {
 
-constexpr auto kHigh = cObject::OBJ_IO_STATE_SET;
-constexpr auto kLow = cObject::OBJ_IO_STATE_CLEAR;
-
 void expectInputEvent(int port)
 {
     QTest::ignoreMessage(QtDebugMsg, "Got an input event from port " + QByteArray::number(port) + "\n");
@@ -23,16 +20,6 @@ void expectInputEvent(int port)
 void select(const cDevice& device, int number, const QString& state)
 {
     device.getInput(number - 1)->findChild<QComboBox*>()->setCurrentText(state);
-}
-
-cAInput* analogInput(const cDevice& device, int number)
-{
-    return panelview::row<cAInput>(device, panelview::ANALOG_INPUTS, number);
-}
-
-cAOutput* analogOutput(const cDevice& device, int number)
-{
-    return panelview::row<cAOutput>(device, panelview::ANALOG_OUTPUTS, number);
 }
 
 void moveSlider(const cDevice& device, int number, int value)

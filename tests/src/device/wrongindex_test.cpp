@@ -32,11 +32,6 @@ void pressScanner(const cDevice& device, int number)
     panelview::row<cAccess>(device, panelview::ACCESS, number)->findChild<QPushButton*>()->click();
 }
 
-cAInput* analogInput(const cDevice& device)
-{
-    return panelview::row<cAInput>(device, panelview::ANALOG_INPUTS, 1);
-}
-
 void reportSample(cDevice& device, uint32_t port)
 {
     auto* sample = new cObjectAnalogSample;
@@ -90,8 +85,8 @@ const std::initializer_list<Scenario>& scenarios()
          }},
         {"an analog input wired to a missing output", "Index 1 is outside mAnalogOutputList, which holds 1",
          [](cDevice& device) {
-             analogInput(device)->addOutputPort(2);
-             analogInput(device)->scriptInputChange(9);
+             analogInput(device, 1)->addOutputPort(2);
+             analogInput(device, 1)->scriptInputChange(9);
          }},
         {"a sample of port 0", "Index -1 is outside mAnalogInputList, which holds 1",
          [](cDevice& device) { reportSample(device, 0); }},

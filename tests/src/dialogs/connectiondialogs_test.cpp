@@ -11,14 +11,14 @@
 
 namespace {
 
-void fillIn(QDialog& dialog, const QString& descriptor, const QString& address, const QString& port)
+void fillInConnection(QDialog& dialog, const QString& descriptor, const QString& address, const QString& port)
 {
     dialog.findChild<QLineEdit*>("connectDescriptor")->setText(descriptor);
     dialog.findChild<QLineEdit*>("connectIP")->setText(address);
     dialog.findChild<QLineEdit*>("connectPort")->setText(port);
 }
 
-QString fields(const QDialog& dialog)
+QString connectionFields(const QDialog& dialog)
 {
     return dialog.findChild<QLineEdit*>("connectDescriptor")->text() + '|' +
            dialog.findChild<QLineEdit*>("connectIP")->text() + '|' +
@@ -136,7 +136,7 @@ void TestConnectionDialogs::createWritesTheFileAndReportsIt()
     QVector<Report> reports;
     recordReports(dialog, reports);
     dialog.show();
-    fillIn(dialog, "lab", "10.0.0.5", "50001");
+    fillInConnection(dialog, "lab", "10.0.0.5", "50001");
     press(dialog);
     QCOMPARE(home.names(), QStringList("lab.con"));
     QCOMPARE(home.read("lab.con"), kLab);
@@ -155,7 +155,7 @@ void TestConnectionDialogs::createReportsBeforeItCloses()
     QVector<Report> reports;
     recordReports(dialog, reports);
     dialog.show();
-    fillIn(dialog, "lab", "10.0.0.5", "50001");
+    fillInConnection(dialog, "lab", "10.0.0.5", "50001");
     press(dialog);
     QCOMPARE(reports.size(), 1);
     QCOMPARE(reports[0].fileContent, kLab);
@@ -170,7 +170,7 @@ void TestConnectionDialogs::createReplacesAnExistingFile()
     home.write("lab.con", QByteArray(1000, 'x'));
     createConnectionDialog dialog;
     dialog.show();
-    fillIn(dialog, "lab", "10.0.0.5", "50001");
+    fillInConnection(dialog, "lab", "10.0.0.5", "50001");
     press(dialog);
     QCOMPARE(home.read("lab.con"), kLab);
 }
@@ -192,7 +192,7 @@ void TestConnectionDialogs::aDescriptorWithSpacesKeepsThemInNameAndLine()
     const HomeFiles home;
     createConnectionDialog dialog;
     dialog.show();
-    fillIn(dialog, "my lab", " 10.0.0.5", "port");
+    fillInConnection(dialog, "my lab", " 10.0.0.5", "port");
     press(dialog);
     QCOMPARE(home.names(), QStringList("my lab.con"));
     QCOMPARE(home.read("my lab.con"), QByteArray("Connection descriptor:   my lab\n"
@@ -218,7 +218,7 @@ void TestConnectionDialogs::createReportsWhatCannotBeWritten()
     QVector<Report> reports;
     recordReports(dialog, reports);
     dialog.show();
-    fillIn(dialog, descriptor, "10.0.0.5", "50001");
+    fillInConnection(dialog, descriptor, "10.0.0.5", "50001");
     press(dialog);
     QCOMPARE(home.names(), QStringList());
     QCOMPARE(reports.size(), 1);
@@ -232,7 +232,7 @@ void TestConnectionDialogs::acceptingIsCreatingToo()
     const HomeFiles home;
     createConnectionDialog dialog;
     dialog.show();
-    fillIn(dialog, "lab", "10.0.0.5", "50001");
+    fillInConnection(dialog, "lab", "10.0.0.5", "50001");
     dialog.accept();
     QCOMPARE(home.read("lab.con"), kLab);
 }
@@ -255,7 +255,7 @@ void TestConnectionDialogs::editShowsTheFilesValues()
     const HomeFiles home;
     ConnectionDialog dialog;
     dialog.receiveConnectionFileName(home.write("lab.con", kLab));
-    QCOMPARE(fields(dialog), QString("lab|10.0.0.5|50001"));
+    QCOMPARE(connectionFields(dialog), QString("lab|10.0.0.5|50001"));
 }
 
 void TestConnectionDialogs::editRemovesStrayBlanks()
@@ -263,7 +263,7 @@ void TestConnectionDialogs::editRemovesStrayBlanks()
     const HomeFiles home;
     ConnectionDialog dialog;
     dialog.receiveConnectionFileName(home.write("lab.con", "Connection IP address:   10. 0.0.1\n"));
-    QCOMPARE(fields(dialog), QString("|10.0.0.1|50000"));
+    QCOMPARE(connectionFields(dialog), QString("|10.0.0.1|50000"));
 }
 
 void TestConnectionDialogs::editKeepsItsDefaultsWithoutAFile_data()
@@ -279,7 +279,7 @@ void TestConnectionDialogs::editKeepsItsDefaultsWithoutAFile()
     const HomeFiles home;
     ConnectionDialog dialog;
     dialog.receiveConnectionFileName(home.pathOf(name));
-    QCOMPARE(fields(dialog), QString("|127.0.0.1|50000"));
+    QCOMPARE(connectionFields(dialog), QString("|127.0.0.1|50000"));
 }
 
 void TestConnectionDialogs::confirmRemovesTheOldFileBeforeItWrites()
@@ -293,7 +293,7 @@ void TestConnectionDialogs::confirmRemovesTheOldFileBeforeItWrites()
     recordReports(dialog, reports);
     dialog.receiveConnectionFileName(path);
     dialog.show();
-    fillIn(dialog, "lab", "10.0.0.6", "50002");
+    fillInConnection(dialog, "lab", "10.0.0.6", "50002");
     press(dialog);
     QCOMPARE(home.read("kept"), kLab);
     QCOMPARE(home.read("lab.con"), QByteArray("Connection descriptor:   lab\n"
@@ -314,7 +314,7 @@ void TestConnectionDialogs::confirmRenamesAFileWithSpaces()
     const HomeFiles home;
     ConnectionDialog dialog;
     dialog.receiveConnectionFileName(home.write("my lab.con", "Connection descriptor:   my lab\n"));
-    QCOMPARE(fields(dialog), QString("mylab|127.0.0.1|50000"));
+    QCOMPARE(connectionFields(dialog), QString("mylab|127.0.0.1|50000"));
     dialog.show();
     press(dialog);
     QCOMPARE(home.names(), QStringList("mylab.con"));
@@ -341,7 +341,7 @@ void TestConnectionDialogs::confirmReportsWhatCannotBeWritten()
     recordReports(dialog, reports);
     dialog.receiveConnectionFileName(home.write("lab.con", kLab));
     dialog.show();
-    fillIn(dialog, "no/lab", "10.0.0.6", "50001");
+    fillInConnection(dialog, "no/lab", "10.0.0.6", "50001");
     press(dialog);
     QCOMPARE(home.names(), QStringList());
     QCOMPARE(reports.size(), 1);
@@ -356,7 +356,7 @@ void TestConnectionDialogs::confirmWithoutAFileWritesOne()
     ConnectionDialog dialog;
     dialog.receiveConnectionFileName(home.pathOf("missing.con"));
     dialog.show();
-    fillIn(dialog, "lab", "10.0.0.5", "50001");
+    fillInConnection(dialog, "lab", "10.0.0.5", "50001");
     press(dialog);
     QCOMPARE(home.read("lab.con"), kLab);
 }
@@ -366,7 +366,7 @@ void TestConnectionDialogs::acceptingIsConfirmingToo()
     const HomeFiles home;
     ConnectionDialog dialog;
     dialog.show();
-    fillIn(dialog, "lab", "10.0.0.5", "50001");
+    fillInConnection(dialog, "lab", "10.0.0.5", "50001");
     dialog.accept();
     QCOMPARE(home.read("lab.con"), kLab);
 }

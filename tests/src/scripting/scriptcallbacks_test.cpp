@@ -6,8 +6,6 @@
 
 namespace {
 
-const Counts kCounts{4, 4, 4, 4, 3};
-
 /// Runs @p script and compares what it has told at its end.
 #define COMPARE_TOLD(run, script, expected)                                                                  \
     do {                                                                                                     \
@@ -17,12 +15,6 @@ const Counts kCounts{4, 4, 4, 4, 3};
         QCOMPARE(log.last().error, QString());                                                               \
         QCOMPARE((run).told(), QString(expected));                                                           \
     } while (false)
-
-/// The error that @p call throws.
-QByteArray errorOf(const QByteArray& call)
-{
-    return "try { " + call + "; tell('nothing'); } catch (e) { tell(e); }";
-}
 
 } // namespace
 
@@ -70,7 +62,7 @@ private slots:
 
 void TestScriptCallbacks::aFunctionIsCalledAfterItsDelay()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var begin = new Date();"
                  "sender.after(30.5, function() { var late = new Date() - begin;"
@@ -80,7 +72,7 @@ void TestScriptCallbacks::aFunctionIsCalledAfterItsDelay()
 
 void TestScriptCallbacks::theTextRunsToItsEndFirst()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var seen = 'text'; sender.after(0, function() { seen += ' function'; tell(seen); });"
                  "sender.sleep(20); seen += ' end';",
@@ -89,7 +81,7 @@ void TestScriptCallbacks::theTextRunsToItsEndFirst()
 
 void TestScriptCallbacks::functionsAreCalledInTheOrderOfTheirTimes()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var seen = ''; function see(what) { return function() { seen += what; tell(seen); }; }"
                  "sender.after(40, see('d')); sender.after(1, see('b')); sender.after(20, see('c'));"
@@ -99,7 +91,7 @@ void TestScriptCallbacks::functionsAreCalledInTheOrderOfTheirTimes()
 
 void TestScriptCallbacks::functionsOfOneTimeAreCalledInTheOrderOfTheirHandles()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var seen = []; for (var i = 0; i < 20; ++i) (function(n) {"
                  "  sender.after(0, function() { seen.push(n); tell(seen); }); })(i);",
@@ -108,7 +100,7 @@ void TestScriptCallbacks::functionsOfOneTimeAreCalledInTheOrderOfTheirHandles()
 
 void TestScriptCallbacks::oneFunctionIsCalledAtATime()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var inside = 0, most = 0;"
                  "function visit() { most = Math.max(most, ++inside); sender.sleep(2);"
@@ -119,7 +111,7 @@ void TestScriptCallbacks::oneFunctionIsCalledAtATime()
 
 void TestScriptCallbacks::aFunctionIsCalledAgainAndAgain()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var begin = new Date(); var calls = 0;"
                  "var handle = sender.every(10, function() {"
@@ -130,7 +122,7 @@ void TestScriptCallbacks::aFunctionIsCalledAgainAndAgain()
 
 void TestScriptCallbacks::lateCallsAreLeftOut()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var calls = 0; var handle = sender.every(100, function() { ++calls; });"
                  "sender.after(460, function() { sender.cancel(handle); tell(calls < 3 ? 'few' : calls); });"
@@ -140,7 +132,7 @@ void TestScriptCallbacks::lateCallsAreLeftOut()
 
 void TestScriptCallbacks::aScriptThatWaitsForNothingEnds()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("var handle = sender.every(1e9, function() { });"
             "sender.after(1, function() { sender.cancel(handle); });");
@@ -149,7 +141,7 @@ void TestScriptCallbacks::aScriptThatWaitsForNothingEnds()
 
 void TestScriptCallbacks::aCancelledFunctionIsNotCalled()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var first = sender.after(1, function() { tell('called'); });"
                  "sender.after(5, function() { tell('end'); });"
@@ -160,7 +152,7 @@ void TestScriptCallbacks::aCancelledFunctionIsNotCalled()
 
 void TestScriptCallbacks::cancellingTellsWhetherAnythingWasLeft()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(
         run,
         "var first = sender.after(1, function() { }); var second = sender.every(1e9, function() { });"
@@ -171,7 +163,7 @@ void TestScriptCallbacks::cancellingTellsWhetherAnythingWasLeft()
 
 void TestScriptCallbacks::aFunctionMayCancelItself()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var calls = 0; var handle = sender.every(1, function() {"
                  "  var left = sender.cancel(handle); tell(left + ' ' + ++calls); });",
@@ -210,13 +202,13 @@ void TestScriptCallbacks::aWrongArgumentThrows()
 {
     QFETCH(QByteArray, call);
     QFETCH(QString, error);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run, errorOf(call), error);
 }
 
 void TestScriptCallbacks::anExceptionInAFunctionEndsTheScript()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     const QString path =
         run.home().write("a.js", "sender.after(1, function late() {\n    nobody();\n});\n"
@@ -258,7 +250,7 @@ void TestScriptCallbacks::nothingRunsAfterAnExit_data()
 void TestScriptCallbacks::nothingRunsAfterAnExit()
 {
     QFETCH(QByteArray, script);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.home().write("exit.js", "sender.exit(); reach();");
     run.run("function reach() { receiver.setDigitalInput_Slot(1, 1); }" + script);
@@ -280,7 +272,7 @@ void TestScriptCallbacks::aScriptEndsWithItsStatus_data()
 void TestScriptCallbacks::aScriptEndsWithItsStatus()
 {
     QFETCH(QByteArray, script);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run(script);
     QTRY_COMPARE_WITH_TIMEOUT(log.words(), QStringList({"1 started", "1 ended"}), 30000);
@@ -289,7 +281,7 @@ void TestScriptCallbacks::aScriptEndsWithItsStatus()
 
 void TestScriptCallbacks::anExitEndsThatScriptOnly()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("while (receiver.getDigitalInputValue(1) == 0) sender.sleep(1);");
     run.run("sender.exit(3);");
@@ -301,7 +293,7 @@ void TestScriptCallbacks::anExitEndsThatScriptOnly()
 
 void TestScriptCallbacks::anIncludedFileIsRunAsPartOfTheScript()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.home().write("part.js", "var found = mine; function twice(n) { return 2 * n; } tell('ran');");
     COMPARE_TOLD(run, "var mine = 4; (function() { sender.include('part.js'); })(); tell(twice(found));",
                  "8");
@@ -309,7 +301,7 @@ void TestScriptCallbacks::anIncludedFileIsRunAsPartOfTheScript()
 
 void TestScriptCallbacks::aRelativePathStartsAtTheFolderOfTheScript()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     QVERIFY(QDir(run.home().configuration()).mkdir("parts"));
     run.home().write("parts/outer.js", "sender.include('parts/inner.js');");
     run.home().write("parts/inner.js", "tell('inner');");
@@ -318,7 +310,7 @@ void TestScriptCallbacks::aRelativePathStartsAtTheFolderOfTheScript()
 
 void TestScriptCallbacks::anAbsolutePathIsTakenAsItIs()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const QTemporaryDir elsewhere;
     QFile file(elsewhere.filePath("part.js"));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write("tell('part');") > 0);
@@ -328,7 +320,7 @@ void TestScriptCallbacks::anAbsolutePathIsTakenAsItIs()
 
 void TestScriptCallbacks::anIncludedFileMayBeIncludedAgain()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.home().write("part.js", "++count;");
     COMPARE_TOLD(run, "var count = 0; for (var i = 0; i < 40; ++i) sender.include('part.js'); tell(count);",
                  "40");
@@ -336,7 +328,7 @@ void TestScriptCallbacks::anIncludedFileMayBeIncludedAgain()
 
 void TestScriptCallbacks::whatAnIncludedFileThrowsIsThrown()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.home().write("part.js", "throw 'from the part';");
     COMPARE_TOLD(run, errorOf("sender.include('part.js')"), "from the part");
 }
@@ -355,7 +347,7 @@ void TestScriptCallbacks::anErrorInAnIncludedFileTellsItsPlace_data()
 void TestScriptCallbacks::anErrorInAnIncludedFileTellsItsPlace()
 {
     QFETCH(QByteArray, part);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     const QString partPath = run.home().write("part.js", part);
     const QString path =
@@ -372,14 +364,14 @@ void TestScriptCallbacks::anErrorInAnIncludedFileTellsItsPlace()
 
 void TestScriptCallbacks::aFileThatCannotBeIncludedThrows()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run, errorOf("sender.include('no.js')"),
                  QString("Error: the script file '%1' could not be opened").arg(run.home().pathOf("no.js")));
 }
 
 void TestScriptCallbacks::anIncludedFileThatIsTooLongThrows()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const QString path = run.home().write("part.js", QByteArray(16 * 1024 * 1024 + 1, ' '));
     COMPARE_TOLD(run, errorOf("sender.include('part.js')"),
                  QString("Error: the script file '%1' is longer than 16 MiB").arg(path));
@@ -387,7 +379,7 @@ void TestScriptCallbacks::anIncludedFileThatIsTooLongThrows()
 
 void TestScriptCallbacks::filesThatIncludeEachOtherThrow()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.home().write("part.js", "++depth; sender.include('part.js');");
     COMPARE_TOLD(run,
                  "var depth = 0; try { sender.include('part.js'); } catch (e) { tell(depth + ' ' + e); }",
@@ -397,7 +389,7 @@ void TestScriptCallbacks::filesThatIncludeEachOtherThrow()
 void TestScriptCallbacks::randomNumbersFollowFromTheSeed()
 {
     const auto drawn = [](uint32_t seed) {
-        ScriptedWindow run(kCounts);
+        ScriptedWindow run(kScriptedCounts);
         run.window().scripts().setSeed(seed);
         const EventLog log(run.window());
         run.run("tell([sender.random(), sender.random(), sender.random()]);");
@@ -411,7 +403,7 @@ void TestScriptCallbacks::randomNumbersFollowFromTheSeed()
 
 void TestScriptCallbacks::everyScriptHasRandomNumbersOfItsOwn()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.window().scripts().setSeed(7);
     COMPARE_TOLD(run, "tell(sender.random());", "0.6952540962054399");
     COMPARE_TOLD(run, "tell(sender.random());", "0.4545902357207109");
@@ -419,7 +411,7 @@ void TestScriptCallbacks::everyScriptHasRandomNumbersOfItsOwn()
 
 void TestScriptCallbacks::randomNumbersAreFractions()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var wrong = 0, sum = 0;"
                  "for (var i = 0; i < 10000; ++i) { var x = sender.random(); sum += x;"
@@ -430,7 +422,7 @@ void TestScriptCallbacks::randomNumbersAreFractions()
 
 void TestScriptCallbacks::drawingIsToldAtTheEnd()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("1;");
     QTRY_VERIFY_WITH_TIMEOUT(log.hasEnd(), 30000);

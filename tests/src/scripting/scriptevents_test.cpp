@@ -6,12 +6,6 @@
 #include "scriptedwindow.h"
 #include "scriptworker.h"
 
-namespace {
-
-const Counts kCounts{4, 4, 4, 4, 3};
-
-} // namespace
-
 class TestScriptEvents : public QObject
 {
     Q_OBJECT
@@ -41,7 +35,7 @@ private slots:
 
 void TestScriptEvents::aScriptStartsAndEnds()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("1;");
     QTRY_COMPARE_WITH_TIMEOUT(log.words(), QStringList({"1 started", "1 ended"}), 30000);
@@ -52,7 +46,7 @@ void TestScriptEvents::aScriptStartsAndEnds()
 
 void TestScriptEvents::aScriptHasStartedWhileItRuns()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("while (true) { }");
     QTRY_COMPARE_WITH_TIMEOUT(log.words(), QStringList("1 started"), 30000);
@@ -61,7 +55,7 @@ void TestScriptEvents::aScriptHasStartedWhileItRuns()
 
 void TestScriptEvents::everyScriptHasItsNumber()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     const QString path = run.home().write("a.js", "1;");
     for (uint64_t number = 1; number <= 3; ++number) {
@@ -88,7 +82,7 @@ void TestScriptEvents::whatAScriptAskedForIsDoneAtItsEnd()
 
 void TestScriptEvents::anExceptionTellsItsPlaceAndItsCalls()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     const QString path = run.home().write("a.js", "function outer() {\n    inner(7);\n}\n"
                                                   "function inner(n) {\n    nobody();\n}\nouter();\n");
@@ -121,7 +115,7 @@ void TestScriptEvents::anExceptionOfAnyKindIsToldWithItsLine_data()
 void TestScriptEvents::anExceptionOfAnyKindIsToldWithItsLine()
 {
     QFETCH(QByteArray, script);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     const QString path = run.home().write("a.js", "\n" + script);
     run.window().runScript(path);
@@ -133,7 +127,7 @@ void TestScriptEvents::anExceptionOfAnyKindIsToldWithItsLine()
 
 void TestScriptEvents::aLongErrorIsCut()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("function fail(text, n) { if (n > 0) fail(text, n - 1); else throw text; }"
             "fail(new Array(100000).join('x'), 100);");
@@ -148,7 +142,7 @@ void TestScriptEvents::aLongErrorIsCut()
 
 void TestScriptEvents::aSyntaxErrorIsToldWithoutAStart()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     const QString path = run.home().write("a.js", "var a = 1;\nvar b = ;\n");
     run.window().runScript(path);
@@ -171,7 +165,7 @@ void TestScriptEvents::theSyntaxIsTheEnginesOwn_data()
 void TestScriptEvents::theSyntaxIsTheEnginesOwn()
 {
     QFETCH(QByteArray, script);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.window().runScript(run.home().write("a.js", script));
     QTRY_COMPARE_WITH_TIMEOUT(log.words(), QStringList({"1 started", "1 ended"}), 30000);
@@ -179,7 +173,7 @@ void TestScriptEvents::theSyntaxIsTheEnginesOwn()
 
 void TestScriptEvents::anUnreadableFileFails()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     // It may be opened, but not read.
     const QString path = run.home().write("a.js", "1;");
@@ -194,7 +188,7 @@ void TestScriptEvents::anUnreadableFileFails()
 
 void TestScriptEvents::aFileThatIsTooLongFails()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     const QString path =
         run.home().write("a.js", "1;" + QByteArray(static_cast<int>(scriptWorker::kMaxBytes) - 1, ' '));
@@ -218,7 +212,7 @@ void TestScriptEvents::theEndOfTheProgramStopsAScript_data()
 void TestScriptEvents::theEndOfTheProgramStopsAScript()
 {
     QFETCH(QByteArray, script);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("receiver.setDigitalInput_Slot(1, 1);" + script);
     QTRY_COMPARE_WITH_TIMEOUT(run.device().getDigitalInputValue(1), 1, 30000);
@@ -229,7 +223,7 @@ void TestScriptEvents::theEndOfTheProgramStopsAScript()
 
 void TestScriptEvents::afterAStopOthersMayBeStarted()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("while (true) { }");
     QTRY_COMPARE_WITH_TIMEOUT(log.words(), QStringList("1 started"), 30000);
@@ -242,7 +236,7 @@ void TestScriptEvents::afterAStopOthersMayBeStarted()
 
 void TestScriptEvents::aHandlerMayStopTheScripts()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     bool stopped = false;
     connect(&run.window().scripts(), &cScripts::scriptChanged, this, [&](const sScriptEvent& event) {
@@ -260,7 +254,7 @@ void TestScriptEvents::aHandlerMayStopTheScripts()
 
 void TestScriptEvents::aRefusedThreadHasNoNumberAndNoEvent()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     const QString path = run.home().write("a.js", "1;");
     FailingThreads::refuseNext();
@@ -271,7 +265,7 @@ void TestScriptEvents::aRefusedThreadHasNoNumberAndNoEvent()
 
 void TestScriptEvents::theNumberOfRunningScriptsFollows()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const cScripts& scripts = run.window().scripts();
     QCOMPARE(scripts.running(), size_t{0});
     run.run("while (true) { }");
@@ -286,7 +280,7 @@ void TestScriptEvents::theNumberOfRunningScriptsFollows()
 
 void TestScriptEvents::aScriptFindsItsArguments()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const QString path = run.home().write(
         "a.js", "sender.adhoc(99, 'told', sender.arguments.length + sender.arguments.join())");
     run.window().runScript(path, {"one", "", QString::fromUtf8("zw\xC3\xB6lf")});

@@ -10,16 +10,9 @@
 
 namespace {
 
-const Counts kCounts{4, 4, 4, 4, 3};
-
 /// Each handler tells all that was seen so far.
 const QByteArray kSee("var seen = []; function see(what) { seen.push(what); tell(seen); }"
                       "function change(value, previous) { see(previous + '>' + value); }");
-
-QByteArray errorOf(const QByteArray& call)
-{
-    return "try { " + call + "; tell('nothing'); } catch (e) { tell(e); }";
-}
 
 } // namespace
 
@@ -78,7 +71,7 @@ void TestScriptHandlers::aChangeIsHandedOverWithTheValueBefore_data()
 void TestScriptHandlers::aChangeIsHandedOverWithTheValueBefore()
 {
     QFETCH(QByteArray, script);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee + script);
     QFETCH(QString, seen);
     QTRY_COMPARE_WITH_TIMEOUT(run.told(), seen, 30000);
@@ -86,7 +79,7 @@ void TestScriptHandlers::aChangeIsHandedOverWithTheValueBefore()
 
 void TestScriptHandlers::anAnalogOutputHasItsFraction()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     TestServer server;
     QVERIFY(connectTo(run.device(), server));
     run.run(kSee + "sender.on('aout', 2, change); tell('ready');");
@@ -101,7 +94,7 @@ void TestScriptHandlers::anAnalogOutputHasItsFraction()
 
 void TestScriptHandlers::whatTheOperatorChangesIsHandedOver()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee + "sender.on('din', 2, change); sender.on('ain', 1, change); tell('ready');");
     QTRY_COMPARE_WITH_TIMEOUT(run.told(), QString("ready"), 30000);
     run.device().getInput(1)->combo_select(1);
@@ -111,7 +104,7 @@ void TestScriptHandlers::whatTheOperatorChangesIsHandedOver()
 
 void TestScriptHandlers::whatTheServerSetsIsHandedOver()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     TestServer server;
     QVERIFY(connectTo(run.device(), server));
     run.run(kSee + "sender.on('dout', 1, change); tell('ready');");
@@ -126,7 +119,7 @@ void TestScriptHandlers::whatTheServerSetsIsHandedOver()
 
 void TestScriptHandlers::aValueThatStaysIsNoChange()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee + "sender.on('ain', 1, change); receiver.setAnalogInput_Slot(1, 5);"
                    "receiver.setAnalogInput_Slot(1, 5); receiver.setAnalogInput_Slot(1, 6);");
     QTRY_COMPARE_WITH_TIMEOUT(run.told(), QString("0>5,5>6"), 30000);
@@ -134,7 +127,7 @@ void TestScriptHandlers::aValueThatStaysIsNoChange()
 
 void TestScriptHandlers::changesComeInTheirOrder()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee + "receiver.connectDigitalInput_Slot(1, 2, true);"
                    "['dout', 'din', 'ain'].forEach(function(kind) {"
                    "  [2, 1].forEach(function(port) {"
@@ -147,7 +140,7 @@ void TestScriptHandlers::changesComeInTheirOrder()
 
 void TestScriptHandlers::handlersOfAPortAreCalledInTheirOrder()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee + "for (var i = 1; i <= 4; ++i) (function(n) {"
                    "  sender.on('ain', 1, function(value) { see(n + '=' + value); }); })(i);"
                    "receiver.setAnalogInput_Slot(1, 5); receiver.setAnalogInput_Slot(1, 6);");
@@ -156,7 +149,7 @@ void TestScriptHandlers::handlersOfAPortAreCalledInTheirOrder()
 
 void TestScriptHandlers::aHandlerHearsOfLaterChangesOnly()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee + "receiver.setAnalogInput_Slot(1, 1); sender.on('ain', 1, change);"
                    "receiver.setAnalogInput_Slot(1, 2);"
                    "sender.on('ain', 1, function(value) { see('late ' + value); });"
@@ -166,7 +159,7 @@ void TestScriptHandlers::aHandlerHearsOfLaterChangesOnly()
 
 void TestScriptHandlers::changesAndTimesComeInOneOrder()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee + "sender.on('ain', 1, change); sender.after(0, function() { see('first'); });"
                    "sender.sleep(5); receiver.setAnalogInput_Slot(1, 1); receiver.getAnalogInputValue(1);"
                    "sender.after(10, function() { see('last'); }); sender.sleep(30);");
@@ -175,7 +168,7 @@ void TestScriptHandlers::changesAndTimesComeInOneOrder()
 
 void TestScriptHandlers::handlersAreCalledAfterTheText()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee + "sender.on('ain', 1, change); receiver.setAnalogInput_Slot(1, 1);"
                    "receiver.getAnalogInputValue(1); sender.sleep(10); see('text');");
     QTRY_COMPARE_WITH_TIMEOUT(run.told(), QString("text,0>1"), 30000);
@@ -183,7 +176,7 @@ void TestScriptHandlers::handlersAreCalledAfterTheText()
 
 void TestScriptHandlers::oneHandlerIsCalledAtATime()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee + "var inside = 0, most = 0, calls = 0;"
                    "sender.on('ain', 1, function() { most = Math.max(most, ++inside); sender.sleep(2);"
                    "  receiver.getAnalogInputValue(1); --inside; if (++calls == 10) tell(most); });"
@@ -193,7 +186,7 @@ void TestScriptHandlers::oneHandlerIsCalledAtATime()
 
 void TestScriptHandlers::aHandlerMayChangeWhatItWatches()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee + "sender.on('ain', 1, function(value) {"
                    "  if (value < 50) receiver.setAnalogInput_Slot(1, value + 1); else tell('up'); });"
                    "receiver.setAnalogInput_Slot(1, 1);");
@@ -203,7 +196,7 @@ void TestScriptHandlers::aHandlerMayChangeWhatItWatches()
 
 void TestScriptHandlers::aHandlerMayCancelAnother()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee + "sender.on('ain', 1, function() { see('one ' + sender.cancel(other)); });"
                    "var other = sender.on('ain', 1, function() { see('other'); });"
                    "sender.on('ain', 1, function() { see('third'); });"
@@ -213,7 +206,7 @@ void TestScriptHandlers::aHandlerMayCancelAnother()
 
 void TestScriptHandlers::aScriptLivesAsLongAsItHasAHandler()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("var handle = sender.on('din', 1, function() { sender.cancel(handle); });"
             "sender.adhoc(99, 'told', 'ready');");
@@ -226,7 +219,7 @@ void TestScriptHandlers::aScriptLivesAsLongAsItHasAHandler()
 
 void TestScriptHandlers::anExceptionInAHandlerEndsTheScript()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("sender.on('ain', 1, function(value) { if (value == 2) throw 'two'; tell(value); });"
             "for (var i = 1; i <= 4; ++i) receiver.setAnalogInput_Slot(1, i);");
@@ -237,7 +230,7 @@ void TestScriptHandlers::anExceptionInAHandlerEndsTheScript()
 
 void TestScriptHandlers::anExitInAHandlerEndsTheScript()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("sender.on('ain', 1, function(value) { tell(value); if (value == 2) sender.exit(5); });"
             "for (var i = 1; i <= 4; ++i) receiver.setAnalogInput_Slot(1, i);");
@@ -248,7 +241,7 @@ void TestScriptHandlers::anExitInAHandlerEndsTheScript()
 
 void TestScriptHandlers::theLinkIsWatched()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(kSee +
             "sender.on('link', function(up) { see(up === true ? 'up' : up === false ? 'down' : up); });"
             "tell('ready');");
@@ -292,7 +285,7 @@ void TestScriptHandlers::aWrongArgumentThrows_data()
 void TestScriptHandlers::aWrongArgumentThrows()
 {
     QFETCH(QByteArray, call);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(errorOf(call));
     QTRY_VERIFY_WITH_TIMEOUT(!run.told().isEmpty(), 30000);
     QTEST(run.told(), "error");
@@ -300,41 +293,41 @@ void TestScriptHandlers::aWrongArgumentThrows()
 
 void TestScriptHandlers::withItsDeviceTheHandlersGo()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("sender.on('din', 1, function() { }); sender.on('link', function() { }); tell('ready');");
     QTRY_COMPARE_WITH_TIMEOUT(run.told(), QString("ready"), 30000);
-    run.load(kCounts);
+    run.load(kScriptedCounts);
     QTRY_COMPARE_WITH_TIMEOUT(log.words(), QStringList({"1 started", "1 ended"}), 30000);
 }
 
 void TestScriptHandlers::withoutItsDeviceTimersGoOn()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("sender.on('din', 1, function() { }); tell('ready');"
             "sender.every(1, function() { try { receiver.getSerial(); } catch (e) { sender.exit(4); } });");
     QTRY_COMPARE_WITH_TIMEOUT(run.told(), QString("ready"), 30000);
-    run.load(kCounts);
+    run.load(kScriptedCounts);
     QTRY_COMPARE_WITH_TIMEOUT(log.words(), QStringList({"1 started", "1 ended"}), 30000);
     QCOMPARE(log.last().status, 4);
 }
 
 void TestScriptHandlers::withoutItsDeviceThereIsNothingToWatch()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("tell('ready'); while (true) { try { receiver.getSerial(); } catch (e) { break; } }"
             "sender.on('din', 1, function() { });");
     QTRY_COMPARE_WITH_TIMEOUT(run.told(), QString("ready"), 30000);
-    run.load(kCounts);
+    run.load(kScriptedCounts);
     QTRY_COMPARE_WITH_TIMEOUT(log.words(), QStringList({"1 started", "1 failed"}), 30000);
     QCOMPARE(log.last().error, QString("Error: the device is gone"));
 }
 
 void TestScriptHandlers::whatHasEndedIsToldNothing()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const EventLog log(run.window());
     run.run("sender.on('din', 1, tell); sender.exit();");
     QTRY_COMPARE_WITH_TIMEOUT(log.words(), QStringList({"1 started", "1 ended"}), 30000);
@@ -346,7 +339,7 @@ void TestScriptHandlers::whatHasEndedIsToldNothing()
 
 void TestScriptHandlers::aSlowScriptMissesTheOldestChanges()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     LogLines log;
     run.run("var calls = 0, first; sender.on('ain', 1, function(value, previous) {"
             "  if (++calls == 1) first = previous + '>' + value;"

@@ -12,8 +12,6 @@
 
 namespace {
 
-const Counts kCounts{4, 4, 4, 4, 3};
-
 /// Where a script may be when it has to end. Each first sets digital input 1.
 void whereScriptsAre()
 {
@@ -94,7 +92,7 @@ private:
     ConsoleCapture mConsole;
     HomeFiles mHome;
     std::atomic<int> mSaid{0};
-    std::unique_ptr<cDevice> mDevice = makeDevice(kCounts);
+    std::unique_ptr<cDevice> mDevice = makeDevice(kScriptedCounts);
     cScripts mScripts;
 };
 
@@ -134,7 +132,7 @@ private slots:
 void TestScriptLifetime::destroyingTheWindowEndsAScript()
 {
     QFETCH(QByteArray, script);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(script);
     QTRY_COMPARE_WITH_TIMEOUT(run.device().getDigitalInputValue(1), 1, 30000);
     // This gives up after less than two seconds.
@@ -145,11 +143,11 @@ void TestScriptLifetime::destroyingTheWindowEndsAScript()
 void TestScriptLifetime::reloadingTheDeviceLeavesAScriptAlone()
 {
     QFETCH(QByteArray, script);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run(script);
     QTRY_COMPARE_WITH_TIMEOUT(run.device().getDigitalInputValue(1), 1, 30000);
     run.load({1, 1, 1, 1, 1});
-    run.load(kCounts);
+    run.load(kScriptedCounts);
     run.run("receiver.setDigitalInput_Slot(2, 1)");
     QTRY_COMPARE_WITH_TIMEOUT(run.device().getDigitalInputValue(2), 1, 30000);
     QCOMPARE(run.device().getDigitalInputValue(1), 0);
@@ -244,7 +242,7 @@ void TestScriptLifetime::manyScriptsEndTogether()
 
 void TestScriptLifetime::aTightLoopDoesNotStarveTheWindow()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.window().show();
     for (int number = 1; number <= 4; ++number) {
         const QByteArray port = QByteArray::number(number);
@@ -262,7 +260,7 @@ void TestScriptLifetime::aTightLoopDoesNotStarveTheWindow()
 
 void TestScriptLifetime::closingTheWindowLeavesItsScriptsToItsEnd()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.window().show();
     run.run("for (var i = 0; true; ++i) receiver.setAnalogInput_Slot(1, 1 + i % 100);");
     QTRY_VERIFY_WITH_TIMEOUT(run.device().getAnalogInputValue(1) > 0, 30000);
@@ -274,7 +272,7 @@ void TestScriptLifetime::closingTheWindowLeavesItsScriptsToItsEnd()
 void TestScriptLifetime::aLaterStartDoesNotDisturbAnEarlierScript()
 {
     // Each start is told to the earlier workers too, whose scripts are under way already.
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run("for (var i = 0; receiver.getDigitalInputValue(2) == 0; ++i) { } "
             "receiver.setDigitalInput_Slot(3, 1);");
     run.run("receiver.setDigitalInput_Slot(2, 1); receiver.setDigitalInput_Slot(4, 1);");
@@ -284,7 +282,7 @@ void TestScriptLifetime::aLaterStartDoesNotDisturbAnEarlierScript()
 
 void TestScriptLifetime::startingWhileAScriptLoops()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run("receiver.setDigitalInput_Slot(1, 1); while (true) { }");
     QTRY_COMPARE_WITH_TIMEOUT(run.device().getDigitalInputValue(1), 1, 30000);
     for (int time = 0; time < 10; ++time) {
@@ -385,12 +383,12 @@ void TestScriptLifetime::withoutADeviceEveryCallThrows()
 
 void TestScriptLifetime::anOldScriptNeverReachesTheNewDevice()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.run("receiver.setDigitalInput_Slot(1, 1);"
             "while (true) { try { receiver.setDigitalInput_Slot(2, 1); receiver.setDigitalInput_Slot(2, 0); }"
             "               catch (e) { } }");
     QTRY_COMPARE_WITH_TIMEOUT(run.device().getDigitalInputValue(1), 1, 30000);
-    run.load(kCounts);
+    run.load(kScriptedCounts);
     QSignalSpy changes(run.device().getInput(1), &cDInput::inputChanged);
     // By the time that a new script has done its work, the old one has tried.
     run.run("for (var i = 1; i <= 100; ++i) receiver.setAnalogInput_Slot(1, i);");
@@ -419,7 +417,7 @@ void TestScriptLifetime::stoppingTwiceIsFine()
 
 void TestScriptLifetime::aRefusedThreadIsAnErrorInTheLog()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     LogLines log;
     FailingThreads::refuseNext();
     run.run("receiver.setDigitalInput_Slot(1, 1);");

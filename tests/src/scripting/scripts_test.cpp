@@ -13,8 +13,6 @@
 
 namespace {
 
-const Counts kCounts{4, 4, 4, 4, 3};
-
 /// Runs @p script and compares what it tells.
 #define COMPARE_TOLD(run, script, expected)                                                                  \
     do {                                                                                                     \
@@ -118,7 +116,7 @@ void TestScripts::theWorkersMethodsAreInOrder()
 
 void TestScripts::theReceiverHasTheDevicesNames()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var missing = [];"
                  "['getDiscreteInputCount', 'getDiscreteOutputCount', 'getAnalogInputCount',"
@@ -132,14 +130,14 @@ void TestScripts::theReceiverHasTheDevicesNames()
 
 void TestScripts::theReceiverTellsWhoTheDeviceIs()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run, "tell([receiver.getScannerCount(), receiver.getSerial(), receiver.getLabel()])",
                  QString("3,%1,%2").arg(run.device().getDeviceSerial()).arg(run.device().getDeviceLabel()));
 }
 
 void TestScripts::theReceiverTellsDefaultStatesAndAlarms()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     cDInput* input = run.device().getInput(1);
     input->setDefaultState(cObject::OBJ_IO_STATE_SET);
     run.device().getInput(2)->cObjectDInput::setDefaultState(cObject::OBJ_IO_STATE_UNKNOWN);
@@ -155,7 +153,7 @@ void TestScripts::theReceiverTellsDefaultStatesAndAlarms()
 
 void TestScripts::theReceiverTellsWhatAnalogRecordsHold()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     auto* input = panelview::row<cAInput>(run.device(), panelview::ANALOG_INPUTS, 2);
     input->setGain(1.5F);
     input->setOffset(-0.25F);
@@ -185,7 +183,7 @@ void TestScripts::aMissingPortThrowsWhereTheReceiverReads_data()
 void TestScripts::aMissingPortThrowsWhereTheReceiverReads()
 {
     QFETCH(QByteArray, call);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "try { receiver." + call + "; tell('read'); }" +
                      "catch (e) { tell(e instanceof RangeError ? 'RangeError' : e); }",
@@ -194,7 +192,7 @@ void TestScripts::aMissingPortThrowsWhereTheReceiverReads()
 
 void TestScripts::cancellingReportsAnUnreadableFile()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     ModalAnswers answers;
     answers.cancel();
     answers.pressOk();
@@ -216,7 +214,7 @@ void TestScripts::cancellingReportsAnUnreadableFile()
 
 void TestScripts::aChosenFileIsRun()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     ModalAnswers answers;
     answers.chooseFile(run.home().write("chosen.js", "sender.adhoc(1, 'a', 'chosen')"));
     run.window().findChild<QAction*>("actionSelect_Script_to_Run")->trigger();
@@ -226,7 +224,7 @@ void TestScripts::aChosenFileIsRun()
 
 void TestScripts::aMissingFileStartsNoThread()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     QVERIFY(!run.window().runScript(run.home().pathOf("missing.js")));
     QVERIFY(!run.window().runScript(QString()));
     QVERIFY(!run.window().runScript(run.home().path()));
@@ -238,7 +236,7 @@ void TestScripts::everyScriptHasAThreadThatStays()
     const auto threads = [] {
         return QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
     };
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const int before = threads();
     run.run("tell('first')");
     QTRY_COMPARE_WITH_TIMEOUT(run.told(), QString("first"), 30000);
@@ -250,7 +248,7 @@ void TestScripts::everyScriptHasAThreadThatStays()
 
 void TestScripts::aFileThatVanishedRunsNothing()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     cScripts scripts;
     auto worker = std::make_unique<scriptWorker>(run.device().executor());
     worker->receiveScriptFileName(run.home().pathOf("vanished.js"), &run.device());
@@ -272,7 +270,7 @@ void TestScripts::aFileThatIsTooLongRunsNothing_data()
 void TestScripts::aFileThatIsTooLongRunsNothing()
 {
     QFETCH(qint64, size);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     const QByteArray statement = "sender.setDigitalInput_Signal(1, 1);";
     const QByteArray script = statement + QByteArray(static_cast<int>(size) - statement.size(), '\n');
     scriptWorker worker(run.device().executor());
@@ -313,7 +311,7 @@ void TestScripts::aScriptReadsTheDevice()
 
 void TestScripts::statesThatAreNotKnownAreReadDifferently()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.device().getInput(0)->setInputState(cObject::OBJ_IO_STATE_UNKNOWN);
     run.device().getOutput(0)->setOutputState(cObject::OBJ_IO_STATE_UNKNOWN);
     COMPARE_TOLD(run, "tell(receiver.getDigitalInputValue(1) + ' ' + receiver.getDigitalOutputValue(1))",
@@ -334,7 +332,7 @@ void TestScripts::anErrorIsSilentAndEndsTheScript()
 {
     QFETCH(QByteArray, script);
     QFETCH(int, reached);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     ModalAnswers answers;
     run.run("function reach(place) { receiver.setAnalogInput_Slot(1, place); }" + script);
     QTRY_COMPARE_WITH_TIMEOUT(run.device().getAnalogInputValue(1), reached, 30000);
@@ -347,21 +345,21 @@ void TestScripts::anErrorIsSilentAndEndsTheScript()
 
 void TestScripts::theErrorOfAScriptNamesItsFileAndLine()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run, "\n\ntry { nobody(); } catch (e) { tell(e.fileName + ':' + e.lineNumber); }",
                  run.home().pathOf("script1.js") + ":3");
 }
 
 void TestScripts::aScriptMayHoldAnyLetter()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run, "tell('T\xC3\xBCr'.length)",
                  QString::number(QTextStream("T\xC3\xBCr").readAll().size()));
 }
 
 void TestScripts::settingAnInputIsTraced()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     QTest::ignoreMessage(QtDebugMsg, "Digital slot");
     QTest::ignoreMessage(QtDebugMsg, "Port: 2 Value: 1");
     QTest::ignoreMessage(QtDebugMsg, "Analog slot");
@@ -376,7 +374,7 @@ void TestScripts::settingAnInputIsTraced()
 
 void TestScripts::theNextLineSeesTheEffect()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  kConnectAll + "var wrong = 0;"
                                "for (var i = 0; i < 300; ++i) {"
@@ -391,7 +389,7 @@ void TestScripts::theNextLineSeesTheEffect()
 
 void TestScripts::emissionsArriveInOrder()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     QStringList seen;
     connect(&run.device(), &cDevice::setDigitalInput_Signal, this, [&](int value) {
         QCOMPARE(QThread::currentThread(), thread());
@@ -415,7 +413,7 @@ void TestScripts::emissionsArriveInOrder()
 
 void TestScripts::settingADigitalInputAgainIsNotReported()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     QSignalSpy reports(run.device().getInput(0), &cDInput::inputChanged);
     COMPARE_TOLD(run,
                  kConnectAll + "sender.setDigitalInput_Signal(1, 0); sender.setDigitalInput_Signal(1, 1);"
@@ -426,7 +424,7 @@ void TestScripts::settingADigitalInputAgainIsNotReported()
 
 void TestScripts::settingAnAnalogInputAgainIsReported()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     int reports = 0;
     connect(panelview::row<cAInput>(run.device(), panelview::ANALOG_INPUTS, 1), &cAInput::sampleEvent, this,
             [&] { ++reports; });
@@ -439,7 +437,7 @@ void TestScripts::settingAnAnalogInputAgainIsReported()
 
 void TestScripts::aValueBeyondTheEndOfASliderIsReportedIfItMoves()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     QList<int> reports;
     // The device, which is called first, has taken the sample.
     connect(panelview::row<cAInput>(run.device(), panelview::ANALOG_INPUTS, 1), &cAInput::sampleEvent, this,
@@ -453,7 +451,7 @@ void TestScripts::aValueBeyondTheEndOfASliderIsReportedIfItMoves()
 
 void TestScripts::aWiredOutputFollowsBeforeTheNextLine()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  kConnectAll + "sender.connectDigitalInput_Signal(2, 3, true);"
                                "sender.connectAnalogInput_Signal(2, 2, true);"
@@ -466,7 +464,7 @@ void TestScripts::aWiredOutputFollowsBeforeTheNextLine()
 
 void TestScripts::theDeviceMayBeCalledDirectly()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "receiver.connectDigitalInput_Slot(1, 4, true); receiver.setDigitalInput_Slot(1, 1);"
                  "receiver.connectAnalogInput_Slot(1, 1, true); receiver.setAnalogInput_Slot(1, 8);"
@@ -476,7 +474,7 @@ void TestScripts::theDeviceMayBeCalledDirectly()
 
 void TestScripts::aScriptsOwnHandlerIsCalledToo()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  kConnectAll + "var seen = [];"
                                "sender.setAnalogInput_Signal.connect(function(port, value) {"
@@ -488,7 +486,7 @@ void TestScripts::aScriptsOwnHandlerIsCalledToo()
 
 void TestScripts::endlessEmissionFromAHandlerEnds()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var depth = 0; function again() { ++depth; sender.setAnalogInput_Signal(1, 1); }"
                  "sender.setAnalogInput_Signal.connect(again);"
@@ -498,7 +496,7 @@ void TestScripts::endlessEmissionFromAHandlerEnds()
 
 void TestScripts::callingTheWorkerFromItsScriptIsHarmless()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "sender.processScript();"
                  "try { sender.receiveScriptFileName('other.js', null); } catch (e) { }"
@@ -515,7 +513,7 @@ void TestScripts::theSampleScriptIsCompressedWithZlib()
 
 void TestScripts::theSampleScriptAsItStandsChangesNothing()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     QSignalSpy digital(&run.device(), &cDevice::setDigitalInput_Signal);
     QSignalSpy analog(&run.device(), &cDevice::setAnalogInput_Signal);
     COMPARE_TOLD(run, sampleScript() + "tell(typeof displayPorts + ' ' + typeof connectAndSet)",
@@ -528,7 +526,7 @@ void TestScripts::theSampleScriptAsItStandsChangesNothing()
 
 void TestScripts::theSampleScriptWiresAndSets()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run, sampleScript() + "\nconnectAndSet(); tell('done')", "done");
     cDevice& device = run.device();
     QCOMPARE(wires(*device.getInput(0)), QList<int>({2, 2, 3, 3, 4, 4}));
@@ -547,7 +545,7 @@ void TestScripts::theSampleScriptWiresAndSets()
 
 void TestScripts::theSampleScriptPrintsThePorts()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     run.device().setDigitalInput_Slot(1, 1);
     run.device().setAnalogInput_Slot(1, 42);
     for (const char* line :
@@ -569,14 +567,14 @@ void TestScripts::sleepReturnsAtOnce_data()
 void TestScripts::sleepReturnsAtOnce()
 {
     QFETCH(QByteArray, arguments);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run, "try { sender.sleep(" + arguments + "); tell('awake'); } catch (e) { tell(e); }",
                  "awake");
 }
 
 void TestScripts::sleepTakesItsTime()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "var begin = new Date(); sender.sleep(30.5); var slept = new Date() - begin;"
                  "tell(slept >= 30 ? 'slept' : slept)",
@@ -585,7 +583,7 @@ void TestScripts::sleepTakesItsTime()
 
 void TestScripts::aScanIsWhatTheOperatorDoes()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     auto* row = panelview::row<cAccess>(run.device(), panelview::ACCESS, 2);
     QList<int> pressed;
     connect(row, &cAccess::send_accesss_evnt, this, [&](int number) { pressed.append(number); });
@@ -597,7 +595,7 @@ void TestScripts::aScanIsWhatTheOperatorDoes()
 
 void TestScripts::aScanReportsTheNextScanner()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     TestServer server;
     QVERIFY(connectTo(run.device(), server));
     panelview::row<cAccess>(run.device(), panelview::ACCESS, 3)->setScanCode("");
@@ -619,7 +617,7 @@ void TestScripts::aMissingScannerThrows_data()
 void TestScripts::aMissingScannerThrows()
 {
     QFETCH(QByteArray, number);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "try { sender.scan(" + number + ", 'K'); tell('scanned'); }" +
                      "catch (e) { tell(e instanceof RangeError ? 'RangeError' : e); }",
@@ -628,7 +626,7 @@ void TestScripts::aMissingScannerThrows()
 
 void TestScripts::anAdHocEventIsWhatTheOperatorSends()
 {
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     TestServer server;
     QVERIFY(connectTo(run.device(), server));
     run.run("sender.adhoc(1, 'first', 'one'); sender.adhoc(99, 'last', '');");
@@ -655,7 +653,7 @@ void TestScripts::anIdOutOfRangeThrows_data()
 void TestScripts::anIdOutOfRangeThrows()
 {
     QFETCH(QByteArray, id);
-    ScriptedWindow run(kCounts);
+    ScriptedWindow run(kScriptedCounts);
     COMPARE_TOLD(run,
                  "try { sender.adhoc(" + id + ", 'a', 'sent'); }" +
                      "catch (e) { tell(e instanceof RangeError ? 'RangeError' : e); }",
