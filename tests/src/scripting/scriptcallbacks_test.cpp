@@ -7,7 +7,7 @@
 namespace {
 
 /// Runs @p script and compares what it has told at its end.
-#define COMPARE_TOLD(run, script, expected)                                                                  \
+#define COMPARE_TOLD_AT_END(run, script, expected)                                                           \
     do {                                                                                                     \
         const EventLog log((run).window());                                                                  \
         (run).run(script);                                                                                   \
@@ -63,71 +63,73 @@ private slots:
 void TestScriptCallbacks::aFunctionIsCalledAfterItsDelay()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run,
-                 "var begin = new Date();"
-                 "sender.after(30.5, function() { var late = new Date() - begin;"
-                 "                                tell(late >= 30 ? 'late' : late); });",
-                 "late");
+    COMPARE_TOLD_AT_END(run,
+                        "var begin = new Date();"
+                        "sender.after(30.5, function() { var late = new Date() - begin;"
+                        "                                tell(late >= 30 ? 'late' : late); });",
+                        "late");
 }
 
 void TestScriptCallbacks::theTextRunsToItsEndFirst()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run,
-                 "var seen = 'text'; sender.after(0, function() { seen += ' function'; tell(seen); });"
-                 "sender.sleep(20); seen += ' end';",
-                 "text end function");
+    COMPARE_TOLD_AT_END(run,
+                        "var seen = 'text'; sender.after(0, function() { seen += ' function'; tell(seen); });"
+                        "sender.sleep(20); seen += ' end';",
+                        "text end function");
 }
 
 void TestScriptCallbacks::functionsAreCalledInTheOrderOfTheirTimes()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run,
-                 "var seen = ''; function see(what) { return function() { seen += what; tell(seen); }; }"
-                 "sender.after(40, see('d')); sender.after(1, see('b')); sender.after(20, see('c'));"
-                 "sender.after(0, see('a')); sender.sleep(5);",
-                 "abcd");
+    COMPARE_TOLD_AT_END(
+        run,
+        "var seen = ''; function see(what) { return function() { seen += what; tell(seen); }; }"
+        "sender.after(40, see('d')); sender.after(1, see('b')); sender.after(20, see('c'));"
+        "sender.after(0, see('a')); sender.sleep(5);",
+        "abcd");
 }
 
 void TestScriptCallbacks::functionsOfOneTimeAreCalledInTheOrderOfTheirHandles()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run,
-                 "var seen = []; for (var i = 0; i < 20; ++i) (function(n) {"
-                 "  sender.after(0, function() { seen.push(n); tell(seen); }); })(i);",
-                 "0,1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19");
+    COMPARE_TOLD_AT_END(run,
+                        "var seen = []; for (var i = 0; i < 20; ++i) (function(n) {"
+                        "  sender.after(0, function() { seen.push(n); tell(seen); }); })(i);",
+                        "0,1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17,18,19");
 }
 
 void TestScriptCallbacks::oneFunctionIsCalledAtATime()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run,
-                 "var inside = 0, most = 0;"
-                 "function visit() { most = Math.max(most, ++inside); sender.sleep(2);"
-                 "                   receiver.getDigitalInputValue(1); --inside; tell(most); }"
-                 "for (var i = 0; i < 5; ++i) sender.after(i, visit);",
-                 "1");
+    COMPARE_TOLD_AT_END(run,
+                        "var inside = 0, most = 0;"
+                        "function visit() { most = Math.max(most, ++inside); sender.sleep(2);"
+                        "                   receiver.getDigitalInputValue(1); --inside; tell(most); }"
+                        "for (var i = 0; i < 5; ++i) sender.after(i, visit);",
+                        "1");
 }
 
 void TestScriptCallbacks::aFunctionIsCalledAgainAndAgain()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run,
-                 "var begin = new Date(); var calls = 0;"
-                 "var handle = sender.every(10, function() {"
-                 "  if (++calls == 4) { sender.cancel(handle);"
-                 "                      tell(new Date() - begin >= 40 ? 'in time' : 'early'); } });",
-                 "in time");
+    COMPARE_TOLD_AT_END(run,
+                        "var begin = new Date(); var calls = 0;"
+                        "var handle = sender.every(10, function() {"
+                        "  if (++calls == 4) { sender.cancel(handle);"
+                        "                      tell(new Date() - begin >= 40 ? 'in time' : 'early'); } });",
+                        "in time");
 }
 
 void TestScriptCallbacks::lateCallsAreLeftOut()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run,
-                 "var calls = 0; var handle = sender.every(100, function() { ++calls; });"
-                 "sender.after(460, function() { sender.cancel(handle); tell(calls < 3 ? 'few' : calls); });"
-                 "sender.sleep(450);",
-                 "few");
+    COMPARE_TOLD_AT_END(
+        run,
+        "var calls = 0; var handle = sender.every(100, function() { ++calls; });"
+        "sender.after(460, function() { sender.cancel(handle); tell(calls < 3 ? 'few' : calls); });"
+        "sender.sleep(450);",
+        "few");
 }
 
 void TestScriptCallbacks::aScriptThatWaitsForNothingEnds()
@@ -142,18 +144,18 @@ void TestScriptCallbacks::aScriptThatWaitsForNothingEnds()
 void TestScriptCallbacks::aCancelledFunctionIsNotCalled()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run,
-                 "var first = sender.after(1, function() { tell('called'); });"
-                 "sender.after(5, function() { tell('end'); });"
-                 "var late = sender.after(10, function() { tell('late'); });"
-                 "sender.cancel(first); sender.after(6, function() { sender.cancel(late); });",
-                 "end");
+    COMPARE_TOLD_AT_END(run,
+                        "var first = sender.after(1, function() { tell('called'); });"
+                        "sender.after(5, function() { tell('end'); });"
+                        "var late = sender.after(10, function() { tell('late'); });"
+                        "sender.cancel(first); sender.after(6, function() { sender.cancel(late); });",
+                        "end");
 }
 
 void TestScriptCallbacks::cancellingTellsWhetherAnythingWasLeft()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(
+    COMPARE_TOLD_AT_END(
         run,
         "var first = sender.after(1, function() { }); var second = sender.every(1e9, function() { });"
         "sender.after(5, function() { tell([sender.cancel(first), sender.cancel(second),"
@@ -164,10 +166,10 @@ void TestScriptCallbacks::cancellingTellsWhetherAnythingWasLeft()
 void TestScriptCallbacks::aFunctionMayCancelItself()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run,
-                 "var calls = 0; var handle = sender.every(1, function() {"
-                 "  var left = sender.cancel(handle); tell(left + ' ' + ++calls); });",
-                 "true 1");
+    COMPARE_TOLD_AT_END(run,
+                        "var calls = 0; var handle = sender.every(1, function() {"
+                        "  var left = sender.cancel(handle); tell(left + ' ' + ++calls); });",
+                        "true 1");
 }
 
 void TestScriptCallbacks::aWrongArgumentThrows_data()
@@ -203,7 +205,7 @@ void TestScriptCallbacks::aWrongArgumentThrows()
     QFETCH(QByteArray, call);
     QFETCH(QString, error);
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run, errorOf(call), error);
+    COMPARE_TOLD_AT_END(run, errorOf(call), error);
 }
 
 void TestScriptCallbacks::anExceptionInAFunctionEndsTheScript()
@@ -295,8 +297,8 @@ void TestScriptCallbacks::anIncludedFileIsRunAsPartOfTheScript()
 {
     ScriptedWindow run(kScriptedCounts);
     run.home().write("part.js", "var found = mine; function twice(n) { return 2 * n; } tell('ran');");
-    COMPARE_TOLD(run, "var mine = 4; (function() { sender.include('part.js'); })(); tell(twice(found));",
-                 "8");
+    COMPARE_TOLD_AT_END(
+        run, "var mine = 4; (function() { sender.include('part.js'); })(); tell(twice(found));", "8");
 }
 
 void TestScriptCallbacks::aRelativePathStartsAtTheFolderOfTheScript()
@@ -305,7 +307,7 @@ void TestScriptCallbacks::aRelativePathStartsAtTheFolderOfTheScript()
     QVERIFY(QDir(run.home().configuration()).mkdir("parts"));
     run.home().write("parts/outer.js", "sender.include('parts/inner.js');");
     run.home().write("parts/inner.js", "tell('inner');");
-    COMPARE_TOLD(run, "sender.include('parts/../parts/outer.js');", "inner");
+    COMPARE_TOLD_AT_END(run, "sender.include('parts/../parts/outer.js');", "inner");
 }
 
 void TestScriptCallbacks::anAbsolutePathIsTakenAsItIs()
@@ -315,22 +317,22 @@ void TestScriptCallbacks::anAbsolutePathIsTakenAsItIs()
     QFile file(elsewhere.filePath("part.js"));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write("tell('part');") > 0);
     file.close();
-    COMPARE_TOLD(run, "sender.include('" + file.fileName().toUtf8() + "');", "part");
+    COMPARE_TOLD_AT_END(run, "sender.include('" + file.fileName().toUtf8() + "');", "part");
 }
 
 void TestScriptCallbacks::anIncludedFileMayBeIncludedAgain()
 {
     ScriptedWindow run(kScriptedCounts);
     run.home().write("part.js", "++count;");
-    COMPARE_TOLD(run, "var count = 0; for (var i = 0; i < 40; ++i) sender.include('part.js'); tell(count);",
-                 "40");
+    COMPARE_TOLD_AT_END(
+        run, "var count = 0; for (var i = 0; i < 40; ++i) sender.include('part.js'); tell(count);", "40");
 }
 
 void TestScriptCallbacks::whatAnIncludedFileThrowsIsThrown()
 {
     ScriptedWindow run(kScriptedCounts);
     run.home().write("part.js", "throw 'from the part';");
-    COMPARE_TOLD(run, errorOf("sender.include('part.js')"), "from the part");
+    COMPARE_TOLD_AT_END(run, errorOf("sender.include('part.js')"), "from the part");
 }
 
 void TestScriptCallbacks::anErrorInAnIncludedFileTellsItsPlace_data()
@@ -365,25 +367,26 @@ void TestScriptCallbacks::anErrorInAnIncludedFileTellsItsPlace()
 void TestScriptCallbacks::aFileThatCannotBeIncludedThrows()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run, errorOf("sender.include('no.js')"),
-                 QString("Error: the script file '%1' could not be opened").arg(run.home().pathOf("no.js")));
+    COMPARE_TOLD_AT_END(
+        run, errorOf("sender.include('no.js')"),
+        QString("Error: the script file '%1' could not be opened").arg(run.home().pathOf("no.js")));
 }
 
 void TestScriptCallbacks::anIncludedFileThatIsTooLongThrows()
 {
     ScriptedWindow run(kScriptedCounts);
     const QString path = run.home().write("part.js", QByteArray(16 * 1024 * 1024 + 1, ' '));
-    COMPARE_TOLD(run, errorOf("sender.include('part.js')"),
-                 QString("Error: the script file '%1' is longer than 16 MiB").arg(path));
+    COMPARE_TOLD_AT_END(run, errorOf("sender.include('part.js')"),
+                        QString("Error: the script file '%1' is longer than 16 MiB").arg(path));
 }
 
 void TestScriptCallbacks::filesThatIncludeEachOtherThrow()
 {
     ScriptedWindow run(kScriptedCounts);
     run.home().write("part.js", "++depth; sender.include('part.js');");
-    COMPARE_TOLD(run,
-                 "var depth = 0; try { sender.include('part.js'); } catch (e) { tell(depth + ' ' + e); }",
-                 "8 RangeError: more than 8 files include each other");
+    COMPARE_TOLD_AT_END(
+        run, "var depth = 0; try { sender.include('part.js'); } catch (e) { tell(depth + ' ' + e); }",
+        "8 RangeError: more than 8 files include each other");
 }
 
 void TestScriptCallbacks::randomNumbersFollowFromTheSeed()
@@ -405,19 +408,19 @@ void TestScriptCallbacks::everyScriptHasRandomNumbersOfItsOwn()
 {
     ScriptedWindow run(kScriptedCounts);
     run.window().scripts().setSeed(7);
-    COMPARE_TOLD(run, "tell(sender.random());", "0.6952540962054399");
-    COMPARE_TOLD(run, "tell(sender.random());", "0.4545902357207109");
+    COMPARE_TOLD_AT_END(run, "tell(sender.random());", "0.6952540962054399");
+    COMPARE_TOLD_AT_END(run, "tell(sender.random());", "0.4545902357207109");
 }
 
 void TestScriptCallbacks::randomNumbersAreFractions()
 {
     ScriptedWindow run(kScriptedCounts);
-    COMPARE_TOLD(run,
-                 "var wrong = 0, sum = 0;"
-                 "for (var i = 0; i < 10000; ++i) { var x = sender.random(); sum += x;"
-                 "                                  if (!(x >= 0 && x < 1)) ++wrong; }"
-                 "tell(wrong + ' ' + (sum > 4500 && sum < 5500));",
-                 "0 true");
+    COMPARE_TOLD_AT_END(run,
+                        "var wrong = 0, sum = 0;"
+                        "for (var i = 0; i < 10000; ++i) { var x = sender.random(); sum += x;"
+                        "                                  if (!(x >= 0 && x < 1)) ++wrong; }"
+                        "tell(wrong + ' ' + (sum > 4500 && sum < 5500));",
+                        "0 true");
 }
 
 void TestScriptCallbacks::drawingIsToldAtTheEnd()
