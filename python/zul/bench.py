@@ -10,10 +10,12 @@ from typing import Any
 
 from .controlled import PAUSE, Controlled
 from .errors import ZulError
+from .listening import address_of
 from .ports import AnalogInput, AnalogOutput, DigitalInput, DigitalOutput, Ports
 from .program import START_LIMIT
+from .proxy import Proxy
 from .replies import Object, Reply
-from .server import Server, address_of
+from .server import Server
 from .words import Value, condition, number, options_of, quoted, seconds
 
 _STATES = {"high": "OBJ_IO_STATE_SET", "low": "OBJ_IO_STATE_CLEAR", "unknown": "OBJ_IO_STATE_UNKNOWN"}
@@ -37,15 +39,15 @@ class Bench(Controlled):
         version: int | None = None,
         *,
         device: str | Path | None = None,
-        server: Server | str | None = None,
+        server: Server | Proxy | str | None = None,
         seed: int | None = None,
         capture: str | Path | bool = False,
     ) -> None:
         """Returns when the device is loaded; it connects to `server` from then on.
 
-        `device` is a device file, in which the other arguments replace values. `server` is a Server or "HOST:PORT".
-        `seed` decides the chance in its scripts. `capture` names a file that records the link; True records it in the
-        program's own directory, see keep_capture().
+        `device` is a device file, in which the other arguments replace values. `server` is a Server, a Proxy or
+        "HOST:PORT". `seed` decides the chance in its scripts. `capture` names a file that records the link; True
+        records it in the program's own directory, see keep_capture().
         """
         numbers = {
             "--device": None if device is None else Path(device).absolute(),
@@ -69,11 +71,6 @@ class Bench(Controlled):
         self.dout = Ports(self, DigitalOutput)
         self.ain = Ports(self, AnalogInput)
         self.aout = Ports(self, AnalogOutput)
-
-    @property
-    def seed(self) -> int | None:
-        """The seed that it was started with."""
-        return self._seed
 
     def get(self, kind: str, port: int | str | None = None) -> list[Object]:
         """Its records as they are: `get("din", 2)`, `get("scanner")`, `get("device")`."""
@@ -190,7 +187,7 @@ class Bench(Controlled):
         """Waits until the device is not connected."""
         self._ask("wait", "link", "down", f"timeout={seconds(timeout)}", limit=timeout)
 
-    def connect(self, server: Server | str | None = None, timeout: float = 10) -> None:
+    def connect(self, server: Server | Proxy | str | None = None, timeout: float = 10) -> None:
         """Connects, to another server if one is given, and waits for it as wait_connected() does."""
         limit = f"timeout={seconds(timeout)}"
         end = time.monotonic() + timeout
@@ -200,9 +197,10 @@ class Bench(Controlled):
         self._wait_for_server(max(PAUSE, end - time.monotonic()))
 
     def _wait_for_server(self, timeout: float) -> None:
-        if isinstance(self._server, Server):
+        server = self._server.server if isinstance(self._server, Proxy) else self._server
+        if isinstance(server, Server):
             serial = self.get("device")[0]["deviceSerial"]
-            self._server.wait_device(device=serial, timeout=timeout)
+            server.wait_device(device=serial, timeout=timeout)
 
     def disconnect(self) -> None:
         """Closes the connection; the device does not try again. What happens from now on waits in it."""

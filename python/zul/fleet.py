@@ -11,7 +11,9 @@ from typing import Any
 
 from .controlled import Controlled
 from .errors import ExpectationFailed, ZulError, ZulTimeout
-from .server import Server, address_of
+from .listening import address_of
+from .proxy import Proxy
+from .server import Server
 from .words import options_of, seconds
 
 _TOO_FEW = 4
@@ -25,9 +27,10 @@ class Fleet(Controlled):
     """A fleet of devices: a `zulfleet`."""
 
     _name = "zulfleet"
+
     def __init__(
         self,
-        server: Server | str,
+        server: Server | Proxy | str,
         count: int,
         *,
         device: str | Path | None = None,
@@ -55,8 +58,8 @@ class Fleet(Controlled):
     ) -> None:
         """Returns when the devices begin to connect. The keywords are the program's options.
 
-        `server` is a Server or "HOST:PORT". `mix` may be a dictionary, `bind` and `outage` may be lists. Without
-        `report` the report is in the attribute of this name alone.
+        `server` is a Server, a Proxy or "HOST:PORT". `mix` may be a dictionary, `bind` and `outage` may be lists.
+        Without `report` the report is in the attribute of this name alone.
         """
         kept = None if report is None else Path(report).absolute()
         options = options_of(
@@ -101,11 +104,6 @@ class Fleet(Controlled):
         ours, theirs = socket.socketpair()
         theirs.close()
         return ours
-
-    @property
-    def seed(self) -> int | None:
-        """The seed that it was started with."""
-        return self._seed
 
     @property
     def progress(self) -> dict[str, Any]:

@@ -4,19 +4,21 @@
 from __future__ import annotations
 
 import hashlib
+import itertools
 import os
 import re
 import shutil
 from collections import Counter
-from collections.abc import Generator, Iterator, Sequence
+from collections.abc import Callable, Generator, Iterator, Sequence
 from dataclasses import dataclass, field
-from typing import Any, Protocol
+from typing import Any, Protocol, TypeVar
 
 import pytest
 
 from .bench import Bench
 from .fleet import Fleet
 from .program import Program
+from .proxy import Proxy
 from .server import Server
 
 
@@ -42,6 +44,13 @@ class FleetFactory(Protocol):
     """The fixture `zul_fleet`: takes the arguments of Fleet, and closes the fleets after the test."""
 
     def __call__(self, *arguments: Any, **keywords: Any) -> Fleet:
+        ...
+
+
+class ProxyFactory(Protocol):
+    """The fixture `zul_proxy`: takes the arguments of Proxy, and closes the proxies after the test."""
+
+    def __call__(self, *arguments: Any, **keywords: Any) -> Proxy:
         ...
 
 
@@ -95,22 +104,18 @@ def zul_server(request: pytest.FixtureRequest) -> Iterator[Server]:
 @pytest.fixture
 def zul_bench(request: pytest.FixtureRequest, tmp_path_factory: pytest.TempPathFactory) -> Iterator[BenchFactory]:
     """Makes devices: `zul_bench(din=4, server=zul_server)`."""
-    benches: list[Bench] = []
-    used = _used(request.node)
     captures = tmp_path_factory.getbasetemp() / f"zul-{_short_name(request.node.nodeid)}"
+    numbers = itertools.count(1)
 
-    def make(*arguments: Any, **keywords: Any) -> Bench:
-        keywords.setdefault("seed", _seed(request.config, request.node.nodeid, len(benches)))
+    def recorded(*arguments: Any, **keywords: Any) -> Bench:
         keywords.setdefault("capture", True)
         bench = Bench(*arguments, **keywords)
         if keywords["capture"] is True:
-            bench.keep_capture(captures / f"zulbench-{len(benches) + 1}.pcapng")
-        benches.append(bench)
-        used.programs.append(bench)
+            bench.keep_capture(captures / f"zulbench-{next(numbers)}.pcapng")
         return bench
 
-    yield make
-    _close(benches)
+    yield from _makes(request, recorded)
+    used = _used(request.node)
     if not used.failed and not request.config.getoption("--zul-capture"):
         shutil.rmtree(captures, ignore_errors=True)
 
@@ -118,17 +123,31 @@ def zul_bench(request: pytest.FixtureRequest, tmp_path_factory: pytest.TempPathF
 @pytest.fixture
 def zul_fleet(request: pytest.FixtureRequest) -> Iterator[FleetFactory]:
     """Makes fleets: `zul_fleet(zul_server, 1000, din=4)`."""
-    fleets: list[Fleet] = []
+    yield from _makes(request, Fleet)
 
-    def make(*arguments: Any, **keywords: Any) -> Fleet:
-        keywords.setdefault("seed", _seed(request.config, request.node.nodeid, len(fleets)))
-        fleet = Fleet(*arguments, **keywords)
-        fleets.append(fleet)
-        _used(request.node).programs.append(fleet)
-        return fleet
+
+@pytest.fixture
+def zul_proxy(request: pytest.FixtureRequest) -> Iterator[ProxyFactory]:
+    """Makes proxies: `zul_proxy(zul_server, ["late ms=500 msg=answer"])`."""
+    yield from _makes(request, Proxy)
+
+
+_Made = TypeVar("_Made", bound=Program)
+
+
+def _makes(request: pytest.FixtureRequest, kind: Callable[..., _Made]) -> Iterator[Callable[..., _Made]]:
+    """A function that makes programs of this kind, each with a seed of its own, and closes them after the test."""
+    made: list[_Made] = []
+
+    def make(*arguments: Any, **keywords: Any) -> _Made:
+        keywords.setdefault("seed", _seed(request.config, request.node.nodeid, len(made)))
+        program = kind(*arguments, **keywords)
+        made.append(program)
+        _used(request.node).programs.append(program)
+        return program
 
     yield make
-    _close(fleets)
+    _close(made)
 
 
 def _short_name(test: str) -> str:
@@ -172,7 +191,7 @@ def _sections(programs: list[Program]) -> list[tuple[str, str]]:
 
 def _describe(program: Program) -> str:
     lines = [f"by hand: {program.command_line}"]
-    if isinstance(program, (Bench, Fleet)):
+    if program.seed is not None:
         lines.append(f"seed: {program.seed}")
     if program.kept_capture is not None:
         lines.append(f"capture: {program.kept_capture}")

@@ -37,6 +37,7 @@ class Program:
 
     _name = ""
     _good_ends = frozenset({0})
+    _seed: int | None = None
 
     def __init__(self, arguments: list[str], by_hand: list[str], capture: str | Path | bool) -> None:
         """`by_hand` are the arguments with which a person would start the same again."""
@@ -168,6 +169,11 @@ class Program:
     def command_line(self) -> str:
         """What starts the same by hand, in a shell."""
         return shlex.join(self._by_hand)
+
+    @property
+    def seed(self) -> int | None:
+        """The seed that it was started with; None if there is none."""
+        return self._seed
 
     @property
     def pid(self) -> int:

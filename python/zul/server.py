@@ -2,18 +2,16 @@
 
 from __future__ import annotations
 
-import socket
 from collections.abc import Sequence
 from pathlib import Path
 
 from .errors import ZulError
-from .process import Process
-from .program import START_LIMIT, Program
+from .listening import Listening
 from .replies import Object, Reply
 from .words import Value, condition, number, options_of, quoted, seconds
 
 
-class Server(Program):
+class Server(Listening):
     """A `zulserver`, on a free port unless one is given."""
 
     _name = "zulserver"
@@ -37,41 +35,7 @@ class Server(Program):
         options = ["--listen", listen] if listen != "127.0.0.1" else []
         options += options_of({"--quiet": quiet})
         super().__init__(["--port", str(port), *options], [], capture)
-        try:
-            event = self._stream.wait_event(lambda line: bool(line["event"] == "listening"), START_LIMIT)
-            if event is None:
-                raise ZulError(self._describe_end())
-        except BaseException:
-            self._end()
-            raise
-        self._host: str = event["address"]
-        self._port: int = event["port"]
-        self._by_hand += ["--port", str(self._port), *options]
-
-    def _launch(self, arguments: list[str], output: int) -> Process:
-        self._console, theirs = socket.socketpair()
-        with theirs:
-            streams = [theirs.fileno(), theirs.fileno(), output]
-            return Process(arguments, self._environment(), self._directory, streams)
-
-    def _open_lines(self, output: int) -> socket.socket:
-        return self._console
-
-    @property
-    def host(self) -> str:
-        """The address that it listens at."""
-        return self._host
-
-    @property
-    def port(self) -> int:
-        """The port that it listens at."""
-        return self._port
-
-    @property
-    def address(self) -> str:
-        """HOST:PORT, as `zulbench --server` takes it."""
-        host = f"[{self._host}]" if ":" in self._host else self._host
-        return f"{host}:{self._port}"
+        self._by_hand += ["--port", str(self.port), *options]
 
     def get(
         self,
@@ -242,8 +206,3 @@ def _of(device: int | str | None, peer: str | None) -> list[str]:
 
 def _typed(type: str | None) -> list[str]:
     return [] if type is None else [quoted(type)]
-
-
-def address_of(server: Server | str) -> str:
-    """HOST:PORT of a server that a device connects to."""
-    return server.address if isinstance(server, Server) else server
