@@ -222,7 +222,7 @@ std::string parseRules(const std::string& content, const std::string& name, std:
         }
         Rule rule;
         if (const std::string mistake = parseRule(line, &rule); !mistake.empty()) {
-            return name + ":" + std::to_string(number) + ": " + mistake;
+            return (name + ":").append(std::to_string(number)).append(": ").append(mistake);
         }
         rules->push_back(std::move(rule));
     }
