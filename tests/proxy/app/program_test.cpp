@@ -10,10 +10,12 @@
 #include <sys/un.h>
 #include <vector>
 
+#include "capturereader.h"
 #include "hexbytes.h"
 #include "linkpeer.h"
 #include "pipedprogram.h"
 #include "rawdevice.h"
+#include "tshark.h"
 #include "zulobj/device.h"
 
 namespace {
@@ -519,6 +521,60 @@ TEST_F(ProxyProgramTest, aCommandThatCannotBeStartedIs127Or126)
     EXPECT_EQ(run({"--server", "127.0.0.1:1", "--", mFolder}), 126);
     mProgram->errors().next("listening");
     EXPECT_EQ(nextError(), "zulproxy: The command \"" + mFolder + "\" cannot be run.");
+}
+
+TEST_F(ProxyProgramTest, aCaptureHasBothSidesOfEachConnection)
+{
+    start({"--capture", path("capture")});
+    auto [device, server] = connect();
+    ASSERT_TRUE(device.send(inputEvent(1)));
+    ASSERT_EQ(server.receivePiece(), framesOf(inputEvent(1)));
+    device.close();
+    server.close();
+    mProgram->lines().next("disconnected");
+    EXPECT_EQ(stop(), 0);
+    bool isWhole = false;
+    std::vector<std::string> seen;
+    for (const RecordedPacket& packet : packetsIn(fileBytes(path("capture")), &isWhole)) {
+        const std::string flags = (packet.tcpFlags() & 0x02) != 0   ? "SYN"
+                                  : (packet.tcpFlags() & 0x01) != 0 ? "FIN"
+                                  : packet.payload().empty()        ? "ACK"
+                                                                    : "bytes";
+        seen.push_back(std::to_string(packet.interface) + (packet.direction == 1 ? " in " : " out ") + flags +
+                       (packet.comments.empty() ? "" : ": " + packet.comments[0]));
+        EXPECT_TRUE(packet.payload().empty() || packet.payload() == framesOf(inputEvent(1)));
+    }
+    EXPECT_TRUE(isWhole);
+    EXPECT_EQ(seen,
+              (std::vector<std::string>{"0 in SYN: connection 1", "0 out SYN", "0 in ACK",
+                                        "1 out SYN: connection 1", "1 in SYN", "1 out ACK", "0 in bytes",
+                                        "1 out bytes", "0 in FIN", "1 out FIN", "1 in FIN", "0 out FIN"}));
+}
+
+TEST_F(ProxyProgramTest, aFaultIsACommentOnThePacketThatBroughtTheMessage)
+{
+    start({"--capture", path("capture"), "--rule", "duplicate port=3", "--rule", "late ms=3 port=3"});
+    auto [device, server] = connect();
+    WMsg received;
+    ASSERT_TRUE(device.send(deviceRecord(1001)) && server.receive(&received));
+    ASSERT_TRUE(device.send(inputEvent(3)) && server.receive(&received) && server.receive(&received));
+    ask("reset");
+    EXPECT_EQ(stop(), 0);
+
+    const Tshark tshark(ZUL_DISSECTOR);
+    std::string complaints;
+    const auto rows =
+        tshark.rows(path("capture"), "frame.comment",
+                    {"frame.interface_name", "tcp.flags.str", "tcp.len", "frame.comment"}, {}, &complaints);
+    EXPECT_EQ(complaints, "");
+    const std::string size = std::to_string(framesOf(inputEvent(3)).size());
+    using Row = std::vector<std::string>;
+    EXPECT_EQ(rows, (std::vector<Row>{{"devices", "··········S·", "0", "connection 1"},
+                                      {"server", "··········S·", "0", "connection 1"},
+                                      {"devices", "·······AP···", size,
+                                       "rule 1: duplicate, twice|rule 2: late, 3 ms later"},
+                                      {"devices", "·······A·R··", "0", "command: reset, reset"},
+                                      {"server", "·······A·R··", "0", "command: reset, reset"}}));
 }
 
 TEST_F(ProxyProgramTest, manyConnectionsPassAtTheSameTime)
