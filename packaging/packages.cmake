@@ -37,7 +37,11 @@ zulserver is a small monitoring server for the other end of the line: it
 prints what the devices say and takes commands.
 .
 zulfleet plays thousands of such devices at once, and measures how the
-server takes it.")
+server takes it.
+.
+zulproxy stands between the two and misbehaves as its rules say: it delays,
+loses, damages and invents messages, and does the same again with the same
+seed.")
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-zul)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)

@@ -1,7 +1,8 @@
 #!/bin/bash
-# --help, the manual pages and the completion name the same options, and the server's commands likewise.
+# --help, the manual pages and the completion name the same options, and the commands of the server and
+# the proxy likewise.
 # The completion offers files by what they are.
-# usage: options_test.sh ZULBENCH ZULSERVER ZULFLEET MANUALS
+# usage: options_test.sh ZULBENCH ZULSERVER ZULFLEET ZULPROXY MANUALS
 set -euo pipefail
 
 # shellcheck source=tests/support/checks.sh
@@ -10,7 +11,8 @@ source "$(dirname "$(realpath "${BASH_SOURCE[0]}")")/../support/checks.sh"
 zulbench=$1
 zulserver=$2
 zulfleet=$3
-manuals=$4
+zulproxy=$4
+manuals=$5
 completions=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../../packaging/program/completions")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -56,7 +58,7 @@ same() { # WHAT EXPECTED ACTUAL
 
 options_agree() {
     local name program
-    for program in "$zulbench" "$zulserver" "$zulfleet"; do
+    for program in "$zulbench" "$zulserver" "$zulfleet" "$zulproxy"; do
         name=$(basename "$program")
         same "$name(1)" "$(options_of_help "$program")" "$(options_of_page "$name")"
         same "completion of $name" "$(options_of_help "$program")" "$(completed "$name" - | words)"
@@ -64,14 +66,40 @@ options_agree() {
     done
 }
 
+commands_of_page() {
+    section "$1" COMMANDS | sed -n 's/^       \([a-z].*\)/\1/p' | commands_in
+}
+
+# The first words of commands, each of which may stand in a line with others behind commas.
+commands_in() {
+    sed -E 's/^([a-z]+), ([a-z]+), /\1\n\2\n/' | sed -n 's/^\([a-z]*\).*/\1/p' | sort -u
+}
+
 commands_agree() {
     local commands
     # Its sentences end in a full stop.
     commands=$("$zulserver" --port 0 --command help 2>&1 >/dev/null | sed -n '/\.$/d; s/^\([a-z]*\).*/\1/p' | sort -u)
-    same "commands of zulserver(1)" "$commands" \
-        "$(section zulserver COMMANDS | sed -n 's/^       \([a-z][a-z]*\).*/\1/p' | sort -u)"
+    same "commands of zulserver(1)" "$commands" "$(commands_of_page zulserver)"
     same "completed commands" "$commands" "$(completed zulserver --command "" | words)"
     same "a command in quotes" wait "$(completed zulserver --command '"w')"
+}
+
+proxy_commands_agree() {
+    local commands
+    # Those that begin without a capital are commands; the other lines are sentences.
+    commands=$("$zulproxy" --listen 127.0.0.1:0 --server 127.0.0.1:1 2>&1 >/dev/null <<<$'help\nquit' |
+        sed '/\.$/d' | commands_in)
+    same "commands of zulproxy(1)" "$commands" "$(commands_of_page zulproxy)"
+}
+
+# Every kind that is offered is one; what else the rule needs is said then.
+rules_are_offered() {
+    local kind kinds
+    kinds=$(completed zulproxy --rule "" | words)
+    [[ $kinds == *wrong-checksum* ]] || fail "kinds of rules: $kinds"
+    for kind in $kinds; do
+        [[ $("$zulproxy" --dry-run --against /dev/null --rule "$kind" 2>&1) != *"There is no"* ]] || fail "kind $kind"
+    done
 }
 
 files_are_offered_by_their_kind() {
@@ -86,10 +114,14 @@ files_are_offered_by_their_kind() {
     same "files of commands" "one.txt" "$(completed zulserver --commands one.t | words)"
     touch "$work/one.json"
     same "reports" $'folder\none.json' "$(completed zulfleet --merge "" | words)"
+    touch "$work/one.pcapng"
+    same "recordings" $'folder\none.pcapng' "$(completed zulproxy --against "" | words)"
     [[ -z $(completed zulserver --port 5 | words) ]] || fail "something is offered for a port"
 }
 
 options_agree
 commands_agree
+proxy_commands_agree
+rules_are_offered
 files_are_offered_by_their_kind
 exit "$failed"
