@@ -69,6 +69,7 @@ void readExpectedFault(CommandWords* words, Command* command)
     wanted.deviceSerial = readSerial(words);
     wanted.direction = readDirection(words);
     wanted.rule = words->number("rule");
+    wanted.connection = words->number("connection", 1);
     wanted.object = readObjectField(words);
     if (const std::optional<uint32_t> number = words->number("msgSeq", 0, 255)) {
         wanted.msgSeq = static_cast<uint8_t>(*number);
@@ -91,7 +92,8 @@ constexpr Verb<Command> kVerbs[] = {
     {"silence", Command::Kind::CONNECTION_FAULT, readConnectionFault<eFault::SILENCE>,
      "silence [device=SERIAL|*]\n"},
     {"expect", Command::Kind::EXPECT_FAULT, readExpectedFault,
-     "expect fault KIND [device=SERIAL] [dir=to-server|to-device] [rule=N] [object=OBJECT-TYPE] [msgSeq=N]\n",
+     "expect fault KIND [device=SERIAL] [dir=to-server|to-device] [rule=N] [object=OBJECT-TYPE] [msgSeq=N] "
+     "[connection=N]\n",
      false, "within", 10.0},
     {"forget", Command::Kind::FORGET, readNothing, "forget\n"},
     {"sleep", Command::Kind::SLEEP, readPause, "sleep S\n"},

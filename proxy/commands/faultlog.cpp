@@ -43,8 +43,9 @@ std::optional<Fault> FaultLog::take(const Filter& filter, uint64_t* since)
 bool FaultLog::matches(const Filter& filter, const Fault& fault)
 {
     return filter.kind == fault.kind && allows(filter.rule, fault.rule) &&
-           allows(filter.deviceSerial, fault.deviceSerial) && allows(filter.direction, fault.direction) &&
-           allows(filter.msgSeq, fault.msgSeq) && allows(filter.object, fault.object);
+           allows(filter.connection, fault.connection) && allows(filter.deviceSerial, fault.deviceSerial) &&
+           allows(filter.direction, fault.direction) && allows(filter.msgSeq, fault.msgSeq) &&
+           allows(filter.object, fault.object);
 }
 
 } // namespace proxy

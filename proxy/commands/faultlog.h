@@ -19,6 +19,7 @@ public:
     {
         eFault kind = eFault::LOSE;
         std::optional<uint32_t> rule = {};
+        std::optional<uint32_t> connection = {};
         std::optional<uint32_t> deviceSerial = {};
         std::optional<eDirection> direction = {};
         std::optional<uint8_t> msgSeq = {};

@@ -84,12 +84,13 @@ TEST(ProxyCommandTest, aDeviceOrAllAreMeant)
 
 TEST(ProxyCommandTest, aFaultIsExpectedByItsParts)
 {
-    const Command command = parsed(
-        "expect fault late device=1001 dir=to-device rule=2 object=OBJ_PORT_DIN msgSeq=255 within=2.5");
+    const Command command = parsed("expect fault late device=1001 dir=to-device rule=2 object=OBJ_PORT_DIN "
+                                   "msgSeq=255 connection=3 within=2.5");
     EXPECT_EQ(command.wanted.kind, eFault::LATE);
     EXPECT_EQ(command.wanted.deviceSerial, 1001U);
     EXPECT_EQ(command.wanted.direction, eDirection::TO_DEVICE);
     EXPECT_EQ(command.wanted.rule, 2U);
+    EXPECT_EQ(command.wanted.connection, 3U);
     EXPECT_EQ(command.wanted.object, static_cast<uint32_t>(OBJ_PORT_DIN));
     EXPECT_EQ(command.wanted.msgSeq, 255);
     EXPECT_EQ(command.seconds, 2.5);

@@ -61,12 +61,14 @@ TEST(FaultLogTest, everyPartOfTheFilterHasToMatch)
 {
     EXPECT_TRUE(takes({.kind = eFault::LATE,
                        .rule = 3,
+                       .connection = 1,
                        .deviceSerial = 1001,
                        .direction = eDirection::TO_DEVICE,
                        .msgSeq = 7,
                        .object = 2}));
     EXPECT_FALSE(takes({.kind = eFault::LOSE}));
     EXPECT_FALSE(takes({.kind = eFault::LATE, .rule = 4}));
+    EXPECT_FALSE(takes({.kind = eFault::LATE, .connection = 2}));
     EXPECT_FALSE(takes({.kind = eFault::LATE, .deviceSerial = 1002}));
     EXPECT_FALSE(takes({.kind = eFault::LATE, .direction = eDirection::TO_SERVER}));
     EXPECT_FALSE(takes({.kind = eFault::LATE, .msgSeq = 8}));
