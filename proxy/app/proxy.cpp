@@ -6,6 +6,8 @@
 #include <sstream>
 #include <utility>
 
+#include "proxy/faults/faultline.h"
+
 using boost::asio::ip::tcp;
 using zulcommand::JsonPtr;
 using zulcommand::textOf;
@@ -136,9 +138,7 @@ JsonPtr Proxy::connections() const
 
 void Proxy::foreignBytes(ProxiedConnection& connection, eDirection direction)
 {
-    onProblem("connection " + std::to_string(connection.number()) + ": what the " +
-              (direction == eDirection::TO_SERVER ? "device" : "server") +
-              " sends is not the protocol and passes untouched.");
+    onProblem(foreignSentence(connection.number(), direction));
 }
 
 void Proxy::reached(ProxiedConnection& connection)

@@ -33,4 +33,11 @@ zulcommand::JsonPtr faultLine(const Fault& fault)
     return line;
 }
 
+std::string foreignSentence(uint64_t connection, eDirection direction)
+{
+    return "connection " + std::to_string(connection) + ": what the " +
+           (direction == eDirection::TO_SERVER ? "device" : "server") +
+           " sends is not the protocol and passes untouched.";
+}
+
 } // namespace proxy

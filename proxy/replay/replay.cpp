@@ -5,6 +5,8 @@
 #include <iterator>
 #include <string_view>
 
+#include "proxy/faults/faultline.h"
+
 namespace proxy {
 
 namespace {
@@ -188,10 +190,12 @@ void Replay::ended(const sStream& stream, cTcpStreams::eSide from, int64_t /*tim
     });
 }
 
-/// A proxy closes both sides.
-void Replay::wasReset(const sStream& stream, cTcpStreams::eSide from, int64_t /*timeNs*/)
+/// A proxy that resets one side has no other any more, whoever began.
+void Replay::wasReset(const sStream& stream, cTcpStreams::eSide /*from*/, int64_t /*timeNs*/)
 {
-    changeFrom(stream, from, [](RecordedConnection& connection, eDirection) { connection.abandon(); });
+    if (const auto part = mParts.find(stream.number); part != mParts.end()) {
+        change(part->second.pair, [](RecordedConnection& connection) { connection.abandon(); });
+    }
 }
 
 void Replay::closed(const sStream& stream, int64_t /*timeNs*/)
@@ -209,9 +213,7 @@ void Replay::closed(const sStream& stream, int64_t /*timeNs*/)
 
 void Replay::foreignBytes(uint64_t connection, eDirection direction)
 {
-    onProblem("connection " + std::to_string(connection) + ": what the " +
-              (direction == eDirection::TO_SERVER ? "device" : "server") +
-              " sends is not the protocol and passes untouched.");
+    onProblem(foreignSentence(connection, direction));
 }
 
 void Replay::finish()

@@ -83,6 +83,11 @@ public:
         add(line->interface, line->client, line->server, {sTcpFields::kReset, line->fromClient, 0}, {});
     }
 
+    void resetByServer(Line* line)
+    {
+        add(line->interface, line->server, line->client, {sTcpFields::kReset, line->fromServer, 0}, {});
+    }
+
     void fromClient(Line* line, const Bytes& bytes)
     {
         send(line->interface, line->client, line->server, &line->fromClient, line->fromServer, bytes);
@@ -262,6 +267,18 @@ TEST_F(ReplayTest, ConnectionsOfAProxyArePairedByTheirComments)
     recording.fromServer(&secondServer, answer(4));
     play(recording, {"lose msg=answer device=8"});
     EXPECT_EQ(mFaults, (Lines{"2 lose 4, 0"}));
+}
+
+TEST_F(ReplayTest, AProxyThatResetsOneSideHasNoOther)
+{
+    Recording recording("zulproxy 1", {"devices", "server"});
+    auto device = recording.open(kProxyPort, 0, {"connection 1"});
+    auto server = recording.open(kServerPort, 1, {"connection 1"});
+    recording.resetByServer(&device);
+    recording.wait(5000);
+    recording.fromServer(&server, answer(1));
+    play(recording, {"cut after=2", "lose"});
+    EXPECT_TRUE(mFaults.empty());
 }
 
 TEST_F(ReplayTest, WhatFollowsACutDidNotHappen)
