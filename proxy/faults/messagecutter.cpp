@@ -147,9 +147,10 @@ void MessageCutter::takePing(std::span<const uint8_t> bytes, CutMessage* message
         return;
     }
     keep(bytes);
-    message->owned.assign(mKept.end() - static_cast<std::ptrdiff_t>(size), mKept.end());
+    const auto ping = mKept.end() - static_cast<std::ptrdiff_t>(size);
+    message->owned.assign(ping, mKept.end());
     message->bytes = message->owned;
-    mKept.resize(mKept.size() - size);
+    mKept.erase(ping, mKept.end());
 }
 
 void MessageCutter::takeMessage(std::span<const uint8_t> bytes, CutMessage* message)
