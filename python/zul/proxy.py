@@ -83,13 +83,21 @@ class Proxy(Listening):
         rule: int | None = None,
         object: str | None = None,
         msg_seq: int | None = None,
+        connection: int | None = None,
     ) -> dict[str, Any]:
         """Looks for a fault that no call took yet; takes it and returns its line.
 
         `direction` is `to-server` or `to-device`. Raises ExpectationFailed if none came in time.
         """
         __tracebackhide__ = True
-        wanted = {"device": device, "dir": direction, "rule": rule, "object": object, "msgSeq": msg_seq}
+        wanted = {
+            "device": device,
+            "dir": direction,
+            "rule": rule,
+            "object": object,
+            "msgSeq": msg_seq,
+            "connection": connection,
+        }
         words = [f"{name}={quoted(str(value))}" for name, value in wanted.items() if value is not None]
         limit = f"within={seconds(within)}"
         fault: dict[str, Any] = self._ask("expect", "fault", quoted(kind), *words, limit, limit=within).line["fault"]

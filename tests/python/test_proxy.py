@@ -94,7 +94,9 @@ def test_a_fault_ends_with_an_error_too(proxy: Proxy) -> None:
 def test_a_fault_is_expected_once(server: Server, proxy: Proxy, gate: Bench) -> None:
     number = proxy.add_rule("wrong-number msg=event count=1")
     gate.din[1].high()
-    fault = proxy.expect_fault("wrong-number", device=7, direction="to-server", rule=number)
+    fault = proxy.expect_fault(
+        "wrong-number", device=7, direction="to-server", rule=number, object="OBJ_PORT_DIN", connection=1
+    )
     assert fault["event"] == "fault" and fault["was"] != fault["became"]
     with pytest.raises(ExpectationFailed, match='^No such fault "wrong-number" came within 0.1 seconds'):
         proxy.expect_fault("wrong-number", within=0.1)
