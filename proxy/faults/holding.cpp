@@ -194,6 +194,7 @@ public:
 private:
     void join(Parcel parcel)
     {
+        mJoined.number = empty() ? parcel.number : mJoined.number;
         for (uint32_t i = 0; i < parcel.times; ++i) {
             mJoined.owned.insert(mJoined.owned.end(), parcel.bytes.begin(), parcel.bytes.end());
         }

@@ -17,6 +17,32 @@ private:
     const size_t mHolding;
 };
 
+/// Keeps what holdings let go, until it can be put in order.
+class Lane::Collected : public ParcelSink
+{
+public:
+    struct Entry
+    {
+        Parcel parcel;
+        size_t holding; ///< where it goes next
+    };
+
+    void put(Parcel parcel, int64_t /*nowNs*/) override { mEntries.push_back({std::move(parcel), mNext}); }
+
+    /// What comes now goes to the holding with this index.
+    void setNext(size_t holding) { mNext = holding; }
+
+    std::vector<Entry> takeSorted()
+    {
+        std::ranges::stable_sort(mEntries, {}, [](const Entry& entry) { return entry.parcel.number; });
+        return std::move(mEntries);
+    }
+
+private:
+    std::vector<Entry> mEntries;
+    size_t mNext = 0;
+};
+
 void Lane::chooseRules(const RuleSet& rules)
 {
     if (!mChain && !rules.all().empty()) {
@@ -37,13 +63,7 @@ void Lane::setRules(const RuleSet& rules, int64_t nowNs)
         return std::ranges::none_of(rules.all(),
                                     [number](const RulePtr& rule) { return rule->number == number; });
     };
-    for (size_t i = 0; i < mHoldings.size(); ++i) {
-        if (isCleared(mHoldings[i]->rule())) {
-            NextHolding next(*this, i + 1);
-            mHoldings[i]->letGoAll(nowNs, next);
-        }
-    }
-    std::erase_if(mHoldings, [&](const auto& holding) { return isCleared(holding->rule()); });
+    letGo([&](const Holding& holding) { return isCleared(holding.rule()); }, nowNs);
     mOutput.removePacers(isCleared);
     mSilences.dropCleared(isCleared);
     mStalls.dropCleared(isCleared);
@@ -78,7 +98,7 @@ void Lane::received(std::span<const uint8_t> bytes, int64_t nowNs)
         } else {
             if (mCutter.atBoundary()) {
                 mPassing = !keeps;
-                mTooLarge = false;
+                mBeginningGone = false;
                 mDropsRest = false;
             }
             mPassing ? follow(&bytes, keeps, nowNs) : takeMessage(&bytes, nowNs);
@@ -96,7 +116,7 @@ void Lane::follow(std::span<const uint8_t>* bytes, bool toBoundary, int64_t nowN
     CutMessage message;
     bool ended = false;
     while (!bytes->empty() && !mCutter.isForeign() && !(toBoundary && ended)) {
-        const bool reads = learns() && !mTooLarge;
+        const bool reads = learns() && !mBeginningGone;
         const MessageCutter::eResult result = reads ? mCutter.take(bytes, &message) : mCutter.skip(bytes);
         ended = result == MessageCutter::MESSAGE && mCutter.atBoundary();
         if (result == MessageCutter::MESSAGE && reads) {
@@ -105,7 +125,7 @@ void Lane::follow(std::span<const uint8_t>* bytes, bool toBoundary, int64_t nowN
         if (result == MessageCutter::TOO_LARGE || result == MessageCutter::FOREIGN) {
             mCutter.takeKept(); // a copy of what has passed
         }
-        mTooLarge = (mTooLarge || result == MessageCutter::TOO_LARGE) && !mCutter.atBoundary();
+        mBeginningGone = (mBeginningGone || result == MessageCutter::TOO_LARGE) && !mCutter.atBoundary();
     }
     if (mCutter.isForeign()) {
         *bytes = {};
@@ -136,16 +156,14 @@ void Lane::takeMessage(std::span<const uint8_t>* bytes, int64_t nowNs)
 /// No rule acts on a message above the limits.
 void Lane::passTooLarge(int64_t nowNs)
 {
-    letGoAll(nowNs);
+    letGo([](const Holding&) { return true; }, nowNs);
     mDropsRest = isSilent();
-    mTooLarge = true;
     passKept(nowNs);
-    mPassing = true;
 }
 
 void Lane::becomeForeign(int64_t nowNs)
 {
-    letGoAll(nowNs);
+    letGo([](const Holding&) { return true; }, nowNs);
     passKept(nowNs);
     mOwner.foreignBytes(mDirection);
 }
@@ -162,6 +180,7 @@ void Lane::passKept(int64_t nowNs)
         mOutput.put(std::move(parcel), nowNs);
     }
     mPassing = true;
+    mBeginningGone = true;
 }
 
 void Lane::passPlain(std::span<const uint8_t> bytes, int64_t nowNs)
@@ -193,6 +212,7 @@ void Lane::act(CutMessage* message, int64_t nowNs)
         if (!message->owned.empty()) {
             parcel.take(std::move(message->owned));
         }
+        parcel.number = ++mParcels;
         pass(std::move(parcel), 0, nowNs);
     }
 }
@@ -215,6 +235,7 @@ void Lane::carryOut(RuleOutcome outcome, int64_t nowNs)
         for (const Mark& mark : outcome.parcel.marks) {
             prepareFor(mark);
         }
+        outcome.parcel.number = ++mParcels;
         pass(std::move(outcome.parcel), 0, nowNs);
     }
     switch (outcome.end) {
@@ -258,11 +279,23 @@ void Lane::pass(Parcel parcel, size_t holding, int64_t nowNs)
     mHoldings[holding]->take(std::move(parcel), nowNs, next);
 }
 
-void Lane::letGoAll(int64_t nowNs)
+/// Removes the holdings that are meant. What they held goes to those that are left, in the order in which it
+/// came.
+template <class Condition>
+void Lane::letGo(Condition isMeant, int64_t nowNs)
 {
-    for (size_t i = 0; i < mHoldings.size(); ++i) {
-        NextHolding next(*this, i + 1);
-        mHoldings[i]->letGoAll(nowNs, next);
+    Collected collected;
+    for (size_t i = 0; i < mHoldings.size();) {
+        if (isMeant(*mHoldings[i])) {
+            collected.setNext(i);
+            mHoldings[i]->letGoAll(nowNs, collected);
+            mHoldings.erase(mHoldings.begin() + static_cast<std::ptrdiff_t>(i));
+        } else {
+            ++i;
+        }
+    }
+    for (Collected::Entry& entry : collected.takeSorted()) {
+        pass(std::move(entry.parcel), entry.holding, nowNs);
     }
 }
 

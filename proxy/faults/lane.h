@@ -80,6 +80,7 @@ public:
 
 private:
     class NextHolding;
+    class Collected;
 
     bool keepsMessages(int64_t nowNs) const;
     bool learns() const { return mDirection == eDirection::TO_SERVER && !mConnection.deviceSerial; }
@@ -95,15 +96,16 @@ private:
     void prepareFor(const Mark& mark);
     void pass(Parcel parcel, size_t holding, int64_t nowNs);
     void letGoDue(int64_t nowNs);
-    void letGoAll(int64_t nowNs);
+    template <class Condition>
+    void letGo(Condition isMeant, int64_t nowNs);
     void finish(int64_t nowNs);
     void checkCut();
     bool holdsNothing() const;
 
     const eDirection mDirection;
-    bool mPassing = true;    ///< bytes of the unfinished message have passed
-    bool mTooLarge = false;  ///< the unfinished message is above the limits
-    bool mDropsRest = false; ///< of the unfinished message
+    bool mPassing = true;        ///< bytes of the unfinished message have passed
+    bool mBeginningGone = false; ///< of the unfinished message; nobody can read it any more
+    bool mDropsRest = false;     ///< of the unfinished message
     bool mSenderEnded = false;
     bool mEndPassed = false;
     bool mClosed = false;
@@ -112,6 +114,7 @@ private:
     const ConnectionFacts& mConnection;
     Owner& mOwner;
     MessageCutter mCutter;
+    uint64_t mParcels = 0;
     std::unique_ptr<RuleChain> mChain;               ///< null without rules
     std::vector<std::unique_ptr<Holding>> mHoldings; ///< in the order of their rules
     Output mOutput;

@@ -21,7 +21,8 @@ struct Parcel
 {
     std::span<const uint8_t> bytes = {}; ///< borrowed, or in `owned`
     std::vector<uint8_t> owned = {};
-    uint32_t times = 1; ///< how often it is written, one behind the other
+    uint64_t number = 0; ///< in the order in which they came
+    uint32_t times = 1;  ///< how often it is written, one behind the other
     bool cutsAfter = false;
     std::vector<Mark> marks = {};
 
