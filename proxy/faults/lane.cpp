@@ -187,7 +187,7 @@ void Lane::passPlain(std::span<const uint8_t> bytes, int64_t nowNs)
 {
     const bool swallows = mDropsRest || (mCutter.isForeign() && isSilent());
     if (!swallows && !bytes.empty()) {
-        mOutput.put(Parcel(bytes), nowNs);
+        mOutput.put(bytes, nowNs);
     }
 }
 
@@ -205,16 +205,25 @@ void Lane::act(CutMessage* message, int64_t nowNs)
     if (learns()) {
         learnFrom(*message);
     }
-    if (mChain) {
-        carryOut(mChain->apply(message, isSilent(), nowNs), nowNs);
+    if (mChain && mChain->choose(*message, isSilent(), nowNs)) {
+        carryOut(mChain->apply(message, nowNs), nowNs);
     } else if (!isSilent()) {
-        Parcel parcel(message->bytes);
-        if (!message->owned.empty()) {
-            parcel.take(std::move(message->owned));
-        }
-        parcel.number = ++mParcels;
-        pass(std::move(parcel), 0, nowNs);
+        passUntouched(message, nowNs);
     }
+}
+
+void Lane::passUntouched(CutMessage* message, int64_t nowNs)
+{
+    if (mHoldings.empty() && message->owned.empty()) {
+        mOutput.put(message->bytes, nowNs);
+        return;
+    }
+    Parcel parcel(message->bytes);
+    if (!message->owned.empty()) {
+        parcel.take(std::move(message->owned));
+    }
+    parcel.number = ++mParcels;
+    pass(std::move(parcel), 0, nowNs);
 }
 
 void Lane::carryOut(RuleOutcome outcome, int64_t nowNs)

@@ -92,6 +92,7 @@ private:
     void passKept(int64_t nowNs);
     void passPlain(std::span<const uint8_t> bytes, int64_t nowNs);
     void act(CutMessage* message, int64_t nowNs);
+    void passUntouched(CutMessage* message, int64_t nowNs);
     void carryOut(RuleOutcome outcome, int64_t nowNs);
     void prepareFor(const Mark& mark);
     void pass(Parcel parcel, size_t holding, int64_t nowNs);

@@ -31,15 +31,6 @@ bool isMessage(Rule::eMessage wanted, const SegmentHeader& header)
     return false;
 }
 
-bool choosesHeader(const Rule& rule, const SegmentHeader& header)
-{
-    if (rule.message && !isMessage(*rule.message, header)) {
-        return false;
-    }
-    const bool pingUnasked = header.has(wmsg::kFlagControl) && !rule.message;
-    return !rule.type || (*rule.type == header.type() && !pingUnasked);
-}
-
 template <class Condition>
 bool anyTag(const WendleObject& record, Condition holds)
 {
@@ -149,11 +140,17 @@ bool choosesRecord(const Rule& rule, const WendleObject& record)
            canActOn(rule, record);
 }
 
-bool choosesMessage(const Rule& rule, MessageFacts* message)
+bool choosesHeader(const Rule& rule, const SegmentHeader& header)
 {
-    if (!choosesHeader(rule, message->header())) {
+    if (rule.message && !isMessage(*rule.message, header)) {
         return false;
     }
+    const bool pingUnasked = header.has(wmsg::kFlagControl) && !rule.message;
+    return !rule.type || (*rule.type == header.type() && !pingUnasked);
+}
+
+bool choosesRecords(const Rule& rule, MessageFacts* message)
+{
     if (!rule.object && !rule.port && layerOf(rule.kind) != eFaultLayer::RECORD) {
         return true;
     }

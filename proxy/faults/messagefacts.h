@@ -54,8 +54,11 @@ bool isFloat(const WTagView& tag);
 /// True if the selectors object= and port= of @p rule choose @p record and the rule's kind can act on it.
 bool choosesRecord(const Rule& rule, const WendleObject& record);
 
-/// True if the selectors of @p rule, other than dir= and those of devices, choose the message.
-bool choosesMessage(const Rule& rule, MessageFacts* message);
+/// True if msg= and type= of @p rule choose messages with this header.
+bool choosesHeader(const Rule& rule, const SegmentHeader& header);
+
+/// True if the rule asks for no record, or if the message has one that it chooses.
+bool choosesRecords(const Rule& rule, MessageFacts* message);
 
 /// The serial number that the message tells: the first one that is not that of every device.
 std::optional<uint32_t> deviceSerialIn(MessageFacts* message);

@@ -8,30 +8,35 @@ namespace proxy {
 void Output::put(Parcel parcel, int64_t nowNs)
 {
     mBytes += parcel.bytes.size();
-    if (joins(parcel)) {
-        std::span<const uint8_t>& last = mWaiting.back().parcel.bytes;
-        last = {last.data(), last.size() + parcel.bytes.size()};
-        // Nothing paces it, so it is one piece, of which there is more now.
-        const bool growsPiece = mWaiting.size() == mFront + 1 && mPiece > 0;
-        mPiece += growsPiece ? parcel.bytes.size() : 0;
-        mReady += growsPiece ? parcel.bytes.size() : 0;
-        return;
-    }
     mWaiting.push_back({std::move(parcel), nowNs});
     prepare(nowNs);
 }
 
-/// True if @p parcel continues the last one in the memory that both borrow.
-bool Output::joins(const Parcel& parcel) const
+/// What continues the last parcel becomes part of it: nothing paces either, so they are one piece.
+void Output::put(std::span<const uint8_t> bytes, int64_t nowNs)
 {
-    const auto plain = [](const Parcel& each) {
-        return each.owned.empty() && each.marks.empty() && each.times == 1 && !each.cutsAfter;
-    };
-    if (empty() || !plain(parcel) || !plain(mWaiting.back().parcel)) {
+    if (!continues(bytes)) {
+        put(Parcel(bytes), nowNs);
+        return;
+    }
+    mBytes += bytes.size();
+    std::span<const uint8_t>& last = mWaiting.back().parcel.bytes;
+    last = {last.data(), last.size() + bytes.size()};
+    if (mWaiting.size() == mFront + 1 && mPiece > 0) {
+        mPiece += bytes.size();
+        mReady += bytes.size();
+    }
+}
+
+/// True if @p bytes are behind the last parcel in the memory that both borrow.
+bool Output::continues(std::span<const uint8_t> bytes) const
+{
+    if (empty()) {
         return false;
     }
-    const std::span<const uint8_t>& last = mWaiting.back().parcel.bytes;
-    return last.data() + last.size() == parcel.bytes.data();
+    const Parcel& last = mWaiting.back().parcel;
+    const bool plain = last.owned.empty() && last.marks.empty() && last.times == 1 && !last.cutsAfter;
+    return plain && last.bytes.data() + last.bytes.size() == bytes.data();
 }
 
 template <class Action>

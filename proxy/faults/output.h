@@ -23,6 +23,9 @@ public:
 
     void put(Parcel parcel, int64_t nowNs);
 
+    /// Puts borrowed bytes that nothing paces.
+    void put(std::span<const uint8_t> bytes, int64_t nowNs);
+
     /// Chooses the next piece if none is ready.
     void prepare(int64_t nowNs);
 
@@ -65,7 +68,7 @@ private:
     Waiting& front() { return mWaiting[mFront]; }
     const Waiting& front() const { return mWaiting[mFront]; }
     void chooseAgain();
-    bool joins(const Parcel& parcel) const;
+    bool continues(std::span<const uint8_t> bytes) const;
     void beginFront();
     void choosePiece(int64_t nowNs);
     void checkLimits();

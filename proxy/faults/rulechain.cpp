@@ -93,6 +93,9 @@ void RuleChain::setRules(const std::vector<RulePtr>& rules)
                                                 : std::move(*known));
     }
     mStates = std::move(states);
+    mCandidatesFor.reset();
+    mHasSwaps = std::ranges::any_of(mStates,
+                                    [](const State& state) { return state.rule->rule.kind == eFault::SWAP; });
 }
 
 bool RuleChain::couldAct(int64_t nowNs) const
@@ -107,42 +110,74 @@ const Rule* RuleChain::find(uint32_t number) const
     return found == mStates.end() ? nullptr : &found->rule->rule;
 }
 
-RuleOutcome RuleChain::apply(CutMessage* message, bool taken, int64_t nowNs)
+/// Messages of a direction are mostly alike, so what the header decides is looked up for the next one.
+const std::vector<size_t>& RuleChain::candidatesFor(const SegmentHeader& header)
 {
-    Work work{*message, MessageFacts(*message, &mMemory), nowNs};
-    work.outcome.passes = !taken;
-    mInjections.clear();
-    for (State& state : mStates) {
-        choose(&state, &taken, &work);
+    const auto key = static_cast<uint16_t>(header.flags() << 8 | header.type());
+    if (mCandidatesFor != key) {
+        mCandidatesFor = key;
+        mCandidates.clear();
+        for (size_t i = 0; i < mStates.size(); ++i) {
+            if (choosesHeader(mStates[i].rule->rule, header)) {
+                mCandidates.push_back(i);
+            }
+        }
     }
-    if (!mInjections.empty()) {
-        injectAll(&work);
-    }
-    finishSwaps(work);
-    finishParcel(&work);
-    return std::move(work.outcome);
+    return mCandidates;
 }
 
-/// Counts the message if it matches, and notes that the rule acts on it. @p *taken becomes true if the rule
-/// leaves nothing for those behind it.
-void RuleChain::choose(State* state, bool* taken, Work* work)
+bool RuleChain::choose(const CutMessage& message, bool taken, int64_t nowNs)
+{
+    mInjections.clear();
+    bool passes = !taken;
+    MessageFacts facts(message, &mMemory);
+    for (const size_t index : candidatesFor(facts.header())) {
+        State& state = mStates[index];
+        const Rule& rule = state.rule->rule;
+        const bool known = !rule.namesDevice() || mConnection.deviceSerial;
+        if (known && state.time.has(nowNs) && choosesRecords(rule, &facts) &&
+            actsOn(&state, message, !passes)) {
+            passes = !takesAway(rule.kind);
+        }
+    }
+    if (passes && mHasSwaps && mInjections.empty()) {
+        nextComes({});
+    }
+    return !mInjections.empty();
+}
+
+/// Counts a match. If the rule acts on the message, that is noted.
+bool RuleChain::actsOn(State* state, const CutMessage& message, bool taken)
 {
     ActiveRule& active = *state->rule;
-    const Rule& rule = active.rule;
-    const bool known = !rule.namesDevice() || mConnection.deviceSerial;
-    if (!known || !state->time.has(work->nowNs) || !choosesMessage(rule, &work->facts)) {
-        return;
-    }
     ++state->matches;
     ++active.matched;
-    if (*taken || state->open || !countsIn(rule, state->matches)) {
-        return;
+    if (taken || state->open || !countsIn(active.rule, state->matches)) {
+        return false;
     }
-    cSeededRandom draws = drawsFor(active, work->message);
-    if (draws.nextFraction() < rule.chance.value_or(1)) {
-        mInjections.push_back({state, draws});
-        *taken = takesAway(rule.kind);
+    cSeededRandom draws = drawsFor(active, message);
+    if (draws.nextFraction() >= active.rule.chance.value_or(1)) {
+        return false;
     }
+    mInjections.push_back({state, draws});
+    return true;
+}
+
+RuleOutcome RuleChain::apply(CutMessage* message, int64_t nowNs)
+{
+    Work work{*message, MessageFacts(*message, &mMemory), nowNs};
+    for (const ePhase phase : {RECORDS, SEGMENTS, CHECKSUMS, THE_REST}) {
+        for (Injection& injection : mInjections) {
+            if (phaseOf(injection.state->rule->rule.kind) == phase) {
+                inject(&injection, &work);
+            }
+        }
+    }
+    finishParcel(&work);
+    if (work.outcome.passes && mHasSwaps) {
+        nextComes(work.outcome.parcel);
+    }
+    return std::move(work.outcome);
 }
 
 /// The first message to the device is often on its way before the device has told its serial number, and
@@ -155,17 +190,6 @@ cSeededRandom RuleChain::drawsFor(const ActiveRule& rule, const CutMessage& mess
         key.connection = mConnection.deviceConnection;
     }
     return drawFor(mConnection.seed, rule, key);
-}
-
-void RuleChain::injectAll(Work* work)
-{
-    for (const ePhase phase : {RECORDS, SEGMENTS, CHECKSUMS, THE_REST}) {
-        for (Injection& injection : mInjections) {
-            if (phaseOf(injection.state->rule->rule.kind) == phase) {
-                inject(&injection, work);
-            }
-        }
-    }
 }
 
 void RuleChain::inject(Injection* injection, Work* work)
@@ -371,17 +395,11 @@ std::optional<uint32_t> RuleChain::objectFor(const Rule& rule, Work* work)
     return first == records->end() ? std::nullopt : std::optional(first->type);
 }
 
-/// A message that passes is the next one for those that were to be swapped; what is swapped waits for its
-/// own.
-void RuleChain::finishSwaps(const Work& work)
+/// @p parcel is the next one for those that were to be swapped; one that is to be swapped waits for its own.
+void RuleChain::nextComes(const Parcel& parcel)
 {
-    if (!work.outcome.passes) {
-        return;
-    }
     for (State& state : mStates) {
-        if (state.rule->rule.kind == eFault::SWAP) {
-            state.open = work.outcome.parcel.markOf(state.rule->number) != nullptr;
-        }
+        state.open = state.rule->rule.kind == eFault::SWAP && parcel.markOf(state.rule->number) != nullptr;
     }
 }
 

@@ -51,8 +51,13 @@ public:
     /// True if one of the rules is in force at @p nowNs.
     bool couldAct(int64_t nowNs) const;
 
+    /// Counts @p message for each rule that it matches. True if one of them acts on it, which apply() does
+    /// then.
     /// @p taken: something else swallows the message, so rules only count it.
-    RuleOutcome apply(CutMessage* message, bool taken, int64_t nowNs);
+    bool choose(const CutMessage& message, bool taken, int64_t nowNs);
+
+    /// The message of the last choose().
+    RuleOutcome apply(CutMessage* message, int64_t nowNs);
 
     /// Null if there is no rule @p number.
     const Rule* find(uint32_t number) const;
@@ -88,9 +93,9 @@ private:
     };
 
     bool mayActHere(const ActiveRule& rule) const;
-    void choose(State* state, bool* taken, Work* work);
+    const std::vector<size_t>& candidatesFor(const SegmentHeader& header);
+    bool actsOn(State* state, const CutMessage& message, bool taken);
     cSeededRandom drawsFor(const ActiveRule& rule, const CutMessage& message) const;
-    void injectAll(Work* work);
     void inject(Injection* injection, Work* work);
     void editRecords(Injection* injection, Work* work);
     void editSegments(Injection* injection, Work* work);
@@ -100,7 +105,7 @@ private:
     void truncate(const State& state, Work* work);
     void report(const State& state, Work* work, Change change) const;
     void reportOnce(State* state, Work* work, Change change) const;
-    void finishSwaps(const Work& work);
+    void nextComes(const Parcel& parcel);
     static void mark(const State& state, int64_t value, Work* work);
     static SegmentedMessage& segmentsOf(Work* work);
     Fault faultOf(const ActiveRule& rule, uint8_t msgSeq, Change change) const;
@@ -110,6 +115,9 @@ private:
     const eDirection mDirection;
     const ConnectionFacts& mConnection;
     std::vector<State> mStates;
+    std::vector<size_t> mCandidates;        ///< indices of the states that headers like mCandidatesFor match
+    std::optional<uint16_t> mCandidatesFor; ///< flags and type
+    bool mHasSwaps = false;
     std::vector<Injection> mInjections; ///< of one message
     MessageMemory mMemory;
 };
