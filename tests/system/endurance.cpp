@@ -20,7 +20,7 @@ int main(int argc, char** argv)
     CLI11_PARSE(app, argc, argv);
 
     const QCoreApplication application(argc, argv);
-    EnduranceRun run(requests, EnduranceRun::allFaults(seed, scale));
+    EnduranceRun run(requests, seed, EnduranceRun::manyFaults(scale));
     const EnduranceResult result = run.run();
     std::printf("seed=%llu %s\n", static_cast<unsigned long long>(seed), qPrintable(result.text()));
     return result.problem.isEmpty() && result.wrong == 0 ? 0 : 1;

@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <QTimer>
 #include <csignal>
+#include <utility>
 
 namespace {
 
@@ -25,37 +26,34 @@ constexpr Kind kKinds[] = {
 
 QString EnduranceResult::text() const
 {
-    const auto part = [](const char* name, double value) {
-        return QString(" %1=%2").arg(name).arg(value, 0, 'f', 0);
+    const auto part = [](const char* name, auto value) {
+        return QString(" %1=%2").arg(name).arg(static_cast<double>(value), 0, 'f', 0);
     };
+    using enum proxy::eFault;
+    const auto fault = [&](const char* name, proxy::eFault kind) { return part(name, faults.of(kind)); };
     QString line = QString("requests=%1").arg(requests);
     line += part("answered", answered) + part("wrong", wrong) + part("timedOut", timedOut) +
             part("cutOff", cutOff) + part("turnedAway", turnedAway) + part("wraps", wraps) +
             part("firstAfter", firstAfter) + part("connections", faults.connections) +
-            part("segments", faults.segments) + part("corrupted", faults.corrupted) +
-            part("duplicated", faults.duplicated) + part("dropped", faults.dropped) +
-            part("stalled", faults.stalled) + part("resets", faults.resets) + part("closed", faults.closed) +
-            part("silenced", faults.silenced) + QString(" seconds=%1").arg(seconds, 0, 'f', 1);
+            fault("corrupted", CORRUPT) + fault("duplicated", DUPLICATE) + fault("dropped", LOSE) +
+            fault("stalled", STALL) + fault("resets", RESET) + fault("closed", TRUNCATE) +
+            fault("silenced", SILENCE) + QString(" seconds=%1").arg(seconds, 0, 'f', 1);
     return problem.isEmpty() ? line : line + " problem=\"" + problem + "\"";
 }
 
-Faults EnduranceRun::allFaults(uint64_t seed, double scale)
+BadLine::Rules EnduranceRun::manyFaults(double scale)
 {
-    Faults faults;
-    faults.seed = seed;
-    faults.corrupt = 0.00006 * scale;
-    faults.duplicate = 0.0002 * scale;
-    faults.drop = 0.0001 * scale;
-    faults.stall = 0.00006 * scale;
-    faults.reset = 0.00005 * scale;
-    faults.close = 0.00005 * scale;
-    faults.silence = 0.00003 * scale;
-    faults.stallMs = 700;
-    faults.silenceMs = 900;
-    return faults;
+    const auto rule = [scale](const char* kind, double chance) {
+        return std::string(kind) + " p=" + QString::number(chance * scale, 'f', 9).toStdString();
+    };
+    return {rule("corrupt bits=3", 0.00006),     rule("duplicate", 0.0002), rule("lose", 0.0001),
+            rule("stall for=0.7", 0.00006),      rule("reset", 0.00005),    rule("truncate", 0.00005),
+            rule("timeout timeout=900", 0.00003)};
 }
 
-EnduranceRun::EnduranceRun(qint64 requests, const Faults& faults) : mRequests(requests), mFaults(faults) {}
+EnduranceRun::EnduranceRun(qint64 requests, uint64_t seed, BadLine::Rules rules)
+    : mRequests(requests), mSeed(seed), mRules(std::move(rules))
+{}
 
 EnduranceResult EnduranceRun::run()
 {
@@ -81,7 +79,7 @@ EnduranceResult EnduranceRun::run()
             loop.processEvents(QEventLoop::WaitForMoreEvents);
         }
         mResult.wraps += mOnThisOne / 256;
-        mResult.faults = mProxy->counts();
+        mResult.faults = mLine->counts();
     }
     if (mSimulator.stop(SIGTERM) != 0) {
         fail("the simulator did not end in good order");
@@ -106,8 +104,8 @@ bool EnduranceRun::startPrograms()
         fail("the server does not come up");
         return false;
     }
-    mProxy = std::make_unique<FaultProxy>(mServerPort, mFaults);
-    startSimulator(&mSimulator, deviceFile(kPorts, kPorts, kPorts, kPorts, 1), mProxy->port());
+    mLine = std::make_unique<BadLine>(mServerPort, mRules, mSeed);
+    startSimulator(&mSimulator, deviceFile(kPorts, kPorts, kPorts, kPorts, 1), mLine->port());
     return true;
 }
 

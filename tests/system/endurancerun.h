@@ -6,7 +6,7 @@
 #include <QQueue>
 #include <QString>
 
-#include "faultproxy.h"
+#include "badline.h"
 #include "programs.h"
 
 /// What a run of many requests over a bad line came to.
@@ -21,7 +21,7 @@ struct EnduranceResult
     qint64 wraps = 0;      ///< how often the sequence number began again within a connection
     qint64 firstAfter = 0; ///< connections whose first request was answered
     double seconds = 0;
-    FaultCounts faults;
+    BadLine::Counts faults;
     QString problem; ///< why the run ended early, or what was wrong first
 
     QString text() const;
@@ -35,10 +35,10 @@ class EnduranceRun : public QObject
     Q_OBJECT
 
 public:
-    EnduranceRun(qint64 requests, const Faults& faults);
+    EnduranceRun(qint64 requests, uint64_t seed, BadLine::Rules rules);
 
-    /// Faults of every kind: @p scale 1 ends some connection every 2500 requests or so.
-    static Faults allFaults(uint64_t seed, double scale);
+    /// Faults of many kinds: @p scale 1 ends some connection every 2500 requests or so.
+    static BadLine::Rules manyFaults(double scale);
 
     /// Runs to the end. Once only.
     EnduranceResult run();
@@ -62,10 +62,11 @@ private:
     void fail(const QString& problem);
 
     const qint64 mRequests;
-    const Faults mFaults;
+    const uint64_t mSeed;
+    const BadLine::Rules mRules;
     QProcess mServer;
     Program mSimulator;
-    std::unique_ptr<FaultProxy> mProxy;
+    std::unique_ptr<BadLine> mLine;
     QQueue<Asked> mAsked;
     qint64 mNext = 0; ///< number of the next request
     int mServerPort = 0;

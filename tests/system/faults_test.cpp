@@ -6,8 +6,7 @@
 #include "endurancerun.h"
 #include "qttestmain.h"
 
-using FaultChance = double Faults::*;
-Q_DECLARE_METATYPE(FaultChance)
+Q_DECLARE_METATYPE(proxy::eFault)
 
 namespace {
 
@@ -54,7 +53,7 @@ private:
     int devices() { return mServer->count("device"); }
 
     QScopedPointer<ServerProgram> mServer;
-    QScopedPointer<FaultProxy> mProxy;
+    QScopedPointer<BadLine> mLine;
     QScopedPointer<Program> mSimulator;
 };
 
@@ -62,8 +61,8 @@ void TestFaults::init()
 {
     mServer.reset(new ServerProgram);
     QVERIFY(mServer->isListening());
-    mProxy.reset(new FaultProxy(static_cast<uint16_t>(mServer->port())));
-    QVERIFY(mProxy->port() != 0);
+    mLine.reset(new BadLine(static_cast<uint16_t>(mServer->port())));
+    QVERIFY(mLine->port() != 0);
 }
 
 void TestFaults::cleanup()
@@ -73,7 +72,7 @@ void TestFaults::cleanup()
     }
     QCOMPARE(mServer->program().stop(SIGTERM), 0);
     mSimulator.reset();
-    mProxy.reset();
+    mLine.reset();
 }
 
 /// Starts a device with so many ports of each kind behind the line.
@@ -84,7 +83,7 @@ void TestFaults::start(int ports, const QByteArray& script)
                           "--device",
                           mSimulator->write("test.dev", deviceFile(ports, ports, ports, ports, 1)),
                           "--connection",
-                          mSimulator->write("test.con", connectionFile(mProxy->port())),
+                          mSimulator->write("test.con", connectionFile(mLine->port())),
                           "--connect"};
     if (!script.isEmpty()) {
         arguments << "--script" << mSimulator->write("test.js", script);
@@ -95,28 +94,18 @@ void TestFaults::start(int ports, const QByteArray& script)
 
 void TestFaults::everyCutPointDecodesTheSame()
 {
-    // One request of one segment, one answer of three: 2048 exchanges cut each of them at every byte.
-    constexpr int kExchanges = 2048;
-    start(70);
+    // One request of one segment, one answer of two: pieces of each size cut them at every byte.
+    constexpr int kPorts = 40;
+    constexpr int kBytes = 2 * 2048;
+    start(kPorts);
     const QJsonArray whole = mServer->objects("get din *");
-    QCOMPARE(whole.size(), 70);
-    const uint64_t segments = mProxy->counts().segments;
-    Faults faults;
-    faults.sweepCut = true;
-    faults.gapMicroseconds = 200;
-    mProxy->setFaults(faults);
-    for (int i = 1; i <= kExchanges; ++i) {
-        mServer->type("get din * timeout=30");
-        // A slow machine gets its time for each few of them.
-        QVERIFY(i % 64 != 0 || !mServer->line("reply", 1 + i).isEmpty());
+    QCOMPARE(whole.size(), kPorts);
+    for (int size = 1; size <= kBytes; ++size) {
+        mLine->setRules({"slice gap=0.02 bytes=" + std::to_string(size)});
+        QCOMPARE(mServer->objects("get din * timeout=30"), whole);
     }
-    for (const QJsonObject& line : mServer->lines()) {
-        if (line["event"].toString() == "reply") {
-            QCOMPARE(line["objects"].toArray(), whole);
-        }
-    }
-    QCOMPARE(mProxy->counts().segments - segments, uint64_t(4 * kExchanges));
-    QCOMPARE(mProxy->counts().connections, uint64_t(1));
+    QCOMPARE(mLine->counts().of(proxy::eFault::SLICE), uint64_t(2 * kBytes));
+    QCOMPARE(mLine->counts().connections, uint64_t(1));
 }
 
 void TestFaults::singleBytesDecodeTheSame()
@@ -128,25 +117,19 @@ void TestFaults::singleBytesDecodeTheSame()
     for (const QString& command : commands) {
         whole[command] = mServer->objects(command);
     }
-    Faults faults;
-    faults.sliceBytes = 1;
-    mProxy->setFaults(faults);
+    mLine->setRules({"slice bytes=1"});
     for (const QString& command : commands) {
         QCOMPARE(mServer->objects(command), whole[command]);
     }
     QCOMPARE(mServer->command("set ain 3 gain=2.5")["status"].toString(), QString("ok"));
     QCOMPARE(mServer->objects("get ain 3")[0].toObject()["gain"].toDouble(), 2.5);
-    QCOMPARE(mProxy->counts().connections, uint64_t(1));
+    QCOMPARE(mLine->counts().connections, uint64_t(1));
 }
 
 void TestFaults::aSlowAndUnsteadyLineDelaysAndSpoilsNothing()
 {
     start(20);
-    Faults faults;
-    faults.delayMs = 5;
-    faults.jitterMs = 10;
-    faults.bytesPerSecond = 100000;
-    mProxy->setFaults(faults);
+    mLine->setRules({"delay ms=10 jitter=5", "rate bytes=100000"});
     for (int port = 1; port <= 20; ++port) {
         mServer->type(QString("get din %1 timeout=30").arg(port));
     }
@@ -156,33 +139,29 @@ void TestFaults::aSlowAndUnsteadyLineDelaysAndSpoilsNothing()
         QCOMPARE(objects.size(), 1);
         QCOMPARE(objects[0].toObject()["portId"].toInt(), port);
     }
-    QCOMPARE(mProxy->counts().connections, uint64_t(1));
+    QCOMPARE(mLine->counts().connections, uint64_t(1));
 }
 
 void TestFaults::theDeviceComesBackByItself_data()
 {
-    QTest::addColumn<FaultChance>("fault");
-    QTest::newRow("changed bytes") << &Faults::corrupt;
-    QTest::newRow("a lost segment") << &Faults::drop;
-    QTest::newRow("a segment twice") << &Faults::duplicate;
-    QTest::newRow("a reset in a segment") << &Faults::reset;
-    QTest::newRow("an end in a segment") << &Faults::close;
-    QTest::newRow("silence, then a reset") << &Faults::silence;
+    QTest::addColumn<QString>("rule");
+    QTest::newRow("changed bits") << "corrupt bits=3 dir=to-server";
+    QTest::newRow("a lost answer") << "lose msg=answer";
+    QTest::newRow("a segment that is too long") << "too-long msg=answer";
+    QTest::newRow("a reset") << "reset every=1 dir=to-server";
+    QTest::newRow("an end in a segment") << "truncate msg=answer";
+    QTest::newRow("silence, then an end") << "timeout timeout=50";
 }
 
-/// Each answer has three segments, of which each suffers.
 void TestFaults::theDeviceComesBackByItself()
 {
-    QFETCH(FaultChance, fault);
+    QFETCH(QString, rule);
     start(70);
-    Faults faults;
-    faults.*fault = 1;
-    faults.silenceMs = 50;
-    mProxy->setFaults(faults);
+    mLine->setRules({rule.toStdString()});
     const QString status = mServer->command("get din * timeout=0.5")["status"].toString();
     QVERIFY2(status == "error" || status == "timeout", qPrintable(status));
-    mProxy->setFaults(Faults());
-    mProxy->resetAll();
+    mLine->setRules({});
+    mLine->command(proxy::eFault::RESET);
 
     QVERIFY(!mServer->line("device", 2).isEmpty());
     for (int port = 70; port > 65; --port) {
@@ -194,24 +173,23 @@ void TestFaults::theDeviceComesBackByItself()
 
 void TestFaults::eventsOfAnOutageArriveInOrder_data()
 {
-    QTest::addColumn<bool>("withReset");
-    QTest::newRow("reset") << true;
-    QTest::newRow("closed") << false;
+    QTest::addColumn<proxy::eFault>("kind");
+    QTest::newRow("reset") << proxy::eFault::RESET;
+    QTest::newRow("closed") << proxy::eFault::CUT;
 }
 
 void TestFaults::eventsOfAnOutageArriveInOrder()
 {
-    QFETCH(bool, withReset);
+    QFETCH(proxy::eFault, kind);
     start(1, kCountingScript);
     QVERIFY(!mServer->line("message", 50).isEmpty());
-    mProxy->refuse();
-    withReset ? mProxy->resetAll() : mProxy->closeAll();
+    mLine->goDown(kind);
     QVERIFY(mSimulator->waitFor([&] { return mSimulator->errors().contains("No link to"); }));
     // From here on events wait in the device.
     const int lastBefore = madeEvents(mSimulator.data());
     QVERIFY(mSimulator->waitFor([&] { return madeEvents(mSimulator.data()) > lastBefore + 300; }));
     QCOMPARE(devices(), 1);
-    mProxy->accept();
+    mLine->comeBack();
     QVERIFY(mServer->program().waitFor([&] {
         return !countedEvents(mServer.data()).isEmpty() &&
                countedEvents(mServer.data()).last() > lastBefore + 300;
@@ -231,7 +209,7 @@ void TestFaults::eventsOfAnOutageArriveInOrder()
 
 void TestFaults::everyAnswerBelongsToItsRequestWhateverTheLineDoes()
 {
-    EnduranceRun run(3000, EnduranceRun::allFaults(7, 6));
+    EnduranceRun run(3000, 7, EnduranceRun::manyFaults(6));
     const EnduranceResult result = run.run();
     qInfo("%s", qPrintable(result.text()));
     QCOMPARE(result.problem, QString());
@@ -240,7 +218,8 @@ void TestFaults::everyAnswerBelongsToItsRequestWhateverTheLineDoes()
     QCOMPARE(result.answered + result.timedOut + result.cutOff, result.requests);
     QVERIFY(result.answered > result.requests * 9 / 10);
     QVERIFY(result.wraps >= 4);
-    QVERIFY(result.faults.outages() > 0);
+    using enum proxy::eFault;
+    QVERIFY(result.faults.of(RESET) + result.faults.of(TRUNCATE) + result.faults.of(SILENCE) > 0);
     QVERIFY(result.firstAfter > 1);
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "faultproxy.h"
+#include "badline.h"
 #include "hexbytes.h"
 #include "localserver.h"
 #include "objdevice.h"
@@ -62,11 +62,11 @@ TEST(BadPeersTest, aLineThatFallsSilentIsLeftByBothEndsAndTheDeviceComesBack)
     clientSettings.giveUpAfterMs = 2000;
     clientSettings.firstPauseMs = 1;
     LocalServer server(serverSettings);
-    FaultProxy line(server.port());
+    BadLine line(server.port());
     ObjDevice device(7, clientSettings);
     ASSERT_TRUE(device.connectTo(line.port()));
     EXPECT_EQ(member(server.lines().next("device"), "deviceSerial"), "7");
-    line.silenceAll();
+    line.command(proxy::eFault::SILENCE);
     // Each end finds out by itself, the device on a new connection and the server about the old one.
     bool back = false;
     std::string reason;
