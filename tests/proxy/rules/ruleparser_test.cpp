@@ -142,12 +142,19 @@ TEST(RuleParserTest, everyKindAndAliasIsKnown)
 
 TEST(RuleParserTest, everyKindIsKnownByItsName)
 {
+    for (int number = 0; number <= static_cast<int>(eFault::NAN_FLOATS); ++number) {
+        const auto kind = static_cast<eFault>(number);
+        // A timeout begins with a silence.
+        EXPECT_EQ(parseFaultKind(nameOf(kind)), kind == eFault::TIMEOUT ? eFault::SILENCE : kind)
+            << nameOf(kind);
+    }
+}
+
+TEST(RuleParserTest, everyKindIsInTheTableOfThisTest)
+{
     std::set<eFault> known;
     for (const KindRow& row : kKinds) {
         known.insert(row.fault);
-        if (parseFaultKind(nameOf(row.fault)) && row.fault != eFault::TIMEOUT) {
-            EXPECT_EQ(parseFaultKind(nameOf(row.fault)), row.fault);
-        }
     }
     EXPECT_EQ(known.size(), static_cast<size_t>(eFault::NAN_FLOATS) + 1);
 }
