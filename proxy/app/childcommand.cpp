@@ -23,6 +23,7 @@ std::vector<std::string> ChildCommand::wordsFor(std::vector<std::string> words, 
 int ChildCommand::start(const std::vector<std::string>& words, const sigset_t& blocked)
 {
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str())); // posix_spawnp() does not write to it
     }

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "proxy/app/capturecomment.h"
+#include "proxy/app/clock.h"
 
 using boost::asio::ip::tcp;
 using boost::system::error_code;
@@ -23,31 +24,20 @@ constexpr auto kConnectTime = std::chrono::seconds(10);
 /// So long a side that got an end may still send; what it sends is dropped.
 constexpr auto kDrainTime = std::chrono::seconds(5);
 
-int64_t nowNs()
-{
-    using namespace std::chrono;
-    return duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
 boost::asio::steady_timer::time_point timeOf(int64_t ns)
 {
     return boost::asio::steady_timer::time_point(std::chrono::nanoseconds(ns));
 }
 
-std::string textOf(const tcp::endpoint& endpoint)
-{
-    std::ostringstream text;
-    text << endpoint;
-    return text.str();
-}
-
 std::string peerOf(const tcp::socket& socket)
 {
     error_code error;
-    return textOf(socket.remote_endpoint(error));
+    std::ostringstream text;
+    text << socket.remote_endpoint(error);
+    return text.str();
 }
 
-/// Both kinds of linger: a reset drops what the peer has not read.
+/// A reset drops what the peer has not read.
 void closeSocket(tcp::socket* socket, bool withReset)
 {
     error_code ignored;
@@ -391,7 +381,7 @@ void ProxiedConnection::close(eClosing how, const std::string& reason)
 
 /// A socket that is closed while something is unread sends a reset, which would follow the end: reads on
 /// until the peer has ended too.
-void ProxiedConnection::drain(std::shared_ptr<ProxiedConnection> self, Side* side)
+void ProxiedConnection::drain(const std::shared_ptr<ProxiedConnection>& self, Side* side)
 {
     const std::span<uint8_t> buffer(self->mShared->buffer);
     const ssize_t size = ::recv(side->socket.native_handle(), buffer.data(), buffer.size(), MSG_DONTWAIT);

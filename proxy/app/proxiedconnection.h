@@ -129,7 +129,7 @@ private:
     void armTimer();
     void record(Side* side, bool accepted);
     void close(eClosing how, const std::string& reason);
-    static void drain(std::shared_ptr<ProxiedConnection> self, Side* side);
+    static void drain(const std::shared_ptr<ProxiedConnection>& self, Side* side);
 
     const std::shared_ptr<Shared> mShared;
     Owner* mOwner; ///< null once the connection is closed

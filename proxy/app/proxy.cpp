@@ -1,11 +1,11 @@
 #include "proxy/app/proxy.h"
 
 #include <algorithm>
-#include <chrono>
 #include <iterator>
 #include <sstream>
 #include <utility>
 
+#include "proxy/app/clock.h"
 #include "proxy/faults/faultline.h"
 
 using boost::asio::ip::tcp;
@@ -15,12 +15,6 @@ using zulcommand::textOf;
 namespace proxy {
 
 namespace {
-
-int64_t nowNs()
-{
-    using namespace std::chrono;
-    return duration_cast<nanoseconds>(steady_clock::now().time_since_epoch()).count();
-}
 
 JsonPtr connectionLine(const char* event, const ProxiedConnection& connection)
 {
