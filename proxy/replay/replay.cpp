@@ -23,10 +23,10 @@ constexpr std::string_view kConnection = "connection ";
 std::optional<uint64_t> connectionNamed(const std::vector<std::string>& comments)
 {
     for (const std::string& comment : comments) {
-        uint64_t number = 0;
+        uint32_t number = 0;
         const char* const end = comment.data() + comment.size();
         if (comment.starts_with(kConnection) &&
-            std::from_chars(comment.data() + kConnection.size(), end, number).ptr == end) {
+            std::from_chars(comment.data() + kConnection.size(), end, number).ptr == end && number > 0) {
             return number;
         }
     }

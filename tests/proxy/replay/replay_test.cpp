@@ -269,6 +269,20 @@ TEST_F(ReplayTest, ConnectionsOfAProxyArePairedByTheirComments)
     EXPECT_EQ(mFaults, (Lines{"2 lose 4, 0"}));
 }
 
+TEST_F(ReplayTest, OtherCommentsAreNoNamesOfConnections)
+{
+    for (const std::string comment :
+         {"connection 0", "connection 5 or so", "connection 5000000000", "reconnect"}) {
+        Recording recording("zulproxy 1", {"devices", "server"});
+        auto device = recording.open(kProxyPort, 0, {comment});
+        auto server = recording.open(kServerPort, 1, {comment});
+        recording.fromServer(&server, answer(1));
+        recording.fromClient(&device, event(1));
+        play(recording, {"lose"});
+        EXPECT_TRUE(mFaults.empty()) << "its connection to the server is not known";
+    }
+}
+
 TEST_F(ReplayTest, AProxyThatResetsOneSideHasNoOther)
 {
     Recording recording("zulproxy 1", {"devices", "server"});
