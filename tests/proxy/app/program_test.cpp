@@ -5,6 +5,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
+#include <pty.h>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -513,6 +514,31 @@ TEST_F(ProxyProgramTest, signalsAreHandedOnToTheCommand)
     }
 }
 
+TEST_F(ProxyProgramTest, aSignalOfTheTerminalReachesTheCommandOnce)
+{
+    int terminal = -1;
+    const pid_t id = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (id == 0) {
+        const std::string script = "n=0; trap 'n=$((n + 1))' INT; echo ready; read line; "
+                                   "while [ \"$line\" != end ]; do read line; done; exit $n";
+        ::execl(ZULPROXY_PATH, ZULPROXY_PATH, "--server", "127.0.0.1:1", "--log", "/dev/null", "--", "bash",
+                "-c", script.c_str(), nullptr);
+        ::_exit(1);
+    }
+    std::string shown;
+    for (char byte = 0; shown.find("ready") == std::string::npos && ::read(terminal, &byte, 1) == 1;) {
+        shown += byte;
+    }
+    ASSERT_EQ(::write(terminal, "\x03", 1), 1);
+    ASSERT_EQ(::write(terminal, "end\n", 4), 4);
+    for (char byte = 0; ::read(terminal, &byte, 1) == 1;) {
+    }
+    int status = 0;
+    ::waitpid(id, &status, 0);
+    ::close(terminal);
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+}
+
 TEST_F(ProxyProgramTest, aCommandThatCannotBeStartedIs127Or126)
 {
     EXPECT_EQ(run({"--server", "127.0.0.1:1", "--", "no-such-command"}), 127);
@@ -575,6 +601,25 @@ TEST_F(ProxyProgramTest, aFaultIsACommentOnThePacketThatBroughtTheMessage)
                                        "rule 1: duplicate, twice|rule 2: late, 3 ms later"},
                                       {"devices", "·······A·R··", "0", "command: reset, reset"},
                                       {"server", "·······A·R··", "0", "command: reset, reset"}}));
+}
+
+TEST_F(ProxyProgramTest, withoutDescriptorsForMoreItSaysSoAndTakesThemLater)
+{
+    mProgram = std::make_unique<PipedProgram>(
+        ZULPROXY_PATH,
+        Words{"--listen", "127.0.0.1:0", "--server", "127.0.0.1:" + std::to_string(mServer.port())}, 40, 40);
+    mPort = mProgram->port();
+    std::vector<PeerConnection> devices;
+    for (int i = 0; i < 30; ++i) {
+        devices.push_back(PeerConnection::connectTo(mPort));
+    }
+    EXPECT_EQ(nextError(), "zulproxy: New connections cannot be accepted for now: Too many open files.");
+    // Each that goes leaves room for one that waits, until all have been served.
+    for (PeerConnection& device : devices) {
+        PeerConnection server = mServer.accept();
+        ASSERT_TRUE(server.isOpen());
+        device.close();
+    }
 }
 
 TEST_F(ProxyProgramTest, manyConnectionsPassAtTheSameTime)
