@@ -20,6 +20,7 @@
 #include "wcapture/blockreader.h"
 #include "wcapture/captureformat.h"
 
+/// Reads the packets of a pcap file.
 class cPcapFormat : public cCaptureFormat
 {
 public:

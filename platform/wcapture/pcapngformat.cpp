@@ -34,37 +34,48 @@ std::unique_ptr<cPcapngFormat> cPcapngFormat::of(std::istream* stream, std::span
 cCaptureFormat::eResult cPcapngFormat::next(sPacket* packet)
 {
     eResult result = mIsInSection ? PACKET : readSection();
-    while (result == PACKET) {
+    bool isFilled = false;
+    while (result == PACKET && !isFilled) {
         if (!mReader.read(4, &mHead)) {
             return mHead.empty() ? END : CUT;
         }
         const uint32_t type = mOrder.get32(mHead.data());
-        if (type == pcapng::kSectionHeader) {
-            result = readSection();
-            continue;
-        }
-        if (!mReader.read(4, &mHead)) {
-            return CUT;
-        }
-        const uint32_t length = mOrder.get32(mHead.data());
-        if (length < kAroundBody || length % 4 != 0) {
-            return broken("pcapng block", "its length is wrong");
-        }
-        if (holdsPacket(type) || type == pcapng::kInterface) {
-            result = readBody(length - kAroundBody, length);
-            if (result == PACKET) {
-                result = type == pcapng::kInterface ? takeInterface() : takePacket(type, packet);
-            }
-            if (result != PACKET || holdsPacket(type)) {
-                return result;
-            }
-        } else if (!mReader.skip(length - kAroundBody)) {
-            return CUT;
-        } else {
-            result = readEnd(length);
-        }
+        result = type == pcapng::kSectionHeader ? readSection() : readBlock(type, packet);
+        isFilled = holdsPacket(type);
     }
     return result;
+}
+
+/// Behind the type of the block.
+cCaptureFormat::eResult cPcapngFormat::readBlock(uint32_t type, sPacket* packet)
+{
+    if (!mReader.read(4, &mHead)) {
+        return CUT;
+    }
+    const uint32_t length = mOrder.get32(mHead.data());
+    if (length < kAroundBody || length % 4 != 0) {
+        return broken("pcapng block", "its length is wrong");
+    }
+    if (!holdsPacket(type) && type != pcapng::kInterface) {
+        return mReader.skip(length - kAroundBody) ? readEnd(length) : CUT;
+    }
+    const eResult result = readBody(length - kAroundBody, length);
+    if (result != PACKET) {
+        return result;
+    }
+    return type == pcapng::kInterface ? takeInterface() : takePacket(type, packet);
+}
+
+/// Tries both on the number that has a known value.
+bool cPcapngFormat::findByteOrder(const uint8_t* magic)
+{
+    for (const bool isBig : {false, true}) {
+        mOrder.isBig = isBig;
+        if (mOrder.get32(magic) == pcapng::kByteOrderMagic) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// Behind the type of the block: the byte order comes before the length that needs it.
@@ -73,12 +84,8 @@ cCaptureFormat::eResult cPcapngFormat::readSection()
     if (!mReader.read(8, &mHead)) {
         return CUT;
     }
-    mOrder.isBig = false;
-    if (mOrder.get32(mHead.data() + 4) != pcapng::kByteOrderMagic) {
-        mOrder.isBig = true;
-        if (mOrder.get32(mHead.data() + 4) != pcapng::kByteOrderMagic) {
-            return broken("pcapng section", "its byte order is not known");
-        }
+    if (!findByteOrder(mHead.data() + 4)) {
+        return broken("pcapng section", "its byte order is not known");
     }
     const uint32_t length = mOrder.get32(mHead.data());
     constexpr uint32_t kFixed = 12; // version and length of the section

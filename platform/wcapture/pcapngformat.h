@@ -20,7 +20,9 @@ public:
 private:
     explicit cPcapngFormat(std::istream* stream) : mReader(stream) {}
 
+    bool findByteOrder(const uint8_t* magic);
     eResult readSection();
+    eResult readBlock(uint32_t type, sPacket* packet);
     eResult readBody(size_t size, uint32_t length);
     eResult readEnd(uint32_t length);
     eResult takeInterface();
