@@ -244,7 +244,7 @@ void ProxiedConnection::write(eDirection direction)
     while (!side.writing) {
         const std::span<const uint8_t> piece = mFaults.output(direction);
         if (piece.empty()) {
-            return;
+            break;
         }
         const auto send = [&] {
             return ::send(side.socket.native_handle(), piece.data(), piece.size(),

@@ -76,7 +76,7 @@ public:
     void reached(int64_t nowNs);
 
     /// @p bytes came; all are taken. Call only while wantsMore(). They are borrowed, so that what passes at
-    /// once is not copied: they stay where they are until output() is empty, or keepOutput() is called.
+    /// once is not copied: they stay where they are until keepOutput() is called.
     void received(eDirection direction, std::span<const uint8_t> bytes, int64_t nowNs);
 
     /// The sender of @p direction has ended in good order.
@@ -106,7 +106,8 @@ public:
     std::span<const uint8_t> output(eDirection direction) const { return lane(direction).output(); }
     void written(eDirection direction, size_t bytes, int64_t nowNs);
 
-    /// Copies what is still borrowed from received(). Call it before these bytes change.
+    /// Copies what is still borrowed from received(), also what only waits for its time. Call it before these
+    /// bytes change.
     void keepOutput(eDirection direction) { lane(direction).keepOutput(); }
 
     /// True if the receiver of @p direction should be told that nothing more comes: everything is written.

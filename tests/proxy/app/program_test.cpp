@@ -277,6 +277,27 @@ TEST_F(ProxyProgramTest, aClearedRuleLetsGoWhatItHeld)
     EXPECT_EQ(framesOf(message), framesOf(inputEvent(1)));
 }
 
+TEST_F(ProxyProgramTest, whatWaitsForASlowLineIsNotOverwrittenByWhatComesNext)
+{
+    start({"--rule", "rate bytes=500 dir=to-server"});
+    auto [device, server] = connect();
+    const auto matched = [this] {
+        const zulcommand::JsonPtr list = ask("rule list");
+        json_t* rule = json_array_get(json_object_get(list.get(), "rules"), 0);
+        return json_integer_value(json_object_get(rule, "matched"));
+    };
+    for (uint32_t number = 1; number <= 3; ++number) {
+        ASSERT_TRUE(device.send(inputEvent(number)));
+        while (matched() < number) { // it has been read
+        }
+    }
+    for (uint32_t number = 1; number <= 3; ++number) {
+        WMsg message;
+        ASSERT_TRUE(server.receive(&message));
+        EXPECT_EQ(framesOf(message), framesOf(inputEvent(number)));
+    }
+}
+
 TEST_F(ProxyProgramTest, anExpectedFaultIsTaken)
 {
     start({"--rule", "lose msg=event"});
