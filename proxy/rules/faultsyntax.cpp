@@ -196,7 +196,7 @@ constexpr FaultSyntax kSyntax[] = {
     {"drop-record", eFault::DROP_RECORD, kAll, readNothing},
     {"double-record", eFault::DOUBLE_RECORD, kAll, readNothing},
     {"nan", eFault::NAN_FLOATS, kAll, readNothing},
-    // Names that users of another fault injector know.
+    // As toxiproxy names them.
     {"latency", eFault::DELAY, kAll, readDelay<kLatency>},
     {"bandwidth", eFault::RATE, kAll, readBandwidth},
     {"slicer", eFault::SLICE, kAll, readSlicer},
