@@ -68,9 +68,6 @@ void Lane::setRules(const RuleSet& rules, int64_t nowNs)
     mSilences.dropCleared(isCleared);
     mStalls.dropCleared(isCleared);
     mHeldEnds.dropCleared(isCleared);
-    if (!keepsMessages(nowNs)) {
-        passKept(nowNs);
-    }
     advance(nowNs);
 }
 
@@ -82,16 +79,13 @@ bool Lane::holdsNothing() const
 /// While something is held, it must not come out in the middle of a message.
 bool Lane::keepsMessages(int64_t nowNs) const
 {
-    return isSilent() || (mChain && mChain->couldAct(nowNs)) || !holdsNothing();
+    return isSilent() || (mChain && mChain->actsUntil(nowNs) > nowNs) || !holdsNothing();
 }
 
 void Lane::received(std::span<const uint8_t> bytes, int64_t nowNs)
 {
     advance(nowNs);
     const bool keeps = keepsMessages(nowNs);
-    if (!keeps) {
-        passKept(nowNs);
-    }
     while (!bytes.empty() && !mClosed) {
         if (mCutter.isForeign()) {
             passPlain(std::exchange(bytes, {}), nowNs);
@@ -104,6 +98,7 @@ void Lane::received(std::span<const uint8_t> bytes, int64_t nowNs)
             mPassing ? follow(&bytes, keeps, nowNs) : takeMessage(&bytes, nowNs);
         }
     }
+    checkKept(nowNs);
     mOutput.prepare(nowNs);
     checkCut();
 }
@@ -334,9 +329,21 @@ void Lane::advance(int64_t nowNs)
     mStalls.dropDue(nowNs);
     mHeldEnds.dropDue(nowNs);
     letGoDue(nowNs);
+    checkKept(nowNs);
     finish(nowNs);
     mOutput.prepare(nowNs);
     checkCut();
+}
+
+/// The beginning of a message is kept as long as a rule may act on the message.
+void Lane::checkKept(int64_t nowNs)
+{
+    if (!keepsMessages(nowNs)) {
+        passKept(nowNs);
+    }
+    const bool keeps = mCutter.hasKept() && !mPassing && mChain;
+    const int64_t untilNs = keeps ? mChain->actsUntil(nowNs) : nowNs;
+    mKeptUntilNs = untilNs > nowNs ? untilNs : kNeverNs;
 }
 
 /// Passes the end of the sender on, behind everything else.
@@ -351,7 +358,8 @@ void Lane::finish(int64_t nowNs)
 
 int64_t Lane::deadline() const
 {
-    int64_t next = std::min({mSilences.next(), mStalls.next(), mHeldEnds.next(), mOutput.deadline()});
+    int64_t next =
+        std::min({mSilences.next(), mStalls.next(), mHeldEnds.next(), mKeptUntilNs, mOutput.deadline()});
     for (const auto& holding : mHoldings) {
         next = std::min(next, holding->deadline());
     }
@@ -366,6 +374,7 @@ void Lane::close(bool atOnce)
     mStalls.clear();
     mHeldEnds.clear();
     mCutter.takeKept();
+    mKeptUntilNs = kNeverNs;
     if (atOnce) {
         mOutput.clear();
     } else {

@@ -89,6 +89,7 @@ private:
     void takeMessage(std::span<const uint8_t>* bytes, int64_t nowNs);
     void passTooLarge(int64_t nowNs);
     void becomeForeign(int64_t nowNs);
+    void checkKept(int64_t nowNs);
     void passKept(int64_t nowNs);
     void passPlain(std::span<const uint8_t> bytes, int64_t nowNs);
     void act(CutMessage* message, int64_t nowNs);
@@ -115,6 +116,7 @@ private:
     const ConnectionFacts& mConnection;
     Owner& mOwner;
     MessageCutter mCutter;
+    int64_t mKeptUntilNs = kNeverNs; ///< when rules that wait for the end of a message give up
     uint64_t mParcels = 0;
     std::unique_ptr<RuleChain> mChain;               ///< null without rules
     std::vector<std::unique_ptr<Holding>> mHoldings; ///< in the order of their rules

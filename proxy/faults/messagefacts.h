@@ -15,6 +15,18 @@ struct MessageMemory
 {
     std::vector<uint8_t> payload = {};
     std::vector<WendleObject> records = {};
+
+    /// Gives back what a large message took.
+    void trim()
+    {
+        constexpr size_t kMaxSpare = 2048; // bytes of each
+        if (payload.capacity() > kMaxSpare) {
+            payload = std::vector<uint8_t>();
+        }
+        if (records.capacity() > kMaxSpare / sizeof(WendleObject)) {
+            records = std::vector<WendleObject>();
+        }
+    }
 };
 
 /// What selectors ask about a message, as it came; its records are read only if somebody asks.

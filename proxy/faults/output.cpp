@@ -139,6 +139,11 @@ void Output::finishFront()
     parcel = Parcel();
     ++mFront;
     if (empty()) {
+        // What a burst took is given back; a few stay, so that a piece that passes takes no memory.
+        constexpr size_t kMaxSpare = 8;
+        if (mWaiting.capacity() > kMaxSpare) {
+            mWaiting = std::vector<Waiting>();
+        }
         mWaiting.clear();
         mFront = 0;
     } else if (mFront > mWaiting.size() / 2) {

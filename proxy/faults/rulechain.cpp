@@ -98,9 +98,13 @@ void RuleChain::setRules(const std::vector<RulePtr>& rules)
                                     [](const State& state) { return state.rule->rule.kind == eFault::SWAP; });
 }
 
-bool RuleChain::couldAct(int64_t nowNs) const
+int64_t RuleChain::actsUntil(int64_t nowNs) const
 {
-    return std::ranges::any_of(mStates, [nowNs](const State& state) { return state.time.has(nowNs); });
+    int64_t last = nowNs;
+    for (const State& state : mStates) {
+        last = state.time.has(nowNs) ? std::max(last, state.time.untilNs) : last;
+    }
+    return last;
 }
 
 const Rule* RuleChain::find(uint32_t number) const
@@ -143,6 +147,9 @@ bool RuleChain::choose(const CutMessage& message, bool taken, int64_t nowNs)
     if (passes && mHasSwaps && mInjections.empty()) {
         nextComes({});
     }
+    if (mInjections.empty()) {
+        mMemory.trim();
+    }
     return !mInjections.empty();
 }
 
@@ -177,6 +184,7 @@ RuleOutcome RuleChain::apply(CutMessage* message, int64_t nowNs)
     if (work.outcome.passes && mHasSwaps) {
         nextComes(work.outcome.parcel);
     }
+    mMemory.trim();
     return std::move(work.outcome);
 }
 

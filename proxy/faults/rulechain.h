@@ -48,8 +48,8 @@ public:
 
     bool empty() const { return mStates.empty(); }
 
-    /// True if one of the rules is in force at @p nowNs.
-    bool couldAct(int64_t nowNs) const;
+    /// Until when a rule that is in force at @p nowNs stays so; @p nowNs if none is.
+    int64_t actsUntil(int64_t nowNs) const;
 
     /// Counts @p message for each rule that it matches. True if one of them acts on it, which apply() does
     /// then.

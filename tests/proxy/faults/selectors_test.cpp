@@ -212,6 +212,23 @@ TEST(SelectorsTest, afterAndForOfALaterRuleRunFromItsAdding)
     EXPECT_EQ(lost, "..xx..");
 }
 
+TEST(SelectorsTest, theBeginningOfAMessagePassesWhenTheTimesOfAllRulesAreOver)
+{
+    FaultyProxy proxy;
+    proxy.add("lose for=1");
+    proxy.add("lose for=2 type=99");
+    FaultyPipe pipe(&proxy);
+    pipe.send(kToServer, part(sample(1), 0, 20));
+    EXPECT_EQ(pipe.connection().deadline(), 2 * kSecond);
+    pipe.pass(2 * kSecond - 1);
+    EXPECT_EQ(pipe.take(kToServer), Bytes());
+    pipe.pass(1);
+    EXPECT_EQ(pipe.take(kToServer), part(sample(1), 0, 20));
+    EXPECT_EQ(pipe.connection().deadline(), FaultyConnection::kNever);
+    pipe.send(kToServer, part(sample(1), 20, sample(1).size() - 20));
+    EXPECT_EQ(pipe.take(kToServer), part(sample(1), 20, sample(1).size() - 20));
+}
+
 TEST(SelectorsTest, chanceIsDrawnForEachMessage)
 {
     const std::vector<Bytes> thousand(1000, sample(1));
