@@ -45,6 +45,13 @@ void ControlClient::close()
     tellIfOver();
 }
 
+void ControlClient::abandon()
+{
+    onOver = [] {};
+    close();
+    mRunner.reset();
+}
+
 void ControlClient::tellIfOver()
 {
     if (isOver()) {

@@ -30,6 +30,9 @@ public:
     void start();
     void close();
 
+    /// Closes, and deletes the runner; onOver is not called any more.
+    void abandon();
+
     /// Sends @p line, with an end added, as soon as the client takes it.
     void writeLine(const std::string& line);
 
@@ -50,7 +53,7 @@ private:
 
     boost::asio::io_context& mIo;
     Socket mSocket;
-    const std::unique_ptr<LineRunner> mRunner;
+    std::unique_ptr<LineRunner> mRunner; ///< null after abandon()
     zulcommand::LineSplitter mLines;
     std::string mOutput;
     size_t mWritten = 0; ///< of mOutput

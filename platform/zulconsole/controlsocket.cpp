@@ -25,10 +25,8 @@ ControlSocket::ControlSocket(boost::asio::io_context& io, MakeRunner makeRunner)
 
 ControlSocket::~ControlSocket()
 {
-    for (const auto& client : mClients) {
-        client->onOver = [] {};
-        client->close();
-    }
+    // Pending operations may keep a client beyond this, but not what its runner uses.
+    std::ranges::for_each(mClients, [](auto& client) { client->abandon(); });
 }
 
 std::string ControlSocket::listen(const std::string& path)

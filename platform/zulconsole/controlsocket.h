@@ -26,7 +26,7 @@ public:
     /// @p io outlives it.
     ControlSocket(boost::asio::io_context& io, MakeRunner makeRunner);
 
-    /// Closes the clients; their runners may end later, in the event loop.
+    /// Closes the clients and deletes their runners.
     ~ControlSocket();
     ControlSocket(const ControlSocket&) = delete;
     ControlSocket& operator=(const ControlSocket&) = delete;

@@ -76,12 +76,14 @@ protected:
     }
 
     /// A connected client's descriptor.
-    int connect()
+    int connect() const { return connect(mPath); }
+
+    static int connect(const std::string& path)
     {
         const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        std::strcpy(address.sun_path, mPath.c_str());
+        std::strcpy(address.sun_path, path.c_str());
         EXPECT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
         return fd;
     }
@@ -204,6 +206,28 @@ TEST_F(ControlSocketTest, aClientThatLeavesFourMebibytesUnreadIsGivenUp)
     }
     EXPECT_FALSE(mHasClients);
     EXPECT_GT(written, ControlClient::kMaxUnread);
+    ::close(client);
+}
+
+TEST_F(ControlSocketTest, runnersEndWithTheSocket)
+{
+    bool ended = false;
+    struct Ending : EchoRunner
+    {
+        explicit Ending(bool* flag) : mFlag(flag) {}
+        ~Ending() override { *mFlag = true; }
+        bool* mFlag;
+    };
+    auto other = std::make_unique<ControlSocket>(mIo, [&] { return std::make_unique<Ending>(&ended); });
+    bool hasClients = false;
+    other->onClients = [&](bool has) { hasClients = has; };
+    EXPECT_EQ(other->listen(mFolder + "/other"), "");
+    const int client = connect(mFolder + "/other");
+    runUntil([&] { return hasClients; });
+    other.reset();
+    EXPECT_TRUE(ended);
+    mIo.restart();
+    mIo.poll();
     ::close(client);
 }
 
