@@ -1,6 +1,5 @@
 #include "zulconsole/controlsocket.h"
 
-#include <cstring>
 #include <deque>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -83,7 +82,7 @@ protected:
         const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_un address{};
         address.sun_family = AF_UNIX;
-        std::strcpy(address.sun_path, path.c_str());
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
         EXPECT_EQ(::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
         return fd;
     }

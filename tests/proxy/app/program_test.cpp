@@ -521,11 +521,10 @@ TEST_F(ProxyProgramTest, aCommandThatASignalEndsIs128AndItsNumber)
 TEST_F(ProxyProgramTest, signalsAreHandedOnToTheCommand)
 {
     for (const int signal : {SIGTERM, SIGINT}) {
-        mProgram = std::make_unique<PipedProgram>(
-            ZULPROXY_PATH,
-            Words{"--server", "127.0.0.1:1", "--", "sh", "-c",
-                  "trap 'echo got TERM; exit 3' TERM; trap 'echo got INT; exit 4' INT; echo ready; "
-                  "while :; do sleep 0.05; done"});
+        const std::string script = "trap 'echo got TERM; exit 3' TERM; trap 'echo got INT; exit 4' INT; "
+                                   "echo ready; while :; do sleep 0.05; done";
+        mProgram = std::make_unique<PipedProgram>(ZULPROXY_PATH,
+                                                  Words{"--server", "127.0.0.1:1", "--", "sh", "-c", script});
         std::string line;
         ASSERT_TRUE(mProgram->lines().nextText(&line));
         mProgram->signal(signal);
@@ -631,6 +630,7 @@ TEST_F(ProxyProgramTest, withoutDescriptorsForMoreItSaysSoAndTakesThemLater)
         Words{"--listen", "127.0.0.1:0", "--server", "127.0.0.1:" + std::to_string(mServer.port())}, 40, 40);
     mPort = mProgram->port();
     std::vector<PeerConnection> devices;
+    devices.reserve(30);
     for (int i = 0; i < 30; ++i) {
         devices.push_back(PeerConnection::connectTo(mPort));
     }
@@ -647,6 +647,7 @@ TEST_F(ProxyProgramTest, manyConnectionsPassAtTheSameTime)
 {
     start();
     std::vector<std::pair<PeerConnection, PeerConnection>> crowd;
+    crowd.reserve(400);
     for (int i = 0; i < 400; ++i) {
         crowd.push_back(connect());
     }
