@@ -48,16 +48,19 @@ INSTANTIATE_TEST_SUITE_P(AllThatHold, ClearingTest,
 
 TEST(ClearingRulesTest, lateMessagesComeOutInTheOrderInWhichTheyCame)
 {
-    FaultyProxy proxy;
-    proxy.add("late ms=3000 first=1");
-    proxy.add("late ms=2000 first=2");
-    FaultyPipe pipe(&proxy);
-    pipe.send(kToServer, sample(1) + sample(2) + sample(3));
-    EXPECT_EQ(pipe.take(kToServer), sample(3));
-    proxy.rules.clear();
-    pipe.followRules();
-    EXPECT_EQ(pipe.take(kToServer), sample(1) + sample(2));
-    expectFree(&pipe);
+    for (const auto& [first, second] : {std::pair("late ms=3000 first=1", "late ms=2000 first=2"),
+                                        {"late ms=3000 skip=1 count=1", "late ms=2000 first=1"}}) {
+        FaultyProxy proxy;
+        proxy.add(first);
+        proxy.add(second);
+        FaultyPipe pipe(&proxy);
+        pipe.send(kToServer, sample(1) + sample(2) + sample(3));
+        EXPECT_EQ(pipe.take(kToServer), sample(3));
+        proxy.rules.clear();
+        pipe.followRules();
+        EXPECT_EQ(pipe.take(kToServer), sample(1) + sample(2));
+        expectFree(&pipe);
+    }
 }
 
 TEST(ClearingRulesTest, aRuleLetsGoIntoTheNextOneThatHolds)
