@@ -13,18 +13,3 @@ uint8_t* putTextTag(uint8_t* to, uint16_t tag, std::string_view text)
 }
 
 } // namespace wmsg
-
-bool WTagReader::next(WTagView* tag)
-{
-    if (peek(tag)) {
-        mLeft = mLeft.subspan(wmsg::kTagHeaderSize + tag->value.size());
-        return true;
-    }
-    if (!mLeft.empty()) {
-        mStatus = mLeft.size() < wmsg::kTagHeaderSize
-                      ? WStatus::error("tag", "ends within its header")
-                      : WStatus::error("tag length", "is more than the object holds");
-        mLeft = {};
-    }
-    return false;
-}

@@ -138,6 +138,12 @@ public:
         return true;
     }
 
+    /// The objects behind the last one.
+    std::span<const uint8_t> left() const { return mLeft; }
+
+    /// Goes on behind so many bytes of left(), which are whole objects.
+    void skip(size_t bytes) { mLeft = mLeft.subspan(bytes); }
+
     WStatus status() const { return mStatus; }
 
 private:
@@ -160,7 +166,21 @@ public:
     explicit WTagReader(std::span<const uint8_t> tags) : mLeft(tags) {}
 
     /// Fills @p *tag with the next one. False at the end and at the first fault.
-    bool next(WTagView* tag);
+    bool next(WTagView* tag)
+    {
+        // Most tags are numbers. Where the next one begins is known then before this one is read.
+        if (mLeft.size() >= wmsg::kNumberTagSize && wmsg::get16(mLeft.data() + 2) == wmsg::kNumberSize) {
+            *tag = {wmsg::get16(mLeft.data()), mLeft.subspan(wmsg::kTagHeaderSize, wmsg::kNumberSize)};
+            mLeft = mLeft.subspan(wmsg::kNumberTagSize);
+            return true;
+        }
+        if (peek(tag)) {
+            mLeft = mLeft.subspan(wmsg::kTagHeaderSize + tag->value.size());
+            return true;
+        }
+        return mLeft.empty() ? false : fail();
+    }
+
     WStatus status() const { return mStatus; }
     bool atEnd() const { return mLeft.empty(); }
 
@@ -193,6 +213,16 @@ public:
     }
 
 private:
+    /// Ends the walk at a fault.
+    bool fail()
+    {
+        mStatus = mLeft.size() < wmsg::kTagHeaderSize
+                      ? WStatus::error("tag", "ends within its header")
+                      : WStatus::error("tag length", "is more than the object holds");
+        mLeft = {};
+        return false;
+    }
+
     /// False if the next tag isn't complete.
     bool peek(WTagView* tag) const
     {
