@@ -105,8 +105,41 @@ MessageCutter::eResult MessageCutter::skip(std::span<const uint8_t>* bytes)
     return MORE;
 }
 
+/// The message that @p bytes begin with, if it is one whole segment; else nothing.
+std::span<const uint8_t> MessageCutter::wholeSegment(std::span<const uint8_t> bytes)
+{
+    constexpr uint8_t kKind = wmsg::kFlagControl | wmsg::kFlagLastSegment;
+    constexpr uint32_t kBeginning = uint32_t{wmsg::kMagic} << 8 | wmsg::kVersion;
+    if (bytes.size() < wmsg::kHeaderSize || wmsg::get32(bytes.data()) >> 8 != kBeginning) {
+        return {};
+    }
+    const SegmentHeader header(bytes.data());
+    const size_t size = wmsg::kHeaderSize + header.length();
+    const bool whole = (header.flags() & kKind) == wmsg::kFlagLastSegment && size <= wmsg::kMaxSegmentSize;
+    return whole && size <= bytes.size() ? bytes.first(size) : std::span<const uint8_t>();
+}
+
+/// Most messages are one segment and come whole; they need no state.
+bool MessageCutter::takeWhole(std::span<const uint8_t>* bytes, CutMessage* message)
+{
+    const std::span<const uint8_t> whole = atBoundary() ? wholeSegment(*bytes) : std::span<const uint8_t>();
+    if (whole.empty()) {
+        return false;
+    }
+    *bytes = bytes->subspan(whole.size());
+    message->bytes = whole;
+    message->owned.clear();
+    message->segments = 1;
+    message->ping = false;
+    message->place = ++mMessages;
+    return true;
+}
+
 MessageCutter::eResult MessageCutter::take(std::span<const uint8_t>* bytes, CutMessage* message)
 {
+    if (takeWhole(bytes, message)) {
+        return MESSAGE;
+    }
     const std::span<const uint8_t> piece = *bytes;
     while (!bytes->empty()) {
         const eResult result = readSegment(bytes);

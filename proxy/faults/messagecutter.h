@@ -51,6 +51,8 @@ public:
     bool hasKept() const { return !mKept.empty(); }
 
 private:
+    static std::span<const uint8_t> wholeSegment(std::span<const uint8_t> bytes);
+    bool takeWhole(std::span<const uint8_t>* bytes, CutMessage* message);
     bool readHeader(std::span<const uint8_t>* bytes);
     bool beginsLikeHeader() const;
     eResult readSegment(std::span<const uint8_t>* bytes);
