@@ -1,35 +1,13 @@
 #include "proxy/faults/messagefacts.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace proxy {
 
 namespace {
 
 constexpr uint32_t kEveryDevice = 0xFFFFFFFF;
-
-bool isMessage(Rule::eMessage wanted, const SegmentHeader& header)
-{
-    // docs/protocol.md has the types.
-    constexpr uint8_t kSet = 0;
-    constexpr uint8_t kRequest = 1;
-    constexpr uint8_t kEvent = 3;
-    const bool control = header.has(wmsg::kFlagControl);
-    const bool answer = header.has(wmsg::kFlagAnswer);
-    switch (wanted) {
-    case Rule::GET:
-        return !control && !answer && header.type() == kRequest;
-    case Rule::SET:
-        return !control && !answer && header.type() == kSet;
-    case Rule::EVENT:
-        return !control && !answer && header.type() == kEvent;
-    case Rule::ANSWER:
-        return !control && answer;
-    case Rule::PING:
-        return control;
-    }
-    return false;
-}
 
 template <class Condition>
 bool anyTag(const WendleObject& record, Condition holds)
@@ -47,26 +25,17 @@ bool hasPort(const WendleObject& record, uint32_t port)
 {
     return anyTag(record, [port](const WTagView& tag) {
         uint32_t number = 0;
-        return (tag.number == TAG_PORT_ID || tag.number == TAG_PORT_NUM) &&
-               wmsg::getNumber(tag.value, &number) && number == port;
+        return readPort(tag, &number) && number == port;
     });
 }
 
 bool canActOn(const Rule& rule, const WendleObject& record)
 {
-    std::span<const uint8_t> value;
-    switch (rule.kind) {
-    case eFault::FIELD:
-    case eFault::DROP_TAG:
-    case eFault::WRONG_LENGTH:
-        return findTag(record, rule.change.field->tag, &value);
-    case eFault::WRONG_SERIAL:
-        return findTag(record, TAG_DEVICE_SERIAL, &value);
-    case eFault::NAN_FLOATS:
+    if (rule.kind == eFault::NAN_FLOATS) {
         return anyTag(record, isFloat);
-    default:
-        return true;
     }
+    const std::optional<uint16_t> changed = changedTag(rule);
+    return !changed || anyTag(record, [&](const WTagView& tag) { return tag.number == *changed; });
 }
 
 bool isWhole(const WendleObject& record)
@@ -93,11 +62,19 @@ const std::vector<WendleObject>* MessageFacts::records()
     return mRead == READABLE ? &mMemory.records : nullptr;
 }
 
-std::span<const uint8_t> MessageFacts::joinedPayload()
+std::span<const uint8_t> MessageFacts::payload()
 {
     if (mMessage.segments == 1) {
         return mMessage.bytes.subspan(wmsg::kHeaderSize);
     }
+    if (!std::exchange(mJoined, true)) {
+        joinPayload();
+    }
+    return mMemory.payload;
+}
+
+void MessageFacts::joinPayload()
+{
     mMemory.payload.clear();
     mMemory.payload.reserve(mMessage.bytes.size());
     for (std::span<const uint8_t> left = mMessage.bytes; !left.empty();) {
@@ -105,13 +82,12 @@ std::span<const uint8_t> MessageFacts::joinedPayload()
         mMemory.payload.insert(mMemory.payload.end(), payload.begin(), payload.end());
         left = left.subspan(wmsg::kHeaderSize + payload.size());
     }
-    return mMemory.payload;
 }
 
 bool MessageFacts::readRecords()
 {
     mMemory.records.clear();
-    WObjectReader reader(joinedPayload());
+    WObjectReader reader(payload());
     for (WendleObject record; reader.next(&record);) {
         if (!isWhole(record)) {
             return false;
@@ -140,18 +116,60 @@ bool choosesRecord(const Rule& rule, const WendleObject& record)
            canActOn(rule, record);
 }
 
+std::optional<uint16_t> changedTag(const Rule& rule)
+{
+    switch (rule.kind) {
+    case eFault::FIELD:
+    case eFault::DROP_TAG:
+    case eFault::WRONG_LENGTH:
+        return rule.change.field->tag;
+    case eFault::WRONG_SERIAL:
+        return TAG_DEVICE_SERIAL;
+    default:
+        return std::nullopt;
+    }
+}
+
+bool asksForRecord(const Rule& rule)
+{
+    return rule.object || rule.port || layerOf(rule.kind) == eFaultLayer::RECORD;
+}
+
+std::optional<uint8_t> typeOf(Rule::eMessage message)
+{
+    // docs/protocol.md has the types.
+    switch (message) {
+    case Rule::SET:
+        return 0;
+    case Rule::GET:
+        return 1;
+    case Rule::EVENT:
+        return 3;
+    default:
+        return std::nullopt;
+    }
+}
+
+bool choosesFlags(const Rule& rule, uint8_t flags)
+{
+    const bool control = (flags & wmsg::kFlagControl) != 0;
+    const bool answer = (flags & wmsg::kFlagAnswer) != 0;
+    if (!rule.message) {
+        return !(control && rule.type);
+    }
+    return *rule.message == Rule::PING ? control : !control && answer == (*rule.message == Rule::ANSWER);
+}
+
 bool choosesHeader(const Rule& rule, const SegmentHeader& header)
 {
-    if (rule.message && !isMessage(*rule.message, header)) {
-        return false;
-    }
-    const bool pingUnasked = header.has(wmsg::kFlagControl) && !rule.message;
-    return !rule.type || (*rule.type == header.type() && !pingUnasked);
+    const std::optional<uint8_t> type = rule.message ? typeOf(*rule.message) : std::nullopt;
+    return choosesFlags(rule, header.flags()) && (!type || *type == header.type()) &&
+           (!rule.type || *rule.type == header.type());
 }
 
 bool choosesRecords(const Rule& rule, MessageFacts* message)
 {
-    if (!rule.object && !rule.port && layerOf(rule.kind) != eFaultLayer::RECORD) {
+    if (!asksForRecord(rule)) {
         return true;
     }
     const std::vector<WendleObject>* records = message->records();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -38,6 +39,9 @@ public:
 
     SegmentHeader header() const { return SegmentHeader(mMessage.bytes.data()); }
 
+    /// That of all segments, one behind the other.
+    std::span<const uint8_t> payload();
+
     /// The records. Null if the payload is not made of objects and tags.
     const std::vector<WendleObject>* records();
 
@@ -49,12 +53,13 @@ private:
         UNREADABLE
     };
 
-    std::span<const uint8_t> joinedPayload();
+    void joinPayload();
     bool readRecords();
 
     const CutMessage& mMessage;
     MessageMemory& mMemory;
     eRead mRead = NOT_YET;
+    bool mJoined = false;
 };
 
 /// Finds the value of the last tag @p tag of @p record. False if there is none.
@@ -63,8 +68,26 @@ bool findTag(const WendleObject& record, uint16_t tag, std::span<const uint8_t>*
 /// True if the dictionary has @p tag as a float and it has the length of one.
 bool isFloat(const WTagView& tag);
 
+/// Reads the number of a port, if @p tag has one.
+inline bool readPort(const WTagView& tag, uint32_t* port)
+{
+    return (tag.number == TAG_PORT_ID || tag.number == TAG_PORT_NUM) && wmsg::getNumber(tag.value, port);
+}
+
+/// The tag without which the rule's kind cannot act on a record. For NAN_FLOATS that is any float.
+std::optional<uint16_t> changedTag(const Rule& rule);
+
+/// True if only a message with a certain record, or with any, will do.
+bool asksForRecord(const Rule& rule);
+
 /// True if the selectors object= and port= of @p rule choose @p record and the rule's kind can act on it.
 bool choosesRecord(const Rule& rule, const WendleObject& record);
+
+/// The message type of requests, of sets, or of events; the others may have any.
+std::optional<uint8_t> typeOf(Rule::eMessage message);
+
+/// True if msg= and type= of @p rule do not rule out messages with these flags.
+bool choosesFlags(const Rule& rule, uint8_t flags);
 
 /// True if msg= and type= of @p rule choose messages with this header.
 bool choosesHeader(const Rule& rule, const SegmentHeader& header);

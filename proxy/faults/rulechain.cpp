@@ -93,7 +93,11 @@ void RuleChain::setRules(const std::vector<RulePtr>& rules)
                                                 : std::move(*known));
     }
     mStates = std::move(states);
-    mCandidatesFor.reset();
+    std::vector<const Rule*> inForce;
+    for (const State& state : mStates) {
+        inForce.push_back(&state.rule->rule);
+    }
+    mSieve = RuleSieve(std::move(inForce));
     mHasSwaps = std::ranges::any_of(mStates,
                                     [](const State& state) { return state.rule->rule.kind == eFault::SWAP; });
 }
@@ -114,36 +118,17 @@ const Rule* RuleChain::find(uint32_t number) const
     return found == mStates.end() ? nullptr : &found->rule->rule;
 }
 
-/// Messages of a direction are mostly alike, so what the header decides is looked up for the next one.
-const std::vector<size_t>& RuleChain::candidatesFor(const SegmentHeader& header)
-{
-    const auto key = static_cast<uint16_t>(header.flags() << 8 | header.type());
-    if (mCandidatesFor != key) {
-        mCandidatesFor = key;
-        mCandidates.clear();
-        for (size_t i = 0; i < mStates.size(); ++i) {
-            if (choosesHeader(mStates[i].rule->rule, header)) {
-                mCandidates.push_back(i);
-            }
-        }
-    }
-    return mCandidates;
-}
-
 bool RuleChain::choose(const CutMessage& message, bool taken, int64_t nowNs)
 {
     mInjections.clear();
     bool passes = !taken;
     MessageFacts facts(message, &mMemory);
-    for (const size_t index : candidatesFor(facts.header())) {
-        State& state = mStates[index];
-        const Rule& rule = state.rule->rule;
-        const bool known = !rule.namesDevice() || mConnection.deviceSerial;
-        if (known && state.time.has(nowNs) && choosesRecords(rule, &facts) &&
-            actsOn(&state, message, !passes)) {
-            passes = !takesAway(rule.kind);
+    mSieve.forEach(mSieve.find(&facts), [&](size_t number) {
+        State& state = mStates[number];
+        if (matches(state, &facts, nowNs) && actsOn(&state, message, !passes)) {
+            passes = !takesAway(state.rule->rule.kind);
         }
-    }
+    });
     if (passes && mHasSwaps && mInjections.empty()) {
         nextComes({});
     }
@@ -151,6 +136,14 @@ bool RuleChain::choose(const CutMessage& message, bool taken, int64_t nowNs)
         mMemory.trim();
     }
     return !mInjections.empty();
+}
+
+bool RuleChain::matches(const State& state, MessageFacts* message, int64_t nowNs) const
+{
+    const Rule& rule = state.rule->rule;
+    const bool known = !rule.namesDevice() || mConnection.deviceSerial;
+    return known && state.time.has(nowNs) && choosesHeader(rule, message->header()) &&
+           choosesRecords(rule, message);
 }
 
 /// Counts a match. If the rule acts on the message, that is noted.

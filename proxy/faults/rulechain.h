@@ -10,6 +10,7 @@
 #include "proxy/faults/messagefacts.h"
 #include "proxy/faults/parcel.h"
 #include "proxy/faults/recordedit.h"
+#include "proxy/faults/rulesieve.h"
 #include "proxy/faults/timedrules.h"
 
 namespace proxy {
@@ -93,7 +94,7 @@ private:
     };
 
     bool mayActHere(const ActiveRule& rule) const;
-    const std::vector<size_t>& candidatesFor(const SegmentHeader& header);
+    bool matches(const State& state, MessageFacts* message, int64_t nowNs) const;
     bool actsOn(State* state, const CutMessage& message, bool taken);
     cSeededRandom drawsFor(const ActiveRule& rule, const CutMessage& message) const;
     void inject(Injection* injection, Work* work);
@@ -115,8 +116,7 @@ private:
     const eDirection mDirection;
     const ConnectionFacts& mConnection;
     std::vector<State> mStates;
-    std::vector<size_t> mCandidates;        ///< indices of the states that headers like mCandidatesFor match
-    std::optional<uint16_t> mCandidatesFor; ///< flags and type
+    RuleSieve mSieve; ///< of the rules of mStates
     bool mHasSwaps = false;
     std::vector<Injection> mInjections; ///< of one message
     MessageMemory mMemory;

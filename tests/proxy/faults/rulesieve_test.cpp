@@ -1,0 +1,130 @@
+// That the sieve leaves out no rule that chooses a message.
+
+#include <algorithm>
+#include <gtest/gtest.h>
+
+#include "messages.h"
+#include "proxy/faults/rulesieve.h"
+#include "proxy/rules/ruleparser.h"
+
+namespace proxy {
+
+namespace {
+
+/// Selectors of all kinds, some of which share a mask: 41 and 9, 33 and 1. Some together make no rule.
+std::vector<Rule> manyRules()
+{
+    std::vector<Rule> rules;
+    for (const char* kind :
+         {"lose", "nan", "drop-record", "wrong-serial", "drop-tag portId", "field sample=1"}) {
+        for (const char* which :
+             {"", " port=1", " port=7", " port=33", " object=OBJ_ANALOG_SAMPLE", " object=41",
+              " object=OBJ_ADHOC_EVENT port=7", " object=OBJ_ANALOG_SAMPLE port=7"}) {
+            for (const char* header : {"", " msg=event", " msg=get", " msg=answer", " type=3", " type=35"}) {
+                Rule rule;
+                if (parseRule(std::string(kind) + which + header, &rule).empty()) {
+                    rules.push_back(rule);
+                }
+            }
+        }
+    }
+    return rules;
+}
+
+Bytes unknownRecord()
+{
+    Bytes payload;
+    PayloadWriter writer(&payload);
+    writer.beginObject(eObjectTypes(41));
+    writer.putNumber(eTag(33), 7);
+    writer.endObject();
+    return payload;
+}
+
+std::vector<Bytes> payloads()
+{
+    const Bytes first = samplePayload(kSerial, 1, 0.5F);
+    const Bytes text = adhocPayload(kSerial, "text");
+    Bytes bothPorts;
+    PayloadWriter writer(&bothPorts);
+    writer.beginObject(OBJ_ANALOG_SAMPLE);
+    writer.putNumber(TAG_PORT_NUM, 1);
+    writer.putNumber(TAG_PORT_ID, 7);
+    writer.endObject();
+    return {{},
+            first,
+            text,
+            unknownRecord(),
+            bothPorts,
+            first + first + samplePayload(kSerial, 7, 0.5F) + first,
+            first + text + text + adhocPayload(kSerial, "Text") + unknownRecord(),
+            bothPorts + bothPorts + first + bothPorts,
+            Bytes(3, 0),
+            first + Bytes(3, 0),
+            adhocPayload(kSerial, std::string(5000, 'x')) + first};
+}
+
+CutMessage cut(const Bytes& bytes, size_t segments)
+{
+    return {.bytes = bytes, .segments = segments, .place = 1};
+}
+
+/// The rules that choose the message, found one by one.
+std::vector<size_t> chosen(const std::vector<Rule>& rules, MessageFacts* facts)
+{
+    std::vector<size_t> numbers;
+    for (size_t number = 0; number < rules.size(); ++number) {
+        if (choosesHeader(rules[number], facts->header()) && choosesRecords(rules[number], facts)) {
+            numbers.push_back(number);
+        }
+    }
+    return numbers;
+}
+
+/// @p rules are found among one another, and each alone.
+void expectFound(const std::vector<Rule>& rules, const WMsg& message)
+{
+    const Bytes bytes = framesOf(message);
+    const CutMessage whole = cut(bytes, message.segmentCount());
+    MessageMemory memory;
+    MessageFacts facts(whole, &memory);
+    std::vector<const Rule*> all;
+    for (const Rule& rule : rules) {
+        all.push_back(&rule);
+    }
+    const RuleSieve sieve(all);
+    std::vector<size_t> found;
+    sieve.forEach(sieve.find(&facts), [&](size_t number) { found.push_back(number); });
+    EXPECT_TRUE(std::ranges::is_sorted(found));
+    for (const size_t number : chosen(rules, &facts)) {
+        EXPECT_TRUE(std::ranges::binary_search(found, number)) << rules[number].text;
+        EXPECT_NE(RuleSieve({&rules[number]}).find(&facts), 0U) << rules[number].text;
+    }
+}
+
+} // namespace
+
+TEST(RuleSieveTest, everyRuleThatChoosesAMessageIsFound)
+{
+    const std::vector<Rule> rules = manyRules();
+    for (const Bytes& payload : payloads()) {
+        expectFound(rules, {.type = 3, .event = true, .payload = payload});
+        expectFound(rules, {.type = 1, .payload = payload});
+        expectFound(rules, {.type = 1, .answer = true, .payload = payload});
+        expectFound(rules, {.type = 35, .payload = payload});
+        expectFound(rules, {.type = 0, .control = true, .payload = payload});
+    }
+}
+
+TEST(RuleSieveTest, aRuleThatOnlySharesAMaskIsLeftOut)
+{
+    Rule rule;
+    ASSERT_EQ(parseRule("lose port=33", &rule), "");
+    const Bytes bytes = sample(1);
+    const CutMessage message = cut(bytes, 1);
+    MessageMemory memory;
+    MessageFacts facts(message, &memory);
+    EXPECT_EQ(RuleSieve({&rule}).find(&facts), 0U);
+}
+
+} // namespace proxy
