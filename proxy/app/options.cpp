@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "proxy/rules/ruleparser.h"
+#include "proxy/rules/ruleset.h"
 #include "zulcommand/commandwords.h"
 #include "zuloptions/deviceoptions.h"
 #include "zuloptions/textfile.h"
@@ -141,6 +142,10 @@ std::string readRules(const CLI::App& app, const RawOptions& raw, std::vector<Ru
         } else if (mistake.empty() && option->get_name() == "--rules") {
             mistake = readRuleFile(*file++, rules);
         }
+    }
+    if (mistake.empty() && rules->size() > RuleSet::kMaxRules) {
+        return "--rule and --rules give " + std::to_string(rules->size()) + " rules, more than " +
+               std::to_string(RuleSet::kMaxRules) + ".";
     }
     return mistake;
 }

@@ -92,6 +92,10 @@ void CommandRunner::execute()
 
 CommandRunner::Reply CommandRunner::addRule()
 {
+    if (mProxy.rules().size() >= RuleSet::kMaxRules) {
+        return errorReply("There are " + std::to_string(RuleSet::kMaxRules) +
+                          " rules, and no room for more.");
+    }
     return replyWithMember("rule", count(mProxy.addRule(std::move(mRun->command.rule))));
 }
 

@@ -28,6 +28,9 @@ using RulePtr = std::shared_ptr<ActiveRule>;
 class RuleSet
 {
 public:
+    /// As many rules as a proxy takes; add() does not look.
+    static constexpr size_t kMaxRules = 1000;
+
     /// Returns the rule that was added. A number is given once.
     RulePtr add(Rule rule, int64_t nowNs);
 

@@ -112,6 +112,18 @@ TEST(ProxyOptionsTest, aWrongRuleOfAFileNamesItsLine)
     EXPECT_TRUE(sentence.starts_with("zulproxy: " + std::string(file.path()) + ":3: ")) << sentence;
 }
 
+TEST(ProxyOptionsTest, moreThanAThousandRulesAreTooMany)
+{
+    std::string rules;
+    for (int i = 0; i < 1000; ++i) {
+        rules += "lose\n";
+    }
+    const RuleFile file(rules);
+    EXPECT_EQ(parse(with({"--rules", file.path()})).options->rules.size(), 1000U);
+    EXPECT_EQ(mistake(with({"--rules", file.path(), "--rule", "lose"})),
+              "zulproxy: --rule and --rules give 1001 rules, more than 1000.\n");
+}
+
 TEST(ProxyOptionsTest, aFileThatCannotBeReadIsNamed)
 {
     EXPECT_EQ(mistake(with({"--rules", "/no/such/file"})),

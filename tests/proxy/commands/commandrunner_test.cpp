@@ -129,6 +129,17 @@ TEST_F(ProxyRunnerTest, aBadRuleIsNotAdded)
     EXPECT_TRUE(mProxy.rules().empty());
 }
 
+TEST_F(ProxyRunnerTest, aThousandRulesAreAllThatAProxyTakes)
+{
+    for (int i = 0; i < 1000; ++i) {
+        ASSERT_EQ(ask("rule add lose"), "ok");
+    }
+    EXPECT_EQ(ask("rule add lose"), "error");
+    EXPECT_EQ(mClient.text("error"), "There are 1000 rules, and no room for more.");
+    ask("rule clear 1");
+    EXPECT_EQ(ask("rule add lose"), "ok");
+}
+
 TEST_F(ProxyRunnerTest, rulesAreListedWithTheirCounts)
 {
     ask("rule add lose p=0.5");
