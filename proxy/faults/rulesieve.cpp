@@ -25,8 +25,8 @@ void RuleSieve::add(const Rule& rule, Mask mask)
 
 void RuleSieve::addFlags(const Rule& rule, Mask mask)
 {
-    for (uint8_t flags = 0; flags < mByFlags.size(); ++flags) {
-        mByFlags[flags] |= choosesFlags(rule, flags) ? mask : 0;
+    for (size_t flags = 0; flags < mByFlags.size(); ++flags) {
+        mByFlags[flags] |= choosesFlags(rule, static_cast<uint8_t>(flags)) ? mask : 0;
     }
 }
 
