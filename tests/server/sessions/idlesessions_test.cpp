@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "hexbytes.h"
-#include "zulconsole/console.h"
 #include "server/sessions/devicesessions.h"
+#include "zulconsole/console.h"
 #include "zulobj/device.h"
 #include "zulobj/dinput.h"
 #include "zulobj/objectlist.h"
