@@ -26,9 +26,9 @@ struct sStream
 
 /// Makes recorded packets into connections: for each direction the bytes in their order.
 ///
-/// What was sent twice comes once, and what came out of order is put in order. Bytes that the recording lacks
-/// are told as soon as they were acknowledged or too much waits behind them. A connection that was recorded
-/// on two interfaces is two.
+/// It drops retransmitted bytes and sorts those that came out of order. It reports missing bytes as soon as
+/// the receiver has acknowledged them, or too many wait behind them. A connection recorded on two interfaces
+/// gives two streams.
 class cTcpStreams
 {
 public:
@@ -50,7 +50,7 @@ public:
         virtual void received(const sStream& stream, eSide from, std::span<const uint8_t> bytes,
                               int64_t timeNs) = 0;
 
-        /// The recording lacks the next @p bytes bytes.
+        /// The next @p bytes bytes are missing in the recording.
         virtual void lost(const sStream& stream, eSide from, uint64_t bytes, int64_t timeNs) = 0;
 
         /// This side sends no more.
@@ -80,8 +80,8 @@ public:
     cTcpStreams(const cTcpStreams&) = delete;
     cTcpStreams& operator=(const cTcpStreams&) = delete;
 
-    /// From now on only connections to @p port are followed; without a port all are. If the recording lacks
-    /// the beginning of a connection, the side with this port, or with the lower one, is the server.
+    /// Follows only connections to @p port from now on, or all if there is none. If a connection has no SYN
+    /// in the recording, its server is the side with @p port, or with the lower port.
     void setServerPort(std::optional<uint16_t> port) { mServerPort = port; }
 
     /// @p interface is the one of @p packet.

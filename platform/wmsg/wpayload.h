@@ -141,7 +141,7 @@ public:
     /// The objects behind the last one.
     std::span<const uint8_t> left() const { return mLeft; }
 
-    /// Goes on behind so many bytes of left(), which are whole objects.
+    /// Skips the first @p bytes of left(), which must be whole objects.
     void skip(size_t bytes) { mLeft = mLeft.subspan(bytes); }
 
     WStatus status() const { return mStatus; }

@@ -300,7 +300,7 @@ void ProxiedConnection::readNow(eDirection direction)
     Side& side = from(direction);
     // A rule may have come since.
     if (mFaults.wantsMore(direction)) {
-        // What is read at once stands in one packet of the capture.
+        // The capture records each read as one packet.
         const size_t limit = side.record ? kMaxTcpPayload : mShared->buffer.size();
         const ssize_t size = ::recv(side.socket.native_handle(), mShared->buffer.data(),
                                     std::min(limit, mShared->buffer.size()), MSG_DONTWAIT);

@@ -18,7 +18,7 @@ std::string millisecondsText(int64_t ns);
 /// "3 s", "0.25 s".
 std::string secondsText(int64_t ns);
 
-/// A field's @p value as it stands in JSON, a text without quotation marks and cut after 64 bytes.
+/// The JSON form of a field's @p value. A text has no quotation marks and at most 64 bytes.
 std::string valueText(const zuldict::TagEntry& field, std::span<const uint8_t> value);
 
 /// The name of a type of records, or its number if it has no name.

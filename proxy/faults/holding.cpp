@@ -9,7 +9,7 @@ namespace proxy {
 
 namespace {
 
-/// What waits for others has at most so many bytes, or is one message.
+/// A holding that waits for other messages holds at most this many bytes, or one message.
 constexpr size_t kMaxHeld = 64 * 1024;
 
 struct TimedParcel
@@ -105,7 +105,7 @@ public:
     }
 };
 
-/// Holds marked parcels until so many others have come as each one's mark says.
+/// Holds each marked parcel until as many others have come as its mark says.
 class CountHolding : public Holding
 {
 public:
@@ -159,7 +159,7 @@ private:
     size_t mBytes = 0;
 };
 
-/// Joins parcels to one of so many bytes.
+/// Joins parcels until they have the number of bytes that the rule gives.
 class JoinHolding : public Holding
 {
 public:

@@ -106,7 +106,7 @@ private:
 
     const eDirection mDirection;
     bool mPassing = true;        ///< bytes of the unfinished message have passed
-    bool mBeginningGone = false; ///< of the unfinished message; nobody can read it any more
+    bool mBeginningGone = false; ///< the first bytes of the unfinished message have passed unread
     bool mDropsRest = false;     ///< of the unfinished message
     bool mSenderEnded = false;
     bool mEndPassed = false;

@@ -30,7 +30,7 @@ struct MessageMemory
     }
 };
 
-/// What selectors ask about a message, as it came; its records are read only if somebody asks.
+/// Answers what selectors ask about a received message. It reads the records when a selector needs them.
 class MessageFacts
 {
 public:

@@ -8,7 +8,7 @@ namespace {
 
 constexpr int64_t kNsPerSecond = 1'000'000'000;
 
-/// A line of so many bytes a second: the last byte of a piece is there when the time for the piece is over.
+/// Paces bytes as a line of that rate does: a piece is due when the line has transmitted its last byte.
 class RatePacer : public Pacer
 {
 public:
@@ -103,7 +103,7 @@ private:
     int64_t mNextNs = INT64_MIN;
 };
 
-/// So many bytes and no more.
+/// Ends the connection after the number of bytes that the rule gives.
 class LimitPacer : public Pacer
 {
 public:

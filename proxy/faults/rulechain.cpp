@@ -404,7 +404,7 @@ void RuleChain::nextComes(const Parcel& parcel)
     }
 }
 
-/// What nobody has changed is not copied.
+/// Copies the message only if a rule has changed it.
 void RuleChain::finishParcel(Work* work)
 {
     Parcel& parcel = work->outcome.parcel;

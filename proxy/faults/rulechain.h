@@ -63,7 +63,7 @@ public:
     /// Null if there is no rule @p number.
     const Rule* find(uint32_t number) const;
 
-    /// The limit of the rule of @p mark is reached by the message that bears it.
+    /// Call this when the message with @p mark reaches the limit of the mark's rule. Returns the fault.
     std::optional<Fault> limitReached(const Mark& mark);
 
 private:

@@ -135,7 +135,7 @@ void Replay::opened(const sStream& stream, const std::vector<std::string>& comme
     if (mIsServer) {
         const auto device = named ? mNamed.find(*named) : mNamed.end();
         if (device == mNamed.end()) {
-            return; // nobody knows whose it is
+            return; // its pair is unknown
         }
         part = {device->second, eDirection::TO_DEVICE};
     } else {
@@ -190,7 +190,7 @@ void Replay::ended(const sStream& stream, cTcpStreams::eSide from, int64_t /*tim
     });
 }
 
-/// A proxy that resets one side has no other any more, whoever began.
+/// A reset on one side ends both, as in the proxy.
 void Replay::wasReset(const sStream& stream, cTcpStreams::eSide /*from*/, int64_t /*timeNs*/)
 {
     if (const auto part = mParts.find(stream.number); part != mParts.end()) {
