@@ -42,21 +42,9 @@ const char* refusal(const sControlCommand& command)
 
 } // namespace
 
-void ControlRunner::submit(const std::string& line)
+void ControlRunner::begin(std::string text)
 {
-    std::string text = trimmed(line);
-    if (!isSkipped(text)) {
-        mQueue.push_back(std::move(text));
-    }
-}
-
-void ControlRunner::runNext()
-{
-    if (mRun || mQueue.empty()) {
-        return;
-    }
-    mRun.emplace(std::move(mQueue.front()));
-    mQueue.pop_front();
+    mRun.emplace(std::move(text));
     std::string mistake = parseFleetCommand(mRun->text, &mRun->command);
     if (const char* no = mistake.empty() ? refusal(mRun->command) : nullptr) {
         mistake = no;
@@ -126,7 +114,7 @@ void ControlRunner::execute()
         return end({.members = JsonPtr(json_pack("{s:o}", "text", textOf(controlHelp())))});
     case Kind::QUIT:
         end({});
-        mQueue.clear();
+        dropWaiting();
         return onQuit();
     default: // what waits
         return wait();

@@ -2,7 +2,6 @@
 
 #include <boost/asio/io_context.hpp>
 #include <chrono>
-#include <deque>
 #include <functional>
 #include <optional>
 #include <string>
@@ -11,28 +10,21 @@
 #include "fleet/devices/fleet.h"
 #include "zulcommand/controlcommand.h"
 #include "zulcommand/eventsearch.h"
-#include "zulconsole/linerunner.h"
+#include "zulcommand/linerunner.h"
 
 namespace fleet {
 
 /// Runs the commands of one client of the control socket, one after the other.
-class ControlRunner : public zulconsole::LineRunner
+class ControlRunner : public zulcommand::LineRunner
 {
 public:
-    /// full() is true while this many lines wait, or more.
-    static constexpr size_t kMaxWaiting = 1000;
-
     /// A reply has no more records than this; one about all devices has none beyond it.
     static constexpr size_t kMaxObjects = 1000;
 
     /// @p fleet outlives it.
     ControlRunner(boost::asio::io_context& io, Fleet& fleet) : mFleet(fleet), mTimer(io) {}
 
-    void submit(const std::string& line) override;
-    bool full() const override { return mQueue.size() >= kMaxWaiting; }
     bool isRunning() const override { return mRun.has_value(); }
-    bool isIdle() const override { return !mRun && mQueue.empty(); }
-    void runNext() override;
 
     /// The server has sent @p message, a set of one object.
     void setReceived(uint32_t serial, WMsg message) { mLog.add(serial, std::move(message)); }
@@ -54,6 +46,7 @@ private:
         Reply lastAnswer;   ///< the last of them
     };
 
+    void begin(std::string text) override;
     std::string findDevices();
     void execute();
     Reply actOnEach(const std::function<std::string(Device&, json_t*)>& act) const;
@@ -70,7 +63,6 @@ private:
     Fleet& mFleet;
     LinkTimer mTimer;
     zulcommand::MessageLog mLog;
-    std::deque<std::string> mQueue;
     std::optional<Run> mRun;
 };
 

@@ -39,7 +39,7 @@ void ControlServer::setReceived(Device& device, cObjectList& message)
         single.addBorrowed(object);
         WMsg encoded;
         if (single.encode(&encoded).isOk()) {
-            mSocket.forEachRunner([&](zulconsole::LineRunner& runner) {
+            mSocket.forEachRunner([&](zulcommand::LineRunner& runner) {
                 static_cast<ControlRunner&>(runner).setReceived(device.plain().getDeviceSerial(), encoded);
             });
         }

@@ -20,7 +20,8 @@ constexpr auto kTimeSlice = std::chrono::milliseconds(5);
 
 } // namespace
 
-ControlClient::ControlClient(boost::asio::io_context& io, Socket socket, std::unique_ptr<LineRunner> runner)
+ControlClient::ControlClient(boost::asio::io_context& io, Socket socket,
+                             std::unique_ptr<zulcommand::LineRunner> runner)
     : mIo(io), mSocket(std::move(socket)), mRunner(std::move(runner)), mLines(zulcommand::kMaxCommandBytes)
 {
     error_code ignored;

@@ -6,8 +6,8 @@
 #include <memory>
 #include <string>
 
+#include "zulcommand/linerunner.h"
 #include "zulcommand/linesplitter.h"
-#include "zulconsole/linerunner.h"
 
 namespace zulconsole {
 
@@ -20,7 +20,7 @@ public:
     /// A client that leaves more bytes than this unread is given up.
     static constexpr size_t kMaxUnread = 4 * 1024 * 1024;
 
-    ControlClient(boost::asio::io_context& io, Socket socket, std::unique_ptr<LineRunner> runner);
+    ControlClient(boost::asio::io_context& io, Socket socket, std::unique_ptr<zulcommand::LineRunner> runner);
 
     std::function<void()> onQuit;
 
@@ -36,7 +36,7 @@ public:
     /// Sends @p line, with an end added, as soon as the client takes it.
     void writeLine(const std::string& line);
 
-    LineRunner& runner() { return *mRunner; }
+    zulcommand::LineRunner& runner() { return *mRunner; }
 
     /// True if nothing more can come or go, or need to.
     bool isOver() const
@@ -53,7 +53,7 @@ private:
 
     boost::asio::io_context& mIo;
     Socket mSocket;
-    std::unique_ptr<LineRunner> mRunner; ///< null after abandon()
+    std::unique_ptr<zulcommand::LineRunner> mRunner; ///< null after abandon()
     zulcommand::LineSplitter mLines;
     std::string mOutput;
     size_t mWritten = 0; ///< of mOutput

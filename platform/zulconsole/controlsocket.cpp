@@ -93,7 +93,7 @@ void ControlSocket::writeText(const std::string& text)
     std::ranges::for_each(mClients, [&text](auto& client) { client->writeLine(text); });
 }
 
-void ControlSocket::forEachRunner(const std::function<void(LineRunner&)>& action) const
+void ControlSocket::forEachRunner(const std::function<void(zulcommand::LineRunner&)>& action) const
 {
     std::ranges::for_each(mClients, [&action](auto& client) { action(client->runner()); });
 }

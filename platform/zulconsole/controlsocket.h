@@ -10,7 +10,7 @@
 
 #include "zulcommand/controlpath.h"
 #include "zulcommand/jsontext.h"
-#include "zulconsole/linerunner.h"
+#include "zulcommand/linerunner.h"
 
 namespace zulconsole {
 
@@ -21,7 +21,7 @@ class ControlSocket
 {
 public:
     /// Makes the runner of a client's commands.
-    using MakeRunner = std::function<std::unique_ptr<LineRunner>()>;
+    using MakeRunner = std::function<std::unique_ptr<zulcommand::LineRunner>()>;
 
     /// @p io outlives it.
     ControlSocket(boost::asio::io_context& io, MakeRunner makeRunner);
@@ -47,7 +47,7 @@ public:
     /// Writes @p text, a line without its end, to every client.
     void writeText(const std::string& text);
 
-    void forEachRunner(const std::function<void(LineRunner&)>& action) const;
+    void forEachRunner(const std::function<void(zulcommand::LineRunner&)>& action) const;
 
 private:
     void accept();

@@ -150,7 +150,7 @@ std::string Application::listen(const Proxy::Settings& settings)
     return mControl->listen(*mOptions.control);
 }
 
-std::unique_ptr<zulconsole::LineRunner> Application::makeRunner()
+std::unique_ptr<zulcommand::LineRunner> Application::makeRunner()
 {
     auto runner = std::make_unique<CommandRunner>(mIo, *mProxy, mFaults);
     runner->onHelp = [this](const std::string& lines) { mConsole->text(lines); };

@@ -39,7 +39,7 @@ private:
     void begin();
     void startCommand();
     void writeLine(const zulcommand::JsonPtr& line);
-    std::unique_ptr<zulconsole::LineRunner> makeRunner();
+    std::unique_ptr<zulcommand::LineRunner> makeRunner();
     void waitForSignal();
     void takeSignals();
     void quit(int signal);

@@ -8,7 +8,7 @@
 namespace proxy {
 
 InputCommands::InputCommands(boost::asio::io_context& io, int fd, zulconsole::Console& console,
-                             std::unique_ptr<zulconsole::LineRunner> runner)
+                             std::unique_ptr<zulcommand::LineRunner> runner)
     : mIo(io), mConsole(console), mRunner(std::move(runner))
 {
     mRunner->onReply = [this](const zulcommand::JsonPtr& line) { mConsole.line(line); };

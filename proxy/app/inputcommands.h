@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
+#include "zulcommand/linerunner.h"
 #include "zulconsole/console.h"
 #include "zulconsole/lineinput.h"
-#include "zulconsole/linerunner.h"
 #include "zulconsole/prompt.h"
 
 namespace proxy {
@@ -19,7 +19,7 @@ public:
     /// Reads from @p fd, a terminal, a pipe or a file, and writes the replies to @p console; both are
     /// borrowed.
     InputCommands(boost::asio::io_context& io, int fd, zulconsole::Console& console,
-                  std::unique_ptr<zulconsole::LineRunner> runner);
+                  std::unique_ptr<zulcommand::LineRunner> runner);
     ~InputCommands();
     InputCommands(const InputCommands&) = delete;
     InputCommands& operator=(const InputCommands&) = delete;
@@ -33,7 +33,7 @@ private:
 
     boost::asio::io_context& mIo;
     zulconsole::Console& mConsole;
-    const std::unique_ptr<zulconsole::LineRunner> mRunner;
+    const std::unique_ptr<zulcommand::LineRunner> mRunner;
     std::unique_ptr<zulconsole::LineInput> mLineInput; ///< null at a terminal
     std::unique_ptr<zulconsole::Prompt> mPrompt;       ///< null if there is no terminal
     bool mRunning = false;

@@ -38,21 +38,9 @@ CommandRunner::CommandRunner(boost::asio::io_context& io, ProxyControl& proxy, F
 
 CommandRunner::~CommandRunner() { mFaults.ignore(this); }
 
-void CommandRunner::submit(const std::string& line)
+void CommandRunner::begin(std::string text)
 {
-    std::string text = trimmed(line);
-    if (!isSkipped(text)) {
-        mQueue.push_back(std::move(text));
-    }
-}
-
-void CommandRunner::runNext()
-{
-    if (mRun || mQueue.empty()) {
-        return;
-    }
-    mRun.emplace(std::move(mQueue.front()));
-    mQueue.pop_front();
+    mRun.emplace(std::move(text));
     const std::string mistake = parseCommand(mRun->text, &mRun->command);
     if (mistake.empty()) {
         execute();
@@ -82,7 +70,7 @@ void CommandRunner::execute()
         return end(replyWithMember("text", textOf(commandHelp())));
     case Kind::QUIT:
         end({});
-        mQueue.clear();
+        dropWaiting();
         return onQuit();
     case Kind::EXPECT_FAULT:
     case Kind::SLEEP:

@@ -4,7 +4,6 @@
 #include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -12,18 +11,15 @@
 
 #include "proxy/commands/commandparser.h"
 #include "proxy/commands/proxycontrol.h"
+#include "zulcommand/linerunner.h"
 #include "zulcommand/reply.h"
-#include "zulconsole/linerunner.h"
 
 namespace proxy {
 
 /// Runs the commands of standard input or of one client of the control socket, one after the other.
-class CommandRunner : public zulconsole::LineRunner, private FaultLog::Listener
+class CommandRunner : public zulcommand::LineRunner, private FaultLog::Listener
 {
 public:
-    /// full() is true while this many lines wait, or more.
-    static constexpr size_t kMaxWaiting = 1000;
-
     /// All outlive it; all runners of a proxy share @p faults.
     CommandRunner(boost::asio::io_context& io, ProxyControl& proxy, FaultLog& faults);
     ~CommandRunner() override;
@@ -33,11 +29,7 @@ public:
     /// Called with the lines of "help" before its reply, which has them too.
     std::function<void(const std::string&)> onHelp = [](const std::string&) {};
 
-    void submit(const std::string& line) override;
-    bool full() const override { return mQueue.size() >= kMaxWaiting; }
     bool isRunning() const override { return mRun.has_value(); }
-    bool isIdle() const override { return !mRun && mQueue.empty(); }
-    void runNext() override;
 
 private:
     using Reply = zulcommand::Reply;
@@ -53,6 +45,7 @@ private:
         uint64_t scannedUpTo = 0; ///< faults before this one are not those that are expected
     };
 
+    void begin(std::string text) override;
     void faultAdded() override;
     void execute();
     Reply addRule();
@@ -67,7 +60,6 @@ private:
     ProxyControl& mProxy;
     FaultLog& mFaults;
     boost::asio::steady_timer mTimer;
-    std::deque<std::string> mQueue;
     std::optional<Run> mRun;
     uint64_t mWait = 0;    ///< the number of the latest wait; a wait before it calls nothing
     bool mLooking = false; ///< the event loop is about to look for a fault

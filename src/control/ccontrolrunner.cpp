@@ -36,21 +36,9 @@ cControlRunner::cControlRunner(cControlled* controlled) : mControlled(controlled
     QObject::connect(&mTimer, &QTimer::timeout, [this] { timeUp(); });
 }
 
-void cControlRunner::submit(const std::string& line)
+void cControlRunner::begin(std::string text)
 {
-    std::string text = trimmed(line);
-    if (!isSkipped(text)) {
-        mQueue.push_back(std::move(text));
-    }
-}
-
-void cControlRunner::runNext()
-{
-    if (mRun || mQueue.empty()) {
-        return;
-    }
-    mRun.emplace(std::move(mQueue.front()));
-    mQueue.pop_front();
+    mRun.emplace(std::move(text));
     mBeginning = true;
     const std::string mistake = parseControlCommand(mRun->text, &mRun->command);
     if (mistake.empty()) {
@@ -102,7 +90,7 @@ void cControlRunner::execute()
         return end({.members = JsonPtr(json_pack("{s:o}", "text", textOf(controlHelp())))});
     case Kind::QUIT:
         end({});
-        mQueue.clear();
+        dropWaiting();
         return onQuit();
     default: // what waits
         return look();

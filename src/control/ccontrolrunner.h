@@ -2,45 +2,24 @@
 
 #include <QTimer>
 #include <chrono>
-#include <deque>
-#include <functional>
 #include <optional>
 #include <string>
 
 #include "zulcommand/controlcommand.h"
 #include "zulcommand/eventsearch.h"
+#include "zulcommand/linerunner.h"
 
 class cControlled;
 struct sScriptEvent;
 
 /// Runs the commands of one client of the control socket, one after the other.
-class cControlRunner
+class cControlRunner : public zulcommand::LineRunner
 {
 public:
-    /// full() is true while this many lines wait, or more.
-    static constexpr size_t kMaxWaiting = 1000;
-
     /// @p controlled is borrowed.
     explicit cControlRunner(cControlled* controlled);
 
-    /// Called with the line of each reply; it must not call the runner.
-    std::function<void(const zulcommand::JsonPtr&)> onReply;
-
-    /// Called when a command that had to wait has ended: the next one may be run. It must not run it.
-    std::function<void()> onReady;
-
-    /// Called after the reply to "quit".
-    std::function<void()> onQuit;
-
-    /// Queues a line; one that is no command is skipped.
-    void submit(const std::string& line);
-
-    bool full() const { return mQueue.size() >= kMaxWaiting; }
-    bool isRunning() const { return mRun.has_value(); }
-    bool isIdle() const { return !mRun && mQueue.empty(); }
-
-    /// Runs the next command, if there is one and none is running.
-    void runNext();
+    bool isRunning() const override { return mRun.has_value(); }
 
     // What happens. The running command may end by it; the next one is not run.
 
@@ -68,6 +47,7 @@ private:
         Reply lastAnswer;    ///< the last of them
     };
 
+    void begin(std::string text) override;
     void execute();
     Reply get() const;
     void look();
@@ -84,7 +64,6 @@ private:
 
     cControlled* mControlled;
     zulcommand::MessageLog mLog;
-    std::deque<std::string> mQueue;
     std::optional<Run> mRun;
     bool mBeginning = false; ///< the running command is in execute()
     QTimer mTimer;

@@ -1,6 +1,5 @@
 #include "zulconsole/controlsocket.h"
 
-#include <deque>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
@@ -11,9 +10,9 @@
 #include "linecatcher.h"
 #include "zulconsole/controlclient.h"
 
+using zulcommand::LineRunner;
 using zulconsole::ControlClient;
 using zulconsole::ControlSocket;
-using zulconsole::LineRunner;
 
 namespace {
 
@@ -21,23 +20,7 @@ namespace {
 class EchoRunner : public LineRunner
 {
 public:
-    void submit(const std::string& line) override { mLines.push_back(line); }
-    bool full() const override { return mLines.size() >= 2; }
     bool isRunning() const override { return mRunning; }
-    bool isIdle() const override { return !mRunning && mLines.empty(); }
-
-    void runNext() override
-    {
-        const std::string line = mLines.front();
-        mLines.pop_front();
-        mRunning = line == "wait";
-        if (!mRunning) {
-            answer(line);
-        }
-        if (line == "quit") {
-            onQuit();
-        }
-    }
 
     void endWait()
     {
@@ -47,12 +30,22 @@ public:
     }
 
 private:
+    void begin(std::string line) override
+    {
+        mRunning = line == "wait";
+        if (!mRunning) {
+            answer(line);
+        }
+        if (line == "quit") {
+            onQuit();
+        }
+    }
+
     void answer(const std::string& line)
     {
         onReply(zulcommand::JsonPtr(json_pack("{s:s, s:s}", "event", "reply", "command", line.c_str())));
     }
 
-    std::deque<std::string> mLines;
     bool mRunning = false;
 };
 
