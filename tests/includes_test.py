@@ -23,6 +23,7 @@ LAYERS = {
         ["zulobj"],
         ["zuldevice"],
         ["zulcommand"],
+        ["zulscenario"],
         ["zulconsole"],
         ["zuloptions"],
     ],

@@ -1,0 +1,50 @@
+#include "zulscenario/scenario.h"
+
+#include <string_view>
+
+namespace zulscenario {
+
+namespace {
+
+bool lastsForever(const Step& step)
+{
+    const auto* play = std::get_if<Play>(&step.action);
+    return (std::holds_alternative<Wave>(step.action) && !step.duration) || (play != nullptr && play->loop);
+}
+
+} // namespace
+
+std::string fillText(const std::string& text, const TextValues& values)
+{
+    std::string filled;
+    std::string_view rest = text;
+    const auto take = [&rest](std::string_view prefix) {
+        const bool taken = rest.starts_with(prefix);
+        rest.remove_prefix(taken ? prefix.size() : 0);
+        return taken;
+    };
+    while (!rest.empty()) {
+        if (take("{{")) {
+            filled += '{';
+        } else if (take("{n}")) {
+            filled += std::to_string(values.event);
+        } else if (take("{serial}")) {
+            filled += std::to_string(values.serial);
+        } else if (take("{device}")) {
+            filled += std::to_string(values.device);
+        } else {
+            filled += rest.front();
+            rest.remove_prefix(1);
+        }
+    }
+    return filled;
+}
+
+bool isEndless(const Step& step)
+{
+    const auto* every = std::get_if<Every>(&step.trigger);
+    return std::holds_alternative<When>(step.trigger) || (every != nullptr && !every->until) ||
+           lastsForever(step);
+}
+
+} // namespace zulscenario
