@@ -190,7 +190,8 @@ void Lane::learnFrom(const CutMessage& message)
 {
     MessageMemory memory;
     MessageFacts facts(message, &memory);
-    if (const std::optional<uint32_t> serial = deviceSerialIn(&facts)) {
+    const std::vector<WendleObject>* records = facts.records();
+    if (const auto serial = records == nullptr ? std::nullopt : zulcommand::deviceSerialIn(*records)) {
         mOwner.deviceKnown(*serial);
     }
 }

@@ -5,29 +5,9 @@
 
 namespace proxy {
 
+using zulcommand::anyTag;
+
 namespace {
-
-constexpr uint32_t kEveryDevice = 0xFFFFFFFF;
-
-template <class Condition>
-bool anyTag(const WendleObject& record, Condition holds)
-{
-    WTagReader reader(record.tags);
-    for (WTagView tag; reader.next(&tag);) {
-        if (holds(tag)) {
-            return true;
-        }
-    }
-    return false;
-}
-
-bool hasPort(const WendleObject& record, uint32_t port)
-{
-    return anyTag(record, [port](const WTagView& tag) {
-        uint32_t number = 0;
-        return readPort(tag, &number) && number == port;
-    });
-}
 
 bool canActOn(const Rule& rule, const WendleObject& record)
 {
@@ -36,14 +16,6 @@ bool canActOn(const Rule& rule, const WendleObject& record)
     }
     const std::optional<uint16_t> changed = changedTag(rule);
     return !changed || anyTag(record, [&](const WTagView& tag) { return tag.number == *changed; });
-}
-
-bool isWhole(const WendleObject& record)
-{
-    WTagReader reader(record.tags);
-    for (WTagView tag; reader.next(&tag);) {
-    }
-    return reader.status().isOk();
 }
 
 } // namespace
@@ -57,7 +29,7 @@ bool isFloat(const WTagView& tag)
 const std::vector<WendleObject>* MessageFacts::records()
 {
     if (mRead == NOT_YET) {
-        mRead = readRecords() ? READABLE : UNREADABLE;
+        mRead = zulcommand::readRecords(payload(), &mMemory.records) ? READABLE : UNREADABLE;
     }
     return mRead == READABLE ? &mMemory.records : nullptr;
 }
@@ -84,36 +56,10 @@ void MessageFacts::joinPayload()
     }
 }
 
-bool MessageFacts::readRecords()
-{
-    mMemory.records.clear();
-    WObjectReader reader(payload());
-    for (WendleObject record; reader.next(&record);) {
-        if (!isWhole(record)) {
-            return false;
-        }
-        mMemory.records.push_back(record);
-    }
-    return reader.status().isOk();
-}
-
-bool findTag(const WendleObject& record, uint16_t tag, std::span<const uint8_t>* value)
-{
-    bool found = false;
-    WTagReader reader(record.tags);
-    for (WTagView next; reader.next(&next);) {
-        if (next.number == tag) {
-            *value = next.value;
-            found = true;
-        }
-    }
-    return found;
-}
-
 bool choosesRecord(const Rule& rule, const WendleObject& record)
 {
-    return (!rule.object || *rule.object == record.type) && (!rule.port || hasPort(record, *rule.port)) &&
-           canActOn(rule, record);
+    return (!rule.object || *rule.object == record.type) &&
+           (!rule.port || zulcommand::hasPort(record, *rule.port)) && canActOn(rule, record);
 }
 
 std::optional<uint16_t> changedTag(const Rule& rule)
@@ -176,23 +122,6 @@ bool choosesRecords(const Rule& rule, MessageFacts* message)
     return records != nullptr && std::ranges::any_of(*records, [&rule](const WendleObject& record) {
                return choosesRecord(rule, record);
            });
-}
-
-std::optional<uint32_t> deviceSerialIn(MessageFacts* message)
-{
-    const std::vector<WendleObject>* records = message->records();
-    if (records == nullptr) {
-        return std::nullopt;
-    }
-    for (const WendleObject& record : *records) {
-        std::span<const uint8_t> value;
-        uint32_t serial = kEveryDevice;
-        if (findTag(record, TAG_DEVICE_SERIAL, &value) && wmsg::getNumber(value, &serial) &&
-            serial != kEveryDevice) {
-            return serial;
-        }
-    }
-    return std::nullopt;
 }
 
 } // namespace proxy

@@ -7,7 +7,7 @@
 #include "proxy/faults/messagecutter.h"
 #include "proxy/faults/segmentheader.h"
 #include "proxy/rules/rule.h"
-#include "wmsg/wpayload.h"
+#include "zulcommand/messagerecords.h"
 
 namespace proxy {
 
@@ -54,7 +54,6 @@ private:
     };
 
     void joinPayload();
-    bool readRecords();
 
     const CutMessage& mMessage;
     MessageMemory& mMemory;
@@ -62,17 +61,8 @@ private:
     bool mJoined = false;
 };
 
-/// Finds the value of the last tag @p tag of @p record. False if there is none.
-bool findTag(const WendleObject& record, uint16_t tag, std::span<const uint8_t>* value);
-
 /// True if the dictionary has @p tag as a float and it has the length of one.
 bool isFloat(const WTagView& tag);
-
-/// Reads the number of a port, if @p tag has one.
-inline bool readPort(const WTagView& tag, uint32_t* port)
-{
-    return (tag.number == TAG_PORT_ID || tag.number == TAG_PORT_NUM) && wmsg::getNumber(tag.value, port);
-}
 
 /// The tag without which the rule's kind cannot act on a record. For NAN_FLOATS that is any float.
 std::optional<uint16_t> changedTag(const Rule& rule);
@@ -94,8 +84,5 @@ bool choosesHeader(const Rule& rule, const SegmentHeader& header);
 
 /// True if the rule asks for no record, or if the message has one that it chooses.
 bool choosesRecords(const Rule& rule, MessageFacts* message);
-
-/// The serial number that the message tells: the first one that is not that of every device.
-std::optional<uint32_t> deviceSerialIn(MessageFacts* message);
 
 } // namespace proxy

@@ -183,7 +183,8 @@ std::optional<Change> RecordEdit::setSerial(const Rule& /*rule*/, uint64_t drawn
 {
     std::span<const uint8_t> value;
     uint32_t serial = 0;
-    if (!findTag({0, record->tags}, TAG_DEVICE_SERIAL, &value) || !wmsg::getNumber(value, &serial)) {
+    if (!zulcommand::findTag({0, record->tags}, TAG_DEVICE_SERIAL, &value) ||
+        !wmsg::getNumber(value, &serial)) {
         return std::nullopt;
     }
     constexpr uint32_t kEveryDevice = 0xFFFFFFFF;

@@ -112,7 +112,7 @@ void RuleSieve::readTags(const WendleObject& record, Shape* shape) const
         tags |= mByTag[tag.number];
         numbers += tag.value.size() == wmsg::kNumberSize ? 1 : 0;
         uint32_t port = 0;
-        if (readPort(tag, &port)) {
+        if (zulcommand::readPort(tag, &port)) {
             ++ports;
             shape->ports |= mByPort[port];
             shape->portAt = static_cast<size_t>(tag.value.data() - shape->first.data());

@@ -71,11 +71,6 @@ const Kind& kindOf(eFault fault) { return kKinds[static_cast<size_t>(fault)]; }
 
 } // namespace
 
-const char* nameOf(eDirection direction)
-{
-    return direction == eDirection::TO_SERVER ? "to-server" : "to-device";
-}
-
 const char* nameOf(eFault kind) { return kindOf(kind).name; }
 
 eFaultLayer layerOf(eFault kind) { return kindOf(kind).layer; }

@@ -5,20 +5,13 @@
 #include <optional>
 #include <string>
 
+#include "zulcommand/messageselector.h"
 #include "zuldict/zuldict.h"
 
 namespace proxy {
 
-enum class eDirection : uint8_t
-{
-    TO_SERVER,
-    TO_DEVICE
-};
-
-constexpr eDirection kDirections[] = {eDirection::TO_SERVER, eDirection::TO_DEVICE};
-
-/// "to-server" or "to-device".
-const char* nameOf(eDirection direction);
+using zulcommand::eDirection;
+using zulcommand::kDirections;
 
 /// What a rule does.
 enum class eFault : uint8_t
