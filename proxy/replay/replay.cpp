@@ -1,37 +1,12 @@
 #include "proxy/replay/replay.h"
 
 #include <algorithm>
-#include <charconv>
-#include <iterator>
-#include <string_view>
 
 #include "proxy/faults/faultline.h"
 
 namespace proxy {
 
 namespace {
-
-/// Programs whose recordings hold connections between a device and its server, and nothing else.
-constexpr std::string_view kOwnPrograms[] = {"zulbench ", "zulserver ", "zulfleet ", "zulproxy "};
-
-// What a zulproxy writes: the interface of its connections to the server, and the comment on a first packet.
-constexpr std::string_view kProxy = "zulproxy ";
-constexpr std::string_view kServerInterface = "server";
-constexpr std::string_view kConnection = "connection ";
-
-/// The connection that the comments on a first packet name.
-std::optional<uint64_t> connectionNamed(const std::vector<std::string>& comments)
-{
-    for (const std::string& comment : comments) {
-        uint32_t number = 0;
-        const char* const end = comment.data() + comment.size();
-        if (comment.starts_with(kConnection) &&
-            std::from_chars(comment.data() + kConnection.size(), end, number).ptr == end && number > 0) {
-            return number;
-        }
-    }
-    return {};
-}
 
 std::string connections(uint64_t count)
 {
@@ -62,13 +37,9 @@ void Replay::add(const sPacket& packet, const cPacketReader& reader)
         mShared.startedNs = timeNs;
     }
     advance(timeNs);
-    const std::string& program = reader.program();
     const sCaptureInterface& interface = reader.interfaces()[packet.interface];
-    mIsPaired = program.starts_with(kProxy);
-    mIsServer = mIsPaired && interface.name == kServerInterface;
-    const bool isOwn = std::ranges::any_of(
-        kOwnPrograms, [&program](std::string_view own) { return program.starts_with(own); });
-    mStreams.setServerPort(isOwn ? std::nullopt : mPort);
+    mStreamPairs.setRecorder(reader.program(), interface.name);
+    mStreams.setServerPort(cStreamPairs::isOwn(reader.program()) ? std::nullopt : mPort);
     mStreams.add(packet, interface);
 }
 
@@ -104,23 +75,16 @@ void Replay::change(uint64_t id, Do what)
     }
 }
 
-uint64_t Replay::addPair(uint64_t number, int64_t timeNs)
+void Replay::addPair(uint64_t id, uint64_t number)
 {
-    const uint64_t id = ++mLastPair;
     RecordedConnection::Owner* const owner = this;
-    mPairs.try_emplace(id, mShared, number, owner).first->second.connection.begin(timeNs);
-    return id;
+    mPairs.try_emplace(id, mShared, number, owner).first->second.connection.begin(mNowNs);
 }
 
 void Replay::removePair(uint64_t id)
 {
     const auto found = mPairs.find(id);
-    const RecordedConnection& connection = found->second.connection;
-    const auto named = mNamed.find(connection.number());
-    if (named != mNamed.end() && named->second == id) {
-        mNamed.erase(named);
-    }
-    mWaiting -= connection.waiting();
+    mWaiting -= found->second.connection.waiting();
     mDue.erase({found->second.due, id});
     mLossy.erase(id);
     mPairs.erase(found);
@@ -130,27 +94,15 @@ void Replay::opened(const sStream& stream, const std::vector<std::string>& comme
 {
     ++mStreamsSeen;
     mBegunBefore += stream.isWhole ? 0 : 1;
-    const std::optional<uint64_t> named = mIsPaired ? connectionNamed(comments) : std::nullopt;
-    Part part;
-    if (mIsServer) {
-        const auto device = named ? mNamed.find(*named) : mNamed.end();
-        if (device == mNamed.end()) {
-            return; // its pair is unknown
-        }
-        part = {device->second, eDirection::TO_DEVICE};
-    } else {
-        part.pair = addPair(named.value_or(stream.number), mNowNs);
-        if (mIsPaired) {
-            part.direction = eDirection::TO_SERVER;
-        }
-        if (named) {
-            mNamed[*named] = part.pair;
-        }
+    const cStreamPairs::sPart* part = mStreamPairs.opened(stream, comments);
+    if (part == nullptr) {
+        return;
     }
-    mParts[stream.number] = part;
-    ++mPairs.at(part.pair).openStreams;
-    change(part.pair, [this](RecordedConnection& connection) {
-        if (mIsServer || !mIsPaired) {
+    if (part->isFirst) {
+        addPair(part->connection, part->named.value_or(stream.number));
+    }
+    change(part->connection, [&](RecordedConnection& connection) {
+        if (part->reachesServer) {
             connection.reached(mNowNs);
         }
     });
@@ -160,10 +112,10 @@ void Replay::opened(const sStream& stream, const std::vector<std::string>& comme
 template <class Do>
 void Replay::changeFrom(const sStream& stream, cTcpStreams::eSide from, Do what)
 {
-    const auto part = mParts.find(stream.number);
-    const eDirection direction = directionFrom(from);
-    if (part != mParts.end() && part->second.direction.value_or(direction) == direction) {
-        change(part->second.pair, [&](RecordedConnection& connection) { what(connection, direction); });
+    const cStreamPairs::sPart* part = mStreamPairs.find(stream);
+    if (part != nullptr && part->counts(from)) {
+        change(part->connection,
+               [&](RecordedConnection& connection) { what(connection, directionFrom(from)); });
     }
 }
 
@@ -178,7 +130,7 @@ void Replay::received(const sStream& stream, cTcpStreams::eSide from, std::span<
 void Replay::lost(const sStream& stream, cTcpStreams::eSide from, uint64_t /*bytes*/, int64_t /*timeNs*/)
 {
     changeFrom(stream, from, [&](RecordedConnection& connection, eDirection direction) {
-        mLossyCount += mLossy.insert(mParts.at(stream.number).pair).second ? 1 : 0;
+        mLossyCount += mLossy.insert(mStreamPairs.find(stream)->connection).second ? 1 : 0;
         connection.lost(direction);
     });
 }
@@ -193,21 +145,15 @@ void Replay::ended(const sStream& stream, cTcpStreams::eSide from, int64_t /*tim
 /// A reset on one side ends both, as in the proxy.
 void Replay::wasReset(const sStream& stream, cTcpStreams::eSide /*from*/, int64_t /*timeNs*/)
 {
-    if (const auto part = mParts.find(stream.number); part != mParts.end()) {
-        change(part->second.pair, [](RecordedConnection& connection) { connection.abandon(); });
+    if (const cStreamPairs::sPart* part = mStreamPairs.find(stream)) {
+        change(part->connection, [](RecordedConnection& connection) { connection.abandon(); });
     }
 }
 
 void Replay::closed(const sStream& stream, int64_t /*timeNs*/)
 {
-    const auto part = mParts.find(stream.number);
-    if (part == mParts.end()) {
-        return;
-    }
-    const uint64_t id = part->second.pair;
-    mParts.erase(part);
-    if (--mPairs.at(id).openStreams == 0) {
-        removePair(id);
+    if (const std::optional<uint64_t> over = mStreamPairs.closed(stream)) {
+        removePair(*over);
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <functional>
 #include <map>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -11,6 +10,7 @@
 
 #include "proxy/replay/recordedconnection.h"
 #include "wcapture/packetreader.h"
+#include "wcapture/streampairs.h"
 #include "wcapture/tcpstreams.h"
 
 namespace proxy {
@@ -50,7 +50,6 @@ public:
     void finish();
 
 private:
-    /// A connection, of which a proxy has recorded two streams.
     struct Pair
     {
         Pair(const FaultyConnection::Shared& shared, uint64_t number, RecordedConnection::Owner* owner)
@@ -58,15 +57,7 @@ private:
         {}
 
         RecordedConnection connection;
-        size_t openStreams = 0;
         int64_t due = FaultyConnection::kNever; ///< as it stands in mDue
-    };
-
-    /// What a stream is of its connection.
-    struct Part
-    {
-        uint64_t pair = 0;
-        std::optional<eDirection> direction = {}; ///< the only one that counts
     };
 
     void opened(const sStream& stream, const std::vector<std::string>& comments, int64_t timeNs) override;
@@ -81,7 +72,7 @@ private:
     void faultDone(const Fault& fault, int64_t timeNs) override { onFault(fault, timeNs); }
     void foreignBytes(uint64_t connection, eDirection direction) override;
 
-    uint64_t addPair(uint64_t number, int64_t timeNs);
+    void addPair(uint64_t id, uint64_t number);
     void removePair(uint64_t id);
     void advance(int64_t timeNs);
     template <class Do>
@@ -94,15 +85,10 @@ private:
     DeviceCounts mDevices;
     FaultyConnection::Shared mShared;
     cTcpStreams mStreams{this};
-    bool mIsOwn = false;    ///< one of our programs wrote the present section
-    bool mIsPaired = false; ///< and that was a zulproxy
-    bool mIsServer = false; ///< the present packet is from its side of the server
-    int64_t mNowNs = -1;    ///< time of the latest packet; none before the first
+    cStreamPairs mStreamPairs;
+    int64_t mNowNs = -1; ///< time of the latest packet; none before the first
 
-    std::map<uint64_t, Pair> mPairs; ///< by a number of their own
-    uint64_t mLastPair = 0;
-    std::map<uint64_t, Part> mParts;             ///< by the number of the stream
-    std::map<uint64_t, uint64_t> mNamed;         ///< pairs by the number that a zulproxy gave them
+    std::map<uint64_t, Pair> mPairs;             ///< as mStreamPairs numbers them
     std::set<std::pair<int64_t, uint64_t>> mDue; ///< when which pair is to be advanced
     size_t mWaiting = 0;
     std::set<uint64_t> mLossy; ///< connections of which bytes are missing
