@@ -94,6 +94,7 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
     add("--mix", &raw->mix, "MIX", "The shares of the kinds, like din=70,ain=20,scan=5,adhoc=5");
     add("--sample-every", &raw->sampleEvery, "S",
         "Sample each analog input so often, in the place of the devices' rates");
+    zuloptions::addTimeScale(app, &options->fleet.timeScale);
     add("--outage", &raw->outages, "OUTAGE", "Take connections down; may be given again")
         ->allow_extra_args(false);
     add("--duration", &raw->duration, "S", "End so long after the events began");

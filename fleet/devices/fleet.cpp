@@ -49,10 +49,11 @@ uint64_t elapsed(int64_t sinceUs, int64_t nowUs)
     return static_cast<uint64_t>(std::max<int64_t>(nowUs - sinceUs, 0));
 }
 
-/// A device's own rate is looked at every second.
+/// A device's own rate is looked at every second of the devices, but at most once in a millisecond.
 double samplesPerSecond(const FleetSettings& settings, uint32_t count)
 {
-    return count / inSeconds(settings.sampleEvery.value_or(kSecond));
+    return settings.sampleEvery ? count * settings.timeScale / inSeconds(*settings.sampleEvery)
+                                : count * std::min(settings.timeScale, 1000.0);
 }
 
 } // namespace
@@ -64,6 +65,7 @@ Fleet::Fleet(boost::asio::io_context& io, const FleetSettings& settings, ServerT
       mTarget(std::move(target)),
       mShared{io, mTarget, settings.link, mNoTrace, {}},
       mTimer(io),
+      mClock(settings.timeScale),
       mConnects(0, 1.0),
       mGate(std::max({settings.shard.rate(settings.connectRate, settings.count), mCount / 5.0, 1.0})),
       mEvents(0, 1.0),
@@ -80,7 +82,7 @@ Fleet::Fleet(boost::asio::io_context& io, const FleetSettings& settings, ServerT
 void Fleet::addDevices()
 {
     const uint32_t first = mSettings.shard.first(mSettings.count);
-    const time_t now = ::time(nullptr);
+    const time_t now = mClock.beginning();
     Device::Owner* const owner = this; // a private base
     mRecords.resize(mCount);
     for (uint32_t i = 0; i < mCount; ++i) {
@@ -102,7 +104,8 @@ void Fleet::start()
 {
     mStartUs = nowUs();
     mConnects = Schedule(mStartUs, *mReport.connects.planned);
-    mSamples = Schedule(mStartUs + mSettings.sampleEvery.value_or(0), samplesPerSecond(mSettings, mCount));
+    const double firstUs = static_cast<double>(mSettings.sampleEvery.value_or(0)) / mSettings.timeScale;
+    mSamples = Schedule(mStartUs + static_cast<int64_t>(firstUs), samplesPerSecond(mSettings, mCount));
     tick();
 }
 
@@ -369,7 +372,7 @@ bool Fleet::takeSamples(int64_t now)
             return false;
         }
         Device& device = *mDevices[mSampleStep++ % mCount];
-        const time_t time = ::time(nullptr);
+        const time_t time = mClock.seconds();
         act(device, [&](PlainDevice& plain) {
             mSettings.sampleEvery ? plain.sampleAll(time) : plain.takeSamples(time);
             return true;

@@ -17,6 +17,7 @@
 #include "fleet/devices/runningoutage.h"
 #include "fleet/devices/schedule.h"
 #include "fleet/report/fleetreport.h"
+#include "zuldevice/scaledclock.h"
 
 namespace fleet {
 
@@ -138,6 +139,7 @@ private:
     std::vector<Record> mRecords;
     std::vector<std::string> mReasons = {""};
     LinkTimer mTimer;
+    const cScaledClock mClock;
     Observer* mObserver = nullptr;
 
     // Connecting.

@@ -31,6 +31,7 @@ struct FleetSettings
     std::optional<int64_t> sampleEvery; ///< nothing if the devices' own rates say
     std::vector<OutageOrder> outages;
     std::optional<int64_t> duration; ///< after the events began; nothing for no end
+    double timeScale = 1.0;          ///< the devices' own samples are so many times as fast
     Shard shard;
     sLinkSettings link;
 };

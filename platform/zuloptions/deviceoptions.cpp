@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <charconv>
 
+#include "zulcommand/commandwords.h"
 #include "zuldevice/devicefile.h"
+#include "zuldevice/scaledclock.h"
 
 namespace zuloptions {
 
@@ -21,6 +23,19 @@ CLI::Option* addNumber(CLI::App* app, const std::string& name, std::optional<uin
         *target = number;
     };
     return app->add_option_function<std::string>(name, read, description)->type_name("N");
+}
+
+void addTimeScale(CLI::App* app, double* scale)
+{
+    const auto read = [scale](const std::string& text) {
+        *scale = zulcommand::parseDouble(text).value_or(0.0);
+        if (!(*scale >= cScaledClock::kMinScale && *scale <= cScaledClock::kMaxScale)) {
+            throw CLI::ValidationError("--time-scale", "'" + text + "' is not a number from 0.1 to 10000");
+        }
+    };
+    app->add_option_function<std::string>("--time-scale", read,
+                                          "Scenarios, samples and scripts' timers run K times as fast")
+        ->type_name("K");
 }
 
 bool CountOptions::any() const

@@ -15,6 +15,9 @@ namespace zuloptions {
 CLI::Option* addNumber(CLI::App* app, const std::string& name, std::optional<uint32_t>* target, uint32_t max,
                        const std::string& description);
 
+/// Adds --time-scale, whose number goes to @p *scale.
+void addTimeScale(CLI::App* app, double* scale);
+
 /// The numbers of ports and scanners that a command line gives in the place of a device file's.
 struct CountOptions
 {

@@ -80,6 +80,7 @@ QString configureLog(const cOptions& options, MainWindow&)
 
 QString openDevice(const cOptions& options, MainWindow& window)
 {
+    window.setClock(cScaledClock(options.timeScale));
     cDeviceFile device;
     device.type = QStringLiteral("TYPE_DISCRETE_IO");
     if (options.deviceFile) {

@@ -126,6 +126,7 @@ void MainWindow::showDevice(const cDeviceFile& values)
     mDevice = new cDevice(values.digitalInputs, values.digitalOutputs, values.analogInputs,
                           values.analogOutputs, values.scanners, label.data(), values.type,
                           values.versionNumber(), values.serialNumber());
+    mDevice->setClock(mClock);
     setCentralWidget(mDevice);
     mDeviceReplaced();
 }
@@ -364,6 +365,12 @@ void MainWindow::on_actionRemove_Digital_Output_triggered() { openItemsDialog<re
 void MainWindow::on_actionRemove_Analog_Input_triggered() { openItemsDialog<removeItemDialog>(3); }
 void MainWindow::on_actionRemove_Analog_Output_triggered() { openItemsDialog<removeItemDialog>(4); }
 void MainWindow::on_actionRemove_Access_Event_triggered() { openItemsDialog<removeItemDialog>(5); }
+
+void MainWindow::setClock(const cScaledClock& clock)
+{
+    mClock = clock;
+    mScripts.setTimeScale(clock.scale());
+}
 
 bool MainWindow::shutDown()
 {

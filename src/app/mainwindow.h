@@ -73,6 +73,9 @@ public:
 
     cScripts& scripts() { return mScripts; }
 
+    /// Devices and scripts to come follow @p clock.
+    void setClock(const cScaledClock& clock);
+
     // For the control socket.
     bool connectTo(const std::optional<sHostPort>& server) override;
     bool replaceDevice(const QString& path) override;
@@ -158,6 +161,7 @@ private:
     bool connected;
     std::vector<QPointer<QDialog>> mDialogs;
     cScripts mScripts;
+    cScaledClock mClock;
     std::shared_ptr<cCaptureFile> mCapture; ///< null if nothing is recorded
     std::function<void()> mDeviceReplaced = [] {};
 };

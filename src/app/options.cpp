@@ -78,6 +78,7 @@ void describe(CLI::App& app, const std::string& version, cOptions& options, std:
         ->excludes("--script");
     zuloptions::addNumber(&app, "--seed", &options.seed, std::numeric_limits<uint32_t>::max(),
                           "Seed of the scripts' random numbers");
+    zuloptions::addTimeScale(&app, &options.timeScale);
     addFile("--log-config", options.logConfig, "Log as this log4cpp property file says");
     addFile("--capture", options.captureFile, "Record what crosses the link in this file (pcapng)");
     app.add_option("--control", options.control, "Take commands from a Unix socket, made at this path")

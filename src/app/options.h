@@ -32,12 +32,13 @@ struct cOptions
     std::optional<std::string> deviceFile;
     cDeviceOptions device; ///< in place of what the device file says, or without one
     std::optional<std::string> connectionFile;
-    std::optional<sHostPort> server;        ///< in place of a connection file
-    bool connect = false;                   ///< always with a server
-    std::vector<std::string> scripts;       ///< those of --script first; none without a device
-    std::optional<std::string> run;         ///< the script that the program ends with; then no others
-    std::vector<std::string> arguments;     ///< of that script: the last ones of the command line
-    std::optional<uint32_t> seed;           ///< of the scripts' random numbers
+    std::optional<sHostPort> server;    ///< in place of a connection file
+    bool connect = false;               ///< always with a server
+    std::vector<std::string> scripts;   ///< those of --script first; none without a device
+    std::optional<std::string> run;     ///< the script that the program ends with; then no others
+    std::vector<std::string> arguments; ///< of that script: the last ones of the command line
+    std::optional<uint32_t> seed;       ///< of the scripts' random numbers
+    double timeScale = 1.0;
     std::optional<std::string> logConfig;   ///< a log4cpp property file
     std::optional<std::string> captureFile; ///< records what crosses the link
     std::optional<std::string> control;     ///< the path of the control socket

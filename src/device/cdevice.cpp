@@ -27,6 +27,9 @@ namespace {
 
 constexpr eObjectTypes kPortTypes[] = {OBJ_PORT_DIN, OBJ_PORT_DOUT, OBJ_PORT_AIN, OBJ_PORT_AOUT};
 
+/// A clock that is fast is not looked at more often.
+constexpr double kMinPassSeconds = 0.001;
+
 /// Where the slider of an analog input stands; nothing for another record.
 std::optional<int> sliderOf(const cObject& record)
 {
@@ -168,6 +171,13 @@ void cDevice::connectTo(const sHostPort& server)
     if (first) {
         startSampling();
     }
+}
+
+void cDevice::setClock(const cScaledClock& clock)
+{
+    mClock = clock;
+    std::ranges::for_each(mAnalogInputList,
+                          [now = clock.seconds()](cAInput* input) { input->beginSampling(now); });
 }
 
 void cDevice::startSampling()
@@ -464,6 +474,8 @@ void* cDevice::sample_thread(void* arg)
 {
     auto* device = static_cast<cDevice*>(arg);
     const std::stop_token stop = device->mSamplingStop.get_token();
+    const auto second =
+        std::chrono::duration<double>(std::max(1.0 / device->mClock.scale(), kMinPassSeconds));
     std::mutex mutex;
     std::unique_lock<std::mutex> lock(mutex);
     while (!stop.stop_requested()) {
@@ -471,13 +483,13 @@ void* cDevice::sample_thread(void* arg)
         if (!device->mPassPosted.exchange(true)) {
             device->mExecutor->post([device] {
                 device->mPassPosted = false;
-                const time_t now = time(nullptr);
+                const time_t now = device->mClock.seconds();
                 for (cAInput* input : device->mAnalogInputList) {
                     input->checkSample(now);
                 }
             });
         }
-        std::condition_variable_any().wait_for(lock, stop, std::chrono::seconds(1), [] { return false; });
+        std::condition_variable_any().wait_for(lock, stop, second, [] { return false; });
     }
     return nullptr;
 }

@@ -16,6 +16,7 @@
 #include "zulcommand/portwatch.h"
 #include "zulcommand/steereddevice.h"
 #include "zuldevice/devicecore.h"
+#include "zuldevice/scaledclock.h"
 #include "zullink/hostport.h"
 #include "zulobj/objclient.h"
 #include "zulobj/objlistener.h"
@@ -66,6 +67,9 @@ public:
     void disconnectLink() { mObjectClient->disconnect(); }
 
     sLinkState linkState() const { return mObjectClient->state(); }
+
+    /// Samples by @p clock, which is set before the device is started: first a sample rate from now.
+    void setClock(const cScaledClock& clock);
 
     /// Tells @p observer what happens from now on, until it is removed. GUI thread.
     void addObserver(cDeviceObserver* observer);
@@ -231,6 +235,7 @@ private:
     cPortWatch mPortWatch; // remembers all ports while there are observers
     bool mStarted = false;
 
+    cScaledClock mClock; // constant once a sampling thread runs
     std::shared_ptr<cGuiExecutor> mExecutor = std::make_shared<cGuiExecutor>();
     std::vector<std::jthread> mSampleThreads;
     std::stop_source mSamplingStop; // for all of them

@@ -33,6 +33,9 @@ public:
     void checkSample() { checkSample(time(nullptr)); }
     void checkSample(time_t now);
 
+    /// The next periodic sample is due a sample rate after @p now.
+    void beginSampling(time_t now) { mLastSampleTime = now; }
+
     /// The kept periodic sample with sequence number @p seq, or null.
     const cObjectAnalogSample* findSample(uint32_t seq) const
     {

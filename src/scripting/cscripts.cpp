@@ -22,6 +22,7 @@ uint64_t cScripts::start(std::unique_ptr<scriptWorker> worker)
         events->post(std::move(event));
     });
     worker->setRandom(cSeededRandom(mSeed, "script", number));
+    worker->setTimeScale(mTimeScale);
     Run run{number,
             new QThread,
             worker.get(),

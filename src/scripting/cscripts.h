@@ -37,6 +37,9 @@ public:
     void setSeed(uint32_t seed) { mSeed = seed; }
     uint32_t seed() const { return mSeed; }
 
+    /// The times of the scripts to come pass @p scale times as fast.
+    void setTimeScale(double scale) { mTimeScale = scale; }
+
     /// Tells every script to stop. It does so soon, unless it waits for a device's executor.
     void requestStop();
 
@@ -82,6 +85,7 @@ private:
     std::vector<Run> mRuns;
     uint64_t mStarted = 0; ///< so far
     uint32_t mSeed = std::random_device()();
+    double mTimeScale = 1.0;
     std::shared_ptr<cScriptEvents> mEvents = std::make_shared<cScriptEvents>();
     QSocketNotifier mEventsNotifier;
 };

@@ -201,7 +201,7 @@ void scriptWorker::sleep(const QScriptValue& milliseconds)
     if (wanted > 0) {
         std::mutex mutex;
         std::unique_lock<std::mutex> lock(mutex);
-        std::condition_variable_any().wait_for(lock, mStopSource.get_token(), duration(wanted),
+        std::condition_variable_any().wait_for(lock, mStopSource.get_token(), duration(wanted / mTimeScale),
                                                [] { return false; });
     }
     if (mStopSource.stop_requested()) {
@@ -298,7 +298,8 @@ uint scriptWorker::addTimer(const QScriptValue& milliseconds, int minMs, const Q
                               QString("the delay is not a number from %1").arg(minMs));
         return 0;
     }
-    return isFunction(function) ? mCallbacks->addTimer(duration(wanted), minMs > 0, function) : 0;
+    return isFunction(function) ? mCallbacks->addTimer(duration(wanted / mTimeScale), minMs > 0, function)
+                                : 0;
 }
 
 bool scriptWorker::cancel(double handle)

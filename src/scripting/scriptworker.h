@@ -45,6 +45,9 @@ public:
     /// What sender.random() draws from.
     void setRandom(const cSeededRandom& random) { mRandom = random; }
 
+    /// The script's times pass @p scale times as fast.
+    void setTimeScale(double scale) { mTimeScale = scale; }
+
     std::shared_ptr<cGuiExecutor> executor() const { return mExecutor; }
     QString file() const { return fileName; }
     QStringList arguments() const { return mArguments; }
@@ -128,6 +131,7 @@ private:
     std::stop_source mStopSource;
     cScriptChanges* mChanges = nullptr;
     cSeededRandom mRandom{0, "", 0};
+    double mTimeScale = 1.0;
 
     // Of the script that runs.
     cScriptReceiver* mReceiver = nullptr; ///< set from the start of a script to its end

@@ -72,6 +72,8 @@ TEST(FleetOptionsTest, everyOptionIsTaken)
                                      "1001",
                                      "--label",
                                      "PUMP {n:03}",
+                                     "--time-scale",
+                                     "60",
                                      "--seed",
                                      "77",
                                      "--connect-rate",
@@ -114,6 +116,7 @@ TEST(FleetOptionsTest, everyOptionIsTaken)
     EXPECT_EQ(fleet.serialStart, 1001U);
     EXPECT_EQ(fleet.label.text(7), "PUMP 007");
     EXPECT_EQ(fleet.seed, 77U);
+    EXPECT_EQ(fleet.timeScale, 60.0);
     EXPECT_EQ(fleet.connectRate, 500.0);
     EXPECT_EQ(options->bind, (std::vector<std::string>{"127.0.0.2", "127.0.0.4", "127.0.0.5", "127.0.0.6"}));
     EXPECT_EQ(fleet.eventRate, 12.5);
@@ -162,6 +165,8 @@ TEST(FleetOptionsTest, wrongValuesAreMistakes)
         {{"--bind", "127.0.0.2-127.0.0.1"},
          "--bind has neither an address nor ADDRESS-ADDRESS, of up to 65536: \"127.0.0.2-127.0.0.1\"."},
         {{"--sample-every", "0"}, "--sample-every is not a time from 1ms to 86400s: \"0\"."},
+        {{"--time-scale", "0.09"}, "--time-scale: '0.09' is not a number from 0.1 to 10000"},
+        {{"--time-scale", "nan"}, "--time-scale: 'nan' is not a number from 0.1 to 10000"},
         {{"--duration", "1h"}, "--duration is not a time from 1ms to 86400s: \"1h\"."},
         {{"--progress", "x"}, "--progress is not a time from 1ms to 86400s: \"x\"."},
         {{"--outage", "rain"},

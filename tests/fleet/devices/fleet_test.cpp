@@ -417,6 +417,18 @@ TEST_F(FleetTest, samplesComeAsOftenAsAsked)
     EXPECT_EQ(mFleet->report().events().planned, 0U); // they are no planned events
 }
 
+TEST_F(FleetTest, samplesFollowTheTimeScale)
+{
+    mSettings.count = 2;
+    mSettings.timeScale = 10'000.0; // the rate is 10 minutes
+    start();
+    ASSERT_TRUE(runUntil([this] {
+        Peer* first = mServer.peer(1);
+        Peer* second = mServer.peer(2);
+        return first != nullptr && second != nullptr && first->messages >= 6 && second->messages >= 6;
+    }));
+}
+
 TEST_F(FleetTest, anotherSeedGivesOtherEvents)
 {
     mSettings.count = 3;

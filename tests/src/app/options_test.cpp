@@ -37,8 +37,8 @@ Parsed parse(const QString& line)
 }
 
 /// What was asked for, in words: device=... connection=... capture=... server=...
-/// DIN+DOUT+AIN+AOUT+SCANNERS,SERIAL, LABEL,VERSION script=... run=... argument=... seed=... connect headless
-/// platform.
+/// DIN+DOUT+AIN+AOUT+SCANNERS,SERIAL, LABEL,VERSION script=... run=... argument=... seed=... scale=...
+/// connect headless platform.
 QString summary(const cOptions& options)
 {
     QStringList words;
@@ -79,6 +79,9 @@ QString summary(const cOptions& options)
     }
     if (options.seed) {
         words.append(QString("seed=%1").arg(*options.seed));
+    }
+    if (options.timeScale != 1.0) {
+        words.append(QString("scale=%1").arg(options.timeScale));
     }
     if (options.connect) {
         words.append("connect");
@@ -183,6 +186,10 @@ void TestOptions::goodLinesAreTaken_data()
                             << "seed=4294967295";
     QTest::newRow("a seed of zero") << "--seed=0"
                                     << "seed=0";
+    QTest::newRow("the fastest clock") << "--time-scale 10000"
+                                       << "scale=10000";
+    QTest::newRow("the slowest clock") << "--time-scale 0.1"
+                                       << "scale=0.1";
     QTest::newRow("a name with a dash in front") << "--device=-a.dev"
                                                  << "device=-a.dev";
 }
@@ -263,6 +270,10 @@ void TestOptions::wrongUsageIsOneLineOfError_data()
         QTest::addRow("%s without a number", option) << QString(option) << QString(option);
         QTest::addRow("%s empty", option) << QString("%1=").arg(option) << QString(option);
     }
+    for (const char* scale : {"0", "0.09", "10001", "-1", "x", "nan", "inf", "1e999", "2x", ""}) {
+        QTest::addRow("time scale '%s'", scale)
+            << QString("--time-scale=%1").arg(scale) << QString("--time-scale");
+    }
     QTest::newRow("too many ports of a kind") << "--dout 100001"
                                               << "--dout";
     for (const char* server : {"lab", "lab:", ":50000", "lab:0", "lab:65536", "lab:x", "lab:-1", "::1:50000",
@@ -319,7 +330,8 @@ void TestOptions::helpNamesEveryOption()
                                "--capture FILE", "--control PATH",     "--headless",   "--help",
                                "--version",      "--server HOST:PORT", "--din N",      "--dout N",
                                "--ain N",        "--aout N",           "--scanners N", "--serial N",
-                               "--label TEXT",   "--device-version N", "--run FILE",   "--seed N"}) {
+                               "--label TEXT",   "--device-version N", "--run FILE",   "--seed N",
+                               "--time-scale K"}) {
         QVERIFY2(parsed.out.contains(option), option);
     }
 }

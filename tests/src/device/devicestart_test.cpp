@@ -32,6 +32,7 @@ private slots:
     void aSecondStartSamplesTwice();
     void aSecondStartAnswersTwice();
     void aPlaceholderConnectsToo();
+    void samplesFollowTheClockOfTheDevice();
 };
 
 void TestDeviceStart::theConnectionArrivesWhereItIsSaid()
@@ -183,6 +184,15 @@ void TestDeviceStart::aPlaceholderConnectsToo()
     const auto answer = server.next();
     QCOMPARE(answer.size(), size_t{1});
     QCOMPARE(answer.object<cObjectDevice>(0)->getDiscreteInCount(), 0U);
+}
+
+void TestDeviceStart::samplesFollowTheClockOfTheDevice()
+{
+    LinkedDevice link({0, 0, 1, 0, 0});
+    link.device().setClock(cScaledClock(cScaledClock::kMaxScale)); // the rate is 10 minutes
+    QVERIFY(link.connect());
+    const auto sample = link.server().next();
+    QCOMPARE(sample.object<cObjectAnalogSample>(0)->getSeqNum(), 1U);
 }
 
 ZUL_QTEST(TestDeviceStart)

@@ -58,6 +58,7 @@ private slots:
     void everyScriptHasRandomNumbersOfItsOwn();
     void randomNumbersAreFractions();
     void drawingIsToldAtTheEnd();
+    void timesFollowTheTimeScale();
 };
 
 void TestScriptCallbacks::aFunctionIsCalledAfterItsDelay()
@@ -433,6 +434,20 @@ void TestScriptCallbacks::drawingIsToldAtTheEnd()
     run.run("sender.random();");
     QTRY_COMPARE_WITH_TIMEOUT(log.words().last(), QString("2 ended"), 30000);
     QVERIFY(log.last().random);
+}
+
+void TestScriptCallbacks::timesFollowTheTimeScale()
+{
+    ScriptedWindow run(kScriptedCounts);
+    run.window().setClock(cScaledClock(10000.0));
+    COMPARE_TOLD_AT_END(
+        run,
+        "var begin = new Date(); var calls = 0; sender.sleep(300000);"
+        "sender.after(300000, function() {"
+        "  var handle = sender.every(100000, function() {"
+        "    if (++calls == 3) { sender.cancel(handle);"
+        "                        tell(new Date() - begin < 300000 ? 'fast' : 'real'); } }); });",
+        "fast");
 }
 
 ZUL_QTEST(TestScriptCallbacks)
