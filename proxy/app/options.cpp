@@ -9,8 +9,8 @@
 #include "proxy/rules/ruleparser.h"
 #include "proxy/rules/ruleset.h"
 #include "zulcommand/commandwords.h"
+#include "zulcommand/textfile.h"
 #include "zuloptions/deviceoptions.h"
-#include "zuloptions/textfile.h"
 
 namespace proxy {
 
@@ -120,7 +120,7 @@ std::string checkDryRun(const RawOptions& raw, Options* options)
 std::string readRuleFile(const std::string& path, std::vector<Rule>* rules)
 {
     std::string content;
-    const std::string mistake = zuloptions::readTextFile(path, &content);
+    const std::string mistake = zulcommand::readTextFile(path, &content);
     return mistake.empty() ? parseRules(content, path, rules) : "--rules: " + mistake;
 }
 

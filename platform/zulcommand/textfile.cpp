@@ -1,4 +1,4 @@
-#include "zuloptions/textfile.h"
+#include "zulcommand/textfile.h"
 
 #include <array>
 #include <cerrno>
@@ -7,9 +7,7 @@
 
 #include "zulcommand/commandwords.h"
 
-namespace zuloptions {
-
-using zulcommand::quote;
+namespace zulcommand {
 
 namespace {
 
@@ -32,4 +30,4 @@ std::string readTextFile(const std::string& path, std::string* content)
     return file.eof() ? std::string() : "Cannot read " + quote(path) + ": " + std::strerror(errno) + ".";
 }
 
-} // namespace zuloptions
+} // namespace zulcommand
