@@ -235,7 +235,7 @@ bool isEndless(const Step& step);
 struct Scenario
 {
     std::string name = {};
-    std::optional<uint64_t> seed = {};
+    std::optional<uint32_t> seed = {};
     Time spread = {}; ///< a device of a fleet starts up to so much later
     std::vector<Level> start = {};
     std::deque<Step> steps = {};
