@@ -36,10 +36,9 @@ inline eConcern concernOf(const ActiveRule& rule, const ConnectionFacts& connect
         return eConcern::NOT_YET;
     }
     const uint32_t serial = *connection.deviceSerial;
-    const bool meant =
-        (!rule.rule.devices || (serial >= rule.rule.devices->first && serial <= rule.rule.devices->last)) &&
-        (!rule.rule.reconnect || *rule.rule.reconnect == connection.deviceConnection) &&
-        (!rule.rule.share || sharesIn(connection.seed, rule, serial));
+    const bool meant = (!rule.rule.devices || rule.rule.devices->has(serial)) &&
+                       (!rule.rule.reconnect || *rule.rule.reconnect == connection.deviceConnection) &&
+                       (!rule.rule.share || sharesIn(connection.seed, rule, serial));
     return meant ? eConcern::YES : eConcern::NO;
 }
 

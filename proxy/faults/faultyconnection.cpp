@@ -150,9 +150,11 @@ void FaultyConnection::command(eFault kind, int64_t nowNs)
     if (mEnd != eEnd::NONE) {
         return;
     }
+    Rule rule;
+    rule.kind = kind;
     Fault fault = faultOf(kind);
     fault.was = "open";
-    fault.became = stateText({.kind = kind});
+    fault.became = stateText(rule);
     mOwner.faultDone(fault);
     if (kind == eFault::SILENCE) {
         for (Lane& each : mLanes) {

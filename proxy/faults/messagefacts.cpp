@@ -58,8 +58,7 @@ void MessageFacts::joinPayload()
 
 bool choosesRecord(const Rule& rule, const WendleObject& record)
 {
-    return (!rule.object || *rule.object == record.type) &&
-           (!rule.port || zulcommand::hasPort(record, *rule.port)) && canActOn(rule, record);
+    return choosesObject(rule, record) && canActOn(rule, record);
 }
 
 std::optional<uint16_t> changedTag(const Rule& rule)
@@ -79,38 +78,6 @@ std::optional<uint16_t> changedTag(const Rule& rule)
 bool asksForRecord(const Rule& rule)
 {
     return rule.object || rule.port || layerOf(rule.kind) == eFaultLayer::RECORD;
-}
-
-std::optional<uint8_t> typeOf(Rule::eMessage message)
-{
-    // docs/protocol.md has the types.
-    switch (message) {
-    case Rule::SET:
-        return 0;
-    case Rule::GET:
-        return 1;
-    case Rule::EVENT:
-        return 3;
-    default:
-        return std::nullopt;
-    }
-}
-
-bool choosesFlags(const Rule& rule, uint8_t flags)
-{
-    const bool control = (flags & wmsg::kFlagControl) != 0;
-    const bool answer = (flags & wmsg::kFlagAnswer) != 0;
-    if (!rule.message) {
-        return !(control && rule.type);
-    }
-    return *rule.message == Rule::PING ? control : !control && answer == (*rule.message == Rule::ANSWER);
-}
-
-bool choosesHeader(const Rule& rule, const SegmentHeader& header)
-{
-    const std::optional<uint8_t> type = rule.message ? typeOf(*rule.message) : std::nullopt;
-    return choosesFlags(rule, header.flags()) && (!type || *type == header.type()) &&
-           (!rule.type || *rule.type == header.type());
 }
 
 bool choosesRecords(const Rule& rule, MessageFacts* message)

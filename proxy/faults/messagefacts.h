@@ -73,15 +73,6 @@ bool asksForRecord(const Rule& rule);
 /// True if the selectors object= and port= of @p rule choose @p record and the rule's kind can act on it.
 bool choosesRecord(const Rule& rule, const WendleObject& record);
 
-/// The message type of requests, of sets, or of events; the others may have any.
-std::optional<uint8_t> typeOf(Rule::eMessage message);
-
-/// True if msg= and type= of @p rule do not rule out messages with these flags.
-bool choosesFlags(const Rule& rule, uint8_t flags);
-
-/// True if msg= and type= of @p rule choose messages with this header.
-bool choosesHeader(const Rule& rule, const SegmentHeader& header);
-
 /// True if the rule asks for no record, or if the message has one that it chooses.
 bool choosesRecords(const Rule& rule, MessageFacts* message);
 

@@ -142,7 +142,8 @@ bool RuleChain::matches(const State& state, MessageFacts* message, int64_t nowNs
 {
     const Rule& rule = state.rule->rule;
     const bool known = !rule.namesDevice() || mConnection.deviceSerial;
-    return known && state.time.has(nowNs) && choosesHeader(rule, message->header()) &&
+    const SegmentHeader header = message->header();
+    return known && state.time.has(nowNs) && choosesHeader(rule, header.flags(), header.type()) &&
            choosesRecords(rule, message);
 }
 

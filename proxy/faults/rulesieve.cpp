@@ -17,7 +17,7 @@ void RuleSieve::add(const Rule& rule, Mask mask)
     mWithoutRecord |= asksForRecord(rule) ? 0 : mask;
     mWithoutPort |= rule.port ? 0 : mask;
     addFlags(rule, mask);
-    mByMessageType.add(rule.type || !rule.message ? rule.type : typeOf(*rule.message), mask);
+    mByMessageType.add(rule.type || !rule.message ? rule.type : zulcommand::typeOf(*rule.message), mask);
     mByObject.add(rule.object, mask);
     mByPort.add(rule.port, mask);
     addTags(rule, mask);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <bitset>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -82,17 +81,8 @@ struct FieldChange
     bool operator==(const FieldChange&) const = default;
 };
 
-/// Devices that a rule is about, by serial number.
-struct DeviceRange
-{
-    uint32_t first = 0;
-    uint32_t last = 0xFFFFFFFF;
-
-    bool operator==(const DeviceRange&) const = default;
-};
-
 /// What a fault injector is to do, to what and when: a line of docs/faults.md.
-struct Rule
+struct Rule : zulcommand::MessageSelector
 {
     eFault kind = eFault::LOSE;
     std::string text = {}; ///< as it was written, without blanks at its ends
@@ -105,22 +95,8 @@ struct Rule
     uint32_t max = 0;        ///< SLICE: the most bytes
     FieldChange change = {}; ///< FIELD; DROP_TAG and WRONG_LENGTH have only the field
 
-    // To which messages.
-    std::optional<eDirection> direction = {};
-    std::optional<DeviceRange> devices = {};
+    // To which messages, beside those of MessageSelector.
     std::optional<double> share = {}; ///< of all devices, 0 to 1
-    enum eMessage : uint8_t
-    {
-        GET, ///< a request
-        SET,
-        EVENT,
-        ANSWER, ///< to a request or a set
-        PING    ///< or the answer to one
-    };
-    std::optional<eMessage> message = {};
-    std::optional<uint8_t> type = {};
-    std::optional<uint32_t> object = {};
-    std::optional<uint32_t> port = {}; ///< portId or portNum
 
     // When.
     std::optional<double> chance = {}; ///< 0 to 1

@@ -1,14 +1,11 @@
 #include "proxy/rules/ruleparser.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <string_view>
 
 #include "proxy/rules/faultsyntax.h"
 #include "proxy/rules/rulewords.h"
-#include "zulcommand/verb.h"
-#include "zulobj/objectlist.h"
 
 namespace proxy {
 
@@ -23,14 +20,6 @@ std::optional<double> parseUpTo(const std::string& text, double max)
 {
     const std::optional<double> number = parseDouble(text);
     return number && !std::signbit(*number) && *number <= max ? number : std::nullopt;
-}
-
-std::optional<DeviceRange> parseDevices(const std::string& text)
-{
-    const size_t dash = text.find('-');
-    const auto first = parseNumber(text.substr(0, dash));
-    const auto last = dash == std::string::npos ? first : parseNumber(text.substr(dash + 1));
-    return first && last && *first <= *last ? std::make_optional<DeviceRange>({*first, *last}) : std::nullopt;
 }
 
 void readDevices(CommandWords* words, Rule* rule)
@@ -50,16 +39,6 @@ void readDevices(CommandWords* words, Rule* rule)
         }
     }
     rule->reconnect = words->number("reconnect", 1);
-}
-
-void readMessages(CommandWords* words, Rule* rule)
-{
-    rule->message = readMessage(words);
-    if (const std::optional<uint32_t> type = words->number("type", 0, 255)) {
-        rule->type = static_cast<uint8_t>(*type);
-    }
-    rule->object = readObjectField(words);
-    rule->port = words->number("port");
 }
 
 void readCounts(CommandWords* words, Rule* rule)
@@ -100,39 +79,17 @@ void readDirectionOf(CommandWords* words, unsigned takes, Rule* rule)
     }
 }
 
-/// True if a record of the type has a field that @p isWanted, or if nothing is known about the type.
-template <class Predicate>
-bool mayHave(uint32_t objectType, Predicate isWanted)
-{
-    bool known = false;
-    for (const zuldict::TagEntry& entry : zuldict::tags()) {
-        if (hasField(objectType, entry.name)) {
-            known = true;
-            if (isWanted(entry)) {
-                return true;
-            }
-        }
-    }
-    return !known;
-}
-
-/// One sentence if no record of the rule's object is one that it could act on.
+/// One sentence if no record of the rule's object is one that its kind could act on.
 std::string objectMistake(const Rule& rule)
 {
-    const auto isPort = [](const zuldict::TagEntry& entry) {
-        return entry.tag == TAG_PORT_ID || entry.tag == TAG_PORT_NUM;
-    };
     const auto isTarget = [&rule](const zuldict::TagEntry& entry) {
         return rule.kind == eFault::NAN_FLOATS ? entry.wireType == zuldict::eWireType::FLOAT
                                                : &entry == rule.change.field;
     };
-    const std::string object = "object is a type without ";
-    if (rule.port && !mayHave(*rule.object, isPort)) {
-        return object + "a port.";
-    }
     if ((rule.change.field != nullptr || rule.kind == eFault::NAN_FLOATS) &&
         !mayHave(*rule.object, isTarget)) {
-        return object + (rule.change.field == nullptr ? "a float." : quote(rule.change.field->name) + ".");
+        return "object is a type without " +
+               (rule.change.field == nullptr ? "a float." : quote(rule.change.field->name) + ".");
     }
     return "";
 }
@@ -140,19 +97,11 @@ std::string objectMistake(const Rule& rule)
 /// One sentence if words that are right by themselves contradict each other.
 std::string contradiction(const Rule& rule)
 {
-    constexpr std::array<int, 3> kTypes = {cObjectList::kRequest, cObjectList::kSet, cObjectList::kEvent};
     if (rule.message == Rule::PING && layerOf(rule.kind) == eFaultLayer::RECORD) {
         return "msg=ping has no records for this kind.";
     }
-    if (rule.message == Rule::PING && (rule.object || rule.port)) {
-        return std::string("msg=ping has no records: ") + (rule.object ? "object" : "port") +
-               " matches none.";
-    }
-    if (rule.message && *rule.message <= Rule::EVENT && rule.type && *rule.type != kTypes[*rule.message]) {
-        return std::string("type contradicts msg: that is type ") + std::to_string(kTypes[*rule.message]) +
-               ".";
-    }
-    return rule.object ? objectMistake(rule) : "";
+    const std::string mistake = contradictionIn(rule);
+    return mistake.empty() && rule.object ? objectMistake(rule) : mistake;
 }
 
 /// One sentence if the rule does not say which field.

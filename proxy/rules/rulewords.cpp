@@ -2,8 +2,6 @@
 
 #include <cmath>
 
-#include "zulcommand/verb.h"
-
 namespace proxy {
 
 using namespace zulcommand;
@@ -11,40 +9,6 @@ using namespace zulcommand;
 namespace {
 
 constexpr double kMaxRuleSeconds = 1'000'000'000.0; ///< sums of two such times fit in 64 bits
-
-template <class Value>
-struct Named
-{
-    const char* name;
-    Value value;
-};
-
-constexpr Named<eDirection> kDirectionNames[] = {{"to-server", eDirection::TO_SERVER},
-                                                 {"to-device", eDirection::TO_DEVICE}};
-
-constexpr Named<Rule::eMessage> kMessageNames[] = {{"get", Rule::GET},
-                                                   {"set", Rule::SET},
-                                                   {"event", Rule::EVENT},
-                                                   {"answer", Rule::ANSWER},
-                                                   {"ping", Rule::PING}};
-
-/// Takes the value that the field @p name gives by one of @p names.
-template <class Value, size_t Size>
-std::optional<Value> readName(CommandWords* words, const char* name, const Named<Value> (&names)[Size])
-{
-    const std::optional<std::string> text = words->text(name);
-    std::string known;
-    for (const Named<Value>& one : names) {
-        if (text == one.name) {
-            return one.value;
-        }
-        known += (known.empty() ? "" : ", ") + std::string(one.name);
-    }
-    if (text) {
-        words->fail(std::string(name) + " is none of " + known + ": " + quote(*text) + ".");
-    }
-    return std::nullopt;
-}
 
 /// Reads a decimal number of at most @p max and returns it in nanoseconds. Nothing if there is no such field,
 /// or a wrong one.
@@ -82,26 +46,6 @@ std::optional<int64_t> readSeconds(CommandWords* words, const char* name, bool z
 std::optional<int64_t> readMicroseconds(CommandWords* words, const char* name)
 {
     return readTime(words, name, kMaxNumber, "microseconds", 1e3);
-}
-
-std::optional<eDirection> readDirection(CommandWords* words)
-{
-    return readName(words, "dir", kDirectionNames);
-}
-
-std::optional<uint32_t> readObjectField(CommandWords* words)
-{
-    const std::optional<std::string> text = words->text("object");
-    const std::optional<uint32_t> type = text ? parseObjectType(*text) : std::nullopt;
-    if (text && !type) {
-        words->fail("object is no type of an object: " + quote(*text) + ".");
-    }
-    return type;
-}
-
-std::optional<Rule::eMessage> readMessage(CommandWords* words)
-{
-    return readName(words, "msg", kMessageNames);
 }
 
 } // namespace proxy

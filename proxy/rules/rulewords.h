@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <optional>
 
-#include "proxy/rules/rule.h"
 #include "zulcommand/commandwords.h"
 
 // These take the value of one field. Nothing if the line has no such field, or a wrong one, which is a
@@ -16,14 +15,5 @@ namespace proxy {
 std::optional<int64_t> readSeconds(zulcommand::CommandWords* words, const char* name, bool zero);
 std::optional<int64_t> readMilliseconds(zulcommand::CommandWords* words, const char* name);
 std::optional<int64_t> readMicroseconds(zulcommand::CommandWords* words, const char* name);
-
-/// The field "dir".
-std::optional<eDirection> readDirection(zulcommand::CommandWords* words);
-
-/// The field "msg".
-std::optional<Rule::eMessage> readMessage(zulcommand::CommandWords* words);
-
-/// The field "object", a type.
-std::optional<uint32_t> readObjectField(zulcommand::CommandWords* words);
 
 } // namespace proxy

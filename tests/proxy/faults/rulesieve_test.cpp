@@ -73,8 +73,10 @@ CutMessage cut(const Bytes& bytes, size_t segments)
 std::vector<size_t> chosen(const std::vector<Rule>& rules, MessageFacts* facts)
 {
     std::vector<size_t> numbers;
+    const SegmentHeader header = facts->header();
     for (size_t number = 0; number < rules.size(); ++number) {
-        if (choosesHeader(rules[number], facts->header()) && choosesRecords(rules[number], facts)) {
+        if (choosesHeader(rules[number], header.flags(), header.type()) &&
+            choosesRecords(rules[number], facts)) {
             numbers.push_back(number);
         }
     }
