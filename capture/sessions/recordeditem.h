@@ -33,6 +33,7 @@ struct Question
 {
     uint64_t number = 0; ///< among the messages of the connection
     int64_t timeNs = 0;
+    uint8_t type = 0; ///< of the message
 };
 
 /// What a recording has next.

@@ -30,6 +30,8 @@ uint16_t keyOf(const WMsg& message)
     return static_cast<uint16_t>(message.seq | (message.control ? 0x100 : 0));
 }
 
+std::string bytesText(uint64_t bytes) { return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes"); }
+
 size_t sizeOf(const RecordedItem& item) { return item.bytes.size() + item.message.payload.size(); }
 
 } // namespace
@@ -105,8 +107,16 @@ void Recording::finish(cCaptureFormat::eResult result)
     }
     mStreams.finish();
     if (mStreamsSeen == 0 && mFailure.empty()) {
-        onProblem(mPath + " holds no connection to port " + std::to_string(mSettings.port) +
-                  "; --port names another.");
+        onProblem(mPath + " holds no connection" +
+                  (cStreamPairs::isOwn(mReader.program())
+                       ? "."
+                       : " to port " + std::to_string(mSettings.port) + "; --port names another."));
+    }
+    if (mLost > 0) {
+        onProblem(mPath + " lacks " + bytesText(mLost) + " that were sent.");
+    }
+    if (mDamaged > 0) {
+        onProblem(mPath + " has " + bytesText(mDamaged) + " of no message.");
     }
 }
 
@@ -157,9 +167,7 @@ void Recording::read(Session* session, eDirection direction, std::span<const uin
 {
     MessageFinder& finder = session->lanes[index(direction)].finder;
     for (WMsg message; finder.next(&bytes, &message); message = WMsg()) {
-        if (const uint64_t damaged = finder.takeDamaged(); damaged > 0) {
-            push(RecordedItem::DAMAGED, *session, direction, timeNs)->size = damaged;
-        }
+        tellDamaged(session, direction, timeNs);
         take(session, direction, std::move(message), timeNs);
     }
 }
@@ -175,7 +183,7 @@ void Recording::take(Session* session, eDirection direction, WMsg message, int64
     item->number = ++session->messages;
     const uint16_t key = keyOf(item->message);
     if (asks(*item)) {
-        session->lanes[index(direction)].asked[key] = {item->number, timeNs};
+        session->lanes[index(direction)].asked[key] = {item->number, timeNs, item->message.type};
     } else if (item->message.answer) {
         auto& asked = session->lanes[index(opposite(direction))].asked;
         if (const auto question = asked.find(key); question != asked.end()) {
@@ -195,10 +203,15 @@ void Recording::learnDevice(Connection* connection, const WMsg& message)
 /// What has been begun in this direction will not be finished.
 void Recording::abandon(Session* session, eDirection direction, int64_t timeNs)
 {
-    MessageFinder& finder = session->lanes[index(direction)].finder;
-    finder.abandon();
-    if (const uint64_t damaged = finder.takeDamaged(); damaged > 0) {
+    session->lanes[index(direction)].finder.abandon();
+    tellDamaged(session, direction, timeNs);
+}
+
+void Recording::tellDamaged(Session* session, eDirection direction, int64_t timeNs)
+{
+    if (const uint64_t damaged = session->lanes[index(direction)].finder.takeDamaged(); damaged > 0) {
         push(RecordedItem::DAMAGED, *session, direction, timeNs)->size = damaged;
+        mDamaged += damaged;
     }
 }
 
@@ -209,6 +222,7 @@ void Recording::lost(const sStream& stream, cTcpStreams::eSide from, uint64_t by
         mBegun -= session->lanes[index(direction)].finder.begun();
         abandon(session, direction, timeNs);
         push(RecordedItem::LOST, *session, direction, timeNs)->size = bytes;
+        mLost += bytes;
     }
 }
 
@@ -236,7 +250,11 @@ void Recording::closed(const sStream& stream, int64_t timeNs)
     Session& session = found->second;
     for (const eDirection direction : zulcommand::kDirections) {
         mBegun -= session.lanes[index(direction)].finder.begun();
-        abandon(&session, direction, timeNs);
+        if (mIsAtEnd) {
+            tellDamaged(&session, direction, timeNs); // the message that was begun is merely not recorded
+        } else {
+            abandon(&session, direction, timeNs);
+        }
     }
     session.connection->isOver = true;
     push(RecordedItem::CLOSED, session, eDirection::TO_SERVER, timeNs);

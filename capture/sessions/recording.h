@@ -91,6 +91,7 @@ private:
     void read(Session* session, eDirection direction, std::span<const uint8_t> bytes, int64_t timeNs);
     void take(Session* session, eDirection direction, WMsg message, int64_t timeNs);
     void abandon(Session* session, eDirection direction, int64_t timeNs);
+    void tellDamaged(Session* session, eDirection direction, int64_t timeNs);
     void learnDevice(Connection* connection, const WMsg& message);
     RecordedItem* push(RecordedItem::eKind kind, const Session& session, eDirection direction,
                        int64_t timeNs);
@@ -108,6 +109,8 @@ private:
     size_t mItemBytes = 0;
     size_t mBegun = 0;
     uint64_t mStreamsSeen = 0;
+    uint64_t mLost = 0;    ///< bytes
+    uint64_t mDamaged = 0; ///< bytes
     bool mIsAtEnd = false;
     std::string mFailure;
 };

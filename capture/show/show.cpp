@@ -3,7 +3,9 @@
 #include <ostream>
 
 #include "capture/options/recordingoptions.h"
+#include "capture/sessions/messagefilter.h"
 #include "capture/show/messageline.h"
+#include "capture/show/summary.h"
 
 namespace capture {
 
@@ -16,9 +18,16 @@ public:
     {
         CLI::App* const show = app->add_subcommand("show", "Print the messages of a recording, one per line");
         show->add_option("FILE", mFile, "The recording (pcapng or pcap)")->required();
+        show->add_option(
+            "FILTER", mWords,
+            "Only messages for which this holds: dir=, device=, msg=, type=, object=, port= as in a "
+            "rule of zulproxy, or NAME=VALUE of a field; may be given again");
+        show->add_flag("--summary", mIsSummary, "Print a table in their place");
         addPort(show, &mPort);
         return show;
     }
+
+    std::string check() override { return mFilter.read(mWords); }
 
     int run(std::ostream& out, std::ostream& err) override
     {
@@ -39,17 +48,30 @@ public:
     }
 
 private:
-    static void print(Recording* recording, std::ostream& out)
+    void print(Recording* recording, std::ostream& out) const
     {
+        Summary summary;
         for (RecordedItem item; out && recording->next(&item);) {
-            if (item.kind == RecordedItem::MESSAGE) {
+            const bool isMessage = item.kind == RecordedItem::MESSAGE;
+            if (isMessage && !mFilter.matches(item)) {
+                continue;
+            }
+            if (mIsSummary) {
+                summary.add(item);
+            } else if (isMessage) {
                 out << messageLine(item) << '\n';
             }
+        }
+        if (mIsSummary) {
+            summary.print(out);
         }
         out.flush();
     }
 
     std::string mFile;
+    std::vector<std::string> mWords;
+    MessageFilter mFilter;
+    bool mIsSummary = false;
     std::optional<uint32_t> mPort;
 };
 
