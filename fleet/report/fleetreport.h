@@ -7,11 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "fleet/report/histogram.h"
 #include "fleet/report/shard.h"
 #include "wmsg/wstatus.h"
+#include "zulcommand/histogram.h"
 
 namespace fleet {
+
+using zulcommand::Histogram;
 
 /// The kinds of events, in the order of FleetReport::kinds.
 enum class eEventKind : size_t

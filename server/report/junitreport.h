@@ -58,7 +58,7 @@ private:
     struct Case
     {
         std::string name;
-        std::string element; ///< "failure", "error" or "skipped"; empty if it passed
+        std::string element; ///< of JunitCase
         std::string type;    ///< of a failure or an error: the status of the command
         std::string message; ///< why it did not pass
         std::string command; ///< the one that did not pass
@@ -69,8 +69,7 @@ private:
     void open(const std::string& name);
     void judge(const std::string& element, const std::string& type, const std::string& message);
     void dropLine(Output* output);
-    static std::string outputXml(const Output& output);
-    static std::string caseXml(const Case& one);
+    static std::string textOf(const Output& output);
 
     Limits mLimits;
     const std::time_t mStarted = std::time(nullptr);

@@ -29,7 +29,7 @@ struct Good
 
 void PrintTo(const Good& row, std::ostream* out) { *out << row.name; }
 
-std::string nameOf(const testing::TestParamInfo<Good>& info) { return info.param.name; }
+std::string rowName(const testing::TestParamInfo<Good>& info) { return info.param.name; }
 
 /// The object that the command sends, or null.
 std::unique_ptr<cObject> objectOf(const Command& command)
@@ -99,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
         Good{"sampleSerial", "get sample 2 255 serial=5", kExchange, 1, 5,
              R"({"type":"OBJ_ANALOG_SAMPLE","deviceSerial":5,"portNum":2,"seqNum":255})"},
         Good{"object", "get object=99", kExchange, 1, 5, R"({"type":99})"}),
-    nameOf);
+    rowName);
 
 INSTANTIATE_TEST_SUITE_P(
     set, GoodCommandTest,
@@ -122,7 +122,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Good{"aout", "set aout 4 value=21.5 timeout=86400", kExchange, 0, 86400,
                          R"({"type":"OBJ_PORT_AOUT","portId":4,"sampledValue":21.5})"},
                     Good{"object", "set object=4294967295", kExchange, 0, 5, R"({"type":4294967295})"}),
-    nameOf);
+    rowName);
 
 INSTANTIATE_TEST_SUITE_P(
     others, GoodCommandTest,
@@ -149,7 +149,7 @@ INSTANTIATE_TEST_SUITE_P(
         Good{"devices", "devices", Command::Kind::DEVICES, 0, 0, nullptr},
         Good{"help", "help", Command::Kind::HELP, 0, 0, nullptr},
         Good{"quit", "quit", Command::Kind::QUIT, 0, 0, nullptr}),
-    nameOf);
+    rowName);
 
 TEST(CommandParserTest, anObjectByItsCodeHasNoFields)
 {

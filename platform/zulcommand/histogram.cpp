@@ -1,10 +1,10 @@
-#include "fleet/report/histogram.h"
+#include "zulcommand/histogram.h"
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
 
-namespace fleet {
+namespace zulcommand {
 
 namespace {
 
@@ -84,7 +84,7 @@ uint64_t Histogram::percentile(double percent) const
     return mMax;
 }
 
-zulcommand::JsonPtr Histogram::toJson() const
+JsonPtr Histogram::toJson() const
 {
     const auto timeOrNull = [this](uint64_t time) { return mCount ? json_real(seconds(time)) : json_null(); };
     json_t* const pairs = json_array();
@@ -94,10 +94,10 @@ zulcommand::JsonPtr Histogram::toJson() const
                 pairs, json_pack("[f, I]", seconds(largestIn(i)), static_cast<json_int_t>(mBuckets[i])));
         }
     }
-    return zulcommand::JsonPtr(json_pack(
-        "{s:I, s:o, s:o, s:o, s:o, s:o, s:o}", "count", static_cast<json_int_t>(mCount), "p50",
-        timeOrNull(percentile(50)), "p90", timeOrNull(percentile(90)), "p99", timeOrNull(percentile(99)),
-        "p999", timeOrNull(percentile(99.9)), "max", timeOrNull(mMax), "histogram", pairs));
+    return JsonPtr(json_pack("{s:I, s:o, s:o, s:o, s:o, s:o, s:o}", "count", static_cast<json_int_t>(mCount),
+                             "p50", timeOrNull(percentile(50)), "p90", timeOrNull(percentile(90)), "p99",
+                             timeOrNull(percentile(99)), "p999", timeOrNull(percentile(99.9)), "max",
+                             timeOrNull(mMax), "histogram", pairs));
 }
 
 /// Adds a bucket behind all others. False if it is none.
@@ -140,4 +140,4 @@ std::optional<Histogram> Histogram::fromJson(const json_t* json)
     return read;
 }
 
-} // namespace fleet
+} // namespace zulcommand

@@ -1,9 +1,9 @@
-#include "fleet/report/histogram.h"
+#include "zulcommand/histogram.h"
 
 #include <gtest/gtest.h>
 #include <random>
 
-using fleet::Histogram;
+using zulcommand::Histogram;
 
 namespace {
 

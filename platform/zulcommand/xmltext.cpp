@@ -1,4 +1,4 @@
-#include "server/report/xmltext.h"
+#include "zulcommand/xmltext.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 #include "wmsg/utf8.h"
 
-namespace server {
+namespace zulcommand {
 
 namespace {
 
@@ -52,4 +52,4 @@ std::string xmlText(const std::string& text) { return escaped(text, std::span(kR
 
 std::string xmlAttribute(const std::string& text) { return escaped(text, kReferences); }
 
-} // namespace server
+} // namespace zulcommand

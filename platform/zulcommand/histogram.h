@@ -7,7 +7,7 @@
 
 #include "zulcommand/jsontext.h"
 
-namespace fleet {
+namespace zulcommand {
 
 /// Counts times and tells their percentiles with an error below one hundredth.
 ///
@@ -38,7 +38,7 @@ public:
 
     /// The members count, p50, p90, p99, p999, max and histogram, in seconds. The times are null if there is
     /// none; histogram lists the largest value and the count of each bucket that is not empty.
-    zulcommand::JsonPtr toJson() const;
+    JsonPtr toJson() const;
 
     /// Reads what toJson() wrote; nothing if it contradicts itself.
     static std::optional<Histogram> fromJson(const json_t* json);
@@ -52,4 +52,4 @@ private:
     uint64_t mMax = 0;
 };
 
-} // namespace fleet
+} // namespace zulcommand

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "server/report/xmltext.h"
+#include "zulcommand/xmltext.h"
 
-using server::xmlAttribute;
-using server::xmlText;
+using zulcommand::xmlAttribute;
+using zulcommand::xmlText;
 
 namespace {
 
