@@ -3,6 +3,7 @@
 #include <map>
 #include <ostream>
 
+#include "capture/diff/diff.h"
 #include "capture/show/show.h"
 #include "zuloptions/commandline.h"
 
@@ -10,7 +11,8 @@ namespace capture {
 
 namespace {
 
-constexpr const char* kFooter = "Exit status: 0 done; 1 wrong usage, or a file cannot be read.";
+constexpr const char* kFooter =
+    "Exit status: 0 done; 1 wrong usage, or a file cannot be read; 4 something was not as it was recorded.";
 
 } // namespace
 
@@ -24,7 +26,7 @@ int runProgram(int argc, const char* const* argv, const std::string& version, st
     app.require_subcommand(1);
 
     std::map<CLI::App*, std::unique_ptr<Subcommand>> subcommands;
-    for (auto* const make : {makeShow}) {
+    for (auto* const make : {makeShow, makeDiff}) {
         std::unique_ptr<Subcommand> subcommand = make();
         CLI::App* const declared = subcommand->declare(&app);
         subcommands[declared] = std::move(subcommand);
