@@ -36,8 +36,8 @@ protected:
     {
         constexpr size_t kPiece = 4096;
         if (mGiven > mLastNode + kMaxDistance) {
-            mMistakes->fail(mLastNode, "What follows holds more than 512 KiB without an end; write a list "
-                                       "of steps with \"- \" in front of each.");
+            mMistakes->fail(mLastNode, "What follows holds more than 512 KiB up to the next value; write a "
+                                       "list of steps with \"- \" in front of each.");
             throw Stop();
         }
         const size_t size = std::min(kPiece, mContent.size() - mGiven);
@@ -179,7 +179,16 @@ private:
         if (mOpen.size() == kMaxDepth) {
             stop(node.offset, "This is nested deeper than 8 levels; a scenario has 5 at most.");
         }
+        if (isElementList(mOpen.size(), node)) {
+            tell([&] { mSink->entry(mOpen[0].node.items.front(), node); });
+        }
         mOpen.push_back({std::move(node)});
+    }
+
+    /// True for a list in the file's map, whose elements are told one by one.
+    static bool isElementList(size_t depth, const YamlNode& node)
+    {
+        return depth == 1 && node.kind == YamlNode::eKind::LIST;
     }
 
     void close()
@@ -211,20 +220,21 @@ private:
         }
         checkKey(node);
         if (mOpen.size() == 1 && !mOpen[0].awaitsKey()) {
-            handOver([&](const YamlNode& key) { mSink->entry(key, node); });
+            if (!isElementList(1, node)) {
+                tell([&] { mSink->entry(mOpen[0].node.items.front(), node); });
+            }
             mOpen[0].node.items.clear();
-        } else if (mOpen.size() == 2 && mOpen[1].node.kind == YamlNode::eKind::LIST) {
-            handOver([&](const YamlNode& key) { mSink->element(key, node); });
+        } else if (mOpen.size() == 2 && isElementList(1, mOpen[1].node)) {
+            tell([&] { mSink->element(node); });
         } else {
             mOpen.back().node.items.push_back(std::move(node));
         }
     }
 
-    /// Calls @p tell with the key of the file's map that was the last one.
     template <class Tell>
-    void handOver(Tell tell)
+    void tell(Tell call)
     {
-        tell(mOpen[0].node.items.front());
+        call();
         mNodes = 0;
         if (mMistakes->failed()) {
             throw Stop();

@@ -13,11 +13,10 @@ class NodeSink
 public:
     virtual ~NodeSink() = default;
 
-    /// An element of the list that @p key has.
-    virtual void element(const YamlNode& key, const YamlNode& value) = 0;
-
-    /// @p value has no items if it is a list: they were told before, one by one.
+    /// @p value has no items if it is a list: they follow, one by one.
     virtual void entry(const YamlNode& key, const YamlNode& value) = 0;
+
+    virtual void element(const YamlNode& value) = 0;
 };
 
 /// Reads the YAML file @p content, which is text, as one map. Keys are texts, none is there twice; anchors,

@@ -77,11 +77,9 @@ public:
         : mValues(values), mFindTable(std::move(findTable))
     {}
 
-    void element(const YamlNode& key, const YamlNode& value) override
+    void element(const YamlNode& value) override
     {
-        if (key.text == "steps") {
-            mScenario.steps.push_back(readStep(value, mValues, mFindTable));
-        }
+        mScenario.steps.push_back(readStep(value, mValues, mFindTable));
     }
 
     void entry(const YamlNode& key, const YamlNode& value) override
@@ -99,7 +97,10 @@ public:
             mScenario.repeat = mValues.repeat(entry);
             mRepeatOffset = key.offset;
         } else if (key.text == "steps") {
-            checkSteps(entry);
+            mStepsOffset = value.offset;
+            if (value.kind != YamlNode::eKind::LIST) {
+                mValues.failNot(entry, "a list of steps");
+            }
         } else {
             mValues.mistakes().fail(key.offset, "There is no key " + excerpt(key.text) +
                                                     " here; there are scenario, seed, spread, start, steps, "
@@ -111,7 +112,8 @@ public:
     Scenario take()
     {
         if (mScenario.steps.empty()) {
-            mValues.mistakes().fail(0, "The scenario has no steps; it needs the key \"steps\".");
+            mValues.mistakes().fail(
+                mStepsOffset, "The scenario has no step; it needs the key \"steps\" with a list of them.");
         }
         const auto endless = std::ranges::find_if(mScenario.steps, isEndless);
         if (mRepeatOffset && endless != mScenario.steps.end()) {
@@ -123,16 +125,10 @@ public:
     }
 
 private:
-    void checkSteps(const Entry& entry)
-    {
-        if (entry.value.kind != YamlNode::eKind::LIST || mScenario.steps.empty()) {
-            mValues.failNot(entry, "a list with at least one step");
-        }
-    }
-
     const ValueReader& mValues;
     const FindTable mFindTable;
     Scenario mScenario;
+    size_t mStepsOffset = 0;
     std::optional<size_t> mRepeatOffset;
 };
 
