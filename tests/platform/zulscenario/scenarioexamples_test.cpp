@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -15,7 +16,8 @@ using namespace zulscenario;
 
 constexpr zuldevice::Counts kExampleCounts{4, 4, 2, 2, 2};
 
-const std::string kFolder = SCENARIO_EXAMPLES;
+const std::string kTree = SOURCE_TREE;
+const std::string kFolder = kTree + "/tests/platform/zulscenario/examples";
 
 std::vector<std::string> scenariosIn(const std::string& folder)
 {
@@ -96,6 +98,56 @@ TEST(ScenarioExamplesTest, EachBadOneIsListed)
     }
     std::ranges::sort(listed);
     EXPECT_EQ(scenariosIn(kFolder + "/bad"), listed);
+}
+
+/// The ports of the device that the command line in the head of @p scenario starts.
+zuldevice::Counts countsOf(const std::string& scenario)
+{
+    zuldevice::Counts counts;
+    std::map<std::string, uint32_t*> options = {{"--din", &counts.digitalInputs},
+                                                {"--dout", &counts.digitalOutputs},
+                                                {"--ain", &counts.analogInputs},
+                                                {"--aout", &counts.analogOutputs},
+                                                {"--scanners", &counts.scanners}};
+    std::istringstream words(scenario);
+    for (std::string word; words >> word;) {
+        if (const auto option = options.find(word); option != options.end()) {
+            words >> *option->second;
+        }
+    }
+    return counts;
+}
+
+TEST(ScenarioExamplesTest, EachPublishedOneIsReadForTheDeviceInItsHead)
+{
+    const std::vector<std::string> paths = scenariosIn(kTree + "/examples/scenarios");
+    EXPECT_EQ(paths.size(), 10U);
+    for (const std::string& path : paths) {
+        Scenario scenario;
+        EXPECT_EQ(readScenario(path, countsOf(textOf(path)), &scenario), "");
+    }
+}
+
+TEST(ScenarioExamplesTest, EachScenarioOfTheManualIsRead)
+{
+    const std::string begin = "```yaml\n";
+    const std::string manual = textOf(kTree + "/docs/scenarios.md");
+    size_t found = 0;
+    for (size_t at = manual.find(begin); at != std::string::npos; at = manual.find(begin, at)) {
+        at += begin.size();
+        const std::string text = manual.substr(at, manual.find("```", at) - at);
+        if (text.starts_with('#')) {
+            continue; // only a comment
+        }
+        ++found;
+        Scenario scenario;
+        const auto read = [&](const std::string&, std::string* content) {
+            *content = text;
+            return std::string();
+        };
+        EXPECT_EQ(readScenario("manual.yaml", kExampleCounts, &scenario, read), "") << text;
+    }
+    EXPECT_GE(found, 2U);
 }
 
 } // namespace
