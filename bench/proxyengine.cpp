@@ -50,15 +50,17 @@ class Nobody : public proxy::FaultyConnection::Owner
     void foreignBytes(proxy::eDirection) override {}
 };
 
-/// An OBJ_PORT_DIN whose state is a number, 32 bytes long.
-void appendRecord(Bytes* payload)
+/// A record of a port; with its state, a number, it is 32 bytes long.
+void appendRecord(Bytes* payload, eObjectTypes type = OBJ_PORT_DIN, bool hasState = true)
 {
-    Bytes tags(3 * wmsg::kNumberTagSize);
+    Bytes tags((hasState ? 3 : 2) * wmsg::kNumberTagSize);
     uint8_t* to = wmsg::putNumberTag(tags.data(), TAG_DEVICE_SERIAL, kSerial);
     to = wmsg::putNumberTag(to, TAG_PORT_ID, kPort);
-    wmsg::putNumberTag(to, TAG_OUTPUT_STATE, uint32_t{1});
+    if (hasState) {
+        wmsg::putNumberTag(to, TAG_OUTPUT_STATE, uint32_t{1});
+    }
     uint8_t header[wmsg::kObjectHeaderSize];
-    wmsg::putObjectHeader(header, OBJ_PORT_DIN, tags.size());
+    wmsg::putObjectHeader(header, type, tags.size());
     payload->insert(payload->end(), header, header + sizeof header);
     payload->insert(payload->end(), tags.begin(), tags.end());
 }
@@ -96,8 +98,13 @@ std::vector<Stream> streams()
     while (full.size() + small.size() <= wmsg::kMaxSegmentPayload) {
         appendRecord(&full);
     }
+    Bytes mixed;
+    while (mixed.size() + small.size() <= wmsg::kMaxSegmentPayload) {
+        appendRecord(&mixed);
+        appendRecord(&mixed, OBJ_ANALOG_SAMPLE, false);
+    }
     return {streamOf("small", small), streamOf("turns", small, true), streamOf("full", full),
-            streamOf("text", textRecord(1900))};
+            streamOf("mixed", mixed), streamOf("text", textRecord(1900))};
 }
 
 void addRules(const RuleKind& kind, proxy::RuleSet* rules)

@@ -14,20 +14,23 @@ namespace proxy {
 
 /// Finds, for all rules at once, those that may choose a message; the ones that it leaves out do not.
 ///
-/// Each rule has a bit, of 64, so that rules far apart may share one. For each thing that a message or a
+/// Each rule has a bit, of 32, so that rules far apart may share one. For each thing that a message or a
 /// record may have there is a mask of the rules that it suits; things may share a mask as well. What a rule
 /// does not ask for suits it.
 class RuleSieve
 {
 public:
-    using Mask = uint64_t;
+    using Mask = uint32_t;
 
     RuleSieve() = default;
 
     /// The rules are borrowed, in their order.
     explicit RuleSieve(std::vector<const Rule*> rules);
 
-    Mask find(MessageFacts* message) const;
+    /// Looks among those of @p rules.
+    Mask find(MessageFacts* message, Mask rules = ~Mask{0}) const;
+
+    static Mask bitOf(size_t number) { return Mask{1} << number % kBits; }
 
     /// Calls @p action with the number of each rule in @p mask, from 0, in their order.
     template <class Action>
@@ -44,9 +47,7 @@ public:
     }
 
 private:
-    static constexpr size_t kBits = 64;
-
-    static Mask bitOf(size_t number) { return Mask{1} << number % kBits; }
+    static constexpr size_t kBits = 32;
 
     /// Masks by a number; numbers that are far apart share one.
     template <size_t Size>
@@ -73,33 +74,26 @@ private:
         std::array<Mask, Size> mMasks{};
     };
 
-    /// What records in a row have in common that differ in the values of numbers only.
-    struct Shape
+    /// The rules that tags suit.
+    struct Suited
     {
-        std::span<const uint8_t> first = {}; ///< the first of them
-        Mask mask = 0;                       ///< the rules that they suit, but for the port
-        Mask ports = 0;                      ///< those that the ports of the first one suit
-        size_t portAt = 0;                   ///< where their only port is; 0 if there is none
-        bool repeats = true;                 ///< others may have the same shape
-        bool readsTags = false;              ///< the tags matter, not only the type
-
-        bool fits(std::span<const uint8_t> record) const;
+        Mask tags;  ///< by the tag that they need
+        Mask ports; ///< by the port that they need
     };
 
     void add(const Rule& rule, Mask mask);
     void addFlags(const Rule& rule, Mask mask);
     void addTags(const Rule& rule, Mask mask);
     Mask findInRecords(std::span<const uint8_t> payload, Mask wanted) const;
-    Shape shapeOf(const WendleObject& record, Mask wanted) const;
-    void readTags(const WendleObject& record, Shape* shape) const;
-    Mask suitedBy(const Shape& shape, const uint8_t* record) const;
-    Mask confirmed(const WendleObject& record, Mask mask) const;
+    Suited suitedBy(std::span<const uint8_t> tags) const;
+    void skipAlike(WendleObject record, Mask mask, bool readsTags, WObjectReader* reader) const;
+    Mask confirmed(WendleObject record, Mask mask) const;
 
     std::vector<const Rule*> mRules;
     Masks<8> mByFlags;
     Masks<32> mByMessageType;
     Masks<32> mByObject;
-    Masks<32> mByPort;
+    Masks<128> mByPort;
     Masks<32> mByTag;
     Mask mWithoutRecord = 0; ///< ask for no record
     Mask mWithoutPort = 0;   ///< ask for no port

@@ -11,14 +11,14 @@ namespace proxy {
 
 namespace {
 
-/// Selectors of all kinds, some of which share a mask: 41 and 9, 33 and 1. Some together make no rule.
+/// Selectors of all kinds, some of which share a mask: 41 and 9, 257 and 1. Some together make no rule.
 std::vector<Rule> manyRules()
 {
     std::vector<Rule> rules;
     for (const char* kind :
          {"lose", "nan", "drop-record", "wrong-serial", "drop-tag portId", "field sample=1"}) {
         for (const char* which :
-             {"", " port=1", " port=7", " port=33", " object=OBJ_ANALOG_SAMPLE", " object=41",
+             {"", " port=1", " port=7", " port=257", " object=OBJ_ANALOG_SAMPLE", " object=41",
               " object=OBJ_ADHOC_EVENT port=7", " object=OBJ_ANALOG_SAMPLE port=7"}) {
             for (const char* header : {"", " msg=event", " msg=get", " msg=answer", " type=3", " type=35"}) {
                 Rule rule;
@@ -41,6 +41,30 @@ Bytes unknownRecord()
     return payload;
 }
 
+/// As long as a record of two numbers, but its port stands elsewhere.
+Bytes oddRecord()
+{
+    Bytes payload;
+    PayloadWriter writer(&payload);
+    writer.beginObject(OBJ_ANALOG_SAMPLE);
+    writer.putText(TAG_EVENT_LABEL, "");
+    writer.putNumber(TAG_PORT_ID, uint32_t{7});
+    writer.putText(TAG_EVENT_VALUE, "");
+    writer.endObject();
+    return payload;
+}
+
+Bytes twoNumbers()
+{
+    Bytes payload;
+    PayloadWriter writer(&payload);
+    writer.beginObject(OBJ_ANALOG_SAMPLE);
+    writer.putNumber(TAG_DEVICE_SERIAL, kSerial);
+    writer.putNumber(TAG_PORT_ID, uint32_t{3});
+    writer.endObject();
+    return payload;
+}
+
 std::vector<Bytes> payloads()
 {
     const Bytes first = samplePayload(kSerial, 1, 0.5F);
@@ -59,6 +83,9 @@ std::vector<Bytes> payloads()
             first + first + samplePayload(kSerial, 7, 0.5F) + first,
             first + text + text + adhocPayload(kSerial, "Text") + unknownRecord(),
             bothPorts + bothPorts + first + bothPorts,
+            oddRecord() + oddRecord() + twoNumbers(),
+            twoNumbers() + twoNumbers() + oddRecord() + twoNumbers(),
+            first + first + part(first, 0, first.size() - 1),
             Bytes(3, 0),
             first + Bytes(3, 0),
             adhocPayload(kSerial, std::string(5000, 'x')) + first};
@@ -118,10 +145,23 @@ TEST(RuleSieveTest, everyRuleThatChoosesAMessageIsFound)
     }
 }
 
+TEST(RuleSieveTest, onlyTheRulesThatAreAskedForAreFound)
+{
+    Rule rule;
+    ASSERT_EQ(parseRule("lose port=1", &rule), "");
+    const Bytes bytes = sample(1);
+    const CutMessage message = cut(bytes, 1);
+    MessageMemory memory;
+    MessageFacts facts(message, &memory);
+    const RuleSieve sieve({&rule, &rule, &rule});
+    EXPECT_EQ(sieve.find(&facts), 7U);
+    EXPECT_EQ(sieve.find(&facts, 2), 2U);
+}
+
 TEST(RuleSieveTest, aRuleThatOnlySharesAMaskIsLeftOut)
 {
     Rule rule;
-    ASSERT_EQ(parseRule("lose port=33", &rule), "");
+    ASSERT_EQ(parseRule("lose port=257", &rule), "");
     const Bytes bytes = sample(1);
     const CutMessage message = cut(bytes, 1);
     MessageMemory memory;
