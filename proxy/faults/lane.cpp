@@ -95,7 +95,7 @@ void Lane::received(std::span<const uint8_t> bytes, int64_t nowNs)
                 mBeginningGone = false;
                 mDropsRest = false;
             }
-            mPassing ? follow(&bytes, keeps, nowNs) : takeMessage(&bytes, nowNs);
+            mPassing ? follow(&bytes, keeps, nowNs) : takeMessages(&bytes, nowNs);
         }
     }
     checkKept(nowNs);
@@ -129,11 +129,27 @@ void Lane::follow(std::span<const uint8_t>* bytes, bool toBoundary, int64_t nowN
     passPlain(piece.first(piece.size() - bytes->size()), nowNs);
 }
 
-/// Reads up to the end of the next message and lets the rules act on it.
-void Lane::takeMessage(std::span<const uint8_t>* bytes, int64_t nowNs)
+/// True if @p message may pass as a part of the bytes that have come: nothing acts on it or waits for it.
+bool Lane::ignores(const CutMessage& message, int64_t nowNs)
 {
+    const bool plain = message.owned.empty() && mHoldings.empty() && !isSilent() && !learns();
+    return plain && (!mChain || mChain->ignores(message, nowNs));
+}
+
+/// Reads up to the end of the first message that rules may act on, and lets them; those before it pass
+/// together.
+void Lane::takeMessages(std::span<const uint8_t>* bytes, int64_t nowNs)
+{
+    const std::span<const uint8_t> piece = *bytes;
+    size_t passing = 0;
     CutMessage message;
-    switch (mCutter.take(bytes, &message)) {
+    MessageCutter::eResult result = mCutter.take(bytes, &message);
+    for (; result == MessageCutter::MESSAGE && ignores(message, nowNs);
+         result = mCutter.take(bytes, &message)) {
+        passing = piece.size() - bytes->size();
+    }
+    passPlain(piece.first(passing), nowNs);
+    switch (result) {
     case MessageCutter::MORE:
         break;
     case MessageCutter::MESSAGE:

@@ -86,7 +86,8 @@ private:
     bool learns() const { return mDirection == eDirection::TO_SERVER && !mConnection.deviceSerial; }
     void learnFrom(const CutMessage& message);
     void follow(std::span<const uint8_t>* bytes, bool toBoundary, int64_t nowNs);
-    void takeMessage(std::span<const uint8_t>* bytes, int64_t nowNs);
+    bool ignores(const CutMessage& message, int64_t nowNs);
+    void takeMessages(std::span<const uint8_t>* bytes, int64_t nowNs);
     void passTooLarge(int64_t nowNs);
     void becomeForeign(int64_t nowNs);
     void checkKept(int64_t nowNs);

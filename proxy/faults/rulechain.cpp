@@ -100,6 +100,7 @@ void RuleChain::setRules(const std::vector<RulePtr>& rules)
     mSieve = RuleSieve(std::move(inForce));
     mHasSwaps = std::ranges::any_of(mStates,
                                     [](const State& state) { return state.rule->rule.kind == eFault::SWAP; });
+    mInForceAtNs = kNeverNs;
 }
 
 int64_t RuleChain::actsUntil(int64_t nowNs) const
@@ -118,12 +119,35 @@ const Rule* RuleChain::find(uint32_t number) const
     return found == mStates.end() ? nullptr : &found->rule->rule;
 }
 
+/// Found once for the messages that come at the same time.
+RuleSieve::Mask RuleChain::inForce(int64_t nowNs)
+{
+    if (nowNs != mInForceAtNs) {
+        mInForceAtNs = nowNs;
+        mInForce = 0;
+        for (size_t number = 0; number < mStates.size(); ++number) {
+            mInForce |= mStates[number].time.has(nowNs) ? RuleSieve::bitOf(number) : 0;
+        }
+    }
+    return mInForce;
+}
+
+bool RuleChain::ignores(const CutMessage& message, int64_t nowNs)
+{
+    MessageFacts facts(message, &mMemory);
+    const bool ignored = mSieve.find(&facts, inForce(nowNs)) == 0;
+    if (ignored) {
+        mMemory.trim();
+    }
+    return ignored;
+}
+
 bool RuleChain::choose(const CutMessage& message, bool taken, int64_t nowNs)
 {
     mInjections.clear();
     bool passes = !taken;
     MessageFacts facts(message, &mMemory);
-    mSieve.forEach(mSieve.find(&facts), [&](size_t number) {
+    mSieve.forEach(mSieve.find(&facts, inForce(nowNs)), [&](size_t number) {
         State& state = mStates[number];
         if (matches(state, &facts, nowNs) && actsOn(&state, message, !passes)) {
             passes = !takesAway(state.rule->rule.kind);

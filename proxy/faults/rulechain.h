@@ -52,6 +52,10 @@ public:
     /// Until when a rule that is in force at @p nowNs stays so; @p nowNs if none is.
     int64_t actsUntil(int64_t nowNs) const;
 
+    /// True if no rule can match @p message. Then choose() need not be called, unless a message waits for the
+    /// next one.
+    bool ignores(const CutMessage& message, int64_t nowNs);
+
     /// Counts @p message for each rule that it matches. True if one of them acts on it, which apply() does
     /// then.
     /// @p taken: something else swallows the message, so rules only count it.
@@ -94,6 +98,7 @@ private:
     };
 
     bool mayActHere(const ActiveRule& rule) const;
+    RuleSieve::Mask inForce(int64_t nowNs);
     bool matches(const State& state, MessageFacts* message, int64_t nowNs) const;
     bool actsOn(State* state, const CutMessage& message, bool taken);
     cSeededRandom drawsFor(const ActiveRule& rule, const CutMessage& message) const;
@@ -116,7 +121,9 @@ private:
     const eDirection mDirection;
     const ConnectionFacts& mConnection;
     std::vector<State> mStates;
-    RuleSieve mSieve; ///< of the rules of mStates
+    RuleSieve mSieve;                ///< of the rules of mStates
+    RuleSieve::Mask mInForce = 0;    ///< the rules in force at mInForceAtNs
+    int64_t mInForceAtNs = kNeverNs; ///< kNeverNs before they are looked up
     bool mHasSwaps = false;
     std::vector<Injection> mInjections; ///< of one message
     MessageMemory mMemory;

@@ -34,6 +34,24 @@ TEST(PassThroughTest, everyByteComesOutInThePieceInWhichItCame)
     }
 }
 
+TEST(PassThroughTest, whatNoRuleMatchesPassesInThePieceInWhichItCame)
+{
+    const Bytes all = sample(1) + large(2, 5000) + ping() + sample(3);
+    FaultyProxy proxy;
+    for (const char* rule :
+         {"lose port=4", "lose after=10", "swap msg=get", "nan msg=answer", "lose port=5"}) {
+        proxy.add(rule);
+    }
+    FaultyPipe pipe(&proxy);
+    pipe.send(kToServer, sample(1));
+    pipe.takePieces(kToServer);
+    pipe.send(kToServer, all);
+    EXPECT_EQ(pipe.takePieces(kToServer), std::vector<Bytes>{all});
+    pipe.send(kToServer, all + sample(4, kSerial, 5) + all);
+    EXPECT_EQ(pipe.take(kToServer), all + all);
+    EXPECT_EQ(pipe.faults.size(), 1U);
+}
+
 TEST(PassThroughTest, theSerialNumberIsLearnedFromTheFirstMessageThatHasIt)
 {
     const Bytes all = sample(1, 0xFFFFFFFF) + answer(2) + ping() + large(3, 5000, 77) + sample(4, 78);
