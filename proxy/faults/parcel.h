@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -12,8 +13,9 @@ constexpr int64_t kNeverNs = INT64_MAX;
 /// What a rule wants to do with a message on its way out.
 struct Mark
 {
-    uint32_t rule = 0; ///< its number
-    int64_t value = 0; ///< what it has drawn, or how long in ns; the rule's kind knows
+    uint32_t rule = 0;                   ///< its number
+    int64_t value = 0;                   ///< what it has drawn, or how long in ns; the rule's kind knows
+    std::optional<uint32_t> object = {}; ///< LIMIT: the type of the record that its fault tells
 };
 
 /// A message on its way out, or other bytes that pass.

@@ -332,6 +332,7 @@ void RuleChain::actOnBytes(Injection* injection, Work* work)
         break;
     case eFault::LIMIT: // it is a fault when the limit is reached, which the connection tells
         mark(state, work->facts.header().sequence(), work);
+        work->outcome.parcel.marks.back().object = objectFor(rule, work);
         break;
     default:
         break;
@@ -364,7 +365,7 @@ void RuleChain::actOnConnection(Injection* injection, Work* work)
 
 void RuleChain::mark(const State& state, int64_t value, Work* work)
 {
-    work->outcome.parcel.marks.push_back({state.rule->number, value});
+    work->outcome.parcel.marks.push_back({.rule = state.rule->number, .value = value});
 }
 
 void RuleChain::report(const State& state, Work* work, Change change) const
@@ -396,7 +397,9 @@ std::optional<Fault> RuleChain::limitReached(const Mark& mark)
     }
     ++found->rule->injected;
     const std::string became = "cut after " + plural(found->rule->rule.min, "byte", "bytes");
-    return faultOf(*found->rule, static_cast<uint8_t>(mark.value), {"open", became});
+    Fault fault = faultOf(*found->rule, static_cast<uint8_t>(mark.value), {"open", became});
+    fault.object = mark.object;
+    return fault;
 }
 
 /// Counts each time but tells only the first.

@@ -1,5 +1,8 @@
 // When, and in which pieces, the kinds of the bytes layer let bytes pass.
 
+#include <optional>
+#include <tuple>
+
 #include "faultypipe.h"
 #include "messages.h"
 
@@ -261,6 +264,23 @@ TEST_F(ByteFaultsTest, limitCutsAfterItsBytes)
     EXPECT_EQ(pipe.faults[0].msgSeq, 3);
     EXPECT_EQ(pipe.faults[0].became, "cut after 100 bytes");
     EXPECT_EQ(proxy().rules.all()[0]->injected, 1U);
+}
+
+TEST_F(ByteFaultsTest, limitTellsTheObjectOfTheMessageThatItCuts)
+{
+    const std::tuple<const char*, Bytes, std::optional<uint32_t>> rows[] = {
+        {"limit bytes=20", large(1, 5000), OBJ_ADHOC_EVENT},
+        {"limit bytes=60", sample(1) + large(2, 5000), OBJ_ADHOC_EVENT},
+        {"limit bytes=100 object=OBJ_ANALOG_SAMPLE",
+         event(1, adhocPayload(kSerial, "") + samplePayload(kSerial, 1, 0.5F)) + sample(2),
+         OBJ_ANALOG_SAMPLE},
+        {"limit bytes=8", set(1), std::nullopt}};
+    for (const auto& [rule, bytes, object] : rows) {
+        FaultyPipe& pipe = start({rule});
+        pipe.send(kToServer, bytes);
+        ASSERT_EQ(pipe.faults.size(), 1U) << rule;
+        EXPECT_EQ(pipe.faults[0].object, object) << rule;
+    }
 }
 
 TEST_F(ByteFaultsTest, limitCutsAsSoonAsItsBytesHavePassed)
