@@ -23,6 +23,21 @@ constexpr size_t kMaxDistance = 512 * 1024;
 struct Stop
 {};
 
+/// What is wrong with an anchor, an alias or a tag at @p offset; null if there is none.
+const char* propertyMistake(const std::string& content, size_t offset)
+{
+    switch (offset < content.size() ? content[offset] : ' ') {
+    case '&':
+        return "This is an anchor; write each value where it belongs.";
+    case '*':
+        return "This is an alias; write the value itself.";
+    case '!':
+        return "This is a tag; a scenario has none.";
+    default:
+        return nullptr;
+    }
+}
+
 /// Gives a parser the text of a file in pieces, and ends it if it takes too much before it tells a node.
 class MeteredText : public std::streambuf
 {
@@ -77,7 +92,7 @@ public:
         add(begin(mark, YamlNode::eKind::NOTHING));
     }
 
-    void OnAlias(const YAML::Mark& mark, YAML::anchor_t) override { refuseProperty(offsetOf(mark)); }
+    void OnAlias(const YAML::Mark&, YAML::anchor_t) override {} // without anchors the parser refuses it
 
     void OnScalar(const YAML::Mark& mark, const std::string& tag, YAML::anchor_t,
                   const std::string& value) override
@@ -126,20 +141,6 @@ private:
         return std::min(static_cast<size_t>(std::max(mark.pos, 0)), mContent.size());
     }
 
-    void refuseProperty(size_t offset)
-    {
-        switch (offset < mContent.size() ? mContent[offset] : ' ') {
-        case '&':
-            stop(offset, "This is an anchor; write each value where it belongs.");
-        case '*':
-            stop(offset, "This is an alias; write the value itself.");
-        case '!':
-            stop(offset, "This is a tag; a scenario has none.");
-        default:
-            break;
-        }
-    }
-
     /// The parser takes a text whose quotation mark is not closed up to the end of the file.
     void checkClosed(size_t offset)
     {
@@ -163,7 +164,9 @@ private:
         if (kind == YamlNode::eKind::NOTHING && offset > 0) { // is told at what comes after it
             offset = std::min(mContent.find_last_not_of(" \t\r\n", offset - 1), offset);
         }
-        refuseProperty(offset);
+        if (const char* mistake = propertyMistake(mContent, offset)) {
+            stop(offset, mistake);
+        }
         if (++mNodes > kMaxNodes) {
             stop(offset, "This value holds more than 250,000 others.");
         }
@@ -267,8 +270,9 @@ void readNodes(const std::string& content, NodeSink* sink, Mistakes* mistakes)
     } catch (const Stop&) {
         // The mistake was told.
     } catch (const YAML::Exception& error) {
-        const size_t offset = static_cast<size_t>(std::max(error.mark.pos, 0));
-        mistakes->fail(std::min(offset, content.size()), "This is not YAML: " + error.msg + ".");
+        const size_t offset = std::min(static_cast<size_t>(std::max(error.mark.pos, 0)), content.size());
+        const char* property = propertyMistake(content, offset);
+        mistakes->fail(offset, property != nullptr ? property : "This is not YAML: " + error.msg + ".");
     }
 }
 
