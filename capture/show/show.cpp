@@ -52,13 +52,10 @@ private:
     {
         Summary summary;
         for (RecordedItem item; out && recording->next(&item);) {
-            const bool isMessage = item.kind == RecordedItem::MESSAGE;
-            if (isMessage && !mFilter.matches(item)) {
-                continue;
-            }
+            const bool matches = item.kind == RecordedItem::MESSAGE && mFilter.matches(item);
             if (mIsSummary) {
-                summary.add(item);
-            } else if (isMessage) {
+                summary.add(item, matches);
+            } else if (matches) {
                 out << messageLine(item) << '\n';
             }
         }

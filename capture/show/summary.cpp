@@ -58,15 +58,20 @@ Summary::eKind Summary::kindOf(const WMsg& message)
     return message.answer && !message.control ? ANSWER : kindOfType(message.type, message.control);
 }
 
-void Summary::add(const RecordedItem& item)
+void Summary::add(const RecordedItem& item, bool counts)
 {
-    Rows& rows = rowsOf(item.connection->deviceSerial);
-    if (item.kind == RecordedItem::MESSAGE) {
+    const uint64_t connection = item.connection->number;
+    if (item.kind == RecordedItem::CLOSED) {
+        mAsked.erase(mAsked.lower_bound({connection, 0}), mAsked.lower_bound({connection + 1, 0}));
+    } else if (item.kind == RecordedItem::DAMAGED) {
+        rowsOf(item.connection->deviceSerial)[OTHER].damaged += item.size;
+    } else if (item.question && mAsked.erase({connection, item.question->number}) > 0) {
+        countAnswer(item, &rowsOf(item.connection->deviceSerial));
+    }
+    if (item.kind == RecordedItem::MESSAGE && counts) {
         mFirstNs = std::min(mFirstNs.value_or(item.timeNs), item.timeNs);
         mLastNs = std::max(mLastNs, item.timeNs);
-        count(item, &rows);
-    } else if (item.kind == RecordedItem::DAMAGED) {
-        rows[OTHER].damaged += item.size;
+        count(item, &rowsOf(item.connection->deviceSerial));
     }
 }
 
@@ -84,12 +89,17 @@ void Summary::count(const RecordedItem& item, Rows* rows)
 {
     Row& row = (*rows)[kindOf(item.message)];
     (item.direction == eDirection::TO_SERVER ? row.toServer : row.toDevice) += 1;
-    row.asked += asks(item) ? 1 : 0;
-    if (item.question) {
-        Row& answered = (*rows)[kindOfType(item.question->type, item.message.control)];
-        ++answered.answered;
-        answered.longestNs = std::max(answered.longestNs, item.timeNs - item.question->timeNs);
+    if (asks(item)) {
+        ++row.asked;
+        mAsked.emplace(item.connection->number, item.number);
     }
+}
+
+void Summary::countAnswer(const RecordedItem& item, Rows* rows)
+{
+    Row& row = (*rows)[kindOfType(item.question->type, item.message.control)];
+    ++row.answered;
+    row.longestNs = std::max(row.longestNs, item.timeNs - item.question->timeNs);
 }
 
 void Summary::print(std::ostream& out) const

@@ -5,6 +5,9 @@
 #include <iosfwd>
 #include <map>
 #include <optional>
+#include <set>
+#include <string>
+#include <utility>
 
 #include "capture/sessions/recordeditem.h"
 
@@ -17,8 +20,9 @@ public:
     /// Further devices are counted together.
     static constexpr size_t kMaxDevices = 65536;
 
-    /// Counts a message, or bytes that belong to none.
-    void add(const RecordedItem& item);
+    /// Counts a message, or bytes that belong to none, if @p counts. To be given all items, so that answers
+    /// are found that do not count themselves.
+    void add(const RecordedItem& item, bool counts);
 
     /// Writes a table for people.
     void print(std::ostream& out) const;
@@ -40,7 +44,7 @@ private:
         uint64_t toServer = 0;
         uint64_t toDevice = 0;
         uint64_t asked = 0;
-        uint64_t answered = 0;
+        uint64_t answered = 0; ///< of those
         int64_t longestNs = 0; ///< of an answer to this kind
         uint64_t damaged = 0;  ///< bytes
 
@@ -55,6 +59,7 @@ private:
     static eKind kindOfType(uint8_t type, bool control);
     Rows& rowsOf(const Serial& serial);
     void count(const RecordedItem& item, Rows* rows);
+    void countAnswer(const RecordedItem& item, Rows* rows);
     void printRow(std::ostream& out, const std::string& device, const std::string& kind,
                   const Row& row) const;
     Row printDevice(std::ostream& out, const std::string& device, const Rows& rows) const;
@@ -62,6 +67,7 @@ private:
     std::map<Serial, Rows> mDevices;
     Rows mOthers; ///< devices beyond kMaxDevices
     bool mHasOthers = false;
+    std::set<std::pair<uint64_t, uint64_t>> mAsked; ///< by connection and number, without answer so far
     std::optional<int64_t> mFirstNs;
     int64_t mLastNs = 0;
 };

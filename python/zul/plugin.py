@@ -7,6 +7,7 @@ import hashlib
 import itertools
 import os
 import re
+import shlex
 import shutil
 from collections import Counter
 from collections.abc import Callable, Generator, Iterator, Sequence
@@ -195,6 +196,8 @@ def _describe(program: Program) -> str:
         lines.append(f"seed: {program.seed}")
     if program.kept_capture is not None:
         lines.append(f"capture: {program.kept_capture}")
+        lines.append(f"open it: {shlex.join(['zulcapture', 'show', str(program.kept_capture)])}")
+        lines.append(f"what it has: {shlex.join(['zulcapture', 'show', str(program.kept_capture)])}")
     for title, last in (("output", program.last_output), ("JSON lines", program.last_lines)):
         lines += [f"its latest {title}:", *(f"  {line}" for line in last)] if last else [f"no {title}"]
     return "\n".join(lines)

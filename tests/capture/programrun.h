@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
@@ -57,8 +58,9 @@ protected:
     std::string file(const std::vector<uint8_t>& bytes, const std::string& name = "recording")
     {
         const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-        mPaths.push_back(testing::TempDir() + std::to_string(getpid()) + '.' + test->test_suite_name() + '.' +
-                         test->name() + '.' + name);
+        std::string own = std::to_string(getpid()) + '.' + test->test_suite_name() + '.' + test->name();
+        std::ranges::replace(own, '/', '-');
+        mPaths.push_back(testing::TempDir() + own + '.' + name);
         std::ofstream(mPaths.back(), std::ios::binary)
             .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
         return mPaths.back();

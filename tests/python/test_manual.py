@@ -22,7 +22,7 @@ def test_the_tests_of_the_manual_pass(pytester: pytest.Pytester, monkeypatch: py
         pytester.makepyfile(**{f"test_{number}": text})
     result = pytester.runpytest_subprocess("-p", "zul.plugin", "-p", "no:cacheprovider")
     result.assert_outcomes(passed=len(tests))
-    assert len(tests) == 4
+    assert len(tests) == 5
 
 
 def test_the_program_of_the_manual_runs(capfd: pytest.CaptureFixture[str]) -> None:
@@ -34,7 +34,7 @@ def test_the_program_of_the_manual_runs(capfd: pytest.CaptureFixture[str]) -> No
 
 @pytest.mark.parametrize(
     "described",
-    [zul.Server, zul.Bench, zul.Fleet, zul.Proxy, ports.DigitalInput, ports.DigitalOutput, ports.AnalogInput, ports.AnalogOutput, zul.Reply],
+    [zul.Server, zul.Bench, zul.Fleet, zul.Proxy, zul.Capture, ports.DigitalInput, ports.DigitalOutput, ports.AnalogInput, ports.AnalogOutput, zul.Reply],
 )
 def test_every_member_is_described(described: type) -> None:
     members = [name for name, _ in inspect.getmembers(described) if not name.startswith("_") and not name.isupper()]

@@ -64,6 +64,10 @@ def test_a_failing_test_shows_what_the_programs_said(
     assert f"by hand: zulbench {options}\n" in bench
     assert '"event":"changed"' in bench
     assert Path(capture[1]).read_bytes()[:4] == bytes.fromhex("0a0d0d0a")
+    opened = re.search("^open it: (.*)$", bench, re.MULTILINE)
+    assert opened
+    shown = subprocess.run(opened[1], shell=True, capture_output=True, env=os.environ | {"PATH": os.environ["ZUL_BIN"]})
+    assert b'"OBJ_DEVICE"' in shown.stdout
     assert captures(own_folder_for_files) == [str(Path(capture[1]).relative_to(own_folder_for_files))]
 
 

@@ -1,0 +1,78 @@
+"""Recordings, with the real programs."""
+
+from __future__ import annotations
+
+from pathlib import Path
+
+import pytest
+from zul import Bench, Capture, Server, ZulError
+
+
+def session(path: Path, states: list[str], level: int = 40) -> Capture:
+    """A device whose digital input 1 becomes each of the states, then its analog input `level`."""
+    with Server() as server, Bench(din=1, ain=1, serial=7, server=server, capture=path) as gate:
+        gate.wait_connected()
+        for state in states:
+            gate.din[1].set(state)
+            server.expect_event("OBJ_PORT_DIN")
+        gate.ain[1].set(level)
+        server.expect_event("OBJ_ANALOG_SAMPLE")
+    return Capture(path)
+
+
+@pytest.fixture(scope="module")
+def recorded(tmp_path_factory: pytest.TempPathFactory) -> Capture:
+    return session(tmp_path_factory.mktemp("recorded") / "a b.pcapng", ["high", "low"])
+
+
+def test_iterating_gives_each_message(recorded: Capture) -> None:
+    messages = list(recorded)
+    assert [message["msgType"] for message in messages] == [1, 1, 3, 3, 3]
+    assert {message["deviceSerial"] for message in messages} == {7}
+    assert messages[1]["seconds"] >= 0
+
+
+def test_a_filter_leaves_the_messages_for_which_all_holds(recorded: Capture) -> None:
+    assert len(list(recorded.filter(msg="event"))) == 3
+    assert len(list(recorded.filter(msg="event", inputState="OBJ_IO_STATE_CLEAR"))) == 1
+    assert len(list(recorded.filter(msg="event").filter(device=8))) == 0
+    assert len(list(recorded)) == 5, "the recording itself stays as it was"
+
+
+def test_a_wrong_filter_is_an_error(recorded: Capture) -> None:
+    with pytest.raises(ZulError, match='^The filter does not take the field "colour".$'):
+        list(recorded.filter(colour="red"))
+
+
+def test_iterating_may_end_early(recorded: Capture) -> None:
+    assert next(iter(recorded))["msgType"] == 1
+
+
+def test_the_same_session_has_no_differences(recorded: Capture, tmp_path: Path) -> None:
+    assert recorded.diff(session(tmp_path / "again.pcapng", ["high", "low"])) == []
+
+
+def test_a_missing_event_is_one_difference(recorded: Capture, tmp_path: Path) -> None:
+    (difference,) = recorded.diff(session(tmp_path / "fewer.pcapng", ["high"]))
+    assert (difference["kind"], difference["deviceSerial"], difference["b"]) == ("missing", 7, None)
+    assert difference["a"]["objects"][0]["inputState"] == "OBJ_IO_STATE_CLEAR"
+
+
+def test_ignored_fields_may_differ(recorded: Capture, tmp_path: Path) -> None:
+    path = tmp_path / "other.pcapng"
+    session(path, ["high", "low"], 41)
+    (difference,) = recorded.diff(path)
+    assert (difference["kind"], difference["fields"]) == ("changed", ["sample"])
+    assert recorded.diff(path, ignore=["sample"]) == []
+    with pytest.raises(ZulError, match='^--ignore: there is no field "colour".$'):
+        recorded.diff(path, ignore=["colour"])
+
+
+def test_a_filtered_recording_is_not_compared(recorded: Capture) -> None:
+    with pytest.raises(ZulError, match="not filtered"):
+        recorded.filter(msg="event").diff(recorded)
+
+
+def test_a_file_that_is_not_there_is_an_error(tmp_path: Path) -> None:
+    with pytest.raises(ZulError, match="^Cannot read .*: No such file or directory.$"):
+        list(Capture(tmp_path / "none"))
