@@ -41,7 +41,10 @@ server takes it.
 .
 zulproxy stands between the two and misbehaves as its rules say: it delays,
 loses, damages and invents messages, and does the same again with the same
-seed.")
+seed.
+.
+zulcapture works with recordings of all of them: it shows the messages and
+tells in what two recordings differ.")
 
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-zul)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <utility>
 
 #include "zulcommand/commandwords.h"
@@ -49,9 +50,19 @@ bool asks(const RecordedItem& item)
 
 std::string Recording::open(const std::string& path)
 {
-    mPath = zulcommand::quote(path);
-    mFile.open(path, std::ios::binary);
-    return mFile ? "" : "Cannot read " + mPath + ": " + std::strerror(errno) + '.';
+    auto file = std::make_unique<std::ifstream>(path, std::ios::binary);
+    if (!*file) {
+        return "Cannot read " + zulcommand::quote(path) + ": " + std::strerror(errno) + '.';
+    }
+    read(std::move(file), path);
+    return "";
+}
+
+void Recording::read(std::unique_ptr<std::istream> stream, const std::string& name)
+{
+    mPath = zulcommand::quote(name);
+    mStream = std::move(stream);
+    mReader.emplace(mStream.get());
 }
 
 bool Recording::next(RecordedItem* item)
@@ -84,15 +95,15 @@ bool Recording::readPacket()
     if (mIsAtEnd) {
         return false;
     }
-    const cCaptureFormat::eResult result = mReader.next(&mPacket);
+    const cCaptureFormat::eResult result = mReader->next(&mPacket);
     if (result != cCaptureFormat::PACKET) {
         finish(result);
         return true;
     }
-    const sCaptureInterface& interface = mReader.interfaces()[mPacket.interface];
-    mPairs.setRecorder(mSettings.pairs ? mReader.program() : "", interface.name);
-    mStreams.setServerPort(cStreamPairs::isOwn(mReader.program()) ? std::nullopt
-                                                                  : std::optional(mSettings.port));
+    const sCaptureInterface& interface = mReader->interfaces()[mPacket.interface];
+    mPairs.setRecorder(mSettings.pairs ? mReader->program() : "", interface.name);
+    mStreams.setServerPort(cStreamPairs::isOwn(mReader->program()) ? std::nullopt
+                                                                   : std::optional(mSettings.port));
     mStreams.add(mPacket, interface);
     return true;
 }
@@ -101,14 +112,14 @@ void Recording::finish(cCaptureFormat::eResult result)
 {
     mIsAtEnd = true;
     if (result == cCaptureFormat::BROKEN) {
-        mFailure = "Cannot read " + mPath + ": " + mReader.status().text() + '.';
+        mFailure = "Cannot read " + mPath + ": " + mReader->status().text() + '.';
     } else if (result == cCaptureFormat::CUT) {
         onProblem(mPath + " ends within a packet.");
     }
     mStreams.finish();
     if (mStreamsSeen == 0 && mFailure.empty()) {
         onProblem(mPath + " holds no connection" +
-                  (cStreamPairs::isOwn(mReader.program())
+                  (cStreamPairs::isOwn(mReader->program())
                        ? "."
                        : " to port " + std::to_string(mSettings.port) + "; --port names another."));
     }
@@ -129,7 +140,7 @@ void Recording::opened(const sStream& stream, const std::vector<std::string>& co
     }
     Session& session = mSessions[part->connection];
     session.connection = std::make_shared<Connection>();
-    *session.connection = {part->connection, mReader.interfaces()[mPacket.interface].name, stream.client,
+    *session.connection = {part->connection, mReader->interfaces()[mPacket.interface].name, stream.client,
                            stream.server, stream.isWhole};
     push(RecordedItem::OPENED, session, eDirection::TO_SERVER, timeNs);
 }

@@ -2,10 +2,11 @@
 
 #include <array>
 #include <deque>
-#include <fstream>
 #include <functional>
+#include <istream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,8 +52,11 @@ public:
     /// Gets one sentence about what cannot be read, which is no reason to end.
     std::function<void(const std::string&)> onProblem = [](const std::string&) {};
 
-    /// Returns one sentence if the file cannot be read, or an empty text.
+    /// Returns one sentence if the file cannot be read, or an empty text. Call this, or read(), first.
     std::string open(const std::string& path);
+
+    /// Reads from @p stream; sentences call it @p name.
+    void read(std::unique_ptr<std::istream> stream, const std::string& name);
 
     /// Fills @p *item. False at the end; then failure() says whether all was read.
     bool next(RecordedItem* item);
@@ -98,8 +102,8 @@ private:
 
     const Settings mSettings;
     std::string mPath;
-    std::ifstream mFile;
-    cPacketReader mReader{&mFile};
+    std::unique_ptr<std::istream> mStream;
+    std::optional<cPacketReader> mReader;
     sPacket mPacket;
     cTcpStreams mStreams{this};
     cStreamPairs mPairs;

@@ -66,7 +66,7 @@ icons_have_the_sizes_they_are_named_by() {
 
 pages_format_without_a_warning() {
     local page output
-    for page in zulbench.1 zulserver.1 zulfleet.1 zulproxy.1 zulbench-files.5; do
+    for page in zulbench.1 zulserver.1 zulfleet.1 zulproxy.1 zulcapture.1 zulbench-files.5; do
         output=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -E UTF-8 -l "$manuals/$page" 2>&1 >/dev/null) || true
         [[ -z $output ]] || fail "$page: $output"
         output=$(groff -ww -Tutf8 -man -t -rLL=80n "$manuals/$page" 2>&1 >/dev/null) || true

@@ -35,7 +35,7 @@ cmake -S "$work" -B "$work/build" -G Ninja >"$work/output" 2>&1 || fail "$(<"$wo
 DESTDIR=$work/root cmake --install "$work/build" >"$work/output" 2>&1 || fail "$(<"$work/output")"
 [[ ! -e $work/root ]] || fail "it installs: $(find "$work/root" -type f)"
 sed -i '/^$/d' "$work/build/targets"
-for target in zulbench zulserver zulfleet zulproxy zulobj simulator; do
+for target in zulbench zulserver zulfleet zulproxy zulcapture zulobj simulator; do
     grep -qx "$target" "$work/build/targets" || fail "it lacks $target"
 done
 ! grep -vE '^(zul|simulator$)' "$work/build/targets" || fail "these targets have no prefix"

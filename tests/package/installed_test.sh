@@ -114,7 +114,7 @@ install_package() {
 programs_say_who_they_are() {
     local program version
     version=$(dpkg-deb -f "$packages"/zulbench_*.deb Version)
-    for program in zulbench zulserver zulfleet zulproxy; do
+    for program in zulbench zulserver zulfleet zulproxy zulcapture; do
         [[ $(in_root "$at/usr/bin/$program" --version) == "$program $version"* ]] || fail "$program --version"
     done
 }
@@ -155,7 +155,7 @@ programs_talk_to_each_other() {
 
 pages_are_found() {
     local page
-    for page in zulbench.1 zulserver.1 zulfleet.1 zulproxy.1 zulbench-files.5; do
+    for page in zulbench.1 zulserver.1 zulfleet.1 zulproxy.1 zulcapture.1 zulbench-files.5; do
         man --manpath="$root/usr/share/man" "${page#*.}" "${page%.*}" >"$packages/page" 2>&1 || fail "man: $(<"$packages/page")"
         grep -q '^NAME' "$packages/page" || fail "$page is empty"
     done

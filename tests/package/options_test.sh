@@ -2,7 +2,7 @@
 # --help, the manual pages and the completion name the same options, and the commands of the server and
 # the proxy likewise.
 # The completion offers files by what they are.
-# usage: options_test.sh ZULBENCH ZULSERVER ZULFLEET ZULPROXY MANUALS
+# usage: options_test.sh ZULBENCH ZULSERVER ZULFLEET ZULPROXY ZULCAPTURE MANUALS
 set -euo pipefail
 
 # shellcheck source=tests/support/checks.sh
@@ -12,7 +12,8 @@ zulbench=$1
 zulserver=$2
 zulfleet=$3
 zulproxy=$4
-manuals=$5
+zulcapture=$5
+manuals=$6
 completions=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../../packaging/program/completions")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -23,8 +24,8 @@ words() {
     tr -s ', \t' '\n' | sed '/^$/d' | sort -u
 }
 
-options_of_help() {
-    "$1" --help | sed -n 's/^  \(-[^ ]*\).*/\1/p' | words
+options_of_help() { # PROGRAM [WORD]
+    "$@" --help | sed -n 's/^  \(-[^ ]*\).*/\1/p' | words
 }
 
 # The lines of one section of a page; a paragraph is one line.
@@ -64,6 +65,25 @@ options_agree() {
         same "completion of $name" "$(options_of_help "$program")" "$(completed "$name" - | words)"
         same "$name --vers" --version "$(completed "$name" --vers)"
     done
+}
+
+# The words behind the program's name.
+subcommands() {
+    "$zulcapture" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p' | sort
+}
+
+subcommands_agree() {
+    local options subcommand
+    options=$(options_of_help "$zulcapture")
+    same "completed subcommands" "$(subcommands)" "$(completed zulcapture "" | words)"
+    same "subcommands of zulcapture(1)" "$(subcommands)" "$(commands_of_page zulcapture)"
+    same "completion of zulcapture" "$options" "$(completed zulcapture - | words)"
+    for subcommand in $(subcommands); do
+        same "completion of zulcapture $subcommand" "$(options_of_help "$zulcapture" "$subcommand")" \
+            "$(completed zulcapture "$subcommand" - | words)"
+        options+=$'\n'$(options_of_help "$zulcapture" "$subcommand")
+    done
+    same "zulcapture(1)" "$(words <<<"$options")" "$(options_of_page zulcapture)"
 }
 
 commands_of_page() {
@@ -116,10 +136,12 @@ files_are_offered_by_their_kind() {
     same "reports" $'folder\none.json' "$(completed zulfleet --merge "" | words)"
     touch "$work/one.pcapng"
     same "recordings" $'folder\none.pcapng' "$(completed zulproxy --against "" | words)"
+    same "shown recordings" $'folder\none.pcapng' "$(completed zulcapture show "" | words)"
     [[ -z $(completed zulserver --port 5 | words) ]] || fail "something is offered for a port"
 }
 
 options_agree
+subcommands_agree
 commands_agree
 proxy_commands_agree
 rules_are_offered
