@@ -48,7 +48,7 @@ quiet=()
 [[ -t 1 ]] || quiet=(-- --quiet)
 
 options=("-DZUL_TESTS=$tests")
-[[ -z ${CI-} ]] || options+=(-DZUL_WERROR=ON -DZUL_JOIN_TESTS=ON)
+[[ -z ${CI-} ]] || options+=(-DZUL_WERROR=ON)
 
 # Warnings and errors come on standard error.
 cmake --preset "$preset" "${options[@]}" </dev/null >/dev/null

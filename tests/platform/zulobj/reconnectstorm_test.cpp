@@ -13,7 +13,7 @@
 
 TEST(ReconnectStormTest, DevicesThatAreDroppedTogetherDoNotComeBackTogether)
 {
-    constexpr size_t kDevices = 200;
+    constexpr size_t kClients = 200;
     cObjectClient::Settings settings;
     settings.startMs = 20000;
     settings.firstPauseMs = 1000000;
@@ -22,7 +22,7 @@ TEST(ReconnectStormTest, DevicesThatAreDroppedTogetherDoNotComeBackTogether)
     LinkPeer server;
     std::vector<std::unique_ptr<cObjectClient>> devices;
     std::vector<PeerConnection> connections;
-    for (size_t i = 0; i < kDevices; ++i) {
+    for (size_t i = 0; i < kClients; ++i) {
         devices.push_back(std::make_unique<cObjectClient>(settings));
         ASSERT_TRUE(devices.back()->start("127.0.0.1", server.port()));
         connections.push_back(server.accept());
@@ -30,10 +30,10 @@ TEST(ReconnectStormTest, DevicesThatAreDroppedTogetherDoNotComeBackTogether)
     connections.clear();
     const std::string words = "next attempt in ";
     std::vector<double> seconds;
-    for (const std::string& line : log.waitFor(words, kDevices)) {
+    for (const std::string& line : log.waitFor(words, kClients)) {
         seconds.push_back(std::stod(line.substr(line.find(words) + words.size())));
     }
-    ASSERT_EQ(seconds.size(), kDevices);
+    ASSERT_EQ(seconds.size(), kClients);
 
     // From 1000 to 1500 seconds: twenty devices to each tenth of that, give or take five.
     std::map<int, int> tenths;

@@ -546,7 +546,7 @@ void TestMainWindow::theMethodsAreInOrder()
 void TestMainWindow::bothPointerTypesAreKnownToTheMetaObject()
 {
     const QMetaObject& type = MainWindow::staticMetaObject;
-    const auto parameter = [&type](const char* signature, int index) {
+    const auto parameter = [](const char* signature, int index) {
         return type.method(type.indexOfSignal(signature)).parameterType(index);
     };
     QCOMPARE(parameter("transferThis(MainWindow*)", 0), qMetaTypeId<MainWindow*>());
