@@ -43,7 +43,7 @@ TEST(ScenarioHeapTest, BracketsWithoutEndTakeAtMostTheirBound)
 {
     for (const char* piece : {"[", "{", "{a: ", "[],", "[a, ", "? [", "# \n", "- - "}) {
         std::string mistake;
-        EXPECT_LT(peakFor(fileOf("steps:\n  ", piece, 4 * kMiB), "", &mistake), 192 * kMiB) << piece;
+        EXPECT_LT(peakFor(fileOf("steps:\n  ", piece, kMiB), "", &mistake), 192 * kMiB) << piece;
         EXPECT_TRUE(mistake.starts_with("a.yaml:")) << mistake;
     }
 }
@@ -52,7 +52,7 @@ TEST(ScenarioHeapTest, AValueOfManyValuesTakesAtMostItsBound)
 {
     for (const char* begin : {"start: [", "steps: [{at: 1s, when: [", "steps:\n  - - 1\n    - ["}) {
         std::string mistake;
-        EXPECT_LT(peakFor(fileOf(begin, "1,", 4 * kMiB), "", &mistake), 192 * kMiB) << begin;
+        EXPECT_LT(peakFor(fileOf(begin, "1,", kMiB), "", &mistake), 192 * kMiB) << begin;
         EXPECT_TRUE(mistake.starts_with("a.yaml:")) << mistake;
     }
 }

@@ -501,6 +501,7 @@ TEST(ScenarioPlayerTest, aFaultyAnalogSensorTellsSomethingElse)
         playback.add(scenarioOf({at(0s, set(kAin1, 50)), at(0s, sensor(kAin1, kind, amount), 2min)}))
             .run(90s);
         std::vector<float> samples;
+        samples.reserve(200);
         for (int i = 0; i < 200; ++i) {
             samples.push_back(playback.player.measure(1, 80.0F, playback.now));
         }

@@ -286,7 +286,8 @@ TEST(ScenarioReaderTest, ATableWithoutTimeCannotBeLooped)
 
 TEST(ScenarioReaderTest, TheTablesOfAScenarioAreBounded)
 {
-    const std::string table = "time,DIN 1\n1,high\n" + std::string(10'000'000, '\n');
+    std::string table = "time,DIN 1\n1,high\n";
+    table.resize(10'000'000, '\n');
     const Files files{
         {{"site/day.yaml", "steps:\n  - {at: 1s, play: {file: a}}\n  - {at: 1s, play: {file: b}}"},
          {"site/a", table},
