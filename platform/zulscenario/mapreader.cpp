@@ -6,24 +6,6 @@
 
 namespace zulscenario {
 
-namespace {
-
-std::string nameOf(eObjectTypes type)
-{
-    switch (type) {
-    case OBJ_PORT_DIN:
-        return "din";
-    case OBJ_PORT_DOUT:
-        return "dout";
-    case OBJ_PORT_AIN:
-        return "ain";
-    default:
-        return "aout";
-    }
-}
-
-} // namespace
-
 MapReader::MapReader(const ValueReader& values, const Entry& entry, const Words& words, PortTypes ports)
     : mValues(values),
       mMap(entry),

@@ -14,6 +14,20 @@ bool lastsForever(const Step& step)
 
 } // namespace
 
+std::string nameOf(eObjectTypes portType)
+{
+    switch (portType) {
+    case OBJ_PORT_DIN:
+        return "din";
+    case OBJ_PORT_DOUT:
+        return "dout";
+    case OBJ_PORT_AIN:
+        return "ain";
+    default:
+        return "aout";
+    }
+}
+
 std::string fillText(const std::string& text, const TextValues& values)
 {
     std::string filled;

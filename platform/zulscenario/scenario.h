@@ -31,6 +31,9 @@ struct Port
     bool operator==(const Port&) const = default;
 };
 
+/// "din", "dout", "ain" or "aout".
+std::string nameOf(eObjectTypes portType);
+
 /// A value for an input: 1 or 0 for high or low, or where a slider is to stand, which is not rounded or held
 /// to 0 to 100 yet.
 struct Level

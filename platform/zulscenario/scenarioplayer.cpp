@@ -11,14 +11,7 @@ namespace {
 /// advance() does at most this many things, so that the caller can do something else.
 constexpr int kAtOnce = 100;
 
-std::string portText(const Port& port)
-{
-    const char* kind = port.type == OBJ_PORT_DIN    ? "din "
-                       : port.type == OBJ_PORT_DOUT ? "dout "
-                       : port.type == OBJ_PORT_AIN  ? "ain "
-                                                    : "aout ";
-    return kind + std::to_string(port.number);
-}
+std::string portText(const Port& port) { return nameOf(port.type) + " " + std::to_string(port.number); }
 
 std::string numberText(double value)
 {

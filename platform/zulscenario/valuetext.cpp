@@ -102,17 +102,11 @@ std::optional<double> parseRate(std::string_view text)
 
 std::optional<Port> parsePort(std::string_view text)
 {
-    struct Kind
-    {
-        std::string_view name;
-        eObjectTypes type;
-    };
-    constexpr auto kKinds = std::to_array<Kind>(
-        {{"din ", OBJ_PORT_DIN}, {"dout ", OBJ_PORT_DOUT}, {"ain ", OBJ_PORT_AIN}, {"aout ", OBJ_PORT_AOUT}});
-    for (const Kind& kind : kKinds) {
-        if (text.starts_with(kind.name)) {
-            const auto number = parseWhole(text.substr(kind.name.size()), 1, zuldevice::kMaxItems);
-            return number ? std::make_optional<Port>({kind.type, *number}) : std::nullopt;
+    for (const eObjectTypes type : {OBJ_PORT_DIN, OBJ_PORT_DOUT, OBJ_PORT_AIN, OBJ_PORT_AOUT}) {
+        const std::string name = nameOf(type) + " ";
+        if (text.starts_with(name)) {
+            const auto number = parseWhole(text.substr(name.size()), 1, zuldevice::kMaxItems);
+            return number ? std::make_optional<Port>({type, *number}) : std::nullopt;
         }
     }
     return std::nullopt;
