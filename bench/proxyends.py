@@ -35,6 +35,7 @@ def record(kind, *numbers):
 
 DEVICE = event(record(0, (1, SERIAL)))
 INPUT = record(2, (1, SERIAL), (2, 3), (7, 1))
+SMALL = event(INPUT)
 FULL = event(*[INPUT] * (2032 // len(INPUT)))
 
 
@@ -82,9 +83,9 @@ def cpu_seconds(process, work):
     return usage.ru_utime + usage.ru_stime
 
 
-def send_many(listener, port, size):
-    """Sends about so many bytes of full messages one way."""
-    block = FULL * 32
+def send_many(listener, port, size, message=FULL):
+    """Sends about so many bytes of messages one way."""
+    block = message * (65536 // len(message))
     count = size // len(block)
     with Line(listener, port) as line:
         reader = threading.Thread(target=line.take, args=(count * len(block),))
