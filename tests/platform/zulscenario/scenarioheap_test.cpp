@@ -63,7 +63,7 @@ TEST(ScenarioHeapTest, TheShortestStepsTakeTwelveTimesTheirFile)
     for (const char* piece : {"- {at: 0s, toggle: din 1}\n", "- {at: 0s, set: {din 1: low}}\n",
                               "- {when: {din 1: low}, link: up}\n"}) {
         std::string mistake;
-        const std::string file = fileOf("steps:\n", piece, kMiB);
+        const std::string file = fileOf("steps:\n", piece, kMiB / 4);
         EXPECT_LT(peakFor(file, "", &mistake), 12 * file.size()) << piece;
         EXPECT_EQ(mistake, "") << piece;
     }
