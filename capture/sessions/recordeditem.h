@@ -62,6 +62,14 @@ struct RecordedItem
     std::optional<Question> question = {}; ///< MESSAGE: what it answers, if that was recorded
 };
 
+constexpr eDirection opposite(eDirection direction)
+{
+    return direction == eDirection::TO_SERVER ? eDirection::TO_DEVICE : eDirection::TO_SERVER;
+}
+
+/// Under which number a message and its answer find each other.
+uint16_t keyOf(const WMsg& message);
+
 /// True if the message asks for an answer: a request or a set to the device, or a ping.
 bool asks(const RecordedItem& item);
 

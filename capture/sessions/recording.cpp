@@ -20,22 +20,16 @@ constexpr eDirection directionFrom(cTcpStreams::eSide side)
     return side == cTcpStreams::CLIENT ? eDirection::TO_SERVER : eDirection::TO_DEVICE;
 }
 
-constexpr eDirection opposite(eDirection direction)
-{
-    return direction == eDirection::TO_SERVER ? eDirection::TO_DEVICE : eDirection::TO_SERVER;
-}
-
-/// Under which number a message and its answer find each other.
-uint16_t keyOf(const WMsg& message)
-{
-    return static_cast<uint16_t>(message.seq | (message.control ? 0x100 : 0));
-}
-
 std::string bytesText(uint64_t bytes) { return std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes"); }
 
 size_t sizeOf(const RecordedItem& item) { return item.bytes.size() + item.message.payload.size(); }
 
 } // namespace
+
+uint16_t keyOf(const WMsg& message)
+{
+    return static_cast<uint16_t>(message.seq | (message.control ? 0x100 : 0));
+}
 
 bool asks(const RecordedItem& item)
 {
@@ -117,7 +111,7 @@ void Recording::finish(cCaptureFormat::eResult result)
         onProblem(mPath + " ends within a packet.");
     }
     mStreams.finish();
-    if (mStreamsSeen == 0 && mFailure.empty()) {
+    if (mStreamsSeen == 0 && result == cCaptureFormat::END) {
         onProblem(mPath + " holds no connection" +
                   (cStreamPairs::isOwn(mReader->program())
                        ? "."
@@ -192,16 +186,28 @@ void Recording::take(Session* session, eDirection direction, WMsg message, int64
     mItemBytes += message.payload.size();
     item->message = std::move(message);
     item->number = ++session->messages;
-    const uint16_t key = keyOf(item->message);
     if (asks(*item)) {
-        session->lanes[index(direction)].asked[key] = {item->number, timeNs, item->message.type};
+        ask(&session->lanes[index(direction)], *item);
     } else if (item->message.answer) {
         auto& asked = session->lanes[index(opposite(direction))].asked;
-        if (const auto question = asked.find(key); question != asked.end()) {
+        if (const auto question = asked.find(keyOf(item->message)); question != asked.end()) {
             item->question = question->second;
             asked.erase(question);
+            --mAsked;
         }
     }
+}
+
+/// Remembers the message until it is answered.
+void Recording::ask(Lane* lane, const RecordedItem& item)
+{
+    const uint16_t key = keyOf(item.message);
+    if (mAsked >= kMaxAsked && !lane->asked.contains(key)) {
+        mAsked -= lane->asked.size();
+        lane->asked.clear();
+    }
+    const Question question{item.number, item.timeNs, item.message.type};
+    mAsked += lane->asked.insert_or_assign(key, question).second ? 1 : 0;
 }
 
 void Recording::learnDevice(Connection* connection, const WMsg& message)
@@ -260,6 +266,7 @@ void Recording::closed(const sStream& stream, int64_t timeNs)
     }
     Session& session = found->second;
     for (const eDirection direction : zulcommand::kDirections) {
+        mAsked -= session.lanes[index(direction)].asked.size();
         mBegun -= session.lanes[index(direction)].finder.begun();
         if (mIsAtEnd) {
             tellDamaged(&session, direction, timeNs); // the message that was begun is merely not recorded

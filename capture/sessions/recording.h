@@ -34,6 +34,10 @@ public:
     /// Bytes of unfinished messages in all connections. Beyond, one of them is given up.
     static constexpr size_t kMaxBegun = 8 * 1024 * 1024;
 
+    /// Messages without answer so far, in all connections. Beyond, those of one side of a connection are
+    /// forgotten.
+    static constexpr size_t kMaxAsked = 256 * 1024;
+
     struct Settings
     {
         /// The server's port, unless one of our programs wrote the recording: then all connections count.
@@ -95,6 +99,7 @@ private:
     void read(Session* session, eDirection direction, std::span<const uint8_t> bytes, int64_t timeNs);
     void take(Session* session, eDirection direction, WMsg message, int64_t timeNs);
     void abandon(Session* session, eDirection direction, int64_t timeNs);
+    void ask(Lane* lane, const RecordedItem& item);
     void tellDamaged(Session* session, eDirection direction, int64_t timeNs);
     void learnDevice(Connection* connection, const WMsg& message);
     RecordedItem* push(RecordedItem::eKind kind, const Session& session, eDirection direction,
@@ -112,6 +117,7 @@ private:
     std::deque<RecordedItem> mItems;
     size_t mItemBytes = 0;
     size_t mBegun = 0;
+    size_t mAsked = 0;
     uint64_t mStreamsSeen = 0;
     uint64_t mLost = 0;    ///< bytes
     uint64_t mDamaged = 0; ///< bytes

@@ -62,10 +62,10 @@ void Summary::add(const RecordedItem& item, bool counts)
 {
     const uint64_t connection = item.connection->number;
     if (item.kind == RecordedItem::CLOSED) {
-        mAsked.erase(mAsked.lower_bound({connection, 0}), mAsked.lower_bound({connection + 1, 0}));
+        mAsked.erase(mAsked.lower_bound({connection, {}, 0}), mAsked.lower_bound({connection + 1, {}, 0}));
     } else if (item.kind == RecordedItem::DAMAGED) {
         rowsOf(item.connection->deviceSerial)[OTHER].damaged += item.size;
-    } else if (item.question && mAsked.erase({connection, item.question->number}) > 0) {
+    } else if (item.question && takeAsked(item)) {
         countAnswer(item, &rowsOf(item.connection->deviceSerial));
     }
     if (item.kind == RecordedItem::MESSAGE && counts) {
@@ -91,8 +91,23 @@ void Summary::count(const RecordedItem& item, Rows* rows)
     (item.direction == eDirection::TO_SERVER ? row.toServer : row.toDevice) += 1;
     if (asks(item)) {
         ++row.asked;
-        mAsked.emplace(item.connection->number, item.number);
+        const std::tuple key(item.connection->number, item.direction, keyOf(item.message));
+        if (mAsked.size() < kMaxAsked || mAsked.contains(key)) {
+            mAsked[key] = item.number;
+        }
     }
+}
+
+/// True if what @p answer answers was counted.
+bool Summary::takeAsked(const RecordedItem& answer)
+{
+    const auto asked =
+        mAsked.find({answer.connection->number, opposite(answer.direction), keyOf(answer.message)});
+    const bool isCounted = asked != mAsked.end() && asked->second == answer.question->number;
+    if (isCounted) {
+        mAsked.erase(asked);
+    }
+    return isCounted;
 }
 
 void Summary::countAnswer(const RecordedItem& item, Rows* rows)

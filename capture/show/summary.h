@@ -5,9 +5,8 @@
 #include <iosfwd>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
-#include <utility>
+#include <tuple>
 
 #include "capture/sessions/recordeditem.h"
 
@@ -19,6 +18,9 @@ class Summary
 public:
     /// Further devices are counted together.
     static constexpr size_t kMaxDevices = 65536;
+
+    /// Further messages at once that wait for their answers count as unanswered.
+    static constexpr size_t kMaxAsked = 256 * 1024;
 
     /// Counts a message, or bytes that belong to none, if @p counts. To be given all items, so that answers
     /// are found that do not count themselves.
@@ -60,6 +62,7 @@ private:
     Rows& rowsOf(const Serial& serial);
     void count(const RecordedItem& item, Rows* rows);
     void countAnswer(const RecordedItem& item, Rows* rows);
+    bool takeAsked(const RecordedItem& answer);
     void printRow(std::ostream& out, const std::string& device, const std::string& kind,
                   const Row& row) const;
     Row printDevice(std::ostream& out, const std::string& device, const Rows& rows) const;
@@ -67,7 +70,9 @@ private:
     std::map<Serial, Rows> mDevices;
     Rows mOthers; ///< devices beyond kMaxDevices
     bool mHasOthers = false;
-    std::set<std::pair<uint64_t, uint64_t>> mAsked; ///< by connection and number, without answer so far
+
+    /// The numbers of messages without answer so far, by connection, direction and keyOf().
+    std::map<std::tuple<uint64_t, eDirection, uint16_t>, uint64_t> mAsked;
     std::optional<int64_t> mFirstNs;
     int64_t mLastNs = 0;
 };

@@ -239,6 +239,30 @@ TEST_F(DiffTest, ALongStretchThatIsMissingIsAsManyDifferences)
     EXPECT_EQ(lines.back(), "missing 7 at 300");
 }
 
+TEST_F(DiffTest, AboveTheBoundOnlyWhatWaitsMostIsDecided)
+{
+    WMsg large = messageOf(3, 1);
+    PayloadWriter writer(&large.payload);
+    writer.beginObject(OBJ_ADHOC_EVENT);
+    writer.putNumber(TAG_DEVICE_SERIAL, uint32_t{8});
+    writer.putText(TAG_EVENT_VALUE, std::string(60000, 'x'));
+    writer.endObject();
+    const size_t count = capture::Comparison::kMaxWaitingBytes / large.payload.size() * 2;
+    const auto recording = [&](bool isWhole) {
+        MadeCapture made("zulserver 1", {"zulserver"});
+        auto first = made.open(50000);
+        auto second = made.open(50000);
+        for (size_t i = 0; i < count; ++i) {
+            made.fromClient(&first, sampleEvent(1, 7, static_cast<float>(i)));
+            if (isWhole) {
+                made.fromClient(&second, framesOf(large));
+            }
+        }
+        return made;
+    };
+    EXPECT_EQ(brief(diff(recording(true), recording(false))), Lines(count, "missing 8 at 0"));
+}
+
 TEST_F(DiffTest, OfAProxyWhatCameInIsCompared)
 {
     MadeCapture a("zulproxy 1", {"devices", "server"});

@@ -336,6 +336,21 @@ TEST_F(ShowTest, AFileThatIsCutIsUsedUpToThere)
     }
 }
 
+TEST_F(ShowTest, AFileThatIsCutInItsHeaderSaysOnlyThat)
+{
+    const Bytes bytes = conversation().file();
+    const std::string path = file(Bytes(bytes.begin(), bytes.begin() + 20), "cut");
+    const ProgramRun run = runCapture({"show", path});
+    EXPECT_EQ(run.err, "zulcapture: \"" + path + "\" ends within a packet.\n");
+    EXPECT_EQ(run.status, 0);
+}
+
+TEST_F(ShowTest, ARecordingWithoutAConnectionSaysSo)
+{
+    const MadeCapture made("zulserver 1", {"zulserver"});
+    EXPECT_EQ(show(made).err, "zulcapture: \"" + file(made) + "\" holds no connection.\n");
+}
+
 TEST_F(ShowTest, AFileThatEndsWithinAMessageSaysNothingOfDamage)
 {
     const Bytes message = inputEvent(2, 7, 2, 2);
