@@ -22,6 +22,9 @@ Mistakes::Mistakes(std::string name, std::string_view content) : mName(std::move
 
 void Mistakes::fail(size_t offset, const std::string& sentence)
 {
+    if (failed()) {
+        return; // a hostile file has very many mistakes
+    }
     const std::string_view before = mContent.substr(0, offset);
     const size_t lineBegin = before.rfind('\n') + 1; // 0 without one
     const auto column = std::ranges::count_if(before.substr(lineBegin), beginsCharacter) + 1;
@@ -31,6 +34,9 @@ void Mistakes::fail(size_t offset, const std::string& sentence)
 
 void Mistakes::failAt(size_t offset, std::string_view word, const std::string& sentence)
 {
+    if (failed()) {
+        return;
+    }
     const std::string_view behind = mContent.substr(std::min(offset, mContent.size()));
     const size_t found = behind.substr(0, behind.find('\n')).find(word);
     fail(found == std::string_view::npos ? offset : offset + found, sentence);

@@ -303,6 +303,18 @@ TEST(ScenarioReaderTest, AFileThatCannotBeReadIsToldAtItsBeginning)
     EXPECT_EQ(Files().mistake(&scenario), "site/day.yaml:1:1: There is no site/day.yaml.");
 }
 
+/// It takes minutes if each mistake looks for its place.
+TEST(ScenarioReaderTest, OfVeryManyMistakesTheFirstIsTold)
+{
+    std::string text = "steps:\n- at: 0s\n  set:\n";
+    for (int port = 9; port < 100'000; ++port) {
+        text += "    din " + std::to_string(port) + ": high\n";
+    }
+    Scenario scenario;
+    const Files files{{{"site/day.yaml", text}}};
+    EXPECT_EQ(files.mistake(&scenario), "site/day.yaml:4:5: There is no din 9: the device has 8.");
+}
+
 TEST(ScenarioReaderTest, AMistakeShowsTheBeginningOfALongWord)
 {
     Scenario scenario;
