@@ -121,7 +121,7 @@ void Comparison::alignLane(const Kind& kind, Lane* lane, bool isWhole)
             dropFront(lane, false, &onlyB);
         }
     }
-    report(kind, std::move(onlyA), std::move(onlyB));
+    report(kind, onlyA, onlyB);
 }
 
 void Comparison::dropFront(Lane* lane, bool isA, Messages* to)
@@ -133,7 +133,7 @@ void Comparison::dropFront(Lane* lane, bool isA, Messages* to)
 }
 
 /// Reports what stands in one place of both; two messages of one shape are one that was changed.
-void Comparison::report(const Kind& kind, Messages onlyA, Messages onlyB)
+void Comparison::report(const Kind& kind, const Messages& onlyA, const Messages& onlyB)
 {
     auto b = onlyB.begin();
     for (const ComparedMessage& a : onlyA) {

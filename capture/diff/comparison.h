@@ -90,7 +90,7 @@ private:
     void settle(Lanes::iterator at);
     bool isDecided(const Lane& lane) const;
     void alignLane(const Kind& kind, Lane* lane, bool isWhole);
-    void report(const Kind& kind, Messages onlyA, Messages onlyB);
+    void report(const Kind& kind, const Messages& onlyA, const Messages& onlyB);
     void dropFront(Lane* lane, bool isA, Messages* to);
     void dropLane(const Kind& kind, Lane* lane);
     void relieve();

@@ -107,7 +107,7 @@ private:
                 report.addDifference(difference.kind.deviceSerial, line);
             }
         };
-        const std::string failure = comparison->run();
+        std::string failure = comparison->run();
         if (!failure.empty()) {
             return failure;
         }
