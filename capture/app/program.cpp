@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "capture/diff/diff.h"
+#include "capture/play/play.h"
 #include "capture/show/show.h"
 #include "zuloptions/commandline.h"
 
@@ -26,7 +27,7 @@ int runProgram(int argc, const char* const* argv, const std::string& version, st
     app.require_subcommand(1);
 
     std::map<CLI::App*, std::unique_ptr<Subcommand>> subcommands;
-    for (auto* const make : {makeShow, makeDiff}) {
+    for (auto* const make : {makeShow, makeDiff, makePlay}) {
         std::unique_ptr<Subcommand> subcommand = make();
         CLI::App* const declared = subcommand->declare(&app);
         subcommands[declared] = std::move(subcommand);

@@ -35,7 +35,7 @@ std::string Comparison::run()
             return side->recording.failure();
         }
     }
-    finish();
+    end();
     return "";
 }
 
@@ -52,11 +52,11 @@ void Comparison::readFrom(Side* side)
     if (!side->recording.next(&item)) {
         side->isAtEnd = true;
     } else if (item.kind == RecordedItem::MESSAGE && !item.message.control) {
-        take(side, std::move(item));
+        add(side, std::move(item));
     }
 }
 
-void Comparison::take(Side* side, RecordedItem item)
+void Comparison::add(Side* side, RecordedItem item)
 {
     side->beginNs = side->beginNs.value_or(item.timeNs);
     if (item.question) {
@@ -171,8 +171,9 @@ void Comparison::relieve()
     }
 }
 
-void Comparison::finish()
+void Comparison::end()
 {
+    mA.isAtEnd = mB.isAtEnd = true;
     while (!mLanes.empty()) {
         settle(mLanes.begin());
     }

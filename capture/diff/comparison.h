@@ -70,8 +70,14 @@ public:
     Side& a() { return mA; }
     Side& b() { return mB; }
 
-    /// Returns one sentence if one of both cannot be read, or an empty text.
+    /// Reads both. Returns one sentence if one of them cannot be read, or an empty text.
     std::string run();
+
+    /// In the place of run(): adds a message, that is no ping, of a() or b().
+    void add(Side* side, RecordedItem item);
+
+    /// Nothing more comes of both.
+    void end();
 
 private:
     using Messages = std::list<ComparedMessage>;
@@ -86,7 +92,6 @@ private:
 
     Side* sideToRead();
     void readFrom(Side* side);
-    void take(Side* side, RecordedItem item);
     void settle(Lanes::iterator at);
     bool isDecided(const Lane& lane) const;
     void alignLane(const Kind& kind, Lane* lane, bool isWhole);
@@ -94,7 +99,6 @@ private:
     void dropFront(Lane* lane, bool isA, Messages* to);
     void dropLane(const Kind& kind, Lane* lane);
     void relieve();
-    void finish();
 
     MessageComparer mComparer;
     Side mA;

@@ -54,11 +54,12 @@ struct RecordedItem
     eKind kind = CLOSED;
     eDirection direction = eDirection::TO_SERVER;
     std::shared_ptr<const Connection> connection = {};
-    int64_t timeNs = 0;                    ///< since 1970; of the packet by which it became known
-    uint64_t size = 0;                     ///< DAMAGED, LOST: how many bytes
-    std::vector<uint8_t> bytes = {};       ///< BYTES
-    WMsg message = {};                     ///< MESSAGE
-    uint64_t number = 0;                   ///< MESSAGE: among those of its connection, from 1
+    int64_t timeNs = 0;              ///< since 1970; of the packet by which it became known
+    uint64_t size = 0;               ///< DAMAGED, LOST: how many bytes
+    std::vector<uint8_t> bytes = {}; ///< BYTES
+    WMsg message = {};               ///< MESSAGE
+    uint64_t end = 0;    ///< MESSAGE, DAMAGED: how many BYTES its side has sent up to where it ends
+    uint64_t number = 0; ///< MESSAGE: among those of its connection, from 1
     std::optional<Question> question = {}; ///< MESSAGE: what it answers, if that was recorded
 };
 

@@ -170,11 +170,15 @@ void Recording::received(const sStream& stream, cTcpStreams::eSide from, std::sp
 
 void Recording::read(Session* session, eDirection direction, std::span<const uint8_t> bytes, int64_t timeNs)
 {
-    MessageFinder& finder = session->lanes[index(direction)].finder;
-    for (WMsg message; finder.next(&bytes, &message); message = WMsg()) {
+    Lane& lane = session->lanes[index(direction)];
+    lane.received += bytes.size();
+    for (WMsg message; lane.finder.next(&bytes, &message); message = WMsg()) {
+        lane.decided = lane.received - bytes.size() - lane.finder.begun();
         tellDamaged(session, direction, timeNs);
         take(session, direction, std::move(message), timeNs);
     }
+    lane.decided = lane.received - lane.finder.begun();
+    tellDamaged(session, direction, timeNs);
 }
 
 void Recording::take(Session* session, eDirection direction, WMsg message, int64_t timeNs)
@@ -220,7 +224,9 @@ void Recording::learnDevice(Connection* connection, const WMsg& message)
 /// What has been begun in this direction will not be finished.
 void Recording::abandon(Session* session, eDirection direction, int64_t timeNs)
 {
-    session->lanes[index(direction)].finder.abandon();
+    Lane& lane = session->lanes[index(direction)];
+    lane.finder.abandon();
+    lane.decided = lane.received;
     tellDamaged(session, direction, timeNs);
 }
 
@@ -287,6 +293,7 @@ RecordedItem* Recording::push(RecordedItem::eKind kind, const Session& session, 
     item.direction = direction;
     item.connection = session.connection;
     item.timeNs = timeNs;
+    item.end = session.lanes[index(direction)].decided;
     return &item;
 }
 

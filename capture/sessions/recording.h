@@ -72,6 +72,8 @@ private:
     struct Lane
     {
         MessageFinder finder = {};
+        uint64_t received = 0; ///< bytes
+        uint64_t decided = 0;  ///< of them, those that are known to belong to a message or to none
         std::map<uint16_t, Question> asked =
             {}; ///< without answer, by sequence number and whether it is a ping
     };

@@ -70,6 +70,7 @@ void LineInput::endInput(int error)
     boost::system::error_code ignored;
     mStream.close(ignored);
     onLine(mLines.rest());
+    onEnd();
     if (error != 0) {
         onError(std::generic_category().message(error));
     }

@@ -25,6 +25,9 @@ public:
     /// Called once if the input cannot be read any more, with the reason; not at its end.
     std::function<void(const std::string&)> onError;
 
+    /// Called once behind the last line.
+    std::function<void()> onEnd = [] {};
+
     void start();
 
     /// Called from onLine: reads nothing after the current block of input until resume().

@@ -61,4 +61,26 @@ inline std::vector<uint8_t> deviceAnswer(uint8_t seq, uint32_t serial)
     return deviceMessage(seq, serial, true);
 }
 
+/// The server asks for a digital input, or the device answers with it.
+inline std::vector<uint8_t> inputMessage(uint8_t seq, uint32_t serial, uint32_t port, bool isAnswer)
+{
+    WMsg message = messageOf(1, seq);
+    message.answer = isAnswer;
+    PayloadWriter writer(&message.payload);
+    writer.beginObject(OBJ_PORT_DIN);
+    writer.putNumber(TAG_DEVICE_SERIAL, serial);
+    writer.putNumber(TAG_PORT_ID, port);
+    writer.endObject();
+    return framesOf(message);
+}
+
+inline std::vector<uint8_t> inputRequest(uint8_t seq, uint32_t port)
+{
+    return inputMessage(seq, 0xFFFFFFFF, port, false);
+}
+inline std::vector<uint8_t> inputAnswer(uint8_t seq, uint32_t serial, uint32_t port)
+{
+    return inputMessage(seq, serial, port, true);
+}
+
 inline std::vector<uint8_t> pingMessage(bool isAnswer) { return framesOf(WMsg::ping(isAnswer)); }
