@@ -30,7 +30,7 @@ LAYERS = {
     "src": [["common"], ["files"], ["ports"], ["device"], ["dialogs", "scripting", "control"], ["app"]],
     "fleet": [["report"], ["devices"], ["control"], ["app"]],
     "proxy": [["rules"], ["faults"], ["commands", "replay"], ["app"]],
-    "capture": [["sessions"], ["options"], ["diff", "show"], ["play"], ["app"]],
+    "capture": [["sessions"], ["options"], ["commands", "diff", "scenario", "show"], ["play"], ["app"]],
     "server": [["io"], ["commands"], ["sessions"], ["report"], ["web"], ["app"]],
 }
 

@@ -3,8 +3,10 @@
 #include <map>
 #include <ostream>
 
+#include "capture/commands/commands.h"
 #include "capture/diff/diff.h"
 #include "capture/play/play.h"
+#include "capture/scenario/scenario.h"
 #include "capture/show/show.h"
 #include "zuloptions/commandline.h"
 
@@ -27,7 +29,7 @@ int runProgram(int argc, const char* const* argv, const std::string& version, st
     app.require_subcommand(1);
 
     std::map<CLI::App*, std::unique_ptr<Subcommand>> subcommands;
-    for (auto* const make : {makeShow, makeDiff, makePlay}) {
+    for (auto* const make : {makeShow, makeDiff, makePlay, makeCommands, makeScenario}) {
         std::unique_ptr<Subcommand> subcommand = make();
         CLI::App* const declared = subcommand->declare(&app);
         subcommands[declared] = std::move(subcommand);

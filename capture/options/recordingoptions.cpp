@@ -2,6 +2,7 @@
 
 #include <ostream>
 
+#include "zulcommand/commandwords.h"
 #include "zuloptions/deviceoptions.h"
 
 namespace capture {
@@ -22,6 +23,20 @@ Recording::Settings recordingSettings(const std::optional<uint32_t>& port)
 std::function<void(const std::string&)> sayTo(std::ostream& err)
 {
     return [&err](const std::string& sentence) { err << "zulcapture: " << sentence << std::endl; };
+}
+
+std::string readAll(const std::string& path, const std::optional<uint32_t>& port,
+                    const std::function<void(const std::string&)>& say,
+                    const std::function<std::string(const RecordedItem&)>& take)
+{
+    Recording recording(recordingSettings(port));
+    recording.onProblem = say;
+    std::string failure = recording.open(path);
+    for (RecordedItem item; failure.empty() && recording.next(&item);) {
+        failure = take(item);
+        failure = failure.empty() ? "" : zulcommand::quote(path) + ": " + failure;
+    }
+    return failure.empty() ? recording.failure() : failure;
 }
 
 } // namespace capture
