@@ -1,5 +1,7 @@
 #include "zuldevice/plaindevice.h"
 
+#include <algorithm>
+
 namespace {
 
 template <class Part, class... Arguments>
@@ -87,10 +89,22 @@ void PlainDevice::handle(cObjectList* msg)
     }
 }
 
+void PlainDevice::beginSampling(time_t now)
+{
+    std::ranges::for_each(mAnalogInputList, [now](auto& input) { input->beginSampling(now); });
+}
+
+std::optional<int64_t> PlainDevice::nextSample() const
+{
+    const auto next =
+        std::ranges::min_element(mAnalogInputList, {}, [](auto& input) { return input->nextSample(); });
+    return next == mAnalogInputList.end() ? std::nullopt : std::make_optional((*next)->nextSample());
+}
+
 void PlainDevice::takeSamples(time_t now)
 {
     for (const auto& input : mAnalogInputList) {
-        if (cObjectAnalogSample* sample = input->checkSample(now, mTrace)) {
+        if (cObjectAnalogSample* sample = input->checkSample(now, mTrace, mSensors)) {
             mCore.analogEvent(sample);
         }
     }
@@ -99,7 +113,7 @@ void PlainDevice::takeSamples(time_t now)
 void PlainDevice::sampleAll(time_t now)
 {
     for (const auto& input : mAnalogInputList) {
-        mCore.analogEvent(input->takeSample(now, mTrace));
+        mCore.analogEvent(input->takeSample(now, mTrace, mSensors));
     }
 }
 
@@ -108,12 +122,20 @@ bool PlainDevice::setDigitalInput(uint32_t port, bool high)
     PlainDInput* input = at(mDigitalInputList, port);
     const auto state = high ? OBJ_IO_STATE_SET : OBJ_IO_STATE_CLEAR;
     if (input != nullptr && input->getInputState() != state) {
-        input->setInputState(state);
-        input->updateStatus();
+        placeDigitalInput(port, high);
         mCore.inputEvent(int64_t{port} - 1);
     }
     return input != nullptr;
 }
+
+void PlainDevice::placeDigitalInput(uint32_t port, bool high)
+{
+    PlainDInput& input = *mDigitalInputList[port - 1];
+    input.setInputState(high ? OBJ_IO_STATE_SET : OBJ_IO_STATE_CLEAR);
+    input.updateStatus();
+}
+
+void PlainDevice::placeAnalogInput(uint32_t port, int value) { mAnalogInputList[port - 1]->setValue(value); }
 
 bool PlainDevice::isHigh(uint32_t port) const
 {
@@ -127,9 +149,9 @@ bool PlainDevice::setAnalogInput(uint32_t port, int value)
     if (input == nullptr || value < 0 || value > 100) {
         return false;
     }
-    input->setValue(value);
+    placeAnalogInput(port, value);
     auto* sample = new cObjectAnalogSample;
-    sample->setSample(static_cast<float>(value));
+    sample->setSample(input->measured(mSensors));
     sample->setPortNum(port);
     mCore.analogEvent(sample);
     return true;

@@ -2,9 +2,11 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "zuldevice/devicecore.h"
+#include "zuldevice/sensors.h"
 
 /// An input record and the outputs that are wired to it.
 template <class Record>
@@ -69,18 +71,30 @@ public:
 
     int getValue() const { return mValue; }
 
+    /// The next periodic sample is due a sample rate after @p now.
+    void beginSampling(time_t now) { mLastSampleTime = now; }
+
+    /// When it is due, in seconds.
+    int64_t nextSample() const { return zuldevice::nextSample(*this, mLastSampleTime); }
+
     /// Returns a periodic sample, which belongs to the caller, or null if none is due at @p now.
-    cObjectAnalogSample* checkSample(time_t now, std::ostream& trace)
+    cObjectAnalogSample* checkSample(time_t now, std::ostream& trace, cSensors* sensors = nullptr)
     {
-        const auto value = static_cast<float>(mValue);
-        return zuldevice::checkSample(this, value, now, &mLastSampleTime, &mSamples, &mSampleIdx, trace);
+        return nextSample() <= now ? takeSample(now, trace, sensors) : nullptr;
     }
 
     /// Returns a sample, which belongs to the caller.
-    cObjectAnalogSample* takeSample(time_t now, std::ostream& trace)
+    cObjectAnalogSample* takeSample(time_t now, std::ostream& trace, cSensors* sensors = nullptr)
+    {
+        return zuldevice::takeSample(this, measured(sensors), now, &mLastSampleTime, &mSamples, &mSampleIdx,
+                                     trace);
+    }
+
+    /// The value as @p sensors tell it, unless these are null.
+    float measured(cSensors* sensors) const
     {
         const auto value = static_cast<float>(mValue);
-        return zuldevice::takeSample(this, value, now, &mLastSampleTime, &mSamples, &mSampleIdx, trace);
+        return sensors == nullptr ? value : sensors->measure(getPortId(), value);
     }
 
     /// The kept periodic sample with sequence number @p seq, or null.
@@ -117,6 +131,15 @@ public:
     /// Handles a message of the server. The answer is sent before this returns.
     void handle(cObjectList* msg);
 
+    /// Has @p sensors, which are borrowed, tell the values of analog inputs. Null for right ones.
+    void setSensors(cSensors* sensors) { mSensors = sensors; }
+
+    /// The next samples are due a sample rate after @p now, in seconds.
+    void beginSampling(time_t now);
+
+    /// When the next sample is due, in seconds; nothing without analog inputs.
+    std::optional<int64_t> nextSample() const;
+
     /// Takes and reports the samples that are due at @p now, in seconds.
     void takeSamples(time_t now);
 
@@ -125,6 +148,12 @@ public:
 
     /// Reports a digital input if @p high is not what it is already.
     bool setDigitalInput(uint32_t port, bool high);
+
+    /// Sets a digital input, which is there, without reporting it.
+    void placeDigitalInput(uint32_t port, bool high);
+
+    /// Likewise; @p value is 0 to 100.
+    void placeAnalogInput(uint32_t port, int value);
 
     /// False for a port that is not there.
     bool isHigh(uint32_t port) const;
@@ -147,6 +176,7 @@ public:
     std::vector<const cObject*> records(eObjectTypes type) const;
 
     const List<PlainDInput>& digitalInputs() const { return mDigitalInputList; }
+    const List<PlainAInput>& analogInputs() const { return mAnalogInputList; }
     const List<PlainDOutput>& digitalOutputs() const { return mDigitalOutputList; }
     const List<PlainAOutput>& analogOutputs() const { return mAnalogOutputList; }
 
@@ -168,5 +198,6 @@ private:
     List<cObjectCapability> mCapabilityList;
     const Send mSend;
     std::ostream& mTrace;
+    cSensors* mSensors = nullptr;
     DeviceCore<PlainDevice> mCore{*this, mTrace};
 };

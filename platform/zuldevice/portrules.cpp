@@ -44,13 +44,10 @@ cObjectAnalogSample* takeSample(cObjectAInput* input, float value, time_t now, t
     return static_cast<cObjectAnalogSample*>(slot.clone());
 }
 
-cObjectAnalogSample* checkSample(cObjectAInput* input, float value, time_t now, time_t* last,
-                                 SampleBuffer* buffer, uint32_t* index, std::ostream& trace)
+int64_t nextSample(const cObjectAInput& input, time_t last)
 {
-    const uint32_t rate = input->getSampleRate() * 60U; // in seconds, wraps at 32 bits
-    return static_cast<int64_t>(now) > static_cast<int64_t>(*last) + int64_t{rate}
-               ? takeSample(input, value, now, last, buffer, index, trace)
-               : nullptr;
+    const uint32_t rate = input.getSampleRate() * 60U; // in seconds, wraps at 32 bits
+    return static_cast<int64_t>(last) + int64_t{rate} + 1;
 }
 
 const cObjectAnalogSample* findSample(const cObjectAInput& input, const SampleBuffer& buffer, uint32_t seq)

@@ -234,9 +234,8 @@ constexpr uint32_t kSamplesKept = 32;
 cObjectAnalogSample* takeSample(cObjectAInput* input, float value, time_t now, time_t* last,
                                 SampleBuffer* buffer, uint32_t* index, std::ostream& trace);
 
-/// Takes a sample if more than the rate of @p input has passed from @p *last to @p now; else returns null.
-cObjectAnalogSample* checkSample(cObjectAInput* input, float value, time_t now, time_t* last,
-                                 SampleBuffer* buffer, uint32_t* index, std::ostream& trace);
+/// When the next periodic sample of @p input is due, in seconds, if the last one was taken at @p last.
+int64_t nextSample(const cObjectAInput& input, time_t last);
 
 /// The kept sample of @p input with sequence number @p seq, or null.
 const cObjectAnalogSample* findSample(const cObjectAInput& input, const SampleBuffer& buffer, uint32_t seq);

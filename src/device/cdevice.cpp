@@ -176,8 +176,49 @@ void cDevice::connectTo(const sHostPort& server)
 void cDevice::setClock(const cScaledClock& clock)
 {
     mClock = clock;
-    std::ranges::for_each(mAnalogInputList,
-                          [now = clock.seconds()](cAInput* input) { input->beginSampling(now); });
+    beginSampling(clock.seconds());
+}
+
+void cDevice::beginSampling(time_t now)
+{
+    std::ranges::for_each(mAnalogInputList, [now](cAInput* input) { input->beginSampling(now); });
+}
+
+void cDevice::leaveSampling(time_t now)
+{
+    mSamplingLeft = true;
+    beginSampling(now);
+}
+
+std::optional<int64_t> cDevice::nextSample() const
+{
+    const auto next = std::ranges::min_element(mAnalogInputList, {}, &cAInput::nextSample);
+    return mStarted && next != mAnalogInputList.end() ? std::make_optional((*next)->nextSample())
+                                                      : std::nullopt;
+}
+
+void cDevice::takeSamples(time_t now)
+{
+    std::ranges::for_each(mAnalogInputList, [now](cAInput* input) { input->checkSample(now); });
+}
+
+void cDevice::setSensors(cSensors* sensors)
+{
+    std::ranges::for_each(mAnalogInputList, [sensors](cAInput* input) { input->setSensors(sensors); });
+}
+
+void cDevice::placeDigitalInput(int port, bool high)
+{
+    cDInput* input = mDigitalWiring.input(port);
+    input->place(high ? 1 : 0);
+    checkPort(*input);
+}
+
+void cDevice::placeAnalogInput(int port, int value)
+{
+    cAInput* input = mAnalogWiring.input(port);
+    input->place(value);
+    checkPort(*input);
 }
 
 void cDevice::startSampling()
@@ -483,9 +524,8 @@ void* cDevice::sample_thread(void* arg)
         if (!device->mPassPosted.exchange(true)) {
             device->mExecutor->post([device] {
                 device->mPassPosted = false;
-                const time_t now = device->mClock.seconds();
-                for (cAInput* input : device->mAnalogInputList) {
-                    input->checkSample(now);
+                if (!device->mSamplingLeft) {
+                    device->takeSamples(device->mClock.seconds());
                 }
             });
         }

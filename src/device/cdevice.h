@@ -4,6 +4,7 @@
 #include <QTabWidget>
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <thread>
 #include <utility>
@@ -17,6 +18,7 @@
 #include "zulcommand/steereddevice.h"
 #include "zuldevice/devicecore.h"
 #include "zuldevice/scaledclock.h"
+#include "zuldevice/sensors.h"
 #include "zullink/hostport.h"
 #include "zulobj/objclient.h"
 #include "zulobj/objlistener.h"
@@ -70,6 +72,23 @@ public:
 
     /// Samples by @p clock, which is set before the device is started: first a sample rate from now.
     void setClock(const cScaledClock& clock);
+
+    /// The device takes no more samples by itself: takeSamples() does, first a sample rate after @p now, in
+    /// seconds.
+    void leaveSampling(time_t now);
+
+    /// When the next sample of a device that was started is due, in seconds.
+    std::optional<int64_t> nextSample() const;
+
+    /// Takes the samples that are due at @p now, in seconds.
+    void takeSamples(time_t now);
+
+    /// Has @p sensors, which are borrowed, tell the values of analog inputs. Null for right ones.
+    void setSensors(cSensors* sensors);
+
+    // Set an input, which is there, without an event.
+    void placeDigitalInput(int port, bool high);
+    void placeAnalogInput(int port, int value);
 
     /// Tells @p observer what happens from now on, until it is removed. GUI thread.
     void addObserver(cDeviceObserver* observer);
@@ -188,6 +207,7 @@ private:
     void handleRequest(cObjectList* msg);
     void handleSet(cObjectList* msg);
     void startSampling();
+    void beginSampling(time_t now);
 
     template <class Visit>
     auto visitRecords(eObjectTypes type, Visit visit) const;
@@ -240,4 +260,5 @@ private:
     std::vector<std::jthread> mSampleThreads;
     std::stop_source mSamplingStop; // for all of them
     std::atomic<bool> mPassPosted = false;
+    bool mSamplingLeft = false;
 };

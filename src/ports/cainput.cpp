@@ -1,6 +1,7 @@
 #include "cainput.h"
 
 #include <QDebug>
+#include <QSignalBlocker>
 #include <iostream>
 
 #include "portrow.h"
@@ -63,18 +64,27 @@ void cAInput::setDisplayUnit(const char* unit)
 
 void cAInput::checkSample(time_t now)
 {
-    if (auto* sample = zuldevice::checkSample(this, getSampledValue(), now, &mLastSampleTime, &mSampleBuffer,
-                                              &mSampleIdx, std::cout)) {
-        emit sampleEvent(sample);
+    if (nextSample() <= now) {
+        emit sampleEvent(zuldevice::takeSample(this, measured(getSampledValue()), now, &mLastSampleTime,
+                                               &mSampleBuffer, &mSampleIdx, std::cout));
     }
 }
 
 void cAInput::printOutputPorts() const { qDebug() << "Outputs:" << outputList.text().c_str(); }
 
+void cAInput::place(int value)
+{
+    const QSignalBlocker blocker(this);
+    mQSampleValue->setValue(value);
+}
+
 void cAInput::slider_moved(int value)
 {
+    if (signalsBlocked()) {
+        return;
+    }
     auto* sample = new cObjectAnalogSample;
-    sample->setSample(static_cast<float>(value));
+    sample->setSample(measured(static_cast<float>(value)));
     sample->setPortNum(getPortId());
     emit sampleEvent(sample);
 }

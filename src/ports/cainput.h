@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "zuldevice/portrules.h"
+#include "zuldevice/sensors.h"
 #include "zulobj/objectlist.h"
 
 /// An analog input: a row on the panel that is also the record and keeps the latest samples.
@@ -35,6 +36,15 @@ public:
 
     /// The next periodic sample is due a sample rate after @p now.
     void beginSampling(time_t now) { mLastSampleTime = now; }
+
+    /// When it is due, in seconds.
+    int64_t nextSample() const { return zuldevice::nextSample(*this, mLastSampleTime); }
+
+    /// Has @p sensors, which are borrowed, tell the value. Null for the right one.
+    void setSensors(cSensors* sensors) { mSensors = sensors; }
+
+    /// Moves the slider to @p value, 0 to 100, and makes no sample.
+    void place(int value);
 
     /// The kept periodic sample with sequence number @p seq, or null.
     const cObjectAnalogSample* findSample(uint32_t seq) const
@@ -74,6 +84,11 @@ public slots:
     void scriptInputChange(int value);
 
 private:
+    float measured(float value) const
+    {
+        return mSensors == nullptr ? value : mSensors->measure(getPortId(), value);
+    }
+
     QLabel mQLabel;
     QSlider* mQSampleValue;
     QLabel mQSampleRate;
@@ -83,6 +98,7 @@ private:
     time_t mLastSampleTime;
     zuldevice::SampleBuffer mSampleBuffer;
     uint32_t mSampleIdx = 0;
+    cSensors* mSensors = nullptr;
     bool connectedStatus = false;
     OutputList outputList;
 };

@@ -1,6 +1,7 @@
 #include "cdinput.h"
 
 #include <QDebug>
+#include <QSignalBlocker>
 
 cDInput::cDInput() : mRow(new cFixedLayoutRow)
 {
@@ -36,6 +37,12 @@ void cDInput::updateStatus()
 }
 
 void cDInput::printOutputPorts() const { qDebug() << "Outputs:" << outputList.text().c_str(); }
+
+void cDInput::place(int index)
+{
+    const QSignalBlocker blocker(this);
+    mQCurrentState->setCurrentIndex(index);
+}
 
 void cDInput::combo_select(int index)
 {

@@ -45,6 +45,9 @@ public:
     /// Writes the wired outputs to the debug log.
     void printOutputPorts() const;
 
+    /// Selects 0 ("LOW") or 1 ("HIGH") without an event.
+    void place(int index);
+
 signals:
     /// The operator or a script changed the input at 0-based position @p index.
     void inputChanged(int index);

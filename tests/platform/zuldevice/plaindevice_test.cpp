@@ -75,6 +75,45 @@ TEST_F(PlainDeviceTest, aDigitalInputIsReportedWhenItChanges)
     EXPECT_EQ(mDevice.digitalInputs()[1]->getPortStatus(), cObject::OBJ_STATUS_ALARM_SET);
 }
 
+TEST_F(PlainDeviceTest, anInputThatIsPlacedIsNotReported)
+{
+    mDevice.placeDigitalInput(2, true);
+    mDevice.placeAnalogInput(1, 50);
+    EXPECT_TRUE(mTypes.empty());
+    EXPECT_TRUE(mDevice.isHigh(2));
+    EXPECT_EQ(mDevice.digitalInputs()[1]->getPortStatus(), cObject::OBJ_STATUS_ALARM_SET);
+    EXPECT_EQ(mDevice.analogInputs()[0]->getValue(), 50);
+}
+
+TEST_F(PlainDeviceTest, sensorsTellWhatEverySampleHolds)
+{
+    struct Doubling : cSensors
+    {
+        float measure(uint32_t port, float value) override { return port == 1 ? 2.0F * value : value; }
+    } sensors;
+    mDevice.setSensors(&sensors);
+    mDevice.setAnalogInput(1, 80);
+    mDevice.sampleAll(kMade);
+    EXPECT_EQ(mDevice.analogInputs()[0]->getValue(), 80);
+    EXPECT_EQ(mDevice.analogInputs()[0]->getSampledValue(), 160.0F);
+    mDevice.setSensors(nullptr);
+    mDevice.sampleAll(kMade);
+    EXPECT_EQ(mDevice.analogInputs()[0]->getSampledValue(), 80.0F);
+}
+
+TEST_F(PlainDeviceTest, theNextSampleIsThatOfTheInputWithTheShortestRate)
+{
+    EXPECT_EQ(mDevice.nextSample(), kMade + 601);
+    auto request = portOf<cObjectAInput>(2);
+    request.setSampleRate(1);
+    set(&request);
+    EXPECT_EQ(mDevice.nextSample(), kMade + 61);
+    mDevice.takeSamples(kMade + 61);
+    EXPECT_EQ(mDevice.nextSample(), kMade + 122);
+    mDevice.beginSampling(kMade + 100);
+    EXPECT_EQ(mDevice.nextSample(), kMade + 161);
+}
+
 TEST_F(PlainDeviceTest, aWiredOutputFollowsItsInput)
 {
     EXPECT_TRUE(mDevice.connectDigitalInput(1, 2, true));
