@@ -56,8 +56,8 @@ void readText(CommandWords* words, const char* name, sControlCommand* command)
 void readGetObject(CommandWords* words, sControlCommand* command)
 {
     const std::string word = words->word();
-    if (word == "link") {
-        command->kind = Kind::GET_LINK;
+    if (word == "link" || word == "scenario") {
+        command->kind = word == "link" ? Kind::GET_LINK : Kind::GET_SCENARIO;
         return;
     }
     const ObjectWord* object = findObject(word);
@@ -159,6 +159,8 @@ void readExpect(CommandWords* words, sControlCommand* command)
         readGetObject(words, command);
         if (command->kind == Kind::GET_LINK) {
             words->fail("The command expects no link: wait link up or wait link down does.");
+        } else if (command->kind == Kind::GET_SCENARIO) {
+            words->fail("The command expects nothing of a scenario: a step of it may.");
         }
         command->filter.objectType = command->type;
         return command->type == OBJ_PORT_AIN ? &kSliderValue : nullptr;
@@ -183,7 +185,7 @@ void readNothing(CommandWords*, sControlCommand*) {}
 
 constexpr std::array kVerbs = std::to_array<Verb<sControlCommand>>({
     {"get", Kind::GET, readGet,
-     "get device|capability|link\n"
+     "get device|capability|link|scenario\n"
      "get din|dout|ain|aout|scanner [PORT|*]\n"},
     {"set", Kind::SET_DIGITAL, readSet,
      "set din PORT high|low\n"
@@ -196,6 +198,7 @@ constexpr std::array kVerbs = std::to_array<Verb<sControlCommand>>({
     {"disconnect", Kind::DISCONNECT, readNothing, "disconnect\n"},
     {"load", Kind::LOAD, readLoad, "load FILE\n"},
     {"script", Kind::SCRIPT, readScript, "script FILE [ARGUMENT]...\n"},
+    {"scenario", Kind::SCENARIO, readLoad, "scenario FILE\n"},
     {"expect", Kind::EXPECT_EVENT, readExpect,
      "expect event [OBJECT-TYPE [NAME=VALUE]...]\n"
      "expect no event [OBJECT-TYPE [NAME=VALUE]...]\n"
@@ -215,8 +218,8 @@ constexpr std::array kVerbs = std::to_array<Verb<sControlCommand>>({
 constexpr auto kFleetVerbs = [] {
     auto verbs = kVerbs;
     for (Verb<sControlCommand>& verb : verbs) {
-        verb.namesDevice = verb.kind != Kind::FORGET && verb.kind != Kind::SLEEP && verb.kind != Kind::HELP &&
-                           verb.kind != Kind::QUIT;
+        verb.namesDevice = verb.kind != Kind::SCENARIO && verb.kind != Kind::FORGET &&
+                           verb.kind != Kind::SLEEP && verb.kind != Kind::HELP && verb.kind != Kind::QUIT;
         verb.namesEveryDevice = verb.namesDevice;
     }
     return verbs;

@@ -14,6 +14,7 @@ struct sControlCommand : zulcommand::CommandBase
     {
         GET,
         GET_LINK,
+        GET_SCENARIO,
         SET_DIGITAL,
         SET_ANALOG,
         SCAN,
@@ -24,6 +25,7 @@ struct sControlCommand : zulcommand::CommandBase
         DISCONNECT,
         LOAD,
         SCRIPT,
+        SCENARIO,
         EXPECT_GET, ///< GET again and again until it is as expected
         EXPECT_EVENT,
         EXPECT_NO_EVENT,

@@ -38,6 +38,22 @@ void addTimeScale(CLI::App* app, double* scale)
         ->type_name("K");
 }
 
+void addScenarios(CLI::App* app, std::vector<std::string>* files, bool* untilDone,
+                  std::optional<std::string>* junit)
+{
+    CLI::Option* scenario =
+        app->add_option("--scenario", *files, "Play this scenario (YAML); may be given again")
+            ->type_name("FILE")
+            ->expected(1)
+            ->allow_extra_args(false)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app->add_flag("--until-done", *untilDone, "End when the scenarios are done and all events are sent")
+        ->needs(scenario);
+    app->add_option("--junit", *junit, "Write the outcome of the scenarios' expectations here, as JUnit XML")
+        ->type_name("FILE")
+        ->needs(scenario);
+}
+
 bool CountOptions::any() const
 {
     return std::ranges::any_of(values, [](auto& count) { return count.has_value(); });

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "zuldevice/portrules.h"
 
@@ -17,6 +18,10 @@ CLI::Option* addNumber(CLI::App* app, const std::string& name, std::optional<uin
 
 /// Adds --time-scale, whose number goes to @p *scale.
 void addTimeScale(CLI::App* app, double* scale);
+
+/// Adds --scenario, --until-done and --junit.
+void addScenarios(CLI::App* app, std::vector<std::string>* files, bool* untilDone,
+                  std::optional<std::string>* junit);
 
 /// The numbers of ports and scanners that a command line gives in the place of a device file's.
 struct CountOptions

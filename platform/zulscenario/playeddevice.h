@@ -1,5 +1,8 @@
 #pragma once
 
+#include "zulobj/aoutput.h"
+#include "zulobj/dinput.h"
+#include "zulobj/doutput.h"
 #include "zulscenario/scenario.h"
 
 namespace zulscenario {
@@ -33,5 +36,21 @@ public:
     /// Takes the samples that are due.
     virtual void takeSamples(Time now) = 0;
 };
+
+/// What read() returns for the record of a port other than an analog input.
+inline double valueOf(const cObjectPort& port)
+{
+    const auto level = [](cObject::eObjectIOState state) {
+        return state == cObject::OBJ_IO_STATE_SET ? 1.0 : state == cObject::OBJ_IO_STATE_CLEAR ? 0.0 : -1.0;
+    };
+    switch (port.getType()) {
+    case OBJ_PORT_DIN:
+        return level(static_cast<const cObjectDInput&>(port).getInputState());
+    case OBJ_PORT_DOUT:
+        return level(static_cast<const cObjectDOutput&>(port).getOutputState());
+    default:
+        return static_cast<double>(static_cast<const cObjectAOutput&>(port).getSampledValue());
+    }
+}
 
 } // namespace zulscenario

@@ -75,7 +75,10 @@ public:
     const Counts& counts() const { return mCounts; }
 
     size_t scenarios() const { return mPlayed.size(); }
-    const Timetable& timetable(size_t scenario) const { return *mPlayed[scenario].timetable; }
+    const std::shared_ptr<const Timetable>& timetable(size_t scenario) const
+    {
+        return mPlayed[scenario].timetable;
+    }
 
     /// @p step is an expectation of the scenario.
     Outcome outcome(size_t scenario, uint32_t step) const;
