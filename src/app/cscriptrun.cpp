@@ -23,10 +23,10 @@ void tellFailure(const sScriptEvent& event)
 
 } // namespace
 
-cScriptRun::cScriptRun(MainWindow& window, bool tellsSeed) : mWindow(window), mTellsSeed(tellsSeed)
+cScriptRun::cScriptRun(MainWindow& window, bool tellsSeed)
+    : mWindow(window), mTellsSeed(tellsSeed), mSentWatch(window)
 {
     connect(&window.scripts(), &cScripts::scriptChanged, this, &cScriptRun::scriptChanged);
-    connect(&mCheck, &QTimer::timeout, this, &cScriptRun::endWhenSent);
 }
 
 QString cScriptRun::start(const QString& path, const QStringList& arguments)
@@ -52,13 +52,10 @@ void cScriptRun::scriptChanged(const sScriptEvent& event)
         std::cerr << "zulbench: the seed was " << seed << "; --seed " << seed
                   << " gives the same random numbers" << std::endl;
     }
-    mStatus = event.state == sScriptEvent::FAILED ? 1 : event.status;
     if (event.state == sScriptEvent::STOPPED) {
         endStopped();
     } else {
-        mDeadline.setRemainingTime(kMaxWaitMs);
-        mCheck.start(kCheckIntervalMs);
-        endWhenSent();
+        mSentWatch.endWith(event.state == sScriptEvent::FAILED ? 1 : event.status, kMaxWaitMs);
     }
 }
 
@@ -68,16 +65,5 @@ void cScriptRun::endStopped()
     if (thread()->loopLevel() > 0) {
         std::cerr << "zulbench: the script was stopped" << std::endl;
         QApplication::exit(1);
-    }
-}
-
-void cScriptRun::endWhenSent()
-{
-    // The device may be gone: the end of a script is also told while the program stops.
-    const cDevice* device = mWindow.device();
-    const sLinkState link = device != nullptr ? device->linkState() : sLinkState();
-    if (mDeadline.hasExpired() || link.state == sLinkState::OFF || link.waiting == 0) {
-        mCheck.stop();
-        QApplication::exit(mStatus);
     }
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QDeadlineTimer>
+#include "csentwatch.h"
+
 #include <QObject>
-#include <QTimer>
 
 class MainWindow;
 struct sScriptEvent;
@@ -22,16 +22,12 @@ public:
 private:
     void scriptChanged(const sScriptEvent& event);
     void endStopped();
-    void endWhenSent();
 
     /// The longest wait for the link to take what the script has sent.
     static constexpr int kMaxWaitMs = 2000;
-    static constexpr int kCheckIntervalMs = 10;
 
     MainWindow& mWindow;
     bool mTellsSeed;
     uint64_t mScript = 0; ///< its number; 0 before the start
-    int mStatus = 0;
-    QDeadlineTimer mDeadline;
-    QTimer mCheck; ///< runs from the end of the script
+    cSentWatch mSentWatch;
 };

@@ -1,5 +1,6 @@
 #include "ccontrolserver.h"
 #include "cscriptrun.h"
+#include "csentwatch.h"
 #include "devicefile.h"
 #include "displayplatform.h"
 #include "language.h"
@@ -9,7 +10,9 @@
 #include "readfile.h"
 #include "signalwatcher.h"
 #include "wcapture/capturefile.h"
+#include "wfile/atomicfile.h"
 #include "wlog/wlog.h"
+#include "zulscenario/scenarioreader.h"
 #include "zulversion/zulversion.h"
 
 #include <CLI/Version.hpp>
@@ -26,12 +29,16 @@
 #include <clocale>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <iostream>
 
 namespace {
 
 // Off unless QT_LOGGING_RULES says otherwise.
 Q_LOGGING_CATEGORY(startTrace, "zulbench.start", QtWarningMsg)
+
+/// The exit status if an expectation of a scenario was missed.
+constexpr int kMissed = 4;
 
 std::string version()
 {
@@ -78,10 +85,8 @@ QString configureLog(const cOptions& options, MainWindow&)
                              : QString();
 }
 
-QString openDevice(const cOptions& options, MainWindow& window)
+QString readDevice(const cOptions& options, cDeviceFile& device)
 {
-    window.setClock(cScaledClock(options.timeScale));
-    cDeviceFile device;
     device.type = QStringLiteral("TYPE_DISCRETE_IO");
     if (options.deviceFile) {
         const std::optional<cDeviceFile> read = MainWindow::readDeviceFile(fullPath(*options.deviceFile));
@@ -96,10 +101,18 @@ QString openDevice(const cOptions& options, MainWindow& window)
         return changed ? QString::fromStdString(zuloptions::tooManyItems())
                        : unreadable("device", *options.deviceFile);
     }
-    if (options.deviceFile || changed) {
+    return {};
+}
+
+QString openDevice(const cOptions& options, MainWindow& window)
+{
+    window.setClock(cScaledClock(options.timeScale));
+    cDeviceFile device;
+    QString problem = readDevice(options, device);
+    if (problem.isEmpty() && (options.deviceFile || options.device.any())) {
         window.openDevice(options.deviceFile ? fullPath(*options.deviceFile) : QString(), device);
     }
-    return {};
+    return problem;
 }
 
 QString findServer(const cOptions& options, MainWindow& window)
@@ -127,6 +140,70 @@ QString checkOrders(const cOptions& options, MainWindow& window)
     return missing == scripts.end() ? QString() : unreadable("script", *missing);
 }
 
+/// A scenario that is wrong tells its place by itself.
+int failAt(const std::string& mistake)
+{
+    std::cerr << mistake << std::endl;
+    return 1;
+}
+
+/// Returns the first mistake in a scenario, or an empty text.
+std::string addScenarios(const cOptions& options, cScenarios& scenarios)
+{
+    if (options.seed) {
+        scenarios.setSeed(*options.seed);
+    }
+    for (const std::string& path : options.scenarios) {
+        if (std::string mistake = scenarios.add(path); !mistake.empty()) {
+            return mistake;
+        }
+    }
+    return {};
+}
+
+QString unwritableReport(const cOptions& options, const WStatus& status)
+{
+    return QStringLiteral("the report '%1' cannot be written: %2")
+        .arg(QFile::decodeName(options.junit->c_str()), QLatin1String(status.problem()));
+}
+
+QString checkReport(const cOptions& options, MainWindow&)
+{
+    const WStatus status = options.junit ? cAtomicFile(*options.junit).check() : WStatus::ok();
+    return status.isOk() ? QString() : unwritableReport(options, status);
+}
+
+/// Writes the report of the expectations. Returns the status to end with.
+int judgeScenarios(const cOptions& options, const cScenarios& scenarios, int status, std::time_t started)
+{
+    const zulscenario::ScenarioReport report = scenarios.report();
+    if (options.junit) {
+        const WStatus written = cAtomicFile(*options.junit).write(report.junit("zulbench", started));
+        if (!written.isOk()) {
+            return fail(unwritableReport(options, written));
+        }
+    }
+    return status == 0 && report.isMissed() ? kMissed : status;
+}
+
+/// Looks at the device and the scenarios, without a window.
+int check(const cOptions& options)
+{
+    cDeviceFile device;
+    if (const QString problem = readDevice(options, device); !problem.isEmpty()) {
+        return fail(problem);
+    }
+    int status = 0;
+    for (const std::string& path : options.scenarios) {
+        zulscenario::Scenario scenario;
+        if (const std::string mistake = zulscenario::readScenario(path, device, &scenario);
+            !mistake.empty()) {
+            status = failAt(mistake);
+        }
+    }
+    return status;
+}
+
 QString createCapture(const cOptions& options, MainWindow& window)
 {
     if (!options.captureFile) {
@@ -149,14 +226,19 @@ QString makeControlSocket(const cOptions& options, cControlServer& control)
     return options.control ? QString::fromLocal8Bit(control.makeSocket(*options.control).c_str()) : QString();
 }
 
-/// The control socket and the capture file, which is emptied, come after all that may be wrong.
-QString carryOut(const cOptions& options, MainWindow& window, cControlServer& control)
+QString prepare(const cOptions& options, MainWindow& window)
 {
-    for (const auto step : {configureLog, openDevice, findServer, checkOrders}) {
+    for (const auto step : {configureLog, openDevice, findServer, checkOrders, checkReport}) {
         if (QString problem = step(options, window); !problem.isEmpty()) {
             return problem;
         }
     }
+    return {};
+}
+
+/// The control socket and the capture file, which is emptied, come after all that may be wrong.
+QString carryOut(const cOptions& options, MainWindow& window, cControlServer& control)
+{
     if (QString problem = makeControlSocket(options, control); !problem.isEmpty()) {
         return problem;
     }
@@ -176,6 +258,7 @@ QString carryOut(const cOptions& options, MainWindow& window, cControlServer& co
     for (const std::string& script : options.scripts) {
         window.runScript(fullPath(script));
     }
+    window.scenarios().begin();
     return {};
 }
 
@@ -219,18 +302,30 @@ int run(const cOptions& options)
     window.whenDeviceIsReplaced([&control] { control.deviceReplaced(); });
     QObject::connect(&window.scripts(), &cScripts::scriptChanged, &control, &cControlServer::scriptChanged);
     QObject::connect(&control, &cControlServer::quitRequested, &QApplication::quit);
+    window.scenarios().onStep = [&control](const zulcommand::JsonPtr& line) { control.stepDone(line); };
+    cSentWatch sentWatch(window);
+    if (options.untilDone) {
+        window.scenarios().onDone = [&sentWatch] { sentWatch.endWith(0, -1); };
+    }
+    const std::time_t started = std::time(nullptr);
     cScriptRun scriptRun(window, !options.seed);
-    QString problem = carryOut(options, window, control);
-    if (!toldToEnd && problem.isEmpty()) {
+    QString problem = prepare(options, window);
+    const std::string mistake = problem.isEmpty() ? addScenarios(options, window.scenarios()) : std::string();
+    if (problem.isEmpty() && mistake.empty()) {
+        problem = carryOut(options, window, control);
+    }
+    if (!toldToEnd && problem.isEmpty() && mistake.empty()) {
         problem = startRun(options, scriptRun);
     }
     int status = 0;
-    if (!toldToEnd && !problem.isEmpty()) {
+    if (!mistake.empty()) {
+        status = failAt(mistake);
+    } else if (!toldToEnd && !problem.isEmpty()) {
         status = fail(problem);
     } else if (!toldToEnd) {
         fitToScreen(window);
         window.show();
-        status = QApplication::exec();
+        status = judgeScenarios(options, window.scenarios(), QApplication::exec(), started);
     }
     if (!window.shutDown()) {
         // A script hangs where nothing can end it; its thread must not outlive what it uses.
@@ -265,5 +360,5 @@ int main(int argc, char** argv)
         QApplication::setWindowIcon(icon());
     }
     QApplication::setDesktopFileName(QStringLiteral("zulbench"));
-    return run(parsed.options);
+    return parsed.options.check ? check(parsed.options) : run(parsed.options);
 }

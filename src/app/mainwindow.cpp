@@ -43,7 +43,8 @@ void traceDevice(const QString& path, const cDeviceFile& values)
 
 } // namespace
 
-MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent), ui(new Ui_MainWindow)
+MainWindow::MainWindow(QWidget* parent)
+    : QMainWindow(parent), ui(new Ui_MainWindow), mScenarios([this](bool up) { setLink(up); })
 {
     const QString directory = paths::configurationDirectory();
     qDebug().noquote().nospace() << "Config Dir is: " << directory;
@@ -122,11 +123,12 @@ void MainWindow::showDevice(const cDeviceFile& values)
     QByteArray label = values.label.toUtf8();
     // The old panel stops its link and threads before the new one comes up. Deleting it also takes it out of
     // the window, so setCentralWidget() finds none to delete.
-    delete mDevice;
+    deleteDevice();
     mDevice = new cDevice(values.digitalInputs, values.digitalOutputs, values.analogInputs,
                           values.analogOutputs, values.scanners, label.data(), values.type,
                           values.versionNumber(), values.serialNumber());
     mDevice->setClock(mClock);
+    mScenarios.setDevice(mDevice);
     setCentralWidget(mDevice);
     mDeviceReplaced();
 }
@@ -316,8 +318,7 @@ bool MainWindow::replaceDevice(const QString& path)
         return false;
     }
     const bool wasOff = mDevice->linkState().state == sLinkState::OFF;
-    delete mDevice;
-    mDevice = nullptr;
+    deleteDevice();
     mScripts.stop();
     openDevice(path, *values);
     if (!wasOff) {
@@ -370,14 +371,39 @@ void MainWindow::setClock(const cScaledClock& clock)
 {
     mClock = clock;
     mScripts.setTimeScale(clock.scale());
+    mScenarios.setTimeScale(clock.scale());
+}
+
+void MainWindow::deleteDevice()
+{
+    mScenarios.setDevice(nullptr);
+    delete mDevice;
+    mDevice = nullptr;
+}
+
+void MainWindow::setLink(bool up)
+{
+    if (up) {
+        connectTo(std::nullopt);
+    } else {
+        mDevice->disconnectLink();
+    }
+}
+
+std::string MainWindow::playScenario(const std::string& path)
+{
+    std::string mistake = mScenarios.add(path);
+    if (mistake.empty()) {
+        mScenarios.begin();
+    }
+    return mistake;
 }
 
 bool MainWindow::shutDown()
 {
     mScripts.requestStop();
     // Closes the device's executor, so no script waits there.
-    delete mDevice;
-    mDevice = nullptr;
+    deleteDevice();
     return mScripts.stop();
 }
 

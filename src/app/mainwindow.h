@@ -3,6 +3,7 @@
 // Complete, so that the meta-object knows both pointer types of the signals.
 #include "ccontrolled.h"
 #include "cdevice.h"
+#include "cscenarios.h"
 #include "cscripts.h"
 
 #include <QMainWindow>
@@ -73,13 +74,17 @@ public:
 
     cScripts& scripts() { return mScripts; }
 
-    /// Devices and scripts to come follow @p clock.
+    cScenarios& scenarios() { return mScenarios; }
+
+    /// Devices, scripts and scenarios to come follow @p clock.
     void setClock(const cScaledClock& clock);
 
     // For the control socket.
     bool connectTo(const std::optional<sHostPort>& server) override;
     bool replaceDevice(const QString& path) override;
     size_t runningScripts() const override { return mScripts.running(); }
+    std::string playScenario(const std::string& path) override;
+    zulcommand::JsonPtr scenarioMember() const override { return mScenarios.report().member(); }
 
     /// Has @p call called when another device is the live one; the one before is gone then.
     void whenDeviceIsReplaced(std::function<void()> call) { mDeviceReplaced = std::move(call); }
@@ -142,6 +147,8 @@ private:
     void loadDevice();
     void lockConfiguration();
     void showDevice(const cDeviceFile& values);
+    void deleteDevice();
+    void setLink(bool up);
     bool canOpen(const QString& path) const;
     bool open(const QString& path);
     bool openScript(const QString& path) { return runScript(path).has_value(); }
@@ -162,6 +169,7 @@ private:
     std::vector<QPointer<QDialog>> mDialogs;
     cScripts mScripts;
     cScaledClock mClock;
+    cScenarios mScenarios;
     std::shared_ptr<cCaptureFile> mCapture; ///< null if nothing is recorded
     std::function<void()> mDeviceReplaced = [] {};
 };

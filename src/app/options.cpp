@@ -77,7 +77,9 @@ void describe(CLI::App& app, const std::string& version, cOptions& options, std:
     addFile("--run", options.run, "Run this JavaScript file, needs a device; the program ends with it")
         ->excludes("--script");
     zuloptions::addNumber(&app, "--seed", &options.seed, std::numeric_limits<uint32_t>::max(),
-                          "Seed of the scripts' random numbers");
+                          "Seed of the random numbers of scripts and scenarios");
+    zuloptions::addScenarios(&app, &options.scenarios, &options.untilDone, &options.junit);
+    app.add_flag("--check", options.check, "Only look whether the device and the scenarios are right");
     zuloptions::addTimeScale(&app, &options.timeScale);
     addFile("--log-config", options.logConfig, "Log as this log4cpp property file says");
     addFile("--capture", options.captureFile, "Record what crosses the link in this file (pcapng)");
@@ -129,6 +131,9 @@ void takeFiles(const std::vector<std::string>& files, cOptions& options)
     }
     if ((options.run || !options.scripts.empty()) && !options.deviceFile && !options.device.any()) {
         throw CLI::RequiresError(options.run ? "--run" : "--script", "--device");
+    }
+    if ((options.check || !options.scenarios.empty()) && !options.deviceFile && !options.device.any()) {
+        throw CLI::RequiresError(options.check ? "--check" : "--scenario", "--device");
     }
 }
 

@@ -37,7 +37,11 @@ struct cOptions
     std::vector<std::string> scripts;   ///< those of --script first; none without a device
     std::optional<std::string> run;     ///< the script that the program ends with; then no others
     std::vector<std::string> arguments; ///< of that script: the last ones of the command line
-    std::optional<uint32_t> seed;       ///< of the scripts' random numbers
+    std::optional<uint32_t> seed;       ///< of the scripts' and the scenarios' random numbers
+    std::vector<std::string> scenarios; ///< none without a device
+    bool untilDone = false;             ///< ends when the scenarios are done
+    std::optional<std::string> junit;   ///< a report of the scenarios' expectations
+    bool check = false;                 ///< only reads the device and the scenarios
     double timeScale = 1.0;
     std::optional<std::string> logConfig;   ///< a log4cpp property file
     std::optional<std::string> captureFile; ///< records what crosses the link

@@ -4,7 +4,9 @@
 #include <QStringList>
 #include <cstdint>
 #include <optional>
+#include <string>
 
+#include "zulcommand/jsontext.h"
 #include "zullink/hostport.h"
 
 class cDevice;
@@ -29,6 +31,12 @@ public:
     /// Starts a script. Returns its number; 0 if the system refuses a thread; nothing if the file cannot be
     /// opened.
     virtual std::optional<uint64_t> runScript(const QString& path, const QStringList& arguments) = 0;
+
+    /// Plays a scenario from now on. Returns the first mistake in it, or an empty text.
+    virtual std::string playScenario(const std::string& path) = 0;
+
+    /// The member "scenario" of the reply to "get scenario".
+    virtual zulcommand::JsonPtr scenarioMember() const = 0;
 
     /// The number of scripts that have not ended.
     virtual size_t runningScripts() const = 0;

@@ -63,6 +63,9 @@ void cControlRunner::execute()
     case Kind::GET_LINK:
         return end({.members = JsonPtr(
                         json_pack("{s:o}", "link", controllines::linkMember(device.linkState()).release()))});
+    case Kind::GET_SCENARIO:
+        return end(
+            {.members = JsonPtr(json_pack("{s:o}", "scenario", mControlled->scenarioMember().release()))});
     case Kind::SET_DIGITAL:
     case Kind::SET_ANALOG:
     case Kind::SCAN:
@@ -82,6 +85,8 @@ void cControlRunner::execute()
                            : unreadable("device", command.texts[0]));
     case Kind::SCRIPT:
         return startScript();
+    case Kind::SCENARIO:
+        return endWith(mControlled->playScenario(command.texts[0]));
     case Kind::FORGET:
         mLog.clear();
         return end({});

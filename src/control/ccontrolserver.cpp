@@ -144,6 +144,13 @@ void cControlServer::scriptChanged(const sScriptEvent& event)
     std::ranges::for_each(mClients, [&](auto& client) { client->runner.scriptChanged(event); });
 }
 
+void cControlServer::stepDone(const zulcommand::JsonPtr& line)
+{
+    if (!mClients.empty()) {
+        writeLine(line);
+    }
+}
+
 void cControlServer::deviceReplaced()
 {
     if (mObserving) {

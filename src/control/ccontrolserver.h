@@ -34,6 +34,9 @@ public:
     /// Takes clients from now on, if there is a socket. Returns false if the system refuses it.
     bool listen() { return mSocket == nullptr || mSocket->listen(); }
 
+    /// A scenario's step was done.
+    void stepDone(const zulcommand::JsonPtr& line);
+
     /// The program has another device. The one before need not be there any more.
     void deviceReplaced();
 

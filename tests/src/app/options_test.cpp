@@ -80,6 +80,18 @@ QString summary(const cOptions& options)
     if (options.seed) {
         words.append(QString("seed=%1").arg(*options.seed));
     }
+    for (const std::string& scenario : options.scenarios) {
+        words.append("scenario=" + QString::fromStdString(scenario));
+    }
+    if (options.untilDone) {
+        words.append("until-done");
+    }
+    if (options.junit) {
+        words.append("junit=" + QString::fromStdString(*options.junit));
+    }
+    if (options.check) {
+        words.append("check");
+    }
     if (options.timeScale != 1.0) {
         words.append(QString("scale=%1").arg(options.timeScale));
     }
@@ -186,6 +198,10 @@ void TestOptions::goodLinesAreTaken_data()
                             << "seed=4294967295";
     QTest::newRow("a seed of zero") << "--seed=0"
                                     << "seed=0";
+    QTest::newRow("scenarios") << "--din 1 --scenario a.yaml --until-done --scenario b.yaml --junit r.xml"
+                               << "1+0+0+0+0,,, scenario=a.yaml scenario=b.yaml until-done junit=r.xml";
+    QTest::newRow("a check") << "--check a.dev --scenario a.yaml"
+                             << "device=a.dev scenario=a.yaml check";
     QTest::newRow("the fastest clock") << "--time-scale 10000"
                                        << "scale=10000";
     QTest::newRow("the slowest clock") << "--time-scale 0.1"
@@ -292,6 +308,14 @@ void TestOptions::wrongUsageIsOneLineOfError_data()
                                                << "--run";
     QTest::newRow("run without a device") << "--run a.js"
                                           << "--device";
+    QTest::newRow("a scenario without a device") << "--scenario a.yaml"
+                                                 << "--device";
+    QTest::newRow("a check without a device") << "--check"
+                                              << "--device";
+    QTest::newRow("done without a scenario") << "--din 1 --until-done"
+                                             << "--scenario";
+    QTest::newRow("a report without a scenario") << "--din 1 --junit r.xml"
+                                                 << "--scenario";
     QTest::newRow("run without a file") << "--din 1 --run"
                                         << "--run";
     QTest::newRow("two runs") << "--din 1 --run a.js --run b.js"
@@ -331,7 +355,8 @@ void TestOptions::helpNamesEveryOption()
                                "--version",      "--server HOST:PORT", "--din N",      "--dout N",
                                "--ain N",        "--aout N",           "--scanners N", "--serial N",
                                "--label TEXT",   "--device-version N", "--run FILE",   "--seed N",
-                               "--time-scale K"}) {
+                               "--time-scale K", "--scenario FILE",    "--until-done", "--junit FILE",
+                               "--check"}) {
         QVERIFY2(parsed.out.contains(option), option);
     }
 }
