@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "fleet/report/reporttable.h"
+#include "wfile/atomicfile.h"
 #include "zulconsole/heldsignals.h"
 #include "zullink/endpoints.h"
 #include "zullink/resolver.h"
@@ -56,9 +57,10 @@ std::string Application::findServer(std::vector<ServerTarget::Endpoint>* address
 /// All that may go wrong before a device connects. Returns one sentence if it does.
 std::string Application::prepare()
 {
-    if (mOptions.report) {
-        if (const WStatus status = checkReport(*mOptions.report); !status.isOk()) {
-            return writeMistake(*mOptions.report, status);
+    for (const auto& report : {mOptions.report, mOptions.junit}) {
+        const WStatus status = report ? checkReport(*report) : WStatus::ok();
+        if (!status.isOk()) {
+            return writeMistake(*report, status);
         }
     }
     std::vector<ServerTarget::Endpoint> addresses;
@@ -97,10 +99,21 @@ int Application::run()
             mIo.stop();
         }
     });
+    Scenarios::Timetables timetables;
+    // A mistake in a scenario tells its own place.
+    if (const std::string mistake = readScenarios(mOptions.scenarios, mOptions.fleet.counts, &timetables);
+        !mistake.empty()) {
+        std::cerr << mistake << std::endl;
+        return 1;
+    }
+    if (mOptions.check) {
+        return 0;
+    }
     if (const std::string mistake = prepare(); !mistake.empty()) {
         return fail(mistake);
     }
     mFleet->onEnd = [this] { mIo.stop(); };
+    mFleet->play(timetables);
     mFleet->start();
     showProgress();
     mIo.run();
@@ -137,10 +150,17 @@ int Application::finish()
             return fail(writeMistake(*mOptions.report, status));
         }
     }
+    const zulscenario::ScenarioReport scenarios = mFleet->scenarioReport();
+    if (mOptions.junit) {
+        const WStatus status = cAtomicFile(*mOptions.junit).write(scenarios.junit("zulfleet", mStarted));
+        if (!status.isOk()) {
+            return fail(writeMistake(*mOptions.junit, status));
+        }
+    }
     const EventCounts events = report.events();
     const bool allSent = events.dropped == 0 && events.waiting == 0;
     const bool enough = report.devices.in >= mOptions.fleet.shard.require(mOptions.require);
-    return allSent && enough ? 0 : 4;
+    return allSent && enough && !scenarios.isMissed() ? 0 : 4;
 }
 
 } // namespace fleet

@@ -2,6 +2,7 @@
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
+#include <ctime>
 #include <memory>
 #include <string>
 
@@ -32,6 +33,7 @@ private:
 
     const Options mOptions;
     const std::string mVersion;
+    const std::time_t mStarted = std::time(nullptr);
     SystemLimits mLimits;
     uint64_t mPorts = 0;
     boost::asio::io_context mIo{1};

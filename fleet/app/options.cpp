@@ -36,7 +36,8 @@ constexpr const char* kFooter =
     "Times are seconds, or end in ms, s or m. An outage is storm@TIME:TIME, rolling:SHARE%/TIME or\n"
     "flap:SHARE%:TIME, with :reset behind it if connections are to be reset.\n"
     "Standard output carries the table at the end. Exit status: 0 done; 1 wrong usage, or a limit of the\n"
-    "system is too low; 4 fewer devices than required were ever in, or an event was dropped or still waited.";
+    "system is too low; 4 fewer devices than required were ever in, an event was dropped or still waited,\n"
+    "or an expectation of a scenario was missed.";
 
 /// The options before they are checked.
 struct RawOptions
@@ -94,6 +95,8 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
     add("--mix", &raw->mix, "MIX", "The shares of the kinds, like din=70,ain=20,scan=5,adhoc=5");
     add("--sample-every", &raw->sampleEvery, "S",
         "Sample each analog input so often, in the place of the devices' rates");
+    zuloptions::addScenarios(app, &options->scenarios, &options->fleet.untilDone, &options->junit);
+    app->add_flag("--check", options->check, "Only look whether the options and the scenarios are right");
     zuloptions::addTimeScale(app, &options->fleet.timeScale);
     add("--outage", &raw->outages, "OUTAGE", "Take connections down; may be given again")
         ->allow_extra_args(false);
@@ -224,6 +227,7 @@ std::string readShard(const RawOptions& raw, const Environment& environment, Opt
         return "--count is less than the number of parts: " + std::to_string(options->fleet.count) + " and " +
                std::to_string(options->fleet.shard.of) + ".";
     }
+    options->fleet.seedIsGiven = raw.seed.has_value();
     options->fleet.seed = raw.seed ? *raw.seed : std::random_device{}();
     if (!options->runId) {
         options->runId = runFrom(environment);

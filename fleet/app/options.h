@@ -22,6 +22,9 @@ struct Options
     std::optional<std::string> report;
     std::optional<std::string> runId;
     std::optional<std::string> control; ///< the path of the control socket
+    std::vector<std::string> scenarios;
+    std::optional<std::string> junit; ///< a report of the scenarios' expectations
+    bool check = false;               ///< only reads the scenarios
     double progressSeconds = 10.0;
 
     /// Reports to merge, in the place of a fleet.

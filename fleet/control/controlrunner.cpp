@@ -19,8 +19,8 @@ constexpr auto kLookEvery = std::chrono::milliseconds(10);
 
 bool actsOnDevices(Kind kind)
 {
-    constexpr Kind kOthers[] = {Kind::FORGET, Kind::SLEEP,        Kind::HELP,           Kind::QUIT,
-                                Kind::LOAD,   Kind::EXPECT_EVENT, Kind::EXPECT_NO_EVENT};
+    constexpr Kind kOthers[] = {Kind::FORGET,   Kind::SLEEP, Kind::HELP,         Kind::QUIT,
+                                Kind::SCENARIO, Kind::LOAD,  Kind::EXPECT_EVENT, Kind::EXPECT_NO_EVENT};
     return std::ranges::find(kOthers, kind) == std::end(kOthers);
 }
 
@@ -75,7 +75,7 @@ std::string ControlRunner::findDevices()
         return device == nullptr ? "There is no device " + std::to_string(*command.filter.deviceSerial) + '.'
                                  : "";
     }
-    if (!command.everyDevice && all.size() != 1) {
+    if (!command.everyDevice && all.size() != 1 && command.kind != Kind::GET_SCENARIO) {
         return "The command needs the field \"device\": SERIAL or *.";
     }
     std::ranges::transform(all, std::back_inserter(mRun->devices), [](auto& device) { return device.get(); });
@@ -90,6 +90,11 @@ void ControlRunner::execute()
         return end(get());
     case Kind::GET_LINK:
         return end(getLink());
+    case Kind::GET_SCENARIO:
+        return end({.members = JsonPtr(json_pack("{s:o}", "scenario",
+                                                 mFleet.scenarioReport(mRun->devices).member().release()))});
+    case Kind::SCENARIO:
+        return end(error(playScenario()));
     case Kind::SET_DIGITAL:
     case Kind::SET_ANALOG:
     case Kind::SCAN:
@@ -119,6 +124,17 @@ void ControlRunner::execute()
     default: // what waits
         return wait();
     }
+}
+
+/// On every device. Returns the first mistake in the file.
+std::string ControlRunner::playScenario()
+{
+    Scenarios::Timetables timetables;
+    std::string mistake = readScenarios(mRun->command.texts, mFleet.counts(), &timetables);
+    if (mistake.empty()) {
+        mFleet.play(timetables);
+    }
+    return mistake;
 }
 
 /// The reply for one device; for all of them, how many could do it.

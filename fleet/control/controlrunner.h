@@ -52,6 +52,7 @@ private:
     Reply actOnEach(const std::function<std::string(Device&, json_t*)>& act) const;
     Reply get() const;
     Reply getLink() const;
+    std::string playScenario();
     bool isExpected(Device& device) const;
     std::optional<Reply> look();
     std::optional<Reply> expectGet();

@@ -46,6 +46,13 @@ void ControlServer::setReceived(Device& device, cObjectList& message)
     }
 }
 
+void ControlServer::stepDone(Device& device, const zulscenario::ScenarioPlayer::Done& done)
+{
+    const zulcommand::JsonPtr line = zulscenario::stepLine(done);
+    json_object_set_new(line.get(), "deviceSerial", json_integer(device.plain().getDeviceSerial()));
+    mSocket.writeLine(line);
+}
+
 void ControlServer::beforeChange(Device& device)
 {
     mWatch.clear();

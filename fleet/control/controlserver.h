@@ -28,6 +28,7 @@ public:
 private:
     void linkChanged(Device& device) override;
     void setReceived(Device& device, cObjectList& message) override;
+    void stepDone(Device& device, const zulscenario::ScenarioPlayer::Done& done) override;
     void beforeChange(Device& device) override;
     void afterChange(Device& device) override;
 

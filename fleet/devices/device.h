@@ -107,6 +107,12 @@ public:
     /// Its server is the first address of the target's.
     sLinkState linkState() const;
 
+    /// Has @p sensors, which are borrowed, tell the values of analog inputs. Null for right ones.
+    void setSensors(cSensors* sensors) { mPlain.setSensors(sensors); }
+
+    /// The next samples are due a sample rate after @p now, in seconds.
+    void beginSampling(time_t now) { mPlain.beginSampling(now); }
+
     /// Begins an attempt that was to begin at @p sinceUs, unless it is OFF, CONNECTING or UP.
     void connect(int64_t sinceUs);
 

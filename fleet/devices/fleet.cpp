@@ -12,10 +12,16 @@
 
 namespace fleet {
 
+using zulscenario::ScenarioPlayer;
+using zulscenario::ScenarioReport;
+
 namespace {
 
 /// tick() does at most this many steps of one kind before the event loop handles the connections.
 constexpr int kStepsAtOnce = 200;
+
+/// So often a fleet whose scenarios are done looks whether all events are sent.
+constexpr int64_t kSentLookUs = 10 * kMillisecond;
 
 constexpr int64_t kLate = 10 * kMillisecond;
 constexpr int64_t kTooLate = kSecond;
@@ -103,6 +109,10 @@ void Fleet::addDevices()
 void Fleet::start()
 {
     mStartUs = nowUs();
+    mClock = cScaledClock(mSettings.timeScale);
+    if (!mTimetables.empty()) {
+        play(mTimetables);
+    }
     mConnects = Schedule(mStartUs, *mReport.connects.planned);
     const double firstUs = static_cast<double>(mSettings.sampleEvery.value_or(0)) / mSettings.timeScale;
     mSamples = Schedule(mStartUs + static_cast<int64_t>(firstUs), samplesPerSecond(mSettings, mCount));
@@ -120,14 +130,16 @@ void Fleet::tick()
     endStorms(now);
     const bool moreEvents = reportEvents(now);
     const bool moreSamples = takeSamples(now);
-    if (mEventsUs && mSettings.duration && now >= *mEventsUs + *mSettings.duration && !moreEvents &&
-        !std::exchange(mEnded, true)) {
+    const bool moreSteps = mScenarios && mScenarios->advance();
+    const bool isOver =
+        mEventsUs && mSettings.duration && now >= *mEventsUs + *mSettings.duration && !moreEvents;
+    if ((isOver || areScenariosOver()) && !std::exchange(mEnded, true)) {
         onEnd();
     }
     if (mEnded) {
         return;
     }
-    if (moreConnects || moreEvents || moreSamples) {
+    if (moreConnects || moreEvents || moreSamples || moreSteps) {
         boost::asio::post(mIo, [this] { tick(); });
     } else {
         arm(now);
@@ -152,7 +164,10 @@ void Fleet::arm(int64_t nowUs)
     if (!mStormEnds.empty()) {
         next = std::min(next, mStormEnds.begin()->first);
     }
-    if (mSettings.counts.analogInputs > 0) {
+    if (mScenarios) {
+        next = std::min(next, mScenarios->nextUs());
+        next = mSettings.untilDone && mScenarios->isDone() ? std::min(next, nowUs + kSentLookUs) : next;
+    } else if (mSettings.counts.analogInputs > 0) {
         next = std::min(next, std::max(mSamples.due(mSampleStep), nowUs + kSampleRest));
     }
     mTimer.expires_at(LinkTimer::time_point(std::chrono::microseconds(next)));
@@ -359,12 +374,16 @@ void Fleet::setApplied(Device& device)
     if (mObserver != nullptr) {
         mObserver->afterChange(device);
     }
+    if (mScenarios) {
+        mScenarios->portChanged(device);
+        boost::asio::post(mIo, [this] { arm(nowUs()); });
+    }
 }
 
 /// Each device once in every second, or whenever a sample is due. Returns true if more is due.
 bool Fleet::takeSamples(int64_t now)
 {
-    if (mSettings.counts.analogInputs == 0) {
+    if (mSettings.counts.analogInputs == 0 || mScenarios) {
         return false;
     }
     for (int steps = kStepsAtOnce; steps > 0; --steps) {
@@ -379,6 +398,52 @@ bool Fleet::takeSamples(int64_t now)
         });
     }
     return true;
+}
+
+// Scenarios.
+
+void Fleet::play(const Scenarios::Timetables& timetables)
+{
+    if (mStartUs == 0) {
+        mTimetables = timetables;
+        return;
+    }
+    if (!mScenarios) {
+        mScenarios = std::make_unique<Scenarios>(*this, mSettings, mClock);
+    }
+    mScenarios->add(timetables);
+    boost::asio::post(mIo, [this] { arm(nowUs()); });
+}
+
+bool Fleet::areScenariosOver() const
+{
+    return mSettings.untilDone && mScenarios && mScenarios->isDone() &&
+           std::ranges::all_of(mDevices, [](auto& device) {
+               return device->phase() == Device::ePhase::OFF || device->session().waitingEvents() == 0;
+           });
+}
+
+ScenarioReport Fleet::scenarioReport(const std::vector<Device*>& devices) const
+{
+    ScenarioReport report;
+    if (mScenarios) {
+        std::ranges::for_each(devices, [&](Device* device) { report.add(mScenarios->player(*device)); });
+    }
+    return report;
+}
+
+ScenarioReport Fleet::scenarioReport() const
+{
+    std::vector<Device*> all;
+    std::ranges::transform(mDevices, std::back_inserter(all), [](auto& device) { return device.get(); });
+    return scenarioReport(all);
+}
+
+void Fleet::stepDone(Device& device, const ScenarioPlayer::Done& done)
+{
+    if (mObserver != nullptr) {
+        mObserver->stepDone(device, done);
+    }
 }
 
 // Outages.

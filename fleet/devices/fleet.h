@@ -15,6 +15,7 @@
 #include "fleet/devices/device.h"
 #include "fleet/devices/fleetsettings.h"
 #include "fleet/devices/runningoutage.h"
+#include "fleet/devices/scenarios.h"
 #include "fleet/devices/schedule.h"
 #include "fleet/report/fleetreport.h"
 #include "zuldevice/scaledclock.h"
@@ -44,6 +45,7 @@ public:
         virtual ~Observer() = default;
         virtual void linkChanged(Device& device) = 0;
         virtual void setReceived(Device& device, cObjectList& message) = 0;
+        virtual void stepDone(Device& device, const zulscenario::ScenarioPlayer::Done& done) = 0;
 
         // Around whatever may change the ports of a device.
         virtual void beforeChange(Device& device) = 0;
@@ -52,7 +54,7 @@ public:
 
     Fleet(boost::asio::io_context& io, const FleetSettings& settings, ServerTarget target);
 
-    /// Called once, when the duration is over.
+    /// Called once, when the duration is over or, if the settings say so, the scenarios are done.
     std::function<void()> onEnd = [] {};
 
     void start();
@@ -62,8 +64,21 @@ public:
 
     Progress progress() const;
 
+    /// Plays @p timetables on each device, from start() on or, later, from now on.
+    void play(const Scenarios::Timetables& timetables);
+
+    /// What has become of the scenarios at @p devices.
+    zulscenario::ScenarioReport scenarioReport(const std::vector<Device*>& devices) const;
+    zulscenario::ScenarioReport scenarioReport() const;
+
+    /// A step of a scenario was done at @p device.
+    void stepDone(Device& device, const zulscenario::ScenarioPlayer::Done& done);
+
     /// Null for none.
     void setObserver(Observer* observer) { mObserver = observer; }
+
+    /// Of each device.
+    const zuldevice::Counts& counts() const { return mSettings.counts; }
 
     const std::vector<std::unique_ptr<Device>>& devices() const { return mDevices; }
 
@@ -112,6 +127,7 @@ private:
     void begin(Device& device, int64_t sinceUs, int64_t nowUs);
     void reportEvent(uint64_t step, int64_t dueUs);
     void settle(Device& device);
+    bool areScenariosOver() const;
     void beginEvents();
     template <class Act>
     auto change(Device& device, Act act)
@@ -122,6 +138,9 @@ private:
         const auto result = act();
         if (mObserver != nullptr) {
             mObserver->afterChange(device);
+        }
+        if (mScenarios) {
+            mScenarios->portChanged(device);
         }
         return result;
     }
@@ -139,7 +158,7 @@ private:
     std::vector<Record> mRecords;
     std::vector<std::string> mReasons = {""};
     LinkTimer mTimer;
-    const cScaledClock mClock;
+    cScaledClock mClock;
     Observer* mObserver = nullptr;
 
     // Connecting.
@@ -168,6 +187,9 @@ private:
     // Samples.
     Schedule mSamples;
     uint64_t mSampleStep = 0;
+
+    Scenarios::Timetables mTimetables;     ///< to be played from start() on
+    std::unique_ptr<Scenarios> mScenarios; ///< null without scenarios
 
     bool mEnded = false;
     FleetReport mReport;

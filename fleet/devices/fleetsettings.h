@@ -25,13 +25,15 @@ struct FleetSettings
     uint32_t serialStart = 1;
     LabelPattern label;
     uint32_t seed = 0;
+    bool seedIsGiven = false;               ///< it counts instead of the scenarios' own
     double connectRate = kUsualConnectRate; ///< in a second
     double eventRate = 0.0;                 ///< in a second; 0 for no events
     EventMix mix;
     std::optional<int64_t> sampleEvery; ///< nothing if the devices' own rates say
     std::vector<OutageOrder> outages;
     std::optional<int64_t> duration; ///< after the events began; nothing for no end
-    double timeScale = 1.0;          ///< the devices' own samples are so many times as fast
+    double timeScale = 1.0;          ///< the devices' own samples and scenarios are so many times as fast
+    bool untilDone = false;          ///< ends when the scenarios are done and all events are sent
     Shard shard;
     sLinkSettings link;
 };

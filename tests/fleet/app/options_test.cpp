@@ -74,6 +74,14 @@ TEST(FleetOptionsTest, everyOptionIsTaken)
                                      "PUMP {n:03}",
                                      "--time-scale",
                                      "60",
+                                     "--scenario",
+                                     "a.yaml",
+                                     "--scenario",
+                                     "b.yaml",
+                                     "--until-done",
+                                     "--junit",
+                                     "r.xml",
+                                     "--check",
                                      "--seed",
                                      "77",
                                      "--connect-rate",
@@ -117,6 +125,10 @@ TEST(FleetOptionsTest, everyOptionIsTaken)
     EXPECT_EQ(fleet.label.text(7), "PUMP 007");
     EXPECT_EQ(fleet.seed, 77U);
     EXPECT_EQ(fleet.timeScale, 60.0);
+    EXPECT_EQ(options->scenarios, (std::vector<std::string>{"a.yaml", "b.yaml"}));
+    EXPECT_TRUE(fleet.untilDone);
+    EXPECT_EQ(options->junit, "r.xml");
+    EXPECT_TRUE(options->check);
     EXPECT_EQ(fleet.connectRate, 500.0);
     EXPECT_EQ(options->bind, (std::vector<std::string>{"127.0.0.2", "127.0.0.4", "127.0.0.5", "127.0.0.6"}));
     EXPECT_EQ(fleet.eventRate, 12.5);
