@@ -3,22 +3,25 @@
 from __future__ import annotations
 
 import time
-from collections.abc import Iterator
+from collections.abc import Iterator, Sequence
 from contextlib import contextmanager
 from pathlib import Path
 from typing import Any
 
 from .controlled import PAUSE, Controlled
-from .errors import ZulError
+from .errors import ExpectationFailed, ZulError, ZulTimeout
 from .listening import address_of
 from .ports import AnalogInput, AnalogOutput, DigitalInput, DigitalOutput, Ports
 from .program import START_LIMIT
 from .proxy import Proxy
 from .replies import Object, Reply
 from .server import Server
-from .words import Value, condition, number, options_of, quoted, seconds
+from .words import Value, condition, number, options_of, quoted, scenario_files, seconds
 
 _STATES = {"high": "OBJ_IO_STATE_SET", "low": "OBJ_IO_STATE_CLEAR", "unknown": "OBJ_IO_STATE_UNKNOWN"}
+_MISSED = 4
+"""The exit status if an expectation of a scenario was missed."""
+
 _FIELDS = {"din": "inputState", "dout": "outputState", "ain": "value", "aout": "sampledValue"}
 
 
@@ -41,12 +44,15 @@ class Bench(Controlled):
         device: str | Path | None = None,
         server: Server | Proxy | str | None = None,
         seed: int | None = None,
+        scenario: str | Path | Sequence[str | Path] = (),
+        time_scale: float | None = None,
         capture: str | Path | bool = False,
     ) -> None:
         """Returns when the device is loaded; it connects to `server` from then on.
 
         `device` is a device file, in which the other arguments replace values. `server` is a Server, a Proxy or
-        "HOST:PORT". `seed` decides the chance in its scripts. `capture` names a file that records the link; True
+        "HOST:PORT". `seed` decides the chance in its scripts and scenarios. `scenario` is one file or several, and
+        `time_scale` how fast they are played. `capture` names a file that records the link; True
         records it in the program's own directory, see keep_capture().
         """
         numbers = {
@@ -60,12 +66,15 @@ class Bench(Controlled):
             "--label": label,
             "--device-version": version,
             "--seed": seed,
+            "--scenario": scenario_files(scenario),
+            "--time-scale": time_scale,
             "--server": None if server is None else address_of(server),
         }
         options = options_of(numbers)
         self._server = server
         self._seed = seed
         self._scripts_told = 0.0
+        self._told = False
         super().__init__(["--headless", *options], options, capture)
         self.din = Ports(self, DigitalInput)
         self.dout = Ports(self, DigitalOutput)
@@ -214,8 +223,44 @@ class Bench(Controlled):
         self.connect()
 
     def load(self, file: str | Path) -> None:
-        """Loads another device. Its scripts are stopped."""
+        """Loads another device. Its scripts and scenarios are stopped."""
         self._ask("load", quoted(str(Path(file).absolute())), limit=START_LIMIT)
+
+    def play(self, file: str | Path) -> None:
+        """Plays a scenario from now on; see wait_scenario()."""
+        self._ask("scenario", quoted(str(Path(file).absolute())))
+
+    @property
+    def scenario(self) -> dict[str, Any]:
+        """How far the scenarios are: `scenarios`, `done`, `late`, `met`, `missed` and `ended`."""
+        scenario: dict[str, Any] = self._ask("get", "scenario").line["scenario"]
+        return scenario
+
+    def wait_scenario(self, timeout: float = 60) -> dict[str, Any]:
+        """Waits until all scenarios are done. Returns how that went; raises ExpectationFailed if one of their
+        expectations was missed."""
+        __tracebackhide__ = True
+        end = time.monotonic() + timeout
+        while not (scenario := self.scenario)["ended"]:
+            if time.monotonic() >= end:
+                raise ZulTimeout(f"The scenarios are not done within {timeout:g} seconds: {scenario}.")
+            time.sleep(PAUSE)
+        if scenario["missed"] > 0:
+            self._told = True
+            raise ExpectationFailed(self._missed())
+        return scenario
+
+    def _missed(self) -> str:
+        told = [line.removeprefix("zulbench: ") for line in self.last_output if " expects " in line]
+        return "\n".join(told) or "An expectation of a scenario was missed."
+
+    def _check_status(self) -> None:
+        """What wait_scenario() has raised, close() does not raise again."""
+        __tracebackhide__ = True
+        if self._process.status != _MISSED:
+            super()._check_status()
+        elif not self._told:
+            raise ExpectationFailed(self._missed())
 
     def script(self, file: str | Path, *arguments: str) -> None:
         """Starts a script; see wait_scripts()."""

@@ -14,7 +14,7 @@ from .errors import ExpectationFailed, ZulError, ZulTimeout
 from .listening import address_of
 from .proxy import Proxy
 from .server import Server
-from .words import options_of, seconds
+from .words import options_of, scenario_files, seconds
 
 _TOO_FEW = 4
 """The exit status of a fleet that was not what its options require."""
@@ -48,6 +48,9 @@ class Fleet(Controlled):
         events: float | None = None,
         mix: str | Mapping[str, float] | None = None,
         sample_every: float | str | None = None,
+        scenario: str | Path | Sequence[str | Path] = (),
+        time_scale: float | None = None,
+        until_done: bool = False,
         outage: str | Sequence[str] | None = None,
         duration: float | str | None = None,
         progress: float | str | None = None,
@@ -81,6 +84,8 @@ class Fleet(Controlled):
                 "--events": events,
                 "--mix": ",".join(f"{kind}={share}" for kind, share in mix.items()) if isinstance(mix, Mapping) else mix,
                 "--sample-every": sample_every,
+                "--scenario": scenario_files(scenario),
+                "--time-scale": time_scale,
                 "--outage": outage,
                 "--duration": duration,
                 "--progress": progress,
@@ -91,6 +96,7 @@ class Fleet(Controlled):
             }
         )
         own = [] if progress is not None else ["--progress", str(_PROGRESS)]
+        options += ["--until-done"] if until_done else []
         own += [] if kept is not None else ["--report", "report.json"]
         self._seed = seed
         self._file = kept or Path("report.json")

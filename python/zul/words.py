@@ -6,6 +6,7 @@ import json
 import math
 
 from collections.abc import Mapping, Sequence
+from pathlib import Path
 
 from .errors import ZulError
 
@@ -58,3 +59,8 @@ def options_of(values: Mapping[str, object]) -> list[str]:
         items = value if isinstance(value, Sequence) and not isinstance(value, str) else [value]
         words += [word for item in items if item is not None for word in (name, str(item))]
     return words
+
+
+def scenario_files(files: str | Path | Sequence[str | Path]) -> list[Path]:
+    """The full paths of one scenario or several."""
+    return [Path(file).absolute() for file in ([files] if isinstance(files, (str, Path)) else files)]
