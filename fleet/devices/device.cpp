@@ -211,6 +211,14 @@ void Device::hold(const std::string& reason, bool reset)
     mReason = reason;
 }
 
+void Device::endWriting()
+{
+    if (mDriver) {
+        mHolding = true;
+        mDriver->endWriting();
+    }
+}
+
 void Device::release()
 {
     if (mPhase == ePhase::OFF) {

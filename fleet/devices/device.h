@@ -122,6 +122,9 @@ public:
     /// Ends the connection or the attempt; it stays down until release().
     void hold(const std::string& reason, bool reset);
 
+    /// The server can read the connection to its end; then the device stays down.
+    void endWriting();
+
     // Let it connect again, after a pause or as soon as the owner has it connect.
     void release();
     void releaseNow();

@@ -59,6 +59,9 @@ public:
     /// Writes what the session has to write, as far as the system takes it; the rest follows.
     void flush();
 
+    /// As in cLinkSocket.
+    void endWriting() { mLink.endWriting(); }
+
     void resumeReading();
 
     /// Closes the connection and tells the owner why.

@@ -111,6 +111,14 @@ void cLinkClient::disconnect()
     reportStates(&lock);
 }
 
+void cLinkClient::endWriting()
+{
+    const std::lock_guard<std::mutex> lock(mMutex);
+    if (mSocket) {
+        mSocket->endWriting();
+    }
+}
+
 void cLinkClient::setStateObserver(std::function<void(const sLinkState&)> observer)
 {
     mStateObserver = std::move(observer);

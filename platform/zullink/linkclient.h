@@ -42,6 +42,7 @@ public:
     bool start(const char* address, int port);
     void stop();
     void disconnect();
+    void endWriting();
     void setStateObserver(std::function<void(const sLinkState&)> observer);
     sLinkState state() const;
     uint64_t unmatchedAnswers() const;

@@ -139,6 +139,8 @@ bool cLinkSocket::mayGoOn(LinkSession* session, int error)
     return false;
 }
 
+void cLinkSocket::endWriting() { ::shutdown(mFd, SHUT_WR); }
+
 void cLinkSocket::shutDown()
 {
     ::shutdown(mFd, SHUT_RDWR);

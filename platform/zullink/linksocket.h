@@ -46,6 +46,9 @@ public:
     /// Writes what @p session has to write. False if the rest must wait until more can be written.
     bool flush(LinkSession* session, int64_t nowMs);
 
+    /// Nothing more is written: the peer sees the end behind all that was. Reading goes on.
+    void endWriting();
+
     void shutDown();
 
     /// True when both ends are this very socket: an attempt to reach a port of this machine on which nobody

@@ -55,6 +55,8 @@ void cObjectClient::stop() { mLink->stop(); }
 
 void cObjectClient::disconnect() { mLink->disconnect(); }
 
+void cObjectClient::endWriting() { mLink->endWriting(); }
+
 void cObjectClient::setStateObserver(std::function<void(const sLinkState&)> observer)
 {
     mLink->setStateObserver(std::move(observer));

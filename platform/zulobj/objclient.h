@@ -73,6 +73,10 @@ public:
     /// thread that calls start().
     void disconnect();
 
+    /// Writes nothing more in this connection, which the peer can read to its end. A peer that ends it too
+    /// has read everything.
+    void endWriting();
+
     /// @p observer is called with each state of the link that differs from the one before: inside start(),
     /// disconnect() and processIo(), so with a driver only. Once, before start().
     void setStateObserver(std::function<void(const sLinkState&)> observer);

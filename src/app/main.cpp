@@ -305,7 +305,7 @@ int run(const cOptions& options)
     window.scenarios().onStep = [&control](const zulcommand::JsonPtr& line) { control.stepDone(line); };
     cSentWatch sentWatch(window);
     if (options.untilDone) {
-        window.scenarios().onDone = [&sentWatch] { sentWatch.endWith(0, -1); };
+        window.scenarios().onDone = [&sentWatch] { sentWatch.endWhenRead(0); };
     }
     const std::time_t started = std::time(nullptr);
     cScriptRun scriptRun(window, !options.seed);

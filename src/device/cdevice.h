@@ -68,6 +68,9 @@ public:
     /// Ends the link until the next start; events wait for that.
     void disconnectLink() { mObjectClient->disconnect(); }
 
+    /// As in cObjectClient.
+    void endWriting() { mObjectClient->endWriting(); }
+
     sLinkState linkState() const { return mObjectClient->state(); }
 
     /// Samples by @p clock, which is set before the device is started: first a sample rate from now.
