@@ -16,7 +16,7 @@ namespace {
 constexpr int kDevicesAtOnce = 200;
 
 /// A step that is made later than this, by the real clock, is late.
-constexpr std::chrono::milliseconds kLate(10);
+constexpr std::chrono::milliseconds kLateStep(10);
 
 } // namespace
 
@@ -29,7 +29,7 @@ public:
           mDevice(device),
           mPlayer(this, device.plain().getDeviceSerial(),
                   device.index() + scenarios.mSettings.shard.first(scenarios.mSettings.count),
-                  std::chrono::duration_cast<Time>(kLate * std::max(scenarios.mSettings.timeScale, 1.0))),
+                  std::chrono::duration_cast<Time>(kLateStep * std::max(scenarios.mSettings.timeScale, 1.0))),
           mSampleAt(samplePeriod())
     {
         mPlayer.onStep = [this](const ScenarioPlayer::Done& step) { fleet().stepDone(mDevice, step); };

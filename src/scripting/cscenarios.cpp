@@ -15,10 +15,10 @@ using namespace zulscenario;
 namespace {
 
 /// After this time the event loop handles other events first.
-constexpr int kTimeSliceMs = 5;
+constexpr int kAdvanceMs = 5;
 
 /// A step that is made later than this, by the real clock, is late.
-constexpr std::chrono::milliseconds kLate(10);
+constexpr std::chrono::milliseconds kLateStep(10);
 
 zuldevice::Counts countsOf(const cDevice& device)
 {
@@ -78,7 +78,7 @@ void cScenarios::makePlayer()
         return;
     }
     PlayedDevice* const played = this; // a private base
-    const auto late = std::chrono::duration_cast<Time>(kLate * std::max(mTimeScale, 1.0));
+    const auto late = std::chrono::duration_cast<Time>(kLateStep * std::max(mTimeScale, 1.0));
     mPlayer = std::make_unique<ScenarioPlayer>(played, mDevice->getDeviceSerial(), 0, late);
     mPlayer->onStep = [this](const ScenarioPlayer::Done& done) { onStep(stepLine(done)); };
     mPlayer->onMissed = [](const Timetable& timetable, const std::string& why) {
@@ -122,7 +122,7 @@ void cScenarios::advance()
     timer.start();
     mAdvancing = true;
     bool moreIsDue = true;
-    while (moreIsDue && !timer.hasExpired(kTimeSliceMs)) {
+    while (moreIsDue && !timer.hasExpired(kAdvanceMs)) {
         moreIsDue = mPlayer->advance(now());
     }
     mAdvancing = false;

@@ -69,7 +69,7 @@ class Monitor:
         wait_until(lambda: len(self.lines("disconnected")) == connections, "the devices are gone")
         told: dict[int, list[Any]] = {}
         for line in self.lines("message"):
-            told.setdefault(line["deviceSerial"], []).append(line["objects"])
+            told.setdefault(line["objects"][0]["deviceSerial"], []).append(line["objects"])
         return told
 
 
@@ -91,7 +91,7 @@ def monitor(tmp_path: Path) -> Iterator[Callable[[], Monitor]]:
 
 def play(*options: str | Path, cwd: Path | None = None) -> subprocess.CompletedProcess[str]:
     """Runs a zulbench without a window to its end."""
-    command = [BIN / "zulbench", "--headless", *options]
+    command: list[str | Path] = [BIN / "zulbench", "--headless", *options]
     ended = subprocess.run(command, capture_output=True, text=True, timeout=120, cwd=cwd)
     # What Qt and the window say at each start.
     ended.stderr = re.sub(r"^(QStandardPaths|Config Dir|Starting with|This plugin|\d{4}-).*\n", "", ended.stderr, flags=re.M)
@@ -116,11 +116,15 @@ PORTS = ("--din", "4", "--dout", "2", "--ain", "2", "--scanners", "1")
 
 def test_the_same_scenario_and_seed_tell_the_same_again(monitor: Callable[[], Monitor], tmp_path: Path) -> None:
     file = write(tmp_path, DAY)
+    captures = [tmp_path / "a.pcapng", tmp_path / "b.pcapng"]
     first, second = (
-        bench(monitor(), *PORTS, "--scenario", file, "--time-scale", "10000", "--seed", "3") for _ in range(2)
+        bench(monitor(), *PORTS, "--scenario", file, "--time-scale", "10000", "--seed", "3", "--capture", capture)
+        for capture in captures
     )
     assert len(first) > 144 + 14 + 48 + 2 * 140  # the samples that the rate sends too
     assert first == second
+    compared = subprocess.run([BIN / "zulcapture", "diff", *captures], capture_output=True, text=True, timeout=60)
+    assert (compared.returncode, compared.stdout, compared.stderr) == (0, "", "")
 
 
 def test_a_day_is_the_same_at_any_speed(monitor: Callable[[], Monitor], tmp_path: Path) -> None:
@@ -135,7 +139,7 @@ def test_a_day_is_the_same_at_any_speed(monitor: Callable[[], Monitor], tmp_path
 def test_another_seed_tells_something_else(monitor: Callable[[], Monitor], tmp_path: Path) -> None:
     file = write(tmp_path, DAY)
     own, other = (
-        bench(monitor(), *PORTS, "--scenario", file, "--time-scale", "10000", *seed) for seed in ([], ["--seed", "8"])
+        bench(monitor(), *PORTS, "--scenario", file, "--time-scale", "10000", *seed) for seed in ((), ("--seed", "8"))
     )
     assert own != other
 
@@ -256,12 +260,12 @@ def test_a_mistake_is_told_with_its_place_and_nothing_is_played(
 ) -> None:
     good = write(tmp_path, EXPECTING, "good.yaml")
     bad = write(tmp_path, text, "bad.yaml")
-    for option in ([], ["--check"], ["--until-done"]):
+    for option in ((), ("--check",), ("--until-done",)):
         ended = play("--din", "4", "--dout", "2", "--scenario", good, "--scenario", bad, *option)
         assert ended.returncode == 1
         assert ended.stderr.startswith(f"{bad}:{line}:{column}: ")
         assert ended.stderr.count("\n") == 1
-    fleet = ["--server", "127.0.0.1:1", "--count", "3", "--din", "4", "--scenario", bad]
+    fleet: list[str | Path] = ["--server", "127.0.0.1:1", "--count", "3", "--din", "4", "--scenario", bad]
     ended = subprocess.run([BIN / "zulfleet", *fleet], capture_output=True, text=True, timeout=60)
     assert ended.returncode == 1
     assert ended.stderr.startswith(f"{bad}:{line}:{column}: ")

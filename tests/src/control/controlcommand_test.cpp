@@ -66,6 +66,8 @@ void TestControlCommand::aMistakeIsOneSentence_data()
     row("expect", "The command expects \"event\", \"no event\" or \"get\".");
     row("expect get", "The command does not say what to get.");
     row("expect get link", "The command expects no link: wait link up or wait link down does.");
+    row("expect get scenario", "The command expects nothing of a scenario: a step of it may.");
+    row("scenario", "The command needs FILE.");
     row("expect get din 1 value=1", "OBJ_PORT_DIN has no field \"value\".");
     row("expect get din 1 within=x", "within is not a number of seconds above 0 and up to 86400: \"x\".");
     row("expect get din 1 timeout=1", "The command takes within=S, not timeout=S.");
