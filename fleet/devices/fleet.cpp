@@ -412,7 +412,8 @@ void Fleet::play(const Scenarios::Timetables& timetables)
         return;
     }
     if (!mScenarios) {
-        mScenarios = std::make_unique<Scenarios>(*this, mSettings, mClock);
+        Scenarios::Owner* const owner = this; // a private base
+        mScenarios = std::make_unique<Scenarios>(owner, mDevices, mSettings, mClock);
     }
     mScenarios->add(timetables);
     boost::asio::post(mIo, [this] { arm(nowUs()); });
@@ -453,6 +454,23 @@ ScenarioReport Fleet::scenarioReport() const
     std::vector<Device*> all;
     std::ranges::transform(mDevices, std::back_inserter(all), [](auto& device) { return device.get(); });
     return scenarioReport(all);
+}
+
+void Fleet::perform(Device& device, const std::function<void(PlainDevice&)>& act)
+{
+    this->act(device, [&act](PlainDevice& plain) {
+        act(plain);
+        return true;
+    });
+}
+
+void Fleet::setLink(Device& device, bool up)
+{
+    if (up) {
+        connect(device);
+    } else {
+        disconnect(device);
+    }
 }
 
 void Fleet::stepDone(Device& device, const ScenarioPlayer::Done& done)

@@ -24,7 +24,7 @@ namespace fleet {
 
 /// The devices of one process: has them connect, report events and lose their connections when it is time,
 /// and counts what becomes of it. One thread.
-class Fleet : private Device::Owner
+class Fleet : private Device::Owner, private Scenarios::Owner
 {
 public:
     /// What the devices are doing now.
@@ -71,9 +71,6 @@ public:
     zulscenario::ScenarioReport scenarioReport(const std::vector<Device*>& devices) const;
     zulscenario::ScenarioReport scenarioReport() const;
 
-    /// A step of a scenario was done at @p device.
-    void stepDone(Device& device, const zulscenario::ScenarioPlayer::Done& done);
-
     /// Null for none.
     void setObserver(Observer* observer) { mObserver = observer; }
 
@@ -106,6 +103,10 @@ private:
     void dropped(eMessage message) override;
     void setReceived(Device& device, cObjectList& message) override;
     void setApplied(Device& device) override;
+
+    void perform(Device& device, const std::function<void(PlainDevice&)>& act) override;
+    void setLink(Device& device, bool up) override;
+    void stepDone(Device& device, const zulscenario::ScenarioPlayer::Done& done) override;
 
     struct Record
     {

@@ -2,7 +2,6 @@
 
 #include <limits>
 
-#include "fleet/devices/fleet.h"
 #include "fleet/devices/steadytime.h"
 #include "zulscenario/scenarioreader.h"
 
@@ -32,7 +31,7 @@ public:
                   std::chrono::duration_cast<Time>(kLateStep * std::max(scenarios.mSettings.timeScale, 1.0))),
           mSampleAt(samplePeriod())
     {
-        mPlayer.onStep = [this](const ScenarioPlayer::Done& step) { fleet().stepDone(mDevice, step); };
+        mPlayer.onStep = [this](const ScenarioPlayer::Done& step) { owner().stepDone(mDevice, step); };
         mDevice.setSensors(this);
         mDevice.beginSampling(scenarios.mClock.beginning());
     }
@@ -48,52 +47,41 @@ public:
     bool done = true;
 
 private:
-    Fleet& fleet() const { return mScenarios.mFleet; }
+    Owner& owner() const { return mScenarios.mOwner; }
     const PlainDevice& plain() const { return mDevice.plain(); }
 
     void setDigitalInput(uint32_t port, bool high) override
     {
-        fleet().act(mDevice, [&](PlainDevice& plain) { return plain.setDigitalInput(port, high); });
+        owner().perform(mDevice, [&](PlainDevice& plain) { plain.setDigitalInput(port, high); });
     }
 
     void setAnalogInput(uint32_t port, int value) override
     {
-        fleet().act(mDevice, [&](PlainDevice& plain) { return plain.setAnalogInput(port, value); });
+        owner().perform(mDevice, [&](PlainDevice& plain) { plain.setAnalogInput(port, value); });
     }
 
     void place(const Port& port, int value) override
     {
-        fleet().act(mDevice, [&](PlainDevice& plain) {
+        owner().perform(mDevice, [&](PlainDevice& plain) {
             if (port.isDigital()) {
                 plain.placeDigitalInput(port.number, value != 0);
             } else {
                 plain.placeAnalogInput(port.number, value);
             }
-            return true;
         });
     }
 
     void scan(uint32_t scanner, const std::string& code) override
     {
-        fleet().act(mDevice, [&](PlainDevice& plain) { return plain.scan(scanner, code.c_str()); });
+        owner().perform(mDevice, [&](PlainDevice& plain) { plain.scan(scanner, code.c_str()); });
     }
 
     void adhoc(uint32_t id, const std::string& label, const std::string& value) override
     {
-        fleet().act(mDevice, [&](PlainDevice& plain) {
-            plain.adhoc(id, label.c_str(), value.c_str());
-            return true;
-        });
+        owner().perform(mDevice, [&](PlainDevice& plain) { plain.adhoc(id, label.c_str(), value.c_str()); });
     }
 
-    void setLink(bool up) override
-    {
-        if (up) {
-            fleet().connect(mDevice);
-        } else {
-            fleet().disconnect(mDevice);
-        }
-    }
+    void setLink(bool up) override { owner().setLink(mDevice, up); }
 
     double read(const Port& port) const override
     {
@@ -125,9 +113,8 @@ private:
     {
         const time_t time =
             mScenarios.mClock.beginning() + std::chrono::floor<std::chrono::seconds>(now).count();
-        fleet().act(mDevice, [&](PlainDevice& plain) {
+        owner().perform(mDevice, [&](PlainDevice& plain) {
             mScenarios.mSettings.sampleEvery ? plain.sampleAll(time) : plain.takeSamples(time);
-            return true;
         });
         mSampleAt += samplePeriod();
     }
@@ -143,10 +130,11 @@ private:
     Time mSampleAt; ///< if the settings say how often
 };
 
-Scenarios::Scenarios(Fleet& fleet, const FleetSettings& settings, const cScaledClock& clock)
-    : mFleet(fleet), mSettings(settings), mClock(clock)
+Scenarios::Scenarios(Owner* owner, const std::vector<std::unique_ptr<Device>>& devices,
+                     const FleetSettings& settings, const cScaledClock& clock)
+    : mOwner(*owner), mSettings(settings), mClock(clock)
 {
-    for (const auto& device : fleet.devices()) {
+    for (const auto& device : devices) {
         mPlayers.push_back(std::make_unique<DevicePlayer>(*this, *device));
     }
     mDone = mPlayers.size();

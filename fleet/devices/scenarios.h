@@ -1,19 +1,18 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "fleet/devices/device.h"
 #include "fleet/devices/fleetsettings.h"
 #include "zuldevice/scaledclock.h"
 #include "zulscenario/scenarioreport.h"
 
 namespace fleet {
-
-class Device;
-class Fleet;
 
 /// Plays scenarios on each device of a fleet, with draws of its own. The devices' samples follow the same
 /// clock then.
@@ -22,8 +21,21 @@ class Scenarios
 public:
     using Timetables = std::vector<std::shared_ptr<const zulscenario::Timetable>>;
 
-    /// Both outlive it. Times count from the beginning of @p clock.
-    Scenarios(Fleet& fleet, const FleetSettings& settings, const cScaledClock& clock);
+    /// Does what the scenarios want.
+    class Owner
+    {
+    public:
+        virtual ~Owner() = default;
+
+        /// Has @p act report an event that was not planned.
+        virtual void perform(Device& device, const std::function<void(PlainDevice&)>& act) = 0;
+        virtual void setLink(Device& device, bool up) = 0;
+        virtual void stepDone(Device& device, const zulscenario::ScenarioPlayer::Done& done) = 0;
+    };
+
+    /// All outlive it. Times count from the beginning of @p clock.
+    Scenarios(Owner* owner, const std::vector<std::unique_ptr<Device>>& devices,
+              const FleetSettings& settings, const cScaledClock& clock);
     ~Scenarios();
 
     /// Sets the inputs of all devices as the scenarios start, and plays them from now on.
@@ -48,7 +60,7 @@ private:
 
     void schedule(DevicePlayer& player);
 
-    Fleet& mFleet;
+    Owner& mOwner;
     const FleetSettings& mSettings;
     const cScaledClock& mClock;
     std::vector<std::unique_ptr<DevicePlayer>> mPlayers;
