@@ -291,6 +291,7 @@ def test_a_scenario_is_played_from_python(tmp_path: Path) -> None:
         assert (done["scenarios"], done["done"], done["ended"]) == (1, 2, True)
         device.play(file)
         server.expect_event("OBJ_ACCESS", scanCode="A", within=30)
+        device.wait_scenario()  # its reply comes behind the lines of the steps
         steps = [line for line in device.events if line["event"] == "step"]
         assert [step["step"] for step in steps[-2:]] == [1, 2]
         assert steps[-1]["scenario"] == "a" and steps[-1]["planned"] == 20 <= steps[-1]["actual"]
