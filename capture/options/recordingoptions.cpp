@@ -33,8 +33,9 @@ std::string readAll(const std::string& path, const std::optional<uint32_t>& port
     recording.onProblem = say;
     std::string failure = recording.open(path);
     for (RecordedItem item; failure.empty() && recording.next(&item);) {
-        failure = take(item);
-        failure = failure.empty() ? "" : zulcommand::quote(path) + ": " + failure;
+        if (const std::string why = take(item); !why.empty()) {
+            failure = zulcommand::quote(path) + ": " + why;
+        }
     }
     return failure.empty() ? recording.failure() : failure;
 }

@@ -160,7 +160,7 @@ private:
     std::string listen(PeerAcceptor* acceptor, std::deque<tcp::socket>* peers, std::ostream& out,
                        const std::function<void(const std::string&)>& say) const
     {
-        const std::string failure = acceptor->open("127.0.0.1", static_cast<uint16_t>(*mListen));
+        std::string failure = acceptor->open("127.0.0.1", static_cast<uint16_t>(*mListen));
         if (!failure.empty()) {
             return failure;
         }

@@ -58,7 +58,7 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
 std::string readCommands(const std::string& path, std::vector<std::string>* commands)
 {
     std::string text;
-    const std::string mistake = zulcommand::readTextFile(path, &text);
+    std::string mistake = zulcommand::readTextFile(path, &text);
     std::istringstream lines(text);
     for (std::string line; mistake.empty() && std::getline(lines, line);) {
         commands->push_back(line);

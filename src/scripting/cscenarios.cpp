@@ -186,11 +186,12 @@ void cScenarios::setLink(bool up) { mSetLink(up); }
 
 double cScenarios::read(const Port& port) const
 {
-    const cObjectPort* found = mDevice->findPort(port.type, static_cast<int>(port.number));
-    if (const auto* input = dynamic_cast<const cAInput*>(found)) {
+    // The reader has refused ports that the device has not.
+    const cObjectPort& found = *mDevice->findPort(port.type, static_cast<int>(port.number));
+    if (const auto* input = dynamic_cast<const cAInput*>(&found)) {
         return input->getCurrentSample();
     }
-    return valueOf(*found);
+    return valueOf(found);
 }
 
 std::optional<Time> cScenarios::nextSample() const
