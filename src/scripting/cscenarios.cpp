@@ -188,10 +188,8 @@ double cScenarios::read(const Port& port) const
 {
     // The reader has refused ports that the device has not.
     const cObjectPort& found = *mDevice->findPort(port.type, static_cast<int>(port.number));
-    if (const auto* input = dynamic_cast<const cAInput*>(&found)) {
-        return input->getCurrentSample();
-    }
-    return valueOf(found);
+    return port.type == OBJ_PORT_AIN ? dynamic_cast<const cAInput&>(found).getCurrentSample()
+                                     : valueOf(found);
 }
 
 std::optional<Time> cScenarios::nextSample() const
