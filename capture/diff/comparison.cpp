@@ -132,7 +132,8 @@ void Comparison::dropFront(Lane* lane, bool isA, Messages* to)
     to->splice(to->end(), from, from.begin());
 }
 
-/// Reports what stands in one place of both; two messages of one shape are one that was changed.
+/// Reports the messages of one place of both sides. Two messages of the same shape count as one that was
+/// changed.
 void Comparison::report(const Kind& kind, const Messages& onlyA, const Messages& onlyB)
 {
     auto b = onlyB.begin();

@@ -16,7 +16,7 @@ namespace capture {
 class AnswerNumbers
 {
 public:
-    /// Older questions without answer are forgotten: so many can be outstanding.
+    /// The most questions that can be outstanding at once. Older ones without an answer are forgotten.
     static constexpr size_t kMaxQuestions = 256;
 
     /// The question @p number of the recorded connection.

@@ -29,7 +29,7 @@ public:
 
     std::function<void(WMsg&&)> onMessage = [](WMsg&&) {};
 
-    /// So many bytes that belong to no message came.
+    /// Called with the number of bytes that came and belong to no message.
     std::function<void(uint64_t)> onDamaged = [](uint64_t) {};
 
     void start();

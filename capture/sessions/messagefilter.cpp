@@ -12,7 +12,7 @@ using namespace zulcommand;
 
 namespace {
 
-/// @p word as a line of commands has it: a value with blanks stands in quotation marks.
+/// Returns @p word as it is written in a line of commands: quotation marks enclose a value with blanks.
 std::string written(const std::string& word)
 {
     const size_t value = word.find('=') + 1;

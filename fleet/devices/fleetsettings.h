@@ -32,8 +32,8 @@ struct FleetSettings
     std::optional<int64_t> sampleEvery; ///< nothing if the devices' own rates say
     std::vector<OutageOrder> outages;
     std::optional<int64_t> duration; ///< after the events began; nothing for no end
-    double timeScale = 1.0;          ///< the devices' own samples and scenarios are so many times as fast
-    bool untilDone = false;          ///< ends when the scenarios are done and all events are sent
+    double timeScale = 1.0; ///< the speed of the devices' own samples and of scenarios; 1 is real time
+    bool untilDone = false; ///< ends when the scenarios are done and all events are sent
     Shard shard;
     sLinkSettings link;
 };

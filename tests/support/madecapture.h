@@ -61,7 +61,7 @@ public:
         send(line->interface, line->server, line->client, &line->fromServer, line->fromClient, bytes);
     }
 
-    /// As if a packet with so many bytes had not been recorded.
+    /// Leaves a gap in the stream, as if the recorder had missed a packet of @p bytes bytes.
     static void skipFromClient(Line* line, uint32_t bytes) { line->fromClient += bytes; }
 
     void wait(int64_t ms) { mNowNs += ms * 1'000'000; }

@@ -16,7 +16,7 @@ using zulcommand::JsonPtr;
 
 constexpr uint16_t kServerPort = 50000;
 
-/// "member value" of each line; nothing if a line lacks it.
+/// The member @p name of each line, as JSON; an empty text if a line lacks it.
 Lines members(const ProgramRun& run, const char* name)
 {
     Lines values;
