@@ -1,6 +1,5 @@
 #include "capture/show/messageline.h"
 
-#include <chrono>
 #include <cmath>
 
 #include "zulcommand/reply.h"
@@ -10,12 +9,6 @@ namespace capture {
 using zulcommand::JsonPtr;
 
 namespace {
-
-std::chrono::system_clock::time_point timePoint(int64_t ns)
-{
-    using namespace std::chrono;
-    return system_clock::time_point(duration_cast<system_clock::duration>(nanoseconds(ns)));
-}
 
 json_t* serialOf(const Connection& connection)
 {
@@ -47,7 +40,7 @@ std::string messageLine(const RecordedItem& item)
     if (!status.isOk()) {
         set(line, "error", zulcommand::textOf(status.text()));
     }
-    return zulcommand::lineText(line, timePoint(item.timeNs));
+    return zulcommand::lineText(line, item.timeNs);
 }
 
 } // namespace capture

@@ -29,4 +29,11 @@ std::string lineText(const JsonPtr& line, std::chrono::system_clock::time_point 
     return text.insert(std::min(text.find(','), text.size()), member.data());
 }
 
+std::string lineText(const JsonPtr& line, int64_t timeNs)
+{
+    using namespace std::chrono;
+    return lineText(line,
+                    system_clock::time_point(duration_cast<system_clock::duration>(nanoseconds(timeNs))));
+}
+
 } // namespace zulcommand

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <jansson.h>
 #include <memory>
 #include <string>
@@ -25,5 +26,8 @@ inline std::string dumped(const JsonPtr& json) { return dumped(json.get()); }
 /// The text of the object @p line, without its end, with the member "time" after its first one: @p time in
 /// seconds since the epoch.
 std::string lineText(const JsonPtr& line, std::chrono::system_clock::time_point time);
+
+/// The same at @p timeNs, nanoseconds since 1970.
+std::string lineText(const JsonPtr& line, int64_t timeNs);
 
 } // namespace zulcommand

@@ -1,7 +1,6 @@
 #include "proxy/app/dryrun.h"
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <fstream>
 #include <ostream>
@@ -13,16 +12,6 @@
 namespace proxy {
 
 using zulcommand::quote;
-
-namespace {
-
-std::chrono::system_clock::time_point timePoint(int64_t ns)
-{
-    using namespace std::chrono;
-    return system_clock::time_point(duration_cast<system_clock::duration>(nanoseconds(ns)));
-}
-
-} // namespace
 
 int runDryRun(const Options& options, std::ostream& out, std::ostream& err)
 {
@@ -37,7 +26,7 @@ int runDryRun(const Options& options, std::ostream& out, std::ostream& err)
         {options.rules, options.seed, static_cast<uint16_t>(options.port.value_or(Replay::kServerPort))});
     replay.onProblem = say;
     replay.onFault = [&out](const Fault& fault, int64_t timeNs) {
-        out << zulcommand::lineText(faultLine(fault), timePoint(timeNs)) << '\n';
+        out << zulcommand::lineText(faultLine(fault), timeNs) << '\n';
     };
     cPacketReader reader(&stream);
     sPacket packet;
