@@ -3,17 +3,24 @@
 #include <QDebug>
 #include <QTextStream>
 
+namespace {
+
+/// Keeps a byte order mark at the front, which is one at the front of a file only.
+QString textOf(const std::string& utf8) { return QString::fromStdString('>' + utf8).mid(1); }
+
+} // namespace
+
 cDeviceFile cDeviceFile::read(const QByteArray& content)
 {
     QTextStream stream(content);
     const auto file = zuldevice::DeviceFile::read(stream.readAll().toStdString());
     cDeviceFile values;
     static_cast<zuldevice::Counts&>(values) = file.counts;
-    values.type = QString::fromStdString(file.type);
-    values.version = QString::fromStdString(file.version);
-    values.serial = QString::fromStdString(file.serial);
+    values.type = textOf(file.type);
+    values.version = textOf(file.version);
+    values.serial = textOf(file.serial);
     if (file.label) {
-        values.label = QString::fromStdString(*file.label);
+        values.label = textOf(*file.label);
         qDebug().noquote().nospace() << "Read Label As:\"" << values.label << '"';
     }
     return values;

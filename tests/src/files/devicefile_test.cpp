@@ -102,6 +102,9 @@ void TestDeviceFile::readingGivesTheValues_data()
     QTest::newRow("tenth and eleventh line")
         << kPanel7 + "Digital input(s):    9\nDevice label:        Other\n"
         << panel7;
+    QTest::newRow("byte order mark before the label, which is a character there")
+        << panelWithLine(9, "Device label:        \xEF\xBB\xBFPanel7\n")
+        << QByteArray("4 4 2 2 1 TYPE_DISCRETE_IO 3 1001 \xEF\xBB\xBFPanel7");
     QTest::newRow("colon inside the label") << panelWithLine(9, "Device label:        a:b\n")
                                             << QByteArray("4 4 2 2 1 TYPE_DISCRETE_IO 3 1001 a:b");
     QTest::newRow("another type is still text") << panelWithLine(6, "Device type:         TYPE_MODBUS")
