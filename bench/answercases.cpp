@@ -1,4 +1,4 @@
-// Has a device answer "get din *" so many times: what a tool that counts instructions runs. The server is a
+// Has a device answer "get din *" again and again: what a tool that counts instructions runs. The server is a
 // process of its own, so that it is not counted.
 
 #include <QApplication>
@@ -28,7 +28,7 @@ WMsg requestForAllInputs()
     return list.encode(&message).isOk() ? message : WMsg();
 }
 
-/// The server: asks so many times, then goes, which ends the device.
+/// The server: asks @p times times, then goes, which ends the device.
 [[noreturn]] void serve(BenchServer* server, long times)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);

@@ -1,5 +1,5 @@
-// Has one port change its state so many times, while its page is shown: what a tool that counts instructions
-// runs. What a change posts is handled, but nothing is painted meanwhile; no server is there.
+// Has one port change its state again and again, while its page is shown: what a tool that counts
+// instructions runs. What a change posts is handled, but nothing is painted meanwhile; no server is there.
 
 #include <QApplication>
 #include <cstdio>

@@ -92,7 +92,7 @@ std::function<bool()> masterOver(int link)
     };
 }
 
-/// The median of so many trips, in microseconds.
+/// The median of several trips, in microseconds.
 double medianOf(const std::function<bool()>& trip, int trips)
 {
     std::vector<double> taken;

@@ -1,4 +1,4 @@
-// How long the program takes to start with so many ports, and what a connection costs the server.
+// How long the program takes to start with N ports, and what a connection costs the server.
 
 #include <QTemporaryDir>
 #include <dirent.h>

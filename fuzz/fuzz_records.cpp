@@ -14,7 +14,7 @@ namespace {
 
 using model::Bytes;
 
-/// So many records of one list are compared with each other.
+/// At most this many records of one list are compared with each other.
 constexpr size_t kCompared = 6;
 
 Bytes encoded(const cObject& record)

@@ -1,4 +1,4 @@
-// Encodes or decodes the same list so many times, by one codec: what a tool that counts instructions runs.
+// Encodes or decodes the same list again and again, by one codec: what a tool that counts instructions runs.
 
 #include <capnp/message.h>
 #include <capnp/serialize.h>
@@ -39,7 +39,7 @@ std::vector<handwritten::Input> inputs()
     return list;
 }
 
-/// What is done so many times, and whether it was done right.
+/// What is done again and again, and whether it was done right.
 struct Case
 {
     std::function<void()> once;

@@ -35,7 +35,7 @@ public:
     /// go back count as the latest one.
     Clock::time_point due(int64_t timeNs);
 
-    /// What follows is due so much later.
+    /// Delays all that follows.
     void delay(Clock::duration time) { mBegin = mBegin.value_or(Clock::now()) + time; }
 
 private:

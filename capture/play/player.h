@@ -33,7 +33,7 @@ public:
         bool waitsForPeer = false;
         uint32_t rounds = 1;
 
-        /// So long the other side may take to say what it said in the recording; then it counts as missing.
+        /// How long the other side may take to say what it said in the recording; then it counts as missing.
         std::chrono::milliseconds patience = std::chrono::seconds(10);
     };
 

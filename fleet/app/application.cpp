@@ -17,7 +17,7 @@ namespace fleet {
 
 namespace {
 
-/// On a terminal the line is rewritten so often.
+/// On a terminal the line is rewritten at this interval.
 constexpr double kTerminalSeconds = 1.0;
 
 std::string kernel()

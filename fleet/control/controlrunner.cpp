@@ -14,7 +14,7 @@ using Kind = sControlCommand::Kind;
 
 namespace {
 
-/// So often a command that waits looks whether its time has come.
+/// A command that waits checks its condition at this interval.
 constexpr auto kLookEvery = std::chrono::milliseconds(10);
 
 bool actsOnDevices(Kind kind)

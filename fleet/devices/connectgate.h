@@ -40,7 +40,7 @@ public:
     }
 
 private:
-    /// A loop that is late makes up for so much of its delay.
+    /// A loop that is late makes up for at most this delay.
     static constexpr int64_t kCatchUp = 20 * kMillisecond;
 
     /// The rest is room for what it makes up for.

@@ -23,7 +23,7 @@ constexpr int kStepsAtOnce = 200;
 /// The longest wait for a server that does not end the connections after it has read everything.
 constexpr int64_t kMaxReadUs = 2 * kSecond;
 
-/// So often a fleet whose scenarios are done looks whether all events are sent.
+/// A fleet whose scenarios are done checks at this interval if all events are sent.
 constexpr int64_t kSentLookUs = 10 * kMillisecond;
 
 constexpr int64_t kLate = 10 * kMillisecond;

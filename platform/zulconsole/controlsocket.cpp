@@ -14,7 +14,7 @@ namespace zulconsole {
 
 namespace {
 
-/// So long a client waits if the system has no descriptor for it.
+/// How long a client waits if the system has no descriptor for it.
 constexpr auto kRetry = std::chrono::milliseconds(100);
 
 } // namespace

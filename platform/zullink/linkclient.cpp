@@ -13,7 +13,7 @@
 
 namespace {
 
-/// So often the link thread reads before it looks at other things.
+/// The link thread reads at most this many times before it looks at other things.
 constexpr int kMaxReads = 16;
 
 /// What a message that waits to be delivered takes.

@@ -239,7 +239,7 @@ struct Scenario
 {
     std::string name = {};
     std::optional<uint32_t> seed = {};
-    Time spread = {}; ///< a device of a fleet starts up to so much later
+    Time spread = {}; ///< the longest delay of a device's start in a fleet
     std::vector<Level> start = {};
     std::deque<Step> steps = {};
     std::optional<uint32_t> repeat = 1; ///< from 1; nothing for "forever"

@@ -22,7 +22,7 @@ using zulcommand::quote;
 
 namespace {
 
-/// So long the name of the server may take.
+/// The longest wait for the address of the server's name.
 constexpr int kResolveMs = 10'000;
 
 /// How long the program waits at its end for a slow reader.

@@ -18,10 +18,10 @@ namespace proxy {
 
 namespace {
 
-/// So long each address of the server may take.
+/// The longest wait for a connection to one address of the server.
 constexpr auto kConnectTime = std::chrono::seconds(10);
 
-/// So long a side that got an end may still send; what it sends is dropped.
+/// How long a side may still send after the end was sent to it; what it sends is dropped.
 constexpr auto kDrainTime = std::chrono::seconds(5);
 
 boost::asio::steady_timer::time_point timeOf(int64_t ns)

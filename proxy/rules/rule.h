@@ -89,7 +89,7 @@ struct Rule : zulcommand::MessageSelector
 
     // What it does; which of them hold depends on the kind.
     int64_t ns = 0;       ///< ACCEPT_LATE, STALL, TIMEOUT, SLOW_CLOSE, DELAY, LATE: the time; SLICE: the gap
-    int64_t jitterNs = 0; ///< DELAY: up to so much more or less; at most `ns`
+    int64_t jitterNs = 0; ///< DELAY: the largest deviation from `ns`; at most `ns`
     uint32_t min =
         0; ///< RATE, JOIN, LIMIT: bytes; CORRUPT: bits; HOLD, EMPTY_SEGMENTS: how many; SLICE: bytes
     uint32_t max = 0;        ///< SLICE: the most bytes

@@ -1,4 +1,4 @@
-// Does one case so many times: what a tool that counts instructions runs.
+// Does one case TIMES times: what a tool that counts instructions runs.
 
 #include <QApplication>
 #include <cstdio>

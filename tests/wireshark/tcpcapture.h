@@ -76,7 +76,7 @@ public:
 
     void wait(uint64_t ms) { mTimeNs += ms * 1000000; }
 
-    /// Keeps only so many bytes of every packet that follows.
+    /// Keeps at most @p size bytes of every packet that follows.
     void cutAt(size_t size) { mMost = size; }
 
     void save(const std::string& path) const

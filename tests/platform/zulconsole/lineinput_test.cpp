@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Reads lines from a pipe in which so many wait.
+/// Reads lines from a pipe in which some wait already.
 class LineInputTest : public testing::Test
 {
 protected:

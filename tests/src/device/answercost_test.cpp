@@ -57,7 +57,7 @@ struct Cost
     size_t taken; ///< pieces of memory
 };
 
-/// What the second request for @p port of a device with so many digital inputs costs.
+/// What the second request for @p port of a device that has @p inputs digital inputs costs.
 Cost costOf(uint32_t inputs, uint32_t port)
 {
     const auto device = makeDevice(Counts{inputs, 0, 0, 0, 0});
