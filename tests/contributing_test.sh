@@ -38,6 +38,6 @@ target_include_directories(changed_test PRIVATE tests/support)
 target_compile_definitions(changed_test PRIVATE PROTOCOL_DOCUMENT="${PROJECT_SOURCE_DIR}/docs/protocol.md")
 target_link_libraries(changed_test PRIVATE zul::zulobj GTest::gtest_main)
 END
-cmake -G Ninja -S . -B build >/dev/null
+cmake -G Ninja -S . -B build -DCMAKE_UNITY_BUILD=ON >/dev/null
 cmake --build build --target changed_test -- --quiet
 build/changed_test --gtest_brief=1

@@ -23,7 +23,7 @@ configure() {
 
 ! configure || fail "the programs are configured without the packages that they need"
 rm -rf "$work/build"
-configure -DZUL_PROGRAMS=OFF || fail "$(<"$work/output")"
+configure -DZUL_PROGRAMS=OFF -DCMAKE_UNITY_BUILD=ON || fail "$(<"$work/output")"
 cmake --build "$work/build" >"$work/output" 2>&1 || fail "$(<"$work/output")"
 DESTDIR=$work/root cmake --install "$work/build" --prefix /usr >"$work/output" 2>&1 || fail "$(<"$work/output")"
 find "$work/root/usr" -type f >"$work/installed"
