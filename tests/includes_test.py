@@ -25,6 +25,7 @@ LAYERS = {
         ["zulcommand"],
         ["zulscenario"],
         ["zulconsole"],
+        ["zulhttp"],
         ["zuloptions"],
     ],
     "src": [["common"], ["files"], ["ports"], ["device"], ["dialogs", "scripting", "control"], ["app"]],
