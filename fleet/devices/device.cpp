@@ -211,12 +211,14 @@ void Device::hold(const std::string& reason, bool reset)
     mReason = reason;
 }
 
-void Device::endWriting()
+bool Device::finish()
 {
-    if (mDriver) {
+    const bool isSent = mPhase == ePhase::OFF || mSession.waitingEvents() == 0;
+    if (isSent && mDriver) {
         mHolding = true;
-        mDriver->endWriting();
+        mDriver->finish();
     }
+    return isSent && !mDriver;
 }
 
 void Device::release()

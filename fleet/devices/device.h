@@ -122,8 +122,9 @@ public:
     /// Ends the connection or the attempt; it stays down until release().
     void hold(const std::string& reason, bool reset);
 
-    /// The server can read the connection to its end; then the device stays down.
-    void endWriting();
+    /// Ends the connection when all events are sent and the server has read them; then the device stays down.
+    /// Call it again until it is true. A device that is OFF sends nothing more.
+    bool finish();
 
     // Let it connect again, after a pause or as soon as the owner has it connect.
     void release();

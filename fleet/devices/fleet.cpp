@@ -20,9 +20,6 @@ namespace {
 /// tick() does at most this many steps of one kind before the event loop handles the connections.
 constexpr int kStepsAtOnce = 200;
 
-/// The longest wait for a server that does not end the connections after it has read everything.
-constexpr int64_t kMaxReadUs = 2 * kSecond;
-
 /// A fleet whose scenarios are done checks at this interval if all events are sent.
 constexpr int64_t kSentLookUs = 10 * kMillisecond;
 
@@ -136,7 +133,7 @@ void Fleet::tick()
     const bool moreSteps = mScenarios && mScenarios->advance();
     const bool isOver =
         mEventsUs && mSettings.duration && now >= *mEventsUs + *mSettings.duration && !moreEvents;
-    if ((isOver || areScenariosOver(now)) && !std::exchange(mEnded, true)) {
+    if ((isOver || areScenariosOver()) && !std::exchange(mEnded, true)) {
         onEnd();
     }
     if (mEnded) {
@@ -419,25 +416,18 @@ void Fleet::play(const Scenarios::Timetables& timetables)
     boost::asio::post(mIo, [this] { arm(nowUs()); });
 }
 
-/// True when the servers have read everything: a connection that ends while the server still asks takes back
-/// what was not read.
-bool Fleet::areScenariosOver(int64_t nowUs)
+/// True when the servers have read everything.
+bool Fleet::areScenariosOver()
 {
     if (!mSettings.untilDone || !mScenarios || !mScenarios->isDone()) {
         return false;
     }
-    const bool allSent = std::ranges::all_of(mDevices, [](auto& device) {
-        return device->phase() == Device::ePhase::OFF || device->session().waitingEvents() == 0;
-    });
-    if (allSent && !mSentUs) {
-        mSentUs = nowUs;
-        for (const auto& device : mDevices) {
-            record(*device).planned = true;
-            device->endWriting();
-        }
+    size_t over = 0;
+    for (const auto& device : mDevices) {
+        record(*device).planned = true;
+        over += device->finish() ? 1 : 0;
     }
-    const auto isUp = [](auto& device) { return device->phase() == Device::ePhase::UP; };
-    return mSentUs && (nowUs - *mSentUs > kMaxReadUs || std::ranges::none_of(mDevices, isUp));
+    return over == mDevices.size();
 }
 
 ScenarioReport Fleet::scenarioReport(const std::vector<Device*>& devices) const

@@ -128,7 +128,7 @@ private:
     void begin(Device& device, int64_t sinceUs, int64_t nowUs);
     void reportEvent(uint64_t step, int64_t dueUs);
     void settle(Device& device);
-    bool areScenariosOver(int64_t nowUs);
+    bool areScenariosOver();
     void beginEvents();
     template <class Act>
     auto change(Device& device, Act act)
@@ -191,7 +191,6 @@ private:
 
     Scenarios::Timetables mTimetables;     ///< to be played from start() on
     std::unique_ptr<Scenarios> mScenarios; ///< null without scenarios
-    std::optional<int64_t> mSentUs;        ///< when all events were sent, if the fleet ends then
 
     bool mEnded = false;
     FleetReport mReport;

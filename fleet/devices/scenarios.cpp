@@ -32,6 +32,9 @@ public:
           mSampleAt(samplePeriod())
     {
         mPlayer.onStep = [this](const ScenarioPlayer::Done& step) { owner().stepDone(mDevice, step); };
+        if (scenarios.mSettings.untilDone) {
+            mPlayer.stopWhenDone();
+        }
         mDevice.setSensors(this);
         mDevice.beginSampling(scenarios.mClock.beginning());
     }

@@ -107,6 +107,14 @@ void AsioDriver::flush()
     }
 }
 
+void AsioDriver::finish()
+{
+    if (mSession->finish(linkNowMs())) {
+        mLink.endWriting();
+    }
+    flush();
+}
+
 void AsioDriver::writeOn()
 {
     mWaitingToWrite = false;

@@ -59,8 +59,8 @@ public:
     /// Writes what the session has to write, as far as the system takes it; the rest follows.
     void flush();
 
-    /// As in cLinkSocket.
-    void endWriting() { mLink.endWriting(); }
+    /// Ends the connection when the peer has read everything; call it again until it is closed.
+    void finish();
 
     void resumeReading();
 

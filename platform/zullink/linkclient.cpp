@@ -111,11 +111,15 @@ void cLinkClient::disconnect()
     reportStates(&lock);
 }
 
-void cLinkClient::endWriting()
+void cLinkClient::finish()
 {
     const std::lock_guard<std::mutex> lock(mMutex);
-    if (mSocket) {
-        mSocket->endWriting();
+    // What was asked and is not delivered yet is still to be answered.
+    if (mSocket && mInbound.empty() && mDelivering == nullptr) {
+        if (mSession.finish(linkNowMs())) {
+            mSocket->endWriting();
+        }
+        flush(linkNowMs());
     }
 }
 

@@ -42,7 +42,7 @@ public:
     bool start(const char* address, int port);
     void stop();
     void disconnect();
-    void endWriting();
+    void finish();
     void setStateObserver(std::function<void(const sLinkState&)> observer);
     sLinkState state() const;
     uint64_t unmatchedAnswers() const;

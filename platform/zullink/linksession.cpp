@@ -12,6 +12,9 @@ constexpr size_t kMaxPingsAtOnce = 256;
 /// An output buffer that is larger is not kept once it is written, so that idle connections hold little.
 constexpr size_t kMaxKeptBytes = 256;
 
+/// The number of the ping that asks whether everything was read. Others have 0.
+constexpr uint8_t kFinishPing = 1;
+
 constexpr char kNotReading[] = "it does not read what is sent to it";
 
 } // namespace
@@ -56,6 +59,7 @@ std::vector<LinkSession::AnswerHandler> LinkSession::drop(bool keepsMessages)
     mWritten = 0;
     mPings = {};
     mPingDue = false;
+    mFinish = eFinish::NOT_ASKED;
 
     std::vector<AnswerHandler> ended;
     for (Entry& entry : std::exchange(mOutstanding, {})) {
@@ -100,8 +104,8 @@ bool LinkSession::read(std::span<const uint8_t>* bytes, int64_t nowMs, Received*
             received->handler = message.answer ? takeHandler(message.seq) : nullptr;
             return true;
         }
-        if (!message.answer && message.type == wmsg::kControlPing && mPings.size() < kMaxPings) {
-            mPings.push_back(message.seq);
+        if (message.type == wmsg::kControlPing) {
+            readPing(message);
         }
     }
     *bytes = {};
@@ -109,6 +113,15 @@ bool LinkSession::read(std::span<const uint8_t>* bytes, int64_t nowMs, Received*
         abandon(mSettings.brokenBytes + mReader.status().text());
     }
     return false;
+}
+
+void LinkSession::readPing(const WMsg& ping)
+{
+    if (ping.answer && ping.seq == kFinishPing && mFinish == eFinish::PINGED) {
+        mFinish = eFinish::READ;
+    } else if (!ping.answer && mPings.size() < kMaxPings) {
+        mPings.push_back(ping.seq);
+    }
 }
 
 void LinkSession::setReading(bool reading, int64_t nowMs)
@@ -245,7 +258,7 @@ uint64_t LinkSession::waitingEvents() const
 
 std::span<const uint8_t> LinkSession::output(int64_t nowMs)
 {
-    if (!isSound()) {
+    if (!isSound() || mFinish == eFinish::FINISHED) {
         return {};
     }
     if (!isWriting()) {
@@ -278,6 +291,12 @@ void LinkSession::fillOutput()
     }
     fillPings();
     if (mQueue.empty()) {
+        if (mFinish == eFinish::PING_DUE) {
+            WMsg ping = WMsg::ping(false);
+            ping.seq = kFinishPing;
+            ping.appendFrames(mOutput);
+            mFinish = eFinish::PINGED;
+        }
         return;
     }
     Entry& entry = mQueue.front();
@@ -314,16 +333,27 @@ void LinkSession::fillPings()
     }
 }
 
+bool LinkSession::finish(int64_t nowMs)
+{
+    if (isSound() && mFinish == eFinish::NOT_ASKED) {
+        mFinish = eFinish::PING_DUE;
+        mFinishMs = nowMs;
+    } else if (mFinish == eFinish::READ && mQueue.empty() && !isWriting()) {
+        mFinish = eFinish::FINISHED;
+    }
+    return mFinish == eFinish::FINISHED;
+}
+
 int64_t LinkSession::deadline() const
 {
     if (!isSound()) {
         return kNever;
     }
-    int64_t next = kNever;
+    int64_t next = mFinish == eFinish::NOT_ASKED ? kNever : mFinishMs + mSettings.giveUpAfterMs;
     if (mReading) {
         const int64_t overdue = mReader.deadline();
-        next = std::min(mLastReceivedMs + (mPinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs),
-                        overdue == kNever ? kNever : overdue + mPausedMs);
+        next = std::min({next, mLastReceivedMs + (mPinged ? mSettings.giveUpAfterMs : mSettings.pingAfterMs),
+                         overdue == kNever ? kNever : overdue + mPausedMs});
     }
     return isWriting() ? std::min(next, mLastWrittenMs + mSettings.giveUpAfterMs) : next;
 }
@@ -345,5 +375,8 @@ void LinkSession::checkTimes(int64_t nowMs)
     }
     if (isWriting() && nowMs - mLastWrittenMs >= mSettings.giveUpAfterMs) {
         abandon(kNotReading);
+    }
+    if (mFinish != eFinish::NOT_ASKED && nowMs - mFinishMs >= mSettings.giveUpAfterMs) {
+        abandon("it does not end the connection");
     }
 }

@@ -161,6 +161,13 @@ public:
     /// The first @p size bytes of output() have been written.
     void written(size_t size, int64_t nowMs);
 
+    // The end.
+
+    /// Nothing more is to be sent: a ping behind all that waits asks the peer whether it has read that. Call
+    /// it again until it is true: the peer has answered, and everything that it asked before is answered too.
+    /// From then on nothing is written. The connection is given up if it lasts longer than giveUpAfterMs.
+    bool finish(int64_t nowMs);
+
     // Time.
 
     /// When to call checkTimes() next.
@@ -192,11 +199,21 @@ private:
 
     bool isSound() const { return mConnected && mProblem.empty(); }
     bool isWriting() const { return mWritten < mOutput.size(); }
+
+    enum class eFinish : uint8_t
+    {
+        NOT_ASKED,
+        PING_DUE,
+        PINGED,
+        READ,
+        FINISHED
+    };
     void push(Entry entry);
     void count(const Entry& entry, bool added);
     void trim();
     void fillOutput();
     void fillPings();
+    void readPing(const WMsg& ping);
     AnswerHandler takeHandler(uint8_t seq);
     void release(uint8_t seq);
     std::vector<AnswerHandler> drop(bool keepsMessages);
@@ -239,5 +256,7 @@ private:
     std::vector<uint8_t> mOutput; ///< control messages, then one other message
     size_t mWritten = 0;          ///< of mOutput
     Entries mPartialSend;         ///< the event in mOutput, to be sent again if that is cut off
-    int64_t mLastWrittenMs = 0;   ///< or when mOutput was filled
+    eFinish mFinish = eFinish::NOT_ASKED;
+    int64_t mFinishMs = 0;      ///< when the end was asked for
+    int64_t mLastWrittenMs = 0; ///< or when mOutput was filled
 };

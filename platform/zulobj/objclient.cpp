@@ -55,7 +55,7 @@ void cObjectClient::stop() { mLink->stop(); }
 
 void cObjectClient::disconnect() { mLink->disconnect(); }
 
-void cObjectClient::endWriting() { mLink->endWriting(); }
+void cObjectClient::finish() { mLink->finish(); }
 
 void cObjectClient::setStateObserver(std::function<void(const sLinkState&)> observer)
 {

@@ -73,9 +73,9 @@ public:
     /// thread that calls start().
     void disconnect();
 
-    /// Writes nothing more in this connection, which the peer can read to its end. A peer that ends it too
-    /// has read everything.
-    void endWriting();
+    /// Ends the connection when the peer has read everything, by LinkSession::finish(); call it again until
+    /// the link is no longer up.
+    void finish();
 
     /// @p observer is called with each state of the link that differs from the one before: inside start(),
     /// disconnect() and processIo(), so with a driver only. Once, before start().

@@ -127,6 +127,9 @@ bool ScenarioPlayer::isDone() const
 bool ScenarioPlayer::advance(Time now)
 {
     for (int left = kAtOnce; left > 0; --left) {
+        if (isStopped()) {
+            return false;
+        }
         const std::optional<Time> sample = mStage.device().nextSample();
         const bool isSample = sample && (mTasks.empty() || *sample < mTasks.front().at);
         if (isSample ? *sample > now : mTasks.empty() || mTasks.front().at > now) {
@@ -146,6 +149,9 @@ bool ScenarioPlayer::advance(Time now)
 
 std::optional<Time> ScenarioPlayer::next() const
 {
+    if (isStopped()) {
+        return std::nullopt;
+    }
     const std::optional<Time> sample = mStage.device().nextSample();
     if (mTasks.empty()) {
         return sample;

@@ -57,6 +57,9 @@ public:
     /// that of its draws. With @p spread it begins up to the scenario's spread later.
     void add(std::shared_ptr<const Timetable> timetable, uint32_t seed, Time begin, bool spread = false);
 
+    /// Nothing more is done, and no sample taken, once every scenario is done.
+    void stopWhenDone() { mStopsWhenDone = true; }
+
     /// Does what is due at @p now, in parts. Returns true if more is due.
     bool advance(Time now);
 
@@ -145,6 +148,7 @@ private:
     bool holds(const std::vector<Range>& ranges) const;
     std::string missedSentence(const Step& step) const;
 
+    bool isStopped() const { return mStopsWhenDone && isDone(); }
     void push(Task task);
     Task pop();
     void beginRound(uint32_t scenario);
@@ -163,6 +167,7 @@ private:
 
     Stage mStage;
     const Time mLateAfter;
+    bool mStopsWhenDone = false;
     std::vector<Played> mPlayed;
     std::vector<Task> mTasks; ///< a heap, the next one first
     uint64_t mOrder = 0;

@@ -26,18 +26,14 @@ void cSentWatch::endWhenRead(int status)
 void cSentWatch::look()
 {
     // The device may be gone: the end of a script is also told while the program stops.
-    const cDevice* device = mWindow.device();
+    cDevice* device = mWindow.device();
     const sLinkState link = device != nullptr ? device->linkState() : sLinkState();
-    // A program that ends while the server still asks takes back what the server has not read.
-    if (mAwaitsReading && !mEndedWriting && link.state == sLinkState::UP && link.waiting == 0) {
-        mEndedWriting = true;
-        mDeadline.setRemainingTime(kMaxReadMs);
-        mWindow.device()->endWriting();
-        return;
+    const bool isSent = link.state == sLinkState::OFF || link.waiting == 0;
+    const bool isRead = !mAwaitsReading || link.state != sLinkState::UP;
+    if (isSent && !isRead) {
+        device->finishLink();
     }
-    const bool isOver =
-        mEndedWriting ? link.state != sLinkState::UP : link.state == sLinkState::OFF || link.waiting == 0;
-    if (isOver || mDeadline.hasExpired()) {
+    if ((isSent && isRead) || mDeadline.hasExpired()) {
         mCheck.stop();
         QApplication::exit(mStatus);
     }

@@ -15,7 +15,8 @@ public:
     /// Ends with @p status, after @p maxMs at the latest.
     void endWith(int status, qint64 maxMs);
 
-    /// Ends with @p status when the server has read everything, however long it takes to reach it.
+    /// Ends with @p status when the server has read everything, however long it takes to reach it. A link
+    /// that is off is not waited for.
     void endWhenRead(int status);
 
 private:
@@ -23,13 +24,9 @@ private:
 
     static constexpr int kCheckIntervalMs = 10;
 
-    /// The longest wait for a server that does not end the connection after it has read everything.
-    static constexpr qint64 kMaxReadMs = 2000;
-
     MainWindow& mWindow;
     int mStatus = 0;
     bool mAwaitsReading = false;
-    bool mEndedWriting = false;
     QDeadlineTimer mDeadline;
     QTimer mCheck;
 };

@@ -305,6 +305,7 @@ int run(const cOptions& options)
     window.scenarios().onStep = [&control](const zulcommand::JsonPtr& line) { control.stepDone(line); };
     cSentWatch sentWatch(window);
     if (options.untilDone) {
+        window.scenarios().stopWhenDone();
         window.scenarios().onDone = [&sentWatch] { sentWatch.endWhenRead(0); };
     }
     const std::time_t started = std::time(nullptr);

@@ -69,7 +69,7 @@ public:
     void disconnectLink() { mObjectClient->disconnect(); }
 
     /// As in cObjectClient.
-    void endWriting() { mObjectClient->endWriting(); }
+    void finishLink() { mObjectClient->finish(); }
 
     sLinkState linkState() const { return mObjectClient->state(); }
 

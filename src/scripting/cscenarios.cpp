@@ -80,6 +80,9 @@ void cScenarios::makePlayer()
     PlayedDevice* const played = this; // a private base
     const auto late = std::chrono::duration_cast<Time>(kLateStep * std::max(mTimeScale, 1.0));
     mPlayer = std::make_unique<ScenarioPlayer>(played, mDevice->getDeviceSerial(), 0, late);
+    if (mStopsWhenDone) {
+        mPlayer->stopWhenDone();
+    }
     mPlayer->onStep = [this](const ScenarioPlayer::Done& done) { onStep(stepLine(done)); };
     mPlayer->onMissed = [](const Timetable& timetable, const std::string& why) {
         std::cerr << "zulbench: " << timetable.scenario().name << ": " << why << std::endl;

@@ -32,6 +32,9 @@ public:
 
     void setTimeScale(double scale) { mTimeScale = scale; }
 
+    /// The device does nothing more, and takes no samples, once all scenarios are done.
+    void stopWhenDone() { mStopsWhenDone = true; }
+
     /// In place of the scenarios' own seeds.
     void setSeed(uint32_t seed) { mSeed = seed; }
 
@@ -72,6 +75,7 @@ private:
     std::unique_ptr<zulscenario::ScenarioPlayer> mPlayer; ///< null until a scenario is added
     zulscenario::ScenarioReport mFormer;                  ///< of the devices before
     double mTimeScale = 1.0;
+    bool mStopsWhenDone = false;
     std::optional<uint32_t> mSeed;
     std::optional<uint32_t> mChance; ///< the seed of scenarios that have none
     bool mTellsChance = false;

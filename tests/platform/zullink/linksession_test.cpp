@@ -936,3 +936,72 @@ TEST(LinkSessionTest, withoutKeepingNothingOutlivesTheConnection)
     ends.connect();
     EXPECT_TRUE(ends.takeAll().empty());
 }
+
+// The end.
+
+TEST(LinkSessionTest, aPingBehindAllThatWaitsAsksWhetherThePeerHasReadIt)
+{
+    Ends ends;
+    ends.session.send(sizedMessage(3));
+    ends.session.send(sizedMessage(3));
+    ends.connect();
+    EXPECT_FALSE(ends.session.finish(ends.nowMs));
+    const std::vector<WMsg> written = ends.takeAll();
+    ASSERT_EQ(typesOf(written), (std::vector<int>{3, 3, wmsg::kControlPing}));
+    EXPECT_EQ(framesOf(written[2]), framesOf(pingOf(false, 1)));
+    ends.feed(pingOf(true, 0));
+    EXPECT_FALSE(ends.session.finish(ends.nowMs)) << "that answers another ping";
+    ends.feed(pingOf(true, 1));
+    EXPECT_TRUE(ends.session.finish(ends.nowMs));
+    ends.session.send(sizedMessage(3));
+    EXPECT_TRUE(ends.takeAll().empty());
+    EXPECT_EQ(ends.session.waitingEvents(), 1U);
+}
+
+TEST(LinkSessionTest, whatThePeerAskedBeforeTheEndIsAnswered)
+{
+    Ends ends;
+    ends.connect();
+    ends.session.finish(ends.nowMs);
+    EXPECT_EQ(ends.takeAll().size(), 1U);
+    ends.feed(sizedMessage(1, 7));
+    ends.feed(pingOf(true, 1));
+    ASSERT_EQ(ends.received.size(), 1U);
+    ends.session.answer(ends.received[0].token, sizedMessage(1));
+    EXPECT_FALSE(ends.session.finish(ends.nowMs));
+    ends.take(10);
+    EXPECT_FALSE(ends.session.finish(ends.nowMs));
+    EXPECT_EQ(ends.takeNumbers(), std::vector<int>{7});
+    EXPECT_TRUE(ends.session.finish(ends.nowMs));
+}
+
+TEST(LinkSessionTest, aNewConnectionIsAskedAnewWhetherItHasReadEverything)
+{
+    Ends ends;
+    ends.connect();
+    ends.session.finish(ends.nowMs);
+    ends.takeAll();
+    ends.feed(pingOf(true, 1));
+    callAll(ends.session.disconnected());
+    EXPECT_FALSE(ends.session.finish(ends.nowMs)) << "there is no peer";
+    ends.connect();
+    EXPECT_FALSE(ends.session.finish(ends.nowMs));
+    EXPECT_EQ(ends.takeNumbers(), std::vector<int>{1});
+}
+
+TEST(LinkSessionTest, aPeerThatDoesNotEndTheConnectionIsGivenUpAfterThirtySeconds)
+{
+    for (const bool answers : {true, false}) {
+        Ends ends;
+        ends.connect();
+        ends.session.finish(ends.nowMs);
+        ends.takeAll();
+        for (int seconds = 0; seconds < 30; ++seconds) {
+            EXPECT_EQ(ends.session.problem(), "");
+            ends.feed(answers ? pingOf(true, 1) : sizedMessage(3));
+            ends.session.finish(ends.nowMs);
+            ends.pass(1000);
+        }
+        EXPECT_EQ(ends.session.problem(), "it does not end the connection");
+    }
+}

@@ -88,6 +88,36 @@ TEST_P(EitherClientTest, SilentPeerIsPingedOnceAndGivenUp)
     EXPECT_TRUE(mPeer.accept().isOpen());
 }
 
+TEST_P(EitherClientTest, ConnectionEndsBehindTheAnswersOnceThePeerHasReadAllEvents)
+{
+    EitherClient client(GetParam(), quickSettings());
+    FunctionListener listener([&](cObjectList* list) { sendEmpty(client.get(), list->getMsgType()); });
+    client.get()->addListener(&listener);
+    ASSERT_TRUE(client.start(mPeer.port()));
+    PeerConnection peer = mPeer.accept();
+    sendEvent(client.get(), 1);
+    const std::jthread finisher([&](const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
+            client.get()->finish();
+            std::this_thread::yield();
+        }
+    });
+    WMsg message;
+    ASSERT_TRUE(peer.receiveAny(&message));
+    EXPECT_EQ(idOf(message), 1U);
+    WMsg ping = WMsg::ping(false);
+    ping.seq = 1;
+    ASSERT_TRUE(peer.receiveAny(&message));
+    EXPECT_EQ(framesOf(message), framesOf(ping));
+    peer.send(messageOf(cObjectList::kRequest, 7));
+    ping.answer = true;
+    peer.send(ping);
+    ASSERT_TRUE(peer.receiveAny(&message)) << "what was asked is answered first";
+    EXPECT_TRUE(message.answer);
+    EXPECT_EQ(message.seq, 7);
+    EXPECT_FALSE(peer.receiveAny(&message)) << "then it ends";
+}
+
 TEST_P(EitherClientTest, EveryLossIsFollowedByACleanConnection)
 {
     struct Row
