@@ -61,4 +61,14 @@ bool isEndless(const Step& step)
            lastsForever(step);
 }
 
+bool takesTime(const Step& step)
+{
+    const auto* at = std::get_if<At>(&step.trigger);
+    const auto* flood = std::get_if<Flood>(&step.action);
+    const auto* play = std::get_if<Play>(&step.action);
+    return at == nullptr || at->time > Time(0) || step.duration ||
+           std::holds_alternative<Ramp>(step.action) || (flood != nullptr && flood->count > 1) ||
+           (play != nullptr && play->table->times.back() > Time(0));
+}
+
 } // namespace zulscenario

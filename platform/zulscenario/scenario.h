@@ -235,6 +235,9 @@ struct Step
 /// True if @p step comes to no end by itself: a scenario with such a step is never done.
 bool isEndless(const Step& step);
 
+/// True if @p step comes after 0 s or goes on for a time. An Expect ends as soon as it is met.
+bool takesTime(const Step& step);
+
 struct Scenario
 {
     std::string name = {};

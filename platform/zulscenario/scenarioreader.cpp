@@ -96,6 +96,7 @@ public:
         } else if (key.text == "repeat") {
             mScenario.repeat = mValues.repeat(entry);
             mRepeatOffset = key.offset;
+            mTimesOffset = value.offset;
         } else if (key.text == "steps") {
             mStepsOffset = value.offset;
             if (value.kind != YamlNode::eKind::LIST) {
@@ -121,6 +122,10 @@ public:
                                                         std::to_string(endless->line) +
                                                         " never ends. Give it an end, or leave repeat out.");
         }
+        if (!mScenario.repeat && !mValues.mistakes().failed() &&
+            std::ranges::none_of(mScenario.steps, takesTime)) {
+            mValues.mistakes().fail(mTimesOffset, "repeat must be a number, or a step must come after 0 s.");
+        }
         return std::move(mScenario);
     }
 
@@ -130,6 +135,7 @@ private:
     Scenario mScenario;
     size_t mStepsOffset = 0;
     std::optional<size_t> mRepeatOffset;
+    size_t mTimesOffset = 0; ///< of the value of repeat
 };
 
 } // namespace
