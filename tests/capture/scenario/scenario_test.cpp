@@ -3,59 +3,14 @@
 #include <cmath>
 
 #include "messages.h"
+#include "playback.h"
 #include "programrun.h"
-#include "zulscenario/scenarioplayer.h"
 #include "zulscenario/scenarioreader.h"
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-using Lines = std::vector<std::string>;
 using namespace std::chrono_literals;
-using zulscenario::Port;
-using zulscenario::Time;
-
-/// A device that writes down what it would send, and when.
-class SendingDevice : public zulscenario::PlayedDevice
-{
-public:
-    void setDigitalInput(uint32_t port, bool high) override
-    {
-        if (mStates[port] != high) {
-            mStates[port] = high;
-            write("din " + std::to_string(port) + (high ? " high" : " low"));
-        }
-    }
-    void setAnalogInput(uint32_t port, int value) override
-    {
-        write("ain " + std::to_string(port) + ' ' + std::to_string(value));
-    }
-    void place(const Port& port, int value) override { mStates[port.number] = value != 0; }
-    void scan(uint32_t scanner, const std::string& code) override
-    {
-        write("scan " + std::to_string(scanner) + ' ' + code);
-    }
-    void adhoc(uint32_t id, const std::string& label, const std::string& value) override
-    {
-        write("adhoc " + std::to_string(id) + ' ' + label + ' ' + value);
-    }
-    void setLink(bool up) override { write(up ? "up" : "down"); }
-    double read(const Port& port) const override
-    {
-        const auto state = mStates.find(port.number);
-        return state != mStates.end() && state->second ? 1.0 : 0.0;
-    }
-    std::optional<Time> nextSample() const override { return std::nullopt; }
-    void takeSamples(Time /*now*/) override {}
-
-    Time now = {};
-    Lines sent;
-
-private:
-    void write(const std::string& what) { sent.push_back(std::to_string(now.count()) + "us " + what); }
-
-    std::map<uint32_t, bool> mStates;
-};
 
 class OperatorScenarioTest : public CaptureTest
 {
@@ -84,21 +39,15 @@ protected:
     ProgramRun made() { return runCapture({"scenario", file(mMade), "--device", "7"}); }
 
     /// What a device sends that plays @p text.
-    Lines played(const std::string& text)
+    std::string played(const std::string& text)
     {
         zulscenario::Scenario scenario;
         const std::string path = file(Bytes(text.begin(), text.end()), "yaml");
         EXPECT_EQ(zulscenario::readScenario(path, {4, 4, 4, 4, 4}, &scenario), "") << text;
-        SendingDevice device;
-        zulscenario::ScenarioPlayer player(&device, 7, 0, 10ms);
-        player.add(std::make_shared<const zulscenario::Timetable>(std::move(scenario)), 1, {});
-        for (auto next = player.next(); next; next = player.next()) {
-            device.now = *next;
-            while (player.advance(device.now)) {
-            }
-        }
-        EXPECT_TRUE(player.isDone());
-        return device.sent;
+        Playback playback(7);
+        playback.add(std::move(scenario)).run(24h);
+        EXPECT_TRUE(playback.player.isDone());
+        return playback.device.log;
     }
 
     MadeCapture mMade{"zulserver 1", {"zulserver"}};
@@ -129,9 +78,8 @@ TEST_F(OperatorScenarioTest, TheSameEventsComeAtTheSameTimesWhenItIsPlayed)
     const ProgramRun run = made();
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(played(run.out), (Lines{"1500000us din 2 high", "1500000us din 1 low", "1501000us din 2 low",
-                                      "1501000us ain 1 42", "61501000us scan 2 4711: \"{n}\" # \xC3\xA4",
-                                      "61501000us adhoc 99 door "}));
+    EXPECT_EQ(played(run.out), "1.5 din 2 high; 1.5 din 1 low; 1.501 din 2 low; 1.501 ain 1 42; "
+                               "61.501 scan 2 4711: \"{n}\" # \xC3\xA4; 61.501 adhoc 99 door ");
 }
 
 TEST_F(OperatorScenarioTest, SamplesThatTheRateSentStayOut)
@@ -144,7 +92,7 @@ TEST_F(OperatorScenarioTest, SamplesThatTheRateSentStayOut)
     }
     mMade.wait(10'000);
     mMade.fromClient(&line, sample(30.0F, 0));
-    EXPECT_EQ(played(made().out), (Lines{"0us din 1 high", "15430000000us ain 1 30"}));
+    EXPECT_EQ(played(made().out), "0.0 din 1 high; 15430.0 ain 1 30");
 }
 
 TEST_F(OperatorScenarioTest, OnlyWhatTheDeviceItselfSentCounts)
@@ -154,7 +102,7 @@ TEST_F(OperatorScenarioTest, OnlyWhatTheDeviceItselfSentCounts)
     auto other = mMade.open(50000);
     mMade.fromClient(&other, inputEvent(1, 8, 1, 1));
     mMade.fromServer(&line, inputEvent(1, 7, 2, 1));
-    EXPECT_EQ(played(made().out), Lines{"0us din 1 high"});
+    EXPECT_EQ(played(made().out), "0.0 din 1 high");
 }
 
 TEST_F(OperatorScenarioTest, WhatNoStepMakesIsLeftOutAndSaid)
@@ -167,7 +115,7 @@ TEST_F(OperatorScenarioTest, WhatNoStepMakesIsLeftOutAndSaid)
     mMade.fromClient(&line, sample(101.0F, 0));
     mMade.fromClient(&line, sample(20.5F, 0));
     const ProgramRun run = made();
-    EXPECT_EQ(played(run.out), Lines{"0us din 1 high"});
+    EXPECT_EQ(played(run.out), "0.0 din 1 high");
     EXPECT_EQ(run.err, "zulcapture: Events that no step of a scenario makes were left out: 4.\n");
     EXPECT_EQ(run.status, 0);
 }

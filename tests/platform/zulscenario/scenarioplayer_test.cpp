@@ -4,7 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
+
+#include "playback.h"
 
 using namespace zulscenario;
 using namespace std::chrono_literals;
@@ -17,124 +18,6 @@ constexpr Port kDin3{OBJ_PORT_DIN, 3};
 constexpr Port kDout1{OBJ_PORT_DOUT, 1};
 constexpr Port kAin1{OBJ_PORT_AIN, 1};
 constexpr Port kAin2{OBJ_PORT_AIN, 2};
-
-/// A device that writes down what is done with it.
-class WrittenDevice : public PlayedDevice
-{
-public:
-    void setDigitalInput(uint32_t port, bool high) override
-    {
-        double& value = mValues[{OBJ_PORT_DIN, port}];
-        if (value != (high ? 1.0 : 0.0)) {
-            value = high ? 1.0 : 0.0;
-            write("din " + std::to_string(port) + (high ? " high" : " low"));
-        }
-    }
-
-    void setAnalogInput(uint32_t port, int value) override
-    {
-        mValues[{OBJ_PORT_AIN, port}] = value;
-        values.push_back(value);
-        write("ain " + std::to_string(port) + ' ' + std::to_string(value));
-    }
-
-    void place(const Port& port, int value) override { mValues[{port.type, port.number}] = value; }
-    void scan(uint32_t scanner, const std::string& code) override
-    {
-        write("scan " + std::to_string(scanner) + ' ' + code);
-    }
-    void adhoc(uint32_t id, const std::string& label, const std::string& value) override
-    {
-        write("adhoc " + std::to_string(id) + ' ' + label + ' ' + value);
-    }
-    void setLink(bool up) override { write(up ? "link up" : "link down"); }
-
-    double read(const Port& port) const override
-    {
-        const auto value = mValues.find({port.type, port.number});
-        return value == mValues.end() ? 0.0 : value->second;
-    }
-
-    std::optional<Time> nextSample() const override { return sampleAt; }
-    void takeSamples(Time at) override
-    {
-        write("sample");
-        sampleAt = at + sampleEvery;
-    }
-
-    /// As the server does it.
-    void setOutput(bool high) { mValues[{OBJ_PORT_DOUT, 1}] = high ? 1.0 : 0.0; }
-
-    void write(const std::string& what)
-    {
-        const double seconds = std::chrono::duration<double>(*now).count();
-        std::string text = std::to_string(seconds);
-        text.erase(text.find_last_not_of('0') + 1);
-        text += text.ends_with('.') ? "0 " : " ";
-        log += (log.empty() ? "" : "; ") + text + what;
-        times.push_back(*now);
-    }
-
-    std::string log;
-    std::vector<Time> times;
-    std::vector<int> values; ///< of analog inputs
-    std::optional<Time> sampleAt;
-    Time sampleEvery = {};
-    const Time* now = nullptr;
-
-private:
-    std::map<std::pair<eObjectTypes, uint32_t>, double> mValues;
-};
-
-/// Plays scenarios with a clock of its own, which stands where the player wants to be called.
-class Playback
-{
-public:
-    explicit Playback(uint32_t serial = 1, uint32_t index = 0) : player(&device, serial, index, 10ms)
-    {
-        device.now = &now;
-        player.onStep = [this](const ScenarioPlayer::Done& done) { steps.push_back(done); };
-        player.onMissed = [this](const Timetable&, const std::string& why) { missed.push_back(why); };
-    }
-
-    Playback& add(Scenario scenario, uint32_t seed = 7, bool spread = false)
-    {
-        player.add(std::make_shared<const Timetable>(std::move(scenario)), seed, now, spread);
-        return *this;
-    }
-
-    /// Lets the time pass to @p end.
-    Playback& run(Time end)
-    {
-        for (auto next = player.next(); next && *next <= end; next = player.next()) {
-            now = std::max(now, *next);
-            while (player.advance(now)) {
-            }
-        }
-        now = end;
-        return *this;
-    }
-
-    /// Comes late: everything up to @p time is done then.
-    void comeLateAt(Time time)
-    {
-        now = time;
-        while (player.advance(now)) {
-        }
-    }
-
-    void serverSets(bool high)
-    {
-        device.setOutput(high);
-        player.portChanged(now);
-    }
-
-    Time now = {};
-    WrittenDevice device;
-    ScenarioPlayer player;
-    std::vector<ScenarioPlayer::Done> steps;
-    std::vector<std::string> missed;
-};
 
 Scenario scenarioOf(std::deque<Step> steps)
 {
@@ -358,6 +241,39 @@ TEST(ScenarioPlayerTest, aWalkStaysInItsSwingAndMovesALittleAtATime)
     }
 }
 
+TEST(ScenarioPlayerTest, aDayAtAThousandTimesTheSpeedGivesTheSameEventsAsAtSixty)
+{
+    Scenario day = scenarioOf(
+        {every({10s, 2s, 24h}, Toggle{kDin1}), every({1h, 30min, 24h}, scan("{n}")),
+         at(1h, Ramp{{{kAin1, 20, 85}}, 2h, 10s}), at(2min, sensor(kDin2, Sensor::eFault::CHATTER, 5), 10min),
+         at(4h, Wave{{{kAin2, 40, 30}}, 2h, 90s, Wave::eShape::WALK}, 12h),
+         at(5h, sensor(kAin1, Sensor::eFault::NOISE, 3), 10h),
+         at(5h, sensor(kAin2, Sensor::eFault::SPIKE, 9), 3h),
+         at(16h, sensor(kAin1, Sensor::eFault::DRIFT, 0.5), 8h),
+         at(14h, Flood{Adhoc{3, "a {n}", ""}, 500, 50.0}), when({{{kAin2, 60, 70}}, 300ms}, set(kDin3, 1)),
+         when({{{kAin2, 10, 20}}, 300ms}, set(kDin3, 0)), at(24h, set(kDin2, 1))});
+    day.start = {{kDin1, 1}, {kAin1, 20}};
+    // The programs' timers have a resolution of 1 ms.
+    const auto eventsAt = [&day](int64_t timeScale) {
+        Playback playback;
+        playback.resolution = timeScale * 1ms;
+        playback.device.sampleAt = 60s;
+        playback.device.sampleEvery = 60s;
+        playback.device.measured = [&playback](uint32_t port, int value) {
+            return ' ' +
+                   std::to_string(playback.player.measure(port, static_cast<float>(value), playback.now));
+        };
+        playback.add(day).run(24h);
+        for (const ScenarioPlayer::Done& step : playback.steps) {
+            EXPECT_LT(step.actual - step.planned, playback.resolution);
+        }
+        return playback.device.events;
+    };
+    const std::vector<std::string> events = eventsAt(60);
+    EXPECT_GT(events.size(), 12000U);
+    EXPECT_TRUE(events == eventsAt(1000));
+}
+
 TEST(ScenarioPlayerTest, aConditionIsMetWheneverItBeginsToHold)
 {
     Playback playback;
@@ -461,6 +377,19 @@ TEST(ScenarioPlayerTest, aScenarioIsDoneWhenItsLastTimedStepIs)
         EXPECT_TRUE(isEndless(step));
         EXPECT_FALSE(isDoneAt(1h, step));
     }
+}
+
+TEST(ScenarioPlayerTest, nothingIsDoneBehindTheEndIfThePlayerStopsThen)
+{
+    Playback playback;
+    playback.player.stopWhenDone();
+    playback.device.sampleAt = 1s;
+    playback.device.sampleEvery = 1s;
+    playback.add(scenarioOf({at(0s, sensor(kDin1, Sensor::eFault::CHATTER, 1)), at(2s, scan("A"))}));
+    playback.comeLateAt(1h);
+    EXPECT_EQ(playback.device.events,
+              (std::vector<std::string>{"din 1 high", "sample", "din 1 low", "scan 1 A"}));
+    EXPECT_FALSE(playback.player.next());
 }
 
 TEST(ScenarioPlayerTest, aRoundBeginsWhenTheOneBeforeIsDone)
