@@ -14,7 +14,7 @@ from typing import Any
 
 import pytest
 from conftest import wait_until
-from zul import Bench, ExpectationFailed, Fleet, Server, ZulError
+from zul import Bench, Capture, ExpectationFailed, Fleet, Server, ZulError
 
 BIN = Path(os.environ.get("ZUL_BIN", "/usr/bin"))
 EXAMPLES = Path(__file__).resolve().parents[2] / "examples" / "scenarios"
@@ -212,6 +212,32 @@ steps:
     assert [objects[0].get("scanCode") for objects in told] == [*(str(n) for n in range(1, 201)), None]
 
 
+LATE = """
+steps:
+  - {at: 0s, link: down}
+  - {at: 10ms, flood: {scan: {scanner: 1, code: "{n}"}, count: 200, rate: 100000/s}}
+  - {at: 500ms, link: up}
+"""
+
+
+def test_the_server_reads_what_waited_for_a_link_that_comes_last(
+    monitor: Callable[[], Monitor], tmp_path: Path
+) -> None:
+    file = write(tmp_path, LATE)
+    server = monitor()
+    ended = play("--server", server.address, "--serial", "9", *PORTS, "--scenario", file, "--until-done")
+    assert ended.returncode == 0
+    assert [objects[0]["scanCode"] for objects in server.events(2)[9]] == [str(n) for n in range(1, 201)]
+
+
+def test_the_server_reads_what_a_fleet_told_before_it_was_connected(
+    monitor: Callable[[], Monitor], tmp_path: Path
+) -> None:
+    file = write(tmp_path, "steps:\n  - {at: 0s, flood: {scan: {scanner: 1, code: A}, count: 50, rate: 100000/s}}\n")
+    told = fleet(monitor(), 50, file)
+    assert [len(events) for events in told.values()] == [50] * 50
+
+
 EXPECTING = """
 scenario: The lamp
 steps:
@@ -335,6 +361,71 @@ def test_a_fleet_plays_the_same_again(monitor: Callable[[], Monitor], tmp_path: 
     assert len(first) == 20
     assert first == second
     assert len({json.dumps([event[0].get("sample") for event in events]) for events in first.values()}) == 20
+
+BUSY = """
+scenario: A busy minute
+spread: 20s
+steps:
+  - every: 5s ± 4s
+    until: 1m
+    toggle: din 1
+  - at: 1s
+    wave: {ain 1: 40 ± 30, period: 20s, shape: walk, for: 1m}
+  - at: 2s
+    sensor: {ain 1: noise ± 3, for: 50s}
+  - at: 30s
+    flood: {adhoc: {id: 3, label: "Smoke {n}", value: "zone {device}"}, count: 10, rate: 50/s}
+"""
+
+
+def test_500_devices_play_the_same_again(tmp_path: Path) -> None:
+    file = write(tmp_path, BUSY)
+    captures = [tmp_path / "a.pcapng", tmp_path / "b.pcapng"]
+    for capture in captures:
+        with Server(capture=capture) as server:
+            options = ("--count", "500", *PORTS, "--scenario", str(file), "--seed", "5", "--time-scale", "20")
+            command = [str(BIN / "zulfleet"), "--server", f"127.0.0.1:{server.port}", *options, "--until-done"]
+            ended = subprocess.run(command, capture_output=True, text=True, timeout=120)
+            assert ended.returncode == 0, ended.stderr
+    events = list(Capture(captures[0]).filter(msg="event"))
+    assert len({event["deviceSerial"] for event in events}) == 500
+    assert len(events) > 500 * (60 + 10 + 8)
+    compared = subprocess.run([BIN / "zulcapture", "diff", *captures], capture_output=True, text=True, timeout=120)
+    assert (compared.returncode, compared.stdout, compared.stderr) == (0, "", "")
+
+
+MORNING = """
+start: {din 1: high}
+steps:
+  - {at: 200ms, set: {din 2: high}, for: 300ms}
+  - {at: 300ms, ramp: {ain 1: 10..60, over: 500ms, step: 100ms}}
+  - {at: 400ms, scan: {scanner: 1, code: "4711: {{n}"}}
+  - {at: 900ms, flood: {adhoc: {id: 9, label: "a {n}", value: b}, count: 20, rate: 100/s}}
+  - {at: 1500ms, toggle: din 1}
+"""
+
+
+def test_what_an_operator_did_is_played_again_from_a_recording(tmp_path: Path) -> None:
+    def record(scenario: Path, name: str) -> Path:
+        capture = tmp_path / name
+        with Server(capture=capture) as server:
+            ended = play("--server", f"127.0.0.1:{server.port}", "--serial", "9", *PORTS, "--scenario", scenario, "--until-done")
+            assert ended.returncode == 0, ended.stderr
+        return capture
+
+    recorded = record(write(tmp_path, MORNING), "recorded.pcapng")
+    made = subprocess.run(
+        [BIN / "zulcapture", "scenario", recorded, "--device", "9"], capture_output=True, text=True, timeout=60
+    )
+    assert (made.returncode, made.stderr) == (0, "")
+    again = record(write(tmp_path, made.stdout, "day.yaml"), "again.pcapng")
+    compared = subprocess.run([BIN / "zulcapture", "diff", recorded, again], capture_output=True, text=True, timeout=60)
+    assert (compared.returncode, compared.stdout, compared.stderr) == (0, "", "")
+    messages = list(Capture(recorded))
+    told = [message["time"] - messages[0]["time"] for message in messages if message["msgType"] == 3]
+    planned = [float(seconds) for seconds in re.findall(r"- at: ([0-9.]+)s", made.stdout)]
+    assert len(planned) == len(told) == 2 + 6 + 1 + 20 + 1
+    assert planned == pytest.approx(told, abs=2e-6)
 
 
 def test_what_a_device_draws_does_not_depend_on_how_many_there_are(
