@@ -1,14 +1,14 @@
 #!/bin/bash
 # examples/pipeline with the programs of this build: it passes as it stands, fails when something is wrong, and
 # leaves nothing behind.
-# usage: pipeline_test.sh ZULBENCH ZULSERVER
+# usage: pipeline_test.sh ZULBENCH ZULSERVER ZULCAPTURE
 # shellcheck disable=SC2317 # the tests are called by their names
 set -euo pipefail
 
 tests=$(dirname "$(realpath "${BASH_SOURCE[0]}")")/..
 example=$tests/../examples/pipeline
 manual=$tests/../docs/automation.md
-export ZULBENCH=$1 ZULSERVER=$2
+export ZULBENCH=$1 ZULSERVER=$2 ZULCAPTURE=$3
 real_bench=$1
 work=$(mktemp -d)
 trap 'kill $(jobs -p) 2>/dev/null || true; wait; rm -rf "$work"' EXIT
@@ -72,6 +72,29 @@ passes_as_it_stands() {
     expect_report report 'string(/testsuites/@tests)' 6
     expect_report report 'count(//failure | //error | //skipped)' 0
     expect_report report 'count(//system-out[contains(., "OBJ_PORT_DIN")]) > 0' true
+}
+
+# Records a run and plays it again. Sets status.
+compare_copy() { # EDIT-OF-THE-COMMANDS
+    "$work/copy/run" "$work/report.xml" "$work/site.pcapng" >"$work/report.lines" 2>"$work/report.errors" ||
+        fail "the recorded run ended with $?"
+    sed -i "$1" "$work/copy/commands.txt"
+    status=0
+    "$work/copy/compare" "$work/site.pcapng" "$work/differences.xml" >"$work/differences" 2>"$work/compare.errors" || status=$?
+}
+
+a_recorded_run_that_is_played_again_has_no_difference() {
+    compare_copy ''
+    expect_status 0
+    [[ ! -s $work/differences ]] || fail "there are differences: $(head -c 500 "$work/differences")"
+    expect_report differences 'count(//testcase) > 0 and count(//failure) = 0' true
+}
+
+a_server_that_sets_something_else_differs() {
+    compare_copy 's/^set dout 1 state=high/set dout 1 state=low/'
+    expect_status 4
+    grep -q '"fields":\["outputState"\]' "$work/differences" || fail "not told: $(head -c 500 "$work/differences")"
+    expect_report differences 'count(//failure) > 0' true
 }
 
 a_broken_expectation_fails() {
@@ -162,7 +185,8 @@ the_manual_shows_the_files() {
     done
 }
 
-for name in passes_as_it_stands a_broken_expectation_fails a_failed_check_of_the_script_fails \
+for name in passes_as_it_stands a_recorded_run_that_is_played_again_has_no_difference \
+    a_server_that_sets_something_else_differs a_broken_expectation_fails a_failed_check_of_the_script_fails \
     a_wrong_command_is_an_error a_simulator_that_does_not_start_is_told a_simulator_that_dies_is_told \
     a_server_that_does_not_start_is_told a_signal_ends_everything two_at_once_do_not_collide \
     the_manual_shows_the_files; do
