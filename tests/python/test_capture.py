@@ -2,9 +2,13 @@
 
 from __future__ import annotations
 
+import shutil
+import signal
+import subprocess
 from pathlib import Path
 
 import pytest
+from conftest import wait_until
 from zul import Bench, Capture, Server, ZulError
 
 
@@ -76,3 +80,55 @@ def test_a_filtered_recording_is_not_compared(recorded: Capture) -> None:
 def test_a_file_that_is_not_there_is_an_error(tmp_path: Path) -> None:
     with pytest.raises(ZulError, match="^Cannot read .*: No such file or directory.$"):
         list(Capture(tmp_path / "none"))
+
+
+class Dumpcap:
+    """A recorder that knows nothing of our programs."""
+
+    def __init__(self, file: Path, port: int, *options: str) -> None:
+        program = shutil.which("dumpcap") or pytest.skip("there is no dumpcap")
+        command = [program, "-q", *options, "-f", f"tcp port {port}", "-w", str(file)]
+        self._process = subprocess.Popen(command, stderr=subprocess.PIPE, text=True)
+        assert self._process.stderr is not None
+        said = ""
+        for line in self._process.stderr:
+            if line.startswith("File:"):
+                return
+            said += line
+        self._process.wait()
+        pytest.skip(f"this machine lets dumpcap record nothing: {said}")
+
+    def stop(self) -> None:
+        self._process.send_signal(signal.SIGINT)
+        assert self._process.wait(60) == 0
+
+
+@pytest.mark.parametrize(
+    "address, options",
+    [
+        ("127.0.0.1", ("-i", "lo")),
+        ("127.0.0.1", ("-i", "lo", "-P")),
+        ("127.0.0.1", ("-i", "any")),
+        ("::1", ("-i", "lo")),
+    ],
+    ids=["pcapng", "pcap", "cooked", "IPv6"],
+)
+def test_another_recorder_has_seen_the_same_session(address: str, options: tuple[str, ...], tmp_path: Path) -> None:
+    try:
+        server = Server(listen=address, capture=tmp_path / "own.pcapng")
+    except ZulError as error:
+        pytest.skip(f"this machine has no address {address}: {error}")
+    theirs = Capture(tmp_path / "theirs", port=server.port)
+    with server:
+        recorder = Dumpcap(theirs.path, server.port, *options)
+        with Bench(din=1, ain=1, serial=7, server=server) as gate:
+            gate.wait_connected()
+            for state in ("high", "low"):
+                gate.din[1].set(state)
+                server.expect_event("OBJ_PORT_DIN")
+            assert len(server.get("din", 1)) == 1
+        wait_until(lambda: len(list(theirs)) == 6, "all is recorded")
+        recorder.stop()
+    own = Capture(tmp_path / "own.pcapng", port=server.port)
+    assert len(list(own)) == 6
+    assert own.diff(theirs) == []

@@ -31,9 +31,12 @@ public:
         uint32_t fromServer = 1;
     };
 
+    /// Connections from now on have addresses of version 6.
+    void useV6() { mIsV6 = true; }
+
     Line open(uint16_t serverPort, uint32_t interface = 0, const std::vector<std::string>& comments = {})
     {
-        Line line{interface, end(1, mNextPort++), end(2, serverPort)};
+        Line line{interface, end(1, mNextPort++, mIsV6), end(2, serverPort, mIsV6)};
         add(interface, line.client, line.server, {sTcpFields::kSyn, 0, 0}, {}, comments);
         add(interface, line.server, line.client, {sTcpFields::kSyn | sTcpFields::kAck, 0, 1}, {});
         return line;
@@ -69,10 +72,14 @@ public:
     const std::vector<uint8_t>& file() const { return mFile; }
 
 private:
-    static sEndpoint end(uint8_t host, uint16_t port)
+    static sEndpoint end(uint8_t host, uint16_t port, bool isV6 = false)
     {
         sEndpoint endpoint;
+        endpoint.isV6 = isV6;
         endpoint.address = {192, 0, 2, host};
+        if (isV6) {
+            endpoint.address = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, host};
+        }
         endpoint.port = port;
         return endpoint;
     }
@@ -96,4 +103,5 @@ private:
     std::vector<uint8_t> mFile;
     uint16_t mNextPort = 40000;
     int64_t mNowNs = kBeginningNs;
+    bool mIsV6 = false;
 };

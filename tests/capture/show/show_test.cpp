@@ -29,9 +29,13 @@ Lines members(const ProgramRun& run, const char* name)
 }
 
 /// A device asks and is asked: request, answer, set without answer, event, ping and its answer.
-MadeCapture conversation(uint16_t port = kServerPort, const std::string& program = "Somebody 1")
+MadeCapture conversation(uint16_t port = kServerPort, const std::string& program = "Somebody 1",
+                         bool isV6 = false)
 {
     MadeCapture made(program, {"lan"});
+    if (isV6) {
+        made.useV6();
+    }
     auto line = made.open(port);
     made.fromServer(&line, deviceRequest(1));
     made.wait(250);
@@ -379,6 +383,7 @@ struct LinkRow
     const char* name;
     uint32_t type;
     const char* header;
+    bool isV6 = false;
 };
 
 class LinkTypeTest : public ShowTest, public testing::WithParamInterface<LinkRow>
@@ -386,17 +391,21 @@ class LinkTypeTest : public ShowTest, public testing::WithParamInterface<LinkRow
 
 TEST_P(LinkTypeTest, IsRead)
 {
-    const Bytes pcap = pcapOf(conversation(), GetParam().type, hexBytes(GetParam().header));
-    EXPECT_EQ(runCapture({"show", file(pcap)}).lines().size(), 6U);
+    const MadeCapture made = conversation(kServerPort, "Somebody 1", GetParam().isV6);
+    const Bytes pcap = pcapOf(made, GetParam().type, hexBytes(GetParam().header));
+    const ProgramRun run = runCapture({"show", file(pcap)});
+    EXPECT_EQ(run.lines(), show(conversation()).lines());
+    EXPECT_EQ(run.err, "");
 }
 
-INSTANTIATE_TEST_SUITE_P(all, LinkTypeTest,
-                         testing::Values(LinkRow{"ethernet", 1, "00*12 08 00"},
-                                         LinkRow{"vlan", 1, "00*12 81 00 00 05 08 00"},
-                                         LinkRow{"linuxCooked", 113, "00*14 08 00"},
-                                         LinkRow{"linuxCooked2", 276, "08 00 00*18"},
-                                         LinkRow{"rawIp", 101, ""}),
-                         [](const testing::TestParamInfo<LinkRow>& row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    all, LinkTypeTest,
+    testing::Values(LinkRow{"ethernet", 1, "00*12 08 00"}, LinkRow{"vlan", 1, "00*12 81 00 00 05 08 00"},
+                    LinkRow{"linuxCooked", 113, "00*14 08 00"}, LinkRow{"linuxCooked2", 276, "08 00 00*18"},
+                    LinkRow{"rawIp", 101, ""}, LinkRow{"ethernetV6", 1, "00*12 86 dd", true},
+                    LinkRow{"linuxCookedV6", 113, "00*14 86 dd", true},
+                    LinkRow{"linuxCooked2V6", 276, "86 dd 00*18", true}, LinkRow{"rawIpV6", 101, "", true}),
+    [](const testing::TestParamInfo<LinkRow>& row) { return row.param.name; });
 
 TEST_F(ShowTest, WhatWaitsForTheNameOfItsDeviceIsBounded)
 {
