@@ -2,6 +2,8 @@
 
 #include <boost/asio/connect.hpp>
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <csignal>
 #include <deque>
 #include <ostream>
 #include <unistd.h>
@@ -26,15 +28,28 @@ namespace {
 constexpr int kOtherwise = 4;
 constexpr int kResolveMs = 10000;
 
-/// Connects to @p server. Returns nothing if that is not possible, which @p *failure tells.
-std::optional<tcp::socket> connectTo(const sHostPort& server, boost::asio::io_context* io,
-                                     std::string* failure)
+/// Connects to @p server. Returns nothing if that is not possible, which @p *failure tells, or if the playing
+/// ends before.
+std::optional<tcp::socket> connectTo(const sHostPort& server, const Player& player,
+                                     boost::asio::io_context* io, std::string* failure)
 {
     const auto endpoints = endpointsOf(resolveAddress(server.host, server.port, kResolveMs, -1));
     tcp::socket socket(*io);
-    boost::system::error_code error = make_error_code(boost::asio::error::host_not_found);
-    if (!endpoints.empty()) {
-        boost::asio::connect(socket, endpoints, error);
+    std::optional<boost::system::error_code> result;
+    boost::asio::async_connect(socket, endpoints,
+                               [&result](const auto& error, const auto&) { result = error; });
+    io->restart();
+    while (!result) {
+        if (player.isEnded()) {
+            boost::system::error_code ignored;
+            socket.close(ignored);
+        }
+        io->run_one();
+    }
+    const boost::system::error_code error =
+        endpoints.empty() ? make_error_code(boost::asio::error::host_not_found) : *result;
+    if (player.isEnded()) {
+        return std::nullopt;
     }
     if (error) {
         *failure = "Cannot connect to " + toText(server) + ": " + error.message() + '.';
@@ -111,14 +126,16 @@ public:
         if (mSettings.pace.kind() == Pace::eKind::STEP) {
             player.stepBy(STDIN_FILENO);
         }
+        boost::asio::signal_set signals(io, SIGINT, SIGTERM, SIGHUP);
+        signals.async_wait([&player](const boost::system::error_code&, int) { player.end(); });
         PeerAcceptor acceptor(io);
         std::deque<tcp::socket> peers;
         std::string failure;
         if (mServer) {
-            player.onConnect = [this, &io](std::string* why) { return connectTo(*mServer, &io, why); };
+            player.onConnect = [&](std::string* why) { return connectTo(*mServer, player, &io, why); };
         } else {
             failure = listen(&acceptor, &peers, out, say);
-            player.onConnect = [&](std::string*) { return accepted(&io, &peers); };
+            player.onConnect = [&](std::string*) { return accepted(player, &io, &peers); };
         }
         failure = failure.empty() ? player.run(mFile) : failure;
         if (!failure.empty()) {
@@ -173,12 +190,16 @@ private:
         return "";
     }
 
-    /// The next device that connects.
-    static std::optional<tcp::socket> accepted(boost::asio::io_context* io, std::deque<tcp::socket>* peers)
+    /// The next device that connects; nothing if the playing ends before.
+    static std::optional<tcp::socket> accepted(const Player& player, boost::asio::io_context* io,
+                                               std::deque<tcp::socket>* peers)
     {
         io->restart();
-        while (peers->empty()) {
+        while (peers->empty() && !player.isEnded()) {
             io->run_one();
+        }
+        if (peers->empty()) {
+            return std::nullopt;
         }
         tcp::socket socket = std::move(peers->front());
         peers->pop_front();

@@ -163,6 +163,9 @@ void Player::sendMessage(const RecordedItem& item, Played* played)
     }
     auto due = mPace.due(item.timeNs);
     waitUntil(due);
+    if (mIsToldToEnd) {
+        return;
+    }
     const uint64_t before = played->liveMessages;
     if (mSettings.waitsForPeer) {
         awaitPeer(played);
@@ -215,6 +218,9 @@ void Player::send(const RecordedItem& item, uint64_t end, Played* played)
 void Player::finish(const RecordedItem& item, Played* played)
 {
     waitUntil(mPace.due(item.timeNs));
+    if (mIsToldToEnd) {
+        return;
+    }
     send(item, played->sent + played->unsent.size(), played);
     awaitPeer(played);
 }
@@ -285,7 +291,7 @@ bool Player::waitFor(const std::function<bool()>& isDone, std::optional<Pace::Cl
         timer.expires_at(*until);
         timer.async_wait([isOver](const boost::system::error_code&) { *isOver = true; });
     }
-    while (!isDone() && !*isOver && mIo.run_one() > 0) {
+    while (!isDone() && !*isOver && !mIsToldToEnd && mIo.run_one() > 0) {
     }
     return isDone();
 }

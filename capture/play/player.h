@@ -49,7 +49,7 @@ public:
     Player(boost::asio::io_context* io, const Settings& settings, const Recording::Settings& recording);
 
     /// Returns a connection to the other side. Nothing if there is none, which @p *failure tells in one
-    /// sentence.
+    /// sentence unless the playing has ended.
     std::function<std::optional<Socket>(std::string* failure)> onConnect;
 
     /// Gets each line about what the other side said otherwise.
@@ -58,6 +58,15 @@ public:
 
     /// Reads the lines of Pace::eKind::STEP from @p fd; where they end, the playing does.
     void stepBy(int fd);
+
+    /// Ends the playing where it is: run() returns soon.
+    void end() { mIsToldToEnd = true; }
+
+    /// True if it was told to end, or has used all lines of its input.
+    bool isEnded() const
+    {
+        return mIsToldToEnd || (mPace.kind() == Pace::eKind::STEP && mInputEnded && mSteps == 0);
+    }
 
     /// Plays the file. Returns one sentence if that is not possible, or an empty text.
     std::string run(const std::string& path);
@@ -91,7 +100,6 @@ private:
     void awaitPeer(Played* played);
     bool waitFor(const std::function<bool()>& isDone, std::optional<Pace::Clock::time_point> until = {});
     void waitUntil(Pace::Clock::time_point time);
-    bool isEnded() const { return mPace.kind() == Pace::eKind::STEP && mInputEnded && mSteps == 0; }
 
     boost::asio::io_context& mIo;
     const Settings mSettings;
@@ -103,6 +111,7 @@ private:
     std::unique_ptr<zulconsole::LineInput> mInput;
     uint64_t mSteps = 0; ///< lines that were read and not used
     bool mInputEnded = false;
+    bool mIsToldToEnd = false;
     Totals mTotals;
 };
 

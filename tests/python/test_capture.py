@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import json
 import shutil
 import signal
 import subprocess
@@ -10,6 +11,7 @@ from pathlib import Path
 import pytest
 from conftest import wait_until
 from zul import Bench, Capture, Server, ZulError
+from zul.process import find_program
 
 
 def session(path: Path, states: list[str], level: int = 40) -> Capture:
@@ -80,6 +82,17 @@ def test_a_filtered_recording_is_not_compared(recorded: Capture) -> None:
 def test_a_file_that_is_not_there_is_an_error(tmp_path: Path) -> None:
     with pytest.raises(ZulError, match="^Cannot read .*: No such file or directory.$"):
         list(Capture(tmp_path / "none"))
+
+
+def test_a_signal_ends_the_playing_and_the_last_line_sums_up(recorded: Capture) -> None:
+    command = [find_program("zulcapture"), "play", str(recorded.path), "--side", "server", "--listen", "0"]
+    player = subprocess.Popen(command, stdout=subprocess.PIPE, text=True)
+    assert player.stdout is not None
+    assert json.loads(player.stdout.readline())["event"] == "listening"
+    player.terminate()
+    played = json.loads(player.stdout.readline())
+    assert (played["event"], played["messages"]) == ("played", 0)
+    assert player.wait(60) == 0
 
 
 class Dumpcap:

@@ -3,6 +3,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/read.hpp>
 #include <boost/asio/write.hpp>
 #include <jansson.h>
@@ -82,6 +83,7 @@ protected:
         if (mInput >= 0) {
             player.stepBy(mInput);
         }
+        mEnd = [&] { boost::asio::post(io, [&player] { player.end(); }); };
         EXPECT_EQ(player.run(file(made)), "");
         mTotals = player.totals();
     }
@@ -103,6 +105,7 @@ protected:
 
     Player::Settings mSettings;
     int mInput = -1;
+    std::function<void()> mEnd; ///< ends the playing, from any thread
     MadeCapture mMade{"zulserver 1", {"zulserver"}};
     Lines mKinds;             ///< of the differences
     uint64_t mSentBefore = 0; ///< messages, before the last difference
@@ -210,6 +213,23 @@ TEST_F(PlayTest, APingOfTheOtherSideIsAnswered)
         EXPECT_EQ(peer->hear(pingMessage(true).size()), pingMessage(true));
         meet(peer, 1);
     });
+    EXPECT_EQ(mKinds, Lines());
+}
+
+TEST_F(PlayTest, ItEndsWhereItIsWhenItIsTold)
+{
+    mSettings.pace = *Pace::parse("original");
+    mSettings.rounds = 2;
+    auto line = begin(&mMade);
+    mMade.wait(3'600'000);
+    mMade.fromClient(&line, inputEvent(1, 7, 1, 1));
+    play(mMade, [this](Peer* peer) {
+        meet(peer, 1);
+        mEnd();
+        EXPECT_EQ(peer->hearAll(), Bytes());
+    });
+    EXPECT_EQ(mTotals.connections, 1U);
+    EXPECT_EQ(mTotals.messages, 1U);
     EXPECT_EQ(mKinds, Lines());
 }
 
