@@ -65,6 +65,20 @@ Bytes twoNumbers()
     return payload;
 }
 
+/// Ten records, all like @p record but for one.
+std::vector<Bytes> runs(const Bytes& record, const Bytes& other)
+{
+    std::vector<Bytes> payloads;
+    for (size_t place = 0; place < 10; ++place) {
+        Bytes payload;
+        for (size_t i = 0; i < 10; ++i) {
+            payload = payload + (i == place ? other : record);
+        }
+        payloads.push_back(payload);
+    }
+    return payloads;
+}
+
 std::vector<Bytes> payloads()
 {
     const Bytes first = samplePayload(kSerial, 1, 0.5F);
@@ -131,6 +145,15 @@ void expectFound(const std::vector<Rule>& rules, const WMsg& message)
     }
 }
 
+RuleSieve::Mask foundIn(const Bytes& bytes, const RuleSieve& sieve,
+                        RuleSieve::Mask among = ~RuleSieve::Mask{0})
+{
+    const CutMessage message = cut(bytes, 1);
+    MessageMemory memory;
+    MessageFacts facts(message, &memory);
+    return sieve.find(&facts, among);
+}
+
 } // namespace
 
 TEST(RuleSieveTest, everyRuleThatChoosesAMessageIsFound)
@@ -145,28 +168,33 @@ TEST(RuleSieveTest, everyRuleThatChoosesAMessageIsFound)
     }
 }
 
+TEST(RuleSieveTest, aRecordIsFoundAtAnyPlaceBetweenOthers)
+{
+    const std::vector<Rule> rules = manyRules();
+    const Bytes first = samplePayload(kSerial, 1, 0.5F);
+    for (const auto& [record, other] :
+         {std::pair(first, samplePayload(kSerial, 7, 0.5F)), std::pair(twoNumbers(), oddRecord()),
+          std::pair(twoNumbers(), first), std::pair(unknownRecord(), adhocPayload(kSerial, "text"))}) {
+        for (const Bytes& payload : runs(record, other)) {
+            expectFound(rules, {.type = 3, .event = true, .payload = payload});
+        }
+    }
+}
+
 TEST(RuleSieveTest, onlyTheRulesThatAreAskedForAreFound)
 {
     Rule rule;
     ASSERT_EQ(parseRule("lose port=1", &rule), "");
-    const Bytes bytes = sample(1);
-    const CutMessage message = cut(bytes, 1);
-    MessageMemory memory;
-    MessageFacts facts(message, &memory);
     const RuleSieve sieve({&rule, &rule, &rule});
-    EXPECT_EQ(sieve.find(&facts), 7U);
-    EXPECT_EQ(sieve.find(&facts, 2), 2U);
+    EXPECT_EQ(foundIn(sample(1), sieve), 7U);
+    EXPECT_EQ(foundIn(sample(1), sieve, 2), 2U);
 }
 
 TEST(RuleSieveTest, aRuleThatOnlySharesAMaskIsLeftOut)
 {
     Rule rule;
     ASSERT_EQ(parseRule("lose port=257", &rule), "");
-    const Bytes bytes = sample(1);
-    const CutMessage message = cut(bytes, 1);
-    MessageMemory memory;
-    MessageFacts facts(message, &memory);
-    EXPECT_EQ(RuleSieve({&rule}).find(&facts), 0U);
+    EXPECT_EQ(foundIn(sample(1), RuleSieve({&rule})), 0U);
 }
 
 } // namespace proxy
