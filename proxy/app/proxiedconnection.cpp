@@ -246,9 +246,11 @@ void ProxiedConnection::write(eDirection direction)
         if (piece.empty()) {
             break;
         }
+        // A message that was read in two parts then travels with those behind it.
+        const int more = mFaults.outputContinues(direction) ? MSG_MORE : 0;
         const auto send = [&] {
             return ::send(side.socket.native_handle(), piece.data(), piece.size(),
-                          MSG_DONTWAIT | MSG_NOSIGNAL);
+                          MSG_DONTWAIT | MSG_NOSIGNAL | more);
         };
         const ssize_t size = side.record ? side.record->sending(piece.data(), send) : send();
         if (size > 0) {

@@ -104,6 +104,9 @@ public:
     /// The next piece to write, in one write if the system takes it; empty if nothing is due. Holds until the
     /// next call that changes anything.
     std::span<const uint8_t> output(eDirection direction) const { return lane(direction).output(); }
+
+    /// True if another piece is due as soon as all of output() is written.
+    bool outputContinues(eDirection direction) const { return lane(direction).outputContinues(); }
     void written(eDirection direction, size_t bytes, int64_t nowNs);
 
     /// Copies what is still borrowed from received(), also what only waits for its time. Call it before these

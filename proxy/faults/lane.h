@@ -70,6 +70,7 @@ public:
 
     bool wantsMore() const;
     std::span<const uint8_t> output() const { return mOutput.ready(); }
+    bool outputContinues() const { return mOutput.moreIsReady(); }
     void written(size_t bytes, int64_t nowNs);
     void keepOutput() { mOutput.own(); }
     bool hasSenderEnded() const { return mSenderEnded; }

@@ -102,6 +102,16 @@ std::span<const uint8_t> Output::ready() const
     return mReady == 0 ? std::span<const uint8_t>() : front().parcel.bytes.subspan(mOffset, mReady);
 }
 
+bool Output::moreIsReady() const
+{
+    if (mReady == 0 || mCut || mFront + 1 == mWaiting.size()) {
+        return false;
+    }
+    const Parcel& parcel = front().parcel;
+    const bool ends = mOffset + mReady == parcel.bytes.size() && parcel.times == 1 && !parcel.cutsAfter;
+    return ends && parcel.marks.empty() && mWaiting[mFront + 1].parcel.marks.empty();
+}
+
 void Output::written(size_t bytes, int64_t nowNs)
 {
     bytes = std::min(bytes, mReady);

@@ -30,6 +30,9 @@ public:
     void prepare(int64_t nowNs);
 
     std::span<const uint8_t> ready() const;
+
+    /// True if more is ready as soon as ready() is written.
+    bool moreIsReady() const;
     void written(size_t bytes, int64_t nowNs);
 
     /// Copies what is borrowed.

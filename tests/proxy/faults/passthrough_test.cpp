@@ -52,6 +52,33 @@ TEST(PassThroughTest, whatNoRuleMatchesPassesInThePieceInWhichItCame)
     EXPECT_EQ(pipe.faults.size(), 1U);
 }
 
+TEST(PassThroughTest, aMessageThatCameInTwoPartsIsFollowedByThoseBehindIt)
+{
+    FaultyProxy proxy;
+    proxy.add("lose port=4");
+    FaultyPipe pipe(&proxy);
+    pipe.setReading(false);
+    pipe.send(kToServer, part(sample(1), 0, 20));
+    pipe.send(kToServer, part(sample(1), 20, sample(1).size() - 20));
+    EXPECT_FALSE(pipe.connection().outputContinues(kToServer));
+    pipe.send(kToServer, sample(2));
+    EXPECT_TRUE(pipe.connection().outputContinues(kToServer));
+    pipe.connection().written(kToServer, sample(1).size(), 0);
+    EXPECT_FALSE(pipe.connection().outputContinues(kToServer));
+}
+
+TEST(PassThroughTest, aMessageIsNotFollowedByOneThatIsPaced)
+{
+    FaultyProxy proxy;
+    proxy.add("rate bytes=1000 skip=1");
+    FaultyPipe pipe(&proxy);
+    pipe.setReading(false);
+    pipe.send(kToServer, sample(1));
+    pipe.send(kToServer, sample(2));
+    EXPECT_FALSE(pipe.connection().output(kToServer).empty());
+    EXPECT_FALSE(pipe.connection().outputContinues(kToServer));
+}
+
 TEST(PassThroughTest, theSerialNumberIsLearnedFromTheFirstMessageThatHasIt)
 {
     const Bytes all = sample(1, 0xFFFFFFFF) + answer(2) + ping() + large(3, 5000, 77) + sample(4, 78);
