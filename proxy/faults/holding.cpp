@@ -9,9 +9,6 @@ namespace proxy {
 
 namespace {
 
-/// A holding that waits for other messages holds at most this many bytes, or one message.
-constexpr size_t kMaxHeld = 64 * 1024;
-
 struct TimedParcel
 {
     Parcel parcel;
@@ -32,7 +29,7 @@ public:
     }
     int64_t deadline() const override { return mWaiting.empty() ? kNeverNs : mWaiting.front().timed.dueNs; }
     bool empty() const override { return mWaiting.empty(); }
-    size_t timedBytes() const override { return mBytes; }
+    size_t cost() const override { return mCost; }
 
 protected:
     struct Numbered
@@ -45,7 +42,7 @@ protected:
     void add(Parcel parcel, int64_t dueNs)
     {
         parcel.own();
-        mBytes += parcel.bytes.size();
+        mCost += parcel.cost();
         const auto behind = std::ranges::upper_bound(mWaiting, dueNs, {},
                                                      [](const Numbered& each) { return each.timed.dueNs; });
         mWaiting.insert(behind, {{std::move(parcel), dueNs}, ++mCame});
@@ -59,13 +56,13 @@ private:
         while (!mWaiting.empty() && mWaiting.front().timed.dueNs <= untilNs) {
             Parcel parcel = std::move(mWaiting.front().timed.parcel);
             mWaiting.pop_front();
-            mBytes -= parcel.bytes.size();
+            mCost -= parcel.cost();
             next.put(std::move(parcel), nowNs);
         }
     }
 
     std::deque<Numbered> mWaiting;
-    size_t mBytes = 0;
+    size_t mCost = 0;
     uint64_t mCame = 0;
 };
 
@@ -118,27 +115,33 @@ public:
         }
         if (const Mark* mark = markOn(parcel); mark != nullptr && mark->value > 0) {
             parcel.own();
-            mBytes += parcel.bytes.size();
+            mCost += parcel.cost();
             mWaiting.push_back({std::move(parcel), mark->value});
         } else {
             next.put(std::move(parcel), nowNs);
         }
-        while (!mWaiting.empty() &&
-               (mWaiting.front().left <= 0 || (mBytes > kMaxHeld && mWaiting.size() > 1))) {
-            letGoFront(nowNs, next);
+        while (!mWaiting.empty() && mWaiting.front().left <= 0) {
+            letGoEarliest(nowNs, next);
         }
     }
     void letGoDue(int64_t /*nowNs*/, ParcelSink& /*next*/) override {}
     void letGoAll(int64_t nowNs, ParcelSink& next) override
     {
         while (!mWaiting.empty()) {
-            letGoFront(nowNs, next);
+            letGoEarliest(nowNs, next);
         }
     }
     int64_t deadline() const override { return kNeverNs; }
     bool empty() const override { return mWaiting.empty(); }
-    size_t timedBytes() const override { return 0; }
-    bool waitsForOthers() const override { return true; }
+    size_t cost() const override { return mCost; }
+    const Parcel* earliest() const override { return empty() ? nullptr : &mWaiting.front().parcel; }
+    void letGoEarliest(int64_t nowNs, ParcelSink& next) override
+    {
+        Parcel parcel = std::move(mWaiting.front().parcel);
+        mWaiting.pop_front();
+        mCost -= parcel.cost();
+        next.put(std::move(parcel), nowNs);
+    }
 
 private:
     struct Waiting
@@ -147,16 +150,8 @@ private:
         int64_t left;
     };
 
-    void letGoFront(int64_t nowNs, ParcelSink& next)
-    {
-        Parcel parcel = std::move(mWaiting.front().parcel);
-        mWaiting.pop_front();
-        mBytes -= parcel.bytes.size();
-        next.put(std::move(parcel), nowNs);
-    }
-
     std::deque<Waiting> mWaiting;
-    size_t mBytes = 0;
+    size_t mCost = 0;
 };
 
 /// Joins parcels until they have the number of bytes that the rule gives.
@@ -168,13 +163,14 @@ public:
     /// A parcel without a mark joins those that are held, as it may not overtake them.
     void take(Parcel parcel, int64_t nowNs, ParcelSink& next) override
     {
-        if (parcel.size() > kMaxHeld || (empty() && markOn(parcel) == nullptr)) {
+        constexpr size_t kMaxJoined = 64 * 1024;
+        if (parcel.size() > kMaxJoined || (empty() && markOn(parcel) == nullptr)) {
             letGoAll(nowNs, next);
             next.put(std::move(parcel), nowNs);
             return;
         }
         join(std::move(parcel));
-        if (mJoined.owned.size() >= mWanted || mJoined.cutsAfter) {
+        if (mJoined.size() >= mWanted || mJoined.cutsAfter) {
             letGoAll(nowNs, next);
         }
     }
@@ -182,14 +178,17 @@ public:
     void letGoAll(int64_t nowNs, ParcelSink& next) override
     {
         if (!empty()) {
-            mJoined.bytes = mJoined.owned;
-            next.put(std::exchange(mJoined, Parcel()), nowNs);
+            letGoEarliest(nowNs, next);
         }
     }
     int64_t deadline() const override { return kNeverNs; }
     bool empty() const override { return mJoined.owned.empty(); }
-    size_t timedBytes() const override { return 0; }
-    bool waitsForOthers() const override { return true; }
+    size_t cost() const override { return empty() ? 0 : mJoined.cost(); }
+    const Parcel* earliest() const override { return empty() ? nullptr : &mJoined; }
+    void letGoEarliest(int64_t nowNs, ParcelSink& next) override
+    {
+        next.put(std::exchange(mJoined, Parcel()), nowNs);
+    }
 
 private:
     void join(Parcel parcel)
@@ -198,6 +197,7 @@ private:
         for (uint32_t i = 0; i < parcel.times; ++i) {
             mJoined.owned.insert(mJoined.owned.end(), parcel.bytes.begin(), parcel.bytes.end());
         }
+        mJoined.bytes = mJoined.owned;
         mJoined.cutsAfter = parcel.cutsAfter;
         for (const Mark& mark : parcel.marks) {
             if (mJoined.markOf(mark.rule) == nullptr) {

@@ -33,11 +33,14 @@ public:
 
     virtual bool empty() const = 0;
 
-    /// Bytes that wait for a time. Those that wait for others are bounded here.
-    virtual size_t timedBytes() const = 0;
+    /// See Parcel::cost(): of all that it holds.
+    virtual size_t cost() const = 0;
 
-    /// True if what it holds waits for parcels to come.
-    virtual bool waitsForOthers() const { return false; }
+    /// The earliest parcel that waits for others to come; null if none does.
+    virtual const Parcel* earliest() const { return nullptr; }
+
+    /// Puts earliest(), which is not null, into @p next.
+    virtual void letGoEarliest(int64_t /*nowNs*/, ParcelSink& /*next*/) {}
 
 protected:
     const Mark* markOn(const Parcel& parcel) const { return parcel.markOf(mRule); }

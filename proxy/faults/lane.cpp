@@ -222,6 +222,7 @@ void Lane::act(CutMessage* message, int64_t nowNs)
     } else if (!isSilent()) {
         passUntouched(message, nowNs);
     }
+    letGoExcess(nowNs);
 }
 
 void Lane::passUntouched(CutMessage* message, int64_t nowNs)
@@ -327,10 +328,34 @@ void Lane::letGoDue(int64_t nowNs)
     for (size_t i = 0; i < mHoldings.size(); ++i) {
         NextHolding next(*this, i + 1);
         mHoldings[i]->letGoDue(nowNs, next);
-        if (nothingComes && mHoldings[i]->waitsForOthers()) {
+        if (nothingComes && mHoldings[i]->earliest() != nullptr) {
             mHoldings[i]->letGoAll(nowNs, next);
         }
         nothingComes = nothingComes && mHoldings[i]->empty();
+    }
+    letGoExcess(nowNs);
+}
+
+/// Lets the earliest parcels go that wait for others, as these could not come if nothing more is read. The
+/// last one stays, whatever its size.
+void Lane::letGoExcess(int64_t nowNs)
+{
+    for (;;) {
+        size_t cost = 0;
+        size_t first = mHoldings.size();
+        for (size_t i = 0; i < mHoldings.size(); ++i) {
+            if (const Parcel* parcel = mHoldings[i]->earliest()) {
+                cost += mHoldings[i]->cost();
+                first = first == mHoldings.size() || parcel->number < mHoldings[first]->earliest()->number
+                            ? i
+                            : first;
+            }
+        }
+        if (cost <= kMaxWaiting || cost == mHoldings[first]->earliest()->cost()) {
+            return;
+        }
+        NextHolding next(*this, first + 1);
+        mHoldings[first]->letGoEarliest(nowNs, next);
     }
 }
 
@@ -404,11 +429,13 @@ bool Lane::wantsMore() const
     if (mSenderEnded || !mStalls.empty()) {
         return false;
     }
-    size_t waiting = mOutput.bytes();
+    size_t forOthers = 0;
+    size_t waiting = mOutput.cost();
     for (const auto& holding : mHoldings) {
-        waiting += holding->timedBytes();
+        (holding->earliest() != nullptr ? forOthers : waiting) += holding->cost();
     }
-    return waiting <= kMaxWaiting;
+    // One message may be larger; it waits for others, which then have to be read.
+    return waiting + std::min(forOthers, kMaxWaiting) <= kMaxWaiting;
 }
 
 void Lane::written(size_t bytes, int64_t nowNs)

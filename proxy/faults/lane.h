@@ -100,6 +100,7 @@ private:
     void prepareFor(const Mark& mark);
     void pass(Parcel parcel, size_t holding, int64_t nowNs);
     void letGoDue(int64_t nowNs);
+    void letGoExcess(int64_t nowNs);
     template <class Condition>
     void letGo(Condition isMeant, int64_t nowNs);
     void finish(int64_t nowNs);

@@ -7,7 +7,7 @@ namespace proxy {
 
 void Output::put(Parcel parcel, int64_t nowNs)
 {
-    mBytes += parcel.bytes.size();
+    mCost += parcel.cost();
     mWaiting.push_back({std::move(parcel), nowNs});
     prepare(nowNs);
 }
@@ -19,7 +19,7 @@ void Output::put(std::span<const uint8_t> bytes, int64_t nowNs)
         put(Parcel(bytes), nowNs);
         return;
     }
-    mBytes += bytes.size();
+    mCost += bytes.size();
     std::span<const uint8_t>& last = mWaiting.back().parcel.bytes;
     last = {last.data(), last.size() + bytes.size()};
     if (mWaiting.size() == mFront + 1 && mPiece > 0) {
@@ -145,7 +145,7 @@ void Output::finishFront()
     if (parcel.cutsAfter && !mCut) {
         mCut = Cut{};
     }
-    mBytes -= parcel.bytes.size();
+    mCost -= parcel.cost();
     parcel = Parcel();
     ++mFront;
     if (empty()) {
@@ -186,9 +186,9 @@ void Output::dropHeldBack()
         }
     }
     mWaiting.erase(mWaiting.begin() + static_cast<std::ptrdiff_t>(end), mWaiting.end());
-    mBytes = 0;
+    mCost = 0;
     for (size_t i = mFront; i < mWaiting.size(); ++i) {
-        mBytes += mWaiting[i].parcel.bytes.size();
+        mCost += mWaiting[i].parcel.cost();
     }
 }
 
@@ -199,7 +199,7 @@ void Output::clear()
     mOffset = 0;
     mPiece = 0;
     mReady = 0;
-    mBytes = 0;
+    mCost = 0;
     mBegun = false;
 }
 

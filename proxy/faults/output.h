@@ -43,7 +43,9 @@ public:
     void clear();
 
     bool empty() const { return mFront == mWaiting.size(); }
-    size_t bytes() const { return mBytes; }
+
+    /// See Parcel::cost(): of all that waits.
+    size_t cost() const { return mCost; }
     int64_t deadline() const { return mReady == 0 && !empty() && !mCut ? mDueNs : kNeverNs; }
 
     /// True once the connection should be cut; @p *cut says why.
@@ -86,7 +88,7 @@ private:
     size_t mPiece = 0;  ///< size of the piece that has been chosen; 0 if none has
     size_t mReady = 0;  ///< of it, what is still to be written, once its time has come
     int64_t mDueNs = kNeverNs;
-    size_t mBytes = 0;
+    size_t mCost = 0;
     bool mBegun = false; ///< the pacers know of the front parcel
     std::optional<Cut> mCut;
     std::vector<std::unique_ptr<Pacer>> mPacers;

@@ -35,6 +35,9 @@ struct Parcel
 
     size_t size() const { return bytes.size() * times; }
 
+    /// The memory that it takes while it waits, about.
+    size_t cost() const { return sizeof *this + bytes.size() + marks.size() * sizeof(Mark); }
+
     void own()
     {
         if (owned.empty()) {

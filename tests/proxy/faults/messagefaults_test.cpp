@@ -402,4 +402,57 @@ TEST_F(MessageFaultsTest, whatWaitsForATimeStopsItsOwnSender)
     }
 }
 
+TEST_F(MessageFaultsTest, theHoldingRulesOfADirectionShareOneBound)
+{
+    through({"hold until=4000000000 msg=event", "join bytes=65536 msg=get", "swap type=200"}, {});
+    size_t in = 0;
+    size_t out = 0;
+    for (uint8_t i = 0; i < 200; ++i) {
+        const Bytes bytes = i % 2 == 0 ? large(i, 1000) : request(i);
+        ASSERT_TRUE(pipe().connection().wantsMore(kToServer));
+        pipe().send(kToServer, bytes);
+        in += bytes.size();
+        out += pipe().take(kToServer).size();
+        EXPECT_LE(in - out, FaultyConnection::kMaxWaiting);
+    }
+    EXPECT_GT(out, 0U);
+    EXPECT_EQ(countsOf(1), Counts(100, 100));
+    EXPECT_EQ(countsOf(2), Counts(100, 100));
+}
+
+TEST_F(MessageFaultsTest, whatIsHeldCountsWithWhatWaitsForATime)
+{
+    through({"hold until=4000000000 msg=event", "late ms=1000 msg=get"}, {});
+    pipe().send(kToServer, large(1, 50000));
+    size_t requests = 0;
+    for (; pipe().connection().wantsMore(kToServer); ++requests) {
+        pipe().send(kToServer, request(2));
+    }
+    EXPECT_LE(requests * request(2).size(), FaultyConnection::kMaxWaiting - 50000);
+    EXPECT_EQ(pipe().take(kToServer), Bytes());
+    pipe().pass(kSecond);
+    EXPECT_TRUE(pipe().connection().wantsMore(kToServer));
+    EXPECT_EQ(pipe().take(kToServer).size(), requests * request(2).size());
+}
+
+TEST_F(MessageFaultsTest, whatAMessageCostsCounts)
+{
+    through({"late ms=1000"}, {});
+    size_t in = 0;
+    for (; pipe().connection().wantsMore(kToServer); in += ping().size()) {
+        pipe().send(kToServer, ping());
+    }
+    EXPECT_LE(in, FaultyConnection::kMaxWaiting / (ping().size() + sizeof(Parcel)) * ping().size());
+}
+
+TEST_F(MessageFaultsTest, aMessageAboveTheBoundIsHeldAsWellAndDoesNotStopTheReading)
+{
+    const Bytes message = large(1, 100000);
+    EXPECT_EQ(through({"swap first=1", "hold until=1 first=1"}, message), Bytes());
+    EXPECT_TRUE(pipe().connection().wantsMore(kToServer));
+    pipe().send(kToServer, sample(2));
+    pipe().send(kToServer, sample(3));
+    EXPECT_EQ(numbersIn(pipe().take(kToServer)), (std::vector<int>{2, 3, 1}));
+}
+
 } // namespace proxy
