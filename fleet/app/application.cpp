@@ -84,12 +84,48 @@ std::string Application::prepare()
         return mistake;
     }
     mFleet = std::make_unique<Fleet>(mIo, mOptions.fleet, std::move(target));
-    if (!mOptions.control) {
-        return "";
+    if (std::string mistake = mOptions.http ? serveHttp() : ""; !mistake.empty() || !mOptions.control) {
+        return mistake;
     }
     mControl = std::make_unique<ControlServer>(mIo, *mFleet);
     mControl->onQuit = [this] { mIo.stop(); };
     return mControl->listen(*mOptions.control);
+}
+
+std::string Application::serveHttp()
+{
+    mHttp = std::make_unique<zulhttp::ProgramSite>(mIo, *mOptions.http, "zulfleet " + mVersion);
+    mHttp->onReport = [](const std::string& sentence) { std::cerr << "zulfleet: " << sentence << std::endl; };
+    mHttp->onMetrics = [this](zulhttp::MetricsText& metrics) { writeMetrics(metrics); };
+    const std::string problem = mHttp->start();
+    if (problem.empty()) {
+        std::cout << zulcommand::lineText(mHttp->line(), std::chrono::system_clock::now()) << std::endl;
+    }
+    return problem.empty() ? "" : problem + ".";
+}
+
+void Application::writeMetrics(zulhttp::MetricsText& metrics) const
+{
+    const Fleet::Progress progress = mFleet->progress();
+    const auto write = [](zulhttp::MetricsText& metric, uint64_t value) {
+        metric.value(static_cast<double>(value));
+    };
+    write(metrics.gauge("zul_devices_identified",
+                        "Devices that the server has asked who they are, connected now."),
+          progress.in);
+    write(metrics.gauge("zul_devices_connecting", "Devices that connect, or wait to be asked who they are."),
+          progress.connecting);
+    write(metrics.gauge("zul_devices_down", "Devices without a connection."), progress.down);
+    const FleetReport report = mFleet->report();
+    const EventCounts events = report.events();
+    write(metrics.gauge("zul_events_waiting", "Events that wait to be sent."), events.waiting);
+    write(metrics.counter("zul_events_late_total", "Events that were sent later than planned."), events.late);
+    write(metrics.counter("zul_events_dropped_total", "Events that were dropped as too many waited."),
+          events.dropped);
+    metrics.counter("zul_events_sent_total", "Events that were sent, by their kind.");
+    for (size_t kind = 0; kind < kEventKinds.size(); ++kind) {
+        metrics.value(static_cast<double>(report.kinds[kind].sent), {{"kind", kEventKinds[kind]}});
+    }
 }
 
 int Application::run()

@@ -11,6 +11,7 @@
 #include "fleet/app/progressline.h"
 #include "fleet/control/controlserver.h"
 #include "fleet/devices/fleet.h"
+#include "zulhttp/programsite.h"
 
 namespace fleet {
 
@@ -28,6 +29,8 @@ public:
 private:
     std::string prepare();
     std::string findServer(std::vector<ServerTarget::Endpoint>* addresses);
+    std::string serveHttp();
+    void writeMetrics(zulhttp::MetricsText& metrics) const;
     void showProgress();
     int finish();
 
@@ -41,7 +44,8 @@ private:
     LinkTimer mProgressTimer;
     ProgressLine mProgress;
     std::unique_ptr<Fleet> mFleet;
-    std::unique_ptr<ControlServer> mControl; ///< null without a control socket
+    std::unique_ptr<zulhttp::ProgramSite> mHttp; ///< null without HTTP
+    std::unique_ptr<ControlServer> mControl;     ///< null without a control socket
 };
 
 } // namespace fleet

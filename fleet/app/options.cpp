@@ -60,6 +60,8 @@ struct RawOptions
     std::optional<std::string> progress;
     std::optional<uint32_t> require;
     std::optional<std::string> shard;
+    std::optional<std::string> http;
+    std::optional<std::string> httpRemote;
 };
 
 void declareDevices(CLI::App* app, RawOptions* raw)
@@ -104,6 +106,8 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
     add("--progress", &raw->progress, "S",
         "Tell so often on standard error how it goes, every 10 seconds unless given");
     add("--control", &options->control, "PATH", "Take commands from a Unix socket, made at this path");
+    add("--http", &raw->http, "ADDRESS:PORT", zulhttp::kHttpHelp);
+    add("--http-remote", &raw->httpRemote, "NAMES", zulhttp::kRemoteHelp);
     zuloptions::addNumber(app, "--require", &raw->require, kMaxNumber,
                           "End with status 4 if fewer devices were ever in");
     add("--report", &options->report, "FILE", "Write a report to this file, as JSON");
@@ -268,6 +272,7 @@ std::string check(const RawOptions& raw, const Environment& environment, Options
     std::string mistake = readServer(raw, options);
     mistake = mistake.empty() ? readFleet(raw, &options->fleet) : mistake;
     mistake = mistake.empty() ? readEvents(raw, &options->fleet) : mistake;
+    mistake = mistake.empty() ? zulhttp::readHttpSettings(raw.http, raw.httpRemote, &options->http) : mistake;
     mistake = mistake.empty() ? readShard(raw, environment, options) : mistake;
     return mistake.empty() ? readProgress(raw, options) : mistake;
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "fleet/devices/fleetsettings.h"
+#include "zulhttp/httpsettings.h"
 #include "zullink/hostport.h"
 #include "zuloptions/commandline.h"
 
@@ -21,7 +22,8 @@ struct Options
     uint32_t require = 0;
     std::optional<std::string> report;
     std::optional<std::string> runId;
-    std::optional<std::string> control; ///< the path of the control socket
+    std::optional<std::string> control;        ///< the path of the control socket
+    std::optional<zulhttp::HttpSettings> http; ///< nothing if it is not served
     std::vector<std::string> scenarios;
     std::optional<std::string> junit; ///< a report of the scenarios' expectations
     bool check = false;               ///< only reads the scenarios

@@ -34,6 +34,7 @@ public:
 
     /// Its onError gets sentences; open() and accept() it.
     PeerAcceptor& acceptor() { return mAcceptor; }
+    const PeerAcceptor& acceptor() const { return mAcceptor; }
 
 private:
     void add(boost::asio::ip::tcp::socket socket);

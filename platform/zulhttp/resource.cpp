@@ -10,11 +10,11 @@ namespace {
 constexpr size_t kGzipHeader = 10;
 constexpr size_t kGzipTrailer = 8;
 
-/// True if gzip is allowed: without the header everything is (RFC 9110, 12.5.3).
+/// True if the client says that it takes gzip.
 bool takesGzip(std::string_view accepted)
 {
     const size_t at = accepted.find("gzip");
-    return accepted.empty() || (at != std::string_view::npos && !accepted.substr(at + 4).starts_with(";q=0"));
+    return at != std::string_view::npos && !accepted.substr(at + 4).starts_with(";q=0");
 }
 
 std::string decompressed(std::span<const unsigned char> gzip)

@@ -15,7 +15,7 @@ struct Resource
     std::span<const unsigned char> gzip;
 };
 
-/// The response to a GET of @p resource, compressed unless @p request refuses that.
+/// The response to a GET of @p resource, compressed if @p request allows that.
 Response resourceResponse(const Resource& resource, const Request& request);
 
 } // namespace zulhttp

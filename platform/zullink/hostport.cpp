@@ -22,6 +22,16 @@ std::optional<sHostPort> parseHostPort(std::string_view text)
     return isHost && isPort ? std::make_optional(server) : std::nullopt;
 }
 
+std::optional<sHostPort> parseListenAddress(const std::string& text)
+{
+    const bool picks = text.ends_with(":0");
+    std::optional<sHostPort> address = parseHostPort(picks ? text.substr(0, text.size() - 1) + '1' : text);
+    if (address && picks) {
+        address->port = 0;
+    }
+    return address;
+}
+
 std::string toText(const sHostPort& server)
 {
     const bool isV6 = server.host.find(':') != std::string::npos;

@@ -16,5 +16,8 @@ struct sHostPort
 /// @p text has another form.
 std::optional<sHostPort> parseHostPort(std::string_view text);
 
+/// The same for an address to listen at, whose port may be 0.
+std::optional<sHostPort> parseListenAddress(const std::string& text);
+
 /// The text that parseHostPort() reads.
 std::string toText(const sHostPort& server);

@@ -24,6 +24,9 @@ public:
     /// Where it listens.
     const boost::asio::ip::tcp::endpoint& endpoint() const { return mEndpoint; }
 
+    /// True after onError, until a client was accepted.
+    bool isFailing() const { return mFailing; }
+
     /// Accepts from now on.
     void accept();
 

@@ -142,12 +142,38 @@ std::string Application::listen(const Proxy::Settings& settings)
     if (std::string problem = mProxy->open(mOptions.listenAddress, mOptions.listenPort); !problem.empty()) {
         return problem + ".";
     }
-    if (!mOptions.control) {
-        return "";
+    if (std::string mistake = mOptions.http ? serveHttp() : ""; !mistake.empty() || !mOptions.control) {
+        return mistake;
     }
     mControl = std::make_unique<zulconsole::ControlSocket>(mIo, [this] { return makeRunner(); });
     mControl->onQuit = [this] { quit(SIGTERM); };
     return mControl->listen(*mOptions.control);
+}
+
+std::string Application::serveHttp()
+{
+    mHttp = std::make_unique<zulhttp::ProgramSite>(mIo, *mOptions.http, mVersion);
+    mHttp->onReport = [this](const std::string& sentence) { mConsole->report(sentence); };
+    mHttp->isHealthy = [this] { return !mProxy->isFailing(); };
+    mHttp->onMetrics = [this](zulhttp::MetricsText& metrics) { writeMetrics(metrics); };
+    const std::string problem = mHttp->start();
+    return problem.empty() ? "" : problem + ".";
+}
+
+void Application::writeMetrics(zulhttp::MetricsText& metrics) const
+{
+    metrics.gauge("zul_devices_connected", "Devices whose connection reaches the server now.")
+        .value(static_cast<double>(json_array_size(mProxy->connections().get())));
+    metrics.counter("zul_connects_total", "Connections of devices that were accepted.")
+        .value(static_cast<double>(mProxy->accepted()));
+    metrics.gauge("zul_rules", "Rules that are in effect or wait for their time.")
+        .value(static_cast<double>(mProxy->rules().size()));
+    metrics.gauge("zul_faults_kept", "Faults that no command has taken yet.")
+        .value(static_cast<double>(mFaults.all().size()));
+    metrics.counter("zul_faults_total", "Faults that were done, by their kind.");
+    for (const auto& [kind, count] : mFaults.counts()) {
+        metrics.value(static_cast<double>(count), {{"kind", nameOf(kind)}});
+    }
 }
 
 std::unique_ptr<zulcommand::LineRunner> Application::makeRunner()
@@ -167,6 +193,9 @@ void Application::begin()
     writeLine(JsonPtr(json_pack("{s:s, s:o, s:i, s:I}", "event", "listening", "address",
                                 zulcommand::textOf(endpoint.address().to_string()), "port", endpoint.port(),
                                 "seed", static_cast<json_int_t>(mProxy->seed()))));
+    if (mHttp) {
+        writeLine(mHttp->line());
+    }
     mProxy->start();
     waitForSignal();
     if (mOptions.command.empty()) {

@@ -14,6 +14,7 @@
 #include "zulconsole/console.h"
 #include "zulconsole/controlsocket.h"
 #include "zulconsole/heldsignals.h"
+#include "zulhttp/programsite.h"
 
 namespace proxy {
 
@@ -31,6 +32,8 @@ public:
 
 private:
     std::string prepare();
+    std::string serveHttp();
+    void writeMetrics(zulhttp::MetricsText& metrics) const;
     std::string findServer(std::vector<Proxy::Endpoint>* servers);
     std::string openCapture();
     std::string listen(const Proxy::Settings& settings);
@@ -55,6 +58,7 @@ private:
     std::unique_ptr<zulconsole::Console> mConsole;
     std::unique_ptr<Proxy> mProxy;
     std::unique_ptr<zulconsole::ControlSocket> mControl; ///< null without a control socket
+    std::unique_ptr<zulhttp::ProgramSite> mHttp;         ///< null without HTTP
     std::unique_ptr<InputCommands> mInput;               ///< null with a command
     ChildCommand mChild;
     bool mFinished = false;

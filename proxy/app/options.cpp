@@ -37,6 +37,8 @@ struct RawOptions
     std::vector<std::string> ruleFiles;
     std::optional<uint32_t> seed;
     std::optional<std::string> against;
+    std::optional<std::string> http;
+    std::optional<std::string> httpRemote;
 };
 
 void declare(CLI::App* app, const std::string& version, Options* options, RawOptions* raw)
@@ -57,6 +59,8 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
     add("--control", &options->control, "PATH", "Take commands at a Unix socket at this path, too");
     add("--capture", &options->capture, "FILE",
         "Record both sides in this file (pcapng), with the faults as comments");
+    add("--http", &raw->http, "ADDRESS:PORT", zulhttp::kHttpHelp);
+    add("--http-remote", &raw->httpRemote, "NAMES", zulhttp::kRemoteHelp);
     add("--log", &options->log, "FILE", "Write the JSON lines to this file");
     app->add_flag("--dry-run", options->dryRun,
                   "Only print the faults that the rules would give for a recorded session");
@@ -68,11 +72,10 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
 /// Reads ADDRESS:PORT, whose port may be 0. False if @p text is something else.
 bool readListen(const std::string& text, Options* options)
 {
-    const bool picks = text.ends_with(":0");
-    const std::optional<sHostPort> read = parseHostPort(picks ? text.substr(0, text.size() - 1) + '1' : text);
+    const std::optional<sHostPort> read = parseListenAddress(text);
     if (read) {
         options->listenAddress = read->host;
-        options->listenPort = picks ? 0 : read->port;
+        options->listenPort = read->port;
     }
     return read.has_value();
 }
@@ -112,6 +115,7 @@ std::string checkDryRun(const RawOptions& raw, Options* options)
         {"--control", options->control.has_value()},
         {"--capture", options->capture.has_value()},
         {"--log", options->log.has_value()},
+        {"--http", raw.http.has_value()},
     };
     const auto* other = std::ranges::find(others, true, &std::pair<const char*, bool>::second);
     return other == std::end(others) ? "" : "--dry-run takes no " + std::string(other->first) + ".";
@@ -156,6 +160,9 @@ std::string check(const CLI::App& app, const RawOptions& raw, Options* options)
     std::string mistake = checkDryRun(raw, options);
     if (mistake.empty() && !options->dryRun) {
         mistake = checkAddresses(raw, options);
+    }
+    if (mistake.empty()) {
+        mistake = zulhttp::readHttpSettings(raw.http, raw.httpRemote, &options->http);
     }
     return mistake.empty() ? readRules(app, raw, &options->rules) : mistake;
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "proxy/rules/rule.h"
+#include "zulhttp/httpsettings.h"
 #include "zullink/hostport.h"
 #include "zuloptions/commandline.h"
 
@@ -22,7 +23,8 @@ struct Options
     std::optional<std::string> control; ///< the path of the control socket
     std::optional<std::string> capture;
     std::optional<std::string> log;
-    std::vector<std::string> command; ///< to start and wait for; none if empty
+    std::optional<zulhttp::HttpSettings> http; ///< nothing if it is not served
+    std::vector<std::string> command;          ///< to start and wait for; none if empty
 
     bool dryRun = false;
     std::string against;          ///< the recorded session of a dry run

@@ -58,6 +58,9 @@ public:
     /// Where it listens.
     const Endpoint& endpoint() const { return mAcceptor.endpoint(); }
 
+    /// True while connections cannot be accepted.
+    bool isFailing() const { return mAcceptor.isFailing(); }
+
     /// Takes connections from now on.
     void start();
 

@@ -17,6 +17,7 @@ bool allows(const std::optional<Value>& wanted, const Other& value)
 
 void FaultLog::add(Fault fault)
 {
+    ++mCounts[fault.kind];
     mEntries.push_back({mAdded++, std::move(fault)});
     if (mEntries.size() > mMaxFaults) {
         mEntries.pop_front();

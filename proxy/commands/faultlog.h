@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -61,6 +62,9 @@ public:
     /// How many have been added.
     uint64_t added() const { return mAdded; }
 
+    /// The same for each kind that there was.
+    const std::map<eFault, uint64_t>& counts() const { return mCounts; }
+
     /// Tells @p listener, borrowed, about each fault until ignore().
     void listen(Listener* listener) { mListeners.push_back(listener); }
     void ignore(Listener* listener) { std::erase(mListeners, listener); }
@@ -71,6 +75,7 @@ private:
     const size_t mMaxFaults;
     std::deque<Entry> mEntries;
     uint64_t mAdded = 0;
+    std::map<eFault, uint64_t> mCounts;
     std::vector<Listener*> mListeners;
 };
 

@@ -159,6 +159,9 @@ bool Application::listen()
         const WStatus status = cCaptureFile::create(*mOptions.capture, mProgram, &mCapture);
         problem = mCapture ? "" : cannotWrite("capture file", *mOptions.capture, status);
     }
+    if (problem.empty() && mOptions.http) {
+        problem = serveHttp();
+    }
     if (problem.empty() && mOptions.portFile) {
         const WStatus status = cAtomicFile(*mOptions.portFile).write(std::to_string(endpoint.port()) + "\n");
         mPortFileWritten = status.isOk();
@@ -180,7 +183,19 @@ bool Application::listen()
                         ": other machines can reach this server, which asks nobody for a password.");
     }
     mConsole.line(listeningLine(endpoint.address().to_string(), endpoint.port()));
+    if (mHttp) {
+        mConsole.line(mHttp->line());
+    }
     return true;
+}
+
+std::string Application::serveHttp()
+{
+    mHttp = std::make_unique<zulhttp::ProgramSite>(mIo, *mOptions.http, mProgram);
+    mHttp->onReport = [this](const std::string& sentence) { mConsole.report(sentence); };
+    mHttp->isHealthy = [this] { return !mAcceptor.isFailing(); };
+    mPages = std::make_unique<ServerPages>(*mHttp, mSessions, mRunner);
+    return mHttp->start();
 }
 
 void Application::startTimer()

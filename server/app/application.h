@@ -10,6 +10,7 @@
 #include "server/report/junitreport.h"
 #include "server/sessions/commandrunner.h"
 #include "server/sessions/devicesessions.h"
+#include "server/web/serverpages.h"
 #include "zulconsole/console.h"
 #include "zulconsole/lineinput.h"
 #include "zulconsole/prompt.h"
@@ -47,6 +48,7 @@ private:
     bool checkFile(const char* what, const std::optional<std::string>& path);
     void writeReport();
     void failRun(const std::string& sentence);
+    std::string serveHttp();
     bool listen();
     void takeCommands();
     void submitGivenCommands();
@@ -66,6 +68,8 @@ private:
     std::string mRunFailure; ///< if the run failed for a reason outside of the commands
     boost::asio::signal_set mSignals;
     boost::asio::steady_timer mTimer;
+    std::unique_ptr<zulhttp::ProgramSite> mHttp; ///< null without HTTP
+    std::unique_ptr<ServerPages> mPages;         ///< likewise
     std::unique_ptr<zulconsole::LineInput> mLineInput;
     std::unique_ptr<zulconsole::Prompt> mPrompt;
     bool mPortFileWritten = false;

@@ -28,6 +28,8 @@ struct RawOptions
     std::string count;
     std::string timeout;
     std::string commandsFile;
+    std::optional<std::string> http;
+    std::optional<std::string> httpRemote;
 };
 
 void declare(CLI::App* app, const std::string& version, Options* options, RawOptions* raw)
@@ -49,6 +51,8 @@ void declare(CLI::App* app, const std::string& version, Options* options, RawOpt
     add("--junit", &options->junit, "FILE", "Write a report of the run to this file, as JUnit XML");
     add("--capture", &options->capture, "FILE",
         "Record what devices and server exchange in this file (pcapng)");
+    add("--http", &raw->http, "ADDRESS:PORT", zulhttp::kHttpHelp);
+    add("--http-remote", &raw->httpRemote, "NAMES", zulhttp::kRemoteHelp);
     add("--quiet", &options->quiet, "EVENT", "Leave out the lines of this event; may be given again")
         ->allow_extra_args(false);
     app->add_flag("--verbose", options->verbose, "Say more on standard error");
@@ -89,6 +93,10 @@ std::string check(const CLI::App& app, const RawOptions& raw, Options* options)
         if (std::ranges::find(kEvents, event) == kEvents.end()) {
             return "--quiet: there is no event " + quote(event) + ".";
         }
+    }
+    if (std::string mistake = zulhttp::readHttpSettings(raw.http, raw.httpRemote, &options->http);
+        !mistake.empty()) {
+        return mistake;
     }
     const bool fileGiven = app.count("--commands") > 0;
     options->commandsGiven = fileGiven || app.count("--command") > 0;

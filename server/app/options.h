@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "zulhttp/httpsettings.h"
 #include "zuloptions/commandline.h"
 
 namespace server {
@@ -21,8 +22,9 @@ struct Options
     bool commandsGiven = false;
 
     std::optional<uint32_t> count;
-    std::optional<double> timeout;      ///< seconds
-    std::optional<std::string> capture; ///< the file that records the links
+    std::optional<double> timeout;             ///< seconds
+    std::optional<std::string> capture;        ///< the file that records the links
+    std::optional<zulhttp::HttpSettings> http; ///< nothing if it is not served
     bool verbose = false;
     std::vector<std::string> quiet;   ///< the events whose lines are left out
     std::optional<std::string> junit; ///< the file of the report

@@ -13,8 +13,8 @@
 namespace server {
 
 /// The "event" of every line that is printed.
-inline constexpr std::array kEvents{"listening", "connected", "device",      "message",
-                                    "answer",    "reply",     "disconnected"};
+inline constexpr std::array kEvents{"listening", "http",   "connected", "device",
+                                    "message",   "answer", "reply",     "disconnected"};
 
 zulcommand::JsonPtr listeningLine(const std::string& address, uint16_t port);
 zulcommand::JsonPtr connectedLine(const std::string& peer);

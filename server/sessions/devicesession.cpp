@@ -55,17 +55,46 @@ void DeviceSession::after(LinkTimer* timer, int ms, void (DeviceSession::*then)(
     });
 }
 
-uint64_t DeviceSession::request(WMsg message, LinkSession::AnswerHandler handler)
+uint64_t DeviceSession::request(WMsg message, LinkSession::AnswerHandler handler, eOrigin origin)
 {
+    const char* type = SessionCounts::typeOf(message);
+    if (mSettings.counts) {
+        handler = counted(std::move(handler), origin);
+    }
     const uint64_t request = mDriver->session().request(std::move(message), std::move(handler));
+    if (mSettings.counts) {
+        mSettings.counts->addSent(type, request == 0 ? "refused" : "ok");
+    }
     mDriver->flush();
     return request;
+}
+
+/// Counts the answer and its time, and then calls @p handler, which may be null.
+LinkSession::AnswerHandler DeviceSession::counted(LinkSession::AnswerHandler handler, eOrigin origin) const
+{
+    using Clock = std::chrono::steady_clock;
+    return [counts = mSettings.counts, handler = std::move(handler), origin,
+            begun = Clock::now()](const WMsg* answer) {
+        if (answer != nullptr) {
+            counts->addReceived("answer", "ok");
+            (origin == eOrigin::COMMAND ? counts->commandRequests : counts->serverRequests)
+                .add(Clock::now() - begun);
+        } else {
+            counts->addReceived("answer", "missing");
+        }
+        if (handler) {
+            handler(answer);
+        }
+    };
 }
 
 bool DeviceSession::send(WMsg message)
 {
     if (message.type == cObjectList::kSet || message.type == cObjectList::kRequest) {
         return request(std::move(message), nullptr) != 0;
+    }
+    if (mSettings.counts) {
+        mSettings.counts->addSent(SessionCounts::typeOf(message), "ok");
     }
     mDriver->session().send(std::move(message));
     mDriver->flush();
@@ -81,11 +110,12 @@ void DeviceSession::askForDevice()
     message.type = cObjectList::kRequest;
     message.payload.resize(any.encodedSize());
     any.encode(message.payload.data());
-    request(std::move(message), [this](const WMsg* answer) {
+    const auto take = [this](const WMsg* answer) {
         if (answer != nullptr) {
             takeDevice(*answer);
         }
-    });
+    };
+    request(std::move(message), take, eOrigin::SERVER);
 }
 
 void DeviceSession::takeDevice(const WMsg& answer)
@@ -118,6 +148,9 @@ void DeviceSession::identified(const cObjectDevice& device)
 void DeviceSession::linkMessage(LinkSession::Received&& received)
 {
     if (received.message.answer) {
+        if (mSettings.counts) {
+            mSettings.counts->addReceived("answer", "dropped");
+        }
         mListener->sessionDebug(*this, "An answer was dropped as nobody waits for it, number " +
                                            std::to_string(mDriver->session().unmatchedAnswers()) +
                                            " of this connection.");

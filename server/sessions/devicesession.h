@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "server/sessions/sessioncounts.h"
 #include "wcapture/capturefile.h"
 #include "zullink/asiodriver.h"
 #include "zulobj/device.h"
@@ -24,6 +25,7 @@ struct LinkSettings
     size_t heldMessageOverhead = 128;    ///< added to the payload of each
 
     std::shared_ptr<cCaptureFile> capture; ///< null if nothing is recorded
+    std::shared_ptr<SessionCounts> counts; ///< null if nothing is counted
 };
 
 /// Talks to one device, from its connection to its end.
@@ -58,9 +60,16 @@ public:
 
     void start();
 
+    /// Who wants the answer to a request.
+    enum class eOrigin
+    {
+        COMMAND,
+        SERVER
+    };
+
     /// Sends @p message, whose answer goes to @p handler. Returns a number for giveUp(), or 0 if the device
     /// leaves too many requests unanswered: then nothing is sent.
-    uint64_t request(WMsg message, LinkSession::AnswerHandler handler);
+    uint64_t request(WMsg message, LinkSession::AnswerHandler handler, eOrigin origin = eOrigin::COMMAND);
 
     /// Stops waiting for the answer to @p request.
     void giveUp(uint64_t request) { mDriver->session().giveUp(request); }
@@ -88,6 +97,7 @@ private:
     bool readingPaused() const override { return mListener->readingPaused(); }
 
     void after(LinkTimer* timer, int ms, void (DeviceSession::*then)());
+    LinkSession::AnswerHandler counted(LinkSession::AnswerHandler handler, eOrigin origin) const;
     void askForDevice();
     void takeDevice(const WMsg& answer);
     void identified(const cObjectDevice& device);

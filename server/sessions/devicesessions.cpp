@@ -77,6 +77,9 @@ void DeviceSessions::sessionMessage(DeviceSession& session, WMsg&& message)
 {
     cObjectList list;
     const WStatus status = list.decode(message);
+    if (mSettings.counts) {
+        mSettings.counts->addReceived(SessionCounts::typeOf(message), status.isOk() ? "ok" : "refused");
+    }
     if (!status.isOk()) {
         sessionReport(session, "A message of type " + std::to_string(message.type) +
                                    " was not understood: " + status.text() + ".");
@@ -97,6 +100,9 @@ void DeviceSessions::sessionClosed(DeviceSession& session, const std::string& re
     // Functions of the session are on the stack, so it is destroyed later.
     boost::asio::post(mIo, [ended = mSessions.extract(&session)] {});
     const std::optional<cObjectDevice>& device = session.device();
+    if (mSettings.counts) {
+        mSettings.counts->addDisconnect(reason);
+    }
     mEnded.push_back({mEndedCount++, session.peer(), device});
     mConsole.line(disconnectedLine(session.peer(), device ? &*device : nullptr, reason));
     if (mEnded.size() > kMaxEnded) {

@@ -37,6 +37,9 @@ public:
     /// Records the connections that are added from now on.
     void setCapture(std::shared_ptr<cCaptureFile> capture) { mSettings.capture = std::move(capture); }
 
+    /// Counts in @p counts what crosses the connections that are added from now on.
+    void setCounts(std::shared_ptr<SessionCounts> counts) { mSettings.counts = std::move(counts); }
+
     /// Takes over the socket of a new client.
     void add(boost::asio::ip::tcp::socket socket);
 
@@ -68,6 +71,12 @@ public:
     /// Takes the connection that ended first, of those that the serial and the peer of @p filter allow and
     /// that have ended since ended() was @p since. Nothing if there is none.
     std::optional<Ended> takeEnded(const Filter& filter, uint64_t since);
+
+    /// How many connections there were.
+    uint64_t connections() const { return mConnections; }
+
+    /// True while the output is not read, and so the devices are not.
+    bool isCongested() const { return readingPaused(); }
 
     /// How many connections have ended.
     uint64_t ended() const { return mEndedCount; }

@@ -19,6 +19,7 @@
 #include "zulcommand/commandwords.h"
 #include "zulcommand/reply.h"
 #include "zuldict/zuldict.h"
+#include "zulhttp/programsite.h"
 #include "zulobj/device.h"
 
 using namespace server;
@@ -192,12 +193,20 @@ TEST(ServerManualTest, everyExitStatusIsInTheManualAndInTheHelp)
     EXPECT_EQ(inManual, foundIn(helpText().substr(helpText().find("Exit status:")), R"(\b(\d)\b)"));
 }
 
+/// The line that says where HTTP is served.
+JsonPtr httpLine()
+{
+    boost::asio::io_context io;
+    return zulhttp::ProgramSite(io, {}, "zulserver").line();
+}
+
 TEST(ServerManualTest, everyLineHasTheMembersThatTheManualNames)
 {
     const cObjectDevice device;
     const cObjectList list;
     const std::pair<const char*, JsonPtr> lines[] = {
         {"listening", listeningLine("::1", 1)},
+        {"http", httpLine()},
         {"connected", connectedLine("peer")},
         {"device", deviceLine("peer", device)},
         {"message", messageLine(1, list)},
