@@ -5,7 +5,7 @@
 
 namespace proxy {
 
-/// The time by a clock that never goes back, in nanoseconds, as FaultyConnection wants it.
+/// The time by a clock that never goes back, in nanoseconds, for FaultyConnection.
 inline int64_t nowNs()
 {
     using namespace std::chrono;

@@ -120,7 +120,7 @@ void FaultyConnection::holdEnd(eDirection direction, int64_t nowNs)
     }
 }
 
-/// Silence swallows the ends too; with both gone there is nothing left to be silent about.
+/// Silence swallows the ends too, so a silent connection ends once both sides have.
 void FaultyConnection::endIfBothHave()
 {
     const bool silent = mLanes[0].isSilent() || mLanes[1].isSilent();
@@ -166,7 +166,7 @@ void FaultyConnection::command(eFault kind, int64_t nowNs)
     }
 }
 
-/// Takes note of rules that have come or gone.
+/// Applies rules that were added or cleared.
 void FaultyConnection::follow(int64_t nowNs)
 {
     if (mRulesVersion != mShared.rules.version()) {
@@ -178,9 +178,7 @@ void FaultyConnection::setRules(int64_t nowNs)
 {
     mRulesVersion = mShared.rules.version();
     const std::vector<RulePtr>& rules = mShared.rules.all();
-    const auto isCleared = [&rules](uint32_t number) {
-        return std::ranges::none_of(rules, [number](const RulePtr& rule) { return rule->number == number; });
-    };
+    const auto isCleared = [this](uint32_t number) { return !mShared.rules.has(number); };
     mAcceptLate.dropCleared(isCleared);
     mCuts.dropCleared(isCleared);
     std::vector<TimeRule> timed;
@@ -205,7 +203,7 @@ void FaultyConnection::deviceKnown(uint32_t deviceSerial)
     }
 }
 
-/// Before the server is reached there are no two sides that something could happen to.
+/// Does nothing before the server is reached.
 void FaultyConnection::actByTime(int64_t nowNs)
 {
     for (size_t i = 0; mReached && mEnd == eEnd::NONE && i < mTimeRules.size(); ++i) {

@@ -59,10 +59,7 @@ void Lane::chooseRules(const RuleSet& rules)
 void Lane::setRules(const RuleSet& rules, int64_t nowNs)
 {
     chooseRules(rules);
-    const auto isCleared = [&rules](uint32_t number) {
-        return std::ranges::none_of(rules.all(),
-                                    [number](const RulePtr& rule) { return rule->number == number; });
-    };
+    const auto isCleared = [&rules](uint32_t number) { return !rules.has(number); };
     letGo([&](const Holding& holding) { return isCleared(holding.rule()); }, nowNs);
     mOutput.removePacers(isCleared);
     mSilences.dropCleared(isCleared);

@@ -28,7 +28,7 @@ bool MessageCutter::readHeader(std::span<const uint8_t>* bytes)
     return mHeaderUsed == wmsg::kHeaderSize;
 }
 
-/// Judges as many bytes as are there, so that a foreign peer is not kept waiting.
+/// Compares as many bytes as have come, so that the bytes of a foreign peer pass at once.
 bool MessageCutter::beginsLikeHeader() const
 {
     constexpr std::array<uint8_t, 3> kBeginning = {wmsg::kMagic >> 8, wmsg::kMagic & 0xFF, wmsg::kVersion};

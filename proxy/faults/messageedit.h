@@ -20,7 +20,7 @@ struct Change
 /// change.
 std::optional<Change> editMessage(const Rule& rule, cSeededRandom* draws, SegmentedMessage* message);
 
-/// True if editMessage() knows the kind.
+/// True if editMessage() implements the kind.
 bool editsSegments(eFault kind);
 
 } // namespace proxy

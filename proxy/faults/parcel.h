@@ -10,11 +10,11 @@ namespace proxy {
 /// "Never", as a time in ns.
 constexpr int64_t kNeverNs = INT64_MAX;
 
-/// What a rule wants to do with a message on its way out.
+/// What a rule does with a message on its way out.
 struct Mark
 {
     uint32_t rule = 0;                   ///< its number
-    int64_t value = 0;                   ///< what it has drawn, or how long in ns; the rule's kind knows
+    int64_t value = 0;                   ///< a drawn number, a time in ns or a count, by the rule's kind
     std::optional<uint32_t> object = {}; ///< LIMIT: the type of the record that its fault tells
 };
 
@@ -52,7 +52,7 @@ struct Parcel
         bytes = owned;
     }
 
-    /// Null if rule number @p rule wants nothing.
+    /// The mark of rule number @p rule, or null.
     const Mark* markOf(uint32_t rule) const
     {
         for (const Mark& mark : marks) {

@@ -9,8 +9,8 @@ namespace proxy {
 
 namespace {
 
-/// A message is changed in this order, whatever the order of the rules, so that each kind keeps its promise:
-/// records are cut into segments anew, and a checksum that is to be wrong is not made right again.
+/// A message is changed in this order, whatever the order of the rules: changed records are cut into segments
+/// anew, and a checksum that should be wrong must not be made right again.
 enum ePhase : uint8_t
 {
     RECORDS,

@@ -53,7 +53,7 @@ void Replay::advance(int64_t timeNs)
     }
 }
 
-/// Calls @p what with the connection, and sees to what waits in it and for it.
+/// Calls @p what with the connection, then bounds what waits in it and updates its deadline.
 template <class Do>
 void Replay::change(uint64_t id, Do what)
 {

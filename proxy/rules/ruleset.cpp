@@ -52,6 +52,11 @@ bool RuleSet::clear(uint32_t number)
     return cleared > 0;
 }
 
+bool RuleSet::has(uint32_t number) const
+{
+    return std::ranges::any_of(mRules, [number](const RulePtr& rule) { return rule->number == number; });
+}
+
 void RuleSet::clear()
 {
     mRules.clear();

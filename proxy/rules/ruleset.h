@@ -39,6 +39,7 @@ public:
     void clear();
 
     const std::vector<RulePtr>& all() const { return mRules; }
+    bool has(uint32_t number) const;
 
     /// Changes with every rule that comes or goes.
     uint64_t version() const { return mVersion; }
@@ -51,7 +52,7 @@ private:
     uint64_t mVersion = 0;
 };
 
-/// Who draws: nothing else than this, the seed and the rule's text decides what is drawn.
+/// What is drawn depends on this, the seed and the rule's text, and on nothing else.
 struct DrawKey
 {
     std::optional<uint32_t> deviceSerial = {}; ///< nothing before it is known

@@ -10,26 +10,8 @@ namespace proxy {
 
 namespace {
 
-class ByteFaultsTest : public testing::Test
-{
-protected:
-    FaultyPipe& start(const std::vector<std::string>& rules)
-    {
-        mPipe.reset();
-        mProxy = std::make_unique<FaultyProxy>();
-        for (const std::string& rule : rules) {
-            mProxy->add(rule);
-        }
-        mPipe = std::make_unique<FaultyPipe>(mProxy.get());
-        return *mPipe;
-    }
-
-    FaultyProxy& proxy() { return *mProxy; }
-
-private:
-    std::unique_ptr<FaultyProxy> mProxy;
-    std::unique_ptr<FaultyPipe> mPipe;
-};
+class ByteFaultsTest : public FaultyPipeTest
+{};
 
 std::vector<size_t> sizesOf(const std::vector<Bytes>& pieces)
 {

@@ -10,32 +10,8 @@ namespace {
 using eEnd = FaultyConnection::eEnd;
 using eAcceptance = FaultyConnection::eAcceptance;
 
-class ConnectionFaultsTest : public testing::Test
-{
-protected:
-    FaultyPipe& start(const std::vector<std::string>& rules)
-    {
-        mPipe.reset();
-        mProxy = std::make_unique<FaultyProxy>();
-        for (const std::string& rule : rules) {
-            mProxy->add(rule);
-        }
-        mPipe = std::make_unique<FaultyPipe>(mProxy.get());
-        return *mPipe;
-    }
-
-    FaultyProxy& proxy() { return *mProxy; }
-
-    void clearRules()
-    {
-        mProxy->rules.clear();
-        mPipe->followRules();
-    }
-
-private:
-    std::unique_ptr<FaultyProxy> mProxy;
-    std::unique_ptr<FaultyPipe> mPipe;
-};
+class ConnectionFaultsTest : public FaultyPipeTest
+{};
 
 } // namespace
 

@@ -151,4 +151,34 @@ private:
     FaultyConnection mConnection;
 };
 
+/// Tests of one pipe at a time.
+class FaultyPipeTest : public testing::Test
+{
+protected:
+    /// A new proxy with @p rules, and a pipe through it.
+    FaultyPipe& start(const std::vector<std::string>& rules)
+    {
+        mPipe.reset();
+        mProxy = std::make_unique<FaultyProxy>();
+        for (const std::string& rule : rules) {
+            mProxy->add(rule);
+        }
+        mPipe = std::make_unique<FaultyPipe>(mProxy.get());
+        return *mPipe;
+    }
+
+    FaultyProxy& proxy() { return *mProxy; }
+    FaultyPipe& pipe() { return *mPipe; }
+
+    void clearRules()
+    {
+        mProxy->rules.clear();
+        mPipe->followRules();
+    }
+
+private:
+    std::unique_ptr<FaultyProxy> mProxy;
+    std::unique_ptr<FaultyPipe> mPipe;
+};
+
 } // namespace proxy

@@ -7,35 +7,22 @@ namespace proxy {
 
 namespace {
 
-class MessageFaultsTest : public testing::Test
+class MessageFaultsTest : public FaultyPipeTest
 {
 protected:
     /// What comes out at once of @p bytes with @p rules, one a line.
     Bytes through(const std::vector<std::string>& rules, const Bytes& bytes, eDirection direction = kToServer)
     {
-        mPipe.reset();
-        mProxy = std::make_unique<FaultyProxy>();
-        for (const std::string& rule : rules) {
-            mProxy->add(rule);
-        }
-        mPipe = std::make_unique<FaultyPipe>(mProxy.get());
-        mPipe->send(direction, bytes);
-        return mPipe->take(direction);
+        start(rules).send(direction, bytes);
+        return pipe().take(direction);
     }
-
-    FaultyPipe& pipe() { return *mPipe; }
-    FaultyProxy& proxy() { return *mProxy; }
 
     /// Matched and injected of rule number @p number, from 1.
-    std::pair<uint64_t, uint64_t> countsOf(size_t number) const
+    std::pair<uint64_t, uint64_t> countsOf(size_t number)
     {
-        const ActiveRule& rule = *mProxy->rules.all()[number - 1];
+        const ActiveRule& rule = *proxy().rules.all()[number - 1];
         return {rule.matched, rule.injected};
     }
-
-private:
-    std::unique_ptr<FaultyProxy> mProxy;
-    std::unique_ptr<FaultyPipe> mPipe;
 };
 
 using Counts = std::pair<uint64_t, uint64_t>;
@@ -395,8 +382,7 @@ TEST_F(MessageFaultsTest, whatWaitsForATimeStopsItsOwnSender)
         }
         EXPECT_LE(in, FaultyConnection::kMaxWaiting + 2 * sample(1).size()) << rule;
         EXPECT_TRUE(pipe().connection().wantsMore(kToDevice)) << rule;
-        proxy().rules.clear();
-        pipe().followRules();
+        clearRules();
         EXPECT_TRUE(pipe().connection().wantsMore(kToServer)) << rule;
         EXPECT_EQ(pipe().take(kToServer).size(), in) << rule;
     }
