@@ -56,6 +56,7 @@ bool areAlike(const uint8_t* bytes, size_t size, size_t distance)
 {
     const auto firstHalf = std::bit_cast<uint64_t>(std::array<uint8_t, 8>{0xFF, 0xFF, 0xFF, 0xFF});
     std::array<uint64_t, 4> differences{}; // several, which the compiler computes side by side
+#pragma GCC unroll 4
     for (size_t at = 0; at < size; at += sizeof differences) {
         for (size_t i = 0; i < differences.size(); ++i) {
             const uint8_t* const word = bytes + at + i * sizeof(uint64_t);
@@ -177,6 +178,7 @@ void RuleSieve::skipAlike(WendleObject record, Mask mask, bool readsTags, WObjec
         }
         uint64_t differences = 0;
         Mask suited = 0;
+#pragma GCC unroll 4
         for (size_t i = 0; i < kRecords; ++i, at += size) {
             differences |= wordAt(at) ^ header;
             suited |= mByPort[wmsg::get32(at + valueAt)];
