@@ -205,14 +205,10 @@ TEST(ServerManualTest, everyLineHasTheMembersThatTheManualNames)
     const cObjectDevice device;
     const cObjectList list;
     const std::pair<const char*, JsonPtr> lines[] = {
-        {"listening", listeningLine("::1", 1)},
-        {"http", httpLine()},
-        {"connected", connectedLine("peer")},
-        {"device", deviceLine("peer", device)},
-        {"message", messageLine(1, list)},
-        {"answer", answerLine("peer", 1, list)},
-        {"reply", replyWithEverything()},
-        {"disconnected", disconnectedLine("peer", nullptr, "reason")},
+        {"listening", listeningLine("::1", 1)}, {"http", httpLine()},
+        {"connected", connectedLine("peer")},   {"device", deviceLine("peer", device)},
+        {"message", messageLine(1, list)},      {"answer", answerLine("peer", 1, list)},
+        {"reply", replyWithEverything()},       {"disconnected", disconnectedLine("peer", nullptr, "reason")},
     };
     const std::vector<Row> rows = table("`event`", "when");
     ASSERT_EQ(rows.size(), std::size(lines));
