@@ -247,11 +247,16 @@ class Bench(Controlled):
             time.sleep(PAUSE)
         if scenario["missed"] > 0:
             self._told = True
-            raise ExpectationFailed(self._missed())
+            raise ExpectationFailed(self._missed(scenario["missed"]))
         return scenario
 
-    def _missed(self) -> str:
-        told = [line.removeprefix("zulbench: ") for line in self.last_output if " expects " in line]
+    def _missed(self, count: int = 1) -> str:
+        """The sentences come by another stream than replies, so they may come later."""
+        end = time.monotonic() + 5
+        told: list[str] = []
+        while len(told) < count and time.monotonic() < end:
+            told = [line.removeprefix("zulbench: ") for line in self.last_output if " expects " in line]
+            time.sleep(0 if len(told) >= count else PAUSE)
         return "\n".join(told) or "An expectation of a scenario was missed."
 
     def _check_status(self) -> None:
