@@ -209,7 +209,10 @@ private:
     void readTrigger(Step* step)
     {
         const Entry* trigger = findOnly(mMap, {"at", "every", "when"}, mKey, mValues);
-        const std::string word = trigger == nullptr ? "" : trigger->key.text;
+        if (trigger == nullptr) {
+            return;
+        }
+        const std::string& word = trigger->key.text;
         if (word == "at") {
             step->trigger = At{mValues.time(*trigger)};
         } else if (word == "every") {

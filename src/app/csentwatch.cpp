@@ -30,7 +30,7 @@ void cSentWatch::look()
     const sLinkState link = device != nullptr ? device->linkState() : sLinkState();
     const bool isSent = link.state == sLinkState::OFF || link.waiting == 0;
     const bool isRead = !mAwaitsReading || link.state != sLinkState::UP;
-    if (isSent && !isRead) {
+    if (device != nullptr && isSent && !isRead) {
         device->finishLink();
     }
     if ((isSent && isRead) || mDeadline.hasExpired()) {
