@@ -9,7 +9,7 @@ namespace zulhttp {
 
 namespace {
 
-/// So many clients more than allowed are told so; further ones are closed at once.
+/// Beyond the limit this many clients get an answer that says so; further ones are closed at once.
 constexpr size_t kMaxRefused = 64;
 
 } // namespace

@@ -16,7 +16,7 @@ using zulcommand::JsonPtr;
 
 constexpr uint16_t kServerPort = 50000;
 
-/// The member @p name of each line, as JSON; an empty text if a line lacks it.
+/// Returns the member @p name of each line as JSON, or an empty text if a line lacks it.
 Lines members(const ProgramRun& run, const char* name)
 {
     Lines values;
