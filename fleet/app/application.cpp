@@ -107,24 +107,20 @@ std::string Application::serveHttp()
 void Application::writeMetrics(zulhttp::MetricsText& metrics) const
 {
     const Fleet::Progress progress = mFleet->progress();
-    const auto write = [](zulhttp::MetricsText& metric, uint64_t value) {
-        metric.value(static_cast<double>(value));
-    };
-    write(metrics.gauge("zul_devices_identified",
-                        "Devices that the server has asked who they are, connected now."),
-          progress.in);
-    write(metrics.gauge("zul_devices_connecting", "Devices that connect, or wait to be asked who they are."),
-          progress.connecting);
-    write(metrics.gauge("zul_devices_down", "Devices without a connection."), progress.down);
+    metrics.gauge("zul_devices_identified", "Devices that the server has asked who they are, connected now.")
+        .value(progress.in);
+    metrics.gauge("zul_devices_connecting", "Devices that connect, or wait to be asked who they are.")
+        .value(progress.connecting);
+    metrics.gauge("zul_devices_down", "Devices without a connection.").value(progress.down);
     const FleetReport report = mFleet->report();
     const EventCounts events = report.events();
-    write(metrics.gauge("zul_events_waiting", "Events that wait to be sent."), events.waiting);
-    write(metrics.counter("zul_events_late_total", "Events that were sent later than planned."), events.late);
-    write(metrics.counter("zul_events_dropped_total", "Events that were dropped as too many waited."),
-          events.dropped);
+    metrics.gauge("zul_events_waiting", "Events that wait to be sent.").value(events.waiting);
+    metrics.counter("zul_events_late_total", "Events that were sent later than planned.").value(events.late);
+    metrics.counter("zul_events_dropped_total", "Events that were dropped as too many waited.")
+        .value(events.dropped);
     metrics.counter("zul_events_sent_total", "Events that were sent, by their kind.");
     for (size_t kind = 0; kind < kEventKinds.size(); ++kind) {
-        metrics.value(static_cast<double>(report.kinds[kind].sent), {{"kind", kEventKinds[kind]}});
+        metrics.value(report.kinds[kind].sent, {{"kind", kEventKinds[kind]}});
     }
 }
 

@@ -48,19 +48,19 @@ MetricsText& MetricsText::begin(const std::string& name, const char* kind, const
     return *this;
 }
 
-void MetricsText::line(const std::string& name, const Labels& labels, double value)
+void MetricsText::line(const std::string& name, const Labels& labels, const std::string& value)
 {
     mText += name;
     char separator = '{';
     for (const auto& [label, text] : labels) {
         mText += std::exchange(separator, ',') + label + "=\"" + escaped(text) + "\"";
     }
-    mText += std::string(labels.empty() ? "" : "}") + " " + numberText(value) + "\n";
+    mText += std::string(labels.empty() ? "" : "}") + " " + value + "\n";
 }
 
-MetricsText& MetricsText::value(double value, const Labels& labels)
+MetricsText& MetricsText::value(uint64_t value, const Labels& labels)
 {
-    line(mName, labels, value);
+    line(mName, labels, std::to_string(value));
     return *this;
 }
 
@@ -70,10 +70,10 @@ MetricsText& MetricsText::value(const DurationBuckets& buckets, const Labels& la
     for (size_t i = 0; i <= kCount; ++i) {
         Labels bounded = labels;
         bounded.emplace_back("le", i == kCount ? "+Inf" : numberText(DurationBuckets::kBounds[i]));
-        line(mName + "_bucket", bounded, static_cast<double>(buckets.upTo(i)));
+        line(mName + "_bucket", bounded, std::to_string(buckets.upTo(i)));
     }
-    line(mName + "_sum", labels, buckets.sum());
-    line(mName + "_count", labels, static_cast<double>(buckets.upTo(kCount)));
+    line(mName + "_sum", labels, numberText(buckets.sum()));
+    line(mName + "_count", labels, std::to_string(buckets.upTo(kCount)));
     return *this;
 }
 

@@ -51,14 +51,14 @@ public:
         return begin(name, "histogram", help);
     }
 
-    MetricsText& value(double value, const Labels& labels = {});
+    MetricsText& value(uint64_t value, const Labels& labels = {});
     MetricsText& value(const DurationBuckets& buckets, const Labels& labels);
 
     const std::string& text() const { return mText; }
 
 private:
     MetricsText& begin(const std::string& name, const char* kind, const std::string& help);
-    void line(const std::string& name, const Labels& labels, double value);
+    void line(const std::string& name, const Labels& labels, const std::string& value);
 
     std::string mName;
     std::string mText;

@@ -163,16 +163,15 @@ std::string Application::serveHttp()
 void Application::writeMetrics(zulhttp::MetricsText& metrics) const
 {
     metrics.gauge("zul_devices_connected", "Devices whose connection reaches the server now.")
-        .value(static_cast<double>(json_array_size(mProxy->connections().get())));
+        .value(json_array_size(mProxy->connections().get()));
     metrics.counter("zul_connects_total", "Connections of devices that were accepted.")
-        .value(static_cast<double>(mProxy->accepted()));
+        .value(mProxy->accepted());
     metrics.gauge("zul_rules", "Rules that are in effect or wait for their time.")
-        .value(static_cast<double>(mProxy->rules().size()));
-    metrics.gauge("zul_faults_kept", "Faults that no command has taken yet.")
-        .value(static_cast<double>(mFaults.all().size()));
+        .value(mProxy->rules().size());
+    metrics.gauge("zul_faults_kept", "Faults that no command has taken yet.").value(mFaults.all().size());
     metrics.counter("zul_faults_total", "Faults that were done, by their kind.");
     for (const auto& [kind, count] : mFaults.counts()) {
-        metrics.value(static_cast<double>(count), {{"kind", nameOf(kind)}});
+        metrics.value(count, {{"kind", nameOf(kind)}});
     }
 }
 

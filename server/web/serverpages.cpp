@@ -45,28 +45,25 @@ void ServerPages::writeMetrics(MetricsText& metrics) const
 {
     const DeviceSessions::Counts counts = mSessions.counts();
     metrics.gauge("zul_devices_connected", "Connections of devices that are open now.")
-        .value(static_cast<double>(counts.connected));
+        .value(counts.connected);
     metrics.gauge("zul_devices_identified", "Devices that have said who they are and are connected now.")
-        .value(static_cast<double>(counts.identified));
-    metrics.counter("zul_connects_total", "Connections that were accepted.")
-        .value(static_cast<double>(mSessions.connections()));
+        .value(counts.identified);
+    metrics.counter("zul_connects_total", "Connections that were accepted.").value(mSessions.connections());
     metrics.counter("zul_disconnects_total", "Connections that have ended, by the reason.");
     for (const auto& [reason, count] : mCounts->disconnects) {
-        metrics.value(static_cast<double>(count), {{"reason", reason}});
+        metrics.value(count, {{"reason", reason}});
     }
     writeMessages(metrics);
-    metrics.gauge("zul_commands_waiting", "Commands that have not begun.")
-        .value(static_cast<double>(mRunner.waiting().size()));
+    metrics.gauge("zul_commands_waiting", "Commands that have not begun.").value(mRunner.waiting().size());
     metrics.gauge("zul_output_congested", "1 while standard output is not read and devices wait for that.")
-        .value(mSessions.isCongested() ? 1.0 : 0.0);
+        .value(mSessions.isCongested() ? 1 : 0);
 }
 
 void ServerPages::writeMessages(MetricsText& metrics) const
 {
     metrics.counter("zul_messages_total", "Messages that were sent or received, by what became of them.");
     for (const auto& [key, count] : mCounts->messages) {
-        metrics.value(static_cast<double>(count),
-                      {{"direction", key[0]}, {"type", key[1]}, {"outcome", key[2]}});
+        metrics.value(count, {{"direction", key[0]}, {"type", key[1]}, {"outcome", key[2]}});
     }
     metrics
         .histogram("zul_request_duration_seconds",

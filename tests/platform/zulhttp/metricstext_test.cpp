@@ -7,11 +7,11 @@
 TEST(MetricsTextTest, aMetricHasItsHelpItsTypeAndItsValues)
 {
     zulhttp::MetricsText metrics;
-    metrics.counter("a_total", "Things.").value(3, {{"kind", "x"}}).value(4.5);
-    metrics.gauge("b", "Now.").value(1e9);
+    metrics.counter("a_total", "Things.").value(3, {{"kind", "x"}}).value(4);
+    metrics.gauge("b", "Now.").value(1'000'000'000);
     EXPECT_EQ(metrics.text(),
-              "# HELP a_total Things.\n# TYPE a_total counter\na_total{kind=\"x\"} 3\na_total 4.5\n"
-              "# HELP b Now.\n# TYPE b gauge\nb 1e+09\n");
+              "# HELP a_total Things.\n# TYPE a_total counter\na_total{kind=\"x\"} 3\na_total 4\n"
+              "# HELP b Now.\n# TYPE b gauge\nb 1000000000\n");
 }
 
 TEST(MetricsTextTest, aLabelIsEscaped)
